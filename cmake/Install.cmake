@@ -1,0 +1,36 @@
+# SPDX-License-Identifier: MIT
+
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${HNIPC_PACKAGE_NAME})
+
+install(TARGETS hnipc EXPORT ${HNIPC_PACKAGE_NAME}Targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${HNIPC_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hnipc)
+install(FILES
+    interfaces/local.IHNIPCIOEXPD.xml
+    interfaces/local.IHNIPCM4.xml
+    interfaces/local.IHNIPCSUPPLYD.xml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
+
+install(EXPORT ${HNIPC_PACKAGE_NAME}Targets NAMESPACE HNIPC:: DESTINATION ${package_dir})
+configure_package_config_file(data/HNIPCConfig.cmake.in ${HNIPC_PACKAGE_NAME}Config.cmake
+    INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${HNIPC_PACKAGE_NAME}ConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/${HNIPC_PACKAGE_NAME}Config.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/${HNIPC_PACKAGE_NAME}ConfigVersion.cmake
+    DESTINATION ${package_dir})
+
+# In two steps, because the prefix is known only when "cmake --install --prefix" names it.
+set(prefix_at_install "@CMAKE_INSTALL_PREFIX@")
+function(hnipc_install_pc library requires)
+    set(pc_name ${library}${HNIPC_NAME_SUFFIX})
+    set(pc_requires ${requires})
+    set(pc_file ${PROJECT_BINARY_DIR}/${pc_name}.pc)
+    configure_file(data/hnipc.pc.in ${pc_file}.in @ONLY)
+    install(CODE "configure_file(\"${pc_file}.in\" \"${pc_file}\" @ONLY)")
+    install(FILES ${pc_file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
+hnipc_install_pc(hnipc "${HNIPC_QT_REQUIRES}")

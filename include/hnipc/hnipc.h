@@ -1,0 +1,535 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_H
+#define HNIPC_H
+
+#include <hnipc/hnipc_export.h>
+#include <hnipc/supplyinformation.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+class HNIPCPrivate;
+
+/**
+ * The printer, as an application sees it.
+ *
+ * Each method is one blocking call on the system bus to the daemon that its group names, and
+ * answers what the daemon answers: no argument is checked or altered, no answer is kept. The
+ * method blocks its thread until the daemon has replied, up to the bus's timeout.
+ *
+ * Failures are quiet. A daemon that is absent, refuses, does not reply in time or answers another
+ * type gives the value on failure, which is the empty value of the result type and stands at every
+ * query; a command gives false; a method without a result just returns. It cannot be told from the
+ * same value given by the daemon. Once the event loop has seen a daemon leave, nothing is sent to
+ * it, nor is anything sent later; once it has seen the daemon return, the next call uses it.
+ *
+ * The daemons' events arrive as the signals of this class, through the event loop of the thread
+ * that owns the object, which is the only thread to use it from. They arrive for as long as the
+ * object lives, whenever the daemon starts or starts again.
+ *
+ * Wherever a value is "the daemon's", the daemon defines its unit and meaning; the library carries
+ * it untouched. A null string, such as the default printer name, arrives as an empty one.
+ *
+ * The order of signals and slots is part of the binary interface and never changes.
+ */
+class HNIPC_EXPORT HNIPC : public QObject
+{
+    Q_OBJECT
+    // Each read is one call of its method. The signal is the cue to read again.
+    Q_PROPERTY(double qmlSupplyPercent READ supplySupplyPercent NOTIFY SupplyPercentChanged)
+    Q_PROPERTY(QString qmlSupplyColorRGB READ supplySupplyRGB NOTIFY SupplyRGBChanged)
+    Q_PROPERTY(double qmlRibbonPercent READ supplyRibbon1Percent NOTIFY Ribbon1PercentChanged)
+    Q_PROPERTY(QStringList qmlRibbonColorRGBs READ supplyRibbon1RGBs NOTIFY Ribbon1RGBsChanged)
+    Q_PROPERTY(QString qmlSupplySKU READ supplySKUCached NOTIFY SupplyChanged)
+    Q_PROPERTY(int qmlPrintEngineErrorCode READ getError NOTIFY Error)
+    Q_PROPERTY(int qmlPrintEngineAlertCode READ getAlert NOTIFY Alert)
+    Q_PROPERTY(int qmlBatteryStatus READ getBatteryStatus NOTIFY M4BatteryUpdate)
+
+public:
+    /// Comes after the QCoreApplication. Blocks while the daemons that are on the bus are asked for
+    /// their interface; the event loop does the same when one appears.
+    explicit HNIPC(QObject *parent = 0);
+    virtual ~HNIPC();
+
+    // A signal returns what a directly connected receiver did, and without one nothing defined.
+Q_SIGNALS:
+    /// @name The I/O expander
+    /// @{
+    /// The cancel button was pressed.
+    bool CancelButton();
+    /// The help button was pressed.
+    bool HelpButton();
+    /// The print button was pressed.
+    bool PrintButton();
+    /// @}
+
+    /// @name The print engine
+    /// @{
+    /// A message came from the micro-controller. @p value: its text.
+    bool M4MessageReceived(const QString &value);
+    /// A message went to the micro-controller. @p value: its text.
+    bool M4MessageSent(const QString &value);
+    /// The version text of the print-engine controller.
+    bool M4Version(const QString &value);
+    /// The DAC value; unit the daemon's.
+    bool M4Dac0(const quint32 &value);
+    /// The reading of the black-mark sensor; unit the daemon's.
+    bool M4BMark(const quint32 &value);
+    /// The reading of the gap sensor; unit the daemon's.
+    bool M4Gap(const quint32 &value);
+    /// The reading of the pre-cutter sensor; unit the daemon's.
+    bool M4PreCutter(const quint32 &value);
+    /// The reading of ribbon clear sensor 1; unit the daemon's.
+    bool M4RibbonClr1(const quint32 &value);
+    /// The reading of ribbon clear sensor 2; unit the daemon's.
+    bool M4RibbonClr2(const quint32 &value);
+    /// The reading of ribbon encoder 1; unit the daemon's.
+    bool M4RibbonEnc1(const quint32 &value);
+    /// The reading of ribbon encoder 2; unit the daemon's.
+    bool M4RibbonEnc2(const quint32 &value);
+    /// The reading of ribbon encoder 3; unit the daemon's.
+    bool M4RibbonEnc3(const quint32 &value);
+    /// The reading of ribbon encoder 4; unit the daemon's.
+    bool M4RibbonEnc4(const quint32 &value);
+    /// The state of the cutter cover switch; true when active.
+    bool M4CutterCover(const bool &value);
+    /// The state of the cutter home switch; true when active.
+    bool M4CutterHome(const bool &value);
+    /// The state of the printer lid switch; true when active.
+    bool M4PrinterLid(const bool &value);
+    /// The reading of the supply sensor; unit the daemon's.
+    bool M4SupplySensor(const quint32 &value);
+    /// The state of the supply latch switch; true when active.
+    bool M4SupplyLatch(const bool &value);
+    /// The reading of film tachometer 1; unit the daemon's.
+    bool M4Film1Tach(const quint32 &value);
+    /// The reading of film tachometer 2; unit the daemon's.
+    bool M4Film2Tach(const quint32 &value);
+    /// The reading of film tachometer 3; unit the daemon's.
+    bool M4Film3Tach(const quint32 &value);
+    /// The reading of film tachometer 4; unit the daemon's.
+    bool M4Film4Tach(const quint32 &value);
+    /// A print is done.
+    bool M4PrintDone();
+    /// The verification value of ribbon 1; 64 bits of the daemon's.
+    bool M4RibbonVerify1(const quint64 &value);
+    /// The verification value of ribbon 2; 64 bits of the daemon's.
+    bool M4RibbonVerify2(const quint64 &value);
+    /// Print head 1 has a fault.
+    bool M4Tph1Fault();
+    /// Print head 2 has a fault.
+    bool M4Tph2Fault();
+    /// The identifier of the supply.
+    bool M4SupplyID(const QString &value);
+    /// The identifiers of the ribbons.
+    bool M4RibbonIDs(const QStringList &value);
+    /// The unique identifier of the supply.
+    bool M4SupplyUID(const QString &value);
+    /// The unique identifier of ribbon 1.
+    bool M4Ribbon1UID(const QString &value);
+    /// The unique identifier of ribbon 2.
+    bool M4Ribbon2UID(const QString &value);
+    /// The mileage of ribbon 1; unit the daemon's.
+    bool M4Ribbon1Mileage(const qint32 &value);
+    /// The mileage of ribbon 2; unit the daemon's.
+    bool M4Ribbon2Mileage(const qint32 &value);
+    /// The mileage of the supply; unit the daemon's.
+    bool M4SupplyMileage(const qint32 &value);
+    /// The battery status; a code of the daemon's.
+    bool M4BatteryUpdate(const qint32 &value);
+    /// The error code; the daemon's.
+    bool Error(int value);
+    /// The alert code; the daemon's.
+    bool Alert(int value);
+    /// The print queue is full. @p value: the daemon's.
+    bool PrintQueueFull(int value);
+    /// The print queue is clear. @p value: the daemon's.
+    bool PrintQueueClear(int value);
+    /// The print queue is complete. @p value: the daemon's.
+    bool PrintQueueComplete(int value);
+    /// The readings of the tachometers, as one text of the daemon's form.
+    bool M4TachValues(const QString &value);
+    /// A user setting has a value. Number and value are the daemon's.
+    bool M4UserSetting(const int &setting, const qint32 &value);
+    /// The thermistor reading of print head @p tph; unit the daemon's.
+    bool M4TphTherm(const int &tph, const qint32 &value);
+    /// The heat-index offset of print head @p tph; unit the daemon's.
+    bool M4TphHeatIndexOffset(const int &tph, const qint32 &value);
+    /// The tension at tachometer @p tach; unit the daemon's.
+    bool M4TachIndex(const int &tach, const qint32 &value);
+    /// @}
+
+    /// @name The supply daemon
+    /// @{
+    /// The supply daemon announces that it is ready; for what is its own.
+    bool HNIPCReady();
+    /// The status of a printer. No daemon sends it: only the application itself can emit it.
+    bool StatusChanged(int status, const QString &printerName);
+    /// The loaded supply changed.
+    bool SupplyChanged(QString supplySku, const QString &printerName);
+    /// The loaded ribbons changed.
+    bool RibbonChanged(QStringList ribbonSkus, const QString &printerName);
+    /// What is left of the supply, in percent.
+    bool SupplyPercentChanged(double percentage);
+    /// What is left of ribbon 1, in percent.
+    bool Ribbon1PercentChanged(double percentage);
+    /// What is left of ribbon 2, in percent.
+    bool Ribbon2PercentChanged(double percentage);
+    /// The colour of the loaded supply, as text of the daemon's form.
+    bool SupplyRGBChanged(QString rgb);
+    /// The colours of ribbon 1, as texts of the daemon's form.
+    bool Ribbon1RGBsChanged(QStringList rgbs);
+    /// The colours of ribbon 2, as texts of the daemon's form.
+    bool Ribbon2RGBsChanged(QStringList rgbs);
+    /// The applications are asked to close.
+    bool CloseApplicationSignal();
+    /// @}
+
+public Q_SLOTS:
+    /// @name The I/O expander (buttons, amplifier, backlight)
+    /// @{
+    /// Switches the audio amplifier on (true) or off.
+    void enableAudioAmp(bool value);
+    /// Switches the display backlight on (true) or off.
+    void enableBacklight(bool value);
+    /// Passes a cancel request to the daemon.
+    void printerSoftCancel();
+    /// @}
+
+    /// @name The print engine: codes, commands and print jobs; commands answer false on failure
+    /// @{
+    /// The current error code, the daemon's; 0 on failure.
+    int getError();
+    /// The current alert code, the daemon's; 0 on failure.
+    int getAlert();
+    /// Hands over an error code. @p value: a code of the daemon's.
+    bool emitError(int value);
+    /// Hands over an alert code. @p value: a code of the daemon's.
+    bool emitAlert(int value);
+    /// Resets the cutter.
+    bool resetCutter();
+    /// Resets the whole printer.
+    bool resetPrinter();
+    /// Runs one cutter cycle.
+    bool cycleCutter();
+    /// Calibrates for the loaded supply.
+    bool calibrateSupply();
+    /// Sets the DAC, which dac0() reads back. @p value: unit the daemon's.
+    bool setDac(quint32 value);
+    /// Switches the clear-tail option of ribbon 1 on (true) or off.
+    bool setClearTailRibbon1(bool value);
+    /// Switches the clear-tail option of ribbon 2 on (true) or off.
+    bool setClearTailRibbon2(bool value);
+    /// Sets the supply sensor. @p value: unit the daemon's; signed here, unsigned in
+    /// supplySensor().
+    bool setSupplySensor(qint32 value);
+    /// Switches the supply width. @p value: a switch, not a measure; its sense is the daemon's.
+    bool setSupplyWidth(bool value);
+    /// Switches the supply LED on (true) or off.
+    bool setSupplyLED(bool value);
+    /// Cancels the current print job.
+    bool cancelPrintJob();
+    /// Tries the current print job again.
+    bool retryPrintJob();
+    /// Clears the current print job.
+    bool clearPrintJob();
+    /// Clears all print jobs.
+    bool clearAllPrintJobs();
+    /// Passes a number on the full print queue. @p value: the daemon's; unsigned here, signed in
+    /// the signal PrintQueueFull.
+    bool printQueueFull(quint32 value);
+    /// Passes a number on the complete print queue. @p value: the daemon's; unsigned here, signed
+    /// in the signal PrintQueueComplete.
+    bool printQueueComplete(quint32 value);
+    /// @}
+
+    /// @name The print engine: version, battery, sensors, counters
+    /// @{
+    /// The version text of the print-engine controller; a null string on failure.
+    QString m4Version();
+    /// The battery status, a code of the daemon's; 0 on failure.
+    int getBatteryStatus();
+    /// The DAC value, unit the daemon's; 0 on failure.
+    quint32 dac0();
+    /// The reading of the black-mark sensor, unit the daemon's; 0 on failure.
+    quint32 bMark();
+    /// The reading of the gap sensor, unit the daemon's; 0 on failure.
+    quint32 gap();
+    /// The reading of the pre-cutter sensor, unit the daemon's; 0 on failure.
+    quint32 preCutter();
+    /// The reading of ribbon clear sensor 1, unit the daemon's; 0 on failure.
+    quint32 ribbonClr1();
+    /// The reading of ribbon clear sensor 2, unit the daemon's; 0 on failure.
+    quint32 ribbonClr2();
+    /// The reading of ribbon encoder 1, unit the daemon's; 0 on failure.
+    quint32 ribbonEnc1();
+    /// The reading of ribbon encoder 2, unit the daemon's; 0 on failure.
+    quint32 ribbonEnc2();
+    /// The reading of ribbon encoder 3, unit the daemon's; 0 on failure.
+    quint32 ribbonEnc3();
+    /// The reading of ribbon encoder 4, unit the daemon's; 0 on failure.
+    quint32 ribbonEnc4();
+    /// Whether the switch of the cutter cover is active; false on failure.
+    bool cutterCover();
+    /// Whether the cutter home switch is active; false on failure.
+    bool cutterHome();
+    /// Whether the switch of the printer lid is active; false on failure.
+    bool printerLid();
+    /// The reading of the supply sensor, unit the daemon's; 0 on failure.
+    quint32 supplySensor();
+    /// Whether the switch of the supply latch is active; false on failure.
+    bool supplyLatch();
+    /// The verification value of ribbon 1, 64 bits of the daemon's; 0 on failure.
+    quint64 ribbon1Verify();
+    /// The verification value of ribbon 2, 64 bits of the daemon's; 0 on failure.
+    quint64 ribbon2Verify();
+    /// The mileage of ribbon 1, unit the daemon's; 0 on failure.
+    qint32 ribbon1Mileage();
+    /// The mileage of ribbon 2, unit the daemon's; 0 on failure.
+    qint32 ribbon2Mileage();
+    /// The mileage of the supply, unit the daemon's; 0 on failure.
+    qint32 supplyMileage();
+    /// @}
+
+    /// @name The print engine: messages, feeds, mechanisms; false on failure
+    /// @{
+    /// Sends a message to the print engine's micro-controller, with a number as its value. @p type
+    /// and @p definedMessage: codes of the micro-controller, as is the value.
+    bool sendMCCMessage(int type, int definedMessage, quint64 value);
+    /// The same with a text as its value.
+    bool sendMCCMessage(int type, int definedMessage, QString value);
+    /// Feeds the media forward. @p steps: how far, in the print engine's feed steps.
+    bool forwardFeed(quint32 steps);
+    /// Feeds the media backward. @p steps: how far, in the print engine's feed steps.
+    bool backwardFeed(quint32 steps);
+    /// Sets solenoid 1.
+    bool solenoid1();
+    /// Resets solenoid 1.
+    bool resetSolenoid1();
+    /// Sets solenoid 2.
+    bool solenoid2();
+    /// Resets solenoid 2.
+    bool resetSolenoid2();
+    /// Sets solenoid 3.
+    bool solenoid3();
+    /// Resets solenoid 3.
+    bool resetSolenoid3();
+    /// Sets solenoid 4.
+    bool solenoid4();
+    /// Resets solenoid 4.
+    bool resetSolenoid4();
+    /// Sets ribbon unit 1: a command, not a query.
+    bool ribbon1();
+    /// Resets ribbon unit 1.
+    bool resetRibbon1();
+    /// Sets ribbon unit 2: a command, not a query.
+    bool ribbon2();
+    /// Resets ribbon unit 2.
+    bool resetRibbon2();
+    /// Resets paper motor 1.
+    bool resetPaperMotor1();
+    /// Resets paper motor 2.
+    bool resetPaperMotor2();
+    /// Resets the motor.
+    bool resetMotor();
+    /// @}
+
+    /// @name The print engine: settings and tests; false on failure
+    /// @{
+    /// Writes one user setting. @p setting: its number, @p value: its value, both the daemon's.
+    bool setUserSetting(int setting, qint32 value);
+    /// Reads the settings anew.
+    bool refreshSettings();
+    /// Reads the sensors anew.
+    bool refreshSensors();
+    /// Reads the settings and the sensors anew.
+    bool refreshAll();
+    /// Runs the RFID test.
+    bool rfidTest();
+    /// Dumps the settings, on the daemon's side.
+    bool dumpSettings();
+    /// @}
+
+    /// @name The print engine: requests for a new reading; true when accepted, false on failure
+    /// @{
+    /// Asks for a new reading of tph1Therm(); M4TphTherm announces it.
+    bool reqTph1Therm();
+    /// Asks for a new reading of tph2Therm(); M4TphTherm announces it.
+    bool reqTph2Therm();
+    /// Asks for a new reading of tph1HeatIndexOffset(); M4TphHeatIndexOffset announces it.
+    bool reqTph1HeatIndex();
+    /// Asks for a new reading of tph2HeatIndexOffset(); M4TphHeatIndexOffset announces it.
+    bool reqTph2HeatIndex();
+    /// Asks for a new reading of tach1Tension(); M4TachIndex announces it.
+    bool reqTach1Tension();
+    /// Asks for a new reading of tach2Tension(); M4TachIndex announces it.
+    bool reqTach2Tension();
+    /// Asks for a new reading of tach3Tension(); M4TachIndex announces it.
+    bool reqTach3Tension();
+    /// Asks for a new reading of tach4Tension(); M4TachIndex announces it.
+    bool reqTach4Tension();
+    /// Asks for a new reading of ribbon1Verify(); M4RibbonVerify1 announces it.
+    bool reqRibbon1Verify();
+    /// Asks for a new reading of ribbon2Verify(); M4RibbonVerify2 announces it.
+    bool reqRibbon2Verify();
+    /// Asks for a new reading of ribbon1Mileage(); M4Ribbon1Mileage announces it.
+    bool reqRibbon1Mileage();
+    /// Asks for a new reading of ribbon2Mileage(); M4Ribbon2Mileage announces it.
+    bool reqRibbon2Mileage();
+    /// Asks for a new reading of supplyMileage(); M4SupplyMileage announces it.
+    bool reqSupplyMileage();
+    /// @}
+
+    /// @name The print engine: readings as the daemon holds them
+    /// @{
+    /// The thermistor reading of print head 1, unit the daemon's; 0 on failure.
+    qint32 tph1Therm();
+    /// The thermistor reading of print head 2, unit the daemon's; 0 on failure.
+    qint32 tph2Therm();
+    /// The heat-index offset of print head 1, unit the daemon's; 0 on failure.
+    qint32 tph1HeatIndexOffset();
+    /// The heat-index offset of print head 2, unit the daemon's; 0 on failure.
+    qint32 tph2HeatIndexOffset();
+    /// The tension at tachometer 1, unit the daemon's; 0 on failure.
+    qint32 tach1Tension();
+    /// The tension at tachometer 2, unit the daemon's; 0 on failure.
+    qint32 tach2Tension();
+    /// The tension at tachometer 3, unit the daemon's; 0 on failure.
+    qint32 tach3Tension();
+    /// The tension at tachometer 4, unit the daemon's; 0 on failure.
+    qint32 tach4Tension();
+    /// @}
+
+    /// @name The supply daemon: the database
+    /// @{
+    /// The SKUs of all supplies in the database; an empty list on failure.
+    QStringList supplySKUList();
+    /// The SKUs of all ribbons in the database; an empty list on failure.
+    QStringList supplyRibbonSKUList();
+    /// The table of supply colours, keys and values the daemon's; an empty hash on failure.
+    QVariantHash supplyColorHash();
+    /// The table of ribbon colours, keys and values the daemon's; an empty hash on failure.
+    QVariantHash supplyRibbonColorHash();
+    /// @}
+
+    /// @name The supply daemon: what is loaded
+    /// @{
+    /// The identifier of the loaded supply; a null string on failure.
+    QString supplyId();
+    /// The supply SKU that the daemon holds for the printer; a null string on failure.
+    QString supplySKUCached(QString printerName = QString());
+    /// The ribbon SKUs that the daemon holds for the printer; an empty list on failure.
+    QStringList supplyRibbonSKUsCached(QString printerName = QString());
+    /// What is left of the loaded supply, in percent; 0.0 on failure.
+    double supplySupplyPercent();
+    /// What is left of ribbon 1, in percent; 0.0 on failure.
+    double supplyRibbon1Percent();
+    /// What is left of ribbon 2, in percent; 0.0 on failure.
+    double supplyRibbon2Percent();
+    /// The colour of the loaded supply, as text of the daemon's form; a null string on failure.
+    QString supplySupplyRGB(QString printerName = QString());
+    /// The colours of ribbon 1, as texts of the daemon's form; an empty list on
+    /// failure.
+    QStringList supplyRibbon1RGBs(QString printerName = QString());
+    /// The colours of ribbon 2, as texts of the daemon's form; an empty list on
+    /// failure.
+    QStringList supplyRibbon2RGBs(QString printerName = QString());
+    /// The unique identifier of the loaded supply; a null string on failure.
+    QString supplySupplyUID();
+    /// The unique identifier of ribbon 1; a null string on failure.
+    QString supplyRibbon1UID();
+    /// The unique identifier of ribbon 2; a null string on failure.
+    QString supplyRibbon2UID();
+    /// @}
+
+    /// @name The supply daemon: the supply record
+    /// @{
+    /// The supply record of what is loaded in the printer; a default record on failure.
+    SupplyInformation supplyInformation(QString printerName = QString());
+    /// The supply record of the given supply and ribbons; a default record on failure.
+    SupplyInformation supplyInformationBySKUs(QString supplySku, QStringList ribbonSkus,
+                                              QString printerName = QString());
+    /// @}
+
+    /// @name The supply daemon: one supply
+    /// @{
+    /// The name of the material of the supply @p sku; a null string on failure.
+    QString supplyMaterialName(QString sku, QString printerName = QString());
+    /// The name of the format of the supply @p sku; a null string on failure.
+    QString supplyFormatName(QString sku, QString printerName = QString());
+    /// The colour of the supply @p sku, as a number of the daemon's form; 0 on failure.
+    qint32 supplyColorRGB(QString sku, QString printerName = QString());
+    /// The name of the colour of the supply @p sku; a null string on failure.
+    QString supplyColorName(QString sku, QString printerName = QString());
+    /// The width of the supply @p sku, unit the daemon's; 0.0 on failure.
+    double supplyWidth(QString sku, QString printerName = QString());
+    /// Whether the supply @p sku is printed in landscape, as a number of the daemon's; 0 on
+    /// failure.
+    qint32 supplyIsLandscape(QString sku);
+    /// The background image of the supply @p sku, as bytes in a format of the daemon's; a null byte
+    /// array on failure.
+    QByteArray supplyBackgroundImage(QString sku);
+    /// The non-continuous length of the supply @p sku, unit the daemon's; 0.0 on failure.
+    double supplyNonContinuousLength(QString sku, QString printerName = QString());
+    /// The type of the supply @p sku, an index of the daemon's; 0 on failure.
+    qint32 supplyTypeIndex(QString sku, QString printerName = QString());
+    /// @}
+
+    /// @name The supply daemon: one ribbon; panels count from 1
+    /// @{
+    /// The number of panels of the ribbon @p ribbonSku; 0 on failure.
+    qint32 supplyRibbonPanels(QString ribbonSku);
+    /// The width of the ribbon @p ribbonSku, unit the daemon's; 0.0 on failure.
+    double supplyRibbonWidth(QString ribbonSku);
+    /// The length of the ribbon @p ribbonSku, unit the daemon's; 0.0 on failure.
+    double supplyRibbonLength(QString ribbonSku);
+    /// The name of the colour of one panel of the ribbon @p ribbonSku; a null string on failure.
+    QString supplyRibbonColorName(QString ribbonSku, int panel = 1);
+    /// The colour of one panel of the ribbon @p ribbonSku, a number of the daemon's form; 0 on
+    /// failure.
+    qint32 supplyRibbonColorRGB(QString ribbonSku, int panel = 1);
+    /// The heat for printing one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// failure.
+    qint32 supplyRibbonHeat(QString ribbonSku, int panel, QString supplySku);
+    /// The heat offset for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// failure.
+    qint32 supplyRibbonHeatOffset(QString ribbonSku, int panel, QString supplySku);
+    /// The highest speed for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// failure.
+    qint32 supplyRibbonMaxSpeed(QString ribbonSku, int panel, QString supplySku);
+    /// The tension for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on failure.
+    qint32 supplyRibbonTension(QString ribbonSku, int panel, QString supplySku);
+    /// @}
+
+    /// @name The supply daemon: notices from applications
+    /// @{
+    /// Tells that the application module @p applicationName is ready, with its window and process
+    /// identifiers.
+    void supplyModuleReady(int windowId, int processId, QString applicationName);
+    /// Tells that an application was clicked.
+    void applicationWasClicked();
+    /// @}
+
+    /// @name The print engine again
+    /// @{
+    /// The status of the printer @p printerName, a code of the daemon's; 0 on failure.
+    int getPrinterStatus(QString printerName);
+    /// @}
+
+    /// @name The supply daemon again
+    /// @{
+    /// Tells which printer the module works with. The name is not kept here: a default printer name
+    /// stays the null string.
+    void setModulePrinterName(QString printerName);
+    /// @}
+
+private:
+    Q_DISABLE_COPY(HNIPC)
+
+    HNIPCPrivate *d;
+};
+
+#endif

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#ifndef SERVICEIDENTITY_P_H
+#define SERVICEIDENTITY_P_H
+
+#include <hnipc/hnipcserver.h>
+
+#include <QtCore/QLatin1String>
+
+// How a daemon is addressed on the system bus. Each exports one object, at the same path.
+struct ServiceIdentity
+{
+    QLatin1String busName;
+    QLatin1String path;
+    QLatin1String interfaceName;
+};
+
+// The identity of a daemon, or null for a type that selects none.
+const ServiceIdentity *serviceIdentity(HNIPCServer::ServerType type);
+
+#endif

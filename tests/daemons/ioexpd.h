@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#ifndef IOEXPD_H
+#define IOEXPD_H
+
+#include <hnipc/ihnipcioexpd.h>
+
+/// An I/O expander without the expander: it keeps its two switches in memory, and a soft cancel
+/// acts as the cancel button. A switch speaks up on standard output, since nothing reads it back.
+class TestIoexpd : public IHNIPCIOEXPD
+{
+public:
+    explicit TestIoexpd(QObject *parent = 0);
+
+    void enableAudioAmp(bool value) override;
+    void enableBacklight(bool value) override;
+    void printerSoftCancel() override;
+
+private:
+    void say(const char *what, bool on);
+
+    bool m_audioAmp = false;
+    bool m_backlight = true;
+};
+
+#endif

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#include "supplyd.h"
+#include "serve.h"
+
+#include <QtCore/QCoreApplication>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    TestSupplyd daemon;
+    return serve("org.hnipc.supplyd");
+}

@@ -1,0 +1,64 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+#
+# install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix and builds the
+# examples against what is there, through CMake and through pkg-config alone; then the two programs
+# meet on a bus.
+
+set -euo pipefail
+source=$1
+build=$2
+qt=$3
+name=$4
+
+work=$(mktemp --directory)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+cmake --install "$build" --prefix "$prefix" >"$work/log"
+library=$(find "$prefix" -name "lib$name.so")
+libdir=$(dirname "$library")
+
+# The contract.
+expected="share/dbus-1/interfaces/local.IHNIPCIOEXPD.xml
+share/dbus-1/interfaces/local.IHNIPCM4.xml
+share/dbus-1/interfaces/local.IHNIPCSUPPLYD.xml"
+diff <(sort <<<"$expected") \
+     <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune -o ! -type d -printf '%P\n' \
+        | sort)
+
+# Every public header stands alone, and nothing else was installed.
+export PKG_CONFIG_PATH=$libdir/pkgconfig${PKG_CONFIG_PATH:+:$PKG_CONFIG_PATH}
+standard=$([ "$qt" -ge 6 ] && echo c++17 || echo c++11)
+for header in "$prefix"/include/hnipc/*.h; do
+    g++ -std=$standard -fPIC -fsyntax-only $(pkg-config --cflags "$name") -x c++ "$header"
+done
+diff <(cd "$source/include" && find hnipc -type f | sort) \
+     <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)
+
+for example in daemon client; do
+    cmake -S "$source/examples/$example" -B "$work/cmake-$example" -DHNIPC_QT="$qt" \
+        -DCMAKE_PREFIX_PATH="$prefix" >>"$work/log"
+    cmake --build "$work/cmake-$example" >>"$work/log"
+    test -x "$work/cmake-$example/hnipc-example-$example"
+
+    cp -r "$source/examples/$example" "$work/make-$example"
+    make --silent -C "$work/make-$example" HNIPC="$name" CXXFLAGS="-Wall -Wextra -Werror"
+done
+
+# The run-time path of the programs built by make is the user's business.
+export LD_LIBRARY_PATH=$libdir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
+for kind in cmake make; do
+    dbus-run-session -- bash -euc '
+        export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
+        "$1-daemon/hnipc-example-daemon" >"$1-daemon/output" &
+        trap "kill $!" EXIT
+        until dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
+                org.freedesktop.DBus.NameHasOwner string:org.hnipc.ioexpd | grep --quiet true; do
+            kill -0 $!
+        done
+        "$1-client/hnipc-example-client" >"$1-client/output"' - "$work/$kind"
+    grep --quiet "^backlight on$" "$work/$kind-daemon/output"
+    grep --quiet "^org.hnipc.ioexpd: on the bus$" "$work/$kind-client/output"
+    grep --quiet "^org.hnipc.m4: absent" "$work/$kind-client/output"
+done

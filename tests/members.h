@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_MEMBERS_H
+#define HNIPC_TESTS_MEMBERS_H
+
+#include <QtCore/QList>
+#include <QtCore/QObject>
+
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+// Whether all of these pointers to members are of the type Member.
+template <typename Member, typename... Members>
+struct AreOfType : std::true_type
+{
+};
+
+template <typename Member, typename First, typename... Others>
+struct AreOfType<Member, First, Others...>
+    : std::integral_constant<bool, std::is_same<Member, First>::value
+                                   && AreOfType<Member, Others...>::value>
+{
+};
+
+template <typename Member, typename... Members>
+constexpr bool areOfType(Members...)
+{
+    return AreOfType<Member, Members...>::value;
+}
+
+// The place of an operation in the table of virtual operations, which daemons are built against and
+// a pointer to a member tells on the Itanium C++ ABI. -1 for an operation that is not virtual.
+template <typename Member>
+int virtualIndex(Member member)
+{
+    std::ptrdiff_t words[2];
+    static_assert(sizeof(member) == sizeof(words), "not the Itanium C++ ABI");
+    std::memcpy(words, &member, sizeof(words));
+    const int size = sizeof(void *);
+#if defined(__arm__) || defined(__aarch64__)
+    return words[1] & 1 ? int(words[0]) / size : -1;
+#else
+    return words[0] & 1 ? int(words[0] - 1) / size : -1;
+#endif
+}
+
+template <typename... Members>
+QList<int> virtualIndexes(Members... members)
+{
+    QList<int> result;
+    const int list[] = { virtualIndex(members)... };
+    for (int index : list) {
+        result.append(index);
+    }
+    return result;
+}
+
+// The places of the first operations after those of QObject.
+inline QList<int> virtualIndexesAfterQObject(int count)
+{
+    struct Last : QObject
+    {
+        using QObject::disconnectNotify;
+    };
+    const int first = virtualIndex(&Last::disconnectNotify) + 1;
+    QList<int> result;
+    for (int index = first; index < first + count; ++index) {
+        result.append(index);
+    }
+    return result;
+}
+
+// Comes after all virtual operations of Class.
+template <typename Class>
+struct WithOneMore : Class
+{
+    virtual void oneMore();
+};
+
+#endif

@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: MIT
+#include "serverinterfacetest.h"
+
+#include "expected/samples.h"
+#include "support/signature.h"
+
+#include <QtCore/QMetaClassInfo>
+#include <QtCore/QPointer>
+#include <QtCore/QVector>
+#include <QtCore/QXmlStreamReader>
+#include <QtDBus/QDBusConnection>
+#include <QtTest/QTest>
+
+#include <algorithm>
+
+using namespace Expected;
+
+namespace {
+
+// Enough for every sample of a type to have its turn.
+const int roundCount = 5;
+
+QByteArray nameOf(const ServerSlot &slot)
+{
+    const QByteArray signature = slot.signature;
+    return signature.left(signature.indexOf('('));
+}
+
+QList<QByteArray> typesOf(const ServerSlot &slot)
+{
+    const QByteArray signature = slot.signature;
+    const int open = signature.indexOf('(') + 1;
+    const QByteArray types = signature.mid(open, signature.size() - open - 1);
+    return types.isEmpty() ? QList<QByteArray>() : types.split(',');
+}
+
+bool isPulse(const ServerSlot &slot)
+{
+    return slot.kind == PulseOperation;
+}
+
+bool isPureVirtual(const ServerSlot &slot)
+{
+    return slot.kind == PureVirtual;
+}
+
+bool isAny(const ServerSlot &)
+{
+    return true;
+}
+
+QByteArray joined(const QList<QByteArray> &texts, const char *separator)
+{
+    QByteArray result;
+    for (int i = 0; i < texts.size(); ++i) {
+        result += (i > 0 ? separator : "") + texts.at(i);
+    }
+    return result;
+}
+
+// What an operation gets when it is called with argumentSamples(): all of them, and the empty value
+// for the parameter that a cloned slot is without.
+QList<Sample> parameterSamples(const QList<ServerSlot> &rows, int index, int round)
+{
+    QList<Sample> result = argumentSamples(rows.at(index).signature, round);
+    if (rows.at(index).cloned) {
+        result.append(samplesOf(typesOf(rows.at(index - 1)).last()).first());
+    }
+    return result;
+}
+
+// A dictionary has no order on the wire.
+QByteArray withoutOrder(const QByteArray &signature, const QByteArray &body)
+{
+    if (signature != "a{sv}") {
+        return body;
+    }
+    QList<QByteArray> entries = body.mid(2, body.size() - 5).split(',');
+    for (QByteArray &entry : entries) {
+        entry = entry.trimmed();
+    }
+    std::sort(entries.begin(), entries.end());
+    return joined(entries, "\n");
+}
+
+// The methods of an object's interface as "name out:b in:u value", and what it shows besides them
+// and the interfaces that Qt gives to all.
+QList<QByteArray> membersIn(const QByteArray &xml, const QByteArray &interface)
+{
+    QList<QByteArray> members;
+    bool inside = false;
+    QXmlStreamReader reader(xml);
+    while (!reader.atEnd()) {
+        reader.readNext();
+        const QByteArray tag = reader.name().toString().toUtf8();
+        const QXmlStreamAttributes attributes = reader.attributes();
+        const QByteArray name = attributes.value(QLatin1String("name")).toString().toUtf8();
+        if (tag == "interface") {
+            inside = reader.isStartElement() && !name.startsWith("org.freedesktop.DBus.");
+            if (inside && name != interface) {
+                members.append("interface " + name);
+            }
+        } else if (!inside || !reader.isStartElement() || tag == "annotation") {
+            continue;
+        } else if (tag == "arg") {
+            const QByteArray direction =
+                attributes.value(QLatin1String("direction")).toString().toUtf8();
+            const QByteArray type = attributes.value(QLatin1String("type")).toString().toUtf8();
+            members.last() += ' ' + direction + ':' + type + (name.isEmpty() ? "" : ' ' + name);
+        } else {
+            members.append(tag == "method" ? name : tag + ' ' + name);
+        }
+    }
+    if (reader.hasError()) {
+        members.append("not XML: " + reader.errorString().toUtf8());
+    }
+    return members;
+}
+
+} // namespace
+
+HNIPCServer *ServerInterfaceTest::server() const
+{
+    return m_server;
+}
+
+Recorder *ServerInterfaceTest::recorder() const
+{
+    return m_recorder;
+}
+
+WireMessage ServerInterfaceTest::call(const QByteArray &member, const QByteArray &body)
+{
+    return m_peer.call(identities[m_daemon].busName, "/", m_interface, member, body);
+}
+
+QByteArray ServerInterfaceTest::sentSignals()
+{
+    QList<QByteArray> lines;
+    const QList<WireMessage> sent = m_outbox.take(WireMessage::Signal);
+    for (const WireMessage &signal : sent) {
+        lines.append(signal.line() + (signal.destination.isEmpty()
+                                      ? "" : " to " + signal.destination));
+    }
+    return joined(lines, "\n");
+}
+
+QByteArray ServerInterfaceTest::signalLine(const QByteArray &member, const QByteArray &signature,
+                                           const QByteArray &body) const
+{
+    WireMessage signal;
+    signal.path = "/";
+    signal.interface = m_interface;
+    signal.member = member;
+    signal.signature = signature;
+    signal.body = body;
+    return signal.line();
+}
+
+void ServerInterfaceTest::initTestCase()
+{
+    m_server = create(0);
+    m_recorder = dynamic_cast<Recorder *>(m_server);
+    QVERIFY(m_recorder);
+}
+
+void ServerInterfaceTest::init()
+{
+    m_recorder->calls.clear();
+    m_recorder->nextAnswer = QVariant();
+}
+
+void ServerInterfaceTest::cleanupTestCase()
+{
+    delete m_server;
+}
+
+void ServerInterfaceTest::claimsItsNameAndIsExported()
+{
+    QCOMPARE(int(m_server->getServerType()), int(m_daemon));
+    const WireMessage owner = m_peer.call(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner",
+        QByteArray("('") + identities[m_daemon].busName + "',)");
+    QCOMPARE(owner.body, "('" + m_outbox.ownName() + "',)");
+    QVERIFY(QDBusConnection::systemBus().objectRegisteredAt(QLatin1String("/")) == m_server);
+}
+
+void ServerInterfaceTest::belongsToItsParent()
+{
+    QVERIFY(!m_server->parent());
+    QObject *parent = new QObject;
+    const QPointer<HNIPCServer> child = create(parent);
+    QVERIFY(child->parent() == parent);
+    delete parent;
+    QVERIFY(!child);
+}
+
+void ServerInterfaceTest::metaObjectHasOnlyTheSlots()
+{
+    QCOMPARE("local." + QByteArray(m_metaObject->className()), m_interface);
+    QVERIFY(m_metaObject->superClass() == &HNIPCServer::staticMetaObject);
+    QCOMPARE(m_metaObject->methodCount() - m_metaObject->methodOffset(), int(m_slots.size()));
+    QCOMPARE(m_metaObject->propertyCount() - m_metaObject->propertyOffset(), 0);
+    QCOMPARE(m_metaObject->classInfoCount() - m_metaObject->classInfoOffset(), 1);
+    const QMetaClassInfo info = m_metaObject->classInfo(m_metaObject->classInfoOffset());
+    QCOMPARE(QByteArray(info.name()), QByteArray("D-Bus Interface"));
+    QCOMPARE(QByteArray(info.value()), m_interface);
+}
+
+void ServerInterfaceTest::slotIsDeclared_data()
+{
+    addRows(isAny);
+}
+
+void ServerInterfaceTest::slotIsDeclared()
+{
+    QFETCH(int, index);
+    const ServerSlot &slot = m_slots.at(index);
+    const QMetaMethod method = m_metaObject->method(m_metaObject->methodOffset() + index);
+
+    QCOMPARE(signatureOf(method), withoutAliases(slot.signature));
+    QCOMPARE(resultOf(method), withoutAliases(slot.reply));
+    QCOMPARE(joined(method.parameterNames(), ","), QByteArray(slot.parameterNames));
+    QCOMPARE(int(method.methodType()), int(QMetaMethod::Slot));
+    QCOMPARE(int(method.access()), int(QMetaMethod::Public));
+    QVERIFY(method.attributes() & QMetaMethod::Scriptable);
+    QCOMPARE(bool(method.attributes() & QMetaMethod::Cloned), slot.cloned);
+}
+
+void ServerInterfaceTest::introspectionShowsTheSlotsAndNothingElse()
+{
+    QList<QByteArray> expected;
+    for (const ServerSlot &slot : m_slots) {
+        QByteArray member = nameOf(slot);
+        if (*slot.out) {
+            member += QByteArray(" out:") + slot.out;
+        }
+        const QList<QByteArray> names = QByteArray(slot.parameterNames).split(',');
+        QByteArray types = slot.in;
+        for (int i = 0; !types.isEmpty(); ++i) {
+            const int length = types.startsWith("as") ? 2 : 1;
+            member += " in:" + types.left(length) + ' ' + names.value(i);
+            types.remove(0, length);
+        }
+        expected.append(member);
+    }
+    std::sort(expected.begin(), expected.end());
+
+    const WireMessage reply = m_peer.call(identities[m_daemon].busName, "/",
+                                          "org.freedesktop.DBus.Introspectable", "Introspect");
+    QCOMPARE(reply.signature, QByteArray("s"));
+    // The text of a body that is one string: ('...\n...',)
+    const QByteArray xml = reply.body.mid(2, reply.body.size() - 5).replace("\\n", "\n");
+    QList<QByteArray> members = membersIn(xml, m_interface);
+    std::sort(members.begin(), members.end());
+    QCOMPARE(joined(members, "\n"), joined(expected, "\n"));
+}
+
+void ServerInterfaceTest::operationTakesAndAnswersOnTheWire_data()
+{
+    addRows(isPureVirtual);
+}
+
+void ServerInterfaceTest::operationTakesAndAnswersOnTheWire()
+{
+    QFETCH(int, index);
+    const ServerSlot &slot = m_slots.at(index);
+    for (int round = index; round < index + roundCount; ++round) {
+        QList<Sample> answers;
+        if (*slot.reply) {
+            const QList<Sample> samples = samplesOf(slot.reply);
+            answers.append(samples.at(round % samples.size()));
+            m_recorder->nextAnswer = answers.first().value;
+        }
+
+        m_recorder->calls.clear();
+        const WireMessage reply = call(nameOf(slot),
+                                       wireBody(argumentSamples(slot.signature, round)));
+        QCOMPARE(joined(m_recorder->calls, "\n"),
+                 callText(nameOf(slot), values(parameterSamples(m_slots, index, round))));
+        QCOMPARE(int(reply.type), int(WireMessage::MethodReturn));
+        QCOMPARE(reply.signature, QByteArray(slot.out));
+        QCOMPARE(withoutOrder(slot.out, reply.body), withoutOrder(slot.out, wireBody(answers)));
+    }
+    QCOMPARE(sentSignals(), QByteArray());
+}
+
+void ServerInterfaceTest::everyPulseHasItsSlot()
+{
+    for (const Pulse &pulse : m_pulses) {
+        int count = 0;
+        for (const ServerSlot &slot : m_slots) {
+            count += isPulse(slot) && !slot.cloned && nameOf(slot) == pulse.slot;
+        }
+        QVERIFY2(count == 1, pulse.slot);
+    }
+}
+
+void ServerInterfaceTest::pulseSendsItsSignal_data()
+{
+    addRows(isPulse);
+}
+
+void ServerInterfaceTest::pulseSendsItsSignal()
+{
+    pulse(&ServerInterfaceTest::callInProcess);
+}
+
+void ServerInterfaceTest::remotePulseSendsItsSignalAndAnswersTrue_data()
+{
+    addRows(isPulse);
+}
+
+void ServerInterfaceTest::remotePulseSendsItsSignalAndAnswersTrue()
+{
+    pulse(&ServerInterfaceTest::callRemotely);
+}
+
+void ServerInterfaceTest::otherArgumentsAreRefused_data()
+{
+    addRows(isAny);
+}
+
+void ServerInterfaceTest::otherArgumentsAreRefused()
+{
+    QFETCH(int, index);
+    const ServerSlot &slot = m_slots.at(index);
+    const QList<QByteArray> types = typesOf(slot);
+
+    QList<QList<QByteArray> > others;
+    others.append(types + (QList<QByteArray>() << "bool"));
+    for (int i = 0; i < types.size(); ++i) {
+        QList<QByteArray> changed = types;
+        changed[i] = withoutAliases(types.at(i)) == "int" ? "uint" : "int";
+        others.append(changed);
+    }
+    if (!types.isEmpty()) {
+        others.append(types.mid(0, types.size() - 1));
+    }
+
+    m_recorder->nextAnswer = true;
+    for (const QList<QByteArray> &other : others) {
+        const QByteArray signature = nameOf(slot) + '(' + joined(other, ",") + ')';
+        if (!isSlot(signature)) {
+            const WireMessage reply = call(nameOf(slot),
+                                           wireBody(argumentSamples(signature, index)));
+            QVERIFY2(reply.errorName == "org.freedesktop.DBus.Error.UnknownMethod",
+                     signature.constData());
+        }
+    }
+    QCOMPARE(joined(m_recorder->calls, "\n"), QByteArray());
+    QCOMPARE(sentSignals(), QByteArray());
+}
+
+void ServerInterfaceTest::addRows(bool (*selects)(const ServerSlot &))
+{
+    QTest::addColumn<int>("index");
+    for (int i = 0; i < m_slots.size(); ++i) {
+        if (selects(m_slots.at(i))) {
+            QTest::newRow(m_slots.at(i).signature) << i;
+        }
+    }
+}
+
+bool ServerInterfaceTest::isSlot(const QByteArray &signature) const
+{
+    for (const ServerSlot &slot : m_slots) {
+        if (withoutAliases(slot.signature) == withoutAliases(signature)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+Pulse ServerInterfaceTest::pulseOf(const ServerSlot &slot) const
+{
+    for (const Pulse &pulse : m_pulses) {
+        if (nameOf(slot) == pulse.slot) {
+            return pulse;
+        }
+    }
+    return Pulse{ 0, 0, 0 };
+}
+
+void ServerInterfaceTest::pulse(bool (ServerInterfaceTest::*callWith)(int, int))
+{
+    QFETCH(int, index);
+    const Pulse pulse = pulseOf(m_slots.at(index));
+    QVERIFY(pulse.slot);
+    for (int round = index; round < index + roundCount; ++round) {
+        QVERIFY((this->*callWith)(index, round));
+        QCOMPARE(sentSignals(), signalLine(pulse.member, pulse.signature,
+                                           wireBody(parameterSamples(m_slots, index, round))));
+    }
+    QCOMPARE(joined(m_recorder->calls, "\n"), QByteArray());
+}
+
+bool ServerInterfaceTest::callInProcess(int index, int round)
+{
+    const int method = m_metaObject->methodOffset() + index;
+    const QByteArray signature = m_slots.at(index).signature;
+    if (signatureOf(m_metaObject->method(method)) != withoutAliases(signature)) {
+        return false;
+    }
+    bool result = false;
+    QVector<void *> pointers(1, &result);
+    const QList<Sample> arguments = argumentSamples(signature, round);
+    for (const Sample &argument : arguments) {
+        pointers.append(const_cast<void *>(argument.value.constData()));
+    }
+    QMetaObject::metacall(m_server, QMetaObject::InvokeMetaMethod, method, pointers.data());
+    return result;
+}
+
+bool ServerInterfaceTest::callRemotely(int index, int round)
+{
+    const ServerSlot &slot = m_slots.at(index);
+    const WireMessage reply = call(nameOf(slot), wireBody(argumentSamples(slot.signature, round)));
+    return reply.type == WireMessage::MethodReturn && reply.signature == "b"
+        && reply.body == "(true,)";
+}

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_QTMAJORS_H
+#define HNIPC_TESTS_QTMAJORS_H
+
+// What the tests need of Qt that differs from major to major.
+
+#include <QtCore/QByteArray>
+#include <QtCore/QMetaType>
+#include <QtCore/QVariant>
+#include <QtTest/QTest>
+
+#if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)
+// The second argument is there only because the macro is variadic.
+#define HNIPC_SKIP(reason) QSKIP(reason, )
+#else
+#define HNIPC_SKIP(reason) QSKIP(reason, SkipSingle)
+#endif
+
+inline QVariant variantOf(const QByteArray &typeName, const void *value)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    return QVariant(QMetaType::fromName(typeName), value);
+#else
+    return QVariant(QMetaType::type(typeName), value);
+#endif
+}
+
+#endif

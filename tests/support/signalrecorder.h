@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_SIGNALRECORDER_H
+#define HNIPC_TESTS_SIGNALRECORDER_H
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QVariant>
+
+// An emission as one line of text that shows type and value of every argument.
+QByteArray emission(const QByteArray &signature, const QVariantList &arguments = QVariantList());
+
+// Records every signal that the class of an object declares, in the order of their emission.
+class SignalRecorder : public QObject
+{
+public:
+    explicit SignalRecorder(QObject *sender);
+
+    QList<QByteArray> emissions() const { return m_emissions; }
+    QList<QByteArray> take();
+
+    virtual int qt_metacall(QMetaObject::Call call, int id, void **arguments);
+
+private:
+    QObject *m_sender;
+    QList<QByteArray> m_emissions;
+};
+
+#endif

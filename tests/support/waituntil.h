@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_WAITUNTIL_H
+#define HNIPC_TESTS_WAITUNTIL_H
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QEventLoop>
+#include <QtCore/QTimer>
+
+// Turns the event loop until the condition holds. The limit only keeps a broken test from hanging.
+template <typename Condition>
+bool waitUntil(Condition condition)
+{
+    const qint64 guard = 60 * 1000;
+    // The condition may change on a thread that wakes no event loop, so the loop wakes by itself.
+    QTimer heartbeat;
+    heartbeat.start(2);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (!condition()) {
+        if (elapsed.elapsed() > guard) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+#endif

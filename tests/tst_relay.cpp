@@ -1,0 +1,310 @@
+// SPDX-License-Identifier: MIT
+#include "expected/clientsignals.h"
+#include "expected/samples.h"
+#include "support/fakedaemons.h"
+#include "support/privatebus.h"
+#include "support/signalrecorder.h"
+
+#include <hnipc/hnipc.h>
+
+#include <QtCore/QScopedPointer>
+
+using namespace Expected;
+
+typedef QList<QByteArray> Lines;
+
+// The daemons' signals come out as the client's, and nothing else does.
+class tst_Relay : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void signalIsRelayedWithItsValues_data();
+    void signalIsRelayedWithItsValues();
+    void furtherArgumentsAreIgnored_data();
+    void furtherArgumentsAreIgnored();
+    void misfitIsNotRelayed_data();
+    void misfitIsNotRelayed();
+    void signedValueIsNoUnsignedOne();
+    void foreignAddressIsNotRelayed_data();
+    void foreignAddressIsNotRelayed();
+    void strangerIsNotRelayed_data();
+    void strangerIsNotRelayed();
+    void orderIsKept();
+    void daemonMayStartLaterAndAgain_data();
+    void daemonMayStartLaterAndAgain();
+    void eachClientReceivesEverySignal();
+    void deletedClientLeavesTheOtherItsSignals();
+    void statusChangedNeverFires();
+
+private:
+    bool emitRow(const ClientSignal &row, int round, const QList<QByteArray> &more = {})
+    {
+        const QByteArray body = wireBody(argumentSamples(row.signature, round), more);
+        return m_daemons->emitSignal(row.server, row.member, body);
+    }
+
+    // What the client has emitted by now.
+    Lines relayed()
+    {
+        return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";
+    }
+
+    QScopedPointer<FakeDaemons> m_daemons;
+    QScopedPointer<HNIPC> m_client;
+    QScopedPointer<SignalRecorder> m_recorder;
+};
+
+static QByteArray emissionOf(const ClientSignal &row, int round)
+{
+    return emission(row.signature, values(argumentSamples(row.signature, round)));
+}
+
+static void addRows()
+{
+    QTest::addColumn<int>("index");
+    for (const ClientSignal &row : clientSignals) {
+        if (row.member) {
+            QTest::newRow(row.member) << row.index;
+        }
+    }
+}
+
+static void addServers()
+{
+    QTest::addColumn<int>("server");
+    for (int server = 0; server < ServerCount; ++server) {
+        QTest::newRow(identities[server].tag) << server;
+    }
+}
+
+// One row of each daemon, which is enough where rows cannot differ.
+static const ClientSignal &rowOf(int server)
+{
+    const ClientSignal *row = clientSignals;
+    while (row->server != server) {
+        ++row;
+    }
+    return *row;
+}
+
+void tst_Relay::initTestCase()
+{
+    m_daemons.reset(new FakeDaemons);
+    m_client.reset(new HNIPC(0));
+    m_recorder.reset(new SignalRecorder(m_client.data()));
+}
+
+void tst_Relay::cleanupTestCase()
+{
+    m_recorder.reset();
+    m_client.reset();
+    m_daemons.reset();
+}
+
+void tst_Relay::signalIsRelayedWithItsValues_data()
+{
+    addRows();
+}
+
+void tst_Relay::signalIsRelayedWithItsValues()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    Lines expected;
+    for (int round = 0; round < 5; ++round) {
+        QVERIFY(emitRow(row, round));
+        expected.append(emissionOf(row, round));
+    }
+    QCOMPARE(relayed(), expected);
+}
+
+void tst_Relay::furtherArgumentsAreIgnored_data()
+{
+    addRows();
+}
+
+void tst_Relay::furtherArgumentsAreIgnored()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    QVERIFY(emitRow(row, 1, Lines() << "42"));
+    QVERIFY(emitRow(row, 2, Lines() << "'text'" << "[1, 2]" << "(true, 'x')"));
+    QCOMPARE(relayed(), Lines() << emissionOf(row, 1) << emissionOf(row, 2));
+}
+
+void tst_Relay::misfitIsNotRelayed_data()
+{
+    QTest::addColumn<int>("index");
+    for (const ClientSignal &row : clientSignals) {
+        if (row.member && !QByteArray(row.parameters).isEmpty()) {
+            QTest::newRow(row.member) << row.index;
+        }
+    }
+}
+
+void tst_Relay::misfitIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const QList<Sample> fitting = argumentSamples(row.signature, 1);
+
+    for (int count = 0; count < fitting.size(); ++count) {
+        QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
+    }
+    // No structures and lists of other types: over those Qt itself brings the receiver down.
+    const struct { const char *type; const char *wire; } others[] = {
+        { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
+        { "qulonglong", "uint64 42" }, { "double", "42.5" }, { "QString", "'42'" },
+        { "QStringList", "['42']" }, { "", "int64 42" },   { "", "int16 42" },
+        { "", "uint16 42" },       { "", "byte 0x2a" },    { "", "objectpath '/a'" },
+        { "", "signature 's'" },   { "", "[byte 0x2a]" },  { "", "<42>" },
+    };
+    int misfits = 0;
+    for (int position = 0; position < fitting.size(); ++position) {
+        for (const auto &other : others) {
+            if (QByteArray(other.type) != fitting.at(position).value.typeName()) {
+                QList<Sample> changed = fitting;
+                changed[position].wire = other.wire;
+                QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(changed)));
+                ++misfits;
+            }
+        }
+    }
+    QCOMPARE(misfits, 14 * int(fitting.size()));
+    QCOMPARE(relayed(), Lines());
+}
+
+void tst_Relay::signedValueIsNoUnsignedOne()
+{
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4Dac0", "(5,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4Dac0", "(uint32 5,)"));
+    QCOMPARE(relayed(), Lines() << emission("M4Dac0(quint32)", QVariantList() << 5u));
+}
+
+void tst_Relay::foreignAddressIsNotRelayed_data()
+{
+    addRows();
+}
+
+void tst_Relay::foreignAddressIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    WirePeer &daemon = (*m_daemons)[row.server];
+    const QByteArray interface = identities[row.server].interface;
+    const QByteArray otherInterface = identities[(row.server + 1) % ServerCount].interface;
+    const QByteArray member = row.member;
+    const QByteArray body = wireBody(argumentSamples(row.signature, 1));
+
+    QVERIFY(daemon.emitSignal("/a", interface, member, body));
+    QVERIFY(daemon.emitSignal("/", otherInterface, member, body));
+    QVERIFY(daemon.emitSignal("/", interface.mid(6) + ".x", member, body));
+    QVERIFY(daemon.emitSignal("/", interface, member.mid(member.indexOf('_') + 1), body));
+    QVERIFY(daemon.emitSignal("/", interface, member.toLower(), body));
+    QVERIFY(daemon.emitSignal("/", interface, member + "Signal", body));
+    QCOMPARE(relayed(), Lines());
+}
+
+void tst_Relay::strangerIsNotRelayed_data()
+{
+    addRows();
+}
+
+void tst_Relay::strangerIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const QByteArray interface = identities[row.server].interface;
+    const QByteArray body = wireBody(argumentSamples(row.signature, 1));
+
+    WirePeer stranger;
+    QVERIFY(stranger.emitSignal("/", interface, row.member, body));
+    WirePeer &otherDaemon = (*m_daemons)[(row.server + 1) % ServerCount];
+    QVERIFY(otherDaemon.emitSignal("/", interface, row.member, body));
+    QCOMPARE(relayed(), Lines());
+}
+
+void tst_Relay::orderIsKept()
+{
+    Lines expected;
+    for (const ClientSignal &row : clientSignals) {
+        if (row.member) {
+            QVERIFY(emitRow(row, 0));
+            expected.append(emissionOf(row, 0));
+        }
+    }
+    QCOMPARE(expected.size(), 59);
+    QCOMPARE(relayed(), expected);
+}
+
+void tst_Relay::daemonMayStartLaterAndAgain_data()
+{
+    addServers();
+}
+
+void tst_Relay::daemonMayStartLaterAndAgain()
+{
+    QFETCH(int, server);
+    const ClientSignal &row = rowOf(server);
+    m_daemons->stop(server);
+    HNIPC client(0);
+    SignalRecorder recorder(&client);
+    for (int start = 0; start < 3; ++start) {
+        m_daemons->start(server);
+        QVERIFY(emitRow(row, 1));
+        QVERIFY(m_daemons->passFence());
+        QCOMPARE(recorder.take(), Lines() << emissionOf(row, 1));
+
+        // Whoever has lost the name is a stranger.
+        m_daemons->stop(server);
+        QVERIFY(emitRow(row, 1));
+        QVERIFY(m_daemons->passFence());
+        QCOMPARE(recorder.take(), Lines());
+    }
+    m_daemons->start(server);
+    relayed();
+}
+
+void tst_Relay::eachClientReceivesEverySignal()
+{
+    HNIPC client(0);
+    SignalRecorder recorder(&client);
+    Lines expected;
+    for (const ClientSignal &row : clientSignals) {
+        if (row.member) {
+            QVERIFY(emitRow(row, 1));
+            expected.append(emissionOf(row, 1));
+        }
+    }
+    QCOMPARE(relayed(), expected);
+    QCOMPARE(recorder.take(), expected);
+}
+
+void tst_Relay::deletedClientLeavesTheOtherItsSignals()
+{
+    delete new HNIPC(0);
+    const ClientSignal &row = rowOf(SUPPLYD);
+    QVERIFY(emitRow(row, 1));
+    QCOMPARE(relayed(), Lines() << emissionOf(row, 1));
+}
+
+void tst_Relay::statusChangedNeverFires()
+{
+    const char *const members[] = { "StatusChanged", "_StatusChanged", "M4StatusChanged" };
+    for (int server = 0; server < ServerCount; ++server) {
+        const QByteArray tag = identities[server].tag;
+        for (const char *const member : members) {
+            QVERIFY(m_daemons->emitSignal(server, member, "(1, 'printer')"));
+            QVERIFY(m_daemons->emitSignal(server, tag + member, "(1, 'printer')"));
+            QVERIFY(m_daemons->emitSignal(server, tag + '_' + member, "(1, 'printer')"));
+        }
+    }
+    QCOMPARE(relayed(), Lines());
+}
+
+HNIPC_TEST_MAIN(tst_Relay)
+
+#include "tst_relay.moc"

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "support/fakedaemons.h"
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+
+#include <hnipc/hnipc.h>
+
+#include <malloc.h>
+
+using namespace Expected;
+
+// The allocator's own count, which the allocators of sanitizers do not keep.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define HNIPC_SANITIZED
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) \
+    || __has_feature(memory_sanitizer)
+#define HNIPC_SANITIZED
+#endif
+#endif
+
+#if defined(__GLIBC__) && !defined(HNIPC_SANITIZED)
+#if __GLIBC_PREREQ(2, 33)
+#define HNIPC_COUNTS_HEAP
+#endif
+#endif
+
+static long heapInUse()
+{
+#ifdef HNIPC_COUNTS_HEAP
+    return long(mallinfo2().uordblks);
+#else
+    return -1;
+#endif
+}
+
+// A client outlives its daemons many times.
+class tst_Restart : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyReturnIsNoticedAndNothingIsLeft();
+};
+
+void tst_Restart::everyReturnIsNoticedAndNothingIsLeft()
+{
+    const int restarts = 200;
+    const int warmUp = 50;
+    FakeDaemons daemons;
+    HNIPC client(0);
+    long before = 0;
+    for (int i = 1; i <= restarts; ++i) {
+        for (int server = 0; server < ServerCount; ++server) {
+            daemons.stop(server);
+        }
+        QCOMPARE(client.getError(), 0);
+        QCOMPARE(client.supplyId(), QString());
+        client.printerSoftCancel();
+        QVERIFY(daemons.takeCalls().isEmpty());
+
+        const QByteArray number = QByteArray::number(i);
+        daemons[M4].answer("getError", '(' + number + ",)");
+        daemons[SUPPLYD].answer("supplyId", "('" + number + "',)");
+        for (int server = 0; server < ServerCount; ++server) {
+            daemons.start(server);
+        }
+        QCOMPARE(client.getError(), i);
+        QCOMPARE(client.supplyId(), QString::fromLatin1(number));
+        client.printerSoftCancel();
+        QCOMPARE(daemons.takeCalls().size(), 3);
+        if (i == warmUp) {
+            before = heapInUse();
+        }
+    }
+
+    if (heapInUse() < 0) {
+        HNIPC_SKIP("this C library does not tell the heap in use");
+    }
+    const long growth = heapInUse() - before;
+    // A proxy that is left behind is about two kilobytes; Qt itself keeps some bytes of each.
+    const long proxies = ServerCount * (restarts - warmUp);
+    QVERIFY2(growth < proxies * 500, QByteArray::number(qlonglong(growth)).constData());
+}
+
+HNIPC_TEST_MAIN(tst_Restart)
+
+#include "tst_restart.moc"
