@@ -4,9 +4,10 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${HNIPC_PACKAGE_NAME})
 
-install(TARGETS hnipc EXPORT ${HNIPC_PACKAGE_NAME}Targets
+install(TARGETS hnipc hnipcasync EXPORT ${HNIPC_PACKAGE_NAME}Targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${HNIPC_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hnipc)
+install(FILES ${HNIPC_PUBLIC_HEADERS} ${HNIPC_ASYNC_PUBLIC_HEADERS}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/hnipc)
 install(FILES
     interfaces/local.IHNIPCIOEXPD.xml
     interfaces/local.IHNIPCM4.xml
@@ -34,3 +35,4 @@ function(hnipc_install_pc library requires)
     install(FILES ${pc_file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endfunction()
 hnipc_install_pc(hnipc "${HNIPC_QT_REQUIRES}")
+hnipc_install_pc(hnipcasync hnipc${HNIPC_NAME_SUFFIX})

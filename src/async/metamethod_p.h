@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#ifndef METAMETHOD_P_H
+#define METAMETHOD_P_H
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QMetaMethod>
+#include <QtCore/QMetaType>
+#include <QtCore/QVariant>
+
+// What a QMetaMethod tells under other names in each Qt major, and what goes with its types.
+
+inline QByteArray nameOf(const QMetaMethod &method)
+{
+#if QT_VERSION < 0x050000
+    const QByteArray signature = method.signature();
+    return signature.left(signature.indexOf('('));
+#else
+    return method.name();
+#endif
+}
+
+inline QList<int> parameterTypesOf(const QMetaMethod &method)
+{
+    QList<int> result;
+#if QT_VERSION < 0x050000
+    const QList<QByteArray> names = method.parameterTypes();
+    for (int i = 0; i < names.size(); ++i)
+        result.append(QMetaType::type(names.at(i)));
+#else
+    for (int i = 0; i < method.parameterCount(); ++i)
+        result.append(method.parameterType(i));
+#endif
+    return result;
+}
+
+inline int resultTypeOf(const QMetaMethod &method)
+{
+#if QT_VERSION < 0x050000
+    return QMetaType::type(method.typeName()); // Void for "", too
+#else
+    return method.returnType();
+#endif
+}
+
+inline QVariant emptyValue(int type)
+{
+#if QT_VERSION < 0x060000
+    return QVariant(type, static_cast<const void *>(0));
+#else
+    return QVariant(QMetaType(type));
+#endif
+}
+
+#endif

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#include "async/remotemethod_p.h"
+
+#include "async/metamethod_p.h"
+
+#include <hnipc/hnipc.h>
+#include <hnipc/ihnipcioexpd.h>
+#include <hnipc/ihnipcm4.h>
+#include <hnipc/ihnipcsupplyd.h>
+
+#include <QtCore/QHash>
+#include <QtCore/QStringList>
+#include <QtDBus/QDBusMetaType>
+
+#include <cmath>
+#include <limits>
+
+// ---- What there is to call -----------------------------------------------------------------
+
+static bool hasSlot(const QMetaObject &server, const QByteArray &name, const QList<int> &types)
+{
+    for (int i = server.methodOffset(); i < server.methodCount(); ++i) {
+        const QMetaMethod slot = server.method(i);
+        if (nameOf(slot) == name && parameterTypesOf(slot) == types)
+            return true;
+    }
+    return false;
+}
+
+static const ServiceIdentity *daemonOf(const QByteArray &name, const QList<int> &types)
+{
+    if (hasSlot(IHNIPCM4::staticMetaObject, name, types))
+        return serviceIdentity(HNIPCServer::M4);
+    if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types))
+        return serviceIdentity(HNIPCServer::SUPPLYD);
+    return serviceIdentity(HNIPCServer::IOEXPD);
+}
+
+typedef QHash<QString, QList<RemoteMethod> > RemoteMethods;
+
+static RemoteMethods readMetaObjects()
+{
+    qDBusRegisterMetaType<SupplyInformation>();
+    RemoteMethods result;
+    const QMetaObject &client = HNIPC::staticMetaObject;
+    for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
+        const QMetaMethod slot = client.method(i);
+        if (slot.methodType() != QMetaMethod::Slot)
+            continue;
+        const QByteArray name = nameOf(slot);
+        QList<RemoteMethod> &overloads = result[QString::fromLatin1(name)];
+        const QList<int> types = parameterTypesOf(slot);
+        // A method with arguments left out follows the whole one.
+        if (slot.attributes() & QMetaMethod::Cloned) {
+            overloads.last().required = types.size();
+            continue;
+        }
+        RemoteMethod method;
+        method.daemon = daemonOf(name, types);
+        method.name = QString::fromLatin1(name);
+        method.required = types.size();
+        method.resultType = resultTypeOf(slot);
+        const QList<QByteArray> names = slot.parameterNames();
+        for (int j = 0; j < types.size(); ++j) {
+            const RemoteMethod::Parameter parameter = { QString::fromLatin1(names.at(j)),
+                                                        types.at(j) };
+            method.parameters.append(parameter);
+        }
+        overloads.append(method);
+    }
+    return result;
+}
+
+QList<RemoteMethod> remoteMethods(const QString &name)
+{
+    static const RemoteMethods all = readMetaObjects();
+    return all.value(name);
+}
+
+// ---- What it is called with ----------------------------------------------------------------
+
+static bool isNumber(const QVariant &value)
+{
+    switch (value.userType()) {
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Float:
+    case QMetaType::Double:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The number as a T, or an invalid variant where it is none. JavaScript's are all of type double.
+template <typename T>
+static QVariant exactly(const QVariant &value)
+{
+    const double approximate = value.toDouble();
+    const double end = std::ldexp(1.0, std::numeric_limits<T>::digits);
+    const double start = std::numeric_limits<T>::is_signed ? -end : 0;
+    if (!isNumber(value) || approximate != std::floor(approximate) || approximate < start)
+        return QVariant();
+    const bool isFloating
+        = value.userType() == QMetaType::Double || value.userType() == QMetaType::Float;
+    if (isFloating)
+        return approximate < end ? QVariant(static_cast<T>(approximate)) : QVariant();
+    // Not negative, or small enough for every type that can be.
+    const bool fits = approximate < 0
+        || value.toULongLong() <= static_cast<quint64>(std::numeric_limits<T>::max());
+    return fits ? QVariant(static_cast<T>(approximate < 0 ? value.toLongLong()
+                                                          : qint64(value.toULongLong())))
+                : QVariant();
+}
+
+static QVariant listOfTexts(const QVariant &value)
+{
+    if (value.userType() != QMetaType::QVariantList)
+        return QVariant();
+    QStringList result;
+    const QVariantList list = value.toList();
+    for (int i = 0; i < list.size(); ++i) {
+        if (list.at(i).userType() != QMetaType::QString)
+            return QVariant();
+        result.append(list.at(i).toString());
+    }
+    return result;
+}
+
+// The value as one of this type, or an invalid one where something would be lost or made up.
+static QVariant converted(const QVariant &value, int type)
+{
+    if (value.userType() == type)
+        return value;
+    switch (type) {
+    case QMetaType::Int:
+        return exactly<int>(value);
+    case QMetaType::UInt:
+        return exactly<uint>(value);
+    case QMetaType::ULongLong:
+        return exactly<quint64>(value);
+    case QMetaType::QStringList:
+        return listOfTexts(value);
+    default:
+        return QVariant();
+    }
+}
+
+// The client has two defaults: no printer name, and the first panel.
+static QVariant defaultOf(int type)
+{
+    return type == QMetaType::Int ? QVariant(1) : QVariant(QString());
+}
+
+static QString nameOfType(int type)
+{
+    switch (type) {
+    case QMetaType::Int:
+        return QLatin1String("int (-2147483648 to 2147483647)");
+    case QMetaType::UInt:
+        return QLatin1String("quint32 (0 to 4294967295)");
+    case QMetaType::ULongLong:
+        return QLatin1String("quint64 (0 to 18446744073709551615)");
+    default:
+        return QLatin1String(emptyValue(type).typeName());
+    }
+}
+
+static QString shown(const QVariant &value)
+{
+    if (value.userType() == QMetaType::QString)
+        return QString::fromLatin1("the text \"%1\"").arg(value.toString());
+    if (isNumber(value) || value.userType() == QMetaType::Bool)
+        return value.toString();
+    return value.isValid() ? QString::fromLatin1("a %1").arg(QLatin1String(value.typeName()))
+                           : QString::fromLatin1("undefined");
+}
+
+// The number of arguments that fit, from the first one on.
+static int fit(const RemoteMethod &method, const QVariantList &arguments, QVariantList *fitted)
+{
+    fitted->clear();
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QVariant argument = converted(arguments.at(i), method.parameters.at(i).type);
+        if (!argument.isValid())
+            return i;
+        fitted->append(argument);
+    }
+    return arguments.size();
+}
+
+const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
+                                  const QVariantList &arguments, QVariantList *fitted,
+                                  QString *error)
+{
+    const RemoteMethod &first = overloads.first();
+    const int most = first.parameters.size(); // the same for all overloads
+    if (arguments.size() < first.required || arguments.size() > most) {
+        const QString range = first.required < most
+            ? QString::fromLatin1("%1 to %2").arg(first.required).arg(most)
+            : QString::number(most);
+        *error = QString::fromLatin1("%1 takes %2 %3, not %4")
+                     .arg(first.name, range,
+                          QLatin1String(most == 1 ? "argument" : "arguments"),
+                          QString::number(arguments.size()));
+        return 0;
+    }
+
+    // Of those that do not fit, the ones that came furthest are what was meant.
+    int furthest = -1;
+    QStringList types;
+    for (int i = 0; i < overloads.size(); ++i) {
+        const RemoteMethod &method = overloads.at(i);
+        const int good = fit(method, arguments, fitted);
+        if (good == arguments.size()) {
+            while (fitted->size() < most)
+                fitted->append(defaultOf(method.parameters.at(fitted->size()).type));
+            return &method;
+        }
+        if (good > furthest)
+            types.clear();
+        if (good >= furthest) {
+            furthest = good;
+            const QString type = nameOfType(method.parameters.at(good).type);
+            if (!types.contains(type))
+                types.append(type);
+        }
+    }
+    *error = QString::fromLatin1("argument %1 (%2) of %3 has to be %4, not ")
+                 .arg(QString::number(furthest + 1), first.parameters.at(furthest).name, first.name,
+                      types.join(QLatin1String(" or ")))
+        + shown(arguments.at(furthest));
+    return 0;
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#include "async/turns_p.h"
+
+#include <hnipc/hnipcrequest.h>
+
+#include <QtCore/QMutexLocker>
+
+static const int mostInFlight = 100; // the rest is for the blocking calls of the program
+
+Turns *Turns::instance()
+{
+    static Turns *const turns = new Turns; // for requests that outlive static objects
+    return turns;
+}
+
+bool Turns::take(HNIPCRequest *request)
+{
+    const QMutexLocker locker(&m_mutex);
+    if (m_inFlight == mostInFlight) {
+        m_waiting.append(request);
+        return false;
+    }
+    ++m_inFlight;
+    return true;
+}
+
+void Turns::giveBack()
+{
+    const QMutexLocker locker(&m_mutex);
+    if (m_waiting.isEmpty())
+        --m_inFlight;
+    else
+        QMetaObject::invokeMethod(m_waiting.takeFirst(), "onTurn", Qt::QueuedConnection);
+}
+
+bool Turns::isWaiting(HNIPCRequest *request)
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_waiting.contains(request);
+}
+
+bool Turns::stopWaiting(HNIPCRequest *request)
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_waiting.removeOne(request);
+}

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "requests.h"
+#include "support/busprocess.h"
+#include "support/fakedaemons.h"
+#include "support/privatebus.h"
+#include "support/signalrecorder.h"
+
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
+
+#include <QtDBus/QDBusConnection>
+
+#include <memory>
+#include <vector>
+
+using namespace Expected;
+
+typedef QList<QByteArray> Lines;
+
+// A program of its own: there is one bus in the life of a process, and here it dies.
+class tst_RequestBusLost : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void everyPendingRequestFinishesOnce();
+};
+
+void tst_RequestBusLost::everyPendingRequestFinishesOnce()
+{
+    const QByteArray lost = "Unknown org.freedesktop.DBus.Error.Disconnected: "
+                            "the bus was lost before org.hnipc.m4 answered";
+    const QByteArray noBus =
+        "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
+    const QByteArray sent = emission("stateChanged()");
+    const Lines finished = Lines() << emission("finished()") << emission("stateChanged()");
+    const int inFlight = 100;
+    const int waiting = 20;
+
+    FakeDaemons daemons;
+    daemons[M4].hold("getAlert");
+    BusProcess bus;
+    HNIPCAvailability availability;
+    QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
+    SignalRecorder availabilityRecorder(&availability);
+
+    std::vector<std::unique_ptr<HNIPCRequest>> requests;
+    std::vector<std::unique_ptr<SignalRecorder>> recorders;
+    for (int i = 0; i < inFlight + waiting; ++i) {
+        requests.emplace_back(new HNIPCRequest);
+        requests.back()->setCall(HNIPC_METHOD(getAlert));
+        // The deadline of a dead bus is no matter.
+        requests.back()->setDeadline(i % 2 ? 60 * 60 * 1000 : -1);
+        recorders.emplace_back(new SignalRecorder(requests.back().get()));
+        QVERIFY(requests.back()->send());
+    }
+    QVERIFY(waitUntil([&]() { return daemons[M4].held() == inFlight; }));
+    HNIPCRequest cancelled;
+    cancelled.setCall(HNIPC_METHOD(getAlert));
+    QVERIFY(cancelled.send());
+    cancelled.cancel();
+    std::unique_ptr<HNIPCRequest> deleted(new HNIPCRequest);
+    deleted->setCall(HNIPC_METHOD(getAlert));
+    QVERIFY(deleted->send());
+    deleted.reset();
+
+    HNIPCAvailability hasty; // which the bus may not have told anything when it dies
+    bus.kill();
+    for (const auto &request : requests) {
+        QVERIFY(waitUntilFinished(*request));
+    }
+    QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
+    for (int i = 0; i < inFlight + waiting; ++i) {
+        QCOMPARE(outcomeOf(*requests[i]), i < inFlight ? lost : noBus);
+    }
+
+    // And what is sent now is not.
+    for (const auto &request : requests) {
+        QCOMPARE(outcomeOfSending(*request), noBus);
+    }
+    for (const auto &recorder : recorders) {
+        QCOMPARE(recorder->take(), Lines() << sent << finished << sent << finished);
+    }
+
+    QVERIFY(waitUntil([&]() { return !availability.isKnown(); }));
+    QVERIFY(!availability.hasIoexpd() && !availability.hasM4() && !availability.hasSupplyd());
+    QCOMPARE(availabilityRecorder.take(),
+             Lines() << emission("ioexpdChanged(bool)", QVariantList() << false)
+                     << emission("m4Changed(bool)", QVariantList() << false)
+                     << emission("supplydChanged(bool)", QVariantList() << false)
+                     << emission("knownChanged(bool)", QVariantList() << false));
+    QVERIFY(waitUntil([&]() { return !hasty.isKnown(); }));
+    QVERIFY(!hasty.hasIoexpd() && !hasty.hasM4() && !hasty.hasSupplyd());
+
+    HNIPCAvailability late;
+    SignalRecorder lateRecorder(&late);
+    HNIPCRequest turns;
+    for (int i = 0; i < 10; ++i) {
+        outcomeOfSending(turns);
+    }
+    QVERIFY(!late.isKnown());
+    QCOMPARE(lateRecorder.take(), Lines());
+}
+
+HNIPC_TEST_MAIN(tst_RequestBusLost)
+
+#include "tst_requestbuslost.moc"

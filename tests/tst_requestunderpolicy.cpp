@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#include "requests.h"
+#include "support/fakedaemons.h"
+#include "support/roundtrip.h"
+
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
+
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryFile>
+#include <QtDBus/QDBusConnection>
+#include <QtTest/QTest>
+
+using namespace Expected;
+
+// A bus that forbids a call, and to ask who is there, and that carries two calls in flight.
+const char policy[] =
+    "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
+    "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+    "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+    "<policy context='default'><allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
+    "<allow eavesdrop='true'/>"
+    "<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>"
+    "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/></policy>"
+    "<limit name='max_replies_per_connection'>2</limit></busconfig>";
+
+// What the bus answers in a daemon's place.
+class tst_RequestUnderPolicy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void forbiddenCallIsNotSent();
+    void callThatIsTooManyForTheBusIsNotSent();
+    void refusedQuestionTellsNothing();
+};
+
+void tst_RequestUnderPolicy::forbiddenCallIsNotSent()
+{
+    FakeDaemons daemons;
+    daemons[M4].answerAll("(true,)");
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(resetPrinter));
+    const QByteArray outcome = outcomeOfSending(request);
+    QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.AccessDenied: "),
+             outcome.constData());
+    QVERIFY(request.errorText().contains(QLatin1String("resetPrinter"))); // the bus's own words
+    QVERIFY(daemons.passFence());
+    QCOMPARE(daemons.takeCalls().size(), 0);
+    request.setCall(HNIPC_METHOD(resetCutter));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+}
+
+void tst_RequestUnderPolicy::callThatIsTooManyForTheBusIsNotSent()
+{
+    FakeDaemons daemons;
+    daemons[M4].hold("getAlert");
+    HNIPCRequest requests[3];
+    for (HNIPCRequest &request : requests) {
+        request.setCall(HNIPC_METHOD(getAlert));
+        QVERIFY(request.send());
+    }
+    QVERIFY(waitUntilFinished(requests[2]));
+    const QByteArray outcome = outcomeOf(requests[2]);
+    QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.LimitsExceeded: "),
+             outcome.constData());
+    QVERIFY(requests[0].isPending() && requests[1].isPending());
+    QVERIFY(waitUntil([&]() { return daemons[M4].held() == 2; }));
+    daemons[M4].answerHeld(1, "(5,)");
+    daemons[M4].answerHeld(0, "(6,)");
+    QVERIFY(waitUntilFinished(requests[0]) && waitUntilFinished(requests[1]));
+    QCOMPARE(requests[0].value(), QVariant(6));
+    QCOMPARE(requests[1].value(), QVariant(5));
+    QCOMPARE(daemons.takeCalls().size(), 2);
+}
+
+void tst_RequestUnderPolicy::refusedQuestionTellsNothing()
+{
+    FakeDaemons daemons(false);
+    HNIPCAvailability availability;
+    makeRoundTrip();
+    QVERIFY(daemons.passFence());
+    QVERIFY(daemons.passFence());
+    QVERIFY(!availability.isKnown());
+    // What happens from here on is told nevertheless.
+    for (int server = 0; server < ServerCount; ++server) {
+        QVERIFY(!availability.isKnown());
+        daemons.start(server);
+    }
+    QVERIFY(availability.isKnown());
+    QVERIFY(availability.hasIoexpd() && availability.hasM4() && availability.hasSupplyd());
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QTemporaryFile file;
+    if (!file.open()) {
+        return 1;
+    }
+    file.write(policy);
+    file.close();
+
+    QProcess bus;
+    bus.start(QLatin1String("dbus-daemon"),
+              QStringList() << QLatin1String("--nofork") << QLatin1String("--print-address")
+                            << QLatin1String("--config-file=") + file.fileName());
+    while (!bus.canReadLine() && bus.waitForReadyRead()) {
+    }
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.readLine().trimmed());
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
+
+    tst_RequestUnderPolicy test;
+    const int result = QTest::qExec(&test, argc, argv);
+    bus.terminate();
+    bus.waitForFinished();
+    return result;
+}
+
+#include "tst_requestunderpolicy.moc"
