@@ -12,6 +12,7 @@ install(FILES
     interfaces/local.IHNIPCIOEXPD.xml
     interfaces/local.IHNIPCM4.xml
     interfaces/local.IHNIPCSUPPLYD.xml
+    interfaces/org.hnipc.Simulator.xml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
 
 install(EXPORT ${HNIPC_PACKAGE_NAME}Targets NAMESPACE HNIPC:: DESTINATION ${package_dir})

@@ -19,13 +19,34 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 library=$(find "$prefix" -name "lib$name.so")
 libdir=$(dirname "$library")
 
-# The contract.
-expected="share/dbus-1/interfaces/local.IHNIPCIOEXPD.xml
+# The programs, and what they read; Qt 4 has the contract alone.
+interfaces="share/dbus-1/interfaces/local.IHNIPCIOEXPD.xml
 share/dbus-1/interfaces/local.IHNIPCM4.xml
-share/dbus-1/interfaces/local.IHNIPCSUPPLYD.xml"
+share/dbus-1/interfaces/local.IHNIPCSUPPLYD.xml
+share/dbus-1/interfaces/org.hnipc.Simulator.xml"
+tools="bin/hnipc-sandbox
+bin/hnipc-simulator
+bin/hnipcctl
+share/bash-completion/completions/hnipcctl
+share/hnipc/sandbox-bus.conf
+share/hnipc/scenarios/bad-day.json
+share/hnipc/scenarios/ordinary-day.json
+share/hnipc/supplies.json
+share/man/man1/hnipc-sandbox.1
+share/man/man1/hnipc-simulator.1
+share/man/man1/hnipcctl.1"
+expected=$interfaces
+if [ "$qt" -ge 5 ]; then
+    expected=$interfaces$'\n'$tools
+fi
 diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune -o ! -type d -printf '%P\n' \
         | sort)
+if [ "$qt" -ge 5 ]; then
+    for program in hnipc-sandbox hnipc-simulator hnipcctl; do
+        "$prefix/bin/$program" --version >>"$work/log"
+    done
+fi
 
 # Every public header stands alone, and nothing else was installed.
 export PKG_CONFIG_PATH=$libdir/pkgconfig${PKG_CONFIG_PATH:+:$PKG_CONFIG_PATH}

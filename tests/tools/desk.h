@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_TOOLS_DESK_H
+#define HNIPC_TESTS_TOOLS_DESK_H
+
+#include "support/waituntil.h"
+#include "support/wirepeer.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+
+#include <map>
+#include <memory>
+
+// One simulated daemon, as the program that it is.
+class SimulatedDaemon
+{
+public:
+    explicit SimulatedDaemon(const QStringList &arguments)
+    {
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), arguments);
+    }
+
+    ~SimulatedDaemon() { stop(); }
+
+    bool isServing()
+    {
+        return waitUntil([this]() {
+            m_output += m_process.readAllStandardOutput();
+            return m_output.contains("ready\n") || hasEnded();
+        }) && !hasEnded();
+    }
+
+    void stop()
+    {
+        m_process.terminate();
+        waitUntil([this]() { return hasEnded(); });
+    }
+
+    bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
+    QProcess &process() { return m_process; }
+    QByteArray output() { return m_output += m_process.readAllStandardOutput(); }
+
+private:
+    QProcess m_process;
+    QByteArray m_output;
+};
+
+// Simulated daemons on the private bus, and somebody at the wire who acts and listens.
+class Desk
+{
+public:
+    explicit Desk(const QStringList &daemons)
+    {
+        const QList<QByteArray> interfaces = { "IOEXPD", "M4", "SUPPLYD" };
+        for (const QByteArray &interface : interfaces) {
+            m_peer.listen("type='signal',interface='local.IHNIPC" + interface + "'");
+        }
+        for (const QString &daemon : daemons) {
+            start(daemon);
+        }
+        if (daemons.contains("m4") && daemons.contains("supplyd")) {
+            waitUntilSettled();
+        }
+        forget();
+    }
+
+    void start(const QString &daemon)
+    {
+        m_daemons[daemon].reset(new SimulatedDaemon({ daemon }));
+        if (!m_daemons[daemon]->isServing()) {
+            qFatal("%s does not serve", qPrintable(daemon));
+        }
+    }
+
+    void stop(const QString &daemon) { m_daemons[daemon]->stop(); }
+
+    // The last of the rolls that the supply daemon tells the print engine of.
+    bool waitUntilSettled() { return hears("M4_M4RibbonClr2"); }
+
+    SimulatedDaemon &daemon(const QString &name) { return *m_daemons.at(name); }
+    WirePeer &peer() { return m_peer; }
+
+    WireMessage call(const QByteArray &daemon, const QByteArray &member,
+                     const QByteArray &body = "()")
+    {
+        return m_peer.call("org.hnipc." + daemon, "/", "local.IHNIPC" + daemon.toUpper(), member,
+                           body);
+    }
+
+    // The answer's body, or "ERROR: text".
+    QByteArray ask(const QByteArray &daemon, const QByteArray &member,
+                   const QByteArray &body = "()")
+    {
+        return textOf(call(daemon, member, body));
+    }
+
+    // Asks the world around a daemon. An empty answer is spelled "()".
+    QByteArray act(const QByteArray &daemon, const QByteArray &member,
+                   const QByteArray &body = "()")
+    {
+        return textOf(m_peer.call("org.hnipc." + daemon, "/simulator", "org.hnipc.Simulator",
+                                  member, body));
+    }
+
+    // Whether a signal comes, or has come since the last forget(). An empty body is any.
+    bool hears(const QByteArray &member, const QByteArray &body = QByteArray(), int times = 1)
+    {
+        const bool heard = waitUntil([=]() { return count(member, body) >= times; });
+        if (!heard) {
+            qWarning("not heard: %s %s", member.constData(), body.constData());
+        }
+        return heard;
+    }
+
+    int count(const QByteArray &member, const QByteArray &body = QByteArray())
+    {
+        int result = 0;
+        const QList<WireMessage> all = m_peer.receivedSignals();
+        for (const WireMessage &message : all) {
+            result += message.member == member && (body.isEmpty() || message.body == body);
+        }
+        return result;
+    }
+
+    QByteArray last(const QByteArray &member)
+    {
+        QByteArray result;
+        const QList<WireMessage> all = m_peer.receivedSignals();
+        for (const WireMessage &message : all) {
+            if (message.member == member) {
+                result = message.body;
+            }
+        }
+        return result;
+    }
+
+    void forget() { m_peer.clearSignals(); }
+
+private:
+    static QByteArray textOf(const WireMessage &message)
+    {
+        return message.type == WireMessage::MethodReturn ? message.body
+                                                         : message.errorName + ": " + message.body;
+    }
+
+    WirePeer m_peer;
+    std::map<QString, std::unique_ptr<SimulatedDaemon>> m_daemons;
+};
+
+#endif

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: MIT
+#include "ctlprogram.h"
+#include "desk.h"
+#include "support/privatebus.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtTest/QTest>
+
+#include <csignal>
+
+// "hnipcctl call --deadline": each outcome in words, with its exit code, against the fault that
+// makes it.
+class tst_CtlDeadline : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void saysWhatBecameOfACall_data();
+    void saysWhatBecameOfACall();
+    void asJson();
+    void leavesTheAnswerAsItIs_data();
+    void leavesTheAnswerAsItIs();
+    void deadlinePasses();
+    void daemonIsAbsent();
+    void refusesAWrongDeadline_data();
+    void refusesAWrongDeadline();
+};
+
+static QStringList words(const char *command)
+{
+    return QString::fromLatin1(command).split(QLatin1Char(' '));
+}
+
+void tst_CtlDeadline::saysWhatBecameOfACall_data()
+{
+    QTest::addColumn<QByteArray>("fault");
+    QTest::addColumn<QByteArray>("output");
+    QTest::addColumn<QByteArray>("errors");
+    QTest::addColumn<int>("exitCode");
+    QTest::newRow("answered") << QByteArray("('getError', 'none', <''>)")
+                              << QByteArray("answered: 0\n") << QByteArray() << 0;
+    QTest::newRow("answered late") << QByteArray("('getError', 'delay', <uint32 50>)")
+                                   << QByteArray("answered: 0\n") << QByteArray() << 0;
+    QTest::newRow("refused") << QByteArray("('getError', 'error', <['org.example.Lid', 'open']>)")
+                             << QByteArray()
+                             << QByteArray("hnipcctl: refused: org.example.Lid: open\n") << 5;
+    QTest::newRow("another type")
+        << QByteArray("('getError', 'wrongtype', <''>)") << QByteArray()
+        << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 answered another type: ") << 9;
+    QTest::newRow("dies") << QByteArray("('getError', 'die', <''>)") << QByteArray()
+                          << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 left the bus "
+                                        "before it answered\n")
+                          << 9;
+}
+
+void tst_CtlDeadline::saysWhatBecameOfACall()
+{
+    QFETCH(QByteArray, fault);
+    QFETCH(QByteArray, output);
+    QFETCH(QByteArray, errors);
+    QFETCH(int, exitCode);
+    Desk desk({ "m4" });
+    QCOMPARE(desk.act("m4", "fault", fault), QByteArray("()"));
+    Ctl ctl(words("call --deadline 60000 getError"));
+    QCOMPARE(ctl.exitCode(), exitCode);
+    QCOMPARE(ctl.out(), output);
+    QVERIFY2(ctl.err().startsWith(errors), ctl.err().constData());
+    QCOMPARE(ctl.err().isEmpty(), errors.isEmpty());
+}
+
+void tst_CtlDeadline::asJson()
+{
+    Desk desk({ "m4" });
+    Ctl answered(words("call --deadline 60000 --json getError"));
+    QCOMPARE(answered.exitCode(), 0);
+    QJsonObject object = QJsonDocument::fromJson(answered.out()).object();
+    QVERIFY(object.take("elapsed").isDouble());
+    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
+                                    { "outcome", "answered" }, { "value", 0 } }));
+
+    desk.act("m4", "fault", "('getError', 'error', <['org.example.Lid', 'open']>)");
+    Ctl refused(words("call --deadline 60000 --json getError"));
+    QCOMPARE(refused.exitCode(), 5);
+    object = QJsonDocument::fromJson(refused.out()).object();
+    QVERIFY(object.take("elapsed").isDouble());
+    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
+                                    { "outcome", "refused" }, { "exit", 5 },
+                                    { "errorName", "org.example.Lid" },
+                                    { "error", "org.example.Lid: open" } }));
+}
+
+void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
+{
+    QTest::addColumn<QStringList>("call");
+    for (const char *call : { "supplyInformation", "supplyColorHash", "supplySupplyRGB",
+                              "supplySKUList", "supplyBackgroundImage LBL-100060-WH",
+                              "ribbon1Verify", "setDac 7", "sendMCCMessage 1 2 text",
+                              "supplySupplyPercent" }) {
+        QTest::newRow(call) << words(call);
+    }
+    QTest::newRow("nothing") << words("enableBacklight on");
+}
+
+// The value is printed, in both forms, as without a deadline.
+void tst_CtlDeadline::leavesTheAnswerAsItIs()
+{
+    QFETCH(QStringList, call);
+    Desk desk({ "ioexpd", "m4", "supplyd" });
+    Ctl plain(QStringList("call") + call);
+    Ctl requested(words("call --deadline 60000") + call);
+    QCOMPARE(plain.exitCode(), 0);
+    QCOMPARE(requested.exitCode(), 0);
+    const QByteArray value = plain.out();
+    const bool inOneLine = value.count('\n') == 1;
+    QCOMPARE(requested.out(), (value.isEmpty() ? QByteArray("answered\n")
+                               : inOneLine ? QByteArray("answered: ") : QByteArray("answered\n"))
+                 + value);
+
+    Ctl plainJson(words("call --json") + call);
+    Ctl requestedJson(words("call --deadline 60000 --json") + call);
+    QCOMPARE(QJsonDocument::fromJson(requestedJson.out()).object().value("value"),
+             QJsonDocument::fromJson(plainJson.out()).object().value("value"));
+}
+
+void tst_CtlDeadline::deadlinePasses()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('cycleCutter', 'never', <''>)");
+    Ctl ctl(words("call --deadline 200 cycleCutter"));
+    QCOMPARE(ctl.exitCode(), 9);
+    QCOMPARE(ctl.err(), QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not answer within "
+                                   "200 ms\n"));
+    QCOMPARE(ctl.out(), QByteArray());
+}
+
+void tst_CtlDeadline::daemonIsAbsent()
+{
+    Ctl ctl(words("call --deadline 60000 cycleCutter"));
+    QCOMPARE(ctl.exitCode(), 4);
+    QCOMPARE(ctl.err(), QByteArray("hnipcctl: not sent: org.hnipc.m4 is not on the bus\n"));
+    QCOMPARE(ctl.out(), QByteArray());
+}
+
+void tst_CtlDeadline::refusesAWrongDeadline_data()
+{
+    QTest::addColumn<QString>("deadline");
+    for (const char *deadline : { "", "0", "-1", "soon", "5s", "2147483648" }) {
+        QTest::newRow(deadline) << QString::fromLatin1(deadline);
+    }
+}
+
+void tst_CtlDeadline::refusesAWrongDeadline()
+{
+    QFETCH(QString, deadline);
+    Ctl ctl({ "call", "--deadline=" + deadline, "getError" });
+    QCOMPARE(ctl.exitCode(), 2);
+    QCOMPARE(ctl.err(), "hnipcctl: --deadline is no number of milliseconds: \""
+                 + deadline.toLatin1() + "\"\n");
+    QCOMPARE(ctl.out(), QByteArray());
+}
+
+HNIPC_TEST_MAIN(tst_CtlDeadline)
+#include "tst_ctl_deadline.moc"

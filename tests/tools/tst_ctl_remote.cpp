@@ -1,0 +1,633 @@
+// SPDX-License-Identifier: MIT
+// hnipcctl with printers across the network: a script stands in for ssh, and each printer is a bus
+// of its own.
+#include "ctlprogram.h"
+
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+#include "support/wirepeer.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QStandardPaths>
+#include <QtCore/QTemporaryDir>
+
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+QStringList words(const char *command)
+{
+    return QString::fromLatin1(command).split(QLatin1Char(' '));
+}
+
+QList<QByteArray> lines(QByteArray output)
+{
+    return output.isEmpty() ? QList<QByteArray>() : output.chopped(1).split('\n');
+}
+
+bool write(const QString &fileName, const QByteArray &content)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+QByteArray content(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// A process that is there, and no mere remains that nobody has asked for.
+bool isRunning(const QByteArray &pid)
+{
+    const QByteArray stat = content(QString::fromLatin1("/proc/" + pid + "/stat"));
+    return !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
+}
+
+// A bus, and a peer on it that is all three daemons.
+class Printer
+{
+public:
+    explicit Printer(const QString &socket)
+        : m_bus(configuration(socket))
+    {
+        const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLatin1());
+        m_peer.reset(new WirePeer);
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
+        for (const char *name : { "org.hnipc.ioexpd", "org.hnipc.m4", "org.hnipc.supplyd" }) {
+            if (!m_peer->own(name)) {
+                qFatal("a printer does not start");
+            }
+        }
+    }
+
+    WirePeer &peer() { return *m_peer; }
+
+private:
+    static QString configuration(const QString &socket)
+    {
+        const QString fileName = socket + QStringLiteral(".conf");
+        if (!write(fileName,
+                   "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
+                   "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+                   "<busconfig><type>session</type><listen>unix:path=" + socket.toUtf8()
+                       + "</listen><auth>EXTERNAL</auth><policy context='default'>"
+                         "<allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
+                         "<allow eavesdrop='true'/></policy></busconfig>")) {
+            qFatal("no configuration");
+        }
+        return fileName;
+    }
+
+    OtherBus m_bus;
+    std::unique_ptr<WirePeer> m_peer;
+};
+
+} // namespace
+
+class tst_CtlRemote : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+
+    void reaches_data();
+    void reaches();
+    void hearsSignals();
+    void namesTheHostExactly();
+    void tellsWhyNot_data();
+    void tellsWhyNot();
+    void tellsWhyNotInJson();
+    void refusesBeforeItReaches_data();
+    void refusesBeforeItReaches();
+    void leavesNoSsh_data();
+    void leavesNoSsh();
+    void refusesHosts_data();
+    void refusesHosts();
+    void refusesHostsFiles_data();
+    void refusesHostsFiles();
+
+    void fleetInRows_data();
+    void fleetInRows();
+    void fleetChecksDescriptions();
+    void fleetInJson();
+    void fleetFromFile();
+    void fleetActs();
+    void fiftyPrinters();
+    void interruptedFleet();
+
+private:
+    Ctl *ask(const QStringList &arguments) { return new Ctl(arguments, m_environment); }
+    Printer &start(const QString &host, const QByteArray &error = "(0,)");
+    QString path(const QString &name) const { return m_directory->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> m_directory;
+    std::vector<std::unique_ptr<Printer>> m_printers;
+    Environment m_environment;
+};
+
+void tst_CtlRemote::init()
+{
+    m_directory.reset(new QTemporaryDir);
+    const QString ssh = path(QStringLiteral("s,s;h %=x")); // all that an address has to escape
+    QVERIFY(write(ssh,
+                  "#!/bin/sh\n"
+                  "cd '" + m_directory->path().toUtf8() + "' || exit 99\n"
+                  "printf '%s\\n' \"$@\" > arguments\n"
+                  "host=${3#*@}\n"
+                  "if test -p gate; then : > \"$host.running\"; read -r line < gate; fi\n"
+                  "case $host in\n"
+                  "down*) echo \"ssh: connect to host $host port 22: No route to host\" >&2\n"
+                  "    exit 255 ;;\n"
+                  "bare*) echo 'bash: line 1: systemd-stdio-bridge: command not found' >&2\n"
+                  "    exit 127 ;;\n"
+                  "hang*) echo $$ > \"$host.pid\"; exec sleep 100000 ;;\n"
+                  "esac\n"
+                  "exec ${BRIDGE:-'" HNIPC_TEST_BRIDGE "'} \"$host\"\n"));
+    QVERIFY(QFile(ssh).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    m_environment[QStringLiteral("HNIPCCTL_SSH")] = ssh;
+    m_environment.remove(QStringLiteral("BRIDGE"));
+}
+
+void tst_CtlRemote::cleanup()
+{
+    m_printers.clear();
+}
+
+Printer &tst_CtlRemote::start(const QString &host, const QByteArray &error)
+{
+    m_printers.emplace_back(new Printer(path(host)));
+    WirePeer &peer = m_printers.back()->peer();
+    peer.answer("getError", error);
+    peer.answer("getAlert", "(0,)");
+    peer.answer("getBatteryStatus", "(87,)");
+    peer.answer("supplySupplyPercent", "(62.5,)");
+    peer.answer("supplySupplyRGB", "('#ffffff',)");
+    peer.answer("supplyRibbon1Percent", "(0.0,)");
+    peer.answer("supplyRibbon1RGBs", "(['#00aeef', '#000000'],)");
+    peer.answer("supplySKUCached", "('S-100',)");
+    peer.answer("setDac", "(true,)");
+    peer.answer("enableBacklight", "()");
+    return *m_printers.back();
+}
+
+// ---- One printer ---------------------------------------------------------------------------
+
+void tst_CtlRemote::reaches_data()
+{
+    QTest::addColumn<QString>("bridge");
+
+    QTest::newRow("bridge of the test") << QString();
+    QTest::newRow("bridge of the system") << QStringLiteral("systemd-stdio-bridge --bus-path");
+}
+
+void tst_CtlRemote::reaches()
+{
+    QFETCH(QString, bridge);
+
+    if (!bridge.isEmpty()) {
+        if (QStandardPaths::findExecutable(QStringLiteral("systemd-stdio-bridge")).isEmpty()) {
+            HNIPC_SKIP("systemd-stdio-bridge is not installed");
+        }
+        // It wants an address.
+        const QString script = path(QStringLiteral("bridge"));
+        QVERIFY(write(script, "#!/bin/sh\nexec systemd-stdio-bridge --bus-path=\"unix:path=$PWD/$1\"\n"));
+        QVERIFY(QFile(script).setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+        m_environment[QStringLiteral("BRIDGE")] = script;
+    }
+    Printer &printer = start(QStringLiteral("p1"), "(31,)");
+    QScopedPointer<Ctl> get(ask(words("--host service@p1 get qmlPrintEngineErrorCode")));
+    QCOMPARE(get->err(), QByteArray());
+    QCOMPARE(get->out(), QByteArray("31\n"));
+    QCOMPARE(get->exitCode(), 0);
+    QCOMPARE(content(path(QStringLiteral("arguments"))),
+             QByteArray("-xT\n--\nservice@p1\nsystemd-stdio-bridge\n"));
+
+    QScopedPointer<Ctl> call(ask(words("call setDac 5 --host p1")));
+    QCOMPARE(call->exitCode(), 0);
+    QCOMPARE(printer.peer().calls().last().line(),
+             QByteArray("/ local.IHNIPCM4.setDac u (uint32 5,)"));
+
+    QScopedPointer<Ctl> status(ask(words("status --host p1")));
+    QVERIFY2(status->out().contains("  qmlPrintEngineErrorCode  31\n"), status->out());
+    QCOMPARE(status->exitCode(), 0);
+}
+
+void tst_CtlRemote::hearsSignals()
+{
+    Printer &printer = start(QStringLiteral("p1"));
+    QScopedPointer<Ctl> monitor(ask(words("monitor --host p1 --json --count 1")));
+    QScopedPointer<Ctl> record(ask(words("record - --host p1 --count 1")));
+    QVERIFY(monitor->complains("listening"));
+    QVERIFY(record->complains("recording"));
+    QVERIFY(printer.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(12,)"));
+    QVERIFY2(monitor->out().contains("\"arguments\":{\"value\":12}"), monitor->out());
+    QVERIFY2(record->out().contains("\"arguments\":[12]"), record->out());
+    QCOMPARE(monitor->exitCode(), 0);
+    QCOMPARE(record->exitCode(), 0);
+}
+
+void tst_CtlRemote::namesTheHostExactly()
+{
+    const QString host = QString::fromUtf8("down,er;=%41\"'\\*~$(x)\xc3\xa4");
+    QScopedPointer<Ctl> ctl(ask({ QStringLiteral("--host"), host, QStringLiteral("status") }));
+    QCOMPARE(ctl->exitCode(), 3);
+    QCOMPARE(content(path(QStringLiteral("arguments"))),
+             "-xT\n--\n" + host.toUtf8() + "\nsystemd-stdio-bridge\n");
+}
+
+void tst_CtlRemote::tellsWhyNot_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("error");
+    QTest::addColumn<int>("exitCode");
+
+    QTest::newRow("unreachable")
+        << QByteArray("status --host down")
+        << QByteArray("ssh: connect to host down port 22: No route to host\n"
+                      "hnipcctl: no system bus of down\n") << 3;
+    QTest::newRow("no bridge")
+        << QByteArray("get all --host bare")
+        << QByteArray("bash: line 1: systemd-stdio-bridge: command not found\n"
+                      "hnipcctl: no system bus of bare\n") << 3;
+    QTest::newRow("silent")
+        << QByteArray("call getError --timeout 200 --host hang")
+        << QByteArray("hnipcctl: hang was not reached within 200 ms\n") << 6;
+    QTest::newRow("silent with an odd name")
+        << QByteArray("call getError --timeout 200 --host hang%2")
+        << QByteArray("hnipcctl: hang%2 was not reached within 200 ms\n") << 6;
+}
+
+void tst_CtlRemote::tellsWhyNot()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, error);
+    QFETCH(int, exitCode);
+
+    QScopedPointer<Ctl> ctl(ask(words(command.constData())));
+    QCOMPARE(ctl->exitCode(), exitCode);
+    QCOMPARE(ctl->err(), error);
+    QCOMPARE(ctl->out(), QByteArray());
+}
+
+void tst_CtlRemote::tellsWhyNotInJson()
+{
+    QScopedPointer<Ctl> down(ask(words("--json status --host down")));
+    QCOMPARE(down->exitCode(), 3);
+    QCOMPARE(down->out(), QByteArray("{\"error\":\"no system bus of down\",\"exit\":3}\n"));
+    QScopedPointer<Ctl> silent(ask(words("--json get all --timeout 200 --host hang")));
+    QCOMPARE(silent->exitCode(), 6);
+    QCOMPARE(silent->out(),
+             QByteArray("{\"error\":\"hang was not reached within 200 ms\",\"exit\":6}\n"));
+}
+
+void tst_CtlRemote::refusesBeforeItReaches_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("message");
+
+    const auto row = [](const char *command, int exitCode, const char *message) {
+        QTest::newRow(command) << QByteArray(command) << exitCode << QByteArray(message);
+    };
+    row("call nope", 7, "no method nope");
+    row("call setDac x", 8, "argument 1 (value) is not an unsigned number: \"x\"");
+    row("call setDac", 2, "0 arguments given to setDac(quint32 value)");
+    row("call getError --deadline 0", 2, "--deadline is no number of milliseconds");
+    row("get qmlBatteryStatus nope", 7, "no property nope");
+    row("introspect m5", 7, "no daemon m5; there are ioexpd, m4, supplyd");
+}
+
+void tst_CtlRemote::refusesBeforeItReaches()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, message);
+
+    const QString file = path(QStringLiteral("hosts"));
+    QVERIFY(write(file, "a\nb\n"));
+    for (const QStringList &hosts : { words("--host a"), words("--host a --host b"),
+                                      QStringList { QStringLiteral("--hosts"), file } }) {
+        QScopedPointer<Ctl> ctl(ask(words(command.constData()) + hosts));
+        QCOMPARE(ctl->exitCode(), exitCode);
+        QCOMPARE(ctl->out(), QByteArray());
+        QVERIFY2(ctl->err().startsWith("hnipcctl: " + message), ctl->err());
+        QCOMPARE(ctl->err().count('\n'), 1);
+        QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // no ssh was started
+    }
+    for (const char *single : { "monitor nope", "monitor --count 0", "record f --count 0",
+                                "replay f --speed x" }) {
+        QScopedPointer<Ctl> ctl(ask(words(single) + words("--host a")));
+        QVERIFY(ctl->exitCode() == 2 || ctl->exitCode() == 7);
+        QVERIFY(!QFile::exists(path(QStringLiteral("arguments"))));
+    }
+}
+
+void tst_CtlRemote::leavesNoSsh_data()
+{
+    QTest::addColumn<int>("signal");
+
+    QTest::newRow("deadline") << 0;
+    QTest::newRow("Ctrl-C") << int(SIGINT);
+    QTest::newRow("killed") << int(SIGKILL);
+}
+
+void tst_CtlRemote::leavesNoSsh()
+{
+    QFETCH(int, signal);
+
+    const QString command = signal == 0 ? QStringLiteral("status --host hang --timeout 500")
+                                        : QStringLiteral("status --host hang --timeout 1000000");
+    QScopedPointer<Ctl> ctl(ask(command.split(QLatin1Char(' '))));
+    const QString file = path(QStringLiteral("hang.pid"));
+    QVERIFY(waitUntil([&]() { return content(file).endsWith('\n'); }));
+    const QByteArray pid = content(file).trimmed();
+    if (signal != 0) {
+        QVERIFY(isRunning(pid));
+        ctl->send(signal);
+    }
+    QVERIFY(ctl->ended());
+    QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
+}
+
+void tst_CtlRemote::refusesHosts_data()
+{
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<QByteArray>("message");
+
+    const auto row = [](const char *command, const char *message) {
+        QTest::newRow(command) << words(command) << QByteArray(message);
+    };
+    row("status --host", "--host needs a value: PRINTER");
+    row("status --hosts", "--hosts needs a value: FILE");
+    row("status --host=", "--host: expected the name of a printer, not an empty text");
+    row("status --host -oProxyCommand=x",
+        "--host: expected the name of a printer, not \"-oProxyCommand=x\"");
+    row("status --host a --host -x", "--host: expected the name of a printer, not \"-x\"");
+    row("status --host a --address unix:path=/x", "--address and --host name different buses");
+    row("status --hosts a --address unix:path=/x", "--address and --host name different buses");
+    row("status --address=", "--address is empty");
+    row("watch --host a --host b", "watch is for one printer at a time; 2 are given");
+    row("monitor --host a --host b", "monitor is for one printer at a time; 2 are given");
+    row("record f --host a --host b --host c", "record is for one printer at a time; 3 are given");
+    row("replay f --host a --host b", "replay is for one printer at a time; 2 are given");
+    row("call supplyBackgroundImage S --output f --host a --host b",
+        "--output is for one printer at a time");
+    QTest::newRow("space") << QStringList { QStringLiteral("status"), QStringLiteral("--host"),
+                                            QStringLiteral("a b") }
+                           << QByteArray("--host: expected the name of a printer, not \"a b\"");
+}
+
+void tst_CtlRemote::refusesHosts()
+{
+    QFETCH(QStringList, command);
+    QFETCH(QByteArray, message);
+
+    QScopedPointer<Ctl> ctl(ask(command));
+    QCOMPARE(ctl->exitCode(), 2);
+    QCOMPARE(ctl->out(), QByteArray());
+    QVERIFY2(ctl->err().startsWith("hnipcctl: " + message), ctl->err());
+    QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // no ssh was started
+}
+
+void tst_CtlRemote::refusesHostsFiles_data()
+{
+    QTest::addColumn<QByteArray>("file");
+    QTest::addColumn<QByteArray>("message");
+
+    QTest::newRow("empty") << QByteArray() << QByteArray(": expected a printer a line");
+    QTest::newRow("comments only") << QByteArray("# a\n\n") << QByteArray(": expected a printer");
+    QTest::newRow("option") << QByteArray("a\n\n-oProxyCommand=x\n")
+                            << QByteArray(":3: expected the name of a printer, not \"-oProxy");
+    QTest::newRow("two in a line") << QByteArray("# all\na b\n")
+                                   << QByteArray(":2: expected the name of a printer, not \"a b\"");
+}
+
+void tst_CtlRemote::refusesHostsFiles()
+{
+    QFETCH(QByteArray, file);
+    QFETCH(QByteArray, message);
+
+    const QString name = path(QStringLiteral("hosts"));
+    const QStringList command { QStringLiteral("status"), QStringLiteral("--hosts"), name };
+    QScopedPointer<Ctl> missing(ask(command));
+    QCOMPARE(missing->exitCode(), 1);
+    QVERIFY2(missing->err().startsWith("hnipcctl: " + name.toUtf8() + ": "), missing->err());
+
+    QVERIFY(write(name, file));
+    QScopedPointer<Ctl> ctl(ask(command));
+    QCOMPARE(ctl->exitCode(), 8);
+    QVERIFY2(ctl->err().startsWith("hnipcctl: " + name.toUtf8() + message), ctl->err());
+    QVERIFY(!QFile::exists(path(QStringLiteral("arguments"))));
+}
+
+// ---- Several -------------------------------------------------------------------------------
+
+void tst_CtlRemote::fleetInRows_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("rows");
+    QTest::addColumn<int>("exitCode");
+
+    const char down[] = "down  ssh: connect to host down port 22: No route to host\n";
+    QTest::newRow("get one") << QByteArray("get qmlSupplyPercent --host p2 --host p1")
+                             << QByteArray("p2  62.5\np1  62.5\n") << 0;
+    QTest::newRow("get two") << QByteArray("--host p1 --host p2 get qmlBatteryStatus qmlSupplySKU")
+                             << QByteArray("p1  qmlBatteryStatus=87 qmlSupplySKU=\"S-100\"\n"
+                                           "p2  qmlBatteryStatus=87 qmlSupplySKU=\"S-100\"\n") << 0;
+    QTest::newRow("call") << QByteArray("call getError --host p1 --host p2")
+                          << QByteArray("p1  1\np2  2\n") << 0;
+    QTest::newRow("call without answer") << QByteArray("call enableBacklight on --host p1 --host p2")
+                                         << QByteArray("p1  done\np2  done\n") << 0;
+    QTest::newRow("twice the same") << QByteArray("call getError --host p1 --host p2 --host p1")
+                                    << QByteArray("p1  1\np2  2\n") << 0;
+    QTest::newRow("unreachable") << QByteArray("call getError --host p1 --host down --host p2")
+                                 << QByteArray("p1    1\n") + down + "p2    2\n" << 3;
+    QTest::newRow("hanging")
+        << QByteArray("call getError --timeout 1000 --host hang --host p1 --host down")
+        << QByteArray("hang  hang was not reached within 1000 ms\np1    1\n") + down << 6;
+    QTest::newRow("daemon refuses")
+        << QByteArray("call dac0 --host p1 --host down --host p2")
+        << QByteArray("p1    (m4 answered org.example.Cold: too cold)\n") + down
+            + "p2    (m4 answered org.example.Cold: too cold)\n" << 5;
+    QTest::newRow("status")
+        << QByteArray("status --host p1 --host down")
+        << QByteArray("p1    ioexpd=present m4=present supplyd=present qmlBatteryStatus=87 "
+                      "qmlPrintEngineAlertCode=0 qmlPrintEngineErrorCode=1 "
+                      "qmlRibbonColorRGBs=[\"#00aeef\",\"#000000\"] qmlRibbonPercent=0 "
+                      "qmlSupplyColorRGB=\"#ffffff\" qmlSupplyPercent=62.5 qmlSupplySKU=\"S-100\"\n")
+            + down << 3;
+}
+
+void tst_CtlRemote::fleetInRows()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, rows);
+    QFETCH(int, exitCode);
+
+    for (const char *host : { "p1", "p2" }) {
+        const QByteArray error = QByteArray("(") + host[1] + ",)";
+        start(QString::fromLatin1(host), error)
+            .peer().answerError("dac0", "org.example.Cold", "too cold");
+    }
+    QScopedPointer<Ctl> ctl(ask(words(command.constData())));
+    QCOMPARE(ctl->out(), rows);
+    QCOMPARE(ctl->err(), QByteArray());
+    QCOMPARE(ctl->exitCode(), exitCode);
+}
+
+void tst_CtlRemote::fleetChecksDescriptions()
+{
+    const QByteArray whole = content(QStringLiteral(HNIPC_INTERFACES_DIR "/local.IHNIPCIOEXPD.xml"));
+    const QByteArray backlight = "name=\"enableBacklight\"";
+    QVERIFY(whole.contains(backlight));
+    start(QStringLiteral("p1")).peer().setIntrospection(whole);
+    start(QStringLiteral("p2")).peer().setIntrospection(
+        QByteArray(whole).replace(backlight, "name=\"enable&#x9b;\""));
+    start(QStringLiteral("p4")).peer().setIntrospection("<node><interface name='a.%2'/></node>");
+    start(QStringLiteral("p3"));
+
+    QScopedPointer<Ctl> check(
+        ask(words("introspect ioexpd --check --host p1 --host p2 --host p3 --host down")));
+    QCOMPARE(check->out(), QByteArray(
+        "p1    as described\n"
+        "p2    enableBacklight(b) is missing; enable\\u009b(b) is not described\n"
+        "p3    ioexpd answered org.freedesktop.DBus.Error.UnknownMethod: no such method\n"
+        "down  ssh: connect to host down port 22: No route to host\n"));
+    QCOMPARE(check->exitCode(), 5);
+    QScopedPointer<Ctl> introspect(
+        ask(words("introspect ioexpd --host p1 --host p4 --host down")));
+    QCOMPARE(introspect->out(), QByteArray(
+        "p1    local.IHNIPCIOEXPD: 6 methods, 3 signals\n"
+        "p4    a.%2: 0 methods, 0 signals\n"
+        "down  ssh: connect to host down port 22: No route to host\n"));
+    QCOMPARE(introspect->exitCode(), 3);
+}
+
+void tst_CtlRemote::fleetInJson()
+{
+    start(QStringLiteral("p1"), "(1,)");
+    QScopedPointer<Ctl> ctl(ask(words("--json call getError --host p1 --host down")));
+    const QJsonObject expected = QJsonDocument::fromJson(
+        "{\"p1\":{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\",\"method\":\"getError()\"}},"
+        "\"down\":{\"exit\":3,"
+        "\"error\":\"ssh: connect to host down port 22: No route to host\"}}").object();
+    QCOMPARE(QJsonDocument::fromJson(ctl->out()).object(), expected);
+    QCOMPARE(ctl->exitCode(), 3);
+}
+
+void tst_CtlRemote::fleetFromFile()
+{
+    start(QStringLiteral("p1"), "(1,)");
+    start(QStringLiteral("p2"), "(2,)");
+    const QString file = path(QStringLiteral("hosts"));
+    QVERIFY(write(file, "# the hall\n\n  p2\nservice@p1 # by the door\n"));
+    const QStringList command { QStringLiteral("call"), QStringLiteral("getError"),
+                                QStringLiteral("--hosts"), file };
+    QScopedPointer<Ctl> ctl(ask(command));
+    QCOMPARE(ctl->out(), QByteArray("p2          2\nservice@p1  1\n"));
+    QCOMPARE(ctl->exitCode(), 0);
+
+    QScopedPointer<Ctl> both(ask(QStringList(command) << QStringLiteral("--host")
+                                                      << QStringLiteral("down")));
+    QCOMPARE(lines(both->out()).size(), 3);
+    QVERIFY2(both->out().startsWith("down        ssh: "), both->out());
+
+    // A file of one is a row; for what takes one printer it is that printer.
+    QVERIFY(write(file, "p1"));
+    QScopedPointer<Ctl> one(ask(command));
+    QCOMPARE(one->out(), QByteArray("p1  1\n"));
+    QScopedPointer<Ctl> monitor(ask({ QStringLiteral("monitor"), QStringLiteral("--hosts"), file }));
+    QVERIFY(monitor->complains("listening"));
+    monitor->interrupt();
+    QCOMPARE(monitor->exitCode(), 130);
+}
+
+void tst_CtlRemote::fleetActs()
+{
+    for (const char *host : { "p1", "p2", "p3" }) {
+        start(QString::fromLatin1(host)).peer().clearCalls();
+    }
+    QScopedPointer<Ctl> ctl(ask(words("call setDac 5 --host p1 --host p3")));
+    QCOMPARE(ctl->exitCode(), 0);
+    const QByteArray call = "/ local.IHNIPCM4.setDac u (uint32 5,)";
+    QCOMPARE(m_printers[0]->peer().calls().size(), 1);
+    QCOMPARE(m_printers[0]->peer().calls().first().line(), call);
+    QCOMPARE(m_printers[1]->peer().calls().size(), 0);
+    QCOMPARE(m_printers[2]->peer().calls().size(), 1);
+    QCOMPARE(m_printers[2]->peer().calls().first().line(), call);
+}
+
+void tst_CtlRemote::fiftyPrinters()
+{
+    QByteArray hosts;
+    QByteArray expected;
+    for (int i = 0; i < 50; ++i) {
+        const QByteArray number = QByteArray::number(i);
+        const QByteArray kind = i % 10 == 3 ? "down" : i % 25 == 7 ? "hang" : "p";
+        const QByteArray host = kind + number;
+        QByteArray row = QByteArray::number(1000 + i);
+        if (kind == "p") {
+            start(QString::fromLatin1(host), '(' + row + ",)");
+        } else if (kind == "down") {
+            row = "ssh: connect to host " + host + " port 22: No route to host";
+        } else {
+            row = host + " was not reached within 20000 ms";
+        }
+        hosts += host + '\n';
+        expected += host.leftJustified(8) + row + '\n';
+    }
+    const QString file = path(QStringLiteral("hosts"));
+    QVERIFY(write(file, hosts));
+    // Each ssh says that it runs, and waits at the gate until all fifty have.
+    const QByteArray gate = QFile::encodeName(path(QStringLiteral("gate")));
+    QCOMPARE(mkfifo(gate.constData(), 0600), 0);
+    const int opener = open(gate.constData(), O_RDWR | O_CLOEXEC);
+    QVERIFY(opener >= 0);
+    QScopedPointer<Ctl> ctl(ask({ QStringLiteral("get"), QStringLiteral("qmlPrintEngineErrorCode"),
+                                  QStringLiteral("--timeout"), QStringLiteral("20000"),
+                                  QStringLiteral("--hosts"), file }));
+    const bool allRun = waitUntil([this]() {
+        return QDir(m_directory->path()).entryList({ QStringLiteral("*.running") }).size() == 50;
+    });
+    const QByteArray passes(50, '\n');
+    QCOMPARE(::write(opener, passes.constData(), size_t(passes.size())), ssize_t(50));
+    QVERIFY(allRun);
+    QCOMPARE(ctl->out(), expected);
+    QCOMPARE(ctl->err(), QByteArray());
+    QCOMPARE(ctl->exitCode(), 6);
+    close(opener);
+}
+
+void tst_CtlRemote::interruptedFleet()
+{
+    QScopedPointer<Ctl> ctl(ask(words("status --timeout 1000000 --host hang1 --host hang2")));
+    QList<QByteArray> pids;
+    for (const char *name : { "hang1.pid", "hang2.pid" }) {
+        const QString file = path(QString::fromLatin1(name));
+        QVERIFY(waitUntil([&]() { return content(file).endsWith('\n'); }));
+        pids += content(file).trimmed();
+        QVERIFY(isRunning(pids.last()));
+    }
+    ctl->interrupt();
+    QCOMPARE(ctl->exitCode(), 130);
+    QCOMPARE(ctl->out(), QByteArray());
+    for (const QByteArray &pid : pids) {
+        QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
+    }
+}
+
+HNIPC_TEST_MAIN(tst_CtlRemote)
+#include "tst_ctl_remote.moc"

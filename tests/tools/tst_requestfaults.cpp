@@ -1,0 +1,262 @@
+// SPDX-License-Identifier: MIT
+#include "desk.h"
+#include "support/privatebus.h"
+
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
+
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtTest/QTest>
+
+#include <memory>
+#include <vector>
+
+#include <csignal>
+#include <malloc.h>
+
+// What a request in flight makes of each fault of a daemon that is a process of its own.
+class tst_RequestFaults : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lateAnswerArrives();
+    void othersAreAnsweredMeanwhile();
+    void missingAnswerIsUnknown();
+    void errorIsARefusal();
+    void otherTypeIsUnknown();
+    void deathAfterReadingIsUnknown();
+    void deathBeforeReadingIsUnknown();
+    void absentDaemonGetsNothing();
+    void daemonThatReturnsIsAsked();
+    void thousandAtOnce();
+    void memoryStaysAsItIs();
+};
+
+namespace {
+
+// A request that counts how often it finishes.
+class Counted : public HNIPCRequest
+{
+public:
+    explicit Counted(const char *method, const QVariantList &arguments = {})
+    {
+        setMethod(QString::fromLatin1(method));
+        setArguments(arguments);
+        connect(this, &HNIPCRequest::finished, this, [this]() { ++times; });
+    }
+
+    bool finishes()
+    {
+        return waitUntil([this]() { return !isPending(); });
+    }
+
+    int times = 0;
+};
+
+QString error(const char *name)
+{
+    return QString::fromLatin1("org.freedesktop.DBus.Error.") + QString::fromLatin1(name);
+}
+
+} // namespace
+
+void tst_RequestFaults::lateAnswerArrives()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "set", "('error', <7>)");
+    desk.act("m4", "fault", "('getError', 'delay', <uint32 300>)");
+    Counted request("getError");
+    request.setDeadline(60000);
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Answered);
+    QCOMPARE(request.value(), QVariant(7));
+    QVERIFY(request.elapsed() >= 290); // the daemon's clock may be ahead by a tick
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::othersAreAnsweredMeanwhile()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('calibrateSupply', 'delay', <uint32 2000>)");
+    Counted slow("calibrateSupply");
+    Counted quick("getAlert");
+    QVERIFY(slow.send());
+    QVERIFY(quick.send());
+    QVERIFY(quick.finishes());
+    QCOMPARE(quick.outcome(), HNIPCRequest::Answered);
+    QVERIFY(slow.isPending());
+    QVERIFY(slow.finishes());
+    QCOMPARE(slow.outcome(), HNIPCRequest::Answered);
+}
+
+void tst_RequestFaults::missingAnswerIsUnknown()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('cycleCutter', 'never', <''>)");
+    Counted request("cycleCutter");
+    request.setDeadline(200);
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Unknown);
+    QCOMPARE(request.errorName(), error("Timeout"));
+    QCOMPARE(request.value(), QVariant());
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::errorIsARefusal()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('cycleCutter', 'error', <['org.example.LidOpen', 'close it']>)");
+    Counted request("cycleCutter");
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Refused);
+    QCOMPARE(request.errorName(), QString("org.example.LidOpen"));
+    QCOMPARE(request.errorText(), QString("close it"));
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::otherTypeIsUnknown()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('cycleCutter', 'wrongtype', <''>)");
+    Counted request("cycleCutter");
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Unknown);
+    QCOMPARE(request.errorName(), error("InvalidSignature"));
+    QCOMPARE(request.value(), QVariant());
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::deathAfterReadingIsUnknown()
+{
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('cycleCutter', 'die', <''>)");
+    Counted request("cycleCutter");
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Unknown);
+    QCOMPARE(request.errorName(), error("NoReply"));
+    QCOMPARE(request.times, 1);
+}
+
+// The message is at the daemon's socket, and the daemon never comes to read it.
+void tst_RequestFaults::deathBeforeReadingIsUnknown()
+{
+    Desk desk({ "m4" });
+    const pid_t process = pid_t(desk.daemon("m4").process().processId());
+    QCOMPARE(kill(process, SIGSTOP), 0);
+    Counted request("cycleCutter");
+    QVERIFY(request.send());
+    QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("org.hnipc.m4"));
+    QVERIFY(request.isPending());
+    QCOMPARE(kill(process, SIGKILL), 0);
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Unknown);
+    QCOMPARE(request.errorName(), error("NoReply"));
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::absentDaemonGetsNothing()
+{
+    Desk desk({ "ioexpd" });
+    Counted request("cycleCutter");
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::NotSent);
+    QCOMPARE(request.errorName(), error("ServiceUnknown"));
+    desk.start("m4");
+    QVERIFY(!desk.count("M4_M4CutterHome"));
+    QCOMPARE(request.times, 1);
+}
+
+void tst_RequestFaults::daemonThatReturnsIsAsked()
+{
+    Desk desk({ "m4" });
+    HNIPCAvailability availability;
+    QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
+    desk.stop("m4");
+    QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
+    Counted request("getError");
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::NotSent);
+
+    desk.start("m4");
+    QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
+    QVERIFY(request.send());
+    QVERIFY(request.finishes());
+    QCOMPARE(request.outcome(), HNIPCRequest::Answered);
+    QCOMPARE(request.times, 2);
+}
+
+void tst_RequestFaults::thousandAtOnce()
+{
+    Desk desk({ "m4", "supplyd" });
+    HNIPC printer;
+    const QStringList skus = printer.supplySKUList();
+    QStringList names;
+    for (const QString &sku : skus) {
+        names += printer.supplyColorName(sku);
+    }
+    names.removeDuplicates();
+    QVERIFY(names.size() > 1); // they tell the answers apart
+    std::vector<std::unique_ptr<Counted>> requests;
+    for (int i = 0; i < 1000; ++i) {
+        requests.emplace_back(new Counted("supplyColorName", { skus.at(i % skus.size()) }));
+        QVERIFY(requests.back()->send());
+    }
+    for (int i = 0; i < 1000; ++i) {
+        const Counted &request = *requests.at(size_t(i));
+        QVERIFY(requests.at(size_t(i))->finishes());
+        QVERIFY2(request.outcome() == HNIPCRequest::Answered, qPrintable(request.errorText()));
+        QCOMPARE(request.value(), QVariant(printer.supplyColorName(skus.at(i % skus.size()))));
+        QCOMPARE(request.times, 1);
+    }
+}
+
+static size_t allocated()
+{
+    return mallinfo2().uordblks;
+}
+
+// Each ends in its own way: answered, refused, not sent, cancelled, deleted in flight.
+static void makeRequests(int number)
+{
+    for (int i = 0; i < number / 5; ++i) {
+        Counted answered("getError");
+        Counted refused("getAlert");
+        Counted notSent("getError", { 1 });
+        Counted cancelled("getError");
+        answered.send();
+        refused.send();
+        notSent.send();
+        cancelled.send();
+        cancelled.cancel();
+        Counted("getError").send();
+        if (!answered.finishes() || !refused.finishes() || !notSent.finishes()) {
+            qFatal("a request does not finish");
+        }
+    }
+}
+
+void tst_RequestFaults::memoryStaysAsItIs()
+{
+    const int number = 100000;
+    Desk desk({ "m4" });
+    desk.act("m4", "fault", "('getAlert', 'error', <'org.example.No no'>)");
+    makeRequests(number / 10);
+    const size_t before = allocated();
+    makeRequests(number);
+    // A byte for each request would be a leak; the heap's own books move by less.
+    const size_t after = allocated();
+    QVERIFY2(after < before + number,
+             qPrintable(QString("%1 bytes, and %2 before").arg(after).arg(before)));
+}
+
+HNIPC_TEST_MAIN(tst_RequestFaults)
+#include "tst_requestfaults.moc"

@@ -1,0 +1,867 @@
+// SPDX-License-Identifier: MIT
+#include "support/waituntil.h"
+#include "support/wirepeer.h"
+
+#include <hnipc/hnipc.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QUuid>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusReply>
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+const QString sandboxProgram = QStringLiteral(HNIPC_TOOLS_DIR "/hnipc-sandbox");
+
+QByteArray read(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// hnipc-sandbox as a process. All that it starts inherits a mark, by which it can be found.
+class Sandbox
+{
+public:
+    explicit Sandbox(const QStringList &arguments) { start(sandboxProgram, arguments); }
+
+    // Another program, of which the sandbox is a child.
+    Sandbox(const QString &program, const QStringList &arguments) { start(program, arguments); }
+
+    Sandbox(const QStringList &arguments, const QList<QPair<QString, QString>> &variables)
+        : Sandbox(sandboxProgram, arguments, variables)
+    {
+    }
+
+    Sandbox(const QString &program, const QStringList &arguments,
+            const QList<QPair<QString, QString>> &variables)
+        : m_variables(variables)
+    {
+        start(program, arguments);
+    }
+
+    ~Sandbox()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    QProcess &process() { return m_process; }
+
+    bool hasEnded()
+    {
+        return waitUntil([this]() { return m_process.state() == QProcess::NotRunning; });
+    }
+
+    // Until it ends; -1 where a signal ended it.
+    int exitCode()
+    {
+        return hasEnded() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
+                                                                            : -1;
+    }
+
+    QByteArray output() { return m_output += m_process.readAllStandardOutput(); }
+    QByteArray errors() { return m_errors += m_process.readAllStandardError(); }
+
+    bool says(const QByteArray &text)
+    {
+        const bool said = waitUntil([this, &text]() {
+            return output().contains(text) || errors().contains(text)
+                || m_process.state() == QProcess::NotRunning;
+        });
+        return said && (output().contains(text) || errors().contains(text));
+    }
+
+    // Of all that it has started and that runs, itself included.
+    QStringList processes()
+    {
+        QStringList result;
+        const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+        for (const QString &entry : entries) {
+            const QString directory = QLatin1String("/proc/") + entry;
+            if (entry.toInt() > 0 && read(directory + "/environ").contains(m_mark)) {
+                result += entry + QLatin1Char(' ')
+                    + QString::fromLocal8Bit(read(directory + "/cmdline").replace('\0', ' '));
+            }
+        }
+        return result;
+    }
+
+    bool leavesNothing()
+    {
+        QStringList left;
+        const bool nothing = waitUntil([this, &left]() {
+            left = processes();
+            return left.isEmpty();
+        });
+        if (!nothing) {
+            qWarning("left: %s", qPrintable(left.join(QLatin1String("; "))));
+        }
+        return nothing;
+    }
+
+private:
+    void start(const QString &program, const QStringList &arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HNIPC_TEST_MARK"), QString::fromLatin1(m_mark));
+        for (const auto &variable : std::as_const(m_variables)) {
+            environment.insert(variable.first, variable.second);
+        }
+        m_process.setProcessEnvironment(environment);
+        m_process.start(program, arguments);
+        if (!m_process.waitForStarted()) {
+            qFatal("%s: %s", qPrintable(program), qPrintable(m_process.errorString()));
+        }
+    }
+
+    QProcess m_process;
+    QByteArray m_mark = QUuid::createUuid().toByteArray();
+    QList<QPair<QString, QString>> m_variables;
+    QByteArray m_output;
+    QByteArray m_errors;
+};
+
+// A sandbox whose command does nothing but live, and this program among its daemons.
+class OpenSandbox : public Sandbox
+{
+public:
+    explicit OpenSandbox(const QStringList &options)
+        : Sandbox(options
+                  + QStringList { "--", "sh", "-c",
+                                  "echo \"address $DBUS_SYSTEM_BUS_ADDRESS\"; exec cat" })
+    {
+        const bool open = waitUntil([this]() {
+            return output().contains('\n') || process().state() == QProcess::NotRunning;
+        });
+        if (!open || !output().startsWith("address ")) {
+            qFatal("no sandbox: %s", errors().constData());
+        }
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS",
+                output().mid(8, output().indexOf('\n') - 8));
+        m_peer.reset(new WirePeer);
+    }
+
+    WirePeer &peer() { return *m_peer; }
+
+    bool isThere(const QByteArray &daemon)
+    {
+        return askBus("NameHasOwner", daemon) == "(true,)";
+    }
+
+    QByteArray processOf(const QByteArray &daemon)
+    {
+        return askBus("GetConnectionUnixProcessID", daemon);
+    }
+
+    QByteArray ask(const QByteArray &daemon, const QByteArray &member)
+    {
+        return m_peer->call("org.hnipc." + daemon, "/", "local.IHNIPC" + daemon.toUpper(), member)
+            .body;
+    }
+
+private:
+    QByteArray askBus(const QByteArray &member, const QByteArray &daemon)
+    {
+        return m_peer->call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                            "org.freedesktop.DBus", member, "('org.hnipc." + daemon + "',)")
+            .body;
+    }
+
+    std::unique_ptr<WirePeer> m_peer;
+};
+
+QStringList inShell(const QString &script, const QStringList &options = {})
+{
+    return options + QStringList { "--", "sh", "-c", script };
+}
+
+pid_t childOf(pid_t parent)
+{
+    const QString children = QStringLiteral("/proc/%1/task/%1/children").arg(parent);
+    return read(children).split(' ').value(0).toInt();
+}
+
+} // namespace
+
+// The sandbox, from outside: what it gives to its command, what it answers, and what it leaves.
+class tst_Sandbox : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void endsAsItsCommand_data();
+    void endsAsItsCommand();
+    void commandHasStreamsAndArguments();
+    void commandHasTheEnvironment();
+    void commandIsAmongTheDaemons_data();
+    void commandIsAmongTheDaemons();
+    void clientWorksInside();
+    void sandboxInASandbox();
+
+    void leavesNothingBehind_data();
+    void leavesNothingBehind();
+    void survivesNoKill_data();
+    void survivesNoKill();
+    void leavesNoFiles();
+
+    void refuses_data();
+    void refuses();
+    void refusesABrokenScenario();
+    void saysWhatDoesNotComeUp();
+    void helpIntoAClosedPipe();
+
+    void playsAScenario();
+    void scenarioStopsADaemon();
+    void scenarioStartsADaemonAgain();
+    void daemonThatIsReplacedIsHeardToItsEnd();
+    void playGoesOnAfterAMistake();
+    void shippedScenariosPlayToTheirEnd();
+    void tellsOfADaemonThatDies();
+    void tellsOfABusThatDies();
+
+    void keysAreForTheCommand();
+    void keyEndsTheCommand();
+    void shellWithoutACommand();
+
+private:
+    QString write(const QString &name, const QByteArray &content);
+    QStringList scenario(const QByteArray &acts);
+
+    QTemporaryDir m_directory;
+};
+
+QString tst_Sandbox::write(const QString &name, const QByteArray &content)
+{
+    QFile file(m_directory.filePath(name));
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("cannot write %s", qPrintable(file.fileName()));
+    }
+    return file.fileName();
+}
+
+QStringList tst_Sandbox::scenario(const QByteArray &acts)
+{
+    return { "--scenario", write("scenario.json",
+                                 "{ \"name\": \"n\", \"about\": \"a\", \"acts\": [\n" + acts
+                                     + "\n] }\n") };
+}
+
+// ---- The command ----
+
+void tst_Sandbox::endsAsItsCommand_data()
+{
+    QTest::addColumn<QStringList>("command");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("error");
+    QTest::newRow("0") << inShell("exit 0") << 0 << QByteArray();
+    QTest::newRow("7") << inShell("exit 7") << 7 << QByteArray();
+    QTest::newRow("255") << inShell("exit 255") << 255 << QByteArray();
+    QTest::newRow("terminated") << inShell("kill -TERM $$") << 143 << QByteArray();
+    QTest::newRow("killed") << inShell("kill -KILL $$") << 137 << QByteArray();
+    QTest::newRow("without dashes") << QStringList { "sh", "-c", "exit 3" } << 3 << QByteArray();
+    QTest::newRow("not found") << QStringList { "--", "no-such-program" } << 127
+        << QByteArray("hnipc-sandbox: no-such-program: No such file or directory\n");
+    QTest::newRow("cannot run") << QStringList { "--", "/etc/passwd" } << 126
+        << QByteArray("hnipc-sandbox: /etc/passwd: Permission denied\n");
+}
+
+void tst_Sandbox::endsAsItsCommand()
+{
+    QFETCH(QStringList, command);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, error);
+    Sandbox sandbox(command);
+    QCOMPARE(sandbox.exitCode(), exitCode);
+    QCOMPARE(sandbox.errors(), error);
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::commandHasStreamsAndArguments()
+{
+    Sandbox sandbox({ "--daemons", "none", "--", "sh", "-c",
+                      "printf '<%s>' \"$@\"; cat; echo wrong >&2", "name", "--", "two words", "",
+                      "--daemons", "\xc3\xa4" });
+    sandbox.process().write("what was typed\n");
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 0);
+    QCOMPARE(sandbox.output(),
+             QByteArray("<--><two words><><--daemons><\xc3\xa4>what was typed\n"));
+    QCOMPARE(sandbox.errors(), QByteArray("wrong\n"));
+}
+
+void tst_Sandbox::commandHasTheEnvironment()
+{
+    Sandbox sandbox({ "--daemons", "none", "--", "env" },
+                    { { "LC_ALL", "C" }, { "KEPT", "a=b" }, { "PATH", "/usr/bin:/bin" } });
+    QCOMPARE(sandbox.exitCode(), 0);
+    const QList<QByteArray> variables = sandbox.output().split('\n');
+    QVERIFY(variables.contains("KEPT=a=b"));
+    QVERIFY(variables.contains("LC_ALL=C"));
+    QVERIFY(variables.contains("PATH=/usr/bin:/bin:" HNIPC_TOOLS_DIR));
+    int addresses = 0;
+    for (const QByteArray &variable : variables) {
+        addresses += variable.startsWith("DBUS_SYSTEM_BUS_ADDRESS=unix:");
+    }
+    QCOMPARE(addresses, 1);
+}
+
+void tst_Sandbox::commandIsAmongTheDaemons_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("names");
+    QTest::newRow("all") << QStringList()
+                         << QByteArray("org.hnipc.ioexpd org.hnipc.m4 org.hnipc.supplyd\n");
+    QTest::newRow("none") << QStringList { "--daemons", "none" } << QByteArray("\n");
+    QTest::newRow("one") << QStringList { "--daemons", "m4" } << QByteArray("org.hnipc.m4\n");
+    QTest::newRow("two") << QStringList { "--daemons=supplyd,ioexpd" }
+                         << QByteArray("org.hnipc.ioexpd org.hnipc.supplyd\n");
+    QTest::newRow("one twice") << QStringList { "--daemons", "m4,m4" }
+                               << QByteArray("org.hnipc.m4\n");
+}
+
+void tst_Sandbox::commandIsAmongTheDaemons()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, names);
+    Sandbox sandbox(options
+                    + QStringList { "--", QCoreApplication::applicationFilePath(), "--names" });
+    QCOMPARE(sandbox.exitCode(), 0);
+    QCOMPARE(sandbox.output(), names);
+    QCOMPARE(sandbox.errors(), QByteArray());
+}
+
+void tst_Sandbox::clientWorksInside()
+{
+    Sandbox sandbox({ "--", QCoreApplication::applicationFilePath(), "--client" });
+    QCOMPARE(sandbox.exitCode(), 0);
+    QCOMPARE(sandbox.output(), QByteArray("set and heard, 321\n"));
+}
+
+void tst_Sandbox::sandboxInASandbox()
+{
+    Sandbox sandbox({ "--daemons", "m4", "--", sandboxProgram, "--daemons", "ioexpd", "--",
+                      QCoreApplication::applicationFilePath(), "--names" });
+    QCOMPARE(sandbox.exitCode(), 0);
+    QCOMPARE(sandbox.output(), QByteArray("org.hnipc.ioexpd\n"));
+    QVERIFY(sandbox.leavesNothing());
+}
+
+// ---- What is left ----
+
+void tst_Sandbox::leavesNothingBehind_data()
+{
+    QTest::addColumn<QString>("script"); // says "up"
+    QTest::addColumn<int>("number");     // the signal that the sandbox gets then, or 0
+    QTest::addColumn<int>("exitCode");
+    const QString wait = QStringLiteral("echo up; exec sleep 1000");
+    const QString stubborn = QStringLiteral("trap '' TERM HUP INT; echo up; "
+                                            "while :; do sleep 1000; done");
+    QTest::newRow("command ends") << "echo up; exit 4" << 0 << 4;
+    QTest::newRow("command leaves a process") << "sleep 1000 & echo up; exit 4" << 0 << 4;
+    QTest::newRow("and one that hides") << "(setsid sleep 1000 &) ; echo up; exit 4" << 0 << 4;
+    QTest::newRow("and one that does not listen")
+        << "sh -c \"trap '' TERM HUP; echo up; sleep 1000; sleep 1000\" & sleep 1000 & wait $!"
+        << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("SIGHUP") << wait << SIGHUP << 128 + SIGHUP;
+    QTest::newRow("SIGINT") << wait << SIGINT << 128 + SIGINT;
+    QTest::newRow("SIGQUIT") << wait << SIGQUIT << 128 + SIGQUIT;
+    QTest::newRow("SIGTERM") << wait << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("stubborn command") << stubborn << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("stopped command") << "echo up; kill -STOP $$" << SIGTERM << 128 + SIGTERM;
+}
+
+void tst_Sandbox::leavesNothingBehind()
+{
+    QFETCH(QString, script);
+    QFETCH(int, number);
+    QFETCH(int, exitCode);
+    Sandbox sandbox(inShell(script));
+    QVERIFY(sandbox.says("up\n"));
+    if (number) {
+        // Two of the sandbox, the bus, three daemons, and the command.
+        QVERIFY(sandbox.processes().size() >= 7);
+        QCOMPARE(kill(pid_t(sandbox.process().processId()), number), 0);
+    }
+    QCOMPARE(sandbox.exitCode(), exitCode);
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::survivesNoKill_data()
+{
+    QTest::addColumn<bool>("outer");
+    QTest::addColumn<bool>("inner");
+    QTest::newRow("outer process") << true << false;
+    QTest::newRow("inner process") << false << true;
+    QTest::newRow("both") << true << true;
+}
+
+void tst_Sandbox::survivesNoKill()
+{
+    QFETCH(bool, outer);
+    QFETCH(bool, inner);
+    // With a process that only the sandbox can find, unless there is none left.
+    const QString more = outer && inner ? QString() : QStringLiteral("(setsid sleep 1000 &); ");
+    Sandbox sandbox(inShell(more + "echo up; exec sleep 1000"));
+    QVERIFY(sandbox.says("up\n"));
+    const pid_t process = pid_t(sandbox.process().processId());
+    const pid_t child = childOf(process);
+    QVERIFY(child > 0);
+    if (outer) {
+        QCOMPARE(kill(process, SIGSTOP), 0); // it must not see the other one end
+    }
+    if (inner) {
+        QCOMPARE(kill(child, SIGKILL), 0);
+    }
+    if (outer) {
+        QCOMPARE(kill(process, SIGKILL), 0);
+    }
+    QCOMPARE(sandbox.exitCode(), outer ? -1 : 125);
+    QVERIFY(sandbox.leavesNothing());
+    const QByteArray told = outer ? "" : "hnipc-sandbox: ended by signal 9\n";
+    QCOMPARE(sandbox.errors(), told);
+}
+
+void tst_Sandbox::leavesNoFiles()
+{
+    const QTemporaryDir temporary;
+    Sandbox sandbox(inShell("ls -A \"$TMPDIR\"; pwd; echo \"$DBUS_SYSTEM_BUS_ADDRESS\""),
+                    { { "TMPDIR", temporary.path() } });
+    QCOMPARE(sandbox.exitCode(), 0);
+    const QByteArray expected = QDir::currentPath().toLocal8Bit() + "\nunix:abstract=";
+    QCOMPARE(sandbox.output().left(expected.size()), expected);
+    QVERIFY(QDir(temporary.path()).isEmpty());
+}
+
+// ---- Bad input ----
+
+void tst_Sandbox::refuses_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("error");
+    const QByteArray see = " See hnipc-sandbox --help.\n";
+    QTest::newRow("option") << QStringList { "--fast" }
+                            << "hnipc-sandbox: Unknown option 'fast'." + see;
+    QTest::newRow("no value") << QStringList { "--scenario" }
+                              << "hnipc-sandbox: Missing value after '--scenario'." + see;
+    const QByteArray daemons = "hnipc-sandbox: --daemons: expected none, or some of "
+                               "ioexpd,m4,supplyd, not ";
+    QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" }
+                            << daemons + "\"printd\"\n";
+    QTest::newRow("no daemon") << QStringList { "--daemons", "" } << daemons + "\"\"\n";
+    QTest::newRow("none and one") << QStringList { "--daemons", "m4,none" }
+                                  << daemons + "\"none\"\n";
+    QTest::newRow("no scenario") << QStringList { "--scenario", "/nowhere/day.json" }
+        << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
+    QTest::newRow("unknown scenario") << QStringList { "--scenario", "nosuch" }
+        << QByteArray("hnipc-sandbox: no file nosuch, and no scenario of that name; there are "
+                      "bad-day, ordinary-day\n");
+}
+
+void tst_Sandbox::refuses()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, error);
+    if (options.size() == 1 && options.at(0) == QLatin1String("--scenario")) {
+        Sandbox sandbox(options);
+        QCOMPARE(sandbox.exitCode(), 125);
+        QCOMPARE(sandbox.errors(), error);
+        return;
+    }
+    Sandbox sandbox(inShell("echo run", options));
+    QCOMPARE(sandbox.exitCode(), 125);
+    QCOMPARE(sandbox.errors(), error);
+    QCOMPARE(sandbox.output(), QByteArray());
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::refusesABrokenScenario()
+{
+    const QStringList options = scenario(
+        "{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
+        "{ \"at\": 1, \"daemon\": \"m5\", \"do\": \"reset\" }");
+    Sandbox sandbox(inShell("echo run", options));
+    QCOMPARE(sandbox.exitCode(), 125);
+    const QByteArray where = "hnipc-sandbox: " + options.last().toLocal8Bit() + ":3: ";
+    QVERIFY2(sandbox.errors().startsWith(where) && sandbox.errors().contains("m4"),
+             sandbox.errors().constData());
+    QCOMPARE(sandbox.output(), QByteArray());
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::saysWhatDoesNotComeUp()
+{
+    const QString catalogue = write("supplies.json", "{\n  \"supplies\": 3\n}\n");
+    Sandbox noDaemon(inShell("echo run"), { { "HNIPC_DATA_DIR", m_directory.path() } });
+    QCOMPARE(noDaemon.exitCode(), 125);
+    QVERIFY2(noDaemon.errors().contains(catalogue.toLocal8Bit() + ':'),
+             noDaemon.errors().constData());
+    QVERIFY2(noDaemon.errors().endsWith("hnipc-sandbox: supplyd does not come up\n"),
+             noDaemon.errors().constData());
+    QCOMPARE(noDaemon.output(), QByteArray());
+    QVERIFY(noDaemon.leavesNothing());
+
+    Sandbox noBusProgram({ "--", "/bin/echo", "run" }, { { "PATH", "/nonexistent" } });
+    QCOMPARE(noBusProgram.exitCode(), 125);
+    QCOMPARE(noBusProgram.errors(),
+             QByteArray("hnipc-sandbox: no bus: dbus-daemon: No such file or directory\n"));
+    QCOMPARE(noBusProgram.output(), QByteArray());
+
+    write("sandbox-bus.conf", "<busconfig><listen>nonsense</listen>\n");
+    Sandbox noBus(inShell("echo run"), { { "HNIPC_DATA_DIR", m_directory.path() } });
+    QCOMPARE(noBus.exitCode(), 125);
+    QVERIFY2(noBus.errors().startsWith("hnipc-sandbox: no bus: ")
+                 && noBus.errors().contains("sandbox-bus.conf"),
+             noBus.errors().constData());
+    QCOMPARE(noBus.output(), QByteArray());
+    QVERIFY(noBus.leavesNothing());
+}
+
+void tst_Sandbox::helpIntoAClosedPipe()
+{
+    Sandbox help({ "--help" });
+    QCOMPARE(help.exitCode(), 0);
+    QVERIFY(help.output().contains("--daemons"));
+    QCOMPARE(help.errors(), QByteArray());
+
+    // true has ended before the sandbox begins.
+    Sandbox closed(QStringLiteral("bash"),
+                   { "-c", "exec 3> >(true); wait $!; exec \"$0\" --help >&3", sandboxProgram });
+    QVERIFY(closed.hasEnded());
+    QCOMPARE(closed.process().exitStatus(), QProcess::CrashExit);
+    QCOMPARE(closed.process().exitCode(), int(SIGPIPE));
+    QCOMPARE(closed.errors(), QByteArray());
+    QVERIFY(closed.leavesNothing());
+}
+
+// ---- Scenarios ----
+
+void tst_Sandbox::playsAScenario()
+{
+    OpenSandbox sandbox(scenario(
+        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
+        "\"value\": true },\n"
+        "{ \"at\": 0.01, \"daemon\": \"supplyd\", \"do\": \"set\", \"name\": \"supplyPercent\", "
+        "\"value\": 12.5 },\n"
+        "{ \"at\": 0.02, \"do\": \"say\", \"text\": \"The lid is \xc3\xb6pen.\" }"));
+    QVERIFY(sandbox.says("-- The lid is \xc3\xb6pen.\n"));
+    QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
+    QVERIFY(waitUntil([&sandbox]() {
+        return sandbox.ask("supplyd", "supplySupplyPercent") == "(12.5,)";
+    }));
+    QCOMPARE(sandbox.errors(), QByteArray("-- The lid is \xc3\xb6pen.\n"));
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 0);
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::scenarioStopsADaemon()
+{
+    OpenSandbox sandbox(scenario(
+        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+        "{ \"at\": 0.01, \"do\": \"say\", \"text\": \"Stopped.\" }"));
+    QVERIFY(sandbox.says("-- Stopped.\n"));
+    QVERIFY(!sandbox.isThere("m4"));
+    QVERIFY(sandbox.isThere("ioexpd"));
+    // It was meant to end, so that there is nothing to tell of it.
+    QCOMPARE(sandbox.errors(), QByteArray("-- Stopped.\n"));
+}
+
+void tst_Sandbox::scenarioStartsADaemonAgain()
+{
+    // It returns without the fault, and one that runs is not started twice.
+    OpenSandbox sandbox(scenario(
+        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"printerLid\", "
+        "\"kind\": \"error\", \"detail\": \"a.b no\" },\n"
+        "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+        "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+        "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
+        "\"value\": true },\n"
+        "{ \"at\": 0.2, \"daemon\": \"supplyd\", \"do\": \"start\" },\n"
+        "{ \"at\": 0.3, \"do\": \"say\", \"text\": \"Back.\" }"));
+    QVERIFY(sandbox.says("-- Back.\n"));
+    QVERIFY(sandbox.isThere("m4"));
+    QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
+    QVERIFY(sandbox.isThere("supplyd"));
+    QCOMPARE(sandbox.errors(), QByteArray("-- Back.\n"));
+    QCOMPARE(int(sandbox.processes().filter("hnipc-simulator").size()), 3);
+}
+
+// With a daemon beside a copy of the sandbox that has much to say when it is asked to end.
+void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
+{
+    const QString program = m_directory.filePath("hnipc-sandbox");
+    QVERIFY(QFile::copy(sandboxProgram, program));
+    const QString daemon = write("hnipc-simulator",
+        "#!/bin/sh\n"
+        "trap 'seq 2000; printf \"that was all\"; exit 0' TERM\n"
+        "echo ready\n"
+        "while :; do sleep 0.05 >/dev/null 2>&1; done\n");
+    QVERIFY(QFile::setPermissions(daemon, QFile::ReadOwner | QFile::ExeOwner));
+    const QList<QPair<QString, QString>> variables
+        = { { "HNIPC_DATA_DIR", HNIPC_TOOLS_DIR "/../share/hnipc" } };
+
+    // Every start opens a pipe.
+    const QByteArray restart = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+                               "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"start\" },\n";
+    const QByteArray end = "{ \"at\": 0, \"do\": \"say\", \"text\": \"Done.\" }";
+    QList<int> pipes;
+    QByteArray errors;
+    for (const int times : { 1, 4 }) {
+        Sandbox sandbox(program, scenario(restart.repeated(times) + end)
+                            + QStringList { "--daemons", "m4", "--", "cat" }, variables);
+        QVERIFY(sandbox.says("-- Done.\n"));
+        const pid_t inner = childOf(pid_t(sandbox.process().processId()));
+        const QDir directory(QStringLiteral("/proc/%1/fd").arg(inner));
+        int count = 0;
+        const QStringList entries = directory.entryList(QDir::NoDotAndDotDot | QDir::AllEntries
+                                                        | QDir::System);
+        for (const QString &entry : entries) {
+            char target[64] = {};
+            const QByteArray link = QFile::encodeName(directory.filePath(entry));
+            count += readlink(link.constData(), target, sizeof(target) - 1) > 0
+                && QByteArray(target).startsWith("pipe:");
+        }
+        pipes += count;
+        errors = sandbox.errors();
+        sandbox.process().closeWriteChannel();
+        QCOMPARE(sandbox.exitCode(), 0);
+        QVERIFY(sandbox.leavesNothing());
+    }
+    QCOMPARE(pipes.at(1), pipes.at(0));
+
+    QByteArray last;
+    for (int i = 1; i <= 2000; ++i) {
+        last += QByteArray::number(i) + '\n';
+    }
+    QCOMPARE(errors, (last + "that was all\n").repeated(4) + "-- Done.\n");
+}
+
+void tst_Sandbox::playGoesOnAfterAMistake()
+{
+    const QStringList options = scenario(
+        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nothing\", \"value\": 1 },\n"
+        "{ \"at\": 0, \"daemon\": \"supplyd\", \"do\": \"reset\" },\n"
+        "{ \"at\": 0.1, \"do\": \"say\", \"text\": \"On.\" }");
+    OpenSandbox sandbox(options + QStringList { "--daemons", "m4" });
+    QVERIFY(sandbox.says("-- On.\n"));
+    const QByteArray file = "hnipc-sandbox: " + options.last().toLocal8Bit();
+    QVERIFY(sandbox.says(file + ":2: "));
+    QVERIFY(sandbox.says(file + ":3: "));
+}
+
+// What a sandbox's daemons say, and how the print engine comes and goes.
+static void listen(WirePeer *peer)
+{
+    for (const char *interface : { "IOEXPD", "M4", "SUPPLYD" }) {
+        peer->listen(QByteArray("type='signal',interface='local.IHNIPC") + interface + '\'');
+    }
+    peer->listen("type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',"
+                 "arg0='org.hnipc.m4'");
+}
+
+// The signals of a day as "member(body)"; the engine's name as "M4 leaves" and "M4 returns".
+static QList<QByteArray> story(const WirePeer &peer)
+{
+    QList<QByteArray> result;
+    const QList<WireMessage> all = peer.receivedSignals();
+    for (const WireMessage &message : all) {
+        if (message.member == "NameOwnerChanged") {
+            result += message.body.endsWith(", '')") ? "M4 leaves" : "M4 returns";
+        } else {
+            result += message.member + message.body;
+        }
+    }
+    return result;
+}
+
+// Whether these are in the story, in this order.
+static bool tells(const QList<QByteArray> &story, const QList<QByteArray> &course)
+{
+    auto at = story.begin();
+    for (const QByteArray &event : course) {
+        at = std::find(at, story.end(), event);
+        if (at == story.end()) {
+            qWarning("missing, or too early: %s", event.constData());
+            return false;
+        }
+        ++at;
+    }
+    return true;
+}
+
+// All that a sandbox says beside its scenario's narration.
+static QByteArray complaints(const QByteArray &errors)
+{
+    QByteArray result;
+    const QList<QByteArray> lines = errors.split('\n');
+    for (const QByteArray &line : lines) {
+        if (!line.isEmpty() && !line.startsWith("-- ")) {
+            result += line + '\n';
+        }
+    }
+    return result;
+}
+
+// Both at once, because a day takes its time.
+void tst_Sandbox::shippedScenariosPlayToTheirEnd()
+{
+    OpenSandbox bad({ "--scenario", "bad-day" });
+    listen(&bad.peer());
+    OpenSandbox ordinary({ "--scenario", "ordinary-day" });
+    listen(&ordinary.peer());
+
+    QVERIFY(ordinary.says("-- The last order is done.\n"));
+    QCOMPARE(complaints(ordinary.errors()), QByteArray());
+    QVERIFY(tells(story(ordinary.peer()),
+                  { "IOEXPD_PrintButton()", "M4_PrintQueueComplete(1,)",
+                    "M4_PrintQueueComplete(2,)", "M4_Alert(21,)", "M4_M4PrinterLid(true,)",
+                    "M4_Error(10,)",
+                    "SUPPLYD_RibbonChanged(['RIB-110-CMYK', 'RIB-110-BK'], 'labelprinter')",
+                    "M4_Alert(0,)", "M4_Error(0,)", "IOEXPD_HelpButton()",
+                    "M4_PrintQueueComplete(1,)" }));
+
+    QVERIFY(bad.says("-- It is over.\n"));
+    QCOMPARE(complaints(bad.errors()), QByteArray("hnipc-sandbox: m4 has ended, with 1\n"));
+    const QList<QByteArray> course = story(bad.peer());
+    QVERIFY(tells(course, { "M4_M4PrintDone()", "M4_Error(10,)", "M4_Error(0,)",
+                            "M4_M4PrintDone()", "M4_Error(22,)", "IOEXPD_CancelButton()",
+                            "M4_Error(0,)", "M4_M4PrintDone()", "M4 leaves", "M4 returns",
+                            "M4_M4SupplyID('LBL-100150-WH',)", "M4_PrintQueueComplete(1,)",
+                            "M4_Alert(1,)", "M4_M4PrintDone()", "M4_PrintQueueClear(0,)" }));
+    // The job did not go on while the lid was open, nor was it done before the daemon died.
+    const auto opened = std::find(course.begin(), course.end(), "M4_Error(10,)");
+    const auto closed = std::find(opened, course.end(), "M4_Error(0,)");
+    QCOMPARE(int(std::count(opened, closed, "M4_M4PrintDone()")), 0);
+    QCOMPARE(int(std::count(course.begin(), std::find(course.begin(), course.end(), "M4 leaves"),
+                            "M4_PrintQueueComplete(1,)")), 0);
+    QCOMPARE(bad.ask("m4", "getError"), QByteArray("(0,)"));
+    QCOMPARE(bad.ask("m4", "clearAllPrintJobs"), QByteArray("(false,)")); // none is left
+}
+
+void tst_Sandbox::tellsOfADaemonThatDies()
+{
+    OpenSandbox sandbox({ "--daemons", "m4,ioexpd" });
+    const QByteArray reply = sandbox.processOf("m4"); // (uint32 123,)
+    const pid_t process = reply.mid(8, reply.size() - 10).toInt();
+    QVERIFY(process > 0);
+    QCOMPARE(kill(process, SIGKILL), 0);
+    QVERIFY(sandbox.says("hnipc-sandbox: m4 has ended, with 137\n"));
+    QVERIFY(!sandbox.isThere("m4"));
+    QVERIFY(sandbox.isThere("ioexpd"));
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 0);
+}
+
+void tst_Sandbox::tellsOfABusThatDies()
+{
+    OpenSandbox sandbox({ "--daemons", "none" });
+    const QStringList buses = sandbox.processes().filter("dbus-daemon");
+    QCOMPARE(int(buses.size()), 1);
+    const pid_t process = buses.at(0).section(QLatin1Char(' '), 0, 0).toInt();
+    QCOMPARE(kill(process, SIGKILL), 0);
+    QVERIFY(sandbox.says("hnipc-sandbox: the bus has ended, with 137\n"));
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 0);
+}
+
+// ---- On a terminal ----
+
+// Without a shell around it, which the keys would reach, too.
+static Sandbox *onTerminal(const QString &command)
+{
+    return new Sandbox(QStringLiteral("script"), { "-qec", "exec " + command, "/dev/null" });
+}
+
+void tst_Sandbox::keysAreForTheCommand()
+{
+    const std::unique_ptr<Sandbox> terminal(onTerminal(
+        sandboxProgram + " -- sh -c 'trap \"echo caught; exit 9\" INT; echo up;"
+                         " while :; do sleep 1000 & wait; done'"));
+    QVERIFY(terminal->says("up"));
+    terminal->process().write("\x03");
+    QVERIFY(terminal->says("caught"));
+    QCOMPARE(terminal->exitCode(), 9);
+    QVERIFY(terminal->leavesNothing());
+}
+
+void tst_Sandbox::keyEndsTheCommand()
+{
+    const std::unique_ptr<Sandbox> terminal(onTerminal(
+        sandboxProgram + " -- sh -c 'echo up; exec sleep 1000'"));
+    QVERIFY(terminal->says("up"));
+    terminal->process().write("\x03");
+    QCOMPARE(terminal->exitCode(), 130);
+    QVERIFY(terminal->leavesNothing());
+}
+
+void tst_Sandbox::shellWithoutACommand()
+{
+    const std::unique_ptr<Sandbox> terminal(onTerminal(
+        "env SHELL=/bin/bash " + sandboxProgram + " --daemons m4"));
+    QVERIFY(terminal->says("a shell with a system bus of its own"));
+    terminal->process().write("set -m; sleep 1000\n");
+    QVERIFY(waitUntil([&terminal]() {
+        return !terminal->processes().filter(QRegularExpression("^\\d+ sleep 1000 $")).isEmpty();
+    }));
+    // The job ends, the shell does not.
+    terminal->process().write("\x03");
+    terminal->process().write("echo \"job: $?\"; exit 6\n");
+    QVERIFY(terminal->says("job: 130"));
+    QCOMPARE(terminal->exitCode(), 6);
+    QVERIFY(terminal->leavesNothing());
+}
+
+// ---- What this program is inside of a sandbox ----
+
+static int printNames()
+{
+    QStringList names
+        = QDBusConnection::systemBus().interface()->registeredServiceNames().value()
+              .filter(QStringLiteral("org.hnipc."));
+    names.sort();
+    puts(qPrintable(names.join(QLatin1Char(' '))));
+    return 0;
+}
+
+static int useClient()
+{
+    HNIPC printer;
+    bool heard = false;
+    QObject::connect(&printer, &HNIPC::M4Dac0, [&heard](quint32 value) {
+        heard = value == 321;
+        return true;
+    });
+    const bool set = printer.setDac(321) && waitUntil([&heard]() { return heard; });
+    printf("%s, %u\n", set ? "set and heard" : "not set or not heard", printer.dac0());
+    return 0;
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 2 && qstrcmp(argv[1], "--names") == 0) {
+        return printNames();
+    }
+    if (argc == 2 && qstrcmp(argv[1], "--client") == 0) {
+        return useClient();
+    }
+    tst_Sandbox test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_sandbox.moc"

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+#include "console.h"
+#include "names.h"
+#include "outputfile.h"
+#include "request.h"
+#include "values.h"
+
+#include <QtCore/QMetaObject>
+
+#include <vector>
+
+namespace {
+
+bool takes(const Method &method, int count)
+{
+    return count >= method.required && count <= method.parameters.size();
+}
+
+// False, with what is wrong, where one of them is not of its type.
+bool parse(const Method &method, const QStringList &texts, QVariantList *values, QString *error)
+{
+    values->clear();
+    for (int i = 0; i < texts.size(); ++i) {
+        const Parameter &parameter = method.parameters.at(i);
+        const ArgumentType *type = argumentType(parameter.type);
+        *values += parsed(texts.at(i), *type);
+        if (!values->last().isValid()) {
+            *error = QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
+                         .arg(QString::number(i + 1), parameter.name, QLatin1String(type->words),
+                              texts.at(i), QLatin1String(type->range));
+            return false;
+        }
+    }
+    return true;
+}
+
+QString countText(int count)
+{
+    return count == 1 ? QStringLiteral("1 argument")
+                      : QStringLiteral("%1 arguments").arg(count);
+}
+
+// Chooses among the overloads, in their order: the first that takes these arguments.
+int choose(const Contract &contract, const QString &wanted, const QStringList &texts,
+           const Method **method, QVariantList *values)
+{
+    QString normalized = QString::fromLatin1(
+        QMetaObject::normalizedSignature(wanted.toLatin1().constData()));
+    std::vector<const Method *> overloads;
+    for (const Method &candidate : contract.methods()) {
+        if (candidate.name == wanted || candidate.signature() == normalized) {
+            overloads.push_back(&candidate);
+        }
+    }
+    if (overloads.empty()) {
+        const QString name = wanted.section(QLatin1Char('('), 0, 0);
+        return Console::fail(Toolkit::NoSuchName,
+                             wanted == name
+                                 ? noSuch("method", name, contract.methodNames(), contract)
+                                 : QStringLiteral("no method %1%2").arg(
+                                       wanted, didYouMean(name, contract.methodNames())));
+    }
+
+    QString error;
+    for (const Method *candidate : overloads) {
+        if (takes(*candidate, texts.size()) && parse(*candidate, texts, values, &error)) {
+            *method = candidate;
+            return Toolkit::Done;
+        }
+    }
+    if (!error.isEmpty()) {
+        return Console::fail(Toolkit::BadValue, error);
+    }
+    return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 given to %2")
+                             .arg(countText(texts.size()), overloads.front()->declaration()));
+}
+
+// A method answers no bytes where it has none for these arguments, such as a picture of no supply.
+int save(const QByteArray &bytes, OutputFile *file)
+{
+    if (bytes.isEmpty()) {
+        return Console::fail(Toolkit::Failed, QStringLiteral("no bytes were answered; %1 is not "
+                                                             "written").arg(file->fileName()));
+    }
+    if (!file->create() || file->write(bytes) != bytes.size()) {
+        return Console::fail(Toolkit::Failed,
+                             file->fileName() + QLatin1String(": ") + file->errorString());
+    }
+    return Toolkit::Done;
+}
+
+QStringList linesOf(const Method &method, const Outcome &answer)
+{
+    QStringList lines = method.resultType.isEmpty() ? QStringList() : linesOf(answer.value);
+    if (lines.size() == 1 && !answer.words.isEmpty()) {
+        lines.first().prepend(answer.words + QLatin1String(": "));
+    } else if (!answer.words.isEmpty()) {
+        lines.prepend(answer.words);
+    }
+    return lines;
+}
+
+int check(const Context &context, const QStringList &arguments)
+{
+    const Method *method = nullptr;
+    QVariantList values;
+    const int chosen
+        = choose(context.contract, arguments.first(), arguments.mid(1), &method, &values);
+    if (chosen != Toolkit::Done) {
+        return chosen;
+    }
+    const QString output = context.options.value(QStringLiteral("output"));
+    if (!output.isEmpty() && method->resultType != "QByteArray") {
+        return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 answers no bytes for --output")
+                                 .arg(method->declaration()));
+    }
+
+    const QString deadline = context.options.value(QStringLiteral("deadline"));
+    if (!deadline.isNull() && deadline.toInt() < 1) {
+        return Console::fail(Toolkit::WrongUsage,
+                             QStringLiteral("--deadline is no number of milliseconds: \"%1\"")
+                                 .arg(deadline));
+    }
+    return output.isEmpty() ? int(Toolkit::Done) : OutputFile(context, output).check();
+}
+
+int run(const Context &context, const QStringList &arguments)
+{
+    const Method *method = nullptr;
+    QVariantList values;
+    choose(context.contract, arguments.first(), arguments.mid(1), &method, &values);
+    const QString output = context.options.value(QStringLiteral("output"));
+    const QString deadline = context.options.value(QStringLiteral("deadline"));
+    const Outcome answer = deadline.isNull()
+        ? outcome(context, *method, send(context, *method, values))
+        : outcomeWithin(deadline.toInt(), *method, values);
+    if (answer.ok() && !output.isEmpty()) {
+        OutputFile file(context, output);
+        return save(answer.value.toByteArray(), &file);
+    }
+    if (context.json) {
+        QJsonObject object = answer.json();
+        object.insert(QStringLiteral("method"), method->signature());
+        object.insert(QStringLiteral("daemon"), method->daemon->name);
+        Console::print(object);
+    } else if (answer.ok()) {
+        for (const QString &line : linesOf(*method, answer)) {
+            Console::print(line);
+        }
+    }
+    if (!answer.ok()) {
+        Console::note(answer.text());
+    }
+    return answer.exitCode;
+}
+
+} // namespace
+
+const Command callCommand = {
+    "call", "METHOD [ARGUMENT...]", "Calls a method, and prints what it answers",
+    "Each ARGUMENT is read as the method declares it, see \"list\":\n"
+    "  bool      true, on, 1 or false, off, 0\n"
+    "  int, quint32, quint64\n"
+    "            a number in decimal, or in hexadecimal after 0x\n"
+    "  QString   the text as it is\n"
+    "  QStringList\n"
+    "            texts with commas between them: R1,R2; or a JSON array:\n"
+    "            '[\"R1\", \"a,b\"]'; an empty argument is the empty list\n"
+    "Of overloads the first one that takes the arguments is called; METHOD may name\n"
+    "another with the types of its arguments: 'sendMCCMessage(int,int,QString)'. A\n"
+    "text that begins with \"--\" has to stand behind the argument \"--\".\n"
+    "With --deadline the outcome is said in words: answered; refused, by the daemon;\n"
+    "not sent, so that nothing was done; or outcome unknown, where it may have been.",
+    { { "output", "FILE", "write the bytes that the method answers to FILE" },
+      { "force", nullptr, "overwrite FILE" },
+      { "deadline", "MS", "wait so long, and say in words what became of the call" } },
+    1, -1, true,
+    [](const Contract &contract) { return contract.methodNames(); }, run, check
+};

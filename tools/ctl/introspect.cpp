@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+#include "console.h"
+#include "names.h"
+#include "request.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QXmlStreamReader>
+#include <QtDBus/QDBusMessage>
+
+using namespace Toolkit;
+
+namespace {
+
+// What a daemon says of itself needs none of what the installed descriptions have to have.
+QList<Interface> readLive(const QString &text, QString *error)
+{
+    QList<Interface> result;
+    QXmlStreamReader xml(text);
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement) {
+            continue;
+        }
+        const auto attribute = [&xml](const char *name) {
+            return xml.attributes().value(QLatin1String(name)).toString();
+        };
+        const QString element = xml.name().toString();
+        const bool isMember
+            = element == QLatin1String("method") || element == QLatin1String("signal");
+        if (element == QLatin1String("interface")) {
+            result += Interface();
+            result.last().name = attribute("name");
+        } else if (isMember && !result.isEmpty()) {
+            InterfaceMember member;
+            member.kind = element == QLatin1String("signal") ? InterfaceMember::Signal
+                                                             : InterfaceMember::Method;
+            member.name = attribute("name");
+            result.last().allMembers += member;
+        } else if (element == QLatin1String("arg") && !result.isEmpty()
+                   && !result.last().allMembers.isEmpty()) {
+            InterfaceMember &member = result.last().allMembers.last();
+            const bool isOut = member.kind == InterfaceMember::Signal
+                || attribute("direction") == QLatin1String("out");
+            member.allArguments += { attribute("name"), attribute("type"),
+                                     isOut ? InterfaceArgument::Out : InterfaceArgument::In };
+        }
+    }
+    if (xml.hasError()) {
+        *error = QStringLiteral("line %1: %2").arg(xml.lineNumber()).arg(xml.errorString());
+    }
+    return result;
+}
+
+// The name and the types that are called or sent, which tell overloads apart.
+QString keyOf(const InterfaceMember &member)
+{
+    const auto direction = member.kind == InterfaceMember::Signal ? InterfaceArgument::Out
+                                                                  : InterfaceArgument::In;
+    return member.name + QLatin1Char('(') + member.signature(direction) + QLatin1Char(')');
+}
+
+QString textOf(const InterfaceMember &member)
+{
+    const bool isSignal = member.kind == InterfaceMember::Signal;
+    QStringList list;
+    const auto direction = isSignal ? InterfaceArgument::Out : InterfaceArgument::In;
+    for (const InterfaceArgument &argument : member.arguments(direction)) {
+        list += Console::printable(argument.type + QLatin1Char(' ') + argument.name).trimmed();
+    }
+    const QString result = Console::printable(
+        isSignal ? QString() : member.signature(InterfaceArgument::Out));
+    return QLatin1String(isSignal ? "  signal " : "  method ")
+        + Console::bold(Console::printable(member.name))
+        + QLatin1Char('(') + list.join(QLatin1String(", ")) + QLatin1Char(')')
+        + (result.isEmpty() ? result : QLatin1String(" -> ") + result);
+}
+
+QJsonObject jsonOf(const InterfaceMember &member)
+{
+    QJsonArray arguments;
+    for (const InterfaceArgument &argument : member.allArguments) {
+        arguments += QJsonObject {
+            { QStringLiteral("name"), argument.name },
+            { QStringLiteral("type"), argument.type },
+            { QStringLiteral("direction"), QLatin1String(
+                  argument.direction == InterfaceArgument::In ? "in" : "out") },
+        };
+    }
+    return { { QStringLiteral("kind"), QLatin1String(
+                   member.kind == InterfaceMember::Signal ? "signal" : "method") },
+             { QStringLiteral("name"), member.name },
+             { QStringLiteral("arguments"), arguments } };
+}
+
+void print(const QList<Interface> &interfaces, bool asJson)
+{
+    QJsonArray all;
+    for (const Interface &interface : interfaces) {
+        QJsonArray members;
+        for (const InterfaceMember &member : interface.allMembers) {
+            members += jsonOf(member);
+        }
+        all += QJsonObject { { QStringLiteral("interface"), interface.name },
+                             { QStringLiteral("members"), members } };
+        if (!asJson) {
+            Console::print(Console::printable(interface.name));
+            for (const InterfaceMember &member : interface.allMembers) {
+                Console::print(textOf(member));
+            }
+        }
+    }
+    if (asJson) {
+        Console::print(all);
+    }
+}
+
+QMap<QString, InterfaceMember> byKey(const Interface &interface, InterfaceMember::Kind kind)
+{
+    QMap<QString, InterfaceMember> result;
+    for (const InterfaceMember &member : interface.members(kind)) {
+        result.insert(keyOf(member), member);
+    }
+    return result;
+}
+
+QStringList differences(const Interface &live, const Interface &described)
+{
+    QStringList result;
+    for (const auto kind : { InterfaceMember::Method, InterfaceMember::Signal }) {
+        const QMap<QString, InterfaceMember> there = byKey(live, kind);
+        const QMap<QString, InterfaceMember> wanted = byKey(described, kind);
+        // Few daemons declare their signals, and those built on the library do not.
+        if (kind == InterfaceMember::Signal && there.isEmpty()) {
+            continue;
+        }
+        for (auto i = wanted.begin(); i != wanted.end(); ++i) {
+            if (!there.contains(i.key())) {
+                result += i.key() + QLatin1String(" is missing");
+                continue;
+            }
+            const InterfaceMember found = there.value(i.key());
+            const QString answer = found.signature(InterfaceArgument::Out);
+            if (answer != i->signature(InterfaceArgument::Out)) {
+                result += QStringLiteral("%1 answers \"%2\", not \"%3\"")
+                              .arg(i.key(), answer, i->signature(InterfaceArgument::Out));
+            }
+            const auto names = found.arguments(InterfaceArgument::In);
+            const auto wantedNames = i->arguments(InterfaceArgument::In);
+            for (int n = 0; n < names.size(); ++n) {
+                if (!names.at(n).name.isEmpty() && names.at(n).name != wantedNames.at(n).name) {
+                    result += QStringLiteral("%1 calls its argument %2 %3, not %4")
+                                  .arg(i.key(), QString::number(n + 1), names.at(n).name,
+                                       wantedNames.at(n).name);
+                }
+            }
+        }
+        for (auto i = there.begin(); i != there.end(); ++i) {
+            if (!wanted.contains(i.key())) {
+                result += i.key() + QLatin1String(" is not described");
+            }
+        }
+    }
+    return result;
+}
+
+int check(const Context &context, const Daemon &daemon, const QList<Interface> &interfaces)
+{
+    QStringList found { QStringLiteral("the interface %1 is missing").arg(daemon.interface.name) };
+    for (const Interface &live : interfaces) {
+        if (live.name == daemon.interface.name) {
+            found = differences(live, daemon.interface);
+        }
+    }
+    if (context.json) {
+        Console::print(QJsonObject { { QStringLiteral("daemon"), daemon.name },
+                                     { QStringLiteral("differences"),
+                                       QJsonArray::fromStringList(found) } });
+    } else {
+        for (const QString &difference : qAsConst(found)) {
+            Console::print(daemon.name + QLatin1String(": ") + Console::printable(difference));
+        }
+        if (found.isEmpty()) {
+            Console::print(QStringLiteral("%1: as described, %2 methods").arg(daemon.name)
+                               .arg(daemon.interface.members(InterfaceMember::Method).size()));
+        }
+    }
+    return found.isEmpty() ? Done : Failed;
+}
+
+int checkDaemon(const Context &context, const QStringList &arguments)
+{
+    return context.contract.daemon(arguments.first())
+        ? int(Done)
+        : Console::fail(NoSuchName, QStringLiteral("no daemon %1; there are %2")
+              .arg(arguments.first(), context.contract.daemonNames().join(QLatin1String(", "))));
+}
+
+int run(const Context &context, const QStringList &arguments)
+{
+    const Daemon *daemon = context.contract.daemon(arguments.first());
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        daemon->busName, objectPath(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
+        QStringLiteral("Introspect"));
+    message.setAutoStartService(false);
+    const QDBusMessage reply = context.bus.call(message, QDBus::Block, context.timeout);
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        const Outcome outcome = failure(context, *daemon, reply);
+        return Console::fail(outcome.exitCode, outcome.error);
+    }
+    QString error;
+    const QList<Interface> interfaces = readLive(reply.arguments().value(0).toString(), &error);
+    if (!error.isEmpty()) {
+        return Console::fail(Failed, QStringLiteral("what %1 says of itself is no description: %2")
+                                         .arg(daemon->name, error));
+    }
+    if (context.options.contains(QStringLiteral("check"))) {
+        return check(context, *daemon, interfaces);
+    }
+    print(interfaces, context.json);
+    return Done;
+}
+
+} // namespace
+
+const Command introspectCommand = {
+    "introspect", "DAEMON", "What a daemon says of its interface",
+    "Prints the interfaces that the daemon's object declares, with D-Bus types. With\n"
+    "--check, names what differs from the installed description, and ends with 1\n"
+    "where anything does.",
+    { { "check", nullptr, "compare with the installed description" } },
+    1, 1, true,
+    [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemon
+};

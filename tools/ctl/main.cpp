@@ -1,0 +1,344 @@
+// SPDX-License-Identifier: MIT
+#include "command.h"
+#include "console.h"
+#include "fleet.h"
+#include "hosts.h"
+#include "names.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtDBus/QDBusError>
+
+#include <optional>
+
+using namespace Toolkit;
+
+const std::vector<const Command *> &commands()
+{
+    static const std::vector<const Command *> table = {
+        &statusCommand, &listCommand, &callCommand, &getCommand, &watchCommand, &monitorCommand,
+        &recordCommand, &replayCommand, &introspectCommand, &completionCommand,
+    };
+    return table;
+}
+
+const std::vector<Option> &globalOptions()
+{
+    static const std::vector<Option> table = {
+        { "address", "ADDRESS", "use the bus at this D-Bus address, not the system bus" },
+        { "host", "PRINTER", "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
+        { "hosts", "FILE", "ask the printers of a file, one a line, side by side" },
+        { "json", nullptr, "print JSON, for programs" },
+        { "timeout", "MS", "wait so many milliseconds for an answer; 25000 without it" },
+        { "help", nullptr, "print this, or the help of a command" },
+        { "version", nullptr, "print the version" },
+    };
+    return table;
+}
+
+namespace {
+
+int wrongUsage(const QString &text)
+{
+    return Console::fail(WrongUsage, text + QLatin1String("; see hnipcctl --help"));
+}
+
+const Command *commandNamed(const QString &name)
+{
+    for (const Command *command : commands()) {
+        if (name == QLatin1String(command->name)) {
+            return command;
+        }
+    }
+    return nullptr;
+}
+
+int unknownCommand(const QString &name)
+{
+    QStringList names;
+    for (const Command *command : commands()) {
+        names += QLatin1String(command->name);
+    }
+    const QString hint = didYouMean(name, names);
+    return Console::fail(WrongUsage, QStringLiteral("no command %1%2")
+        .arg(name, hint.isEmpty() ? QStringLiteral("; see hnipcctl --help") : hint));
+}
+
+void printOptions(const char *title, const std::vector<Option> &options)
+{
+    if (!options.empty()) {
+        Console::print(QLatin1Char('\n') + QLatin1String(title) + QLatin1Char(':'));
+    }
+    for (const Option &option : options) {
+        const QString form = QLatin1String(option.name) + QLatin1Char(' ')
+            + QLatin1String(option.value ? option.value : "");
+        Console::print(QLatin1String("  --") + form.leftJustified(18)
+                       + QLatin1String(option.help));
+    }
+}
+
+int printHelp(const Command *command)
+{
+    if (command) {
+        Console::print(QStringLiteral("Usage: hnipcctl %1 [OPTION...] %2")
+                           .arg(QLatin1String(command->name), QLatin1String(command->synopsis))
+                           .trimmed());
+        Console::print(QLatin1String(command->summary) + QLatin1String(".\n\n")
+                       + QLatin1String(command->help));
+        printOptions("Options", command->options);
+        printOptions("Options of every command", globalOptions());
+        return Done;
+    }
+    Console::print(QStringLiteral("Usage: hnipcctl [OPTION...] COMMAND [ARGUMENT...]\n"
+                                  "Asks and watches the daemons of the label printer.\n\nCommands:"));
+    for (const Command *each : commands()) {
+        Console::print(QLatin1String("  ") + QString::fromLatin1(each->name).leftJustified(12)
+                       + QLatin1String(each->summary));
+    }
+    Console::print(QStringLiteral("  help        The same as --help, also of a command: help call"));
+    printOptions("Options", globalOptions());
+    return Done;
+}
+
+// What was typed, taken apart. Only "--" begins an option, so that "-3" is a number.
+struct CommandLine
+{
+    const Command *command = nullptr;
+    QString name; ///< of the command
+    QStringList arguments;
+    QMap<QString, QString> options;
+    QStringList hosts; ///< all that were given
+    QString error; ///< what is wrong with an option
+};
+
+const Option *optionNamed(const QString &name, const Command *command)
+{
+    for (const auto *table : { &globalOptions(), command ? &command->options : nullptr }) {
+        for (size_t i = 0; table && i < table->size(); ++i) {
+            if (name == QLatin1String(table->at(i).name)) {
+                return &table->at(i);
+            }
+        }
+    }
+    return nullptr;
+}
+
+// In front of the command, where they can be no number and no text for a printer.
+QString longForm(const QString &word)
+{
+    return word == QLatin1String("-h") ? QStringLiteral("--help")
+        : word == QLatin1String("-v")  ? QStringLiteral("--version")
+                                       : word;
+}
+
+CommandLine parse(QStringList words)
+{
+    CommandLine result;
+    bool optionsEnded = false;
+    while (!words.isEmpty() && result.error.isEmpty()) {
+        const bool isShortAllowed = result.name.isNull() && !optionsEnded;
+        const QString word = isShortAllowed ? longForm(words.takeFirst()) : words.takeFirst();
+        if (!optionsEnded && word == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (!optionsEnded && word.startsWith(QLatin1String("--"))) {
+            const QString name = word.mid(2).section(QLatin1Char('='), 0, 0);
+            const bool hasValue = word.contains(QLatin1Char('='));
+            const Option *option = optionNamed(name, result.command);
+            if (!option) {
+                result.error = QStringLiteral("no option --%1").arg(name);
+            } else if (!option->value && hasValue) {
+                result.error = QStringLiteral("--%1 takes no value").arg(name);
+            } else if (option->value && !hasValue && words.isEmpty()) {
+                result.error = QStringLiteral("--%1 needs a value: %2")
+                                   .arg(name, QLatin1String(option->value));
+            } else if (option->value) {
+                result.options[name]
+                    = hasValue ? word.mid(int(qstrlen("--=")) + name.size()) : words.takeFirst();
+                if (name == QLatin1String("host")) {
+                    result.hosts += result.options[name];
+                }
+            } else {
+                result.options[name] = QString();
+            }
+        } else if (result.name.isNull()) {
+            result.name = word;
+            result.command = commandNamed(word);
+        } else {
+            result.arguments += word;
+        }
+    }
+    return result;
+}
+
+// Answers the exit code; Done when the bus is there.
+int connectToBus(Context *context, const QString &address, const QString &host)
+{
+    // Another bus takes the place of the system bus in all of the process, the library included.
+    std::optional<ReachingDeadline> deadline;
+    if (!host.isNull()) {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", busAddress(host).toUtf8());
+        deadline.emplace(host, context->timeout);
+    } else if (!address.isNull()) {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
+    }
+    context->bus = QDBusConnection::systemBus();
+    if (context->bus.isConnected()) {
+        return Done;
+    }
+    // Over ssh, the bus library knows only that nobody answers; ssh has said why.
+    const QString error = context->bus.lastError().message();
+    return Console::fail(NoBus,
+                         !host.isNull() ? QStringLiteral("no system bus of %1").arg(host)
+                         : !address.isNull() ? QStringLiteral("no bus at %1: %2").arg(address, error)
+                                             : QStringLiteral("no system bus: %1; to try without a "
+                                                              "printer: hnipc-sandbox hnipcctl "
+                                                              "status").arg(error));
+}
+
+// The printers that are meant, none for the bus here. Answers the exit code.
+int findHosts(const CommandLine &line, QStringList *hosts)
+{
+    *hosts = line.hosts;
+    for (const QString &host : line.hosts) {
+        const QString wrong = wrongHost(host);
+        if (!wrong.isEmpty()) {
+            return wrongUsage(QLatin1String("--host: ") + wrong);
+        }
+    }
+    const bool hasFile = line.options.contains(QStringLiteral("hosts"));
+    if (line.options.contains(QStringLiteral("address"))) {
+        if (hasFile || !hosts->isEmpty()) {
+            return wrongUsage(QStringLiteral("--address and --host name different buses"));
+        }
+        // The bus library would take it for the system bus.
+        if (line.options.value(QStringLiteral("address")).isEmpty()) {
+            return wrongUsage(QStringLiteral("--address is empty"));
+        }
+    }
+    const int exitCode
+        = hasFile ? readHosts(line.options.value(QStringLiteral("hosts")), hosts) : int(Done);
+    hosts->removeDuplicates();
+    return exitCode;
+}
+
+int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
+{
+    FleetQuestion question { { line.name }, hosts, timeout,
+                             line.options.contains(QStringLiteral("json")) };
+    for (const Option &option : line.command->options) {
+        const QString name = QLatin1String(option.name);
+        if (option.value && line.options.contains(name)) {
+            return wrongUsage(QStringLiteral("--%1 is for one printer at a time").arg(name));
+        }
+        if (line.options.contains(name)) {
+            question.words += QLatin1String("--") + name;
+        }
+    }
+    question.words << QStringLiteral("--") << line.arguments;
+    return askFleet(question);
+}
+
+// Answers the exit code where the line asks for help or the version, or is wrong.
+std::optional<int> runWithoutCommand(const CommandLine &line)
+{
+    const bool isHelp = line.name == QLatin1String("help");
+    if (!line.name.isNull() && !isHelp && !line.command) {
+        return unknownCommand(line.name);
+    }
+    if (!line.error.isEmpty()) {
+        return wrongUsage(line.error);
+    }
+    if (line.options.contains(QStringLiteral("version"))) {
+        Console::print(QStringLiteral("hnipcctl " HNIPC_VERSION));
+        return Done;
+    }
+    if (isHelp && !line.arguments.isEmpty()) {
+        const Command *about = commandNamed(line.arguments.first());
+        return about ? printHelp(about) : unknownCommand(line.arguments.first());
+    }
+    if (isHelp || line.options.contains(QStringLiteral("help"))) {
+        return printHelp(line.command);
+    }
+    return line.command ? std::nullopt
+                        : std::optional<int>(wrongUsage(QStringLiteral("no command given")));
+}
+
+int checkCount(const CommandLine &line)
+{
+    const Command &command = *line.command;
+    const int count = int(line.arguments.size());
+    return count >= command.fewest && (command.most < 0 || count <= command.most)
+        ? int(Done)
+        : Console::fail(WrongUsage, QStringLiteral("usage: hnipcctl %1 %2")
+              .arg(line.name, QLatin1String(command.synopsis)).trimmed());
+}
+
+int readTimeout(const CommandLine &line, int *milliseconds)
+{
+    const QString text = line.options.value(QStringLiteral("timeout"), QStringLiteral("25000"));
+    *milliseconds = text.toInt();
+    return *milliseconds >= 1
+        ? int(Done)
+        : wrongUsage(QStringLiteral("--timeout is no number of milliseconds: \"%1\"").arg(text));
+}
+
+// All that there is to do but for the bus.
+int prepare(const CommandLine &line, const Context &context, QStringList *hosts)
+{
+    const int found = findHosts(line, hosts);
+    if (found != Done) {
+        return found;
+    }
+    if (line.command->onePrinter && hosts->size() > 1) {
+        return wrongUsage(QStringLiteral("%1 is for one printer at a time; %2 are given")
+                              .arg(line.name).arg(hosts->size()));
+    }
+    return line.command->check ? line.command->check(context, line.arguments) : int(Done);
+}
+
+int run(const CommandLine &line)
+{
+    const bool json = line.options.contains(QStringLiteral("json"));
+    if (json && line.command && line.command->answersJson) {
+        Console::failInJson();
+    }
+    if (const std::optional<int> exitCode = runWithoutCommand(line)) {
+        return *exitCode;
+    }
+    int milliseconds = 0;
+    int exitCode = checkCount(line);
+    exitCode = exitCode == Done ? readTimeout(line, &milliseconds) : exitCode;
+    if (exitCode != Done) {
+        return exitCode;
+    }
+    QString error;
+    const std::unique_ptr<Contract> contract = Contract::load(&error);
+    if (!contract) {
+        return Console::fail(Failed, error);
+    }
+    Context context { *contract, QDBusConnection(QString()), json, milliseconds, line.options };
+    QStringList hosts;
+    exitCode = prepare(line, context, &hosts);
+    const bool isFleet = hosts.size() > 1 || line.options.contains(QStringLiteral("hosts"));
+    if (exitCode == Done && isFleet && line.command->needsBus && !line.command->onePrinter) {
+        return runAtFleet(line, hosts, milliseconds);
+    }
+    if (exitCode == Done && line.command->needsBus) {
+        exitCode = connectToBus(&context, line.options.value(QStringLiteral("address")),
+                                hosts.value(0));
+    }
+    return exitCode == Done ? line.command->run(context, line.arguments) : exitCode;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    if (argc > 2 && qstrcmp(argv[1], becomeSshOption) == 0) {
+        return becomeSsh(argv + 2);
+    }
+    // Arguments and output are UTF-8, also where no locale is set, as over a serial line.
+    qputenv("LC_ALL", "C.UTF-8");
+    Console::start();
+    QCoreApplication application(argc, argv);
+    Console::end(run(parse(QCoreApplication::arguments().mid(1))));
+}

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "console.h"
+#include "outputfile.h"
+#include "signalfeed.h"
+#include "trace.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QJsonDocument>
+
+namespace {
+
+// Each line goes to the system at once and as one, so that whatever ends the program leaves a file
+// of whole lines.
+class Lines
+{
+public:
+    Lines(const Context &context, const QString &fileName)
+        : m_toOutput(fileName == QLatin1String("-"))
+        , m_file(context, fileName)
+    {
+    }
+
+    int check() const { return m_toOutput ? int(Toolkit::Done) : m_file.check(); }
+    bool create() { return m_toOutput || m_file.create(); }
+
+    bool write(const QJsonObject &object)
+    {
+        if (m_toOutput) {
+            Console::printLine(object);
+            Console::flush();
+            return true;
+        }
+        const QByteArray line = QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+        const qint64 end = m_file.pos();
+        if (m_file.write(line) == line.size()) {
+            return true;
+        }
+        m_error = m_file.errorString();
+        m_file.resize(end); // no half of a line
+        return false;
+    }
+
+    QString error() const { return m_error.isEmpty() ? m_file.errorString() : m_error; }
+
+private:
+    bool m_toOutput;
+    OutputFile m_file;
+    QString m_error;
+};
+
+int check(const Context &context, const QStringList &arguments)
+{
+    const int limited = SignalLimit::check(context);
+    return limited == Toolkit::Done ? Lines(context, arguments.first()).check() : limited;
+}
+
+int run(const Context &context, const QStringList &arguments)
+{
+    const QString fileName = arguments.first();
+    SignalLimit limit(context);
+    Lines lines(context, fileName);
+    if (!lines.create() || !lines.write(traceHeader())) {
+        return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + lines.error());
+    }
+
+    std::vector<const ClientSignal *> wanted;
+    for (const ClientSignal &signal : context.contract.clientSignals()) {
+        wanted.push_back(&signal);
+    }
+    QElapsedTimer clock;
+    clock.start();
+    bool isWritable = true;
+    const SignalFeed feed(context, wanted, [&](const ClientSignal &signal,
+                                               const QDBusMessage &message) {
+        if (limit.isReached() || !isWritable) {
+            return;
+        }
+        const double microseconds = double(clock.nsecsElapsed() / 1000);
+        isWritable = lines.write(traceLine(microseconds / 1e6, signal, message));
+        if (isWritable) {
+            limit.count();
+        } else {
+            Console::note(fileName + QLatin1String(": ") + lines.error());
+            QCoreApplication::exit(Toolkit::Failed);
+        }
+    });
+    Console::note(QStringLiteral("recording %1 signals; Ctrl-C ends").arg(wanted.size()));
+    return BusLoop::run(context);
+}
+
+} // namespace
+
+const Command recordCommand = {
+    "record", "FILE", "Writes every signal to a file, to be replayed",
+    "Writes every signal of the daemons to FILE, or to standard output where it is -, until Ctrl-C:\n"
+    "its time, its arguments and their D-Bus types, as a JSON object in a line of its own.",
+    { { "count", "N", "end after so many signals" },
+      { "force", nullptr, "overwrite FILE" } },
+    1, 1, true, nullptr, run, check, true, false
+};

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TOOLS_CTL_TRACE_H
+#define HNIPC_TOOLS_CTL_TRACE_H
+
+#include "contract.h"
+
+#include <QtCore/QJsonObject>
+#include <QtCore/QVariant>
+#include <QtDBus/QDBusMessage>
+
+#include <vector>
+
+/// A trace is a file of lines, each a JSON object: first a header, then a signal each, in the order
+/// in which they came.
+struct TraceEvent
+{
+    double at = 0; ///< seconds from the start
+    const ClientSignal *signal = nullptr;
+    QVariantList arguments; ///< in the types of the signal
+    int line = 0;           ///< of the file
+};
+
+QJsonObject traceHeader();
+QJsonObject traceLine(double at, const ClientSignal &signal, const QDBusMessage &message);
+
+/// Reads all of a file. Answers the exit code; where a line is wrong, what was expected is said in
+/// the form "FILE:LINE: expected ..., not ...".
+int readTrace(const Contract &contract, const QString &fileName, std::vector<TraceEvent> *events);
+
+#endif

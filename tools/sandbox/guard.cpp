@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "guard.h"
+
+#include "process.h"
+
+#include "common/exitcodes.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Passes on what is sent to this process only. The keys of the terminal reach the child, too.
+int watch(pid_t child, const sigset_t &watched)
+{
+    for (;;) {
+        siginfo_t info = {};
+        const int number = sigwaitinfo(&watched, &info);
+        int status = 0;
+        if (number == SIGCHLD && waitpid(child, &status, WNOHANG) == child) {
+            return status;
+        }
+        if (number > 0 && number != SIGCHLD && info.si_code != SI_KERNEL) {
+            kill(child, number);
+        }
+    }
+}
+
+} // namespace
+
+bool guard(int *exitCode)
+{
+    signal(SIGCHLD, SIG_DFL);
+    sigset_t watched;
+    sigset_t before;
+    sigemptyset(&watched);
+    for (const int number : { SIGCHLD, SIGHUP, SIGINT, SIGQUIT, SIGTERM }) {
+        sigaddset(&watched, number);
+    }
+    sigprocmask(SIG_BLOCK, &watched, &before);
+
+    Process::adoptOrphans();
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent) {
+            _exit(Toolkit::SandboxFailed);
+        }
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        return false;
+    }
+    if (child < 0) {
+        fprintf(stderr, "hnipc-sandbox: no process: %s\n", strerror(errno));
+        *exitCode = Toolkit::SandboxFailed;
+        return true;
+    }
+    const int status = watch(child, watched);
+    Process::endDescendants();
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) {
+        raise(SIGPIPE); // whoever has read enough of the help needs no word more
+    }
+    if (WIFSIGNALED(status)) {
+        fprintf(stderr, "hnipc-sandbox: ended by signal %d\n", WTERMSIG(status));
+    }
+    *exitCode = WIFSIGNALED(status) ? int(Toolkit::SandboxFailed) : WEXITSTATUS(status);
+    return true;
+}

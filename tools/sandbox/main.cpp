@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "guard.h"
+#include "sandbox.h"
+
+#include "common/daemons.h"
+#include "common/exitcodes.h"
+#include "common/failure.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Toolkit;
+
+namespace {
+
+QStringList readDaemons(const QString &list)
+{
+    if (list == QLatin1String("none")) {
+        return QStringList();
+    }
+    QStringList result = list.split(QLatin1Char(','));
+    for (const QString &name : qAsConst(result)) {
+        if (!daemonNames().contains(name)) {
+            throw Failure { SandboxFailed,
+                            QStringLiteral("--daemons: expected none, or some of %1, not \"%2\"")
+                                .arg(daemonNames().join(QLatin1Char(',')), name) };
+        }
+    }
+    result.removeDuplicates();
+    return result;
+}
+
+QList<QByteArray> shell()
+{
+    const QByteArray own = qgetenv("SHELL");
+    return { own.isEmpty() ? QByteArray("/bin/sh") : own };
+}
+
+Sandbox::Request readCommandLine(int argc, char **argv)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Runs a command, or a shell, where a private bus with simulated daemons of the label "
+        "printer plays the system bus."));
+    // What follows the command is the command's.
+    parser.setOptionsAfterPositionalArgumentsMode(
+        QCommandLineParser::ParseAsPositionalArguments);
+    const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
+                                  QStringLiteral("Print this."));
+    const QCommandLineOption version = parser.addVersionOption();
+    const QCommandLineOption scenario(
+        QStringLiteral("scenario"),
+        QStringLiteral("Play a scenario: a file, or the name of one that ships."),
+        QStringLiteral("file"));
+    const QString allDaemons = daemonNames().join(QLatin1Char(','));
+    const QCommandLineOption daemons(
+        QStringLiteral("daemons"),
+        QStringLiteral("Start these daemons only: none, or some of %1.").arg(allDaemons),
+        QStringLiteral("list"), allDaemons);
+    parser.addOptions({ scenario, daemons, help });
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("What to run; your shell without it."),
+                                 QStringLiteral("[--] [command...]"));
+    if (!parser.parse(QCoreApplication::arguments())) {
+        throw Failure { SandboxFailed,
+                        parser.errorText() + QLatin1String(" See hnipc-sandbox --help.") };
+    }
+    if (parser.isSet(help)) {
+        fputs(parser.helpText().toUtf8().constData(), stdout);
+        throw Failure { Done, QString() };
+    }
+    if (parser.isSet(version)) {
+        puts("hnipc-sandbox " HNIPC_VERSION);
+        throw Failure { Done, QString() };
+    }
+
+    Sandbox::Request result;
+    result.daemons = readDaemons(parser.value(daemons));
+    if (parser.isSet(scenario)) {
+        QString error;
+        result.scenario = readScenario(parser.value(scenario), &error);
+        if (!result.scenario) {
+            throw Failure { SandboxFailed, error };
+        }
+    }
+    // Byte for byte as it was given, which QString may not be.
+    for (int i = argc - int(parser.positionalArguments().size()); i < argc; ++i) {
+        result.command += argv[i];
+    }
+    if (result.command.isEmpty()) {
+        result.command = shell();
+        if (isatty(STDIN_FILENO)) {
+            fputs("hnipc-sandbox: a shell with a system bus of its own; \"exit\" ends both\n",
+                  stderr);
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    int exitCode = Done;
+    if (guard(&exitCode)) {
+        return exitCode;
+    }
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("hnipc-sandbox"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION));
+    try {
+        const Sandbox::Request request = readCommandLine(argc, argv);
+        return Sandbox().run(request);
+    } catch (const Failure &failure) {
+        if (!failure.message.isNull()) {
+            fprintf(stderr, "hnipc-sandbox: %s\n", failure.message.toUtf8().constData());
+        }
+        return failure.exitCode;
+    }
+}

@@ -1,0 +1,411 @@
+// SPDX-License-Identifier: MIT
+#include "sandbox.h"
+
+#include "common/datafiles.h"
+#include "common/exitcodes.h"
+#include "common/failure.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QUuid>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace Toolkit;
+
+namespace {
+
+// Long enough for a loaded machine. What comes up later never will.
+const int patience = 60 * 1000; // milliseconds
+
+void note(const QString &text)
+{
+    fprintf(stderr, "hnipc-sandbox: %s\n", text.toUtf8().constData());
+}
+
+[[noreturn]] void fail(const QString &message, int exitCode = SandboxFailed)
+{
+    throw Failure { exitCode, message };
+}
+
+QString reason(int error)
+{
+    return QString::fromLocal8Bit(strerror(error));
+}
+
+// The environment of this process, with other values for some of its variables.
+QList<QByteArray> environmentWith(const QList<QByteArray> &others)
+{
+    QList<QByteArray> result = others;
+    for (char **variable = environ; *variable; ++variable) {
+        const QByteArray text = *variable;
+        const QByteArray name = text.left(text.indexOf('=') + 1);
+        const auto isOther = [&name](const QByteArray &other) { return other.startsWith(name); };
+        if (std::none_of(others.begin(), others.end(), isOther)) {
+            result += text;
+        }
+    }
+    return result;
+}
+
+QByteArray contentOf(int descriptor)
+{
+    QByteArray result(4096, 0);
+    const ssize_t size = pread(descriptor, result.data(), size_t(result.size()), 0);
+    return result.left(size > 0 ? int(size) : 0);
+}
+
+} // namespace
+
+Sandbox::Sandbox()
+{
+    sigset_t watched;
+    sigemptyset(&watched);
+    sigaddset(&watched, SIGCHLD);
+    for (const int number : { SIGHUP, SIGINT, SIGQUIT, SIGTERM }) {
+        struct sigaction action = {};
+        sigaction(number, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) { // nohup means what is started by it, too
+            sigaddset(&watched, number);
+        }
+    }
+    sigprocmask(SIG_BLOCK, &watched, &m_outerMask);
+    m_signals = signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK);
+    m_null = open("/dev/null", O_RDWR | O_CLOEXEC);
+    signal(SIGPIPE, SIG_IGN);
+    Process::adoptOrphans();
+}
+
+Sandbox::~Sandbox()
+{
+    m_player.reset();
+    // The command, and what it has left running; then the daemons; then the bus.
+    QSet<pid_t> spared;
+    spared += m_bus;
+    for (const auto &entry : m_daemons) {
+        spared += entry.second.process;
+    }
+    Process::endDescendants(spared);
+    Process::endDescendants({ m_bus });
+    Process::endDescendants();
+}
+
+int Sandbox::run(const Request &request)
+{
+    startBus();
+    for (const QString &name : request.daemons) {
+        startDaemon(name);
+    }
+    for (const QString &name : request.daemons) {
+        waitForDaemon(name);
+    }
+
+    const QSocketNotifier signalled(m_signals, QSocketNotifier::Read);
+    QObject::connect(&signalled, &QSocketNotifier::activated, qApp, [this]() { readSignals(); });
+    if (request.scenario) {
+        play(*request.scenario);
+    }
+    if (!m_exitCode) {
+        startCommand(request.command);
+        QCoreApplication::exec();
+    }
+    return *m_exitCode;
+}
+
+// The bus listens where no file is, so that there is none to be left behind.
+void Sandbox::startBus()
+{
+    const QString config = dataFile(QStringLiteral("sandbox-bus.conf"));
+    if (config.isEmpty()) {
+        fail(QStringLiteral("sandbox-bus.conf is not installed"));
+    }
+    const QByteArray number = QUuid::createUuid().toByteArray(QUuid::WithoutBraces);
+    int output[2];
+    const int error = memfd_create("bus-errors", MFD_CLOEXEC);
+    if (pipe2(output, O_CLOEXEC) != 0 || error < 0) {
+        fail(QStringLiteral("no bus: ") + reason(errno));
+    }
+    Process::Launch launch = background(
+        { "dbus-daemon", "--config-file=" + QFile::encodeName(config), "--nofork", "--nopidfile",
+          "--address=unix:abstract=hnipc-sandbox-" + number, "--print-address" });
+    launch.output = output[1];
+    launch.error = error; // it talks of its limits to whoever listens
+    m_bus = Process::launch(launch);
+    if (m_bus < 0) {
+        m_bus = 0;
+        fail(QStringLiteral("no bus: dbus-daemon: ") + reason(errno));
+    }
+    close(output[1]);
+
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (m_bus && !m_address.endsWith('\n') && elapsed.elapsed() < patience) {
+        waitFor(output[0], 100);
+        char buffer[512];
+        struct pollfd ready = { output[0], POLLIN, 0 };
+        const ssize_t size = poll(&ready, 1, 0) > 0 ? read(output[0], buffer, sizeof(buffer)) : 0;
+        m_address += QByteArray(buffer, size > 0 ? int(size) : 0);
+    }
+    close(output[0]);
+    if (!m_address.endsWith('\n')) {
+        fail(QStringLiteral("no bus: ") + QString::fromLocal8Bit(contentOf(error).trimmed()));
+    }
+    close(error);
+    m_address = m_address.trimmed();
+}
+
+Process::Launch Sandbox::background(const QList<QByteArray> &arguments) const
+{
+    QList<QByteArray> variables = { "DBUS_SYSTEM_BUS_ADDRESS=" + m_address };
+    if (qstrcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
+        variables += "LC_ALL=C.UTF-8"; // or Qt says that it wants it
+    }
+    Process::Launch result;
+    result.arguments = arguments;
+    result.environment = environmentWith(variables);
+    result.input = m_null;
+    result.inBackground = true;
+    result.signalMask = m_outerMask;
+    return result;
+}
+
+void Sandbox::startDaemon(const QString &name)
+{
+    const QString program = siblingProgram(QStringLiteral("hnipc-simulator"));
+    if (program.isEmpty()) {
+        fail(QStringLiteral("hnipc-simulator is not beside hnipc-sandbox"));
+    }
+    int output[2];
+    if (pipe2(output, O_CLOEXEC) != 0) {
+        fail(name + QLatin1String(": ") + reason(errno));
+    }
+    Process::Launch launch = background({ QFile::encodeName(program), name.toLatin1() });
+    launch.output = output[1];
+    const pid_t process = Process::launch(launch);
+    const int error = errno;
+    close(output[1]);
+    if (process < 0) {
+        close(output[0]);
+        fail(program + QLatin1String(": ") + reason(error));
+    }
+
+    Daemon &daemon = m_daemons[name];
+    drainOutput(&daemon); // of the one before it
+    daemon = Daemon();
+    daemon.process = process;
+    daemon.output = output[0];
+    fcntl(daemon.output, F_SETFL, O_NONBLOCK);
+    daemon.notifier.reset(new QSocketNotifier(daemon.output, QSocketNotifier::Read));
+    QObject::connect(daemon.notifier.get(), &QSocketNotifier::activated, qApp,
+                     [this, &daemon]() { readOutput(&daemon); });
+}
+
+// The simulator says "ready" when it owns its name.
+void Sandbox::waitForDaemon(const QString &name)
+{
+    Daemon &daemon = m_daemons[name];
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (daemon.process && !daemon.isReady && !m_exitCode) {
+        if (elapsed.elapsed() > patience) {
+            fail(name + QLatin1String(" does not come up"));
+        }
+        waitFor(daemon.output, 100);
+        readOutput(&daemon);
+    }
+    if (m_exitCode) {
+        fail(QString(), *m_exitCode);
+    }
+    if (!daemon.isReady) {
+        fail(name + QLatin1String(" does not come up"));
+    }
+}
+
+void Sandbox::stopDaemon(const QString &name)
+{
+    Daemon &daemon = m_daemons[name];
+    daemon.isMeantToEnd = true;
+    const pid_t process = daemon.process;
+    if (!process) {
+        return;
+    }
+    kill(process, SIGTERM);
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (daemon.process && !m_exitCode) {
+        if (elapsed.elapsed() > patience) {
+            kill(process, SIGKILL);
+        }
+        waitFor(-1, 100);
+    }
+}
+
+// What a daemon has to say after that goes to standard error: the output is the command's. Answers
+// whether there was something, and closes the output where there will be nothing more.
+bool Sandbox::readOutput(Daemon *daemon)
+{
+    if (daemon->output < 0) {
+        return false;
+    }
+    char buffer[4096];
+    const ssize_t size = read(daemon->output, buffer, sizeof(buffer));
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return false;
+    }
+    if (size <= 0) {
+        closeOutput(daemon);
+        return false;
+    }
+    daemon->line += QByteArray(buffer, int(size));
+    for (int end = daemon->line.indexOf('\n'); end >= 0; end = daemon->line.indexOf('\n')) {
+        const QByteArray line = daemon->line.left(end + 1);
+        daemon->line.remove(0, end + 1);
+        if (!daemon->isReady && line == "ready\n") {
+            daemon->isReady = true;
+        } else {
+            fputs(line.constData(), stderr);
+        }
+    }
+    return true;
+}
+
+// A process that has ended may leave something unread, and others that still hold the pipe.
+void Sandbox::drainOutput(Daemon *daemon)
+{
+    while (readOutput(daemon)) {
+    }
+    if (daemon->output >= 0) {
+        closeOutput(daemon);
+    }
+}
+
+void Sandbox::closeOutput(Daemon *daemon)
+{
+    if (!daemon->line.isEmpty()) {
+        fprintf(stderr, "%s\n", daemon->line.constData());
+    }
+    daemon->notifier->setEnabled(false);
+    daemon->notifier.release()->deleteLater(); // it may be the caller
+    close(daemon->output);
+    daemon->output = -1;
+}
+
+void Sandbox::play(const Scenario &scenario)
+{
+    const QDBusConnection bus = QDBusConnection::connectToBus(QString::fromLatin1(m_address),
+                                                              QStringLiteral("scenario"));
+    if (!bus.isConnected()) {
+        fail(QStringLiteral("no bus: ") + bus.lastError().message());
+    }
+    m_player.reset(new ScenarioPlayer(scenario, bus));
+    QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
+        fprintf(stderr, "-- %s\n", text.toUtf8().constData());
+    });
+    QObject::connect(m_player.get(), &ScenarioPlayer::failed, note);
+    QObject::connect(m_player.get(), &ScenarioPlayer::stopRequested, [this](const QString &name) {
+        stopDaemon(name);
+    });
+    QObject::connect(m_player.get(), &ScenarioPlayer::startRequested, [this](const QString &name) {
+        try {
+            if (!m_daemons[name].process) {
+                startDaemon(name);
+                waitForDaemon(name);
+            }
+        } catch (const Failure &failure) {
+            if (!failure.message.isNull()) {
+                note(failure.message);
+            }
+        }
+    });
+    m_player->start();
+}
+
+void Sandbox::startCommand(const QList<QByteArray> &command)
+{
+    // For tools that are not installed; those that are come first.
+    const QByteArray path = qgetenv("PATH") + ':'
+        + QFile::encodeName(QCoreApplication::applicationDirPath());
+    Process::Launch launch;
+    launch.arguments = command;
+    launch.environment = environmentWith({ "DBUS_SYSTEM_BUS_ADDRESS=" + m_address,
+                                           "PATH=" + path });
+    launch.signalMask = m_outerMask;
+    m_command = Process::launch(launch);
+    if (m_command < 0) {
+        const int error = errno;
+        m_command = 0;
+        fail(QString::fromLocal8Bit(command.first()) + QLatin1String(": ") + reason(error),
+             error == ENOENT ? NotFound : CannotRun);
+    }
+}
+
+void Sandbox::readSignals()
+{
+    struct signalfd_siginfo info;
+    while (read(m_signals, &info, sizeof(info)) == ssize_t(sizeof(info))) {
+        const int number = int(info.ssi_signo);
+        // A key of the terminal: the command has the signal, too, and knows what it means.
+        const bool isForTheCommand
+            = (number == SIGINT || number == SIGQUIT) && info.ssi_code == SI_KERNEL && m_command;
+        if (number == SIGCHLD) {
+            int status = 0;
+            for (pid_t process = waitpid(-1, &status, WNOHANG); process > 0;
+                 process = waitpid(-1, &status, WNOHANG)) {
+                onEnded(process, status);
+            }
+        } else if (!isForTheCommand) {
+            end(128 + number);
+        }
+    }
+}
+
+void Sandbox::onEnded(pid_t process, int status)
+{
+    if (process == m_command) {
+        m_command = 0;
+        end(Process::exitCode(status));
+    } else if (process == m_bus) {
+        m_bus = 0;
+        if (!m_address.isEmpty()) {
+            note(QStringLiteral("the bus has ended, with %1").arg(Process::exitCode(status)));
+        }
+    }
+    for (auto &entry : m_daemons) {
+        if (process == entry.second.process) {
+            entry.second.process = 0;
+            if (entry.second.isReady && !entry.second.isMeantToEnd) {
+                note(QStringLiteral("%1 has ended, with %2")
+                         .arg(entry.first).arg(Process::exitCode(status)));
+            }
+        }
+    }
+}
+
+void Sandbox::end(int exitCode)
+{
+    if (!m_exitCode) {
+        m_exitCode = exitCode;
+        QCoreApplication::exit(exitCode);
+    }
+}
+
+// Until something is to be read there, or a signal comes.
+void Sandbox::waitFor(int descriptor, int milliseconds)
+{
+    struct pollfd descriptors[] = { { m_signals, POLLIN, 0 }, { descriptor, POLLIN, 0 } };
+    poll(descriptors, 2, milliseconds);
+    readSignals();
+}

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_SIMULATOR_ENGINE_H
+#define HNIPC_SIMULATOR_ENGINE_H
+
+#include "readings.h"
+
+#include <QtCore/QMap>
+#include <QtCore/QQueue>
+#include <QtCore/QTimer>
+
+/// The print engine: what its sensors read, and how it moves, prints and fails. Units and codes
+/// stand in the manual page.
+class Engine : public Readings
+{
+public:
+    enum {
+        Error, Alert, BatteryStatus, M4Version,
+        Dac0, BMark, Gap, PreCutter, SupplySensor,
+        RibbonClr1, RibbonClr2, RibbonEnc1, RibbonEnc2, RibbonEnc3, RibbonEnc4,
+        Film1Tach, Film2Tach, Film3Tach, Film4Tach,
+        CutterCover, CutterHome, PrinterLid, SupplyLatch,
+        Ribbon1Verify, Ribbon2Verify, Ribbon1Mileage, Ribbon2Mileage, SupplyMileage,
+        Tph1Therm, Tph2Therm, Tph1HeatIndexOffset, Tph2HeatIndexOffset,
+        Tach1Tension, Tach2Tension, Tach3Tension, Tach4Tension,
+        SupplyID, RibbonIDs, SupplyUID, Ribbon1UID, Ribbon2UID,
+        ClearTailRibbon1, ClearTailRibbon2, SupplyWidth, SupplyLED,
+        Solenoid1, Solenoid2, Solenoid3, Solenoid4, Ribbon1, Ribbon2
+    };
+    enum Status { UnknownPrinter, Ready, Printing, Stopped, Faulty };
+    static const int QueueCapacity = 8;
+
+    Engine();
+
+    Status status(const QString &printerName) const;
+    /// Has @p value as the error or the alert. 0 takes back what was handed over, so that what
+    /// stands against the engine itself shows again.
+    bool handOver(int errorOrAlert, int value);
+
+    // All that the engine is told to do answers whether it does it.
+
+    // Motion, which is refused while anything is open.
+    bool forwardFeed(quint32 steps);
+    bool backwardFeed(quint32 steps);
+    bool cycleCutter();
+    bool resetCutter();
+    bool calibrate();
+    bool engage(int solenoidOrRibbon);
+    bool resetMotors();
+    bool reset();
+
+    // The queue. The current job is the one that has waited longest.
+    bool print(uint labels);
+    bool cancelJob();
+    bool retryJob();
+    bool clearJob();
+    bool clearAllJobs();
+
+    // Settings, sensors and tags
+    bool setSetting(int setting, int value);
+    bool refreshSettings();
+    bool refreshSensors();
+    bool readTags();
+    QString dump() const;
+
+protected:
+    void wasSet(int reading) override;
+
+private:
+    bool isOpen() const;
+    int standingCode(int errorOrAlert) const;
+    bool hasFault() const;
+    bool clear(int jobs);
+    void startJob();
+    void printLabel();
+    void moveForward(qint64 steps);
+    void move(int mileage, qint64 steps);
+
+    int m_handedOver[2] = {}; // Error, Alert
+    QMap<int, int> m_settings;
+    QQueue<uint> m_jobs; // labels still to print
+    bool m_stopped = false;
+    int m_completed = 0;
+    qint64 m_looseSteps[3] = {}; // not yet a millimetre, in the order of the mileages
+    QTimer m_labelTimer;
+    QTimer m_cutterTimer;
+};
+
+#endif

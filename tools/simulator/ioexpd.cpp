@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#include "ioexpd.h"
+
+#include "common/daemons.h"
+
+Ioexpd::Ioexpd()
+    : m_switches({ { "audioAmp", false }, { "backlight", true } })
+{
+}
+
+// The cancel button cancels nothing here: that is for the application that hears it.
+QString Ioexpd::press(const QString &button)
+{
+    const QStringList buttons = Toolkit::buttons();
+    if (!buttons.contains(button)) {
+        return QStringLiteral("the buttons are: ") + buttons.join(QLatin1String(", "));
+    }
+    return broadcast(button.at(0).toUpper() + button.mid(1) + QLatin1String("Button"), {});
+}

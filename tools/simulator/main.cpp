@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+#include "ioexpd.h"
+#include "m4.h"
+#include "simulator.h"
+#include "supplyd.h"
+
+#include "common/daemons.h"
+#include "common/datafiles.h"
+#include "common/exitcodes.h"
+#include "common/failure.h"
+#include "common/scenario.h"
+
+#include <QtCore/QCommandLineParser>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QSocketNotifier>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusMetaType>
+#include <QtDBus/QDBusReply>
+#include <QtDBus/QDBusVariant>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+using namespace Toolkit;
+
+namespace {
+
+struct Request
+{
+    QString daemon;
+    std::optional<Catalogue> catalogue; // for supplyd only
+    std::optional<Scenario> scenario;
+};
+
+// ---- What is asked for ----
+
+QString daemonsInWords()
+{
+    QStringList names = daemonNames();
+    const QString last = names.takeLast();
+    return names.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+}
+
+Request readCommandLine()
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Simulates one daemon of the label printer on the system bus, until it is interrupted."));
+    const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
+                                  QStringLiteral("Print this."));
+    parser.addOption(help);
+    parser.addVersionOption();
+    parser.addOption({ QStringLiteral("scenario"),
+                       QStringLiteral("Play what a scenario has for this daemon: a file, or the "
+                                      "name of one that ships."),
+                       QStringLiteral("file") });
+    parser.addOption({ QStringLiteral("catalogue"),
+                       QStringLiteral("Read supplies and ribbons from this file (supplyd only)."),
+                       QStringLiteral("file") });
+    parser.addPositionalArgument(QStringLiteral("daemon"),
+                                 daemonsInWords());
+    if (!parser.parse(QCoreApplication::arguments())) {
+        throw Failure { WrongUsage, parser.errorText() };
+    }
+    if (parser.isSet(QStringLiteral("version"))) {
+        parser.showVersion();
+    }
+    if (parser.isSet(help)) {
+        parser.showHelp(Done);
+    }
+
+    Request result;
+    const QStringList daemons = parser.positionalArguments();
+    result.daemon = daemons.value(0);
+    const bool isSupplyd = result.daemon == QLatin1String("supplyd");
+    if (daemons.size() != 1 || !daemonNames().contains(result.daemon)) {
+        throw Failure { WrongUsage, QStringLiteral("name one daemon: ") + daemonsInWords() };
+    }
+    QString error;
+    if (isSupplyd) {
+        const QString fileName = parser.isSet(QStringLiteral("catalogue"))
+            ? parser.value(QStringLiteral("catalogue"))
+            : dataFile(QStringLiteral("supplies.json"));
+        if (fileName.isEmpty()) {
+            throw Failure { Failed, QStringLiteral("supplies.json is not installed") };
+        }
+        result.catalogue = readCatalogue(fileName, &error);
+    } else if (parser.isSet(QStringLiteral("catalogue"))) {
+        throw Failure { WrongUsage, QStringLiteral("only supplyd has a catalogue") };
+    }
+    if (parser.isSet(QStringLiteral("scenario")) && error.isEmpty()) {
+        result.scenario = readScenario(parser.value(QStringLiteral("scenario")), &error);
+    }
+    if (!error.isEmpty()) {
+        throw Failure { BadValue, error };
+    }
+    return result;
+}
+
+// ---- Serving ----
+
+// Only the bus knows whether the name is ours: the library takes any owner for success.
+void makeSureOfName(const QString &name)
+{
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    const QString owner = bus.interface()->serviceOwner(name).value();
+    if (owner.isEmpty()) {
+        throw Failure { NoBus, QStringLiteral("the bus does not allow the name %1").arg(name) };
+    }
+    if (owner != bus.baseService()) {
+        const uint process = bus.interface()->servicePid(name).value();
+        throw Failure { Failed, QStringLiteral("%1 is on the bus already, as process %2")
+                                    .arg(name).arg(process) };
+    }
+}
+
+std::unique_ptr<Daemon> createDaemon(const Request &request)
+{
+    if (request.daemon == QLatin1String("ioexpd")) {
+        return std::make_unique<Ioexpd>();
+    }
+    if (request.daemon == QLatin1String("m4")) {
+        return std::make_unique<M4>();
+    }
+    return std::make_unique<Supplyd>(*request.catalogue);
+}
+
+void play(ScenarioPlayer *player)
+{
+    QObject::connect(player, &ScenarioPlayer::said, [](const QString &text) {
+        puts(qPrintable(text));
+        fflush(stdout);
+    });
+    QObject::connect(player, &ScenarioPlayer::failed, [](const QString &message) {
+        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(message));
+    });
+    player->start();
+}
+
+int signalPipe[2];
+
+// A signal handler may do next to nothing: the event loop reads the number and does the rest.
+void passOn(int number)
+{
+    const int savedErrno = errno;
+    const char byte = static_cast<char>(number);
+    const ssize_t written = write(signalPipe[1], &byte, 1);
+    static_cast<void>(written);
+    errno = savedErrno;
+}
+
+// Not before the event loop is near: until then a signal ends the program by itself.
+void catchSignals()
+{
+    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw Failure { Failed, QStringLiteral("cannot catch signals") };
+    }
+    struct sigaction action = {};
+    action.sa_handler = passOn;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+    // Whoever waited for "ready" may have closed its end of the pipe.
+    signal(SIGPIPE, SIG_IGN);
+}
+
+int serve(const Request &request)
+{
+    QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) {
+        throw Failure { NoBus, QStringLiteral("no system bus: ") + bus.lastError().message() };
+    }
+
+    qRegisterMetaType<QDBusVariant>("QDBusVariant"); // Qt 6 knows it only then by its name
+    qDBusRegisterMetaType<SupplyInformation>();
+    const std::unique_ptr<Daemon> daemon = createDaemon(request);
+    makeSureOfName(busName(request.daemon));
+    Simulator simulator(daemon.get());
+    bus.registerObject(QStringLiteral("/simulator"), &simulator,
+                       QDBusConnection::ExportScriptableSlots);
+
+    // Without its bus a daemon would wait for ever.
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), qApp,
+                SLOT(quit()));
+
+    catchSignals();
+    const QSocketNotifier signalled(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&signalled, &QSocketNotifier::activated, []() {
+        char number = 0;
+        if (read(signalPipe[0], &number, 1) == 1) {
+            QCoreApplication::exit(number == SIGINT ? Interrupted : Done);
+        }
+    });
+
+    daemon->begin();
+    std::optional<ScenarioPlayer> player;
+    if (request.scenario) {
+        player.emplace(*request.scenario, bus, request.daemon);
+        play(&*player);
+    }
+    puts("ready");
+    fflush(stdout);
+    const int code = bus.isConnected() ? QCoreApplication::exec() : 0;
+    if (!bus.isConnected()) {
+        throw Failure { NoBus, QStringLiteral("the system bus went away") };
+    }
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("hnipc-simulator"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION));
+    try {
+        return serve(readCommandLine());
+    } catch (const Failure &failure) {
+        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(failure.message));
+        return failure.exitCode;
+    }
+}

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_SIMULATOR_MALFORMED_H
+#define HNIPC_SIMULATOR_MALFORMED_H
+
+#include <hnipc/supplyinformation.h>
+
+#include <QtCore/QVariant>
+
+/// The arguments of a reply that carries @p record in the shape @p shape, another one than "none".
+QVariantList shapedRecord(const QString &shape, const SupplyInformation &record);
+
+#endif
