@@ -45,6 +45,21 @@ else()
 endif()
 message(STATUS "HNIPC ${PROJECT_VERSION} for Qt ${HNIPC_QT}")
 
+# Qt 4 has another QML. Where Qt looks for modules below its own prefix is the default place.
+if(NOT HNIPC_QT EQUAL 4)
+    set(HNIPC_QML AUTO CACHE STRING "The QML module: ON, OFF, or AUTO for ON where Qt's QML is found")
+    set_property(CACHE HNIPC_QML PROPERTY STRINGS AUTO ON OFF)
+    set(HNIPC_QML_DIR ${CMAKE_INSTALL_LIBDIR}/qt${HNIPC_QT}/qml CACHE STRING
+        "Where QML modules are installed, relative to the prefix")
+    set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml-modules)
+    if(HNIPC_QML STREQUAL AUTO)
+        find_package(Qt${HNIPC_QT} QUIET COMPONENTS Qml)
+    elseif(HNIPC_QML)
+        find_package(Qt${HNIPC_QT} REQUIRED COMPONENTS Qml)
+    endif()
+    set(HNIPC_QT_QML Qt${HNIPC_QT}::Qml)
+endif()
+
 if(BUILD_TESTING)
     if(HNIPC_QT EQUAL 4)
         find_package(Qt4 4.8 REQUIRED QtCore QtDBus QtTest)

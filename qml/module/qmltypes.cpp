@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+// Writes what editors and qmllint know of the module.
+
+#include "hnipcinqml.h"
+#include "hnipcrequestinqml.h"
+
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QHash>
+#include <QtCore/QMetaEnum>
+#include <QtCore/QMetaMethod>
+#include <QtCore/QMetaProperty>
+
+// QML's tools know fewer types: of a number of 64 bits, JavaScript has what a double holds, and in a
+// record or a table it cannot look.
+static QByteArray typeName(const QMetaObject &meta, const QByteArray &name)
+{
+    static const QHash<QByteArray, QByteArray> names = {
+        { "qint32", "int" },
+        { "quint32", "uint" },
+        { "quint64", "double" },
+        { "qulonglong", "double" },
+        { "QVariantHash", "QVariant" },
+        { "SupplyInformation", "QVariant" },
+    };
+    if (meta.indexOfEnumerator(name) >= 0) {
+        return QByteArray(meta.className()) + "::" + name;
+    }
+    return names.value(name, name);
+}
+
+static QByteArray members(const QMetaObject &meta)
+{
+    QByteArray result;
+    for (int i = meta.enumeratorOffset(); i < meta.enumeratorCount(); ++i) {
+        const QMetaEnum metaEnum = meta.enumerator(i);
+        QList<QByteArray> values;
+        for (int key = 0; key < metaEnum.keyCount(); ++key) {
+            values.append('"' + QByteArray(metaEnum.key(key))
+                          + "\": " + QByteArray::number(metaEnum.value(key)));
+        }
+        result += "        Enum { name: \"" + QByteArray(metaEnum.name()) + "\"; values: { "
+            + values.join(", ") + " } }\n";
+    }
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        result += "        Property { name: \"" + QByteArray(property.name()) + "\"; type: \""
+            + typeName(meta, property.typeName()) + '"'
+            + (property.isWritable() ? "" : "; isReadonly: true") + " }\n";
+    }
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.access() == QMetaMethod::Private) {
+            continue;
+        }
+        const bool isSignal = method.methodType() == QMetaMethod::Signal;
+        result += QByteArray(isSignal ? "        Signal" : "        Method") + " {\n"
+            + "            name: \"" + method.name() + "\"\n";
+        // No handler has a result.
+        const QByteArray returned = method.typeName();
+        if (!isSignal && returned != "void") {
+            result += "            type: \"" + typeName(meta, returned) + "\"\n";
+        }
+        const QList<QByteArray> types = method.parameterTypes();
+        const QList<QByteArray> names = method.parameterNames();
+        for (int parameter = 0; parameter < types.size(); ++parameter) {
+            result += "            Parameter { name: \"" + names.at(parameter) + "\"; type: \""
+                + typeName(meta, types.at(parameter)) + "\" }\n";
+        }
+        result += "        }\n";
+    }
+    return result;
+}
+
+static QByteArray component(const QMetaObject &meta, const QByteArray &prototype,
+                            bool isExported = true)
+{
+    const QByteArray name = meta.className();
+    QByteArray result = "    Component {\n        name: \"" + name + "\"\n";
+    result += "        prototype: \"" + prototype + "\"\n";
+    if (isExported) {
+        result += "        exports: [\"HNIPC/" + name + " 1.0\"]\n";
+        result += "        exportMetaObjectRevisions: ["
+            + QByteArray(QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) ? "256" : "0") + "]\n";
+    }
+    return result + members(meta) + "    }\n";
+}
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        return 2;
+    }
+    const QMetaObject &client = HNIPCInQml::staticMetaObject;
+    const QMetaObject &request = HNIPCRequestInQml::staticMetaObject;
+    // That a class is extended by another, not every tool understands; that it inherits it, each.
+    const QByteArray text = "import QtQuick.tooling 1.2\n\nModule {\n    dependencies: []\n"
+        + component(client, "QObject", false)
+        + component(HNIPC::staticMetaObject, client.className())
+        + component(request, "QObject", false)
+        + component(HNIPCRequest::staticMetaObject, request.className())
+        + component(HNIPCAvailability::staticMetaObject, "QObject") + "}\n";
+    QFile file(QFile::decodeName(argv[1]));
+    return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush() ? 0 : 1;
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+import QtQml 2.15
+import HNIPC 1.0
+
+QtObject {
+    id: root
+
+    property string log
+    property string changes
+    property HNIPCRequest request: HNIPCRequest {
+        id: request
+
+        onStateChanged: root.log += pending ? "sent, " : "not pending, "
+        onFinished: root.log += "finished, "
+    }
+    property HNIPCAvailability daemons: HNIPCAvailability {
+        onM4Changed: function (available) {
+            root.changes += available ? "came " : "went ";
+        }
+    }
+    readonly property string state: {
+        if (request.pending)
+            return "at work";
+        switch (request.outcome) {
+        case HNIPCRequest.NoOutcome:
+            return "not sent";
+        case HNIPCRequest.NotSent:
+            return "nothing was done";
+        case HNIPCRequest.Answered:
+            return "answered";
+        case HNIPCRequest.Refused:
+            return "refused: " + request.errorText;
+        case HNIPCRequest.Unknown:
+            return "look at the printer";
+        }
+        return "?";
+    }
+    readonly property var answer: request.qmlValue
+    readonly property string present: {
+        const m4AndSupplyd = daemons.m4 + " " + daemons.supplyd;
+        return daemons.known + " " + daemons.ioexpd + " " + m4AndSupplyd;
+    }
+}

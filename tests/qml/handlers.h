@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_QML_HANDLERS_H
+#define HNIPC_TESTS_QML_HANDLERS_H
+
+#include "expected/clientsignals.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+
+inline QByteArray nameOf(const QByteArray &signature)
+{
+    return signature.left(signature.indexOf('('));
+}
+
+inline QList<QByteArray> namesOf(const QByteArray &parameters)
+{
+    return parameters.isEmpty() ? QList<QByteArray>() : parameters.split(',');
+}
+
+// The signal that QML finds a handler of.
+inline QByteArray twinOf(const Expected::ClientSignal &signal)
+{
+    const QByteArray name = nameOf(signal.signature);
+    if (name == "M4Version") {
+        return "m4VersionSignal";
+    }
+    if (name == "PrintQueueFull") {
+        return "printQueueFullSignal";
+    }
+    if (name == "PrintQueueComplete") {
+        return "printQueueCompleteSignal";
+    }
+    return name.left(1).toLower() + name.mid(1);
+}
+
+inline QByteArray handlerOf(const Expected::ClientSignal &signal)
+{
+    const QByteArray twin = twinOf(signal);
+    return "on" + twin.left(1).toUpper() + twin.mid(1);
+}
+
+#endif

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: MIT
+#include "expected/samples.h"
+#include "handlers.h"
+#include "scene.h"
+#include "support/fakedaemons.h"
+#include "support/waituntil.h"
+
+#include <hnipc/hnipc.h>
+
+using namespace Expected;
+
+namespace {
+
+struct Bound
+{
+    const char *name;       // in Bindings.qml
+    const char *property;
+    Server server;
+    const char *method;
+    const char *call;       // what a read sends
+    const char *signal;     // of the daemon
+    const char *first;      // answers, as GVariant and as JSON
+    const char *firstValue;
+    const char *second;
+    const char *secondValue;
+};
+
+const Bound bindings[] = {
+    { "supplyPercent", "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent",
+      "supplySupplyPercent()", "SUPPLYD_SupplyPercentChanged", "80.0", "80", "79.5", "79.5" },
+    { "supplyColor", "qmlSupplyColorRGB", SUPPLYD, "supplySupplyRGB", "supplySupplyRGB('',)",
+      "SUPPLYD_SupplyRGBChanged", "'#fff'", "\"#fff\"", "'#000'", "\"#000\"" },
+    { "ribbonPercent", "qmlRibbonPercent", SUPPLYD, "supplyRibbon1Percent",
+      "supplyRibbon1Percent()", "SUPPLYD_Ribbon1PercentChanged", "60.0", "60", "59.5", "59.5" },
+    { "ribbonColors", "qmlRibbonColorRGBs", SUPPLYD, "supplyRibbon1RGBs",
+      "supplyRibbon1RGBs('',)", "SUPPLYD_Ribbon1RGBsChanged", "['#f00']", "[\"#f00\"]",
+      "['#0f0', '#00f']", "[\"#0f0\",\"#00f\"]" },
+    { "supplySku", "qmlSupplySKU", SUPPLYD, "supplySKUCached", "supplySKUCached('',)",
+      "SUPPLYD_SupplyChanged", "'S-1'", "\"S-1\"", "'S-2'", "\"S-2\"" },
+    { "errorCode", "qmlPrintEngineErrorCode", M4, "getError", "getError()", "M4_Error", "3", "3",
+      "4", "4" },
+    { "alertCode", "qmlPrintEngineAlertCode", M4, "getAlert", "getAlert()", "M4_Alert", "5", "5",
+      "6", "6" },
+    { "battery", "qmlBatteryStatus", M4, "getBatteryStatus", "getBatteryStatus()",
+      "M4_M4BatteryUpdate", "87", "87", "86", "86" },
+};
+
+const int bindingCount = sizeof bindings / sizeof bindings[0];
+
+} // namespace
+
+// The eight properties, bound in a document.
+class tst_QmlProperties : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void eachSignalReadsWhatItNotifiesOnce_data();
+    void eachSignalReadsWhatItNotifiesOnce();
+    void writeIsRefused_data();
+    void writeIsRefused();
+    void daemonThatDiesAndReturns();
+    void twoClientsReadEachForThemselves();
+
+private:
+    void answerAll(bool second)
+    {
+        for (const Bound &bound : bindings) {
+            const QByteArray value = second ? bound.second : bound.first;
+            (*m_daemons)[bound.server].answer(bound.method, '(' + value + ",)");
+        }
+    }
+
+    QList<QByteArray> takeCalls()
+    {
+        QList<QByteArray> result;
+        const QList<WireMessage> calls = m_daemons->takeCalls();
+        for (const WireMessage &call : calls) {
+            result.append(call.member + call.body);
+        }
+        return result;
+    }
+
+    QScopedPointer<FakeDaemons> m_daemons;
+};
+
+void tst_QmlProperties::initTestCase()
+{
+    m_daemons.reset(new FakeDaemons);
+}
+
+void tst_QmlProperties::cleanupTestCase()
+{
+    m_daemons.reset();
+}
+
+void tst_QmlProperties::init()
+{
+    answerAll(false);
+    m_daemons->takeCalls();
+}
+
+void tst_QmlProperties::eachSignalReadsWhatItNotifiesOnce_data()
+{
+    QTest::addColumn<int>("row");
+    for (int row = 0; row < clientSignalCount; ++row) {
+        if (clientSignals[row].server != NoServer) {
+            QTest::newRow(clientSignals[row].signature) << row;
+        }
+    }
+}
+
+void tst_QmlProperties::eachSignalReadsWhatItNotifiesOnce()
+{
+    QFETCH(int, row);
+    const ClientSignal &signal = clientSignals[row];
+    Scene scene;
+    scene.showFile("Bindings.qml");
+    QCOMPARE(int(takeCalls().size()), bindingCount);
+    for (const Bound &bound : bindings) {
+        QCOMPARE(scene.js(bound.name), QByteArray(bound.firstValue));
+    }
+    QCOMPARE(scene.js("percentText"), QByteArray("\"80 %\""));
+
+    answerAll(true);
+    QVERIFY(m_daemons->emitSignal(signal.server, signal.member,
+                                  wireBody(argumentSamples(signal.signature, 1))));
+    QVERIFY(m_daemons->passFence());
+    QList<QByteArray> expected;
+    for (const Bound &bound : bindings) {
+        const bool notified = QByteArray(bound.signal) == signal.member;
+        if (notified) {
+            expected.append(bound.call);
+        }
+        QCOMPARE(scene.js(bound.name), QByteArray(notified ? bound.secondValue : bound.firstValue));
+    }
+    QCOMPARE(takeCalls(), expected);
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlProperties::writeIsRefused_data()
+{
+    QTest::addColumn<int>("row");
+    for (int row = 0; row < bindingCount; ++row) {
+        QTest::newRow(bindings[row].property) << row;
+    }
+}
+
+void tst_QmlProperties::writeIsRefused()
+{
+    QFETCH(int, row);
+    const QByteArray property = bindings[row].property;
+    Scene scene;
+    scene.show("import HNIPC 1.0\nHNIPC { id: printer }");
+    QCOMPARE(scene.js("printer." + property + " = " + bindings[row].secondValue),
+             QByteArray("TypeError: Cannot assign to read-only property \"" + property + '"'));
+    const QByteArray refusal = Scene().refusal("import HNIPC 1.0\nHNIPC { " + property + ": "
+                                               + bindings[row].secondValue + " }");
+    QVERIFY2(refusal.contains("Invalid property assignment: \"" + property
+                              + "\" is a read-only property"),
+             refusal.constData());
+    QCOMPARE(takeCalls(), QList<QByteArray>());
+}
+
+void tst_QmlProperties::daemonThatDiesAndReturns()
+{
+    Scene scene;
+    scene.showFile("Bindings.qml");
+    QCOMPARE(scene.js("errorCode"), QByteArray("3"));
+    takeCalls();
+
+    m_daemons->stop(M4);
+    QCOMPARE(scene.js("[errorCode, printer.getError(), printer.calibrateSupply()]"),
+             QByteArray("[3,0,false]"));
+    QCOMPARE(scene.js("supplyPercent"), QByteArray("80"));
+    QCOMPARE(takeCalls(), QList<QByteArray>());
+
+    answerAll(true);
+    m_daemons->start(M4);
+    QCOMPARE(scene.js("printer.getError()"), QByteArray("4"));
+    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()");
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(9,)"));
+    QVERIFY(m_daemons->passFence());
+    QCOMPARE(scene.js("errorCode"), QByteArray("4"));
+    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()");
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlProperties::twoClientsReadEachForThemselves()
+{
+    Scene scene;
+    scene.showFile("TwoClients.qml");
+    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()" << "getError()");
+    answerAll(true);
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(9,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
+    QVERIFY(m_daemons->passFence());
+    QCOMPARE(scene.js("[firstError, secondError]"), QByteArray("[4,4]"));
+    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()" << "getError()");
+    const QByteArray lids = scene.js("lids");
+    QVERIFY2(lids == "\"12\"" || lids == "\"21\"", lids.constData());
+
+    // One that goes takes nothing from the other.
+    delete scene.root()->property("second").value<QObject *>();
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(9,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
+    QVERIFY(m_daemons->passFence());
+    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()");
+    QCOMPARE(scene.js("lids.slice(2)"), QByteArray("\"1\""));
+}
+
+HNIPC_QML_TEST_MAIN(tst_QmlProperties)
+
+#include "tst_qmlproperties.moc"

@@ -1,0 +1,332 @@
+// SPDX-License-Identifier: MIT
+#include "expected/clientslots.h"
+#include "handlers.h"
+#include "support/signature.h"
+
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
+
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QMetaEnum>
+#include <QtCore/QMetaProperty>
+#include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QTemporaryDir>
+#include <QtTest/QTest>
+
+using namespace Expected;
+
+namespace {
+
+const char *const documents[] = { "Base.qml", "OfTwoFiles.qml", "Bindings.qml", "TwoClients.qml",
+                                  "Requests.qml", "InFlight.qml" };
+
+QString pathOf(const char *document)
+{
+    return QString::fromLatin1(HNIPC_QML_TEST_DIR "/") + QString::fromLatin1(document);
+}
+
+// The types of arguments and results as QML's tools know them.
+QByteArray toolsType(const QByteArray &type)
+{
+    const QByteArray name = withoutAliases(type);
+    if (name == "qulonglong") {
+        return "double";
+    }
+    if (name == "QVariantHash" || name == "SupplyInformation") {
+        return "QVariant";
+    }
+    return name;
+}
+
+// A line a member: "signal M4Gap(uint value)", "int getError()", "property double x read-only".
+typedef QList<QByteArray> Members;
+
+QByteArray member(const QByteArray &kind, const QByteArray &name, const QList<QByteArray> &types,
+                  const QList<QByteArray> &names)
+{
+    QList<QByteArray> parameters;
+    for (int i = 0; i < types.size(); ++i) {
+        parameters.append(toolsType(types.at(i)) + ' ' + names.at(i));
+    }
+    return kind + ' ' + name + '(' + parameters.join(", ") + ')';
+}
+
+QList<QByteArray> typesOf(const QByteArray &signature)
+{
+    const int open = signature.indexOf('(');
+    return namesOf(signature.mid(open + 1, signature.size() - open - 2));
+}
+
+Members metaMembers(const QMetaObject &meta)
+{
+    Members result;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        QByteArray type = property.typeName();
+        if (property.isEnumType()) {
+            type = QByteArray(meta.className()) + "::" + property.enumerator().name();
+        }
+        result.append("property " + toolsType(type) + ' ' + property.name()
+                      + (property.isWritable() ? "" : " read-only"));
+    }
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
+        const QMetaMethod method = meta.method(i);
+        if (method.access() != QMetaMethod::Private) {
+            const QByteArray kind = method.methodType() == QMetaMethod::Signal
+                ? QByteArray("signal") : toolsType(method.typeName());
+            result.append(member(kind, method.name(), method.parameterTypes(),
+                                 method.parameterNames()));
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+// What editors and qmllint are told of the module.
+class tst_QmlTypes : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void clientIsDescribed();
+    void handlersAreDescribed();
+    void descriptionIsThatOfTheClasses();
+    void typesAreExported();
+    void outcomesAreDescribed();
+    void documentsOfTheTestsAreClean();
+    void documentsOfTheTestsAreFormatted();
+    void everyMemberIsKnown();
+    void otherMembersAreNot();
+
+private:
+    // What qmllint says; empty for a clean document.
+    QByteArray lint(const QString &file)
+    {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QString::fromLatin1(HNIPC_QMLLINT),
+                      { QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QML_BUILD_DIR),
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+                        QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QT_QML_MODULES),
+                        QString::fromLatin1("--check-unqualified"),
+#endif
+                        file });
+        if (!process.waitForFinished()) {
+            return "qmllint does not run";
+        }
+        const QByteArray output = process.readAll();
+        return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
+            ? output : "failed: " + output;
+    }
+
+    QByteArray lintText(const QByteArray &text)
+    {
+        const QString name = m_directory.filePath(QString::fromLatin1("Document.qml"));
+        QFile file(name);
+        if (!file.open(QFile::WriteOnly | QFile::Truncate) || file.write(text) != text.size()) {
+            return "no file";
+        }
+        file.close();
+        return lint(name);
+    }
+
+    QTemporaryDir m_directory;
+    QMap<QByteArray, QByteArray> m_components; // their text, by name
+    QMap<QByteArray, Members> m_members;
+};
+
+void tst_QmlTypes::initTestCase()
+{
+    QFile file(QString::fromLatin1(HNIPC_QML_BUILD_DIR "/HNIPC/plugins.qmltypes"));
+    QVERIFY(file.open(QFile::ReadOnly));
+    QByteArray name;
+    QByteArray kind;
+    QByteArray called;
+    QList<QByteArray> types;
+    QList<QByteArray> names;
+    const QRegularExpression quoted(QString::fromLatin1("(\\w+): \"([^\"]*)\""));
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine();
+        const QByteArray word = line.trimmed().split(' ').first();
+        QMap<QByteArray, QByteArray> fields;
+        QRegularExpressionMatchIterator i = quoted.globalMatch(QString::fromUtf8(line));
+        while (i.hasNext()) {
+            const QRegularExpressionMatch match = i.next();
+            fields.insert(match.captured(1).toUtf8(), match.captured(2).toUtf8());
+        }
+        if (word == "Component") {
+            name.clear();
+        } else if (word == "name:" && name.isEmpty()) {
+            name = fields.value("name");
+        } else if (word == "Property") {
+            m_members[name].append(
+                "property " + fields.value("type") + ' ' + fields.value("name")
+                + (line.contains("isReadonly: true") ? " read-only" : ""));
+        } else if (word == "Signal" || word == "Method") {
+            kind = word == "Signal" ? "signal" : "void";
+            called.clear();
+            types.clear();
+            names.clear();
+        } else if (word == "name:") {
+            called = fields.value("name");
+        } else if (word == "type:") {
+            kind = fields.value("type");
+        } else if (word == "Parameter") {
+            types.append(fields.value("type"));
+            names.append(fields.value("name"));
+        } else if (word == "}" && !kind.isEmpty()) {
+            m_members[name].append(member(kind, called, types, names));
+            kind.clear();
+        }
+        m_components[name] += line;
+    }
+}
+
+void tst_QmlTypes::clientIsDescribed()
+{
+    Members expected;
+    for (const char *property : {
+             "property double qmlSupplyPercent read-only",
+             "property QString qmlSupplyColorRGB read-only",
+             "property double qmlRibbonPercent read-only",
+             "property QStringList qmlRibbonColorRGBs read-only",
+             "property QString qmlSupplySKU read-only",
+             "property int qmlPrintEngineErrorCode read-only",
+             "property int qmlPrintEngineAlertCode read-only",
+             "property int qmlBatteryStatus read-only",
+         }) {
+        expected.append(property);
+    }
+    for (const ClientSignal &signal : clientSignals) {
+        expected.append(member("signal", nameOf(signal.signature), typesOf(signal.signature),
+                               namesOf(signal.parameters)));
+    }
+    for (const ClientSlot &slot : clientSlots) {
+        const QByteArray result = slot.result;
+        expected.append(member(result.isEmpty() ? QByteArray("void") : toolsType(result),
+                               nameOf(slot.signature), typesOf(slot.signature),
+                               namesOf(slot.parameters)));
+    }
+    QCOMPARE(int(expected.size()), 8 + 60 + 147);
+    QCOMPARE(m_members.value("HNIPC"), expected);
+}
+
+void tst_QmlTypes::handlersAreDescribed()
+{
+    Members expected;
+    for (const ClientSignal &signal : clientSignals) {
+        expected.append(member("signal", twinOf(signal), typesOf(signal.signature),
+                               namesOf(signal.parameters)));
+    }
+    Members signalsOnly;
+    const Members all = m_members.value("HNIPCInQml");
+    for (const QByteArray &line : all) {
+        if (line.startsWith("signal ")) {
+            signalsOnly.append(line);
+        }
+    }
+    QCOMPARE(signalsOnly, expected);
+    QVERIFY(m_components.value("HNIPC").contains("prototype: \"HNIPCInQml\""));
+}
+
+void tst_QmlTypes::descriptionIsThatOfTheClasses()
+{
+    QCOMPARE(m_members.value("HNIPC"), metaMembers(HNIPC::staticMetaObject));
+    QCOMPARE(m_members.value("HNIPCRequest"), metaMembers(HNIPCRequest::staticMetaObject));
+    QCOMPARE(m_members.value("HNIPCAvailability"),
+             metaMembers(HNIPCAvailability::staticMetaObject));
+    QVERIFY(m_members.value("HNIPCRequestInQml").contains("property QVariant qmlValue read-only"));
+}
+
+void tst_QmlTypes::typesAreExported()
+{
+    for (const QByteArray name : { "HNIPC", "HNIPCRequest", "HNIPCAvailability" }) {
+        QVERIFY2(m_components.value(name).contains("exports: [\"HNIPC/" + name + " 1.0\"]"),
+                 name.constData());
+    }
+    QCOMPARE(int(m_components.value("HNIPCInQml").count("exports")), 0);
+}
+
+void tst_QmlTypes::outcomesAreDescribed()
+{
+    QVERIFY(m_components.value("HNIPCRequest").contains(
+        "Enum { name: \"Outcome\"; values: { \"NoOutcome\": 0, \"NotSent\": 1, \"Answered\": 2, "
+        "\"Refused\": 3, \"Unknown\": 4 } }"));
+}
+
+void tst_QmlTypes::documentsOfTheTestsAreClean()
+{
+    for (const char *document : documents) {
+        QCOMPARE(lint(pathOf(document)), QByteArray());
+    }
+}
+
+void tst_QmlTypes::documentsOfTheTestsAreFormatted()
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QSKIP("the formatters of Qt 5 and 6 disagree");
+#else
+    for (const char *document : documents) {
+        QFile file(pathOf(document));
+        QVERIFY(file.open(QFile::ReadOnly));
+        QProcess process;
+        process.start(QString::fromLatin1(HNIPC_QMLFORMAT), { file.fileName() });
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(file.readAll(), process.readAllStandardOutput());
+    }
+#endif
+}
+
+void tst_QmlTypes::everyMemberIsKnown()
+{
+    QByteArray text = "import QtQml 2.15\nimport HNIPC 1.0\n\nHNIPC {\n    id: printer\n\n"
+                      "    property QtObject connections: Connections {\n"
+                      "        target: printer\n\n";
+    for (const ClientSignal &signal : clientSignals) {
+        text += "        function " + handlerOf(signal) + "(" + signal.parameters + ") {}\n";
+    }
+    text += "    }\n\n";
+    for (const ClientSignal &signal : clientSignals) {
+        text += "    " + handlerOf(signal) + ": function(" + signal.parameters + ") {}\n";
+    }
+    // A function each, because qmllint stops looking after the first that it does not know.
+    int functions = 0;
+    const auto use = [&](const QByteArray &parameters, const QByteArray &expression) {
+        text += "\n    function use" + QByteArray::number(++functions) + '(' + parameters
+            + ") {\n        return printer." + expression + ";\n    }\n";
+    };
+    for (const ClientSignal &signal : clientSignals) {
+        use("f", nameOf(signal.signature) + ".connect(f)");
+    }
+    for (const ClientSlot &slot : clientSlots) {
+        use(slot.parameters, nameOf(slot.signature) + '(' + slot.parameters + ')');
+    }
+    for (const char *property : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
+                                  "qmlRibbonColorRGBs", "qmlSupplySKU", "qmlPrintEngineErrorCode",
+                                  "qmlPrintEngineAlertCode", "qmlBatteryStatus" }) {
+        use("", property);
+    }
+    QCOMPARE(functions, 60 + 147 + 8);
+    text += "}\n";
+    QCOMPARE(lintText(text), QByteArray());
+}
+
+void tst_QmlTypes::otherMembersAreNot()
+{
+    const QByteArray head = "import HNIPC 1.0\n\nHNIPC {\n    id: printer\n\n    ";
+    for (const QByteArray member : { "getErrors", "M4PrinterLids", "qmlErrorCode" }) {
+        const QByteArray said =
+            lintText(head + "function use() {\n        return printer." + member + ";\n    }\n}\n");
+        QVERIFY2(said.contains(member), said.constData());
+    }
+    const QByteArray said = lintText(head + "onM4PrinterLids: function(value) {}\n}\n");
+    QVERIFY2(said.contains("onM4PrinterLids"), said.constData());
+}
+
+QTEST_GUILESS_MAIN(tst_QmlTypes)
+
+#include "tst_qmltypes.moc"
