@@ -35,9 +35,14 @@ share/hnipc/supplies.json
 share/man/man1/hnipc-sandbox.1
 share/man/man1/hnipc-simulator.1
 share/man/man1/hnipcctl.1"
+panel="bin/hnipc-panel
+share/man/man1/hnipc-panel.1"
 expected=$interfaces
 if [ "$qt" -ge 5 ]; then
     expected=$interfaces$'\n'$tools
+fi
+if [ -e "$build/bin/hnipc-panel" ]; then # where Qt has QML
+    expected+=$'\n'$panel
 fi
 diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune -o ! -type d -printf '%P\n' \

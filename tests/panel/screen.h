@@ -1,0 +1,251 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_PANEL_SCREEN_H
+#define HNIPC_TESTS_PANEL_SCREEN_H
+
+#include "printer.h"
+#include "support/waituntil.h"
+
+#include <QtCore/QUrl>
+#include <QtGui/QColor>
+#include <QtQuick/QQuickItem>
+#include <QtQuick/QQuickView>
+#include <QtTest/QTest>
+
+#include <cmath>
+
+// The front panel in a window, with somebody who looks at it and touches it.
+class Screen
+{
+public:
+    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000)
+        : m_printer(patience)
+    {
+        m_view.setResizeMode(QQuickView::SizeRootObjectToView);
+        m_view.setInitialProperties({ { "printer", QVariant::fromValue<QObject *>(&m_printer) } });
+        m_view.setSource(QUrl("qrc:/panel/Panel.qml"));
+        m_view.resize(size);
+        m_view.show();
+        m_view.requestActivate();
+        if (!waitUntil([this]() { return m_view.isExposed() && m_view.isActive(); })) {
+            qFatal("there is no screen");
+        }
+    }
+
+    QQuickView &view() { return m_view; }
+    Printer &printer() { return m_printer; }
+
+    // By the names of items, outer ones first: "supply/name".
+    QQuickItem *item(const QString &path) const
+    {
+        QQuickItem *result = m_view.rootObject();
+        const QStringList names = path.split('/');
+        for (const QString &name : names) {
+            result = find(result, name);
+            if (!result) {
+                qFatal("no item %s", qPrintable(path));
+            }
+        }
+        return result;
+    }
+
+    QString text(const QString &path) const { return item(path)->property("text").toString(); }
+    QString color(const QString &path) const { return colorOf(item(path)).name(); }
+
+    // The colours of a roll, as they are painted, with the "?" of those that are none.
+    QStringList swatches(const QString &roll) const
+    {
+        QStringList result;
+        for (const QQuickItem *swatch : all(item(roll))) {
+            if (swatch->objectName() == "color") {
+                const QQuickItem *mark = swatch->childItems().at(0);
+                result += mark->isVisible() ? mark->property("text").toString()
+                                            : colorOf(swatch).name();
+            }
+        }
+        return result;
+    }
+
+    QStringList events() const
+    {
+        QStringList result;
+        const EventList &events = *const_cast<Printer &>(m_printer).events();
+        for (int row = 0; row < events.count(); ++row) {
+            result += events.data(events.index(row), EventList::TextRole).toString();
+        }
+        return result;
+    }
+
+    bool shows(const QString &path, const QString &expected) const
+    {
+        const bool shown = waitUntil([&]() { return text(path) == expected; });
+        if (!shown) {
+            qWarning("%s shows \"%s\", not \"%s\"", qPrintable(path), qPrintable(text(path)),
+                     qPrintable(expected));
+        }
+        return shown;
+    }
+
+    bool tells(const QString &event) const
+    {
+        return waitUntil([&]() { return events().contains(event); });
+    }
+
+    QPoint middleOf(const QString &path) const
+    {
+        const QQuickItem *touched = item(path);
+        return touched->mapToScene(QPointF(touched->width(), touched->height()) / 2).toPoint();
+    }
+
+    void click(const QString &path)
+    {
+        QTest::mouseClick(&m_view, Qt::LeftButton, Qt::NoModifier, middleOf(path));
+    }
+
+    void type(Qt::Key key) { QTest::keyClick(&m_view, key); }
+
+    // Goes there with Tab, as long as there is anywhere to go.
+    bool tabTo(const QString &path)
+    {
+        for (int i = 0; i < 20 && !item(path)->hasActiveFocus(); ++i) {
+            type(Qt::Key_Tab);
+        }
+        return item(path)->hasActiveFocus();
+    }
+
+    bool renders(int frames)
+    {
+        int rendered = 0;
+        const auto count = QObject::connect(&m_view, &QQuickWindow::frameSwapped,
+                                            [&rendered]() { ++rendered; });
+        const bool done = waitUntil([&]() {
+            m_view.update();
+            return rendered >= frames;
+        });
+        QObject::disconnect(count);
+        return done;
+    }
+
+    // What a person could not read: text that leaves its place or covers another one, or that has
+    // too little contrast.
+    QString faults() const
+    {
+        QStringList result;
+        QList<QPair<QString, QRectF>> painted;
+        QQuickItem *page = item("page");
+        const QQuickItem *help = item("help");
+        for (QQuickItem *text : all(page)) {
+            if (!text->inherits("QQuickText") || !text->isVisible()
+                || text->property("text").toString().isEmpty()
+                || (help->isVisible() && !help->isAncestorOf(text))) {
+                continue;
+            }
+            const QString name = text->parentItem()->objectName() + '/' + text->objectName() + " \""
+                + text->property("text").toString().left(40) + '"';
+            const QRectF ink = inkOf(text);
+            const QRectF own(0, 0, text->width(), text->height());
+            if (!contains(own, ink)) {
+                result += name + " leaves its box";
+            }
+            const QQuickItem *list = ancestor(text, "QQuickListView");
+            const QQuickItem *card = ancestor(text, "QQuickRectangle");
+            QRectF place = text->mapRectToItem(card, ink);
+            if (list) { // which is cut off at its end, and scrolls
+                place.setTop(0);
+                place.setBottom(1);
+            }
+            if (!contains(QRectF(0, 0, card->width(), card->height()), place)) {
+                result += name + " leaves its card";
+            }
+            const QRectF onPage = text->mapRectToItem(page, ink);
+            if (!list && !contains(QRectF(0, 0, 800, 480), onPage)) {
+                result += name + " leaves the page";
+            }
+            const double contrast = contrastOf(colorOf(text), colorOf(card));
+            if (contrast < 4.5) {
+                result += QString("%1 has contrast %2").arg(name).arg(contrast);
+            }
+            for (const auto &other : std::as_const(painted)) {
+                if (!list && other.second.adjusted(0.5, 0.5, -0.5, -0.5).intersects(onPage)) {
+                    result += name + " covers " + other.first;
+                }
+            }
+            if (!list) {
+                painted.append({ name, onPage });
+            }
+        }
+        return result.join('\n');
+    }
+
+    static double contrastOf(const QColor &a, const QColor &b)
+    {
+        const double x = luminance(a), y = luminance(b);
+        return (qMax(x, y) + 0.05) / (qMin(x, y) + 0.05);
+    }
+
+    // An item and all in it.
+    static QList<QQuickItem *> all(QQuickItem *item)
+    {
+        QList<QQuickItem *> result = { item };
+        const QList<QQuickItem *> children = item->childItems();
+        for (QQuickItem *child : children) {
+            result += all(child);
+        }
+        return result;
+    }
+
+    static QColor colorOf(const QQuickItem *item) { return item->property("color").value<QColor>(); }
+
+private:
+    static QQuickItem *find(QQuickItem *in, const QString &name)
+    {
+        const QList<QQuickItem *> items = all(in);
+        for (QQuickItem *item : items) {
+            if (item->objectName() == name) {
+                return item;
+            }
+        }
+        return nullptr;
+    }
+
+    static const QQuickItem *ancestor(const QQuickItem *item, const char *className)
+    {
+        do {
+            item = item->parentItem();
+        } while (item && !item->inherits(className));
+        return item;
+    }
+
+    static bool contains(const QRectF &outer, const QRectF &inner)
+    {
+        return outer.adjusted(-0.5, -0.5, 0.5, 0.5).contains(inner);
+    }
+
+    // Where a text has its letters.
+    static QRectF inkOf(const QQuickItem *text)
+    {
+        const double width = text->property("paintedWidth").toDouble();
+        const double height = text->property("paintedHeight").toDouble();
+        const int horizontal = text->property("effectiveHorizontalAlignment").toInt();
+        const int vertical = text->property("verticalAlignment").toInt();
+        const double right = text->width() - width, below = text->height() - height;
+        return QRectF(horizontal & Qt::AlignHCenter ? right / 2
+                          : horizontal & Qt::AlignRight ? right : 0,
+                      vertical & Qt::AlignVCenter ? below / 2
+                          : vertical & Qt::AlignBottom ? below : 0,
+                      width, height);
+    }
+
+    static double luminance(const QColor &color)
+    {
+        const auto linear = [](double part) {
+            return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF())
+            + 0.0722 * linear(color.blueF());
+    }
+
+    Printer m_printer;
+    QQuickView m_view;
+};
+
+#endif

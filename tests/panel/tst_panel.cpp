@@ -1,0 +1,1192 @@
+// SPDX-License-Identifier: MIT
+#include "screen.h"
+#include "support/privatebus.h"
+#include "tools/desk.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtDBus/QDBusConnection>
+#include <QtGui/QGuiApplication>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <utility>
+
+namespace {
+
+const QStringList allDaemons = { "ioexpd", "m4", "supplyd" };
+const QString atWork = "at work";
+const QString unknown = "unknown: look at the printer";
+
+const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7fd3a0";
+const QString goodOutcome = "#a9d8bb", badOutcome = "#ffb4a8";
+
+QStringList complaints; // of the QML engine, and about the QML files
+
+void keepComplaints(QtMsgType, const QMessageLogContext &context, const QString &message)
+{
+    std::fprintf(stderr, "%s\n", qPrintable(message));
+    if (message.contains("qml") || QByteArray(context.category).startsWith("qt.qml")
+        || QByteArray(context.category).startsWith("qml")) {
+        complaints += message;
+    }
+}
+
+// The calls of this process that the daemons got, by name.
+QList<QByteArray> calledMembers(WireMonitor &monitor)
+{
+    QList<QByteArray> result;
+    const QList<WireMessage> calls =
+        monitor.takeCallsFrom(QDBusConnection::systemBus().baseService().toLatin1());
+    for (const WireMessage &call : calls) {
+        result += call.member;
+    }
+    return result;
+}
+
+QByteArray joined(const QList<QByteArray> &members)
+{
+    QList<QByteArray> sorted = members;
+    std::sort(sorted.begin(), sorted.end());
+    return sorted.join(' ');
+}
+
+// A supply daemon that says what it likes.
+class SupplyPeer
+{
+public:
+    SupplyPeer()
+    {
+        m_peer.answer("supplySKUCached", "('S-1',)");
+        m_peer.answer("supplySupplyRGB", "('#123456',)");
+        m_peer.answer("supplySupplyPercent", "(50.0,)");
+        m_peer.answer("supplyRibbonSKUsCached", "(['R-1', 'R-2'],)");
+        m_peer.answer("supplyRibbon1RGBs", "(['#111111'],)");
+        m_peer.answer("supplyRibbon2RGBs", "(['#222222'],)");
+        m_peer.answer("supplyRibbon1Percent", "(60.0,)");
+        m_peer.answer("supplyRibbon2Percent", "(70.0,)");
+        m_peer.answer("supplyMaterialName", "('Paper',)");
+        m_peer.answer("supplyFormatName", "('Wide',)");
+        m_peer.answer("supplyColorName", "('Blue',)");
+        m_peer.answer("supplyRibbonColorName", "('Red',)");
+    }
+
+    void comeUp()
+    {
+        if (!m_peer.own("org.hnipc.supplyd")) {
+            qFatal("the name is taken");
+        }
+    }
+
+    void answer(const QByteArray &member, const QByteArray &body) { m_peer.answer(member, body); }
+
+    void emitSignal(const QByteArray &member, const QByteArray &body)
+    {
+        m_peer.emitSignal("/", "local.IHNIPCSUPPLYD", "SUPPLYD_" + member, body);
+    }
+
+private:
+    WirePeer m_peer;
+};
+
+} // namespace
+
+// The front panel, through the eyes and fingers of a person before it.
+class tst_Panel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup();
+
+    void nobodyIsThere();
+    void daemonsCome();
+    void daemonDiesAndReturns_data();
+    void daemonDiesAndReturns();
+    void rollsAreShown();
+    void everyCatalogueEntryFits();
+    void stateIsShown_data();
+    void stateIsShown();
+    void errorAndAlertAreShown();
+    void switchesAreShown_data();
+    void switchesAreShown();
+    void batteryIsShown();
+    void emptyPlaceIsShown();
+
+    void clickGivesACommand_data();
+    void clickGivesACommand();
+    void keyGivesACommand_data();
+    void keyGivesACommand();
+    void tabAndEnterGiveACommand_data();
+    void tabAndEnterGiveACommand();
+    void heldKeyGivesOneCommand();
+    void outcomeOfEachKind_data();
+    void outcomeOfEachKind();
+    void refusedWithAReason_data();
+    void refusedWithAReason();
+    void jobIsStoppedAndPrinted();
+    void jobIsStoppedByAnError();
+    void engineDiesWithAJob();
+    void screenGoesOnWhilePrinterIsAtWork();
+    void buttonsOfThePrinter();
+    void helpHasTheKeys();
+    void wholeScenario_data();
+    void wholeScenario();
+
+    void oneReadingForEachChange_data();
+    void oneReadingForEachChange();
+    void noReadingWithoutAChange();
+    void newRollIsReadOnce();
+    void changesFasterThanAnswersAreShown();
+
+    void colorsAreChecked_data();
+    void colorsAreChecked();
+    void oddTextsAreHarmless_data();
+    void oddTextsAreHarmless();
+    void oddNumbersAreHarmless_data();
+    void oddNumbersAreHarmless();
+    void everyButtonFitsAFinger();
+    void focusIsSeen();
+};
+
+void tst_Panel::cleanup()
+{
+    const QStringList said = complaints;
+    complaints.clear();
+    QCOMPARE(said, QStringList());
+}
+
+// ---- What is shown ----
+
+void tst_Panel::nobodyIsThere()
+{
+    Screen screen;
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    QCOMPARE(screen.text("note"),
+             QString("Supply daemon is absent; the printer's buttons are not heard"));
+    QCOMPARE(screen.text("ioexpd/text"), QString::fromUtf8("I/O ✗"));
+    QCOMPARE(screen.text("m4/text"), QString::fromUtf8("Engine ✗"));
+    QCOMPARE(screen.text("supplyd/text"), QString::fromUtf8("Supply ✗"));
+    QCOMPARE(screen.color("m4/text"), badOutcome);
+    QCOMPARE(screen.text("battery"), QString("Battery ?"));
+    for (const char *name : { "lid", "latch", "cutterCover", "cutterHome" }) {
+        QCOMPARE(screen.text(QString(name) + "/text"), QString("not known"));
+    }
+    for (const char *name : { "supply", "ribbon1", "ribbon2" }) {
+        QCOMPARE(screen.text(QString(name) + "/name"), QString("not known"));
+        QCOMPARE(screen.swatches(name), QStringList());
+    }
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "not done: print engine is absent"));
+    QCOMPARE(screen.color("buttonFeed/outcome"), badOutcome);
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::daemonsCome()
+{
+    Screen screen;
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    Desk desk({});
+    desk.start("m4");
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.tells("Print engine is there"));
+    QCOMPARE(screen.text("m4/text"), QString::fromUtf8("Engine ✓"));
+    QVERIFY(screen.shows("lid/text", "closed"));
+    QCOMPARE(screen.text("supply/name"), QString("not known"));
+    QCOMPARE(screen.text("note"),
+             QString("Supply daemon is absent; the printer's buttons are not heard"));
+
+    desk.start("supplyd");
+    QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
+    QVERIFY(screen.shows("ribbon1/name", "Cyan, Magenta, Yellow"));
+    QVERIFY(screen.tells("Supply daemon is there"));
+    QCOMPARE(screen.text("supplyd/text"), QString::fromUtf8("Supply ✓"));
+    QCOMPARE(screen.text("note"), QString("The printer's buttons are not heard"));
+
+    desk.start("ioexpd");
+    QVERIFY(screen.shows("ioexpd/text", QString::fromUtf8("I/O ✓")));
+    QVERIFY(screen.tells("I/O expander is there"));
+    QCOMPARE(screen.color("ioexpd/text"), goodOutcome);
+    QVERIFY(screen.shows("note", ""));
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::daemonDiesAndReturns_data()
+{
+    QTest::addColumn<QString>("daemon");
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("there");
+    QTest::addColumn<QString>("gone");
+    QTest::addColumn<QString>("event");
+    QTest::newRow("m4") << "m4" << "lid/text" << "closed" << "not known" << "Print engine is gone";
+    QTest::newRow("supplyd") << "supplyd" << "ribbon2/name" << "Black" << "not known"
+                             << "Supply daemon is gone";
+    QTest::newRow("ioexpd") << "ioexpd" << "ioexpd/text" << QString::fromUtf8("I/O ✓")
+                            << QString::fromUtf8("I/O ✗") << "I/O expander is gone";
+}
+
+void tst_Panel::daemonDiesAndReturns()
+{
+    QFETCH(QString, daemon);
+    QFETCH(QString, place);
+    QFETCH(QString, there);
+    QFETCH(QString, gone);
+    QFETCH(QString, event);
+    Desk desk(allDaemons);
+    Screen screen;
+    for (int time = 0; time < 2; ++time) {
+        QVERIFY(screen.shows(place, there));
+        QVERIFY(screen.shows("state", "Ready"));
+        desk.daemon(daemon).process().kill();
+        QVERIFY(screen.shows(place, gone));
+        QVERIFY(screen.tells(event));
+        QCOMPARE(screen.color(daemon + "/text"), badOutcome);
+        QCOMPARE(screen.text("state"), QString(daemon == "m4" ? "Print engine is absent" : "Ready"));
+        QCOMPARE(screen.faults(), QString());
+        desk.start(daemon);
+    }
+    QVERIFY(screen.shows(place, there));
+    QCOMPARE(screen.color(daemon + "/text"), goodOutcome);
+
+    // It is heard, too.
+    if (daemon == "m4") {
+        desk.act("m4", "set", "('printerLid', <true>)");
+        QVERIFY(screen.shows("lid/text", "open"));
+    } else if (daemon == "supplyd") {
+        desk.act("supplyd", "set", "('ribbon2Percent', <33.0>)");
+        QVERIFY(screen.shows("ribbon2/percent", "33 %"));
+    } else {
+        desk.act("ioexpd", "press", "('help',)");
+        QVERIFY(screen.tells("Help button"));
+    }
+}
+
+void tst_Panel::rollsAreShown()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
+    QCOMPARE(screen.text("supply/sku"), QString("LBL-100060-WH"));
+    QCOMPARE(screen.swatches("supply"), QStringList({ "#ffffff" }));
+    QVERIFY(screen.shows("supply/percent", "100 %"));
+    QVERIFY(screen.shows("ribbon1/name", "Cyan, Magenta, Yellow"));
+    QCOMPARE(screen.text("ribbon1/sku"), QString("RIB-110-CMY"));
+    QCOMPARE(screen.swatches("ribbon1"), QStringList({ "#00aeef", "#ec008c", "#ffd500" }));
+    QVERIFY(screen.shows("ribbon2/name", "Black"));
+    QCOMPARE(screen.text("ribbon2/sku"), QString("RIB-110-BK"));
+    QCOMPARE(screen.swatches("ribbon2"), QStringList({ "#000000" }));
+    QCOMPARE(screen.color("supply/percent"), plain);
+
+    desk.act("supplyd", "load", "('TAP-100-RD', ['RIB-110-KR', 'RIB-110-CMYK'])");
+    QVERIFY(screen.shows("supply/name", "Vinyl, Tape 100 mm, Red"));
+    QVERIFY(screen.shows("ribbon1/name", "Black, Red"));
+    QVERIFY(screen.shows("ribbon2/name", "Cyan, Magenta, Yellow, Black"));
+    QCOMPARE(screen.swatches("supply"), QStringList({ "#c8102e" }));
+    QCOMPARE(screen.swatches("ribbon1"), QStringList({ "#000000", "#c8102e" }));
+    QCOMPARE(screen.swatches("ribbon2"),
+             QStringList({ "#00aeef", "#ec008c", "#ffd500", "#000000" }));
+    QVERIFY(screen.tells("Supply is now TAP-100-RD"));
+    QVERIFY(screen.tells("Ribbons are now RIB-110-KR, RIB-110-CMYK"));
+
+    desk.act("supplyd", "set", "('ribbon1Percent', <10.0>)");
+    QVERIFY(screen.shows("ribbon1/percent", "10 %"));
+    QCOMPARE(screen.color("ribbon1/percent"), amber);
+    QCOMPARE(screen.item("ribbon1/bar")->width(), 7.6);
+    desk.act("supplyd", "set", "('ribbon1Percent', <10.6>)");
+    QVERIFY(screen.shows("ribbon1/percent", "11 %"));
+    QCOMPARE(screen.color("ribbon1/percent"), plain);
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::everyCatalogueEntryFits()
+{
+    QFile file(HNIPC_DATA_SOURCES "/supplies.json");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QJsonObject catalogue = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonArray supplies = catalogue["supplies"].toArray();
+    const QJsonArray ribbons = catalogue["ribbons"].toArray();
+    QVERIFY(supplies.size() > 10 && ribbons.size() > 5);
+
+    Desk desk(allDaemons);
+    Screen screen;
+    for (int i = 0; i < supplies.size(); ++i) {
+        const QJsonObject supply = supplies[i].toObject();
+        const QJsonObject ribbon = ribbons[i % ribbons.size()].toObject();
+        QStringList colors;
+        const QJsonArray panels = ribbon["panels"].toArray();
+        for (int panel = 0; panel < panels.size(); ++panel) {
+            colors += panels[panel].toObject()["colorName"].toString();
+        }
+        const QString sku = supply["sku"].toString(), ribbonSku = ribbon["sku"].toString();
+        desk.act("supplyd", "load",
+                 QString("('%1', ['%2', '%2'])").arg(sku, ribbonSku).toUtf8());
+        const QString name = supply["material"].toString() + ", " + supply["format"].toString()
+            + ", " + supply["colorName"].toString();
+        QVERIFY(screen.shows("supply/name", name));
+        QVERIFY(screen.shows("supply/sku", sku));
+        QVERIFY(screen.shows("ribbon1/name", colors.join(", ")));
+        QVERIFY(screen.shows("ribbon2/name", colors.join(", ")));
+        QVERIFY(screen.shows("ribbon2/sku", ribbonSku));
+        QVERIFY(screen.renders(1));
+        for (const char *text : { "supply/name", "ribbon1/name", "supply/sku", "ribbon2/sku" }) {
+            QVERIFY2(!screen.item(text)->property("truncated").toBool(), text);
+        }
+        QCOMPARE(screen.faults(), QString());
+    }
+}
+
+void tst_Panel::stateIsShown_data()
+{
+    QTest::addColumn<QByteArray>("setting");
+    QTest::addColumn<QString>("state");
+    QTest::addColumn<QString>("color");
+    QTest::addColumn<QString>("event");
+    QTest::newRow("lid") << QByteArray("('printerLid', <true>)") << "Lid open" << red
+                         << "Error: lid open";
+    QTest::newRow("cover") << QByteArray("('cutterCover', <true>)") << "Cutter cover open" << red
+                           << "Error: cutter cover open";
+    QTest::newRow("latch") << QByteArray("('supplyLatch', <true>)") << "Supply latch open" << red
+                           << "Error: supply latch open";
+    QTest::newRow("supply") << QByteArray("('supplySensor', <0>)") << "Supply is out" << red
+                            << "Error: supply is out";
+    QTest::newRow("ribbon 1") << QByteArray("('ribbonClr1', <4000>)") << "Ribbon 1 is out" << red
+                              << "Error: ribbon 1 is out";
+    QTest::newRow("ribbon 2") << QByteArray("('ribbonClr2', <4000>)") << "Ribbon 2 is out" << red
+                              << "Error: ribbon 2 is out";
+    QTest::newRow("head 1") << QByteArray("('tph1Therm', <800>)") << "Print head 1 is hot" << red
+                            << "Error: print head 1 is hot";
+    QTest::newRow("head 2") << QByteArray("('tph2Therm', <800>)") << "Print head 2 is hot" << red
+                            << "Error: print head 2 is hot";
+    QTest::newRow("other error") << QByteArray("('error', <77>)") << "Error 77" << red
+                                 << "Error: error 77";
+    QTest::newRow("battery") << QByteArray("('batteryStatus', <9>)") << "Battery is low" << amber
+                             << "Alert: battery is low";
+    QTest::newRow("supply low") << QByteArray("('alert', <20>)") << "Supply is low" << amber
+                                << "Alert: supply is low";
+    QTest::newRow("ribbon 1 low") << QByteArray("('alert', <21>)") << "Ribbon 1 is low" << amber
+                                  << "Alert: ribbon 1 is low";
+    QTest::newRow("ribbon 2 low") << QByteArray("('alert', <22>)") << "Ribbon 2 is low" << amber
+                                  << "Alert: ribbon 2 is low";
+    QTest::newRow("other alert") << QByteArray("('alert', <78>)") << "Alert 78" << amber
+                                 << "Alert: alert 78";
+}
+
+void tst_Panel::stateIsShown()
+{
+    QFETCH(QByteArray, setting);
+    QFETCH(QString, state);
+    QFETCH(QString, color);
+    QFETCH(QString, event);
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    QCOMPARE(screen.color("state"), green);
+    QCOMPARE(desk.act("m4", "set", setting), QByteArray("()"));
+    QVERIFY(screen.shows("state", state));
+    QCOMPARE(screen.color("state"), color);
+    QVERIFY(screen.tells(event));
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::errorAndAlertAreShown()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    desk.act("m4", "set", "('batteryStatus', <9>)");
+    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.shows("note", ""));
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Lid open"));
+    QVERIFY(screen.shows("note", "Battery is low"));
+    QCOMPARE(screen.color("note"), amber);
+    desk.stop("supplyd");
+    QVERIFY(screen.shows("note", "Battery is low; supply daemon is absent"));
+    desk.stop("ioexpd");
+    QVERIFY(screen.shows("note", "Battery is low; supply daemon is absent; "
+                                 "the printer's buttons are not heard"));
+    QVERIFY(screen.renders(1));
+    QVERIFY(!screen.item("note")->property("truncated").toBool());
+    QCOMPARE(screen.faults(), QString());
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.tells("Error is over"));
+    desk.act("m4", "set", "('batteryStatus', <90>)");
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.tells("Alert is over"));
+}
+
+void tst_Panel::switchesAreShown_data()
+{
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QStringList>("words");  // for false and true
+    QTest::addColumn<QStringList>("events");
+    QTest::addColumn<bool>("before");
+    const QStringList openOrNot = { "closed", "open" };
+    QTest::newRow("lid") << "lid" << QByteArray("printerLid") << openOrNot
+                         << QStringList { "Lid closed", "Lid opened" } << false;
+    QTest::newRow("latch") << "latch" << QByteArray("supplyLatch") << openOrNot
+                           << QStringList { "Supply latch closed", "Supply latch opened" } << false;
+    QTest::newRow("cover") << "cutterCover" << QByteArray("cutterCover") << openOrNot
+                           << QStringList { "Cutter cover closed", "Cutter cover opened" } << false;
+    QTest::newRow("cutter") << "cutterHome" << QByteArray("cutterHome")
+                            << QStringList { "moving", "home" }
+                            << QStringList { "Cutter moves", "Cutter is home" } << true;
+}
+
+void tst_Panel::switchesAreShown()
+{
+    QFETCH(QString, place);
+    QFETCH(QByteArray, name);
+    QFETCH(QStringList, words);
+    QFETCH(QStringList, events);
+    QFETCH(bool, before);
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows(place + "/text", words[before]));
+    for (const bool value : { !before, before }) {
+        desk.act("m4", "set", "('" + name + "', <" + (value ? "true" : "false") + ">)");
+        QVERIFY(screen.shows(place + "/text", words[value]));
+        QVERIFY(screen.tells(events[value]));
+        const bool alarm = value && !before;
+        QCOMPARE(screen.color(place), QString(alarm ? "#5a2a26" : "#212832"));
+        QCOMPARE(screen.faults(), QString());
+    }
+}
+
+void tst_Panel::batteryIsShown()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    const QList<QPair<int, QString>> levels = { { 100, plain }, { 16, plain }, { 15, amber },
+                                                { 0, amber } };
+    for (const auto &level : levels) {
+        const QByteArray percent = QByteArray::number(level.first);
+        desk.act("m4", "set", "('batteryStatus', <" + percent + ">)");
+        QVERIFY(screen.shows("battery", QString("Battery %1 %").arg(level.first)));
+        QCOMPARE(screen.color("battery"), level.second);
+        QCOMPARE(screen.faults(), QString());
+    }
+}
+
+void tst_Panel::emptyPlaceIsShown()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("ribbon2/name", "Black"));
+    desk.act("supplyd", "load", "('', ['RIB-110-RD'])");
+    QVERIFY(screen.shows("ribbon1/name", "Red"));
+    QVERIFY(screen.shows("ribbon2/name", "nothing is in"));
+    QCOMPARE(screen.text("ribbon2/sku"), QString());
+    QCOMPARE(screen.swatches("ribbon2"), QStringList());
+    QVERIFY(!screen.item("ribbon2/percent")->isVisible());
+    QCOMPARE(screen.faults(), QString());
+}
+
+// ---- Commands ----
+
+void tst_Panel::clickGivesACommand_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<QByteArray>("call");
+    QTest::addColumn<QString>("outcome");
+    QTest::addColumn<bool>("good");
+    const QByteArray m4 = "/ local.IHNIPCM4.";
+    QTest::newRow("Print") << "Print" << "PR" << m4 + "retryPrintJob  ()" << "no stopped job"
+                           << false;
+    QTest::newRow("Feed") << "Feed" << "F" << m4 + "forwardFeed u (uint32 400,)" << "fed" << true;
+    QTest::newRow("Cut") << "Cut" << "X" << m4 + "cycleCutter  ()" << "cut" << true;
+    QTest::newRow("Calibrate") << "Calibrate" << "K" << m4 + "calibrateSupply  ()" << "calibrated"
+                               << true;
+    QTest::newRow("Load") << "Load" << "L" << m4 + "rfidTest  ()" << "tags read" << true;
+    QTest::newRow("Cancel") << "Cancel" << "C" << m4 + "cancelPrintJob  ()" << "no job is printing"
+                            << false;
+    QTest::newRow("Clear") << "Clear" << "D" << m4 + "clearPrintJob  ()" << "no job to drop"
+                           << false;
+}
+
+// Whether it was given, once, and its outcome is shown.
+static void checkCommand(Screen &screen, const std::function<void()> &give)
+{
+    QFETCH(QString, button);
+    QFETCH(QByteArray, call);
+    QFETCH(QString, outcome);
+    QFETCH(bool, good);
+    const QString place = "button" + button + "/outcome";
+    QVERIFY(screen.shows("cutterHome/text", "home"));
+    QCOMPARE(screen.text(place), QString());
+    WireMonitor monitor;
+    give();
+    QVERIFY(screen.shows(place, outcome));
+    QCOMPARE(screen.color(place), good ? goodOutcome : badOutcome);
+    QVERIFY(screen.tells(button + ": " + outcome));
+    QCOMPARE(screen.faults(), QString());
+    int times = 0;
+    const QByteArray sender = QDBusConnection::systemBus().baseService().toLatin1();
+    for (const WireMessage &message : monitor.takeCallsFrom(sender)) {
+        times += message.line() == call;
+    }
+    QCOMPARE(times, 1);
+}
+
+void tst_Panel::clickGivesACommand()
+{
+    QFETCH(QString, button);
+    Desk desk(allDaemons);
+    for (const QSize &size : { QSize(800, 480), QSize(1600, 960), QSize(1000, 900) }) {
+        Screen screen(size);
+        checkCommand(screen, [&]() { screen.click("button" + button); });
+    }
+}
+
+void tst_Panel::keyGivesACommand_data()
+{
+    clickGivesACommand_data();
+}
+
+void tst_Panel::keyGivesACommand()
+{
+    QFETCH(QString, keys);
+    Desk desk(allDaemons);
+    for (const QChar key : keys) {
+        Screen screen;
+        checkCommand(screen, [&]() { screen.type(Qt::Key(key.unicode())); });
+    }
+}
+
+void tst_Panel::tabAndEnterGiveACommand_data()
+{
+    clickGivesACommand_data();
+}
+
+void tst_Panel::tabAndEnterGiveACommand()
+{
+    QFETCH(QString, button);
+    Desk desk(allDaemons);
+    for (const Qt::Key key : { Qt::Key_Enter, Qt::Key_Return, Qt::Key_Space }) {
+        Screen screen;
+        QVERIFY(screen.tabTo("button" + button));
+        checkCommand(screen, [&]() { screen.type(key); });
+    }
+}
+
+void tst_Panel::heldKeyGivesOneCommand()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    WireMonitor monitor;
+    const auto hold = [&](int key, const QString &text) {
+        for (int i = 0; i < 5; ++i) {
+            QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text, i > 0);
+            QCoreApplication::sendEvent(&screen.view(), &press);
+            QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+        }
+    };
+    hold(Qt::Key_F, "f");
+    QVERIFY(screen.tabTo("buttonFeed"));
+    hold(Qt::Key_Return, "\r");
+    hold(Qt::Key_Space, " ");
+    QCOMPARE(calledMembers(monitor).count("forwardFeed"), 3);
+}
+
+void tst_Panel::outcomeOfEachKind_data()
+{
+    QTest::addColumn<QByteArray>("fault");
+    QTest::addColumn<QString>("outcome");
+    QTest::newRow("error") << QByteArray("'error', <['org.example.No', 'close it']>")
+                           << "refused: close it";
+    QTest::newRow("never") << QByteArray("'never', <''>") << unknown;
+    QTest::newRow("die") << QByteArray("'die', <''>") << unknown;
+    QTest::newRow("wrong type") << QByteArray("'wrongtype', <''>") << unknown;
+    const QByteArray sentence(60, 'w');
+    QTest::newRow("long error")
+        << "'error', <['org.example.No', '" + sentence + " " + sentence + "']>"
+        << "refused: " + QString(60, 'w') + ' ' + QString(60, 'w');
+}
+
+void tst_Panel::outcomeOfEachKind()
+{
+    QFETCH(QByteArray, fault);
+    QFETCH(QString, outcome);
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), 500);
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "fault", "('calibrateSupply', " + fault + ")");
+    screen.click("buttonCalibrate");
+    QVERIFY(screen.shows("buttonCalibrate/outcome", outcome));
+    QCOMPARE(screen.color("buttonCalibrate/outcome"), badOutcome);
+    QVERIFY(screen.tells("Calibrate: " + outcome));
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::refusedWithAReason_data()
+{
+    QTest::addColumn<QString>("button");
+    for (const char *button : { "Print", "Feed", "Cut", "Calibrate" }) {
+        QTest::newRow(button) << button;
+    }
+}
+
+void tst_Panel::refusedWithAReason()
+{
+    QFETCH(QString, button);
+    Desk desk(allDaemons);
+    Screen screen;
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Lid open"));
+    screen.click("button" + button);
+    QVERIFY(screen.shows("button" + button + "/outcome", "refused: lid open"));
+    QCOMPARE(screen.color("button" + button + "/outcome"), badOutcome);
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::jobIsStoppedAndPrinted()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 40,)");
+    QVERIFY(desk.hears("M4_M4PrintDone"));
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("buttonPrint/outcome", "stopped"));
+    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "printed"));
+    QCOMPARE(screen.color("buttonPrint/outcome"), goodOutcome);
+    QVERIFY(screen.tells("All jobs are printed"));
+    QCOMPARE(desk.count("M4_M4PrintDone"), 40);
+
+    desk.act("m4", "print", "(uint32 40,)");
+    QVERIFY(desk.hears("M4_M4PrintDone", QByteArray(), 41));
+    screen.click("buttonClear");
+    QVERIFY(screen.shows("buttonClear/outcome", "job dropped"));
+    QVERIFY(screen.tells("Print queue is cleared"));
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString("stopped"));
+}
+
+void tst_Panel::jobIsStoppedByAnError()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 200,)");
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    desk.act("m4", "set", "('ribbonClr1', <4000>)");
+    QVERIFY(screen.shows("buttonPrint/outcome", "stopped: ribbon 1 is out"));
+    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
+    screen.type(Qt::Key_R);
+    QVERIFY(screen.shows("buttonPrint/outcome", "refused: ribbon 1 is out"));
+    desk.act("m4", "set", "('ribbonClr1', <100>)");
+    QVERIFY(screen.shows("state", "Ready"));
+    screen.type(Qt::Key_R);
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+}
+
+void tst_Panel::engineDiesWithAJob()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 200,)");
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    desk.daemon("m4").process().kill();
+    QVERIFY(screen.shows("buttonPrint/outcome", unknown));
+    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
+}
+
+void tst_Panel::screenGoesOnWhilePrinterIsAtWork()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "fault", "('calibrateSupply', 'delay', <uint32 5000>)");
+    QVERIFY(!screen.item("buttonCalibrate/runner")->isVisible());
+    WireMonitor monitor;
+    screen.click("buttonCalibrate");
+    screen.click("buttonCalibrate");
+    const QQuickItem *runner = screen.item("buttonCalibrate/runner");
+    QSet<double> places;
+    QVERIFY(waitUntil([&]() {
+        places.insert(runner->x());
+        return places.size() >= 30;
+    }));
+    QVERIFY(runner->isVisible());
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+    screen.type(Qt::Key_X);
+    QVERIFY(screen.shows("buttonCut/outcome", "cut"));
+    desk.act("m4", "set", "('batteryStatus', <55>)");
+    QVERIFY(screen.shows("battery", "Battery 55 %"));
+    QVERIFY(screen.renders(20));
+    QCOMPARE(screen.text("buttonCalibrate/outcome"), atWork);
+    QCOMPARE(screen.faults(), QString());
+    QVERIFY(screen.shows("buttonCalibrate/outcome", "calibrated"));
+    QVERIFY(!runner->isVisible());
+    QCOMPARE(calledMembers(monitor).count("calibrateSupply"), 1);
+}
+
+void tst_Panel::buttonsOfThePrinter()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.shows("ioexpd/text", QString::fromUtf8("I/O ✓")));
+    desk.act("ioexpd", "press", "('print',)");
+    QVERIFY(screen.shows("buttonPrint/outcome", "no stopped job"));
+    QVERIFY(screen.tells("Print button"));
+    desk.act("ioexpd", "press", "('cancel',)");
+    QVERIFY(screen.shows("buttonCancel/outcome", "no job is printing"));
+    QVERIFY(screen.tells("Cancel button"));
+    desk.act("ioexpd", "press", "('help',)");
+    QVERIFY(waitUntil([&]() { return screen.item("help")->isVisible(); }));
+    QVERIFY(screen.tells("Help button"));
+    desk.act("ioexpd", "press", "('help',)");
+    QVERIFY(waitUntil([&]() { return !screen.item("help")->isVisible(); }));
+}
+
+void tst_Panel::helpHasTheKeys()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    QQuickItem *help = screen.item("help");
+    const auto open = [&]() { screen.click("buttonHelp"); };
+    for (const Qt::Key key : { Qt::Key_Escape, Qt::Key_H, Qt::Key_F1, Qt::Key_Return }) {
+        open();
+        QVERIFY(help->isVisible());
+        QVERIFY(screen.renders(1));
+        QCOMPARE(screen.faults(), QString());
+        screen.type(Qt::Key_F); // which is not for a button that nobody sees
+        QCOMPARE(screen.text("buttonFeed/outcome"), QString());
+        screen.type(key);
+        QVERIFY(!help->isVisible());
+    }
+    screen.type(Qt::Key_H);
+    QVERIFY(help->isVisible());
+    screen.click("buttonFeed"); // as a touch anywhere
+    QVERIFY(!help->isVisible());
+    QCOMPARE(screen.text("buttonFeed/outcome"), QString());
+    QVERIFY(screen.tabTo("buttonHelp"));
+    screen.type(Qt::Key_Enter);
+    QVERIFY(help->isVisible());
+    screen.type(Qt::Key_Enter);
+    QVERIFY(!help->isVisible());
+    screen.type(Qt::Key_F);
+    QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+}
+
+void tst_Panel::wholeScenario_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("800 x 480") << QSize(800, 480);
+    QTest::newRow("1600 x 960") << QSize(1600, 960);
+}
+
+// A day with the printer, from switching on to switching off.
+void tst_Panel::wholeScenario()
+{
+    QFETCH(QSize, size);
+    Screen screen(size);
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    Desk desk({});
+    for (const QString &daemon : allDaemons) {
+        desk.start(daemon);
+    }
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.shows("supply/percent", "100 %"));
+    QVERIFY(desk.waitUntilSettled());
+
+    screen.click("buttonCalibrate");
+    QVERIFY(screen.shows("buttonCalibrate/outcome", "calibrated"));
+    desk.act("m4", "print", "(uint32 100,)");
+    QVERIFY(desk.hears("M4_M4PrintDone", QByteArray(), 5));
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("lid/text", "open"));
+    QVERIFY(screen.shows("state", "Lid open"));
+    QCOMPARE(screen.faults(), QString());
+    screen.type(Qt::Key_P);
+    QVERIFY(screen.shows("buttonPrint/outcome", "refused: lid open"));
+    desk.act("supplyd", "load", "('LBL-076051-GN', ['', 'RIB-110-WH-RESIN'])");
+    QVERIFY(screen.shows("supply/name", "Vinyl, Label 76 x 51 mm, Green"));
+    QVERIFY(screen.shows("ribbon2/name", "White"));
+    QCOMPARE(screen.swatches("supply"), QStringList({ "#00843d" }));
+    QCOMPARE(screen.swatches("ribbon2"), QStringList({ "#ffffff" }));
+    QCOMPARE(screen.text("ribbon1/name"), QString("Cyan, Magenta, Yellow"));
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.tabTo("buttonPrint"));
+    screen.type(Qt::Key_Enter);
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    QCOMPARE(screen.faults(), QString());
+
+    desk.act("ioexpd", "press", "('cancel',)");
+    QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
+    QVERIFY(screen.shows("buttonPrint/outcome", "stopped"));
+    screen.type(Qt::Key_D);
+    QVERIFY(screen.shows("buttonClear/outcome", "job dropped"));
+    screen.click("buttonCut");
+    QVERIFY(screen.shows("buttonCut/outcome", "cut"));
+    QVERIFY(screen.tells("Cutter moves"));
+    QVERIFY(screen.shows("cutterHome/text", "home"));
+
+    desk.daemon("m4").process().kill();
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "not done: print engine is absent"));
+    QCOMPARE(screen.text("supply/name"), QString("Vinyl, Label 76 x 51 mm, Green"));
+    QCOMPARE(screen.faults(), QString());
+    desk.start("m4");
+    QVERIFY(screen.shows("state", "Ready"));
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+    desk.act("m4", "set", "('batteryStatus', <12>)");
+    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.shows("battery", "Battery 12 %"));
+    for (const QString &daemon : allDaemons) {
+        desk.stop(daemon);
+    }
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    QVERIFY(screen.shows("supply/name", "not known"));
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+}
+
+// ---- What is asked of the daemons ----
+
+void tst_Panel::oneReadingForEachChange_data()
+{
+    QTest::addColumn<QByteArray>("daemon");
+    QTest::addColumn<QByteArray>("setting");
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("calls");
+    QTest::newRow("error") << QByteArray("m4") << QByteArray("('error', <21>)") << "state"
+                           << "Ribbon 1 is out" << QByteArray("getError");
+    QTest::newRow("alert") << QByteArray("m4") << QByteArray("('alert', <21>)") << "state"
+                           << "Ribbon 1 is low" << QByteArray("getAlert");
+    QTest::newRow("battery") << QByteArray("m4") << QByteArray("('batteryStatus', <44>)")
+                             << "battery" << "Battery 44 %" << QByteArray("getBatteryStatus");
+    QTest::newRow("lid") << QByteArray("m4") << QByteArray("('printerLid', <true>)") << "state"
+                         << "Lid open" << QByteArray("getError printerLid");
+    QTest::newRow("cutter") << QByteArray("m4") << QByteArray("('cutterHome', <false>)")
+                            << "cutterHome/text" << "moving" << QByteArray("cutterHome");
+    QTest::newRow("supply") << QByteArray("supplyd") << QByteArray("('supplyPercent', <44.0>)")
+                            << "supply/percent" << "44 %" << QByteArray("supplySupplyPercent");
+    QTest::newRow("ribbon 1") << QByteArray("supplyd") << QByteArray("('ribbon1Percent', <44.0>)")
+                              << "ribbon1/percent" << "44 %" << QByteArray("supplyRibbon1Percent");
+    QTest::newRow("ribbon 2") << QByteArray("supplyd") << QByteArray("('ribbon2Percent', <44.0>)")
+                              << "ribbon2/percent" << "44 %" << QByteArray("supplyRibbon2Percent");
+}
+
+// The panel listens at some time after its start.
+static bool isListening(Screen &screen, Desk &desk)
+{
+    return waitUntil([&]() {
+        desk.act("m4", "emit", "('PrintQueueClear', [<0>])");
+        return screen.events().contains("Print queue is cleared");
+    });
+}
+
+// Whatever the daemons have said before is heard and acted upon.
+static bool isQuiet(Screen &screen, Desk &desk)
+{
+    const auto told = [&]() { return screen.events().count("Print queue is full"); };
+    if (!isListening(screen, desk)) {
+        return false;
+    }
+    const auto before = told();
+    for (int i = 0; i < 2; ++i) { // the second one after the answers to the first one's calls
+        desk.act("m4", "emit", "('PrintQueueFull', [<8>])");
+        if (!waitUntil([&]() { return told() > before + i; }) || !screen.renders(20)) {
+            return false;
+        }
+    }
+    return screen.shows("ribbon2/name", "Black") && screen.shows("ribbon2/percent", "100 %")
+        && screen.shows("ribbon1/name", "Cyan, Magenta, Yellow")
+        && screen.shows("supply/name", "Paper, Label 100 x 60 mm, White");
+}
+
+void tst_Panel::oneReadingForEachChange()
+{
+    QFETCH(QByteArray, daemon);
+    QFETCH(QByteArray, setting);
+    QFETCH(QString, place);
+    QFETCH(QString, text);
+    QFETCH(QByteArray, calls);
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    WireMonitor monitor;
+    QCOMPARE(desk.act(daemon, "set", setting), QByteArray("()"));
+    QVERIFY(screen.shows(place, text));
+    QVERIFY(screen.renders(20));
+    desk.act("m4", "emit", "('PrintQueueComplete', [<8>])");
+    QVERIFY(screen.tells("All jobs are printed"));
+    QCOMPARE(joined(calledMembers(monitor)), calls);
+}
+
+void tst_Panel::noReadingWithoutAChange()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    WireMonitor monitor;
+    QVERIFY(screen.renders(20));
+    screen.view().resize(1600, 960);
+    QVERIFY(screen.tabTo("buttonClear"));
+    screen.click("buttonHelp");
+    QVERIFY(screen.renders(20));
+    screen.type(Qt::Key_Escape);
+    QVERIFY(isQuiet(screen, desk));
+    QCOMPARE(calledMembers(monitor), QList<QByteArray>());
+}
+
+void tst_Panel::newRollIsReadOnce()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    WireMonitor monitor;
+    desk.forget();
+    desk.act("supplyd", "load", "('', ['RIB-110-CMYK', ''])");
+    QVERIFY(screen.shows("ribbon1/name", "Cyan, Magenta, Yellow, Black"));
+    QVERIFY(screen.shows("ribbon1/percent", "100 %"));
+    QVERIFY(screen.renders(20));
+    desk.act("m4", "emit", "('PrintQueueComplete', [<8>])");
+    QVERIFY(screen.tells("All jobs are printed"));
+    const QList<QByteArray> calls = calledMembers(monitor);
+    const QList<QPair<QByteArray, QByteArray>> readings = {
+        { "supplySKUCached", "SUPPLYD_SupplyChanged" },
+        { "supplySupplyRGB", "SUPPLYD_SupplyRGBChanged" },
+        { "supplySupplyPercent", "SUPPLYD_SupplyPercentChanged" },
+        { "supplyRibbonSKUsCached", "SUPPLYD_RibbonChanged" },
+        { "supplyRibbon1RGBs", "SUPPLYD_Ribbon1RGBsChanged" },
+        { "supplyRibbon2RGBs", "SUPPLYD_Ribbon2RGBsChanged" },
+        { "supplyRibbon1Percent", "SUPPLYD_Ribbon1PercentChanged" },
+        { "supplyRibbon2Percent", "SUPPLYD_Ribbon2PercentChanged" },
+    };
+    for (const auto &reading : readings) {
+        QCOMPARE(calls.count(reading.first), desk.count(reading.second));
+    }
+    QCOMPARE(calls.count("supplyRibbonSKUsCached"), 1);
+    QCOMPARE(calls.count("supplyRibbonColorName"), 4);
+}
+
+void tst_Panel::changesFasterThanAnswersAreShown()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    desk.act("m4", "fault", "('getBatteryStatus', 'delay', <uint32 100>)");
+    int percent = 0;
+    QSet<QString> shown;
+    QVERIFY(waitUntil([&]() {
+        percent = percent % 100 + 1;
+        desk.act("m4", "set", "('batteryStatus', <" + QByteArray::number(percent) + ">)");
+        shown.insert(screen.text("battery"));
+        return shown.size() > 5;
+    }));
+    QVERIFY(screen.shows("battery", QString("Battery %1 %").arg(percent)));
+}
+
+// ---- What a daemon must not do to the screen ----
+
+void tst_Panel::colorsAreChecked_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("lower case") << QByteArray("#12abef") << "#12abef";
+    QTest::newRow("upper case") << QByteArray("#12ABEF") << "#12abef";
+    const char *const others[] = { "", "red", "#", "#12", "#fff", "#12345", "#1234567", "#ff00ffaa",
+                                   "#gg0000", " #ff0000", "#ff0000 ", "#ff0000\\n", "ff0000",
+                                   "transparent", "rgb(1,2,3)", "0xff0000",
+                                   "#\xef\xbc\x91\x32\x33\x34\x35\x36" };
+    for (const char *text : others) {
+        QTest::newRow(text) << QByteArray(text) << "?";
+    }
+    QTest::newRow("10 MB") << "#ff0000" + QByteArray(10 * 1024 * 1024, 'f') << "?";
+}
+
+void tst_Panel::colorsAreChecked()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, shown);
+    SupplyPeer daemon;
+    Desk desk({ "m4" });
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(isListening(screen, desk));
+    QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
+    QVERIFY(waitUntil([&]() { return screen.swatches("supply") == QStringList({ "#123456" }); }));
+
+    const QByteArray rgb = "('" + text + "',)";
+    const QByteArray rgbs = "(['#222222', '" + text + "', '#333333'],)";
+    daemon.answer("supplySupplyRGB", rgb);
+    daemon.answer("supplyRibbon1RGBs", rgbs);
+    daemon.emitSignal("SupplyRGBChanged", rgb);
+    daemon.emitSignal("Ribbon1RGBsChanged", rgbs);
+    QVERIFY(waitUntil([&]() {
+        return screen.swatches("supply") == QStringList({ shown })
+            && screen.swatches("ribbon1") == QStringList({ "#222222", shown, "#333333" });
+    }));
+    for (QQuickItem *item : Screen::all(screen.item("supply"))) {
+        if (item->objectName() == "color" && shown == "?") {
+            QCOMPARE(Screen::colorOf(item).name(), QString("#39434f")); // that of no colour
+        }
+    }
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::oddTextsAreHarmless_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::newRow("500 letters") << QByteArray(500, 'W');
+    QTest::newRow("500 words") << QByteArray("Wide ").repeated(500);
+    QTest::newRow("10 MB") << QByteArray(10 * 1024 * 1024, 'W');
+    QTest::newRow("lines") << QByteArray("one\\ntwo\\nthree\\nfour\\nfive\\n").repeated(4);
+    QTest::newRow("tags") << QByteArray("<h1>Big</h1><img src=\"qrc:/panel/none.png\">");
+    QTest::newRow("entities") << QByteArray("&lt;b&gt; <b>%1 %2</b>");
+    QTest::newRow("empty") << QByteArray();
+}
+
+void tst_Panel::oddTextsAreHarmless()
+{
+    QFETCH(QByteArray, text);
+    SupplyPeer daemon;
+    for (const char *member : { "supplySKUCached", "supplyMaterialName", "supplyFormatName",
+                                "supplyColorName", "supplyRibbonColorName" }) {
+        daemon.answer(member, "('" + text + "',)");
+    }
+    daemon.answer("supplyRibbonSKUsCached", "(['" + text + "', '" + text + "'],)");
+    Desk desk({ "m4" });
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(waitUntil([&]() { return screen.printer().supplySku()->isKnown(); }));
+    QVERIFY(waitUntil([&]() {
+        return text.isEmpty() || (!screen.text("supply/name").isEmpty()
+                                  && !screen.text("ribbon1/name").isEmpty()
+                                  && !screen.text("ribbon2/name").isEmpty());
+    }));
+    QVERIFY(isListening(screen, desk));
+    daemon.emitSignal("SupplyChanged", "('" + text + "', '')");
+    daemon.emitSignal("RibbonChanged", "(['" + text + "', '" + text + "'], '')");
+    QVERIFY(waitUntil([&]() {
+        const QString events = screen.events().join('\n');
+        return events.contains("Supply is now ") && events.contains("Ribbons are now ");
+    }));
+    desk.act("m4", "fault", "('calibrateSupply', 'error', <['org.example.No', '" + text + "']>)");
+    screen.click("buttonCalibrate");
+    QVERIFY(waitUntil([&]() {
+        return screen.text("buttonCalibrate/outcome").startsWith("refused");
+    }));
+    QVERIFY(screen.renders(2));
+    QCOMPARE(screen.faults(), QString());
+    const QStringList told = screen.events();
+    for (const QString &event : told) {
+        QVERIFY(event.size() < 300);
+    }
+    for (const char *place : { "supply/name", "supply/sku", "ribbon1/name", "ribbon2/sku",
+                               "events/text", "buttonCalibrate/outcome" }) {
+        QVERIFY2(screen.text(place).size() <= 3 * 200 + 20, place);
+        QCOMPARE(screen.item(place)->property("textFormat").toInt(), int(Qt::PlainText));
+    }
+}
+
+void tst_Panel::oddNumbersAreHarmless_data()
+{
+    QTest::addColumn<QByteArray>("percent");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("0") << QByteArray("0.0") << "0 %";
+    QTest::newRow("100") << QByteArray("100.0") << "100 %";
+    for (const char *odd : { "-1.0", "100.5", "1e300", "inf", "-inf", "nan" }) {
+        QTest::newRow(odd) << QByteArray(odd) << "? %";
+    }
+}
+
+void tst_Panel::oddNumbersAreHarmless()
+{
+    QFETCH(QByteArray, percent);
+    QFETCH(QString, shown);
+    SupplyPeer daemon;
+    daemon.answer("supplySupplyPercent", "(" + percent + ",)");
+    Desk desk({ "m4" });
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(waitUntil([&]() { return screen.printer().supplyPercent()->isKnown(); }));
+    QVERIFY(screen.shows("supply/percent", shown));
+    QCOMPARE(screen.item("supply/bar")->width(), shown == "100 %" ? 76.0 : 0.0);
+    for (const QByteArray odd : { "-1", "101", "2147483647" }) {
+        desk.act("m4", "set", "('batteryStatus', <50>)");
+        QVERIFY(screen.shows("battery", "Battery 50 %"));
+        desk.act("m4", "set", "('batteryStatus', <" + odd + ">)");
+        QVERIFY(screen.shows("battery", "Battery ?"));
+        QCOMPARE(screen.faults(), QString());
+    }
+}
+
+// ---- Fingers and keys ----
+
+void tst_Panel::everyButtonFitsAFinger()
+{
+    Screen screen;
+    int areas = 0;
+    for (const QQuickItem *item : Screen::all(screen.view().rootObject())) {
+        if (item->inherits("QQuickMouseArea")) {
+            QVERIFY(item->width() >= 44 && item->height() >= 44);
+            ++areas;
+        }
+    }
+    QCOMPARE(areas, 9); // eight buttons and the help page
+    QCOMPARE(screen.item("page")->scale(), 1.0);
+}
+
+void tst_Panel::focusIsSeen()
+{
+    Screen screen;
+    const QStringList buttons = { "Print", "Feed", "Cut", "Calibrate", "Load", "Cancel", "Clear",
+                                  "Help" };
+    const auto border = [&](const QString &button) {
+        return screen.item("button" + button + "/face")->property("border").value<QObject *>();
+    };
+    for (const QString &focused : buttons) {
+        screen.type(Qt::Key_Tab); // in the order of the buttons
+        QVERIFY(screen.item("button" + focused)->hasActiveFocus());
+        for (const QString &button : buttons) {
+            QCOMPARE(border(button)->property("width").toDouble(), button == focused ? 3.0 : 0.0);
+        }
+        const QColor frame = border(focused)->property("color").value<QColor>();
+        const QColor face = Screen::colorOf(screen.item("button" + focused + "/face"));
+        QVERIFY(Screen::contrastOf(frame, face) >= 3);
+    }
+}
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QUICK_BACKEND", "software");
+    PrivateBus bus;
+    QGuiApplication application(argc, argv);
+    qInstallMessageHandler(keepComplaints);
+    tst_Panel test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_panel.moc"
