@@ -16,6 +16,7 @@ namespace {
 
 const char busName[] = "org.freedesktop.DBus";
 const char busPath[] = "/org/freedesktop/DBus";
+const char fenceInterface[] = "local.Fence";
 
 struct Answer
 {
@@ -60,7 +61,9 @@ struct State
     QList<WireMessage> calls;
     QList<GDBusMessage *> held;     // null for one that has been answered
     QList<WireMessage> receivedSignals;
+    QHash<QByteArray, int> heard;   // how many of them, by member and by member and body
     QList<WireMessage> monitored;
+    QSet<QByteArray> markers;       // of those that this program sent
     QSet<quint32> awaited;
     QHash<quint32, WireMessage> replies;
 };
@@ -233,6 +236,8 @@ void handleSignal(GDBusMessage *message, State *state)
     }
     const Lock lock(state->mutex);
     state->receivedSignals.append(signal);
+    ++state->heard[signal.member];
+    ++state->heard[signal.member + signal.body];
 }
 
 void handleReply(GDBusMessage *message, State *state)
@@ -253,6 +258,9 @@ bool overhear(GDBusConnection *connection, GDBusMessage *message, State *state)
     }
     const WireMessage heard = fromMessage(message);
     state->monitored.append(heard);
+    if (heard.interface == fenceInterface) {
+        state->markers.insert(heard.member);
+    }
     return heard.destination != g_dbus_connection_get_unique_name(connection);
 }
 
@@ -585,10 +593,17 @@ QList<WireMessage> WirePeer::receivedSignals() const
     return d->state->receivedSignals;
 }
 
+int WirePeer::heard(const QByteArray &member, const QByteArray &body) const
+{
+    const Lock lock(d->state->mutex);
+    return d->state->heard.value(member + body);
+}
+
 void WirePeer::clearSignals()
 {
     const Lock lock(d->state->mutex);
     d->state->receivedSignals.clear();
+    d->state->heard.clear();
 }
 
 struct WireMonitor::Private
@@ -633,19 +648,14 @@ WireMonitor::~WireMonitor()
 QList<WireMessage> WireMonitor::take()
 {
     const QByteArray marker = "Marker" + QByteArray::number(++d->markers);
-    d->fence.emitSignal("/", "local.Fence", marker);
+    d->fence.emitSignal("/", fenceInterface, marker);
 
     QList<WireMessage> result;
     const QByteArray fence = d->fence.uniqueName();
     State *state = d->state.get();
     const bool complete = waitUntil([state, marker]() {
         const Lock lock(state->mutex);
-        for (const WireMessage &message : state->monitored) {
-            if (message.member == marker) {
-                return true;
-            }
-        }
-        return false;
+        return state->markers.remove(marker);
     });
     if (!complete) {
         qFatal("the monitor lost its bus");

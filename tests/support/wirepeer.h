@@ -78,6 +78,9 @@ public:
     // As a listener. The bus daemon's notes to this peer about its own names are left out.
     bool listen(const QByteArray &matchRule);
     QList<WireMessage> receivedSignals() const;
+    // How many signals of this name and with this body came; an empty body is any. It costs the
+    // same however many came, so it is what to wait for in a flood.
+    int heard(const QByteArray &member, const QByteArray &body = QByteArray()) const;
     void clearSignals();
 
 private:

@@ -113,14 +113,9 @@ public:
         return heard;
     }
 
-    int count(const QByteArray &member, const QByteArray &body = QByteArray())
+    int count(const QByteArray &member, const QByteArray &body = QByteArray()) const
     {
-        int result = 0;
-        const QList<WireMessage> all = m_peer.receivedSignals();
-        for (const WireMessage &message : all) {
-            result += message.member == member && (body.isEmpty() || message.body == body);
-        }
-        return result;
+        return m_peer.heard(member, body);
     }
 
     QByteArray last(const QByteArray &member)
