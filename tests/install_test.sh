@@ -3,7 +3,7 @@
 #
 # install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix and builds the
 # examples against what is there, through CMake and through pkg-config alone; then the two programs
-# meet on a bus.
+# meet on a bus. A QML engine finds the module there, and the libraries know nothing of QML.
 
 set -euo pipefail
 source=$1
@@ -45,12 +45,32 @@ if [ -e "$build/bin/hnipc-panel" ]; then # where Qt has QML
     expected+=$'\n'$panel
 fi
 diff <(sort <<<"$expected") \
-     <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune -o ! -type d -printf '%P\n' \
-        | sort)
+     <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
+        -o ! -type d -printf '%P\n' | sort)
 if [ "$qt" -ge 5 ]; then
     for program in hnipc-sandbox hnipc-simulator hnipcctl; do
         "$prefix/bin/$program" --version >>"$work/log"
     done
+fi
+
+# The libraries need no more of Qt than its core and D-Bus modules.
+for each in "$name" "${name/hnipc/hnipcasync}"; do
+    needed=$(readelf --dynamic --wide "$libdir/lib$each.so" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+    grep --quiet '^libQt.*DBus' <<<"$needed"
+    diff /dev/null <(grep '^libQt' <<<"$needed" | grep -v -E '^libQt[56]?(Core|DBus)\.so')
+done
+
+# The QML module, by itself: nothing but the import path leads to it and to its libraries.
+if [ -e "$build/bin/hnipc-panel" ]; then
+    modules=$libdir/qt$qt/qml
+    diff <(printf '%s\n' libhnipcqml.so plugins.qmltypes qmldir) <(ls "$modules/HNIPC")
+    screen=$build/tests/qml/hnipc-test-installedmodule
+    "$prefix/bin/hnipc-sandbox" -- "$screen" "$modules" >"$work/output" 2>&1 \
+        || { cat "$work/output"; exit 1; }
+    grep --quiet 'battery 87 calibrated true engine true' "$work/output"
+    diff <(printf '%s\n' "$libdir/lib$name.so" "$libdir/lib${name/hnipc/hnipcasync}.so" \
+            "$modules/HNIPC/libhnipcqml.so" | xargs realpath | sort) \
+         <(grep '/libhnipc' "$work/output" | sort --unique)
 fi
 
 # Every public header stands alone, and nothing else was installed.

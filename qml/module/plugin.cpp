@@ -11,8 +11,8 @@
 
 namespace {
 
-// A client that QML creates. To QML it is of the client class itself, since it has no meta-object of
-// its own, so a client that C++ made can stand wherever a type HNIPC is asked for.
+// A client that QML creates. To QML it is of the client class itself, since it has no meta-object
+// of its own, so a client that C++ made can stand wherever a type HNIPC is asked for.
 class Printer : public HNIPC, public QQmlParserStatus
 {
 public:

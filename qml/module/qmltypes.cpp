@@ -13,8 +13,8 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaProperty>
 
-// QML's tools know fewer types: of a number of 64 bits, JavaScript has what a double holds, and in a
-// record or a table it cannot look.
+// QML's tools know fewer types: of a number of 64 bits, JavaScript has what a double holds, and
+// into a record or a table it cannot look.
 static QByteArray typeName(const QMetaObject &meta, const QByteArray &name)
 {
     static const QHash<QByteArray, QByteArray> names = {

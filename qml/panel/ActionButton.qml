@@ -114,10 +114,11 @@ Item {
 
     Text {
         objectName: "outcome"
-        y: 65
+        y: 64
         width: parent.width
-        height: 46
-        text: root.outcome
+        height: 48
+        // A long reason needs the rest of the first line.
+        text: root.outcome.length > 32 ? root.outcome : root.outcome.replace(": ", ":\n")
         textFormat: Text.PlainText
         color: root.good ? "#a9d8bb" : "#ffb4a8"
         font.pixelSize: 14

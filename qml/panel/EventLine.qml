@@ -17,8 +17,8 @@ Row {
     }
     Text {
         objectName: "text"
-        width: 164
-        text: root.text
+        width: 172
+        text: root.text.replace(/-/g, "\u2011") // a SKU stays in one piece
         textFormat: Text.PlainText
         color: "#e8edf2"
         font.pixelSize: 14

@@ -19,8 +19,9 @@ Rectangle {
     color: "#161b22"
 
     Keys.onPressed: function (event) {
-        const closing = [Qt.Key_Escape, Qt.Key_H, Qt.Key_F1, Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space];
-        if (closing.includes(event.key) && !event.isAutoRepeat)
+        const asOpened = [Qt.Key_H, Qt.Key_F1, Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space];
+        const closes = event.key === Qt.Key_Escape || asOpened.includes(event.key);
+        if (closes && !event.isAutoRepeat)
             toggle();
         event.accepted = true;
     }
@@ -44,7 +45,7 @@ Rectangle {
 
         HelpLine {
             title: "Print"
-            text: "goes on with the job that was stopped, once the cause is gone: a retry."
+            text: "tries the stopped job again, once the cause is gone."
         }
         HelpLine {
             title: "Feed"
@@ -76,7 +77,14 @@ Rectangle {
         }
         HelpLine {
             title: "Keys"
-            text: "The letters on the buttons, or Tab and Enter. Esc or a touch closes this page."
+            text: "The letters on the buttons, or Tab and Enter."
         }
+    }
+    Text {
+        x: 60
+        y: 432
+        text: "Touch anywhere, or press Esc, to go back."
+        color: "#a9b6c4"
+        font.pixelSize: 17
     }
 }

@@ -92,9 +92,9 @@ Rectangle {
         Text {
             objectName: "state"
             x: 16
-            y: 4
+            y: 7
             width: 410
-            height: 36
+            height: 33
             text: root.stateText()
             color: root.stateColor()
             font.pixelSize: 28
@@ -107,7 +107,7 @@ Rectangle {
         Text {
             objectName: "note"
             x: 16
-            y: 39
+            y: 40
             width: 508
             text: root.noteText()
             color: "#f2bd4b"
@@ -119,7 +119,7 @@ Rectangle {
             objectName: "battery"
             anchors.right: daemons.left
             anchors.rightMargin: 14
-            y: 6
+            y: 9
             height: 28
             text: "Battery " + (root.isBatteryKnown ? root.battery + " %" : "?")
             color: root.isBatteryKnown && root.battery <= 15 ? "#f2bd4b" : "#e8edf2"
@@ -132,7 +132,7 @@ Rectangle {
 
             anchors.right: parent.right
             anchors.rightMargin: 16
-            y: 6
+            y: 9
             spacing: 6
 
             Daemon {
@@ -230,7 +230,7 @@ Rectangle {
             color: "#212832"
 
             Text {
-                x: 12
+                x: 8
                 y: 8
                 text: "What happens"
                 color: "#a9b6c4"
@@ -238,9 +238,9 @@ Rectangle {
             }
             ListView {
                 objectName: "events"
-                x: 12
+                x: 8
                 y: 32
-                width: 236
+                width: 244
                 height: 252
                 clip: true
                 model: root.printer.events

@@ -15,6 +15,7 @@ Rectangle {
     readonly property bool present: sku !== ""
     readonly property bool measured: percent.known && percent.value >= 0 && percent.value <= 100
     readonly property bool low: measured && percent.value <= 10
+    readonly property real colorWidth: 54 / colors.length
 
     width: 500
     height: 76
@@ -34,7 +35,7 @@ Rectangle {
             y: 1
 
             Repeater {
-                model: root.present ? root.colors.map((text, index, all) => [text, 54 / all.length]) : []
+                model: root.present ? root.colors.map(text => [text, root.colorWidth]) : []
 
                 Swatch {
                     required property var modelData
@@ -90,7 +91,7 @@ Rectangle {
         visible: root.present
         text: root.measured ? Math.round(root.percent.value) + " %" : "? %"
         color: root.low ? "#f2bd4b" : "#e8edf2"
-        font.pixelSize: 24
+        font.pixelSize: 22
         font.bold: true
     }
     Rectangle {

@@ -6,8 +6,8 @@
 #include <QtCore/QThread>
 #include <QtCore/QVariant>
 
-/// Hears every signal of a client, in a thread of the client's own: a client waits for a daemon that
-/// has its name and does not yet answer, and the screen is not to wait with it.
+/// Hears every signal of a client, in a thread of the client's own: a client waits for a daemon
+/// that has its name and does not yet answer, and the screen is not to wait with it.
 class Listener : public QThread
 {
     Q_OBJECT

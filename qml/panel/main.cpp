@@ -55,11 +55,12 @@ int main(int argc, char *argv[])
     parser.setApplicationDescription(QStringLiteral("The label printer's front panel."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption full(QStringLiteral("fullscreen"), QStringLiteral("Fill the display."));
+    const QCommandLineOption full(QStringLiteral("fullscreen"),
+                                  QStringLiteral("Fill the display."));
     const QCommandLineOption shoot(
         QStringLiteral("shoot"),
-        QStringLiteral("Write a picture of the panel after so many seconds, and end after the last; "
-                       "may be given several times."),
+        QStringLiteral("Write a picture of the panel after so many seconds, and end after the last"
+                       "; may be given several times."),
         QStringLiteral("seconds=file"));
     parser.addOptions({ full, shoot });
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -90,25 +91,29 @@ int main(int argc, char *argv[])
     view.setSource(QUrl(QStringLiteral("qrc:/panel/Panel.qml")));
 
     auto shotsLeft = shots.size();
-    for (const Shot &shot : std::as_const(shots)) {
-        QTimer::singleShot(int(shot.seconds * 1000), &view, [&view, &shotsLeft, shot]() {
-            // Not of the window: on some platforms it has none.
-            const auto picture = view.rootObject()->grabToImage();
-            if (!picture) {
-                QCoreApplication::exit(fail(Failed, QStringLiteral("there is no picture")));
-                return;
+    const auto take = [&view, &shotsLeft](const Shot &shot) {
+        // Not of the window: on some platforms it has none.
+        const auto picture = view.rootObject()->grabToImage();
+        if (!picture) {
+            QCoreApplication::exit(fail(Failed, QStringLiteral("there is no picture")));
+            return;
+        }
+        QObject::connect(picture.data(), &QQuickItemGrabResult::ready, &view,
+                         [&shotsLeft, picture, shot]() {
+            if (!picture->image().save(shot.file)) {
+                QCoreApplication::exit(
+                    fail(Failed, QStringLiteral("%1: cannot be written").arg(shot.file)));
+            } else if (--shotsLeft == 0) {
+                QCoreApplication::quit();
             }
-            QObject::connect(picture.data(), &QQuickItemGrabResult::ready, &view,
-                             [&shotsLeft, picture, shot]() {
-                if (!picture->image().save(shot.file)) {
-                    QCoreApplication::exit(
-                        fail(Failed, QStringLiteral("%1: cannot be written").arg(shot.file)));
-                } else if (--shotsLeft == 0) {
-                    QCoreApplication::quit();
-                }
-            });
         });
-    }
+    };
+    // The clock starts in the event loop, where the window gets its size.
+    QTimer::singleShot(0, &view, [&view, &shots, &take]() {
+        for (const Shot &shot : std::as_const(shots)) {
+            QTimer::singleShot(int(shot.seconds * 1000), &view, [&take, shot]() { take(shot); });
+        }
+    });
 
     if (parser.isSet(full)) {
         view.showFullScreen();

@@ -81,6 +81,7 @@ Printer::Printer(int patience, QObject *parent)
                 reading->read();
             }
         }
+        emit listening();
     });
     m_listener.start();
 }

@@ -44,7 +44,8 @@ class Printer : public QObject
     Q_PROPERTY(EventList *events READ events CONSTANT)
 
 public:
-    /// @p patience in milliseconds: when a command has no answer until then, a person goes and looks.
+    /// @p patience in milliseconds: when a command has no answer until then, a person goes and
+    /// looks.
     explicit Printer(int patience = 30 * 1000, QObject *parent = nullptr);
 
     /// Stops listening, before the end. False if that takes longer than @p patience milliseconds.
@@ -87,6 +88,7 @@ signals:
     void supplyNameChanged();
     void ribbonNamesChanged();
     void helpWanted();
+    void listening(); ///< from here on no event is missed
 
 private:
     using Readings = QList<Reading *>;

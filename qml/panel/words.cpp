@@ -8,8 +8,10 @@ namespace {
 
 QString wordOf(const QHash<int, QString> &words, const char *kind, int code)
 {
-    return code == 0 ? QString()
-                     : words.value(code, QStringLiteral("%1 %2").arg(QLatin1String(kind)).arg(code));
+    if (code == 0) {
+        return QString();
+    }
+    return words.value(code, QStringLiteral("%1 %2").arg(QLatin1String(kind)).arg(code));
 }
 
 QString list(const QVariant &texts)

@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# qmlstyle_test.sh DIRECTORY...: the linters of both Qt majors and the formatter of Qt 6 have nothing
-# to say about the QML files there. What is not installed is named and skipped.
+# qmlstyle_test.sh DIRECTORY...: the linters of both Qt majors and the formatter of Qt 6 have
+# nothing to say about the QML files there. What is not installed is named and skipped.
 
 set -euo pipefail
 

@@ -7,7 +7,9 @@
 
 #include <QtCore/QUrl>
 #include <QtGui/QColor>
+#include <QtGui/QImage>
 #include <QtQuick/QQuickItem>
+#include <QtQuick/QQuickItemGrabResult>
 #include <QtQuick/QQuickView>
 #include <QtTest/QTest>
 
@@ -17,22 +19,31 @@
 class Screen
 {
 public:
-    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000)
+    enum Start { WhenItListens, AtOnce };
+
+    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000,
+                    Start start = WhenItListens)
         : m_printer(patience)
     {
+        QObject::connect(&m_printer, &Printer::listening, &m_view,
+                         [this]() { m_isListening = true; });
         m_view.setResizeMode(QQuickView::SizeRootObjectToView);
         m_view.setInitialProperties({ { "printer", QVariant::fromValue<QObject *>(&m_printer) } });
         m_view.setSource(QUrl("qrc:/panel/Panel.qml"));
         m_view.resize(size);
         m_view.show();
         m_view.requestActivate();
-        if (!waitUntil([this]() { return m_view.isExposed() && m_view.isActive(); })) {
+        const auto isThere = [=]() {
+            return m_view.isExposed() && m_view.isActive() && (m_isListening || start == AtOnce);
+        };
+        if (!waitUntil(isThere)) {
             qFatal("there is no screen");
         }
     }
 
     QQuickView &view() { return m_view; }
     Printer &printer() { return m_printer; }
+    bool isListening() const { return m_isListening; } ///< events before that are not told
 
     // By the names of items, outer ones first: "supply/name".
     QQuickItem *item(const QString &path) const
@@ -48,7 +59,12 @@ public:
         return result;
     }
 
-    QString text(const QString &path) const { return item(path)->property("text").toString(); }
+    // Line breaks as a person reads them.
+    QString text(const QString &path) const
+    {
+        return item(path)->property("text").toString().replace('\n', ' ');
+    }
+
     QString color(const QString &path) const { return colorOf(item(path)).name(); }
 
     // The colours of a roll, as they are painted, with the "?" of those that are none.
@@ -132,15 +148,8 @@ public:
         QStringList result;
         QList<QPair<QString, QRectF>> painted;
         QQuickItem *page = item("page");
-        const QQuickItem *help = item("help");
-        for (QQuickItem *text : all(page)) {
-            if (!text->inherits("QQuickText") || !text->isVisible()
-                || text->property("text").toString().isEmpty()
-                || (help->isVisible() && !help->isAncestorOf(text))) {
-                continue;
-            }
-            const QString name = text->parentItem()->objectName() + '/' + text->objectName() + " \""
-                + text->property("text").toString().left(40) + '"';
+        for (QQuickItem *text : shownTexts()) {
+            const QString name = nameOf(text);
             const QRectF ink = inkOf(text);
             const QRectF own(0, 0, text->width(), text->height());
             if (!contains(own, ink)) {
@@ -176,6 +185,40 @@ public:
         return result.join('\n');
     }
 
+    // What a picture of the screen lacks of what its items say: the colours of the texts and of the
+    // rolls, each at its place.
+    QString missingInPicture() const
+    {
+        const auto grab = m_view.rootObject()->grabToImage();
+        bool isReady = false;
+        QObject::connect(grab.data(), &QQuickItemGrabResult::ready, [&]() { isReady = true; });
+        if (!waitUntil([&]() { return isReady; })) {
+            return "the picture";
+        }
+        const QImage picture = grab->image();
+        QStringList result;
+        for (QQuickItem *text : shownTexts()) {
+            const QQuickItem *list = ancestor(text, "QQuickListView");
+            const QRectF place = text->mapRectToScene(inkOf(text));
+            if (list && !contains(list->mapRectToScene(list->boundingRect()), place)) {
+                continue; // cut off
+            }
+            if (!has(picture, place.toAlignedRect(), colorOf(text))) {
+                result += nameOf(text);
+            }
+        }
+        for (QQuickItem *swatch : all(item("page"))) {
+            if (swatch->objectName() == "color" && !item("help")->isVisible()
+                && swatch->property("colorText") != QString()) {
+                const QRectF place = swatch->mapRectToScene(swatch->boundingRect());
+                if (picture.pixelColor(place.center().toPoint()) != colorOf(swatch)) {
+                    result += colorOf(swatch).name();
+                }
+            }
+        }
+        return result.join('\n');
+    }
+
     static double contrastOf(const QColor &a, const QColor &b)
     {
         const double x = luminance(a), y = luminance(b);
@@ -193,9 +236,49 @@ public:
         return result;
     }
 
-    static QColor colorOf(const QQuickItem *item) { return item->property("color").value<QColor>(); }
+    static QColor colorOf(const QQuickItem *item)
+    {
+        return item->property("color").value<QColor>();
+    }
 
 private:
+    // On the page that is in front.
+    QList<QQuickItem *> shownTexts() const
+    {
+        QList<QQuickItem *> result;
+        const QQuickItem *help = item("help");
+        for (QQuickItem *text : all(item("page"))) {
+            if (text->inherits("QQuickText") && text->isVisible()
+                && !text->property("text").toString().isEmpty()
+                && (!help->isVisible() || help->isAncestorOf(text))) {
+                result += text;
+            }
+        }
+        return result;
+    }
+
+    static QString nameOf(const QQuickItem *text)
+    {
+        return text->parentItem()->objectName() + '/' + text->objectName() + " \""
+            + text->property("text").toString().left(40) + '"';
+    }
+
+    // A thin letter may have none of its colour unmixed.
+    static bool has(const QImage &picture, const QRect &place, const QColor &color)
+    {
+        const QRect seen = place.intersected(picture.rect());
+        for (int y = seen.top(); y <= seen.bottom(); ++y) {
+            for (int x = seen.left(); x <= seen.right(); ++x) {
+                const QColor other = picture.pixelColor(x, y);
+                if (qAbs(other.red() - color.red()) + qAbs(other.green() - color.green())
+                        + qAbs(other.blue() - color.blue()) < 60) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
+
     static QQuickItem *find(QQuickItem *in, const QString &name)
     {
         const QList<QQuickItem *> items = all(in);
@@ -246,6 +329,7 @@ private:
 
     Printer m_printer;
     QQuickView m_view;
+    bool m_isListening = false;
 };
 
 #endif

@@ -6,6 +6,8 @@
 #include "support/fakedaemons.h"
 
 #include <hnipc/hnipc.h>
+#include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcrequest.h>
 
 using namespace Expected;
 
@@ -18,6 +20,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void init();
+    void librariesRegisterNothing();
     void typeIsTheClientClass();
     void clientOfCppStandsWhereTheTypeIsAskedFor();
     void otherVersionIsNotThere();
@@ -64,6 +67,26 @@ void tst_QmlModule::cleanupTestCase()
 void tst_QmlModule::init()
 {
     m_daemons->takeCalls();
+}
+
+// The first of all, since what a module registers is known to every engine of the process.
+void tst_QmlModule::librariesRegisterNothing()
+{
+    HNIPC client;
+    HNIPCRequest request;
+    HNIPCAvailability daemons;
+    const QByteArray said = Scene(false).refusal(plainPrinter);
+    QVERIFY2(said.contains("module \"HNIPC\" is not installed"), said.constData());
+    const QList<const QMetaObject *> classes = { client.metaObject(), request.metaObject(),
+                                                 daemons.metaObject() };
+    for (const QMetaObject *meta : classes) {
+        const QByteArray type = meta->className();
+        const QByteArray unknown = Scene(false).refusal("import QtQml 2.15\n" + type + " {}");
+        QVERIFY2(unknown.contains(type + " is not a type"), unknown.constData());
+        for (int i = 0; i < meta->classInfoCount(); ++i) { // where Qt 6 has what QML is to know
+            QVERIFY(!QByteArray(meta->classInfo(i).name()).startsWith("QML"));
+        }
+    }
 }
 
 void tst_QmlModule::typeIsTheClientClass()
@@ -283,20 +306,22 @@ void tst_QmlModule::valuesArrive_data()
         { "bool", M4, "printerLid", "true", "printer.printerLid()", "true" },
         { "int", M4, "tph1Therm", "-2147483648", "printer.tph1Therm()", "-2147483648" },
         { "unsigned int", M4, "dac0", "uint32 4294967295", "printer.dac0()", "4294967295" },
-        { "64 bits, exact", M4, "ribbon1Verify", "uint64 9007199254740991", "printer.ribbon1Verify()",
-          "9007199254740991" },
-        { "64 bits, rounded", M4, "ribbon1Verify", "uint64 9007199254740993", "printer.ribbon1Verify()",
-          "9007199254740992" },
-        { "double", SUPPLYD, "supplySupplyPercent", "99.5", "printer.supplySupplyPercent()", "99.5" },
-        { "text", M4, "m4Version", "'\xc3\xa4 \"1\"'", "printer.m4Version()", "\"\xc3\xa4 \\\"1\\\"\"" },
-        { "list", SUPPLYD, "supplySKUList", "['a', '', 'b']", "printer.supplySKUList()",
-          "[\"a\",\"\",\"b\"]" },
+        { "64 bits, exact", M4, "ribbon1Verify", "uint64 9007199254740991",
+          "printer.ribbon1Verify()", "9007199254740991" },
+        { "64 bits, rounded", M4, "ribbon1Verify", "uint64 9007199254740993",
+          "printer.ribbon1Verify()", "9007199254740992" },
+        { "double", SUPPLYD, "supplySupplyPercent", "99.5",
+          "printer.supplySupplyPercent()", "99.5" },
+        { "text", M4, "m4Version", "'\xc3\xa4 \"1\"'",
+          "printer.m4Version()", "\"\xc3\xa4 \\\"1\\\"\"" },
+        { "list", SUPPLYD, "supplySKUList", "['a', '', 'b']",
+          "printer.supplySKUList()", "[\"a\",\"\",\"b\"]" },
         { "items of a list", SUPPLYD, "supplySKUList", "['a', 'b']",
           "printer.supplySKUList().map(sku => sku + '!')", "[\"a!\",\"b!\"]" },
         { "bytes", SUPPLYD, "supplyBackgroundImage", "[byte 0x00, 0xff, 0x7f]",
           "Array.from(new Uint8Array(printer.supplyBackgroundImage('a')))", "[0,255,127]" },
-        { "record, a handle", SUPPLYD, "supplyInformation", record, "printer.supplyInformation().text1",
-          "undefined" },
+        { "record, a handle", SUPPLYD, "supplyInformation", record,
+          "printer.supplyInformation().text1", "undefined" },
     };
     for (const auto &row : rows) {
         QTest::newRow(row.name) << row.server << QByteArray(row.method) << row.answer
