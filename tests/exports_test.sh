@@ -3,7 +3,7 @@
 #
 # exports_test.sh LIBRARY SONAME CLASSES [calls]: what the shared library shows is the public
 # classes, which are named with blanks between, and nothing else; with "calls" the two operators of
-# the supply record and the fourteen call members, too.
+# the supply record, the fourteen call members and the version, too.
 
 set -euo pipefail
 library=$1
@@ -54,6 +54,7 @@ QHash<QString, QVariant>
 KINDS
     expected+='operator<<(QDBusArgument&, SupplyInformation const&)
 operator>>(QDBusArgument const&, SupplyInformation&)
+hnipcVersion()
 '
 fi
 

@@ -79,7 +79,7 @@ standard=$([ "$qt" -ge 6 ] && echo c++17 || echo c++11)
 for header in "$prefix"/include/hnipc/*.h; do
     g++ -std=$standard -fPIC -fsyntax-only $(pkg-config --cflags "$name") -x c++ "$header"
 done
-diff <(cd "$source/include" && find hnipc -type f | sort) \
+diff <(cd "$source/include" && find hnipc -type f | sed 's/\.in$//' | sort) \
      <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)
 
 for example in daemon client; do

@@ -3,6 +3,7 @@
 #define HNIPC_H
 
 #include <hnipc/hnipc_export.h>
+#include <hnipc/hnipc_version.h>
 #include <hnipc/supplyinformation.h>
 
 #include <QtCore/QByteArray>

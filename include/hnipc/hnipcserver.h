@@ -3,6 +3,7 @@
 #define HNIPCSERVER_H
 
 #include <hnipc/hnipc_export.h>
+#include <hnipc/hnipc_version.h>
 
 #include <QtCore/QList>
 #include <QtCore/QObject>

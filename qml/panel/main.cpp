@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "printer.h"
 
+#include <hnipc/hnipc_version.h>
+
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QTimer>
@@ -49,7 +51,7 @@ int main(int argc, char *argv[])
 {
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("hnipc-panel"));
-    QGuiApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION));
+    QGuiApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The label printer's front panel."));

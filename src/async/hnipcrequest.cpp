@@ -4,6 +4,7 @@
 #include "async/metamethod_p.h"
 #include "async/remotemethod_p.h"
 #include "async/turns_p.h"
+#include "common/emptyvalue_p.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>

@@ -6,9 +6,8 @@
 #include <QtCore/QList>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
-#include <QtCore/QVariant>
 
-// What a QMetaMethod tells under other names in each Qt major, and what goes with its types.
+// What a QMetaMethod tells under other names in each Qt major.
 
 inline QByteArray nameOf(const QMetaMethod &method)
 {
@@ -40,15 +39,6 @@ inline int resultTypeOf(const QMetaMethod &method)
     return QMetaType::type(method.typeName()); // Void for "", too
 #else
     return method.returnType();
-#endif
-}
-
-inline QVariant emptyValue(int type)
-{
-#if QT_VERSION < 0x060000
-    return QVariant(type, static_cast<const void *>(0));
-#else
-    return QVariant(QMetaType(type));
 #endif
 }
 

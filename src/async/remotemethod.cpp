@@ -2,6 +2,7 @@
 #include "async/remotemethod_p.h"
 
 #include "async/metamethod_p.h"
+#include "common/emptyvalue_p.h"
 
 #include <hnipc/hnipc.h>
 #include <hnipc/ihnipcioexpd.h>

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "client/hnipc_p.h"
 
+#include "common/emptyvalue_p.h"
 #include "common/serviceidentity_p.h"
 
 #include <hnipc/hnipc.h>
 
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusError>
 #include <QtDBus/QDBusInterface>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusMetaType>
@@ -155,17 +157,27 @@ static QDBusMessage send(QDBusInterface *proxy, const QString &method, const QVa
     return proxy->callWithArgumentList(QDBus::AutoDetect, method, leadingRun);
 }
 
+// What all kinds of result have in common: a value of exactly the type wanted, or nothing. It is what
+// QDBusReply<T> does, once for all T.
+static QVariant fetch(QDBusInterface *proxy, const QString &method, const QVariant &a1,
+                      const QVariant &a2, const QVariant &a3, const QVariant &a4,
+                      const QVariant &a5, int resultType)
+{
+    if (!proxy)
+        return QVariant();
+
+    QVariant result = emptyValue(resultType);
+    QDBusError error;
+    qDBusReplyFill(send(proxy, method, a1, a2, a3, a4, a5), error, result);
+    return error.isValid() ? QVariant() : result;
+}
+
 template <typename T>
 QVariant HNIPCPrivate::call(HNIPCServer::ServerType type, const QString &method, const QVariant &a1,
                             const QVariant &a2, const QVariant &a3, const QVariant &a4,
                             const QVariant &a5)
 {
-    QDBusInterface *proxy = getInterfaceByServerType(type);
-    if (!proxy)
-        return QVariant();
-
-    const QDBusReply<T> reply = send(proxy, method, a1, a2, a3, a4, a5);
-    return reply.isValid() ? QVariant::fromValue(reply.value()) : QVariant();
+    return fetch(getInterfaceByServerType(type), method, a1, a2, a3, a4, a5, qMetaTypeId<T>());
 }
 
 // Success and failure look alike on purpose: who calls these methods has no use for either.
@@ -222,6 +234,41 @@ template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantList>(Type, Name, Arg,
 template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantMap>(Type, Name, Arg, Arg, Arg, Arg, Arg);
 template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantHash>(Type, Name, Arg, Arg, Arg, Arg,
                                                                 Arg);
+
+// ---- One row of the client -----------------------------------------------------------------
+
+// The argument at this place, or none behind the last.
+static QVariant argumentAt(Arguments arguments, std::size_t place)
+{
+    return place < arguments.size() ? arguments.begin()[place].wrapped() : QVariant();
+}
+
+QVariant HNIPCPrivate::callWith(Call member, HNIPCServer::ServerType type, const char *method,
+                                Arguments arguments)
+{
+    return (this->*member)(type, QLatin1String(method), argumentAt(arguments, 0),
+                           argumentAt(arguments, 1), argumentAt(arguments, 2),
+                           argumentAt(arguments, 3), argumentAt(arguments, 4));
+}
+
+// No conversion is looked for: a valid answer is of exactly the type.
+template <typename T>
+T HNIPCPrivate::answer(HNIPCServer::ServerType type, const char *method, Arguments arguments)
+{
+    const QVariant value = callWith(&HNIPCPrivate::call<T>, type, method, arguments);
+    return value.isValid() ? *static_cast<const T *>(value.constData()) : T();
+}
+
+template int HNIPCPrivate::answer(Type, const char *, Arguments);
+template bool HNIPCPrivate::answer(Type, const char *, Arguments);
+template uint HNIPCPrivate::answer(Type, const char *, Arguments);
+template qulonglong HNIPCPrivate::answer(Type, const char *, Arguments);
+template double HNIPCPrivate::answer(Type, const char *, Arguments);
+template QByteArray HNIPCPrivate::answer(Type, const char *, Arguments);
+template QString HNIPCPrivate::answer(Type, const char *, Arguments);
+template QStringList HNIPCPrivate::answer(Type, const char *, Arguments);
+template QVariantHash HNIPCPrivate::answer(Type, const char *, Arguments);
+template SupplyInformation HNIPCPrivate::answer(Type, const char *, Arguments);
 
 // ---- The relay -----------------------------------------------------------------------------
 

@@ -2,6 +2,8 @@
 #ifndef HNIPC_P_H
 #define HNIPC_P_H
 
+#include "common/arguments_p.h"
+
 #include <hnipc/hnipcserver.h>
 #include <hnipc/supplyinformation.h>
 
@@ -43,19 +45,21 @@ public:
                   const QVariant &a3 = QVariant(), const QVariant &a4 = QVariant(),
                   const QVariant &a5 = QVariant());
 
-    // One client method, as the client's rows say it: the daemon, the method, the arguments as
-    // variants of their own types; the answer, or the empty value of T.
-    template <typename T, typename... Arguments>
-    T ask(HNIPCServer::ServerType type, const char *method, const Arguments &...arguments)
+    // One client method, as the client's rows say it: the daemon, the method, the arguments; the
+    // answer, or the empty value of T.
+    template <typename T, typename... Values>
+    T ask(HNIPCServer::ServerType type, const char *method, const Values &...values)
     {
-        return call<T>(type, QLatin1String(method), QVariant(arguments)...).template value<T>();
+        static_assert(sizeof...(Values) <= 5, "call() takes five");
+        return answer<T>(type, method, { Argument(values)... });
     }
 
     // The same for a method that answers nothing.
-    template <typename... Arguments>
-    void tell(HNIPCServer::ServerType type, const char *method, const Arguments &...arguments)
+    template <typename... Values>
+    void tell(HNIPCServer::ServerType type, const char *method, const Values &...values)
     {
-        call<void>(type, QLatin1String(method), QVariant(arguments)...);
+        static_assert(sizeof...(Values) <= 5, "call() takes five");
+        callWith(&HNIPCPrivate::call<void>, type, method, { Argument(values)... });
     }
 
     void connectSignals();
@@ -68,6 +72,17 @@ private Q_SLOTS:
 
 private:
     Q_DISABLE_COPY(HNIPCPrivate)
+
+    typedef QVariant (HNIPCPrivate::*Call)(HNIPCServer::ServerType type, const QString &method,
+                                           const QVariant &a1, const QVariant &a2,
+                                           const QVariant &a3, const QVariant &a4,
+                                           const QVariant &a5);
+
+    QVariant callWith(Call member, HNIPCServer::ServerType type, const char *method,
+                      Arguments arguments);
+
+    template <typename T>
+    T answer(HNIPCServer::ServerType type, const char *method, Arguments arguments);
 
     void relay(HNIPCServer::ServerType type, const char *name, const char *signal);
 

@@ -102,12 +102,7 @@ public:
     }
 
 private:
-    bool nextIs(const char *signature)
-    {
-        m_fits = m_fits && !m_argument.atEnd()
-            && m_argument.currentSignature() == QLatin1String(signature);
-        return m_fits;
-    }
+    bool nextIs(const char *signature);
 
     template <typename Field>
     void read(Field &field, const char *signature)
@@ -119,6 +114,13 @@ private:
     const QDBusArgument &m_argument;
     bool m_fits;
 };
+
+bool Reader::nextIs(const char *signature)
+{
+    m_fits = m_fits && !m_argument.atEnd()
+        && m_argument.currentSignature() == QLatin1String(signature);
+    return m_fits;
+}
 
 } // namespace
 

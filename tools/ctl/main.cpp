@@ -5,6 +5,8 @@
 #include "hosts.h"
 #include "names.h"
 
+#include <hnipc/hnipc_version.h>
+
 #include <QtCore/QCoreApplication>
 #include <QtDBus/QDBusError>
 
@@ -248,7 +250,7 @@ std::optional<int> runWithoutCommand(const CommandLine &line)
         return wrongUsage(line.error);
     }
     if (line.options.contains(QStringLiteral("version"))) {
-        Console::print(QStringLiteral("hnipcctl " HNIPC_VERSION));
+        Console::print(QStringLiteral("hnipcctl " HNIPC_VERSION_STRING));
         return Done;
     }
     if (isHelp && !line.arguments.isEmpty()) {

@@ -6,6 +6,8 @@
 #include "common/exitcodes.h"
 #include "common/failure.h"
 
+#include <hnipc/hnipc_version.h>
+
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 
@@ -73,7 +75,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
         throw Failure { Done, QString() };
     }
     if (parser.isSet(version)) {
-        puts("hnipc-sandbox " HNIPC_VERSION);
+        puts("hnipc-sandbox " HNIPC_VERSION_STRING);
         throw Failure { Done, QString() };
     }
 
@@ -110,7 +112,7 @@ int main(int argc, char **argv)
     }
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-sandbox"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
     try {
         const Sandbox::Request request = readCommandLine(argc, argv);
         return Sandbox().run(request);

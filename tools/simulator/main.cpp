@@ -10,6 +10,8 @@
 #include "common/failure.h"
 #include "common/scenario.h"
 
+#include <hnipc/hnipc_version.h>
+
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSocketNotifier>
@@ -218,7 +220,7 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-simulator"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
     try {
         return serve(readCommandLine());
     } catch (const Failure &failure) {

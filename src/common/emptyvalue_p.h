@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#ifndef EMPTYVALUE_P_H
+#define EMPTYVALUE_P_H
+
+#include <QtCore/QMetaType>
+#include <QtCore/QVariant>
+
+// A valid variant of the type, which Qt 6 no longer makes from the type's number.
+inline QVariant emptyValue(int type)
+{
+#if QT_VERSION < 0x060000
+    return QVariant(type, static_cast<const void *>(0));
+#else
+    return QVariant(QMetaType(type));
+#endif
+}
+
+#endif
