@@ -25,6 +25,14 @@ if(HNIPC_QT EQUAL 4)
     set(HNIPC_NAME_SUFFIX "")
     set(HNIPC_PACKAGE_NAME HNIPC)
 elseif(HNIPC_QT EQUAL 5)
+    # Qt 5 takes its tools from beside its headers, where a cross build has the target's. The later
+    # majors look for the host's themselves.
+    if(CMAKE_CROSSCOMPILING AND NOT TARGET Qt5::moc)
+        find_program(HNIPC_MOC moc PATHS /usr/lib/qt5/bin REQUIRED
+            NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
+        add_executable(Qt5::moc IMPORTED)
+        set_target_properties(Qt5::moc PROPERTIES IMPORTED_LOCATION ${HNIPC_MOC})
+    endif()
     find_package(Qt5 5.15 REQUIRED COMPONENTS Core DBus)
     set(HNIPC_QT_LIBRARIES Qt5::Core Qt5::DBus)
     set(HNIPC_QT_TEST Qt5::Test)

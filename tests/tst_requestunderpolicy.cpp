@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "requests.h"
 #include "support/fakedaemons.h"
+#include "support/onbroker.h"
+#include "support/qtmajors.h"
 #include "support/roundtrip.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -45,7 +47,8 @@ void tst_RequestUnderPolicy::forbiddenCallIsNotSent()
     const QByteArray outcome = outcomeOfSending(request);
     QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.AccessDenied: "),
              outcome.constData());
-    QVERIFY(request.errorText().contains(QLatin1String("resetPrinter"))); // the bus's own words
+    // The bus's own words; dbus-broker's name no method.
+    QVERIFY(request.errorText().contains(QLatin1String("resetPrinter")) || isOnDBusBroker());
     QVERIFY(daemons.passFence());
     QCOMPARE(daemons.takeCalls().size(), 0);
     request.setCall(HNIPC_METHOD(resetCutter));
@@ -54,6 +57,9 @@ void tst_RequestUnderPolicy::forbiddenCallIsNotSent()
 
 void tst_RequestUnderPolicy::callThatIsTooManyForTheBusIsNotSent()
 {
+    if (isOnDBusBroker()) {
+        HNIPC_SKIP("dbus-broker does not keep this limit of dbus-daemon's");
+    }
     FakeDaemons daemons;
     daemons[M4].hold("getAlert");
     HNIPCRequest requests[3];

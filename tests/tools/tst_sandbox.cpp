@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "support/onbroker.h"
+#include "support/qtmajors.h"
 #include "support/waituntil.h"
 #include "support/wirepeer.h"
 
@@ -521,6 +523,9 @@ void tst_Sandbox::saysWhatDoesNotComeUp()
              QByteArray("hnipc-sandbox: no bus: dbus-daemon: No such file or directory\n"));
     QCOMPARE(noBusProgram.output(), QByteArray());
 
+    if (isOnDBusBroker()) {
+        HNIPC_SKIP("dbus-broker has an address before it reads its configuration");
+    }
     write("sandbox-bus.conf", "<busconfig><listen>nonsense</listen>\n");
     Sandbox noBus(inShell("echo run"), { { "HNIPC_DATA_DIR", m_directory.path() } });
     QCOMPARE(noBus.exitCode(), 125);
@@ -769,6 +774,9 @@ void tst_Sandbox::tellsOfADaemonThatDies()
 
 void tst_Sandbox::tellsOfABusThatDies()
 {
+    if (isOnDBusBroker()) {
+        HNIPC_SKIP("dbus-broker has another name");
+    }
     OpenSandbox sandbox({ "--daemons", "none" });
     const QStringList buses = sandbox.processes().filter("dbus-daemon");
     QCOMPARE(int(buses.size()), 1);
