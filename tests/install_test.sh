@@ -19,11 +19,12 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 library=$(find "$prefix" -name "lib$name.so")
 libdir=$(dirname "$library")
 
-# The programs, and what they read; Qt 4 has the contract alone.
+# The programs, and what they read; Qt 4 has the contract and the rules of the bus alone.
 interfaces="share/dbus-1/interfaces/local.IHNIPCIOEXPD.xml
 share/dbus-1/interfaces/local.IHNIPCM4.xml
 share/dbus-1/interfaces/local.IHNIPCSUPPLYD.xml
-share/dbus-1/interfaces/org.hnipc.Simulator.xml"
+share/dbus-1/interfaces/org.hnipc.Simulator.xml
+share/dbus-1/system.d/org.hnipc.conf"
 tools="bin/hnipc-sandbox
 bin/hnipc-simulator
 bin/hnipcctl
@@ -47,6 +48,7 @@ fi
 diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
         -o ! -type d -printf '%P\n' | sort)
+cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # that the tests use
 if [ "$qt" -ge 5 ]; then
     for program in hnipc-sandbox hnipc-simulator hnipcctl; do
         "$prefix/bin/$program" --version >>"$work/log"

@@ -551,7 +551,8 @@ WireMessage WirePeer::call(const QByteArray &destination, const QByteArray &path
                            const QByteArray &body)
 {
     GDBusMessage *message = g_dbus_message_new_method_call(
-        destination.constData(), path.constData(), interface.constData(), member.constData());
+        destination.constData(), path.constData(),
+        interface.isEmpty() ? nullptr : interface.constData(), member.constData());
     setBody(message, body);
     guint32 serial = 0;
     {

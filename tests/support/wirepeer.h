@@ -70,7 +70,7 @@ public:
                     const QByteArray &body = "()", const QByteArray &destination = QByteArray());
 
     // As a caller. Turns the Qt event loop until the answer is there, so that objects of this
-    // process can be called, too. Invalid when there is none.
+    // process can be called, too. Invalid when there is none. A call may do without an interface.
     WireMessage call(const QByteArray &destination, const QByteArray &path,
                      const QByteArray &interface, const QByteArray &member,
                      const QByteArray &body = "()");

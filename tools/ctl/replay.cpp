@@ -112,8 +112,8 @@ private:
         const QString owner = m_context.bus.interface()->serviceOwner(daemon.busName).value();
         if (owner != m_context.bus.baseService()) {
             return Console::fail(Toolkit::NoBus,
-                                 QStringLiteral("the bus does not give out the name %1; nothing was "
-                                                "sent").arg(daemon.busName));
+                                 QStringLiteral("the bus does not give this user the name %1; "
+                                                "nothing was sent").arg(daemon.busName));
         }
         return Toolkit::Done;
     }

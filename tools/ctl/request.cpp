@@ -10,6 +10,19 @@
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMessage>
 
+namespace {
+
+const char accessDenied[] = "org.freedesktop.DBus.Error.AccessDenied";
+
+// The bus says it in words for those who write its rules.
+QString withoutRights()
+{
+    return QStringLiteral("no right to call the daemons: the bus lets members of the group "
+                          HNIPC_CLIENT_GROUP " do it; a new member has to log in again");
+}
+
+} // namespace
+
 QJsonObject Outcome::json() const
 {
     QJsonObject result;
@@ -36,7 +49,14 @@ QString Outcome::text() const
 
 QString Outcome::shortError() const
 {
-    return exitCode == Toolkit::DaemonAbsent ? QStringLiteral("absent") : Console::printable(error);
+    return exitCode == Toolkit::DaemonAbsent ? QStringLiteral("absent")
+        : isWithoutRights()                  ? QStringLiteral("no right")
+                                             : Console::printable(error);
+}
+
+bool Outcome::isWithoutRights() const
+{
+    return exitCode == Toolkit::NoBus && errorName == QLatin1String(accessDenied);
 }
 
 QDBusPendingCall send(const Context &context, const Method &method, QVariantList arguments)
@@ -83,6 +103,9 @@ Outcome outcomeWithin(int deadline, const Method &method, const QVariantList &ar
         result.exitCode
             = result.errorName == QLatin1String("org.freedesktop.DBus.Error.ServiceUnknown")
             ? Toolkit::DaemonAbsent : Toolkit::NoBus;
+        if (result.isWithoutRights()) {
+            result.error = withoutRights();
+        }
         break;
     default:
         result.words = QStringLiteral("outcome unknown");
@@ -138,6 +161,9 @@ Outcome failure(const Context &context, const Daemon &daemon, const QDBusMessage
         result.exitCode = Toolkit::NoAnswer;
         result.error = QStringLiteral("%1 did not answer within %2 ms")
                            .arg(daemon.name).arg(context.timeout);
+    } else if (type == QDBusError::AccessDenied) {
+        result.exitCode = Toolkit::NoBus;
+        result.error = withoutRights();
     } else {
         result.exitCode = Toolkit::NoBus;
         result.error = QStringLiteral("the bus does not carry the call: ") + reply.errorMessage();

@@ -22,6 +22,8 @@ struct Outcome
     QString text() const;
     /// For the place where the value would stand.
     QString shortError() const;
+    /// Whether the bus refused the call, for this user may not make it.
+    bool isWithoutRights() const;
 
     int exitCode = Toolkit::Done;
     QVariant value;    ///< of plain types; invalid where the method answers nothing

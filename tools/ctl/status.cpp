@@ -86,6 +86,12 @@ int run(const Context &context, const QStringList &)
     const Answers answers = readProperties(context, properties);
 
     int exitCode = Toolkit::Done;
+    QString withoutRights;
+    for (const auto &[property, answer] : answers) {
+        if (withoutRights.isEmpty() && answer.isWithoutRights()) {
+            withoutRights = answer.error;
+        }
+    }
     QJsonArray daemons;
     for (const Daemon &daemon : context.contract.daemons()) {
         const DaemonState state = stateOf(context, daemon, answers);
@@ -99,6 +105,8 @@ int run(const Context &context, const QStringList &)
     }
     if (context.json) {
         Console::print(QJsonObject { { QStringLiteral("daemons"), daemons } });
+    } else if (!withoutRights.isEmpty()) {
+        Console::note(withoutRights);
     }
     return exitCode;
 }

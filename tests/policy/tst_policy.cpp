@@ -1,0 +1,705 @@
+// SPDX-License-Identifier: MIT
+// What the bus lets whom do, with the policy as it is installed: on both buses there are, by
+// processes of different users. Each user is played by a program that knows only the wire.
+
+#include "machine.h"
+
+#include "expected/identities.h"
+#include "expected/serverslots.h"
+#include "support/qtmajors.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QMap>
+#include <QtCore/QSharedPointer>
+#include <QtTest/QTest>
+
+#include <cstdio>
+
+using namespace Expected;
+using Machine::Bus;
+using Machine::User;
+
+namespace {
+
+// The system's own rules, as distributions have them: closed, but for one service, which everybody
+// may be and call.
+const char closedRules[] =
+    "<deny own='*'/><deny send_type='method_call'/>"
+    "<allow send_destination='org.freedesktop.DBus' send_interface='org.freedesktop.DBus'/>"
+    "<allow own='local.Clock'/><allow send_destination='local.Clock'/>";
+
+// A careless file of another package has opened the bus.
+const char openRules[] = "<allow own='*'/><allow send_type='method_call'/>";
+
+QByteArray configuration(const char *rules, const char *policyFile)
+{
+    return QByteArray("<!DOCTYPE busconfig PUBLIC "
+                      "'-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
+                      "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+                      "<busconfig><type>system</type><listen>systemd:</listen>"
+                      "<auth>EXTERNAL</auth><policy context='default'>"
+                      "<allow user='*'/><allow send_type='signal'/>"
+                      "<allow send_requested_reply='true' send_type='method_return'/>"
+                      "<allow send_requested_reply='true' send_type='error'/>"
+                      "<allow receive_type='method_call'/><allow receive_type='method_return'/>"
+                      "<allow receive_type='error'/><allow receive_type='signal'/>")
+        + rules + "</policy><include>" + policyFile + "</include></busconfig>";
+}
+
+// The printer's users are those of the build, the others' those of a second file.
+const bool daemonIsRoot = qstrcmp(HNIPC_DAEMON_USER, "root") == 0;
+const gid_t clients = 4200;
+const gid_t otherClients = 4201;
+const QList<Machine::Group> groups = {
+    { "root", 0 }, { HNIPC_CLIENT_GROUP, clients }, { HNIPC_TEST_OTHER_GROUP, otherClients },
+};
+const User root = { "root", 0, 0, {} };
+const User daemonUser = daemonIsRoot ? root : User { HNIPC_DAEMON_USER, 4100, 4100, {} };
+const User otherDaemonUser = { HNIPC_TEST_OTHER_USER, 4101, 4101, {} };
+const User aMember = { "hnipc-test-member", 4102, 4102, { 4300, clients } };
+const User memberByOwnGroup = { "hnipc-test-own-group", 4103, clients, {} };
+const User otherMember = { "hnipc-test-other-member", 4104, 4104, { otherClients, 4300 } };
+const User otherMemberByOwnGroup = { "hnipc-test-other-own-group", 4105, otherClients, {} };
+
+QList<User> users()
+{
+    QList<User> result;
+    result << root << otherDaemonUser << aMember << memberByOwnGroup << otherMember
+           << otherMemberByOwnGroup;
+    if (!daemonIsRoot) {
+        result << daemonUser;
+    }
+    return result;
+}
+
+enum Right { Nobody = 3, Daemon = 2, Client = 1, Everybody = 0 };
+
+const QByteArray refused = "org.freedesktop.DBus.Error.AccessDenied";
+
+// A process of a user.
+class Person
+{
+public:
+    Person(const User &user, const Bus &bus)
+    {
+        Machine::start(&m_process, user, bus.address(), "hnipc-test-person");
+        m_name = line();
+        if (m_name.isEmpty()) {
+            qFatal("%s is not on the bus: %s\n%s", user.name,
+                   m_process.readAllStandardError().constData(), Bus::log().constData());
+        }
+    }
+
+    ~Person()
+    {
+        m_process.closeWriteChannel();
+        m_process.waitForFinished();
+    }
+
+    // On the bus, without a name to be found by.
+    QByteArray name() const { return m_name; }
+
+    QByteArray call(const QByteArray &destination, const QByteArray &interface,
+                    const QByteArray &member, const QByteArray &body = "()")
+    {
+        beginCall(destination, interface, member, body);
+        return answer();
+    }
+
+    void beginCall(const QByteArray &destination, const QByteArray &interface,
+                   const QByteArray &member, const QByteArray &body = "()")
+    {
+        m_process.write("call\t" + destination + '\t' + interface + '\t' + member + '\t' + body
+                        + '\n');
+    }
+
+    QByteArray answer() { return line(); }
+
+    QByteArray own(const QByteArray &name)
+    {
+        return call("org.freedesktop.DBus", "org.freedesktop.DBus", "RequestName",
+                    "('" + name + "', uint32 4)"); // 4: without queueing
+    }
+
+    void send(const QByteArray &interface, const QByteArray &member, const QByteArray &body,
+              const QByteArray &destination = QByteArray())
+    {
+        QCOMPARE(ask("signal\t" + interface + '\t' + member + '\t' + body + '\t' + destination),
+                 QByteArray("sent"));
+    }
+
+    void listen(const QByteArray &interface)
+    {
+        QCOMPARE(ask("listen\ttype='signal',interface='" + interface + '\''),
+                 QByteArray("listening"));
+    }
+
+    // All up to the fence of this number, without it.
+    QList<QByteArray> heardUpTo(int fence)
+    {
+        const QByteArray last = "local.Fence.Passed (" + QByteArray::number(fence) + ",)";
+        QList<QByteArray> heard;
+        waitUntil([&]() {
+            heard = list("signals");
+            return heard.contains(last);
+        });
+        ask("forget");
+        heard.removeAll(last);
+        return heard;
+    }
+
+    QList<QByteArray> list(const QByteArray &what)
+    {
+        const QByteArray all = ask(what);
+        return all.isEmpty() ? QList<QByteArray>() : all.split('\t');
+    }
+
+    QByteArray ask(const QByteArray &order)
+    {
+        m_process.write(order + '\n');
+        return line();
+    }
+
+private:
+    QByteArray line()
+    {
+        const int guard = 60 * 1000; // against hanging
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(guard)) {
+        }
+        return m_process.readLine().trimmed();
+    }
+
+    QProcess m_process;
+    QByteArray m_name;
+};
+
+bool hasTool()
+{
+    return QFile::exists(Machine::program("hnipcctl"));
+}
+
+// What a program of a user printed, and how it ended.
+struct Run
+{
+    int exitCode;
+    QByteArray out;
+    QByteArray err;
+};
+
+} // namespace
+
+// A bus with the three daemons, and one of each kind of user.
+class Printer
+{
+public:
+    Printer(Bus::Kind kind, bool isOther)
+        : bus(kind, isOther ? configuration(openRules, HNIPC_TEST_OTHER_POLICY_FILE)
+                            : configuration(closedRules, HNIPC_POLICY_FILE))
+    {
+        const User &daemons = isOther ? otherDaemonUser : daemonUser;
+        for (int server = 0; server < ServerCount; ++server) {
+            daemon[server] = QSharedPointer<Person>(new Person(daemons, bus));
+        }
+        add("the daemons' user", daemons, Daemon);
+        add("member", isOther ? otherMember : aMember, Client);
+        add("member by its own group", isOther ? otherMemberByOwnGroup : memberByOwnGroup, Client);
+        // Of the other file's group, which has no rights here.
+        add("stranger", isOther ? aMember : otherMember, Everybody);
+        if (isOther || !daemonIsRoot) {
+            add("root", root, Everybody);
+        }
+    }
+
+    struct Somebody
+    {
+        QByteArray kind;
+        User user;
+        Right right;
+        QSharedPointer<Person> person;
+        QByteArray answer; // to what all called
+    };
+
+    Somebody &somebody(const QByteArray &kind)
+    {
+        for (Somebody &each : people) {
+            if (each.kind == kind) {
+                return each;
+            }
+        }
+        qFatal("nobody is %s", kind.constData());
+        return people.first(); // Qt 4 does not say that nobody comes here
+    }
+
+    // All of them do, and wait for their answers side by side.
+    void call(const QByteArray &destination, const QByteArray &interface, const QByteArray &member)
+    {
+        for (Somebody &each : people) {
+            each.person->beginCall(destination, interface, member);
+        }
+        for (Somebody &each : people) {
+            each.answer = each.person->answer();
+        }
+    }
+
+    // The calls that reached the daemons since the last time.
+    QList<QByteArray> takeCalls()
+    {
+        QList<QByteArray> result;
+        for (int server = 0; server < ServerCount; ++server) {
+            result += daemon[server]->list("calls");
+        }
+        return result;
+    }
+
+    void start(QProcess *process, const QByteArray &kind, const char *program,
+               const QStringList &arguments = QStringList())
+    {
+        Machine::start(process, somebody(kind).user, bus.address(), program, arguments);
+    }
+
+    Run run(const QByteArray &kind, const char *program, const QStringList &arguments)
+    {
+        QProcess process;
+        start(&process, kind, program, arguments);
+        waitUntil([&process]() { return process.state() == QProcess::NotRunning; });
+        const Run result = { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                             process.readAllStandardOutput(), process.readAllStandardError() };
+        return result;
+    }
+
+    Bus bus;
+    QSharedPointer<Person> daemon[ServerCount];
+    QList<Somebody> people;
+
+private:
+    void add(const char *kind, const User &user, Right right)
+    {
+        const Somebody somebody = { kind, user, right,
+                                    QSharedPointer<Person>(new Person(user, bus)),
+                                    QByteArray() };
+        people << somebody;
+    }
+};
+
+class tst_Policy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data();
+    void init();
+    void cleanupTestCase() { m_printers.clear(); }
+
+    void names();
+    void calls_data();
+    void calls();
+    void everyOperation_data() { addSlots(); }
+    void everyOperation();
+    void events_data();
+    void events();
+    void daemonsAmongThemselves();
+    void otherServicesAreLeftAlone();
+    void unknownUsersOpenNothing();
+    void application_data();
+    void application();
+    void tool_data();
+    void tool();
+    void toolHearsWithoutRights();
+
+private:
+    void addSlots();
+
+    QMap<QByteArray, QSharedPointer<Printer> > m_printers;
+    Printer *m_printer;
+    int m_fences = 0;
+};
+
+void tst_Policy::initTestCase_data()
+{
+    QTest::addColumn<int>("bus");
+    QTest::addColumn<bool>("isOther");
+    QTest::newRow("dbus-daemon") << int(Bus::DBusDaemon) << false;
+    QTest::newRow("dbus-daemon, other users, open bus") << int(Bus::DBusDaemon) << true;
+    QTest::newRow("dbus-broker") << int(Bus::DBusBroker) << false;
+    QTest::newRow("dbus-broker, other users, open bus") << int(Bus::DBusBroker) << true;
+}
+
+void tst_Policy::init()
+{
+    QFETCH_GLOBAL(int, bus);
+    QFETCH_GLOBAL(bool, isOther);
+    const Bus::Kind kind = Bus::Kind(bus);
+    if (!Bus::isThere(kind)) {
+        HNIPC_SKIP("this bus is not installed");
+    }
+    QSharedPointer<Printer> &printer
+        = m_printers[QByteArray::number(bus) + (isOther ? "other" : "")];
+    if (!printer) {
+        printer = QSharedPointer<Printer>(new Printer(kind, isOther));
+        for (int server = 0; server < ServerCount; ++server) {
+            QCOMPARE(printer->daemon[server]->own(identities[server].busName),
+                     QByteArray("answered (uint32 1,)"));
+        }
+    }
+    m_printer = printer.data();
+}
+
+void tst_Policy::names()
+{
+    for (const Identity &identity : identities) {
+        for (const Printer::Somebody &somebody : m_printer->people) {
+            const QByteArray answer = somebody.person->own(identity.busName);
+            const QByteArray taken = "answered (uint32 3,)";
+            QVERIFY2(answer == (somebody.right >= Daemon ? taken : refused),
+                     somebody.kind + ", " + identity.busName + ": " + answer);
+        }
+    }
+}
+
+void tst_Policy::calls_data()
+{
+    QTest::addColumn<QByteArray>("destination"); // empty: its name without a meaning
+    QTest::addColumn<QByteArray>("interface");
+    QTest::addColumn<QByteArray>("member");
+    QTest::addColumn<int>("least");
+    QTest::addColumn<QByteArray>("arrives"); // empty where the peer's bus library answers
+    const QByteArray standard = "org.freedesktop.DBus.";
+    const QByteArray simulator = "org.hnipc.Simulator";
+    for (const Identity &identity : identities) {
+        const QByteArray name = identity.busName;
+        const QByteArray interface = identity.interface;
+        QTest::newRow(name + ": operation") << name << interface << QByteArray("anything")
+                                            << int(Client) << interface + ".anything ()";
+        // Nobody of ours leaves the interface out, and a bus could not tell the pulses then.
+        QTest::newRow(name + ": without an interface")
+            << name << QByteArray() << QByteArray("anything") << int(Daemon)
+            << QByteArray(".anything ()");
+        QTest::newRow(name + ": introspection")
+            << name << standard + "Introspectable" << QByteArray("Introspect") << int(Client)
+            << QByteArray();
+        QTest::newRow(name + ": ping")
+            << name << standard + "Peer" << QByteArray("Ping") << int(Client) << QByteArray();
+        QTest::newRow(name + ": properties")
+            << name << standard + "Properties" << QByteArray("GetAll") << int(Daemon)
+            << QByteArray();
+        QTest::newRow(name + ": simulator") << name << simulator << QByteArray("press")
+                                            << int(Daemon) << simulator + ".press ()";
+    }
+    const QByteArray interface = identities[M4].interface;
+    QTest::newRow("unique name: operation") << QByteArray() << interface << QByteArray("anything")
+                                            << int(Client) << interface + ".anything ()";
+    QTest::newRow("unique name: pulse")
+        << QByteArray() << interface << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
+        << interface + ".pulseM4PrinterLidSignal ()";
+    QTest::newRow("unique name: pulse without an interface")
+        << QByteArray() << QByteArray() << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
+        << QByteArray(".pulseM4PrinterLidSignal ()");
+    QTest::newRow("another daemon's interface")
+        << QByteArray(identities[SUPPLYD].busName) << interface
+        << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
+        << interface + ".pulseM4PrinterLidSignal ()";
+}
+
+void tst_Policy::calls()
+{
+    QFETCH(QByteArray, destination);
+    QFETCH(QByteArray, interface);
+    QFETCH(QByteArray, member);
+    QFETCH(int, least);
+    QFETCH(QByteArray, arrives);
+    if (destination.isEmpty()) {
+        destination = m_printer->daemon[M4]->name();
+    }
+    m_printer->takeCalls();
+    QList<QByteArray> allowed;
+    m_printer->call(destination, interface, member);
+    for (const Printer::Somebody &somebody : m_printer->people) {
+        const QByteArray answer = somebody.answer;
+        const bool isAllowed = somebody.right >= least;
+        QVERIFY2((answer == refused) != isAllowed && answer != "no answer",
+                 somebody.kind + ": " + answer);
+        if (isAllowed && !arrives.isEmpty()) {
+            allowed << arrives;
+        }
+    }
+    QCOMPARE(m_printer->takeCalls(), allowed);
+}
+
+void tst_Policy::addSlots()
+{
+    QTest::addColumn<int>("server");
+    QTest::addColumn<QByteArray>("member");
+    QTest::addColumn<bool>("isPulse");
+    const auto add = [](int server, const ServerSlot &slot) {
+        const QByteArray signature = slot.signature;
+        if (!slot.cloned) {
+            QTest::newRow(identities[server].tag + QByteArray(" ") + signature)
+                << server << signature.left(signature.indexOf('('))
+                << (slot.kind == PulseOperation);
+        }
+    };
+    for (const ServerSlot &slot : ioexpdSlots) {
+        add(IOEXPD, slot);
+    }
+    for (const ServerSlot &slot : m4Slots) {
+        add(M4, slot);
+    }
+    for (const ServerSlot &slot : supplydSlots) {
+        add(SUPPLYD, slot);
+    }
+}
+
+void tst_Policy::everyOperation()
+{
+    QFETCH(int, server);
+    QFETCH(QByteArray, member);
+    QFETCH(bool, isPulse);
+    m_printer->takeCalls();
+    QList<QByteArray> allowed;
+    const QByteArray interface = identities[server].interface;
+    m_printer->call(identities[server].busName, interface, member);
+    for (const Printer::Somebody &somebody : m_printer->people) {
+        const QByteArray answer = somebody.answer;
+        const bool isAllowed = somebody.right >= (isPulse ? Daemon : Client);
+        QVERIFY2(answer == (isAllowed ? "answered (true,)" : refused),
+                 somebody.kind + ": " + answer);
+        if (isAllowed) {
+            allowed << interface + '.' + member + " ()";
+        }
+    }
+    QCOMPARE(m_printer->takeCalls(), allowed);
+}
+
+void tst_Policy::events_data()
+{
+    QTest::addColumn<QByteArray>("interface");
+    QTest::addColumn<int>("least");
+    for (const Identity &identity : identities) {
+        QTest::newRow(identity.interface) << QByteArray(identity.interface) << int(Daemon);
+    }
+    QTest::newRow("another service's") << QByteArray("local.Clock") << int(Everybody);
+}
+
+// To all, to an application alone, and to a daemon, which listens to the other daemons.
+void tst_Policy::events()
+{
+    QFETCH(QByteArray, interface);
+    QFETCH(int, least);
+    Person &client = *m_printer->somebody("member").person;
+    Person &stranger = *m_printer->somebody("stranger").person;
+    Person &daemon = *m_printer->daemon[SUPPLYD];
+    for (Person *listener : { &client, &stranger, &daemon }) {
+        listener->listen(interface);
+        listener->listen("local.Fence");
+    }
+    for (const Printer::Somebody &somebody : m_printer->people) {
+        Person &sender = *somebody.person;
+        sender.send(interface, "Event", "('to all',)");
+        sender.send(interface, "Event", "('to the application',)", client.name());
+        sender.send(interface, "Event", "('to the daemon',)", daemon.name());
+        sender.send(interface, "Event", "('to its name',)", identities[SUPPLYD].busName);
+        sender.send("local.Fence", "Passed", '(' + QByteArray::number(++m_fences) + ",)");
+
+        QList<QByteArray> heard[3];
+        heard[0] = client.heardUpTo(m_fences);
+        heard[1] = stranger.heardUpTo(m_fences);
+        heard[2] = daemon.heardUpTo(m_fences);
+        QList<QByteArray> expected[3];
+        if (somebody.right >= least) {
+            const QByteArray event = interface + ".Event ('to ";
+            expected[0] << event + "all',)" << event + "the application',)";
+            expected[1] << event + "all',)";
+            expected[2] << event + "all',)" << event + "the daemon',)" << event + "its name',)";
+        }
+        for (int listener = 0; listener < 3; ++listener) {
+            QVERIFY2(heard[listener] == expected[listener], somebody.kind);
+        }
+    }
+}
+
+void tst_Policy::daemonsAmongThemselves()
+{
+    Person &supplyd = *m_printer->daemon[SUPPLYD];
+    Person &m4 = *m_printer->daemon[M4];
+    const QByteArray interface = identities[M4].interface;
+    supplyd.listen(interface);
+    supplyd.listen("local.Fence");
+    m4.send(interface, "M4_M4PrinterLid", "(true,)");
+    m4.send("local.Fence", "Passed", '(' + QByteArray::number(++m_fences) + ",)");
+    const QList<QByteArray> heard = supplyd.heardUpTo(m_fences);
+    QVERIFY(heard.contains(interface + ".M4_M4PrinterLid (true,)"));
+    for (const char *member : { "forwardFeed", "pulseM4PrinterLidSignal" }) {
+        QCOMPARE(supplyd.call(identities[M4].busName, interface, member),
+                 QByteArray("answered (true,)"));
+    }
+}
+
+// A rule too wide would stop calls that name no interface, or what others answer the daemons.
+void tst_Policy::otherServicesAreLeftAlone()
+{
+    Person &service = *m_printer->somebody("stranger").person;
+    const QByteArray clock = "local.Clock";
+    const QByteArray answer = service.own(clock);
+    QVERIFY2(answer == "answered (uint32 1,)" || answer == "answered (uint32 4,)", answer);
+    QList<Person *> callers;
+    callers << m_printer->daemon[M4].data();
+    for (const Printer::Somebody &somebody : m_printer->people) {
+        callers << somebody.person.data();
+    }
+    for (Person *caller : callers) {
+        for (const QByteArray &interface : { clock, QByteArray() }) {
+            QCOMPARE(caller->call(clock, interface, "now"), QByteArray("answered (true,)"));
+        }
+    }
+}
+
+// Where the group or the user is not made yet, the daemons do without rather than all come in.
+void tst_Policy::unknownUsersOpenNothing()
+{
+    QFETCH_GLOBAL(int, bus);
+    QFETCH_GLOBAL(bool, isOther);
+    const Bus unknown(Bus::Kind(bus), configuration(isOther ? openRules : closedRules,
+                                                    HNIPC_TEST_UNKNOWN_POLICY_FILE));
+    for (const User &user : users()) {
+        Person person(user, unknown);
+        for (const Identity &identity : identities) {
+            QVERIFY2(person.own(identity.busName) == refused, user.name);
+        }
+    }
+}
+
+void tst_Policy::application_data()
+{
+    QTest::addColumn<QByteArray>("kind");
+    QTest::addColumn<QByteArray>("prints");
+    const QByteArray values = "fed 1, error 7, sku LBL-1\nlid 1\n";
+    QTest::newRow("the daemons' user") << QByteArray("the daemons' user") << values;
+    QTest::newRow("member") << QByteArray("member") << values;
+    QTest::newRow("member by its own group") << QByteArray("member by its own group") << values;
+    QTest::newRow("stranger") << QByteArray("stranger")
+                              << QByteArray("fed 0, error 0, sku null\nlid 1\n");
+}
+
+// The client class fails quietly, as it does for every reason.
+void tst_Policy::application()
+{
+    QFETCH(QByteArray, kind);
+    QFETCH(QByteArray, prints);
+    Person &m4 = *m_printer->daemon[M4];
+    m4.ask("answer\tgetError\t(7,)");
+    m_printer->daemon[SUPPLYD]->ask("answer\tsupplySKUCached\t('LBL-1',)");
+
+    QProcess process;
+    m_printer->start(&process, kind, "hnipc-test-application");
+    QVERIFY(waitUntil([&]() {
+        return process.canReadLine() || process.state() == QProcess::NotRunning;
+    }));
+    m4.send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
+    QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
+    QCOMPARE(process.readAllStandardOutput(), prints);
+    QCOMPARE(process.readAllStandardError(), QByteArray());
+    QCOMPARE(process.exitCode(), 0);
+}
+
+void tst_Policy::tool_data()
+{
+    QTest::addColumn<QByteArray>("kind");
+    QTest::addColumn<QByteArray>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("prints"); // in this order, among other things
+    QTest::addColumn<QByteArray>("complains");
+    const QByteArray member = "member";
+    const QByteArray stranger = "stranger";
+    const QByteArray noRight = "no right to call the daemons: the bus lets members of the group "
+        HNIPC_CLIENT_GROUP " do it; a new member has to log in again";
+    const QByteArray nothing;
+    QTest::newRow("member calls") << member << QByteArray("call forwardFeed 200") << 0
+                                  << QByteArray("true\n") << nothing;
+    QTest::newRow("stranger calls") << stranger << QByteArray("call forwardFeed 200") << 3
+                                    << nothing << "hnipcctl: " + noRight + '\n';
+    QTest::newRow("member calls with a deadline")
+        << member << QByteArray("call --deadline 60000 forwardFeed 200") << 0
+        << QByteArray("answered: true\n") << nothing;
+    QTest::newRow("stranger calls with a deadline")
+        << stranger << QByteArray("call --deadline 60000 forwardFeed 200") << 3 << nothing
+        << "hnipcctl: not sent: " + noRight + '\n';
+    QTest::newRow("stranger asks for a property")
+        << stranger << QByteArray("get qmlPrintEngineErrorCode") << 3 << nothing
+        << "hnipcctl: qmlPrintEngineErrorCode: " + noRight + '\n';
+    QTest::newRow("stranger calls for a program")
+        << stranger << QByteArray("--json call forwardFeed 200") << 3
+        << "\"error\": \"" + noRight + "\",\n    \"errorName\": \"" + refused + '"'
+        << "hnipcctl: " + noRight + '\n';
+    QTest::newRow("stranger introspects") << stranger << QByteArray("introspect m4") << 3 << nothing
+                                          << "hnipcctl: " + noRight + '\n';
+    QTest::newRow("stranger asks for the state")
+        << stranger << QByteArray("status") << 3
+        << QByteArray("  qmlPrintEngineErrorCode  no right\n  qmlPrintEngineAlertCode  no right\n")
+        << "hnipcctl: " + noRight + '\n';
+}
+
+void tst_Policy::tool()
+{
+    QFETCH(QByteArray, kind);
+    QFETCH(QByteArray, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, prints);
+    QFETCH(QByteArray, complains);
+    if (!hasTool()) {
+        HNIPC_SKIP("there is no hnipcctl for this Qt");
+    }
+    const Run run = m_printer->run(kind, "hnipcctl",
+                                   QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+    QCOMPARE(run.err, complains);
+    QCOMPARE(run.exitCode, exitCode);
+    QVERIFY2(prints.isEmpty() ? run.out.isEmpty() : run.out.contains(prints), run.out);
+}
+
+void tst_Policy::toolHearsWithoutRights()
+{
+    if (!hasTool()) {
+        HNIPC_SKIP("there is no hnipcctl for this Qt");
+    }
+    QProcess monitor;
+    m_printer->start(&monitor, "stranger", "hnipcctl",
+                     QStringList() << QLatin1String("monitor") << QLatin1String("--count")
+                                   << QLatin1String("1"));
+    QByteArray err;
+    QVERIFY(waitUntil([&]() {
+        err += monitor.readAllStandardError();
+        return err.contains("listening") || monitor.state() == QProcess::NotRunning;
+    }));
+    m_printer->daemon[M4]->send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
+    QVERIFY(waitUntil([&]() { return monitor.state() == QProcess::NotRunning; }));
+    const QByteArray out = monitor.readAllStandardOutput();
+    QVERIFY2(out.contains("M4PrinterLid value=true"), out + err);
+    QCOMPARE(monitor.exitCode(), 0);
+}
+
+int main(int argc, char **argv)
+{
+    QByteArray reason;
+    if (!Machine::make(users(), groups, &reason)) {
+        std::printf("SKIP   : tst_Policy: %s\n", reason.constData());
+        return HNIPC_TEST_SKIPPED;
+    }
+    const QString files = QString::fromLocal8Bit(HNIPC_TEST_PROGRAMS);
+    for (const QString &program : files.split(QLatin1Char('|'))) {
+        Machine::publish(program, QLatin1String("bin"));
+    }
+    for (const QString &library : QString::fromLocal8Bit(HNIPC_TEST_LIBRARIES)
+                                      .split(QLatin1Char('|'))) {
+        Machine::publish(library, QLatin1String("lib"));
+    }
+    const QDir interfaces(QString::fromLocal8Bit(HNIPC_INTERFACES_DIR));
+    for (const QString &name : interfaces.entryList(QDir::Files)) {
+        Machine::publish(interfaces.filePath(name), QLatin1String("interfaces"));
+    }
+
+    QCoreApplication application(argc, argv);
+    tst_Policy test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_policy.moc"
