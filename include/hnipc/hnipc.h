@@ -32,33 +32,48 @@ class HNIPCPrivate;
  * object lives, whenever the daemon starts or starts again.
  *
  * Wherever a value is "the daemon's", the daemon defines its unit and meaning; the library carries
- * it untouched. A null string, such as the default printer name, arrives as an empty one.
+ * it untouched. So it is with a printer name: a null string, which is its default, arrives as an
+ * empty one, and which printer that means is the daemon's.
+ *
+ * A signal returns what a directly connected receiver did, and without one nothing defined.
  *
  * The order of signals and slots is part of the binary interface and never changes.
  */
 class HNIPC_EXPORT HNIPC : public QObject
 {
     Q_OBJECT
-    // Each read is one call of its method. The signal is the cue to read again.
+    /// @name For QML screens: each read is one call of its method, the signal the cue to read again
+    /// @{
+
+    /// What supplySupplyPercent() answers; SupplyPercentChanged() is its signal.
     Q_PROPERTY(double qmlSupplyPercent READ supplySupplyPercent NOTIFY SupplyPercentChanged)
+    /// What supplySupplyRGB() answers; SupplyRGBChanged() is its signal.
     Q_PROPERTY(QString qmlSupplyColorRGB READ supplySupplyRGB NOTIFY SupplyRGBChanged)
+    /// What supplyRibbon1Percent() answers; Ribbon1PercentChanged() is its signal.
     Q_PROPERTY(double qmlRibbonPercent READ supplyRibbon1Percent NOTIFY Ribbon1PercentChanged)
+    /// What supplyRibbon1RGBs() answers; Ribbon1RGBsChanged() is its signal.
     Q_PROPERTY(QStringList qmlRibbonColorRGBs READ supplyRibbon1RGBs NOTIFY Ribbon1RGBsChanged)
+    /// What supplySKUCached() answers; SupplyChanged() is its signal.
     Q_PROPERTY(QString qmlSupplySKU READ supplySKUCached NOTIFY SupplyChanged)
+    /// What getError() answers; Error() is its signal.
     Q_PROPERTY(int qmlPrintEngineErrorCode READ getError NOTIFY Error)
+    /// What getAlert() answers; Alert() is its signal.
     Q_PROPERTY(int qmlPrintEngineAlertCode READ getAlert NOTIFY Alert)
+    /// What getBatteryStatus() answers; M4BatteryUpdate() is its signal.
     Q_PROPERTY(int qmlBatteryStatus READ getBatteryStatus NOTIFY M4BatteryUpdate)
+    /// @}
 
 public:
     /// Comes after the QCoreApplication. Blocks while the daemons that are on the bus are asked for
     /// their interface; the event loop does the same when one appears.
     explicit HNIPC(QObject *parent = 0);
+    /// Ends the signals. No daemon is told.
     virtual ~HNIPC();
 
-    // A signal returns what a directly connected receiver did, and without one nothing defined.
 Q_SIGNALS:
     /// @name The I/O expander
     /// @{
+
     /// The cancel button was pressed.
     bool CancelButton();
     /// The help button was pressed.
@@ -69,6 +84,7 @@ Q_SIGNALS:
 
     /// @name The print engine
     /// @{
+
     /// A message came from the micro-controller. @p value: its text.
     bool M4MessageReceived(const QString &value);
     /// A message went to the micro-controller. @p value: its text.
@@ -153,7 +169,7 @@ Q_SIGNALS:
     bool PrintQueueComplete(int value);
     /// The readings of the tachometers, as one text of the daemon's form.
     bool M4TachValues(const QString &value);
-    /// A user setting has a value. Number and value are the daemon's.
+    /// The user setting @p setting has a value. Number and value are the daemon's.
     bool M4UserSetting(const int &setting, const qint32 &value);
     /// The thermistor reading of print head @p tph; unit the daemon's.
     bool M4TphTherm(const int &tph, const qint32 &value);
@@ -165,13 +181,15 @@ Q_SIGNALS:
 
     /// @name The supply daemon
     /// @{
+
     /// The supply daemon announces that it is ready; for what is its own.
     bool HNIPCReady();
-    /// The status of a printer. No daemon sends it: only the application itself can emit it.
+    /// The status of the printer @p printerName. No daemon sends it: only the application itself
+    /// can emit it.
     bool StatusChanged(int status, const QString &printerName);
-    /// The loaded supply changed.
+    /// The loaded supply changed to @p supplySku, in the printer @p printerName.
     bool SupplyChanged(QString supplySku, const QString &printerName);
-    /// The loaded ribbons changed.
+    /// The loaded ribbons changed to @p ribbonSkus, in the printer @p printerName.
     bool RibbonChanged(QStringList ribbonSkus, const QString &printerName);
     /// What is left of the supply, in percent.
     bool SupplyPercentChanged(double percentage);
@@ -192,6 +210,7 @@ Q_SIGNALS:
 public Q_SLOTS:
     /// @name The I/O expander (buttons, amplifier, backlight)
     /// @{
+
     /// Switches the audio amplifier on (true) or off.
     void enableAudioAmp(bool value);
     /// Switches the display backlight on (true) or off.
@@ -202,6 +221,7 @@ public Q_SLOTS:
 
     /// @name The print engine: codes, commands and print jobs; commands answer false on failure
     /// @{
+
     /// The current error code, the daemon's; 0 on failure.
     int getError();
     /// The current alert code, the daemon's; 0 on failure.
@@ -249,6 +269,7 @@ public Q_SLOTS:
 
     /// @name The print engine: version, battery, sensors, counters
     /// @{
+
     /// The version text of the print-engine controller; a null string on failure.
     QString m4Version();
     /// The battery status, a code of the daemon's; 0 on failure.
@@ -297,6 +318,7 @@ public Q_SLOTS:
 
     /// @name The print engine: messages, feeds, mechanisms; false on failure
     /// @{
+
     /// Sends a message to the print engine's micro-controller, with a number as its value. @p type
     /// and @p definedMessage: codes of the micro-controller, as is the value.
     bool sendMCCMessage(int type, int definedMessage, quint64 value);
@@ -340,6 +362,7 @@ public Q_SLOTS:
 
     /// @name The print engine: settings and tests; false on failure
     /// @{
+
     /// Writes one user setting. @p setting: its number, @p value: its value, both the daemon's.
     bool setUserSetting(int setting, qint32 value);
     /// Reads the settings anew.
@@ -356,6 +379,7 @@ public Q_SLOTS:
 
     /// @name The print engine: requests for a new reading; true when accepted, false on failure
     /// @{
+
     /// Asks for a new reading of tph1Therm(); M4TphTherm announces it.
     bool reqTph1Therm();
     /// Asks for a new reading of tph2Therm(); M4TphTherm announces it.
@@ -386,6 +410,7 @@ public Q_SLOTS:
 
     /// @name The print engine: readings as the daemon holds them
     /// @{
+
     /// The thermistor reading of print head 1, unit the daemon's; 0 on failure.
     qint32 tph1Therm();
     /// The thermistor reading of print head 2, unit the daemon's; 0 on failure.
@@ -406,6 +431,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: the database
     /// @{
+
     /// The SKUs of all supplies in the database; an empty list on failure.
     QStringList supplySKUList();
     /// The SKUs of all ribbons in the database; an empty list on failure.
@@ -418,6 +444,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: what is loaded
     /// @{
+
     /// The identifier of the loaded supply; a null string on failure.
     QString supplyId();
     /// The supply SKU that the daemon holds for the printer; a null string on failure.
@@ -432,11 +459,9 @@ public Q_SLOTS:
     double supplyRibbon2Percent();
     /// The colour of the loaded supply, as text of the daemon's form; a null string on failure.
     QString supplySupplyRGB(QString printerName = QString());
-    /// The colours of ribbon 1, as texts of the daemon's form; an empty list on
-    /// failure.
+    /// The colours of ribbon 1, as texts of the daemon's form; an empty list on failure.
     QStringList supplyRibbon1RGBs(QString printerName = QString());
-    /// The colours of ribbon 2, as texts of the daemon's form; an empty list on
-    /// failure.
+    /// The colours of ribbon 2, as texts of the daemon's form; an empty list on failure.
     QStringList supplyRibbon2RGBs(QString printerName = QString());
     /// The unique identifier of the loaded supply; a null string on failure.
     QString supplySupplyUID();
@@ -448,6 +473,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: the supply record
     /// @{
+
     /// The supply record of what is loaded in the printer; a default record on failure.
     SupplyInformation supplyInformation(QString printerName = QString());
     /// The supply record of the given supply and ribbons; a default record on failure.
@@ -457,6 +483,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: one supply
     /// @{
+
     /// The name of the material of the supply @p sku; a null string on failure.
     QString supplyMaterialName(QString sku, QString printerName = QString());
     /// The name of the format of the supply @p sku; a null string on failure.
@@ -481,6 +508,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: one ribbon; panels count from 1
     /// @{
+
     /// The number of panels of the ribbon @p ribbonSku; 0 on failure.
     qint32 supplyRibbonPanels(QString ribbonSku);
     /// The width of the ribbon @p ribbonSku, unit the daemon's; 0.0 on failure.
@@ -507,6 +535,7 @@ public Q_SLOTS:
 
     /// @name The supply daemon: notices from applications
     /// @{
+
     /// Tells that the application module @p applicationName is ready, with its window and process
     /// identifiers.
     void supplyModuleReady(int windowId, int processId, QString applicationName);
@@ -516,12 +545,14 @@ public Q_SLOTS:
 
     /// @name The print engine again
     /// @{
+
     /// The status of the printer @p printerName, a code of the daemon's; 0 on failure.
     int getPrinterStatus(QString printerName);
     /// @}
 
     /// @name The supply daemon again
     /// @{
+
     /// Tells which printer the module works with. The name is not kept here: a default printer name
     /// stays the null string.
     void setModulePrinterName(QString printerName);

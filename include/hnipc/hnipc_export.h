@@ -4,6 +4,8 @@
 
 #include <QtCore/QtGlobal>
 
+/// @file
+
 /// Marks what the shared library shows; everything else stays hidden in it.
 #if defined(HNIPC_BUILDING_LIBRARY)
 #define HNIPC_EXPORT Q_DECL_EXPORT

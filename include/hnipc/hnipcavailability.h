@@ -18,12 +18,17 @@ class QDBusPendingCallWatcher;
 class HNIPC_EXPORT HNIPCAvailability : public QObject
 {
     Q_OBJECT
+    /// What isKnown() answers.
     Q_PROPERTY(bool known READ isKnown NOTIFY knownChanged)
+    /// What hasIoexpd() answers.
     Q_PROPERTY(bool ioexpd READ hasIoexpd NOTIFY ioexpdChanged)
+    /// What hasM4() answers.
     Q_PROPERTY(bool m4 READ hasM4 NOTIFY m4Changed)
+    /// What hasSupplyd() answers.
     Q_PROPERTY(bool supplyd READ hasSupplyd NOTIFY supplydChanged)
 
 public:
+    /// Comes after the QCoreApplication. Asks the bus, and does not wait for its answer.
     explicit HNIPCAvailability(QObject *parent = 0);
     virtual ~HNIPCAvailability();
 
@@ -37,9 +42,13 @@ public:
     bool hasSupplyd() const;
 
 Q_SIGNALS:
+    /// The bus has told of all three (true), or was lost. Comes after the signals of the daemons.
     void knownChanged(bool known);
+    /// The I/O expander's daemon came to the bus (true) or left it.
     void ioexpdChanged(bool available);
+    /// The print engine's daemon came to the bus (true) or left it.
     void m4Changed(bool available);
+    /// The supply daemon came to the bus (true) or left it.
     void supplydChanged(bool available);
 
 private:

@@ -12,6 +12,7 @@
 
 class HNIPCRequestPrivate;
 
+/// @relates HNIPCRequest
 /// A method of the client class for HNIPCRequest::setCall(): its name, and itself so that the
 /// compiler checks the arguments.
 #define HNIPC_METHOD(name) #name, &HNIPC::name
@@ -40,17 +41,27 @@ class HNIPCRequestPrivate;
 class HNIPC_EXPORT HNIPCRequest : public QObject
 {
     Q_OBJECT
+    /// What method() answers and setMethod() changes.
     Q_PROPERTY(QString method READ method WRITE setMethod NOTIFY methodChanged)
+    /// What arguments() answers and setArguments() changes.
     Q_PROPERTY(QVariantList arguments READ arguments WRITE setArguments NOTIFY argumentsChanged)
+    /// What deadline() answers and setDeadline() changes.
     Q_PROPERTY(int deadline READ deadline WRITE setDeadline NOTIFY deadlineChanged)
+    /// What isPending() answers.
     Q_PROPERTY(bool pending READ isPending NOTIFY stateChanged)
+    /// What outcome() answers.
     Q_PROPERTY(Outcome outcome READ outcome NOTIFY stateChanged)
+    /// What value() answers.
     Q_PROPERTY(QVariant value READ value NOTIFY stateChanged)
+    /// What errorName() answers.
     Q_PROPERTY(QString errorName READ errorName NOTIFY stateChanged)
+    /// What errorText() answers.
     Q_PROPERTY(QString errorText READ errorText NOTIFY stateChanged)
+    /// What elapsed() answers.
     Q_PROPERTY(int elapsed READ elapsed NOTIFY stateChanged)
 
 public:
+    /// What became of a request.
     enum Outcome {
         NoOutcome, ///< Not finished: never sent, or pending.
         NotSent,   ///< The daemon has not seen the call. errorName() says why.
@@ -64,23 +75,28 @@ public:
     Q_ENUMS(Outcome)
 #endif
 
+    /// Without a method, and with the bus's own deadline. Sends nothing.
     explicit HNIPCRequest(QObject *parent = 0);
     /// Forgets a pending call: the daemon may carry it out, and finished() is not emitted.
     virtual ~HNIPCRequest();
 
     /// The name of a method of HNIPC.
     QString method() const;
+    /// For the next send(): a pending call stays as it was sent. A name that HNIPC has no method of
+    /// is told by the outcome.
     void setMethod(const QString &method);
 
     /// Its arguments. Those that have a default may be left out. Each is converted to the declared
     /// type where that loses nothing: a number to any number type that it is in the range of, a
     /// list of texts to a QStringList. Of overloads the one is called that the arguments fit.
     QVariantList arguments() const;
+    /// For the next send(), too. What does not fit the method is told by the outcome.
     void setArguments(const QVariantList &arguments);
 
     /// In milliseconds from send(), 1 or more; -1, which is the default, for the bus's own, 25 s
     /// from the moment when the call goes out.
     int deadline() const;
+    /// For the next send(), too. What is no deadline is told by the outcome.
     void setDeadline(int milliseconds);
 
     /// Method and arguments at once, checked by the compiler: setCall(HNIPC_METHOD(setDac), 5).
@@ -96,6 +112,7 @@ public:
 
     /// From send() until finished().
     bool isPending() const;
+    /// What became of the latest send(); NoOutcome until it has finished.
     Outcome outcome() const;
 
     /// The answer, in the type that HNIPC declares; invalid without one, and where the method
@@ -126,8 +143,11 @@ public Q_SLOTS:
     void cancel();
 
 Q_SIGNALS:
+    /// method() changed.
     void methodChanged();
+    /// arguments() changed, or were set to what they were.
     void argumentsChanged();
+    /// deadline() changed.
     void deadlineChanged();
     /// Sent, or finished.
     void stateChanged();

@@ -36,6 +36,7 @@ public:
     /// Claims the bus name of the daemon @p type, then exports the object. A type that selects no
     /// daemon gives an object that is neither named nor exported.
     HNIPCServer(ServerType type, QObject *parent);
+    /// Takes the object off the bus. The name stays with the process.
     virtual ~HNIPCServer();
 
     /// The daemon that this object serves.

@@ -18,12 +18,14 @@ class HNIPC_EXPORT IHNIPCIOEXPD : public HNIPCServer
     Q_CLASSINFO("D-Bus Interface", "local.IHNIPCIOEXPD")
 
 public:
+    /// Claims org.hnipc.ioexpd and exports the object, as HNIPCServer says.
     explicit IHNIPCIOEXPD(QObject *parent = 0) : HNIPCServer(HNIPCServer::IOEXPD, parent) {}
     virtual ~IHNIPCIOEXPD() {}
 
 public Q_SLOTS:
     /// @name Events
     /// @{
+
     /// The cancel button was pressed.
     Q_SCRIPTABLE bool pulseCancelButtonSignal();
     /// The help button was pressed.
@@ -34,6 +36,7 @@ public Q_SLOTS:
 
     /// @name Operations
     /// @{
+
     /// Switches the audio amplifier on (true) or off.
     virtual Q_SCRIPTABLE void enableAudioAmp(bool value) = 0;
     /// Switches the display backlight on (true) or off.

@@ -22,12 +22,14 @@ class HNIPC_EXPORT IHNIPCM4 : public HNIPCServer
     Q_CLASSINFO("D-Bus Interface", "local.IHNIPCM4")
 
 public:
+    /// Claims org.hnipc.m4 and exports the object, as HNIPCServer says.
     explicit IHNIPCM4(QObject *parent = 0) : HNIPCServer(HNIPCServer::M4, parent) {}
     virtual ~IHNIPCM4() {}
 
 public Q_SLOTS:
     /// @name Events
     /// @{
+
     /// A message came from the micro-controller. @p value: its text.
     Q_SCRIPTABLE bool pulseM4MessageReceivedSignal(const QString &value);
     /// A message went to the micro-controller. @p value: its text.
@@ -116,6 +118,7 @@ public Q_SLOTS:
 
     /// @name Operations: codes, commands, print jobs, readings
     /// @{
+
     /// The current error code, the daemon's.
     virtual Q_SCRIPTABLE int getError() = 0;
     /// The current alert code, the daemon's.
@@ -209,7 +212,8 @@ public Q_SLOTS:
 
     /// @name Events with a number
     /// @{
-    /// A user setting has a value. Number and value are the daemon's.
+
+    /// The user setting @p setting has a value. Number and value are the daemon's.
     Q_SCRIPTABLE bool pulseM4UserSettingSignal(const int &setting, const qint32 &value);
     /// The thermistor reading of print head @p tph; unit the daemon's.
     Q_SCRIPTABLE bool pulseM4TphThermSignal(const int &tph, const qint32 &value);
@@ -221,6 +225,7 @@ public Q_SLOTS:
 
     /// @name Operations: messages, mechanisms, settings, requests for readings
     /// @{
+
     /// Sends a message to the print engine's micro-controller, with a number as its value. @p type
     /// and @p definedMessage: codes of the micro-controller, as is the value.
     virtual Q_SCRIPTABLE bool sendMCCMessage(int type, int definedMessage, quint64 value = 0) = 0;

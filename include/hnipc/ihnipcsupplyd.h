@@ -28,17 +28,19 @@ class HNIPC_EXPORT IHNIPCSUPPLYD : public HNIPCServer
     Q_CLASSINFO("D-Bus Interface", "local.IHNIPCSUPPLYD")
 
 public:
+    /// Claims org.hnipc.supplyd and exports the object, as HNIPCServer says.
     explicit IHNIPCSUPPLYD(QObject *parent = 0) : HNIPCServer(HNIPCServer::SUPPLYD, parent) {}
     virtual ~IHNIPCSUPPLYD() {}
 
 public Q_SLOTS:
     /// @name Events
     /// @{
+
     /// The supply daemon announces that it is ready; for what is its own.
     Q_SCRIPTABLE bool pulseHNIPCReadySignal();
-    /// The loaded supply changed.
+    /// The loaded supply changed to @p supplySku, in the printer @p printerName.
     Q_SCRIPTABLE bool pulseSupplyChangedSignal(QString supplySku, QString printerName = QString());
-    /// The loaded ribbons changed.
+    /// The loaded ribbons changed to @p ribbonSkus, in the printer @p printerName.
     Q_SCRIPTABLE bool pulseRibbonChangedSignal(QStringList ribbonSkus,
                                                QString printerName = QString());
     /// What is left of the supply, in percent.
@@ -57,6 +59,7 @@ public Q_SLOTS:
 
     /// @name Operations: the database
     /// @{
+
     /// The SKUs of all supplies in the database.
     virtual Q_SCRIPTABLE QStringList supplySKUList() = 0;
     /// The SKUs of all ribbons in the database.
@@ -69,6 +72,7 @@ public Q_SLOTS:
 
     /// @name Operations: what is loaded
     /// @{
+
     /// The identifier of the loaded supply.
     virtual Q_SCRIPTABLE QString supplyId() = 0;
     /// The supply SKU that the daemon holds for the printer.
@@ -97,6 +101,7 @@ public Q_SLOTS:
 
     /// @name Operations: the supply record
     /// @{
+
     /// The supply record of what is loaded in the printer.
     virtual Q_SCRIPTABLE SupplyInformation supplyInformation(QString printerName) = 0;
     /// The supply record of the given supply and ribbons.
@@ -107,6 +112,7 @@ public Q_SLOTS:
 
     /// @name Operations: one supply
     /// @{
+
     /// The name of the material of the supply @p sku.
     virtual Q_SCRIPTABLE QString supplyMaterialName(QString sku, QString printerName) = 0;
     /// The name of the format of the supply @p sku.
@@ -129,6 +135,7 @@ public Q_SLOTS:
 
     /// @name Operations: one ribbon; panels count from 1
     /// @{
+
     /// The number of panels of the ribbon @p ribbonSku.
     virtual Q_SCRIPTABLE qint32 supplyRibbonPanels(QString ribbonSku) = 0;
     /// The width of the ribbon @p ribbonSku, unit the daemon's.
@@ -155,6 +162,7 @@ public Q_SLOTS:
 
     /// @name Operations: notices from applications
     /// @{
+
     /// Tells that the application module @p applicationName is ready, with its window and process
     /// identifiers.
     virtual Q_SCRIPTABLE void supplyModuleReady(int windowId, int processId,

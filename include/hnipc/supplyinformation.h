@@ -18,48 +18,52 @@
  * supply daemon's. A number is -1 while it is not known, but for #integer5, which starts at 1.
  *
  * On the bus the record is one structure of 30 members, `(sasdisdisisisdiayddiiiddddasavavavavav)`:
- * all fields but #text0, in the order in which they stand here. A `float` travels as a double.
+ * all fields but #text0, in the order in which they stand here. Each field says which member it is,
+ * and of which D-Bus type. A `float` travels as a double, and each element of a variant list as a
+ * D-Bus variant.
  */
 struct HNIPC_EXPORT SupplyInformation
 {
     QString text0; ///< Stays with its owner: neither sent nor received.
-    QString text1;
-    QStringList textList1;
-    float real1 = -1.0f;
-    int integer1 = -1;
-    QString text2;
-    float real2 = -1.0f;
-    int integer2 = -1;
-    QString text3;
-    int integer3 = -1;
-    QString text4;
-    int integer4 = -1;
-    QString text5;
-    float real3 = -1.0f;
-    int integer5 = 1; ///< The one number that does not start at -1.
-    QByteArray bytes1;
-    float real4 = -1.0f;
-    float real5 = -1.0f;
-    int integer6 = -1;
-    int integer7 = -1;
-    int integer8 = -1;
-    float real6 = -1.0f;
-    float real7 = -1.0f;
-    float real8 = -1.0f;
-    float real9 = -1.0f;
-    QStringList textList2;
-    QVariantList variantList1; ///< Each element travels as a D-Bus variant, so it keeps its type.
-    QVariantList variantList2; ///< As #variantList1.
-    QVariantList variantList3; ///< As #variantList1.
-    QVariantList variantList4; ///< As #variantList1.
-    QVariantList variantList5; ///< As #variantList1.
+    QString text1; ///< Member 1: s.
+    QStringList textList1; ///< Member 2: as.
+    float real1 = -1.0f; ///< Member 3: d.
+    int integer1 = -1; ///< Member 4: i.
+    QString text2; ///< Member 5: s.
+    float real2 = -1.0f; ///< Member 6: d.
+    int integer2 = -1; ///< Member 7: i.
+    QString text3; ///< Member 8: s.
+    int integer3 = -1; ///< Member 9: i.
+    QString text4; ///< Member 10: s.
+    int integer4 = -1; ///< Member 11: i.
+    QString text5; ///< Member 12: s.
+    float real3 = -1.0f; ///< Member 13: d.
+    int integer5 = 1; ///< Member 14: i. The one number that does not start at -1.
+    QByteArray bytes1; ///< Member 15: ay.
+    float real4 = -1.0f; ///< Member 16: d.
+    float real5 = -1.0f; ///< Member 17: d.
+    int integer6 = -1; ///< Member 18: i.
+    int integer7 = -1; ///< Member 19: i.
+    int integer8 = -1; ///< Member 20: i.
+    float real6 = -1.0f; ///< Member 21: d.
+    float real7 = -1.0f; ///< Member 22: d.
+    float real8 = -1.0f; ///< Member 23: d.
+    float real9 = -1.0f; ///< Member 24: d.
+    QStringList textList2; ///< Member 25: as.
+    QVariantList variantList1; ///< Member 26: av. Each element keeps its type.
+    QVariantList variantList2; ///< Member 27: av. Each element keeps its type.
+    QVariantList variantList3; ///< Member 28: av. Each element keeps its type.
+    QVariantList variantList4; ///< Member 29: av. Each element keeps its type.
+    QVariantList variantList5; ///< Member 30: av. Each element keeps its type.
 };
 
+/// @relates SupplyInformation
 /// Writes the record as one D-Bus structure. Every element of the variant lists has to be a type
 /// that D-Bus can carry.
 HNIPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument,
                                        const SupplyInformation &information);
 
+/// @relates SupplyInformation
 /// Reads the record from a D-Bus structure of any shape. The first member that is missing or of
 /// another type than its field ends the reading: that field and all after it keep the value that
 /// they had. What is no structure changes nothing.

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+// An I/O-expander daemon over a directory that is its hardware: what is written to the files
+// "backlight" and "amplifier" there switches, and each byte from "buttons" is a button.
+
+#include <hnipc/ihnipcioexpd.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QSocketNotifier>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusContext>
+
+#include <cstdio>
+
+//! [class]
+class FrontPanel : public IHNIPCIOEXPD, protected QDBusContext
+{
+    Q_OBJECT // for QDBusContext, which Qt looks for by name
+
+public:
+    explicit FrontPanel(const QDir &hardware) : m_hardware(hardware) {}
+
+    void enableAudioAmp(bool value) override { write("amplifier", value); }
+    void enableBacklight(bool value) override { write("backlight", value); }
+    void printerSoftCancel() override { pulseCancelButtonSignal(); }
+    //! [class]
+
+    //! [event]
+    void press(char button)
+    {
+        if (button == 'p')
+            pulsePrintButtonSignal();
+        else if (button == 'h')
+            pulseHelpButtonSignal();
+        else if (button == 'c')
+            pulseCancelButtonSignal();
+    }
+    //! [event]
+
+private:
+    //! [error]
+    void write(const char *name, bool value)
+    {
+        QFile file(m_hardware.filePath(name));
+        if (file.open(QIODevice::WriteOnly | QIODevice::ExistingOnly))
+            file.write(value ? "1\n" : "0\n");
+        else
+            sendErrorReply("org.example.Hardware", QString("The %1 does not answer").arg(name));
+    }
+    //! [error]
+
+    const QDir m_hardware;
+};
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+
+    //! [main]
+    const QDir hardware(application.arguments().value(1));
+    QFile buttons(hardware.filePath("buttons"));
+    // Both ways, so that it also opens, and stays open, while nobody is at the other end.
+    if (!buttons.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
+        fprintf(stderr, "%s: %s\n", qPrintable(buttons.fileName()),
+                qPrintable(buttons.errorString()));
+        return 1;
+    }
+
+    FrontPanel panel(hardware); // from here on clients find the daemon, and wait for its answers
+
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()
+        || bus.interface()->serviceOwner("org.hnipc.ioexpd").value() != bus.baseService()) {
+        fputs("the system bus did not give this process the name org.hnipc.ioexpd\n", stderr);
+        return 1;
+    }
+
+    QSocketNotifier notifier(buttons.handle(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [&buttons, &panel]() {
+        char button;
+        if (buttons.getChar(&button))
+            panel.press(button);
+    });
+    return application.exec();
+    //! [main]
+}
+
+#include "main.moc"

@@ -1,0 +1,54 @@
+# SPDX-License-Identifier: MIT
+#
+# session_play.sh SESSION: what session_test.sh runs in the sandbox.
+
+session=$(realpath "$1")
+
+# until_says FILE TEXT: waits for a line with the text.
+until_says() {
+    until grep --quiet --fixed-strings -- "$2" "$1" 2>/dev/null; do
+        sleep 0.02
+    done
+}
+
+# sim DAEMON MEMBER ARGUMENT...: acts on the world of a simulated daemon.
+sim() {
+    dbus-send --system --print-reply --dest="org.hnipc.$1" /simulator "org.hnipc.Simulator.$2" \
+        "${@:3}" >/dev/null
+}
+
+# start PROGRAM ARGUMENT...: in the background. Where the session runs it, it waits for its end and
+# shows what it printed.
+start() {
+    "$@" >"$1.output" 2>&1 &
+    eval "$1() { wait $!; cat $1.output; }"
+}
+
+# until_on_bus NAME
+until_on_bus() {
+    until dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
+            org.freedesktop.DBus.NameHasOwner "string:$1" 2>/dev/null | grep --quiet true; do
+        sleep 0.02
+    done
+}
+
+# bus FILE: from here on the system bus is another one, configured by the file.
+bus() {
+    dbus-daemon --config-file="$SESSION_DIRECTORY/$1" --nofork --print-address=1 >address &
+    until_says address unix:
+    export DBUS_SYSTEM_BUS_ADDRESS=$(cat address)
+}
+
+while IFS= read -r line <&3; do
+    case $line in
+    "setup: "*)
+        echo "$line" >&2 # what a session that hangs was waiting for
+        eval "${line#setup: }" </dev/null || { echo "failed: $line"; exit 1; }
+        ;;
+    "$ "*)
+        echo "$line"
+        eval "${line#??}" 2>&1 </dev/null
+        ;;
+    esac
+done 3<"$session"
+exit 0

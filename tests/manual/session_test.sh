@@ -1,0 +1,39 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+#
+# session_test.sh SESSION PATH_OF_PROGRAMS: plays a session of the manual in a sandbox, and compares
+# what comes with what the manual shows.
+#
+#   sandbox: OPTIONS    for hnipc-sandbox
+#   setup: COMMAND      is done, and not shown
+#   $ COMMAND           is shown, and what follows it is what it prints
+#   [NAME]              around what the manual shows; # is a comment
+#
+# Processes and connections have other numbers each time, and events other times; the group of the
+# bus policy has the name that the build gave it.
+
+set -euo pipefail
+session=$1
+export PATH=$2:$PATH
+here=$(realpath "$(dirname "$0")")
+
+what_differs_aside() {
+    sed -E 's/process [0-9]+/process N/; s/:1\.[0-9]+/:1.N/g
+            s/members of the group [^ ]+/members of GROUP/
+            s/^[0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3}/TIME/'
+}
+
+for program in $(sed -n 's/^needs: //p' "$session"); do
+    command -v "$program" >/dev/null || { echo "skipped: there is no $program"; exit 77; }
+done
+
+work=$(mktemp --directory)
+trap 'rm -rf "$work"' EXIT
+export HOME=$work SESSION_DIRECTORY=$here
+options=$(sed -n 's/^sandbox: //p' "$session")
+(cd "$work" && hnipc-sandbox $options -- bash "$here/session_play.sh" "$session" >"$work/.played") \
+    || { code=$?; cat "$work/.played"; exit $code; }
+
+diff --label "the manual: $session" --label "as it is" -u \
+    <(grep -Ev '^(#|sandbox:|needs:|setup:|\[[a-z]+\]$|$)' "$session" | what_differs_aside) \
+    <(grep -v '^$' "$work/.played" | what_differs_aside)

@@ -1,0 +1,366 @@
+// SPDX-License-Identifier: MIT
+#include "expected/clientsignals.h"
+#include "expected/clientslots.h"
+#include "expected/identities.h"
+#include "expected/pulses.h"
+#include "expected/record.h"
+#include "expected/serverslots.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QMetaObject>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+#include <QtCore/QStringList>
+#include <QtTest/QTest>
+
+using namespace Expected;
+
+namespace {
+
+QString contentOf(const QString &page)
+{
+    QFile file(QStringLiteral(HNIPC_MANUAL_DIR "/") + page);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qFatal("%s: %s", qPrintable(file.fileName()), qPrintable(file.errorString()));
+    }
+    return QString::fromUtf8(file.readAll());
+}
+
+// What a reader sees of a piece of HTML.
+QString seen(QString html)
+{
+    html.remove(QRegularExpression("<[^>]*>"));
+    html.replace("&#160;", " ").replace("&quot;", "\"").replace("&#39;", "'");
+    html.replace("&lt;", "<").replace("&gt;", ">").replace("&amp;", "&");
+    return html.simplified();
+}
+
+QString page(int server)
+{
+    return QString("dbus_%1.html").arg(QString(identities[server].tag).toLower());
+}
+
+// A member of a class, as its page has it.
+struct Member
+{
+    QString parameters; // their names
+    QString group;      // the header above it
+    QString text;
+};
+
+// By normalized signature, by name alone for what is no function.
+QMultiHash<QString, Member> membersOf(const QString &className)
+{
+    QMultiHash<QString, Member> result;
+    QString declaration;
+    Member member;
+    const QRegularExpression row(
+        "<tr class=\"(memitem|memdesc)[^>]*>(.*?)</tr>|<div class=\"groupHeader\">(.*?)</div>",
+        QRegularExpression::DotMatchesEverythingOption);
+    auto rows = row.globalMatch(contentOf(className + ".html"));
+    while (rows.hasNext()) {
+        const QRegularExpressionMatch match = rows.next();
+        if (match.captured(1) == "memitem") {
+            declaration = seen(match.captured(2).section("memItemRight", 1).section('>', 1));
+            if (match.captured(2).contains("#define")) {
+                declaration = declaration.section(' ', 0, 0); // without what it stands for
+            }
+        } else if (match.captured(1) == "memdesc") {
+            member.text = seen(match.captured(2));
+            QString name = declaration.section('(', 0, 0).section('=', 0, 0).trimmed();
+            member.parameters.clear();
+            if (declaration.contains('(')) {
+                QStringList types, names;
+                const QString inner = declaration.section('(', 1).section(')', 0, -2);
+                const QStringList parts = inner.split(", ", Qt::SkipEmptyParts);
+                for (const QString &part : parts) {
+                    const QString parameter = part.section('=', 0, 0).trimmed();
+                    const int end = parameter.lastIndexOf(QRegularExpression("[^A-Za-z0-9_]")) + 1;
+                    types += parameter.left(end);
+                    names += parameter.mid(end);
+                }
+                member.parameters = names.join(',');
+                name = QMetaObject::normalizedSignature(
+                    qPrintable(name + '(' + types.join(',') + ')'));
+            }
+            result.insert(name, member);
+        } else {
+            member.group = seen(match.captured(3));
+        }
+    }
+    return result;
+}
+
+// The rows of the tables of a page, with their cells.
+QList<QStringList> rowsOf(const QString &page)
+{
+    QList<QStringList> result;
+    const QRegularExpression row("<tr[^>]*>(.*?)</tr>",
+                                 QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpression cell("<td[^>]*>(.*?)</td>",
+                                  QRegularExpression::DotMatchesEverythingOption);
+    auto rows = row.globalMatch(contentOf(page).section("<div class=\"contents\">", 1));
+    while (rows.hasNext()) {
+        QStringList cells;
+        auto matches = cell.globalMatch(rows.next().captured(1));
+        while (matches.hasNext()) {
+            cells += seen(matches.next().captured(1));
+        }
+        if (!cells.isEmpty()) {
+            result += cells;
+        }
+    }
+    return result;
+}
+
+QString takes(const char *types, const QString &names)
+{
+    return *types ? types + (' ' + QString(names).replace(",", ", ")) : QString();
+}
+
+// How many rows have a text behind these cells.
+int documented(const QList<QStringList> &rows, const QStringList &cells)
+{
+    int result = 0;
+    for (const QStringList &row : rows) {
+        result += row.mid(0, cells.size()) == cells && !row.value(cells.size()).isEmpty();
+    }
+    return result;
+}
+
+struct Interface
+{
+    Server server;
+    const ServerSlot *operations;
+    int operationCount;
+    const Pulse *pulses;
+    int pulseCount;
+};
+
+template <int SlotCount, int PulseCount>
+Interface interface(Server server, const ServerSlot (&operations)[SlotCount],
+                    const Pulse (&pulses)[PulseCount])
+{
+    return { server, operations, SlotCount, pulses, PulseCount };
+}
+
+const Interface interfaces[] = {
+    interface(IOEXPD, ioexpdSlots, ioexpdPulses),
+    interface(M4, m4Slots, m4Pulses),
+    interface(SUPPLYD, supplydSlots, supplydPulses),
+};
+
+} // namespace
+
+// Whether the manual has everything that the expected tables have, with a text, and leads nowhere.
+class tst_Manual : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void clientMethods();
+    void clientSignals();
+    void clientProperties();
+    void record();
+    void daemonClasses();
+    void whatDoxygenLetsPass();
+    void busMethods();
+    void busSignals();
+    void busRecord();
+    void links();
+};
+
+void tst_Manual::clientMethods()
+{
+    // How the groups of the header name the daemons.
+    const QString daemons[] = { "The I/O expander", "The print engine", "The supply daemon" };
+    const QMultiHash<QString, Member> members = membersOf("classHNIPC");
+    for (const ClientSlot &slot : clientSlots) {
+        if (slot.added) {
+            continue; // stands as the default of the whole form
+        }
+        QCOMPARE(members.count(slot.signature), 1);
+        const Member member = members.value(slot.signature);
+        QCOMPARE(member.parameters, QString(slot.parameters));
+        QVERIFY2(!member.text.isEmpty(), slot.signature);
+        QVERIFY2(member.group.startsWith(daemons[slot.server]), slot.signature);
+        QVERIFY2(!*slot.result || (member.group + member.text).contains("on failure"),
+                 slot.signature);
+    }
+}
+
+void tst_Manual::clientSignals()
+{
+    const QMultiHash<QString, Member> members = membersOf("classHNIPC");
+    for (const ClientSignal &signal : Expected::clientSignals) {
+        QCOMPARE(members.count(signal.signature), 1);
+        const Member member = members.value(signal.signature);
+        QCOMPARE(member.parameters, QString(signal.parameters));
+        QVERIFY2(!member.text.isEmpty(), signal.signature);
+    }
+}
+
+void tst_Manual::clientProperties()
+{
+    const QMultiHash<QString, Member> members = membersOf("classHNIPC");
+    for (const char *name : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
+                              "qmlRibbonColorRGBs", "qmlSupplySKU", "qmlPrintEngineErrorCode",
+                              "qmlPrintEngineAlertCode", "qmlBatteryStatus" }) {
+        QVERIFY2(!members.value(name).text.isEmpty(), name);
+    }
+}
+
+void tst_Manual::record()
+{
+    const QMultiHash<QString, Member> members = membersOf("structSupplyInformation");
+    QVERIFY(!members.value("text0").text.isEmpty());
+    for (int i = 0; i < recordFieldCount; ++i) {
+        const RecordField &field = recordFields[i];
+        const QString says = QString("Member %1: %2.").arg(i + 1).arg(field.type);
+        QVERIFY2(members.value(field.name).text.startsWith(says), field.name);
+    }
+}
+
+void tst_Manual::daemonClasses()
+{
+    for (const Interface &interface : interfaces) {
+        const auto members = membersOf(QString("classIHNIPC") + identities[interface.server].tag);
+        for (int i = 0; i < interface.operationCount; ++i) {
+            const ServerSlot &slot = interface.operations[i];
+            if (slot.cloned) {
+                continue; // stands as the default of the one above
+            }
+            QCOMPARE(members.count(slot.signature), 1);
+            QCOMPARE(members.value(slot.signature).parameters, QString(slot.parameterNames));
+            QVERIFY2(!members.value(slot.signature).text.isEmpty(), slot.signature);
+        }
+    }
+}
+
+// Of these Doxygen does not say that they have no comment.
+void tst_Manual::whatDoxygenLetsPass()
+{
+    struct Row
+    {
+        const char *page;
+        QStringList members;
+        QStringList enumerators;
+    };
+    const Row table[] = {
+        { "classHNIPC", { "~HNIPC()" }, {} },
+        { "classHNIPCRequest",
+          { "~HNIPCRequest()", "HNIPC_METHOD()" },
+          { "NoOutcome", "NotSent", "Answered", "Refused", "Unknown" } },
+        { "classHNIPCServer", { "~HNIPCServer()" }, { "IOEXPD", "M4", "SUPPLYD" } },
+        { "structSupplyInformation",
+          { "operator<<(QDBusArgument&,SupplyInformation)",
+            "operator>>(QDBusArgument,SupplyInformation&)" },
+          {} },
+        { "hnipc__version_8h", { "HNIPC_VERSION_STRING", "HNIPC_VERSION", "hnipcVersion()" }, {} },
+        { "hnipc__export_8h", { "HNIPC_EXPORT" }, {} },
+    };
+    for (const Row &row : table) {
+        const QMultiHash<QString, Member> members = membersOf(row.page);
+        for (const QString &member : row.members) {
+            QVERIFY2(!members.value(member).text.isEmpty(), qPrintable(member));
+        }
+        const QList<QStringList> rows = rowsOf(QString(row.page) + ".html");
+        for (const QString &enumerator : row.enumerators) {
+            QCOMPARE(documented(rows, { enumerator }), 1);
+        }
+    }
+}
+
+void tst_Manual::busMethods()
+{
+    for (const Interface &interface : interfaces) {
+        const QList<QStringList> rows = rowsOf(page(interface.server));
+        for (int i = 0; i < interface.operationCount; ++i) {
+            const ServerSlot &slot = interface.operations[i];
+            const QString out = *slot.out == '(' ? "record" : slot.out;
+            const QStringList cells = { QString(slot.signature).section('(', 0, 0),
+                                        takes(slot.in, slot.parameterNames), out };
+            QVERIFY2(documented(rows, cells) == 1, qPrintable(cells.join(" | ")));
+        }
+        const int closing = interface.server == SUPPLYD; // a signal that no pulse operation sends
+        QCOMPARE(rows.size(), interface.operationCount + interface.pulseCount + closing);
+    }
+}
+
+void tst_Manual::busSignals()
+{
+    for (const ClientSignal &signal : Expected::clientSignals) {
+        if (signal.server == NoServer) {
+            continue;
+        }
+        QStringList found;
+        const QList<QStringList> rows = rowsOf(page(signal.server));
+        for (const QStringList &row : rows) {
+            if (row.value(0) == signal.member) {
+                found = row;
+            }
+        }
+        const QString name = QString(signal.signature).section('(', 0, 0);
+        QCOMPARE(found.value(3), name);
+        QVERIFY2(!found.value(2).isEmpty(), signal.member);
+        const char *types = "";
+        for (const Pulse *pulse = interfaces[signal.server].pulses,
+                         *end = pulse + interfaces[signal.server].pulseCount;
+             pulse != end; ++pulse) {
+            if (qstrcmp(pulse->member, signal.member) == 0) {
+                types = pulse->signature;
+            }
+        }
+        QCOMPARE(found.value(1), takes(types, signal.parameters));
+    }
+}
+
+void tst_Manual::busRecord()
+{
+    const QList<QStringList> rows = rowsOf("dbus_record.html");
+    QCOMPARE(rows.size(), recordFieldCount);
+    for (int i = 0; i < recordFieldCount; ++i) {
+        const RecordField &field = recordFields[i];
+        QCOMPARE(rows.at(i).mid(0, 3),
+                 QStringList({ QString::number(i + 1), field.type, field.name }));
+    }
+}
+
+// Every link within the manual, the menu's included, leads to a place that is there.
+void tst_Manual::links()
+{
+    const QRegularExpression place("\\b(?:id|name)=\"([^\"]+)\"");
+    const QRegularExpression link("(?:\\b(?:href|src)=|url:)\"([^\"]*)\"");
+    QHash<QString, QSet<QString>> places;
+    const QStringList pages = QDir(HNIPC_MANUAL_DIR).entryList({ "*.html", "menudata.js" });
+    for (const QString &page : pages) {
+        auto matches = place.globalMatch(contentOf(page));
+        while (matches.hasNext()) {
+            places[page].insert(matches.next().captured(1));
+        }
+    }
+    int count = 0;
+    QStringList dead;
+    for (const QString &page : pages) {
+        auto matches = link.globalMatch(contentOf(page));
+        while (matches.hasNext()) {
+            const QString target = matches.next().captured(1);
+            if (target.contains(':') || target.isEmpty()) {
+                continue; // elsewhere, or a script
+            }
+            ++count;
+            const QString file = target.startsWith('#') ? page : target.section('#', 0, 0);
+            const QString there = target.section('#', 1);
+            if (!QFile::exists(QStringLiteral(HNIPC_MANUAL_DIR "/") + file)
+                || (!there.isEmpty() && !places.value(file).contains(there))) {
+                dead += page + ": " + target;
+            }
+        }
+    }
+    QCOMPARE(dead, QStringList());
+    QVERIFY(count > clientSignalCount); // it has looked at something
+}
+
+QTEST_GUILESS_MAIN(tst_Manual)
+#include "tst_manual.moc"
