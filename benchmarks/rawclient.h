@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_BENCHMARKS_RAWCLIENT_H
+#define HNIPC_BENCHMARKS_RAWCLIENT_H
+
+#include "expected/clientsignals.h"
+
+#include <QtCore/QObject>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QStringList>
+#include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusInterface>
+#include <QtDBus/QDBusServiceWatcher>
+
+// The steps of a client, by means of Qt alone: a subscription for each signal, a proxy for each
+// daemon that is there, and a watch on their names.
+class RawClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    RawClient()
+    {
+        for (const Expected::ClientSignal &signal : Expected::clientSignals) {
+            if (!signal.member)
+                continue; // the one that is no daemon's
+            const Expected::Identity &daemon = Expected::identities[signal.server];
+            const QByteArray signature(signal.signature);
+            const QByteArray slot = "1on" + signature.mid(signature.indexOf('('));
+            if (!QDBusConnection::systemBus().connect(
+                    QLatin1String(daemon.busName), QLatin1String("/"),
+                    QLatin1String(daemon.interface), QLatin1String(signal.member), this,
+                    slot.constData()))
+                qFatal("no subscription of %s", signal.signature);
+        }
+        m_watcher.setConnection(QDBusConnection::systemBus());
+        m_watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration
+                               | QDBusServiceWatcher::WatchForUnregistration);
+        for (int i = 0; i < Expected::ServerCount; ++i) {
+            const Expected::Identity &daemon = Expected::identities[i];
+            renew(&m_proxies[i], daemon);
+            m_watcher.addWatchedService(QLatin1String(daemon.busName));
+        }
+        for (int i = 0; i < Expected::ServerCount; ++i) {
+            if (!m_proxies[i])
+                renew(&m_proxies[i], Expected::identities[i]);
+        }
+    }
+
+Q_SIGNALS:
+    void percentChanged(double value);
+
+public Q_SLOTS:
+    void on() {}
+    void on(bool) {}
+    void on(qint32) {}
+    void on(quint32) {}
+    void on(quint64) {}
+    void on(double value) { Q_EMIT percentChanged(value); }
+    void on(const QString &) {}
+    void on(const QStringList &) {}
+    void on(int, qint32) {}
+    void on(const QString &, const QString &) {}
+    void on(const QStringList &, const QString &) {}
+
+private:
+    static void renew(QScopedPointer<QDBusInterface> *proxy, const Expected::Identity &daemon)
+    {
+        proxy->reset(new QDBusInterface(QLatin1String(daemon.busName), QLatin1String("/"),
+                                        QLatin1String(daemon.interface),
+                                        QDBusConnection::systemBus()));
+        if (!(*proxy)->isValid())
+            proxy->reset();
+    }
+
+    QScopedPointer<QDBusInterface> m_proxies[Expected::ServerCount];
+    QDBusServiceWatcher m_watcher;
+};
+
+#endif

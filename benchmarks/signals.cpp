@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+//
+// hnipc-bench-signals: what it costs to hear 20,000 signals, for 1, 5, 20 and 50 clients of 59
+// subscriptions each, beside the same subscriptions by Qt alone. A client that misses one, or hears
+// one out of order, ends the program.
+
+#include "daemons.h"
+#include "rawclient.h"
+#include "samples.h"
+
+#include <hnipc/hnipc.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QTimer>
+#include <QtDBus/QDBusMessage>
+
+#include <memory>
+#include <vector>
+
+#include <sys/resource.h>
+
+static const int count = 20000;
+
+static double processorMicroseconds()
+{
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e6
+        + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
+// A client in a process of its own, which says what it spent from its being ready on.
+class Listener : public QObject
+{
+    Q_OBJECT
+
+public:
+    Listener() : m_heard(0), m_before(0) {}
+
+public Q_SLOTS:
+    void isReady()
+    {
+        m_before = processorMicroseconds();
+        std::puts("ready");
+        std::fflush(stdout);
+    }
+
+    void onPercent(double value)
+    {
+        if (value != m_heard)
+            qFatal("heard %d where %d was next", int(value), m_heard);
+        if (++m_heard < count)
+            return;
+        std::printf("%.1f\n", processorMicroseconds() - m_before);
+        std::fflush(stdout);
+        QCoreApplication::quit();
+    }
+
+private:
+    int m_heard;
+    double m_before;
+};
+
+static int listenAs(const QByteArray &kind)
+{
+    Listener listener;
+    QScopedPointer<QObject> client;
+    if (kind == "HNIPC") {
+        client.reset(new HNIPC);
+        QObject::connect(client.data(), SIGNAL(SupplyPercentChanged(double)), &listener,
+                         SLOT(onPercent(double)));
+    } else {
+        client.reset(new RawClient);
+        QObject::connect(client.data(), SIGNAL(percentChanged(double)), &listener,
+                         SLOT(onPercent(double)));
+    }
+    // In the event loop: what arrives before that Qt holds back, and may deliver out of order.
+    QTimer::singleShot(0, &listener, SLOT(isReady()));
+    return QCoreApplication::exec();
+}
+
+static QByteArray lineOf(QProcess *process)
+{
+    while (!process->canReadLine()) {
+        if (!process->waitForReadyRead(600 * 1000))
+            qFatal("a client has ended");
+    }
+    return process->readLine();
+}
+
+static void flood(int clients, const QByteArray &kind, int turn)
+{
+    std::vector<std::unique_ptr<QProcess>> listeners;
+    for (int i = 0; i < clients; ++i) {
+        listeners.emplace_back(new QProcess);
+        listeners.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        listeners.back()->start(QCoreApplication::applicationFilePath(),
+                                QStringList() << QLatin1String("--listen")
+                                              << QString::fromLatin1(kind));
+    }
+    for (auto &listener : listeners)
+        lineOf(listener.get());
+
+    QElapsedTimer clock;
+    clock.start();
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QLatin1String("org.hnipc.supplyd"), QLatin1String("/"),
+        QLatin1String("local.IHNIPCSUPPLYD"), QLatin1String("flood"));
+    call << count;
+    QDBusConnection::systemBus().send(call);
+    double spent = 0;
+    for (auto &listener : listeners)
+        spent += lineOf(listener.get()).toDouble();
+    const double delivered = double(count) * clients;
+    const double elapsed = double(clock.nsecsElapsed()) / 1000;
+    for (auto &listener : listeners)
+        listener->waitForFinished();
+
+    const QByteArray work = "signals to " + QByteArray::number(clients) + " clients, ";
+    printSample(work + "time of a delivery", kind, turn, elapsed / delivered, "us");
+    printSample(work + "processor of the client", kind, turn, spent / delivered, "us");
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == QLatin1String("--listen"))
+        return listenAs(arguments.value(2).toLatin1());
+
+    const DaemonProcess m4(HNIPC_BENCH_M4, "org.hnipc.m4");
+    const DaemonProcess supplyd(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");
+    const QByteArray kinds[] = { "HNIPC", "Qt's subscriptions" };
+    for (int clients : { 1, 5, 20, 50 }) {
+        for (int turn = 0; turn < (clients < 10 ? 10 : 4); ++turn) {
+            flood(clients, kinds[turn % 2], turn);
+            flood(clients, kinds[(turn + 1) % 2], turn);
+        }
+    }
+    return 0;
+}
+
+#include "signals.moc"
