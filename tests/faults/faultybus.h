@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_FAULTYBUS_H
+#define HNIPC_TESTS_FAULTYBUS_H
+
+#include "program.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryDir>
+
+// A private bus in the system bus' place that can die and come back at the same address. To be made
+// before the first Qt connection.
+class FaultyBus
+{
+public:
+    // The limits are elements of the bus' configuration.
+    explicit FaultyBus(const QByteArray &limits = QByteArray())
+        : m_config(m_directory.filePath(QLatin1String("bus.conf")))
+    {
+        const QByteArray address = "unix:path="
+            + QFile::encodeName(m_directory.filePath(QLatin1String("bus")));
+        QFile file(m_config);
+        if (!file.open(QIODevice::WriteOnly)) {
+            qFatal("no place for a bus");
+        }
+        file.write(
+            "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN'"
+            " 'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+            "<busconfig><type>session</type><listen>"
+            + address
+            + "</listen>"
+              "<auth>EXTERNAL</auth>"
+            + limits
+            + "<policy context='default'><allow own='*'/><allow eavesdrop='true'/>"
+              "<allow send_destination='*' eavesdrop='true'/></policy></busconfig>");
+        file.close();
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
+        start();
+    }
+
+    ~FaultyBus() { kill(); }
+
+    void start()
+    {
+        m_bus.start(QLatin1String("dbus-daemon"),
+                    QStringList() << QLatin1String("--config-file=") + m_config
+                                  << QLatin1String("--nofork") << QLatin1String("--print-address"));
+        // It prints once it listens.
+        if (!m_bus.waitForStarted() || !m_bus.waitForReadyRead()) {
+            qFatal("no private bus: %s", m_bus.readAllStandardError().constData());
+        }
+        m_bus.readAllStandardOutput();
+    }
+
+    // It dies without a word to anybody, and leaves its socket behind.
+    void kill()
+    {
+        m_bus.kill();
+        m_bus.waitForFinished();
+        QFile::remove(m_directory.filePath(QLatin1String("bus")));
+    }
+
+private:
+    QTemporaryDir m_directory;
+    const QString m_config;
+    MortalProcess m_bus;
+};
+
+#endif

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_PROGRAM_H
+#define HNIPC_TESTS_PROGRAM_H
+
+#include "support/waituntil.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QList>
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+
+#include <csignal>
+#include <sys/prctl.h>
+
+// A process that ends with the test, however that ends.
+class MortalProcess : public QProcess
+{
+public:
+    MortalProcess()
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+        setChildProcessModifier(dieWithTheParent);
+#endif
+    }
+
+    ~MortalProcess()
+    {
+        kill();
+        waitForFinished();
+    }
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+protected:
+    void setupChildProcess() override { dieWithTheParent(); }
+#endif
+
+private:
+    static void dieWithTheParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
+};
+
+// A process that a test talks to in lines.
+class Program : public MortalProcess
+{
+public:
+    // One of the test daemons, ready for calls.
+    static Program *daemon(const char *name, const QString &errorFile = QString())
+    {
+        Program *const program = hastyDaemon(name, errorFile);
+        if (!waitUntil([program]() { return program->hasSaid("ready"); })) {
+            qFatal("no daemon: %s", name);
+        }
+        return program;
+    }
+
+    // The same while it comes up.
+    static Program *hastyDaemon(const char *name, const QString &errorFile = QString())
+    {
+        Program *const program = new Program;
+        if (!errorFile.isEmpty()) {
+            program->setStandardErrorFile(errorFile);
+        } else {
+            program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        }
+        program->begin(QLatin1String(HNIPC_TEST_DAEMON_DIR "/hnipc-test-") + QLatin1String(name),
+                       QStringList());
+        return program;
+    }
+
+    // This test program in another part, which its main() knows by this name.
+    static Program *part(const char *name, const QStringList &arguments = QStringList())
+    {
+        Program *const program = new Program;
+        program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program->begin(QCoreApplication::applicationFilePath(),
+                       QStringList(QLatin1String(name)) + arguments);
+        return program;
+    }
+
+    // All that it has printed.
+    const QList<QByteArray> &lines()
+    {
+        while (canReadLine()) {
+            m_lines.append(readLine().trimmed());
+        }
+        return m_lines;
+    }
+
+    bool hasSaid(const QByteArray &line) { return lines().contains(line); }
+
+    // What follows the word in the line that begins with it, once there is one.
+    QByteArray wordAfter(const QByteArray &word)
+    {
+        QByteArray found;
+        const bool there = waitUntil([&]() {
+            for (const QByteArray &line : lines()) {
+                if (line.startsWith(word + ' ')) {
+                    found = line.mid(word.size() + 1);
+                    return true;
+                }
+            }
+            return state() == QProcess::NotRunning;
+        });
+        return there ? found : QByteArray("nothing came");
+    }
+
+    void tell(const QByteArray &line) { write(line + '\n'); }
+
+    void send(int signal) { ::kill(pid_t(processId()), signal); }
+
+    // How it ended: nothing where it ended well.
+    QByteArray ending()
+    {
+        if (!waitUntil([this]() { return state() == QProcess::NotRunning; })) {
+            return "it does not end";
+        }
+        lines();
+        if (exitStatus() != QProcess::NormalExit) {
+            return "it crashed";
+        }
+        return exitCode() == 0 ? QByteArray() : "it ended with " + QByteArray::number(exitCode());
+    }
+
+private:
+    void begin(const QString &path, const QStringList &arguments)
+    {
+        start(path, arguments);
+        if (!waitForStarted()) {
+            qFatal("does not start: %s", qPrintable(path));
+        }
+    }
+
+    QList<QByteArray> m_lines;
+};
+
+#endif

@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "chance.h"
+#include "faultybus.h"
+#include "support/wirepeer.h"
+
+#include <hnipc/hnipc.h>
+
+#include <QtTest/QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+// A daemon that stands still with its name: SIGSTOP takes no leave of anybody.
+class tst_DaemonStopped : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void callIsAnsweredOnceTheDaemonContinues();
+    void stopsUnderLoadLoseNothing();
+    void otherDaemonsAnswerMeanwhile();
+    void callGivesUpAtTheTimeout();
+    void clientThatStartsWaitsForTheTimeout();
+
+private:
+    std::unique_ptr<Program> m_m4;
+    std::unique_ptr<WirePeer> m_peer;
+};
+
+namespace {
+
+// A client on a thread of its own, which does one thing after another while the test looks on.
+class Client
+{
+public:
+    Client() : m_asked(0), m_done(0), m_end(false), m_thread([this]() { run(); }) {}
+
+    ~Client()
+    {
+        m_end = true;
+        m_thread.join();
+    }
+
+    void does(const std::function<void(HNIPC &)> &work)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_work = work;
+        ++m_asked;
+    }
+
+    bool isDone() const { return m_done == m_asked; }
+
+    bool ends() const
+    {
+        return waitUntil([this]() { return isDone(); });
+    }
+
+    bool doesToTheEnd(const std::function<void(HNIPC &)> &work)
+    {
+        does(work);
+        return ends();
+    }
+
+private:
+    void run()
+    {
+        QEventLoop loop; // so that the thread has events
+        HNIPC client;
+        while (!m_end) {
+            waitUntil([this]() { return m_end || !isDone(); });
+            std::function<void(HNIPC &)> work;
+            {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                work.swap(m_work);
+            }
+            if (work) {
+                work(client);
+                ++m_done;
+            }
+        }
+    }
+
+    std::mutex m_mutex;
+    std::function<void(HNIPC &)> m_work;
+    std::atomic<int> m_asked;
+    std::atomic<int> m_done;
+    std::atomic<bool> m_end;
+    std::thread m_thread;
+};
+
+// Until a call of this method has crossed the bus.
+bool waitForCall(WireMonitor &monitor, const QByteArray &member)
+{
+    return waitUntil([&]() {
+        const QList<WireMessage> messages = monitor.take();
+        return std::any_of(messages.begin(), messages.end(), [&](const WireMessage &message) {
+            return message.type == WireMessage::MethodCall && message.member == member;
+        });
+    });
+}
+
+QByteArray argument(int number) { return '(' + QByteArray::number(number) + ",)"; }
+
+} // namespace
+
+void tst_DaemonStopped::init()
+{
+    m_m4.reset(Program::daemon("m4"));
+    m_peer.reset(new WirePeer);
+    QVERIFY(m_peer->listen("type='signal',member='M4_Error'"));
+}
+
+void tst_DaemonStopped::cleanup()
+{
+    m_m4.reset();
+    m_peer.reset();
+}
+
+void tst_DaemonStopped::callIsAnsweredOnceTheDaemonContinues()
+{
+    const int stops = timesFromEnvironment("HNIPC_STOPS", 20);
+    WireMonitor monitor;
+    Client client;
+    for (int i = 1; i <= stops; ++i) {
+        int before = -1;
+        QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { before = printer.getError(); }));
+        QCOMPARE(before, i - 1);
+
+        m_m4->send(SIGSTOP);
+        bool answer = false;
+        client.does([&](HNIPC &printer) { answer = printer.emitError(i); });
+        QVERIFY(waitForCall(monitor, "emitError"));
+        QVERIFY(!client.isDone());
+        m_m4->send(SIGCONT);
+        QVERIFY(client.ends());
+        QVERIFY(answer);
+        QVERIFY(waitUntil([&]() { return m_peer->heard("M4_Error", argument(i)) == 1; }));
+    }
+    QCOMPARE(m_peer->heard("M4_Error"), stops);
+}
+
+void tst_DaemonStopped::stopsUnderLoadLoseNothing()
+{
+    const int stops = timesFromEnvironment("HNIPC_STOPS", 20);
+    Chance chance;
+    Client client;
+    std::atomic<bool> enough(false);
+    int calls = 0;
+    int wrong = 0;
+    client.does([&](HNIPC &printer) {
+        while (!enough) {
+            ++calls;
+            wrong += !printer.emitError(calls) || printer.getError() != calls;
+        }
+    });
+    for (int i = 0; i < stops; ++i) {
+        QTest::qSleep(1 + chance.below(10));
+        m_m4->send(SIGSTOP);
+        QTest::qSleep(1 + chance.below(10));
+        m_m4->send(SIGCONT);
+    }
+    enough = true;
+    QVERIFY(client.ends());
+    QVERIFY(calls > 0);
+    QCOMPARE(wrong, 0);
+    QVERIFY(waitUntil([&]() { return m_peer->heard("M4_Error", argument(calls)) == 1; }));
+    QCOMPARE(m_peer->heard("M4_Error"), calls);
+    printf("%d stops, %d calls\n", stops, 2 * calls);
+}
+
+void tst_DaemonStopped::otherDaemonsAnswerMeanwhile()
+{
+    const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
+    Client client;
+    QVERIFY(client.doesToTheEnd([](HNIPC &) {})); // it is there
+    m_m4->send(SIGSTOP);
+    QStringList skus;
+    QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { skus = printer.supplySKUList(); }));
+    QVERIFY(!skus.isEmpty());
+}
+
+void tst_DaemonStopped::callGivesUpAtTheTimeout()
+{
+    WireMonitor monitor;
+    Client client;
+    bool answer = false;
+    int alert = -1;
+    QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { answer = printer.emitAlert(5); }));
+    QVERIFY(answer);
+
+    m_m4->send(SIGSTOP);
+    qint64 waited = 0;
+    client.does([&](HNIPC &printer) {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        answer = printer.emitError(7);
+        alert = printer.getAlert();
+        waited = elapsed.elapsed() / 2;
+    });
+    QVERIFY(client.ends());
+    QCOMPARE(answer, false);
+    QCOMPARE(alert, 0);
+    printf("a call waited for %lld ms\n", waited);
+
+    // The daemon does it all the same when it continues, once; and its late answers are nobody's.
+    m_m4->send(SIGCONT);
+    QVERIFY(waitUntil([&]() { return m_peer->heard("M4_Error", "(7,)") == 1; }));
+    int error = -1;
+    QVERIFY(client.doesToTheEnd([&](HNIPC &printer) {
+        error = printer.getError();
+        alert = printer.getAlert();
+    }));
+    QCOMPARE(error, 7);
+    QCOMPARE(alert, 5);
+    QCOMPARE(m_peer->heard("M4_Error"), 1);
+}
+
+void tst_DaemonStopped::clientThatStartsWaitsForTheTimeout()
+{
+    m_m4->send(SIGSTOP);
+    Client client;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QVERIFY(client.doesToTheEnd([](HNIPC &) {}));
+    printf("the client was there after %lld ms\n", elapsed.elapsed());
+    m_m4->send(SIGCONT);
+    bool answer = false;
+    QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { answer = printer.emitError(3); }));
+    QVERIFY(answer);
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    // Qt gives up after 25 seconds, unless the bus does so before.
+    const FaultyBus bus(
+        qgetenv("HNIPC_LONG_TIMEOUT").isEmpty() ? "<limit name='reply_timeout'>2000</limit>" : "");
+    tst_DaemonStopped test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_daemonstopped.moc"
