@@ -57,7 +57,8 @@ fi
 
 # The libraries need no more of Qt than its core and D-Bus modules.
 for each in "$name" "${name/hnipc/hnipcasync}"; do
-    needed=$(readelf --dynamic --wide "$libdir/lib$each.so" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+    needed=$(readelf --dynamic --wide "$libdir/lib$each.so" \
+        | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
     grep --quiet '^libQt.*DBus' <<<"$needed"
     diff /dev/null <(grep '^libQt' <<<"$needed" | grep -v -E '^libQt[56]?(Core|DBus)\.so')
 done

@@ -86,6 +86,8 @@ public:
 
     void answer(const QByteArray &member, const QByteArray &body) { m_peer.answer(member, body); }
 
+    WirePeer &peer() { return m_peer; }
+
     void emitSignal(const QByteArray &member, const QByteArray &body)
     {
         m_peer.emitSignal("/", "local.IHNIPCSUPPLYD", "SUPPLYD_" + member, body);
@@ -147,6 +149,7 @@ private slots:
     void noReadingWithoutAChange();
     void newRollIsReadOnce();
     void changesFasterThanAnswersAreShown();
+    void changeBeforeTheAnswerIsReadAgain();
 
     void colorsAreChecked_data();
     void colorsAreChecked();
@@ -1053,6 +1056,29 @@ void tst_Panel::changesFasterThanAnswersAreShown()
         return shown.size() > 5;
     }));
     QVERIFY(screen.shows("battery", QString("Battery %1 %").arg(percent)));
+}
+
+// The answer that is under way may be older than the change.
+void tst_Panel::changeBeforeTheAnswerIsReadAgain()
+{
+    SupplyPeer daemon;
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(screen.shows("supply/percent", "50 %"));
+    QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
+    daemon.peer().hold("supplySupplyPercent");
+    daemon.emitSignal("SupplyPercentChanged", "(40.0,)");
+    QVERIFY(waitUntil([&]() { return daemon.peer().held() == 1; }));
+    daemon.emitSignal("SupplyPercentChanged", "(30.0,)");
+    daemon.emitSignal("SupplyPercentChanged", "(20.0,)");
+    daemon.emitSignal("SupplyChanged", "('S-1', '')");
+    QVERIFY(screen.tells("Supply is now S-1"));
+    daemon.peer().answerHeld(0, "(40.0,)");
+    QVERIFY(screen.shows("supply/percent", "40 %"));
+    QVERIFY(waitUntil([&]() { return daemon.peer().held() == 2; }));
+    daemon.peer().answerHeld(1, "(20.0,)");
+    QVERIFY(screen.shows("supply/percent", "20 %"));
+    QCOMPARE(daemon.peer().held(), 2);
 }
 
 // ---- What a daemon must not do to the screen ----
