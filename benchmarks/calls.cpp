@@ -40,7 +40,7 @@ static void compareAnswers(HNIPC *printer, QDBusInterface *supplyd)
 {
     const QString sku = QLatin1String("LBL-100060-WH");
     compare("answer: a text", 40, 200,
-            { { "Qt", [=] { ask<QString>(supplyd, "supplySKUCached"); } },
+            { { "Qt", [=] { ask<QString>(supplyd, "supplySKUCached", { QString() }); } },
               { "HNIPC", [=] { printer->supplySKUCached(); } } });
     compare("answer: a list of 20 texts", 40, 200,
             { { "Qt", [=] { ask<QStringList>(supplyd, "supplySKUList"); } },

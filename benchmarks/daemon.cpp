@@ -25,7 +25,7 @@ public Q_SLOTS:
     bool takeText(const QString &) { return true; }
     bool takeList(const QStringList &) { return true; }
 
-    QString supplySKUCached() { return QLatin1String("LBL-100060-WH"); }
+    QString supplySKUCached(const QString &) { return QLatin1String("LBL-100060-WH"); }
     QStringList supplySKUList() { return m_skus; }
     QByteArray supplyBackgroundImage(const QString &) { return m_image; }
     SupplyInformation supplyInformation(const QString &) { return m_record; }
