@@ -10,6 +10,7 @@ source=$1
 build=$2
 qt=$3
 name=$4
+. "$source/scripts/panel.sh"
 
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
@@ -42,7 +43,7 @@ expected=$interfaces
 if [ "$qt" -ge 5 ]; then
     expected=$interfaces$'\n'$tools
 fi
-if [ -e "$build/bin/hnipc-panel" ]; then # where Qt has QML
+if has_panel "$build"; then
     expected+=$'\n'$panel
 fi
 diff <(sort <<<"$expected") \
@@ -64,7 +65,7 @@ for each in "$name" "${name/hnipc/hnipcasync}"; do
 done
 
 # The QML module, by itself: nothing but the import path leads to it and to its libraries.
-if [ -e "$build/bin/hnipc-panel" ]; then
+if has_panel "$build"; then
     modules=$libdir/qt$qt/qml
     diff <(printf '%s\n' libhnipcqml.so plugins.qmltypes qmldir) <(ls "$modules/HNIPC")
     screen=$build/tests/qml/hnipc-test-installedmodule
