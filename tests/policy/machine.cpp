@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "machine.h"
 
+#include "support/onbroker.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -169,6 +171,9 @@ QString Machine::program(const char *name)
 
 bool Machine::Bus::isThere(Kind kind)
 {
+    if (kind == DBusDaemon && isOnDBusBroker()) {
+        return false;
+    }
     QProcess shell;
     shell.start(QLatin1String("sh"),
                 QStringList() << QLatin1String("-c")

@@ -331,7 +331,7 @@ void tst_Policy::init()
     QFETCH_GLOBAL(bool, isOther);
     const Bus::Kind kind = Bus::Kind(bus);
     if (!Bus::isThere(kind)) {
-        HNIPC_SKIP("this bus is not installed");
+        HNIPC_SKIP("this bus is not there");
     }
     QSharedPointer<Printer> &printer
         = m_printers[QByteArray::number(bus) + (isOther ? "other" : "")];
