@@ -91,5 +91,7 @@ fi
 
 says "CHANGELOG.md, at its head" "$version" \
     "$(sed -n 's/^## //p' "$source/CHANGELOG.md" | head -1)"
+says "debian/changelog, at its head" "$version" \
+    "$(sed -n '1s/.*(\(.*\)).*/\1/p' "$source/debian/changelog")"
 
 exit $failed
