@@ -4,10 +4,12 @@
 
 #include "support/waituntil.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QMap>
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
 
 #include <csignal>
 
@@ -115,6 +117,20 @@ private:
     QByteArray m_out;
     QByteArray m_err;
 };
+
+// A D-Bus daemon's configuration that allows all but what the rule says.
+inline QString busConfiguration(const QTemporaryDir &directory, const QByteArray &rule)
+{
+    QFile file(directory.filePath(QStringLiteral("bus.conf")));
+    file.open(QIODevice::WriteOnly);
+    file.write("<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
+               "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+               "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
+               "<auth>EXTERNAL</auth><policy context='default'><allow own='*'/>"
+               "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>" + rule
+               + "</policy></busconfig>");
+    return file.fileName();
+}
 
 // A bus of the test's own beside the private one, with rules of its own.
 class OtherBus

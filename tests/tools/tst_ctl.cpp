@@ -238,20 +238,6 @@ QByteArray samplesBody(const ClientSignal &signal, int round)
     return wireBody(argumentSamples(signal.signature, round));
 }
 
-// A D-Bus daemon's configuration that allows all but what the rule says.
-QString busConfiguration(const QTemporaryDir &directory, const QByteArray &rule)
-{
-    QFile file(directory.filePath(QStringLiteral("bus.conf")));
-    file.open(QIODevice::WriteOnly);
-    file.write("<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
-               "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-               "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
-               "<auth>EXTERNAL</auth><policy context='default'><allow own='*'/>"
-               "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>" + rule
-               + "</policy></busconfig>");
-    return file.fileName();
-}
-
 } // namespace
 
 class tst_Ctl : public QObject
@@ -1461,6 +1447,7 @@ void tst_Ctl::monitorsByPattern()
     FakeDaemons daemons;
     Ctl ctl(words("monitor --count 2 *percentchanged"));
     QVERIFY(ctl.complains("listening to 3 signals"));
+    QVERIFY(Ctl(words("monitor PrintQueueClear")).complains("listening to 1 signal;"));
     daemons.emitSignal(SUPPLYD, "SUPPLYD_SupplyRGBChanged", "('#ffffff',)");
     daemons.emitSignal(SUPPLYD, "SUPPLYD_Ribbon2PercentChanged", "(1.5,)");
     daemons.emitSignal(M4, "M4_Error", "(1,)");

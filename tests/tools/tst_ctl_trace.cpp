@@ -118,6 +118,7 @@ private Q_SLOTS:
     void standInLeaves();
     void refusesRealDaemon_data();
     void refusesRealDaemon();
+    void refusedName();
     void simulatorRefuses();
     void recordsOtherForms();
 
@@ -386,6 +387,26 @@ void tst_CtlTrace::refusesRealDaemon()
     for (const WireMessage &call : daemons.takeCalls()) {
         QCOMPARE(call.member, QByteArray("names"));
     }
+}
+
+// It stands in for no daemon whose name it may not have, and for none of the others then.
+void tst_CtlTrace::refusedName()
+{
+    OtherBus bus(busConfiguration(*m_directory, "<deny own='org.hnipc.supplyd'/>"));
+    const QByteArray usual = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLatin1());
+    WirePeer peer;
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", usual);
+    listen(&peer);
+
+    const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]")
+                                   + eventLine("0", "supplyd", "SupplyPercentChanged", "d", "[1]"));
+    Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
+    QCOMPARE(ctl.exitCode(), 3);
+    QCOMPARE(ctl.err(), QByteArray("hnipcctl: the bus does not give this user the name "
+                                   "org.hnipc.supplyd; nothing was sent\n"));
+    QVERIFY(peer.own("org.hnipc.m4")); // a fence, too: what was sent has come before the answer
+    QCOMPARE(heard(peer), QByteArray());
 }
 
 void tst_CtlTrace::simulatorRefuses()

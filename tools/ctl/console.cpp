@@ -151,6 +151,11 @@ QByteArray Console::failureLine(int exitCode, const QString &text)
                           : QByteArray();
 }
 
+QString Console::signalCount(std::size_t count)
+{
+    return count == 1 ? QStringLiteral("1 signal") : QStringLiteral("%1 signals").arg(count);
+}
+
 QString Console::printable(const QString &text)
 {
     QString result;

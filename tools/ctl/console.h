@@ -6,6 +6,8 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
 
+#include <cstddef>
+
 /// The two streams of the program, in UTF-8 whatever the locale. Whoever closes the pipe at standard
 /// output has seen enough: the program ends, quietly, at the next thing that it prints.
 namespace Console {
@@ -38,6 +40,9 @@ QByteArray failureLine(int exitCode, const QString &text);
 
 /// The text with what a terminal would take for a command made visible.
 QString printable(const QString &text);
+
+/// "1 signal", "2 signals".
+QString signalCount(std::size_t count);
 
 /// Styles, which leave the text alone where standard output takes none.
 QString bold(const QString &text);

@@ -89,7 +89,8 @@ int run(const Context &context, const QStringList &arguments)
             limit.count();
         }
     });
-    Console::note(QStringLiteral("listening to %1 signals; Ctrl-C ends").arg(wanted.size()));
+    Console::note(QStringLiteral("listening to %1; Ctrl-C ends")
+                      .arg(Console::signalCount(wanted.size())));
     return BusLoop::run(context);
 }
 

@@ -206,8 +206,8 @@ int run(const Context &context, const QStringList &arguments)
     for (auto player = players.begin(); player != players.end(); ++player) {
         texts += player.key() + QLatin1Char(' ') + player.value().toString();
     }
-    Console::note(QStringLiteral("replaying %1 signals: %2")
-                      .arg(events.size()).arg(texts.join(QLatin1String(", "))));
+    Console::note(QStringLiteral("replaying %1: %2")
+                      .arg(Console::signalCount(events.size()), texts.join(QLatin1String(", "))));
     const int played = play(context, events, &senders);
     if (played == Toolkit::Done && context.json) {
         Console::print(QJsonObject { { QStringLiteral("signals"), int(events.size()) },
