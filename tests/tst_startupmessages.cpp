@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "support/fakedaemons.h"
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+
+#include <hnipc/hnipc.h>
+
+#include <QtCore/QMap>
+#include <QtDBus/QDBusConnection>
+
+using namespace Expected;
+
+// The comings and goings of the three daemons are watched, by Qt for their signals and by the client.
+// Qt 4 watches a name once, and for good: the client of initTestCase() leaves that behind.
+static const int watches = QT_VERSION >= QT_VERSION_CHECK(5, 0, 0) ? 3 + 3 : 0;
+
+// What a client costs the bus when it starts: each message is known, so that none is added
+// unnoticed.
+class tst_StartupMessages : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { HNIPC(); }
+    void firstClient_data() { addDaemons(); }
+    void firstClient();
+    void furtherClient_data() { addDaemons(); }
+    void furtherClient();
+    void lastClientLeavesNoSubscription();
+
+private:
+    typedef QMap<QByteArray, int> Messages;
+
+    static void addDaemons();
+    static Messages introspections(bool arePresent);
+    static Messages takeSent(WireMonitor *monitor);
+    static QString text(const Messages &messages);
+};
+
+void tst_StartupMessages::addDaemons()
+{
+    QTest::addColumn<bool>("arePresent");
+    QTest::newRow("daemons present") << true;
+    QTest::newRow("daemons absent") << false;
+}
+
+// A daemon that is absent is asked again, when its coming can no longer be missed.
+tst_StartupMessages::Messages tst_StartupMessages::introspections(bool arePresent)
+{
+    const int times = arePresent ? 1 : 2;
+    Messages result;
+    result["org.hnipc.ioexpd Introspect"] = times;
+    result["org.hnipc.m4 Introspect"] = times;
+    result["org.hnipc.supplyd Introspect"] = times;
+    return result;
+}
+
+// By destination and name: what this process has sent.
+tst_StartupMessages::Messages tst_StartupMessages::takeSent(WireMonitor *monitor)
+{
+    const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
+    Messages result;
+    const QList<WireMessage> all = monitor->take();
+    for (const WireMessage &message : all) {
+        if (message.sender == self) {
+            ++result[message.destination + ' ' + message.member];
+        }
+    }
+    return result;
+}
+
+// "destination member number", a line each.
+QString tst_StartupMessages::text(const Messages &messages)
+{
+    QByteArray result;
+    for (Messages::const_iterator it = messages.begin(); it != messages.end(); ++it) {
+        result += it.key() + ' ' + QByteArray::number(it.value()) + '\n';
+    }
+    return QString::fromLatin1(result);
+}
+
+void tst_StartupMessages::firstClient()
+{
+    QFETCH(bool, arePresent);
+    FakeDaemons daemons(arePresent);
+    WireMonitor monitor;
+
+    HNIPC client;
+    Messages expected = introspections(arePresent);
+    expected["org.freedesktop.DBus AddMatch"] = 59 + watches;
+    expected["org.freedesktop.DBus GetNameOwner"] = 3;
+    if (!arePresent && watches > 0) { // each proxy of one that is absent has a watch, briefly
+        expected["org.freedesktop.DBus AddMatch"] += 3;
+        expected["org.freedesktop.DBus RemoveMatch"] = 3;
+    }
+    QCOMPARE(text(takeSent(&monitor)), text(expected));
+}
+
+// Qt has the subscriptions already, and passes on to both.
+void tst_StartupMessages::furtherClient()
+{
+    QFETCH(bool, arePresent);
+    FakeDaemons daemons(arePresent);
+    HNIPC client;
+    WireMonitor monitor;
+
+    HNIPC further;
+    QCOMPARE(text(takeSent(&monitor)), text(introspections(arePresent)));
+}
+
+void tst_StartupMessages::lastClientLeavesNoSubscription()
+{
+    FakeDaemons daemons;
+    QScopedPointer<HNIPC> client(new HNIPC);
+    QScopedPointer<HNIPC> further(new HNIPC);
+    WireMonitor monitor;
+
+    further.reset();
+    QCOMPARE(text(takeSent(&monitor)), text(Messages()));
+    client.reset();
+    Messages expected;
+    expected["org.freedesktop.DBus RemoveMatch"] = 59 + watches;
+    QCOMPARE(text(takeSent(&monitor)), text(expected));
+}
+
+HNIPC_TEST_MAIN(tst_StartupMessages)
+
+#include "tst_startupmessages.moc"
