@@ -45,7 +45,7 @@ struct Requests
     HNIPCRequest requests[inFlight];
 };
 
-// They outlive the application.
+// They outlive the application, and Qt's own static objects.
 std::unique_ptr<Requests> staticRequests;
 std::unique_ptr<HNIPCAvailability> staticAvailability;
 
@@ -149,6 +149,11 @@ void tst_RequestAtExit::programEndsWithoutAFault()
     daemons[M4].hold("getAlert");
     daemons[M4].answer("getError", "(7,)");
     QProcess program;
+    // So the GNU allocator notices when somebody writes to what is free.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QLatin1String("GLIBC_TUNABLES"),
+                       QLatin1String("glibc.malloc.tcache_count=0:glibc.malloc.mxfast=0"));
+    program.setProcessEnvironment(environment);
     program.start(QCoreApplication::applicationFilePath(),
                   QStringList() << QLatin1String("--end") << QString::fromLatin1(way));
     QVERIFY(program.waitForStarted());

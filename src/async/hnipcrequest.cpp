@@ -99,16 +99,14 @@ public:
 
     virtual ~Call() { endTurn(); }
 
-    // From here on nobody waits for the answer.
+    // From here on nobody waits for the answer. Where the program ends before it comes, the call
+    // stays as it is: it may not be deleted when Qt has done with the bus, for with its connection
+    // Qt 5 deletes what a pending call refers to.
     void abandon(QObject *receiver)
     {
         disconnect(receiver);
         QCoreApplication *application = QCoreApplication::instance();
-        if (!application)
-            delete this; // no answer comes any more
-        else if (application->thread() == thread())
-            setParent(application);
-        else
+        if (application && application->thread() != thread())
             connect(thread(), SIGNAL(finished()), SLOT(end()), Qt::DirectConnection);
     }
 
