@@ -2,7 +2,7 @@
 #ifndef HNIPC_TESTS_FAULTYBUS_H
 #define HNIPC_TESTS_FAULTYBUS_H
 
-#include "program.h"
+#include "mortalprocess.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryDir>

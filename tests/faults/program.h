@@ -2,41 +2,14 @@
 #ifndef HNIPC_TESTS_PROGRAM_H
 #define HNIPC_TESTS_PROGRAM_H
 
+#include "mortalprocess.h"
 #include "support/waituntil.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QList>
-#include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
 #include <csignal>
-#include <sys/prctl.h>
-
-// A process that ends with the test, however that ends.
-class MortalProcess : public QProcess
-{
-public:
-    MortalProcess()
-    {
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-        setChildProcessModifier(dieWithTheParent);
-#endif
-    }
-
-    ~MortalProcess()
-    {
-        kill();
-        waitForFinished();
-    }
-
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-protected:
-    void setupChildProcess() override { dieWithTheParent(); }
-#endif
-
-private:
-    static void dieWithTheParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
-};
 
 // A process that a test talks to in lines.
 class Program : public MortalProcess
