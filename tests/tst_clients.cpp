@@ -6,6 +6,7 @@
 
 #include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
+#include <QtDBus/QDBusConnection>
 
 using namespace Expected;
 
@@ -20,6 +21,7 @@ private Q_SLOTS:
     void clientMayBeBuiltAndDeletedAtAnyTime();
     void eachClientFollowsTheDaemons();
     void deletedClientLeavesTheOtherItsDaemons();
+    void deletedClientAsksTheBusNothing();
 };
 
 static int recordType()
@@ -100,6 +102,31 @@ void tst_Clients::deletedClientLeavesTheOtherItsDaemons()
     QCOMPARE(staying.getError(), 0);
     daemons.start(M4);
     QCOMPARE(staying.getError(), 5);
+}
+
+// Not even when a daemon comes that it would have followed.
+void tst_Clients::deletedClientAsksTheBusNothing()
+{
+    FakeDaemons daemons(false);
+    QScopedPointer<HNIPC> client(new HNIPC(0));
+    const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
+    WireMonitor monitor;
+    const auto questions = [&]() {
+        int result = 0;
+        const QList<WireMessage> messages = monitor.take();
+        for (const WireMessage &message : messages) {
+            result += message.type == WireMessage::MethodCall && message.sender == self;
+        }
+        return result;
+    };
+    daemons.start(M4);
+    QVERIFY(questions() > 0);
+    daemons.stop(M4);
+    client.reset();
+    QVERIFY(daemons.passFence());
+    monitor.clear();
+    daemons.start(M4);
+    QCOMPARE(questions(), 0);
 }
 
 HNIPC_TEST_MAIN(tst_Clients)

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "expected/samples.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
-#include "support/waituntil.h"
+#include "support/signalrecorder.h"
 
 #include <hnipc/hnipc.h>
+
+using namespace Expected;
 
 // A program of its own: Qt asks for an interface once a process, and the question is the window.
 class tst_Construction : public QObject
@@ -11,23 +14,48 @@ class tst_Construction : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void daemonThatComesMeanwhileIsNotLost();
+    void whatComesMeanwhileIsNotLost_data();
+    void whatComesMeanwhileIsNotLost();
 };
 
-void tst_Construction::daemonThatComesMeanwhileIsNotLost()
+void tst_Construction::whatComesMeanwhileIsNotLost_data()
 {
+    QTest::addColumn<int>("present");
+    QTest::addColumn<QByteArray>("member");
+    QTest::addColumn<QByteArray>("signal");
+    QTest::addColumn<int>("comingLate");
+    QTest::newRow("I/O expander") << int(M4) << QByteArray("M4_PrintQueueClear")
+                                  << QByteArray("PrintQueueClear(int)") << int(IOEXPD);
+    QTest::newRow("print engine") << int(SUPPLYD) << QByteArray("SUPPLYD_SupplyRGBChanged")
+                                  << QByteArray("SupplyRGBChanged(QString)") << int(M4);
+}
+
+// A daemon, and an event of the one that is asked.
+void tst_Construction::whatComesMeanwhileIsNotLost()
+{
+    QFETCH(int, present);
+    QFETCH(QByteArray, member);
+    QFETCH(QByteArray, signal);
+    QFETCH(int, comingLate);
     FakeDaemons daemons(false);
-    daemons.start(Expected::M4);
-    WirePeer &late = daemons[Expected::IOEXPD];
-    daemons[Expected::M4].whenIntrospected([&late]() {
-        late.own(Expected::identities[Expected::IOEXPD].busName);
+    daemons.start(present);
+    WirePeer &asked = daemons[present];
+    WirePeer &late = daemons[comingLate];
+    const QList<Sample> samples = argumentSamples(signal, 1);
+    const QByteArray body = wireBody(samples);
+    asked.whenIntrospected([&asked, &late, present, comingLate, member, body]() {
+        late.own(identities[comingLate].busName);
         late.sync();
+        asked.emitSignal("/", identities[present].interface, member, body);
     });
 
     HNIPC client(0);
-    QCOMPARE(daemons[Expected::M4].introspections(), 1);
+    SignalRecorder recorder(&client);
+    QCOMPARE(asked.introspections(), 1);
     QVERIFY(daemons.passFence());
+    QCOMPARE(recorder.emissions(), QList<QByteArray>() << emission(signal, values(samples)));
     client.printerSoftCancel();
+    client.getError();
     QCOMPARE(late.calls().size(), 1);
 }
 

@@ -699,10 +699,17 @@ void tst_Request::cancelledNotSentRequestMayBeSentAgain()
 
     request.setMethod(QLatin1String("nothing"));
     recorder.take();
+    HNIPCRequest between; // whose failure is told after that of the cancelled one
+    between.setMethod(QLatin1String("nothing"));
+    bool isPendingThen = false;
+    Listener listener(&between, SIGNAL(finished()),
+                      [&]() { isPendingThen = request.isPending(); });
     QVERIFY(request.send());
     request.cancel();
+    QVERIFY(between.send());
     QVERIFY(request.send());
     QVERIFY(waitUntilFinished(request));
+    QVERIFY(isPendingThen);
     QVERIFY(m_daemons->passFence());
     QCOMPARE(recorder.take(), sentLines() + finishedLines() + sentLines() + finishedLines());
 }

@@ -1,38 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "support/fakedaemons.h"
+#include "support/memory.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 
 #include <hnipc/hnipc.h>
 
-#include <malloc.h>
-
 using namespace Expected;
-
-// The allocator's own count, which the allocators of sanitizers do not keep.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define HNIPC_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) \
-    || __has_feature(memory_sanitizer)
-#define HNIPC_SANITIZED
-#endif
-#endif
-
-#if defined(__GLIBC__) && !defined(HNIPC_SANITIZED)
-#if __GLIBC_PREREQ(2, 33)
-#define HNIPC_COUNTS_HEAP
-#endif
-#endif
-
-static long heapInUse()
-{
-#ifdef HNIPC_COUNTS_HEAP
-    return long(mallinfo2().uordblks);
-#else
-    return -1;
-#endif
-}
 
 // A client outlives its daemons many times.
 class tst_Restart : public QObject
@@ -74,7 +48,7 @@ void tst_Restart::everyReturnIsNoticedAndNothingIsLeft()
         }
     }
 
-    if (heapInUse() < 0) {
+    if (heapInUse() == untold) {
         HNIPC_SKIP("this C library does not tell the heap in use");
     }
     const long growth = heapInUse() - before;

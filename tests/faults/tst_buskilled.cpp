@@ -4,7 +4,8 @@
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "faultybus.h"
-#include "memory.h"
+#include "program.h"
+#include "support/memory.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/ihnipcioexpd.h>
@@ -162,6 +163,7 @@ int runDaemon(int argc, char **argv)
     say("sent %d", daemon.pulsePrintButtonSignal());
     waitUntil([]() { return !hasBus(); });
     // Qt takes what is sent now, and nobody gets it.
+    say("sent-alone %d", daemon.pulsePrintButtonSignal());
     say("load %d", pulseAndIdle(daemon));
     const long before = heapInUse();
     pulseAndIdle(daemon);
@@ -203,6 +205,7 @@ void tst_BusKilled::clientAndDaemonOutliveTheirBus()
         s_bus->kill();
         QCOMPARE(client->wordAfter("failures"), all);
         QCOMPARE(client->wordAfter("failures-of-another"), all);
+        QCOMPARE(daemon->wordAfter("sent-alone"), QByteArray("1"));
         QVERIFY(daemon->wordAfter("growth").toInt() < 10 * pulsesAlone); // no message is as small
         // Who spins has a processor to himself, or what others leave of it.
         QVERIFY(client->wordAfter("load").toInt() < 100);

@@ -3,8 +3,9 @@
 #include "expected/identities.h"
 #include "expected/serverslots.h"
 #include "faultybus.h"
-#include "memory.h"
+#include "program.h"
 #include "rawwire.h"
+#include "support/memory.h"
 
 #include <QtTest/QTest>
 
