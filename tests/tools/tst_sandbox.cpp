@@ -22,7 +22,6 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
-#include <sys/prctl.h>
 #include <unistd.h>
 #include <vector>
 
@@ -371,22 +370,21 @@ void tst_Sandbox::leavesNothingBehind_data()
     QTest::addColumn<QString>("script"); // says "up"
     QTest::addColumn<int>("number");     // the signal that the sandbox gets then, or 0
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<bool>("hasOrphans");
     const QString wait = QStringLiteral("echo up; exec sleep 1000");
     const QString stubborn = QStringLiteral("trap '' TERM HUP INT; echo up; "
                                             "while :; do sleep 1000; done");
-    QTest::newRow("command ends") << "echo up; exit 4" << 0 << 4 << false;
-    QTest::newRow("command leaves a process") << "sleep 1000 & echo up; exit 4" << 0 << 4 << true;
-    QTest::newRow("and one that hides") << "(setsid sleep 1000 &) ; echo up; exit 4" << 0 << 4 << true;
+    QTest::newRow("command ends") << "echo up; exit 4" << 0 << 4;
+    QTest::newRow("command leaves a process") << "sleep 1000 & echo up; exit 4" << 0 << 4;
+    QTest::newRow("and one that hides") << "(setsid sleep 1000 &) ; echo up; exit 4" << 0 << 4;
     QTest::newRow("and one that does not listen")
         << "sh -c \"trap '' TERM HUP; echo up; sleep 1000; sleep 1000\" & sleep 1000 & wait $!"
-        << SIGTERM << 128 + SIGTERM << true;
-    QTest::newRow("SIGHUP") << wait << SIGHUP << 128 + SIGHUP << false;
-    QTest::newRow("SIGINT") << wait << SIGINT << 128 + SIGINT << false;
-    QTest::newRow("SIGQUIT") << wait << SIGQUIT << 128 + SIGQUIT << false;
-    QTest::newRow("SIGTERM") << wait << SIGTERM << 128 + SIGTERM << false;
-    QTest::newRow("stubborn command") << stubborn << SIGTERM << 128 + SIGTERM << false;
-    QTest::newRow("stopped command") << "echo up; kill -STOP $$" << SIGTERM << 128 + SIGTERM << false;
+        << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("SIGHUP") << wait << SIGHUP << 128 + SIGHUP;
+    QTest::newRow("SIGINT") << wait << SIGINT << 128 + SIGINT;
+    QTest::newRow("SIGQUIT") << wait << SIGQUIT << 128 + SIGQUIT;
+    QTest::newRow("SIGTERM") << wait << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("stubborn command") << stubborn << SIGTERM << 128 + SIGTERM;
+    QTest::newRow("stopped command") << "echo up; kill -STOP $$" << SIGTERM << 128 + SIGTERM;
 }
 
 void tst_Sandbox::leavesNothingBehind()
@@ -394,11 +392,6 @@ void tst_Sandbox::leavesNothingBehind()
     QFETCH(QString, script);
     QFETCH(int, number);
     QFETCH(int, exitCode);
-    QFETCH(bool, hasOrphans);
-    int adopts = 0;
-    if (hasOrphans && prctl(PR_GET_CHILD_SUBREAPER, &adopts) != 0) {
-        HNIPC_SKIP("orphans cannot be adopted here, as under QEMU");
-    }
     Sandbox sandbox(inShell(script));
     QVERIFY(sandbox.says("up\n"));
     if (number) {
