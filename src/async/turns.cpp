@@ -3,8 +3,6 @@
 
 #include <hnipc/hnipcrequest.h>
 
-#include <QtCore/QMutexLocker>
-
 static const int mostInFlight = 100; // the rest is for the blocking calls of the program
 
 Turns *Turns::instance()
@@ -15,7 +13,7 @@ Turns *Turns::instance()
 
 bool Turns::take(HNIPCRequest *request)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_inFlight == mostInFlight) {
         m_waiting.append(request);
         return false;
@@ -26,7 +24,7 @@ bool Turns::take(HNIPCRequest *request)
 
 void Turns::giveBack()
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_waiting.isEmpty())
         --m_inFlight;
     else
@@ -35,12 +33,12 @@ void Turns::giveBack()
 
 bool Turns::isWaiting(HNIPCRequest *request)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     return m_waiting.contains(request);
 }
 
 bool Turns::stopWaiting(HNIPCRequest *request)
 {
-    const QMutexLocker locker(&m_mutex);
+    const std::lock_guard<std::mutex> lock(m_mutex);
     return m_waiting.removeOne(request);
 }

@@ -3,7 +3,8 @@
 #define TURNS_P_H
 
 #include <QtCore/QList>
-#include <QtCore/QMutex>
+
+#include <mutex>
 
 class HNIPCRequest;
 
@@ -28,7 +29,7 @@ public:
 private:
     Turns() : m_inFlight(0) {}
 
-    QMutex m_mutex;
+    std::mutex m_mutex; // not Qt's, which ThreadSanitizer does not see
     QList<HNIPCRequest *> m_waiting;
     int m_inFlight;
 };
