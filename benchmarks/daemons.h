@@ -8,13 +8,23 @@
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusReply>
 
+// Qt 4 keeps them to itself.
+inline void forwardErrors(QProcess *process)
+{
+#if QT_VERSION >= 0x050000
+    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+#else
+    Q_UNUSED(process);
+#endif
+}
+
 // A daemon in a process of its own, for as long as this lives.
 class DaemonProcess
 {
 public:
     DaemonProcess(const char *program, const char *busName)
     {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        forwardErrors(&m_process);
         m_process.start(QLatin1String(program), QStringList());
         if (!m_process.waitForStarted())
             qFatal("no %s", program);

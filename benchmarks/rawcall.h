@@ -22,7 +22,7 @@ template <typename T>
 T ask(QDBusInterface *proxy, const char *method, const QVariantList &arguments = QVariantList(),
       QDBus::CallMode mode = QDBus::AutoDetect)
 {
-    const QDBusReply<T> reply
+    QDBusReply<T> reply
         = proxy->callWithArgumentList(mode, QLatin1String(method), arguments);
     if (!reply.isValid())
         qFatal("%s: %s", method, qPrintable(reply.error().message()));

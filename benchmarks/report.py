@@ -18,6 +18,10 @@ import matplotlib
 matplotlib.use("Agg")
 import matplotlib.pyplot as plt
 
+# The same figures make the same file.
+matplotlib.rcParams["svg.hashsalt"] = "hnipc"
+NO_METADATA = {"Creator": None, "Date": None, "Format": None, "Type": None}
+
 
 def read(path):
     """The figures as {work: {contender: {turn: figure}}}, in the order of the lines; the units."""
@@ -84,7 +88,7 @@ def plot_calls(runs, path):
     axes.set_xlabel("µs for one blocking call (median, quartiles)")
     axes.legend()
     figure.tight_layout()
-    figure.savefig(path)
+    figure.savefig(path, metadata=NO_METADATA)
 
 
 def deliveries_to(work):
@@ -107,7 +111,7 @@ def plot_deliveries(runs, path):
     axes.set_ylim(bottom=0)
     axes.legend()
     figure.tight_layout()
-    figure.savefig(path)
+    figure.savefig(path, metadata=NO_METADATA)
 
 
 def main():

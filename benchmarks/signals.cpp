@@ -94,7 +94,7 @@ static void flood(int clients, const QByteArray &kind, int turn)
     std::vector<std::unique_ptr<QProcess>> listeners;
     for (int i = 0; i < clients; ++i) {
         listeners.emplace_back(new QProcess);
-        listeners.back()->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        forwardErrors(listeners.back().get());
         listeners.back()->start(QCoreApplication::applicationFilePath(),
                                 QStringList() << QLatin1String("--listen")
                                               << QString::fromLatin1(kind));

@@ -36,7 +36,7 @@ static void run(const char *program)
 static double idleKilobytes(const char *program)
 {
     QProcess process;
-    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    forwardErrors(&process);
     process.start(QLatin1String(program), QStringList());
     if (!process.waitForFinished() || process.exitCode() != 0)
         qFatal("%s does not run", program);
