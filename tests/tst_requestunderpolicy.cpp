@@ -2,30 +2,17 @@
 #include "requests.h"
 #include "support/fakedaemons.h"
 #include "support/onbroker.h"
+#include "support/policybus.h"
 #include "support/qtmajors.h"
 #include "support/roundtrip.h"
 
 #include <hnipc/hnipcavailability.h>
 #include <hnipc/hnipcrequest.h>
 
-#include <QtCore/QProcess>
-#include <QtCore/QStringList>
-#include <QtCore/QTemporaryFile>
 #include <QtDBus/QDBusConnection>
 #include <QtTest/QTest>
 
 using namespace Expected;
-
-// A bus that forbids a call, and to ask who is there, and that carries two calls in flight.
-const char policy[] =
-    "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
-    "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-    "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-    "<policy context='default'><allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
-    "<allow eavesdrop='true'/>"
-    "<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>"
-    "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/></policy>"
-    "<limit name='max_replies_per_connection'>2</limit></busconfig>";
 
 // What the bus answers in a daemon's place.
 class tst_RequestUnderPolicy : public QObject
@@ -101,27 +88,12 @@ void tst_RequestUnderPolicy::refusedQuestionTellsNothing()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    QTemporaryFile file;
-    if (!file.open()) {
-        return 1;
-    }
-    file.write(policy);
-    file.close();
-
-    QProcess bus;
-    bus.start(QLatin1String("dbus-daemon"),
-              QStringList() << QLatin1String("--nofork") << QLatin1String("--print-address")
-                            << QLatin1String("--config-file=") + file.fileName());
-    while (!bus.canReadLine() && bus.waitForReadyRead()) {
-    }
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.readLine().trimmed());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
-
+    // It forbids a call, and to ask who is there, and carries two calls in flight.
+    PolicyBus bus("<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>"
+                  "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>",
+                  "<limit name='max_replies_per_connection'>2</limit>");
     tst_RequestUnderPolicy test;
-    const int result = QTest::qExec(&test, argc, argv);
-    bus.terminate();
-    bus.waitForFinished();
-    return result;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_requestunderpolicy.moc"

@@ -1,23 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "support/policybus.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipcserver.h>
 
-#include <QtCore/QProcess>
-#include <QtCore/QStringList>
-#include <QtCore/QTemporaryFile>
 #include <QtDBus/QDBusConnection>
 #include <QtTest/QTest>
-
-// A bus that answers nobody who owns a name, and lets nobody own the print engine's.
-const char policy[] =
-    "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
-    "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-    "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-    "<policy context='default'><allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
-    "<allow eavesdrop='true'/>"
-    "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
-    "<deny own='org.hnipc.m4'/></policy></busconfig>";
 
 class tst_ServerUnderPolicy : public QObject
 {
@@ -61,27 +49,11 @@ void tst_ServerUnderPolicy::refusedNameLeavesTheObjectExported()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    QTemporaryFile file;
-    if (!file.open()) {
-        return 1;
-    }
-    file.write(policy);
-    file.close();
-
-    QProcess bus;
-    bus.start(QLatin1String("dbus-daemon"),
-              QStringList() << QLatin1String("--nofork") << QLatin1String("--print-address")
-                            << QLatin1String("--config-file=") + file.fileName());
-    while (!bus.canReadLine() && bus.waitForReadyRead()) {
-    }
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.readLine().trimmed());
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
-
+    // It answers nobody who owns a name, and lets nobody own the print engine's.
+    PolicyBus bus("<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
+                  "<deny own='org.hnipc.m4'/>");
     tst_ServerUnderPolicy test;
-    const int result = QTest::qExec(&test, argc, argv);
-    bus.terminate();
-    bus.waitForFinished();
-    return result;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "tst_serverunderpolicy.moc"

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "desk.h"
+#include "support/memory.h"
 #include "support/privatebus.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -13,7 +14,6 @@
 #include <vector>
 
 #include <csignal>
-#include <malloc.h>
 
 // What a request in flight makes of each fault of a daemon that is a process of its own.
 class tst_RequestFaults : public QObject
@@ -219,11 +219,6 @@ void tst_RequestFaults::thousandAtOnce()
     }
 }
 
-static size_t allocated()
-{
-    return mallinfo2().uordblks;
-}
-
 // Each ends in its own way: answered, refused, not sent, cancelled, deleted in flight.
 static void makeRequests(int number)
 {
@@ -250,10 +245,10 @@ void tst_RequestFaults::memoryStaysAsItIs()
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('getAlert', 'error', <'org.example.No no'>)");
     makeRequests(number / 10);
-    const size_t before = allocated();
+    const long before = heapInUse();
     makeRequests(number);
     // A byte for each request would be a leak; the heap's own books move by less.
-    const size_t after = allocated();
+    const long after = heapInUse();
     QVERIFY2(after < before + number,
              qPrintable(QString("%1 bytes, and %2 before").arg(after).arg(before)));
 }
