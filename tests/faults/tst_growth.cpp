@@ -9,9 +9,9 @@
 
 using namespace Expected;
 
-// A client that has worked for long holds no more than one that has worked for a while, which is the
-// first tenth of the times. What the peer of this process has under way moves by less than mostMoves;
-// a block that is left behind by each call would come to more.
+// A client that has worked for long holds no more than one that has worked for a while, which is
+// the first tenth of the times. What the peer of this process has under way moves by less than
+// mostMoves; a block that is left behind by each call would come to more.
 static const long mostMoves = 100 * 1000;
 
 class tst_Growth : public QObject
