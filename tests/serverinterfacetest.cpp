@@ -2,6 +2,7 @@
 #include "serverinterfacetest.h"
 
 #include "expected/samples.h"
+#include "support/qtmajors.h"
 #include "support/signature.h"
 
 #include <QtCore/QMetaClassInfo>
@@ -47,15 +48,6 @@ bool isPureVirtual(const ServerSlot &slot)
 bool isAny(const ServerSlot &)
 {
     return true;
-}
-
-QByteArray joined(const QList<QByteArray> &texts, const char *separator)
-{
-    QByteArray result;
-    for (int i = 0; i < texts.size(); ++i) {
-        result += (i > 0 ? separator : "") + texts.at(i);
-    }
-    return result;
 }
 
 // What an operation gets when it is called with argumentSamples(): all of them, and the empty value

@@ -5,7 +5,7 @@
 #include "mortalprocess.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QTemporaryDir>
+#include <QtCore/QTemporaryFile>
 
 // A private bus in the system bus' place that can die and come back at the same address. To be made
 // before the first Qt connection.
@@ -14,15 +14,13 @@ class FaultyBus
 public:
     // The limits are elements of the bus' configuration.
     explicit FaultyBus(const QByteArray &limits = QByteArray())
-        : m_config(m_directory.filePath(QLatin1String("bus.conf")))
     {
-        const QByteArray address = "unix:path="
-            + QFile::encodeName(m_directory.filePath(QLatin1String("bus")));
-        QFile file(m_config);
-        if (!file.open(QIODevice::WriteOnly)) {
+        if (!m_configuration.open()) {
             qFatal("no place for a bus");
         }
-        file.write(
+        m_socket = m_configuration.fileName() + QLatin1String(".bus");
+        const QByteArray address = "unix:path=" + QFile::encodeName(m_socket);
+        m_configuration.write(
             "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN'"
             " 'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
             "<busconfig><type>session</type><listen>"
@@ -32,7 +30,7 @@ public:
             + limits
             + "<policy context='default'><allow own='*'/><allow eavesdrop='true'/>"
               "<allow send_destination='*' eavesdrop='true'/></policy></busconfig>");
-        file.close();
+        m_configuration.close();
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
         start();
@@ -43,7 +41,7 @@ public:
     void start()
     {
         m_bus.start(QLatin1String("dbus-daemon"),
-                    QStringList() << QLatin1String("--config-file=") + m_config
+                    QStringList() << QLatin1String("--config-file=") + m_configuration.fileName()
                                   << QLatin1String("--nofork") << QLatin1String("--print-address"));
         // It prints once it listens.
         if (!m_bus.waitForStarted() || !m_bus.waitForReadyRead()) {
@@ -57,12 +55,12 @@ public:
     {
         m_bus.kill();
         m_bus.waitForFinished();
-        QFile::remove(m_directory.filePath(QLatin1String("bus")));
+        QFile::remove(m_socket);
     }
 
 private:
-    QTemporaryDir m_directory;
-    const QString m_config;
+    QTemporaryFile m_configuration;
+    QString m_socket;
     MortalProcess m_bus;
 };
 

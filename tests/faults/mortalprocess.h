@@ -24,6 +24,23 @@ public:
         waitForFinished();
     }
 
+    // To this process' errors; Qt 4 keeps them to itself.
+    void forwardErrors()
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(5, 2, 0)
+        setProcessChannelMode(ForwardedErrorChannel);
+#endif
+    }
+
+    pid_t id() const
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(5, 3, 0)
+        return pid_t(processId());
+#else
+        return pid();
+#endif
+    }
+
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
 protected:
     void setupChildProcess() override { dieWithTheParent(); }

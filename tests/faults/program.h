@@ -32,7 +32,7 @@ public:
         if (!errorFile.isEmpty()) {
             program->setStandardErrorFile(errorFile);
         } else {
-            program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            program->forwardErrors();
         }
         program->begin(QLatin1String(HNIPC_TEST_DAEMON_DIR "/hnipc-test-") + QLatin1String(name),
                        QStringList());
@@ -43,7 +43,7 @@ public:
     static Program *part(const char *name, const QStringList &arguments = QStringList())
     {
         Program *const program = new Program;
-        program->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program->forwardErrors();
         program->begin(QCoreApplication::applicationFilePath(),
                        QStringList(QLatin1String(name)) + arguments);
         return program;
@@ -78,7 +78,7 @@ public:
 
     void tell(const QByteArray &line) { write(line + '\n'); }
 
-    void send(int signal) { ::kill(pid_t(processId()), signal); }
+    void send(int signal) { ::kill(id(), signal); }
 
     // How it ended: nothing where it ended well.
     QByteArray ending()

@@ -35,9 +35,38 @@ void say(const char *what, int number)
     fflush(stdout);
 }
 
+// What a client hears meanwhile. What the test sends through a new daemon, it says at once.
+class Ear : public QObject
+{
+    Q_OBJECT
+
+public:
+    std::vector<int> alerts;
+    bool stop = false; // it was told to
+    bool stopped = false;
+
+public Q_SLOTS:
+    void hearPresence(bool present) { say("present", present); }
+
+    void hearAlert(int code)
+    {
+        alerts.push_back(code);
+        stopped = stop && code == 0;
+        if (code < 0) {
+            say("signal", -code);
+        }
+    }
+
+    void hearInput()
+    {
+        stop = true;
+        qobject_cast<QSocketNotifier *>(sender())->setEnabled(false);
+    }
+};
+
 // A client under load. Each call of emitAlert() makes the daemon send an alert of that number to
-// all clients. What it is answered by a new daemon, and what the test sends through it, the client
-// says at once; what became of its calls, and the alerts that it heard, when it is told to stop.
+// all clients. What it is answered by a new daemon, it says at once; what became of its calls, and
+// the alerts that it heard, when it is told to stop.
 int runClient(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -45,32 +74,19 @@ int runClient(int argc, char **argv)
 
     HNIPCAvailability availability;
     HNIPC client;
-    std::vector<int> answered, failed, heard;
-    bool stop = false;
-    bool stopped = false;
-    QObject::connect(&availability, &HNIPCAvailability::m4Changed,
-                     [](bool present) { say("present", present); });
-    QObject::connect(&client, &HNIPC::Alert, [&](int code) -> bool {
-        heard.push_back(code);
-        stopped = stop && code == 0;
-        if (code < 0) {
-            say("signal", -code);
-        }
-        return true;
-    });
-
+    std::vector<int> answered, failed;
+    Ear ear;
+    QObject::connect(&availability, SIGNAL(m4Changed(bool)), &ear, SLOT(hearPresence(bool)));
+    QObject::connect(&client, SIGNAL(Alert(int)), &ear, SLOT(hearAlert(int)));
     QSocketNotifier input(0, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, [&]() {
-        stop = true;
-        input.setEnabled(false);
-    });
+    QObject::connect(&input, SIGNAL(activated(int)), &ear, SLOT(hearInput()));
     QTimer heartbeat; // for as long as no daemon is there to wait for
     heartbeat.start(1);
 
     int lastAnswer = 0;
     qint64 slowest = 0;
     say("began", id);
-    while (!stop) {
+    while (!ear.stop) {
         QElapsedTimer elapsed;
         elapsed.start();
         const bool done = client.emitAlert(++id);
@@ -85,12 +101,12 @@ int runClient(int argc, char **argv)
     }
 
     say("stopped", 0);
-    waitUntil([&stopped]() { return stopped; });
+    waitUntil([&ear]() { return ear.stopped; });
     for (int number : answered)
         printf("done %d\n", number);
     for (int number : failed)
         printf("failed %d\n", number);
-    for (int number : heard)
+    for (int number : ear.alerts)
         printf("heard %d\n", number);
     printf("slowest %lld\n", slowest);
     return 0;

@@ -210,7 +210,7 @@ void tst_HostileCallers::init()
     const char *const names[] = { "ioexpd", "m4", "supplyd" };
     for (int server = 0; server < ServerCount; ++server) {
         // It prints its settings for whoever asks for them.
-        m_daemons[server].reset(Program::daemon(names[server], QProcess::nullDevice()));
+        m_daemons[server].reset(Program::daemon(names[server], QLatin1String("/dev/null")));
     }
 }
 
@@ -268,7 +268,7 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
         // Qt refuses at once what reaches no object, and overtakes what it has to carry out.
         while (!waiting.empty()) {
             const Message reply = caller.receive();
-            QVERIFY(reply);
+            QVERIFY(reply != nullptr);
             const bool isError = g_dbus_message_get_message_type(reply.get())
                 == G_DBUS_MESSAGE_TYPE_ERROR;
             const quint32 serial = g_dbus_message_get_reply_serial(reply.get());
@@ -288,10 +288,10 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
             waiting.erase(found);
         }
         if (sent <= calls / 2) {
-            before = residentKilobytes(m_daemons[server]->processId());
+            before = residentKilobytes(m_daemons[server]->id());
         }
     }
-    const long growth = residentKilobytes(m_daemons[server]->processId()) - before;
+    const long growth = residentKilobytes(m_daemons[server]->id()) - before;
     QVERIFY2(growth < 2000, QByteArray::number(qlonglong(growth)).constData());
     QVERIFY(carriedOut > 0 && carriedOut < calls);
     printf("%d calls, %d carried out; growth %ld KiB\n", calls, carriedOut, growth);
@@ -346,12 +346,12 @@ void tst_HostileCallers::callerThatNeverReads()
                 QCOMPARE(answerTo(patient, harmless), QByteArray("(2,)"));
             }
             if (i == calls / 2) {
-                before = residentKilobytes(m_daemons[M4]->processId());
+                before = residentKilobytes(m_daemons[M4]->id());
             }
         }
     }
     QCOMPARE(answerTo(patient, harmless), QByteArray("(2,)"));
-    const long growth = residentKilobytes(m_daemons[M4]->processId()) - before;
+    const long growth = residentKilobytes(m_daemons[M4]->id()) - before;
     QVERIFY2(growth < 2000, QByteArray::number(qlonglong(growth)).constData());
     printf("growth %ld KiB\n", growth);
 }

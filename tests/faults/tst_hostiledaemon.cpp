@@ -14,6 +14,7 @@
 
 #include <hnipc/hnipc.h>
 
+#include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
 #include <functional>
@@ -50,7 +51,7 @@ private Q_SLOTS:
 private:
     QByteArray relayed()
     {
-        return m_daemons->passFence() ? m_recorder->take().join('\n') : "the fence is lost";
+        return m_daemons->passFence() ? joined(m_recorder->take(), "\n") : "the fence is lost";
     }
 
     QByteArray outcomeOfSignalsThatWait(int mebibytes);
@@ -154,11 +155,7 @@ int runListener(int argc, char **argv)
         return 1;
     }
     HNIPC client;
-    const auto quit = []() -> bool {
-        QCoreApplication::quit();
-        return true;
-    };
-    QObject::connect(&client, &HNIPC::Alert, quit);
+    QObject::connect(&client, SIGNAL(Alert(int)), &application, SLOT(quit()));
     // What comes before the event loop first turns may be overtaken by what comes then.
     QCoreApplication::processEvents();
     printf("listening\n");
@@ -176,11 +173,7 @@ int runBusyListener(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const int waiting = qMin(QByteArray(argv[2]).toInt(), mostThatWait);
     HNIPC client;
-    int heard = 0;
-    QObject::connect(&client, &HNIPC::M4MessageSent, [&](const QString &) -> bool {
-        ++heard;
-        return true;
-    });
+    QSignalSpy heard(&client, SIGNAL(M4MessageSent(QString)));
     QCoreApplication::processEvents();
     const long enough = residentKilobytes(getpid()) + waiting * 3 * 1024;
     printf("listening\n");
@@ -188,10 +181,10 @@ int runBusyListener(int argc, char **argv)
     while (residentKilobytes(getpid()) < enough) {
         QTest::qSleep(1);
     }
-    waitUntil([&]() { return heard >= waiting; });
+    waitUntil([&]() { return heard.size() >= waiting; });
     const int answer = client.getError();
     QCoreApplication::processEvents();
-    printf("outcome %d heard, answered %d\n", heard, answer);
+    printf("outcome %d heard, answered %d\n", int(heard.size()), answer);
     return 0;
 }
 
@@ -240,9 +233,9 @@ void tst_HostileDaemon::randomSignalsAreRelayedOnlyWhereTheyFit()
             } while (isDaemons && endsTheClient(taken, types));
 
             WirePeer &peer = sender < ServerCount ? (*m_daemons)[sender] : stranger;
-            const QByteArray body = text(random.body(types.join()));
+            const QByteArray body = text(random.body(joined(types)));
             QVERIFY(peer.emitSignal(path, identities[interface].interface, member, body));
-            sent += member + ' ' + types.join() + '\n';
+            sent += member + ' ' + joined(types) + '\n';
             if (isDaemons && types.mid(0, taken.size()) == taken) {
                 expected.append(withoutAliases(row->signature));
             }
@@ -460,18 +453,14 @@ void tst_HostileDaemon::largestMessageArrives()
         return !answeredImage.isEmpty();
     });
     const QString answeredText = client.supplyId();
-    QString heardText;
-    connect(&client, &HNIPC::SupplyRGBChanged, [&](const QString &rgb) -> bool {
-        heardText = rgb;
-        return true;
-    });
+    QSignalSpy heard(&client, SIGNAL(SupplyRGBChanged(QString)));
     client.applicationWasClicked();
     daemon.join();
     QVERIFY(arrived);
     QVERIFY(answeredImage == image);
     QVERIFY(answeredText == QLatin1String(longText));
-    QVERIFY(waitUntil([&]() { return !heardText.isEmpty(); }));
-    QVERIFY(heardText == QLatin1String(longText));
+    QVERIFY(waitUntil([&]() { return !heard.isEmpty(); }));
+    QVERIFY(heard.first().first().toString() == QLatin1String(longText));
     QVERIFY(m_daemons->passFence());
     m_daemons->start(SUPPLYD);
 }
@@ -495,8 +484,8 @@ QByteArray tst_HostileDaemon::outcomeOfSignalsThatWait(int mebibytes)
 
 void tst_HostileDaemon::signalsWaitForTheEventLoop()
 {
-    if (residentKilobytes(getpid()) == untold) {
-        HNIPC_SKIP("there is no telling whether they wait");
+    if (QT_VERSION < QT_VERSION_CHECK(5, 0, 0) || residentKilobytes(getpid()) == untold) {
+        HNIPC_SKIP("Qt 4 reads in the event loop alone, or there is no telling whether they wait");
     }
     QCOMPARE(outcomeOfSignalsThatWait(mostThatWait - 1), QByteArray("62 heard, answered 5"));
 }
@@ -504,7 +493,8 @@ void tst_HostileDaemon::signalsWaitForTheEventLoop()
 // When libdbus would read further, Qt does not let it. The call waits for Qt's timeout.
 void tst_HostileDaemon::moreThanCanWaitDeafensTheClient()
 {
-    if (qgetenv("HNIPC_LONG_TIMEOUT").isEmpty() || residentKilobytes(getpid()) == untold) {
+    if (qgetenv("HNIPC_LONG_TIMEOUT").isEmpty() || QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+        || residentKilobytes(getpid()) == untold) {
         HNIPC_SKIP("it waits for 25 seconds, with HNIPC_LONG_TIMEOUT");
     }
     QCOMPARE(outcomeOfSignalsThatWait(mostThatWait + 3), QByteArray("63 heard, answered 0"));
@@ -515,13 +505,15 @@ void tst_HostileDaemon::introspectionDataDecidesNothing_data()
     QTest::addColumn<QByteArray>("xml");
     const QByteArray open = "<node><interface name='local.IHNIPCM4'>";
     const QByteArray close = "</interface></node>";
+    // Qt 4 takes minutes over more.
+    const int manyMethods = QT_VERSION < QT_VERSION_CHECK(5, 0, 0) ? 2000 : 20000;
     QTest::newRow("blank") << QByteArray(" ");
     QTest::newRow("no XML") << QByteArray("The quick brown fox < & > \xc3\xa4 ]]>");
     QTest::newRow("cut off") << open + "<method name='getError'><arg type='i' dir";
     QTest::newRow("deep") << QByteArray("<node>").repeated(20000);
     QTest::newRow("huge") << open
             + QByteArray("<method name='getError'><arg type='i' direction='out'/></method>")
-                  .repeated(20000)
+                  .repeated(manyMethods)
             + close;
     QTest::newRow("other interface") << QByteArray(open).replace("M4", "SUPPLYD") + close;
     QTest::newRow("other types") << open

@@ -5,6 +5,7 @@
 // What the tests need of Qt that differs from major to major.
 
 #include <QtCore/QByteArray>
+#include <QtCore/QList>
 #include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 #include <QtTest/QTest>
@@ -23,6 +24,16 @@ inline QVariant variantOf(const QByteArray &typeName, const void *value)
 #else
     return QVariant(QMetaType::type(typeName), value);
 #endif
+}
+
+// Qt 4 joins no QByteArrays.
+inline QByteArray joined(const QList<QByteArray> &texts, const char *separator = "")
+{
+    QByteArray result;
+    for (int i = 0; i < texts.size(); ++i) {
+        result += (i > 0 ? separator : "") + texts.at(i);
+    }
+    return result;
 }
 
 #endif
