@@ -65,7 +65,7 @@ void keepJournal()
 bool bindOver(const char *file, const QByteArray &text)
 {
     const QString own = Machine::write(QFileInfo(QString::fromLatin1(file)).fileName(), text);
-    return mount(own.toLatin1().constData(), file, nullptr, MS_BIND, nullptr) == 0;
+    return mount(own.toLatin1().constData(), file, "none", MS_BIND, nullptr) == 0;
 }
 
 QByteArray failed(const char *what)
@@ -91,7 +91,7 @@ bool Machine::make(const QList<User> &users, const QList<Group> &groups, QByteAr
         return false;
     }
     umask(022);
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
+    if (mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0
         || mount("none", "/run", "tmpfs", 0, "mode=755") != 0) {
         *reason = failed("root may not mount here: ");
         return false;
