@@ -30,9 +30,9 @@ public Q_SLOTS:
     QByteArray supplyBackgroundImage(const QString &) { return m_image; }
     SupplyInformation supplyInformation(const QString &) { return m_record; }
 
-    void flood(int count)
+    void flood(int first, int count)
     {
-        for (int i = 0; i < count; ++i) {
+        for (int i = first; i < first + count; ++i) {
             QDBusMessage signal = QDBusMessage::createSignal(
                 QLatin1String("/"), QLatin1String("local.IHNIPCSUPPLYD"),
                 QLatin1String("SUPPLYD_SupplyPercentChanged"));

@@ -3,6 +3,7 @@
 #define HNIPC_BENCHMARKS_RAWCLIENT_H
 
 #include "expected/clientsignals.h"
+#include "support/signature.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QScopedPointer>
@@ -24,7 +25,7 @@ public:
             if (!signal.member)
                 continue; // the one that is no daemon's
             const Expected::Identity &daemon = Expected::identities[signal.server];
-            const QByteArray signature(signal.signature);
+            const QByteArray signature = withoutAliases(signal.signature);
             const QByteArray slot = "1on" + signature.mid(signature.indexOf('('));
             if (!QDBusConnection::systemBus().connect(
                     QLatin1String(daemon.busName), QLatin1String("/"),
@@ -52,13 +53,13 @@ Q_SIGNALS:
 public Q_SLOTS:
     void on() {}
     void on(bool) {}
-    void on(qint32) {}
-    void on(quint32) {}
-    void on(quint64) {}
+    void on(int) {}
+    void on(uint) {}
+    void on(qulonglong) {}
     void on(double value) { Q_EMIT percentChanged(value); }
     void on(const QString &) {}
     void on(const QStringList &) {}
-    void on(int, qint32) {}
+    void on(int, int) {}
     void on(const QString &, const QString &) {}
     void on(const QStringList &, const QString &) {}
 

@@ -21,6 +21,9 @@
 #include <sys/resource.h>
 
 static const int count = 20000;
+// As many deliveries may wait at a time; dbus-broker closes the connections of clients for which it
+// would have to keep more.
+static const int waiting = 100000;
 
 static double processorMicroseconds()
 {
@@ -30,13 +33,14 @@ static double processorMicroseconds()
         + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
 }
 
-// A client in a process of its own, which says what it spent from its being ready on.
+// A client in a process of its own, which says after each portion what it spent from its being ready
+// on.
 class Listener : public QObject
 {
     Q_OBJECT
 
 public:
-    Listener() : m_heard(0), m_before(0) {}
+    explicit Listener(int portion) : m_portion(portion), m_heard(0), m_before(0) {}
 
 public Q_SLOTS:
     void isReady()
@@ -50,21 +54,23 @@ public Q_SLOTS:
     {
         if (value != m_heard)
             qFatal("heard %d where %d was next", int(value), m_heard);
-        if (++m_heard < count)
+        if (++m_heard % m_portion != 0)
             return;
         std::printf("%.1f\n", processorMicroseconds() - m_before);
         std::fflush(stdout);
-        QCoreApplication::quit();
+        if (m_heard == count)
+            QCoreApplication::quit();
     }
 
 private:
+    const int m_portion;
     int m_heard;
     double m_before;
 };
 
-static int listenAs(const QByteArray &kind)
+static int listenAs(const QByteArray &kind, int portion)
 {
-    Listener listener;
+    Listener listener(portion);
     QScopedPointer<QObject> client;
     if (kind == "HNIPC") {
         client.reset(new HNIPC);
@@ -83,35 +89,40 @@ static int listenAs(const QByteArray &kind)
 static QByteArray lineOf(QProcess *process)
 {
     while (!process->canReadLine()) {
-        if (!process->waitForReadyRead(600 * 1000))
-            qFatal("a client has ended");
+        if (!process->waitForReadyRead(60 * 1000))
+            qFatal("a client has ended, or hears nothing any more");
     }
-    return process->readLine();
+    return process->readLine().trimmed();
 }
 
 static void flood(int clients, const QByteArray &kind, int turn)
 {
+    const int portion = qMin(count, waiting / clients);
     std::vector<std::unique_ptr<QProcess>> listeners;
     for (int i = 0; i < clients; ++i) {
         listeners.emplace_back(new QProcess);
         forwardErrors(listeners.back().get());
         listeners.back()->start(QCoreApplication::applicationFilePath(),
                                 QStringList() << QLatin1String("--listen")
-                                              << QString::fromLatin1(kind));
+                                              << QString::fromLatin1(kind)
+                                              << QString::number(portion));
     }
     for (auto &listener : listeners)
         lineOf(listener.get());
 
     QElapsedTimer clock;
     clock.start();
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QLatin1String("org.hnipc.supplyd"), QLatin1String("/"),
-        QLatin1String("local.IHNIPCSUPPLYD"), QLatin1String("flood"));
-    call << count;
-    QDBusConnection::systemBus().send(call);
     double spent = 0;
-    for (auto &listener : listeners)
-        spent += lineOf(listener.get()).toDouble();
+    for (int first = 0; first < count; first += portion) {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            QLatin1String("org.hnipc.supplyd"), QLatin1String("/"),
+            QLatin1String("local.IHNIPCSUPPLYD"), QLatin1String("flood"));
+        call << first << portion;
+        QDBusConnection::systemBus().send(call);
+        spent = 0;
+        for (auto &listener : listeners)
+            spent += lineOf(listener.get()).toDouble();
+    }
     const double delivered = double(count) * clients;
     const double elapsed = double(clock.nsecsElapsed()) / 1000;
     for (auto &listener : listeners)
@@ -127,7 +138,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments();
     if (arguments.value(1) == QLatin1String("--listen"))
-        return listenAs(arguments.value(2).toLatin1());
+        return listenAs(arguments.value(2).toLatin1(), arguments.value(3).toInt());
 
     const DaemonProcess m4(HNIPC_BENCH_M4, "org.hnipc.m4");
     const DaemonProcess supplyd(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");

@@ -40,7 +40,7 @@ static double idleKilobytes(const char *program)
     process.start(QLatin1String(program), QStringList());
     if (!process.waitForFinished() || process.exitCode() != 0)
         qFatal("%s does not run", program);
-    return process.readAllStandardOutput().toDouble();
+    return process.readAllStandardOutput().trimmed().toDouble();
 }
 
 int main(int argc, char **argv)
