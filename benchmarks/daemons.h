@@ -2,21 +2,12 @@
 #ifndef HNIPC_BENCHMARKS_DAEMONS_H
 #define HNIPC_BENCHMARKS_DAEMONS_H
 
-#include <QtCore/QProcess>
+#include "support/mortalprocess.h"
+
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusReply>
-
-// Qt 4 keeps them to itself.
-inline void forwardErrors(QProcess *process)
-{
-#if QT_VERSION >= 0x050000
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-#else
-    Q_UNUSED(process);
-#endif
-}
 
 // A daemon in a process of its own, for as long as this lives.
 class DaemonProcess
@@ -24,7 +15,7 @@ class DaemonProcess
 public:
     DaemonProcess(const char *program, const char *busName)
     {
-        forwardErrors(&m_process);
+        m_process.forwardErrors();
         m_process.start(QLatin1String(program), QStringList());
         if (!m_process.waitForStarted())
             qFatal("no %s", program);
@@ -35,23 +26,10 @@ public:
         }
     }
 
-    ~DaemonProcess()
-    {
-        m_process.terminate();
-        m_process.waitForFinished();
-    }
-
-    qint64 processId() const
-    {
-#if QT_VERSION < 0x050000
-        return m_process.pid();
-#else
-        return m_process.processId();
-#endif
-    }
+    pid_t id() const { return m_process.id(); }
 
 private:
-    QProcess m_process;
+    MortalProcess m_process;
 };
 
 #endif

@@ -194,7 +194,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const DaemonProcess daemon(HNIPC_BENCH_M4, "org.hnipc.m4");
     compareCosts();
-    Screen(daemon.processId()).show();
+    Screen(daemon.id()).show();
     return 0;
 }
 

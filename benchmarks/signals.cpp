@@ -21,7 +21,7 @@
 #include <sys/resource.h>
 
 static const int count = 20000;
-// As many deliveries may wait at a time; dbus-broker closes the connections of clients for which it
+// So many deliveries may wait at a time; dbus-broker closes the connections of clients for which it
 // would have to keep more.
 static const int waiting = 100000;
 
@@ -33,8 +33,7 @@ static double processorMicroseconds()
         + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
 }
 
-// A client in a process of its own, which says after each portion what it spent from its being ready
-// on.
+// A client in a process of its own, which says after each portion what it spent so far.
 class Listener : public QObject
 {
     Q_OBJECT
@@ -98,10 +97,10 @@ static QByteArray lineOf(QProcess *process)
 static void flood(int clients, const QByteArray &kind, int turn)
 {
     const int portion = qMin(count, waiting / clients);
-    std::vector<std::unique_ptr<QProcess>> listeners;
+    std::vector<std::unique_ptr<MortalProcess>> listeners;
     for (int i = 0; i < clients; ++i) {
-        listeners.emplace_back(new QProcess);
-        forwardErrors(listeners.back().get());
+        listeners.emplace_back(new MortalProcess);
+        listeners.back()->forwardErrors();
         listeners.back()->start(QCoreApplication::applicationFilePath(),
                                 QStringList() << QLatin1String("--listen")
                                               << QString::fromLatin1(kind)

@@ -35,8 +35,8 @@ static void run(const char *program)
 
 static double idleKilobytes(const char *program)
 {
-    QProcess process;
-    forwardErrors(&process);
+    MortalProcess process;
+    process.forwardErrors();
     process.start(QLatin1String(program), QStringList());
     if (!process.waitForFinished() || process.exitCode() != 0)
         qFatal("%s does not run", program);

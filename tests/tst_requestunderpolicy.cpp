@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "requests.h"
 #include "support/fakedaemons.h"
+#include "support/faultybus.h"
 #include "support/onbroker.h"
-#include "support/policybus.h"
 #include "support/qtmajors.h"
 #include "support/roundtrip.h"
 
@@ -89,9 +89,9 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // It forbids a call, and to ask who is there, and carries two calls in flight.
-    PolicyBus bus("<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>"
-                  "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>",
-                  "<limit name='max_replies_per_connection'>2</limit>");
+    const FaultyBus bus("<limit name='max_replies_per_connection'>2</limit>",
+                        "<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>"
+                        "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>");
     tst_RequestUnderPolicy test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/policybus.h"
+#include "support/faultybus.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipcserver.h>
@@ -50,8 +50,9 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // It answers nobody who owns a name, and lets nobody own the print engine's.
-    PolicyBus bus("<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
-                  "<deny own='org.hnipc.m4'/>");
+    const FaultyBus bus(QByteArray(),
+                        "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
+                        "<deny own='org.hnipc.m4'/>");
     tst_ServerUnderPolicy test;
     return QTest::qExec(&test, argc, argv);
 }

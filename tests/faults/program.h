@@ -2,7 +2,7 @@
 #ifndef HNIPC_TESTS_PROGRAM_H
 #define HNIPC_TESTS_PROGRAM_H
 
-#include "mortalprocess.h"
+#include "support/mortalprocess.h"
 #include "support/waituntil.h"
 
 #include <QtCore/QFile>

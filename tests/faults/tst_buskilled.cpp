@@ -3,8 +3,8 @@
 #include "clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
-#include "faultybus.h"
 #include "program.h"
+#include "support/faultybus.h"
 #include "support/memory.h"
 #include "support/wirepeer.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
-#include "faultybus.h"
 #include "program.h"
+#include "support/faultybus.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipc.h>

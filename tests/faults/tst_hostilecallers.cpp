@@ -2,9 +2,9 @@
 #include "chance.h"
 #include "expected/identities.h"
 #include "expected/serverslots.h"
-#include "faultybus.h"
 #include "program.h"
 #include "rawwire.h"
+#include "support/faultybus.h"
 #include "support/memory.h"
 
 #include <QtTest/QTest>

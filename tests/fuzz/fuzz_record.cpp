@@ -9,7 +9,7 @@
 // An input is a D-Bus type and, behind a zero, the bytes of a value of this type in GVariant's own
 // form, in which there are no wrong bytes: what makes no sense reads as a default.
 
-#include "faults/faultybus.h"
+#include "support/faultybus.h"
 
 #include <hnipc/hnipc.h>
 

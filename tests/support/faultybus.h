@@ -7,13 +7,14 @@
 #include <QtCore/QFile>
 #include <QtCore/QTemporaryFile>
 
-// A private bus in the system bus' place that can die and come back at the same address. To be made
-// before the first Qt connection.
+// A private bus in the system bus' place that allows everything but what the rules deny, and can die
+// and come back at the same address. To be made before the first Qt connection.
 class FaultyBus
 {
 public:
-    // The limits are elements of the bus' configuration.
-    explicit FaultyBus(const QByteArray &limits = QByteArray())
+    // Both are elements of the bus' configuration.
+    explicit FaultyBus(const QByteArray &limits = QByteArray(),
+                       const QByteArray &rules = QByteArray())
     {
         if (!m_configuration.open()) {
             qFatal("no place for a bus");
@@ -29,7 +30,8 @@ public:
               "<auth>EXTERNAL</auth>"
             + limits
             + "<policy context='default'><allow own='*'/><allow eavesdrop='true'/>"
-              "<allow send_destination='*' eavesdrop='true'/></policy></busconfig>");
+              "<allow send_destination='*' eavesdrop='true'/>"
+            + rules + "</policy></busconfig>");
         m_configuration.close();
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
