@@ -1,9 +1,10 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# exports_test.sh LIBRARY SONAME CLASSES [calls]: what the shared library shows is the public
+# exports_test.sh LIBRARY SONAME CLASSES [calls|CLASS]: what the shared library shows is the public
 # classes, which are named with blanks between, and nothing else; with "calls" the two operators of
-# the supply record, the fourteen call members and the version, too.
+# the supply record, the fourteen call members and the version, too; with CLASS one that is no
+# QObject.
 
 set -euo pipefail
 library=$1
@@ -30,7 +31,9 @@ for class in $classes; do
     expected+="$class::staticMetaObject"$'\n'
 done
 
-if [ "$extra" = calls ]; then
+if [ "$extra" != calls ]; then
+    classes+=${extra:+ $extra}
+else
     server='HNIPCServer::ServerType'
     value='QVariant const&'
     parameters="($server, QString const&, $value, $value, $value, $value, $value)"

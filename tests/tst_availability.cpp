@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
+#include "asyncdaemons.h"
 #include "support/busprocess.h"
-#include "support/fakedaemons.h"
 #include "support/privatebus.h"
-#include "support/roundtrip.h"
+#include "support/listener.h"
 #include "support/signalrecorder.h"
 #include "support/waituntil.h"
 
 #include <hnipc/hnipcavailability.h>
 
 #include <QtCore/QMetaProperty>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
+#include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
 
 using namespace Expected;
@@ -62,6 +64,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void init();
+    void onlyTheBusIsAskedAndOnlyOnce();
     void propertiesNotify_data();
     void propertiesNotify();
     void daemonsThatAreThereBefore_data();
@@ -73,9 +76,12 @@ private Q_SLOTS:
     void daemonComesBeforeTheBusHasTold_data();
     void daemonComesBeforeTheBusHasTold();
     void otherNamesAreNoDaemons();
-    void onlyTheBusIsAskedAndOnlyOnce();
     void constructionDoesNotWaitForTheBus();
     void mayBeDestroyedAtAnyTime();
+    void deletedInItsOwnSignal_data();
+    void deletedInItsOwnSignal();
+    void receiverTurnsTheEventLoop();
+    void mayBeMovedToAThread();
 
 private:
     // Messages that this process has sent since the last time.
@@ -93,12 +99,12 @@ private:
         return result;
     }
 
-    QScopedPointer<FakeDaemons> m_daemons;
+    QScopedPointer<AsyncDaemons> m_daemons;
 };
 
 void tst_Availability::initTestCase()
 {
-    m_daemons.reset(new FakeDaemons(false));
+    m_daemons.reset(new AsyncDaemons(false));
 }
 
 void tst_Availability::cleanupTestCase()
@@ -110,6 +116,56 @@ void tst_Availability::init()
 {
     m_daemons->takeCalls();
     makeRoundTrip();
+}
+
+// The first object of the process.
+void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
+{
+    m_daemons->FakeDaemons::start(M4);
+    WireMonitor monitor;
+
+    HNIPCAvailability availability;
+    QVERIFY(becomesKnown(availability));
+    // Each name is watched before it is asked for, or what happens between would be lost.
+    Lines expected = Lines()
+        << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
+           "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
+    for (const Identity &identity : identities) {
+        const QByteArray name = identity.busName;
+        expected << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
+                    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" + name
+                + "'\",)"
+                 << "NameHasOwner ('" + name + "',)";
+    }
+    Lines sent;
+    const QList<WireMessage> messages = takeSent(&monitor);
+    for (const WireMessage &message : messages) {
+        QCOMPARE(message.destination, QByteArray("org.freedesktop.DBus"));
+        sent.append(message.member + ' ' + message.body);
+    }
+    QCOMPARE(sent, expected);
+
+    // From here on it listens, for all objects of the process.
+    HNIPCAvailability another;
+    QVERIFY(becomesKnown(another));
+    QVERIFY(another.hasM4() && !another.hasIoexpd() && !another.hasSupplyd());
+    for (int i = 0; i < 3; ++i) {
+        for (int server = 0; server < ServerCount; ++server) {
+            if (server == M4) {
+                m_daemons->stop(M4);
+                m_daemons->start(M4);
+            } else {
+                m_daemons->start(server);
+                m_daemons->stop(server);
+            }
+        }
+    }
+    QVERIFY(takeSent(&monitor).isEmpty());
+    m_daemons->stop(M4);
+    QCOMPARE(m_daemons->takeCalls().size(), 0);
+    for (int server = 0; server < ServerCount; ++server) {
+        QCOMPARE((*m_daemons)[server].introspections(), 0);
+    }
 }
 
 void tst_Availability::propertiesNotify_data()
@@ -227,6 +283,7 @@ void tst_Availability::daemonIsReplacedWithoutAGap()
     WirePeer first;
     WirePeer second;
     QVERIFY(first.takeOver(identities[M4].busName));
+    QVERIFY(m_daemons->passFence());
     HNIPCAvailability availability;
     QVERIFY(becomesKnown(availability));
     QVERIFY(availability.hasM4());
@@ -303,53 +360,6 @@ void tst_Availability::otherNamesAreNoDaemons()
     QVERIFY(!hasAny(availability));
 }
 
-void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
-{
-    WireMonitor monitor;
-    m_daemons->start(M4);
-    QVERIFY(takeSent(&monitor).isEmpty());
-
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    // Each name is watched before it is asked for, or what happens between would be lost.
-    Lines expected = Lines()
-        << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
-           "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
-    for (const Identity &identity : identities) {
-        const QByteArray name = identity.busName;
-        expected << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
-                    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" + name
-                + "'\",)"
-                 << "NameHasOwner ('" + name + "',)";
-    }
-    Lines sent;
-    const QList<WireMessage> messages = takeSent(&monitor);
-    for (const WireMessage &message : messages) {
-        QCOMPARE(message.destination, QByteArray("org.freedesktop.DBus"));
-        sent.append(message.member + ' ' + message.body);
-    }
-    QCOMPARE(sent, expected);
-
-    // From here on it listens.
-    for (int i = 0; i < 3; ++i) {
-        for (int server = 0; server < ServerCount; ++server) {
-            if (server == M4) {
-                m_daemons->stop(M4);
-                m_daemons->start(M4);
-            } else {
-                m_daemons->start(server);
-                m_daemons->stop(server);
-            }
-        }
-    }
-    QVERIFY(takeSent(&monitor).isEmpty());
-    m_daemons->stop(M4);
-    QCOMPARE(m_daemons->takeCalls().size(), 0);
-    for (int server = 0; server < ServerCount; ++server) {
-        QCOMPARE((*m_daemons)[server].introspections(), 0);
-    }
-}
-
 void tst_Availability::constructionDoesNotWaitForTheBus()
 {
     m_daemons->start(SUPPLYD);
@@ -380,6 +390,71 @@ void tst_Availability::mayBeDestroyedAtAnyTime()
     m_daemons->stop(M4);
     QVERIFY(other.isKnown());
     QVERIFY(!other.hasM4());
+}
+
+void tst_Availability::deletedInItsOwnSignal_data()
+{
+    QTest::addColumn<QByteArray>("signal");
+    QTest::newRow("ioexpdChanged") << QByteArray(SIGNAL(ioexpdChanged(bool)));
+    QTest::newRow("m4Changed") << QByteArray(SIGNAL(m4Changed(bool)));
+    QTest::newRow("supplydChanged") << QByteArray(SIGNAL(supplydChanged(bool)));
+    QTest::newRow("knownChanged") << QByteArray(SIGNAL(knownChanged(bool)));
+}
+
+void tst_Availability::deletedInItsOwnSignal()
+{
+    QFETCH(QByteArray, signal);
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons->start(server);
+    }
+    const QPointer<HNIPCAvailability> availability = new HNIPCAvailability;
+    Listener listener(availability, signal.constData(), [&]() { delete availability.data(); });
+    QVERIFY(waitUntil([&]() { return availability.isNull(); }));
+    QVERIFY(m_daemons->passFence());
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons->stop(server);
+    }
+}
+
+void tst_Availability::receiverTurnsTheEventLoop()
+{
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons->start(server);
+    }
+    HNIPCAvailability availability;
+    SignalRecorder recorder(&availability);
+    // Passing the bus thread posts something new: without that, Qt's GLib event loop does not see what
+    // was queued before it was nested.
+    Listener listener(&availability, SIGNAL(ioexpdChanged(bool)), [&]() {
+        passBusThread();
+        waitUntil([&]() { return availability.isKnown(); });
+    });
+    QVERIFY(becomesKnown(availability));
+    QVERIFY(m_daemons->passFence());
+    QCOMPARE(recorder.take(),
+             Lines() << line("ioexpdChanged(bool)", true) << line("m4Changed(bool)", true)
+                     << line("supplydChanged(bool)", true) << line("knownChanged(bool)", true));
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons->stop(server);
+    }
+}
+
+void tst_Availability::mayBeMovedToAThread()
+{
+    m_daemons->start(M4);
+    QThread thread;
+    thread.start();
+    HNIPCAvailability *const availability = new HNIPCAvailability;
+    Listener *const listener = new Listener(availability, SIGNAL(knownChanged(bool)), [&]() {
+        if (QThread::currentThread() == &thread && availability->hasM4()) {
+            thread.quit();
+        }
+    });
+    listener->setParent(availability);
+    availability->moveToThread(&thread);
+    QVERIFY(waitUntil([&]() { return thread.isFinished(); }));
+    delete availability;
+    m_daemons->stop(M4);
 }
 
 HNIPC_TEST_MAIN(tst_Availability)

@@ -16,7 +16,7 @@ using namespace Expected;
 
 namespace {
 
-const int inFlight = 120; // of which 20 wait for their turn
+const int inFlight = 120; // most of which wait for their turn
 
 // A number of requests in flight, which nobody answers.
 struct Requests
@@ -53,10 +53,9 @@ std::unique_ptr<HNIPCAvailability> staticAvailability;
 int end(const QByteArray &way, int argc, char **argv)
 {
     std::unique_ptr<QCoreApplication> application(new QCoreApplication(argc, argv));
-    // Calls of one program reach a daemon in their order. So those that nobody answers are with the
-    // daemon, too.
+    // Sent after the others, and answered by another daemon: then the others are with theirs.
     HNIPCRequest answered;
-    answered.setCall(HNIPC_METHOD(getError));
+    answered.setCall(HNIPC_METHOD(supplySupplyPercent));
     std::unique_ptr<Requests> requests(new Requests);
     std::unique_ptr<HNIPCAvailability> availability(new HNIPCAvailability);
     if (way == "answers under way") {
@@ -68,21 +67,21 @@ int end(const QByteArray &way, int argc, char **argv)
         return 0;
     }
     if (way == "cancelled" || way == "deleted") {
-        answered.send();
         requests->send();
+        answered.send();
+        waitUntilFinished(answered);
         for (HNIPCRequest &request : requests->requests) {
             request.cancel();
         }
         if (way == "deleted") {
             requests.reset();
         }
-        waitUntilFinished(answered);
         std::printf("%d\n", answered.outcome() == HNIPCRequest::Answered ? inFlight : -1);
         return 0;
     }
 
-    answered.send();
     requests->send();
+    answered.send();
     waitUntilFinished(answered);
     waitUntil([&availability]() { return availability->isKnown(); });
     const bool isPending = requests->allArePending();
@@ -148,6 +147,7 @@ void tst_RequestAtExit::programEndsWithoutAFault()
     FakeDaemons daemons;
     daemons[M4].hold("getAlert");
     daemons[M4].answer("getError", "(7,)");
+    daemons[SUPPLYD].answer("supplySupplyPercent", "(12.5,)");
     QProcess program;
     // So the GNU allocator notices when somebody writes to what is free.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

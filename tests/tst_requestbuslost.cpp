@@ -33,8 +33,8 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
     const QByteArray noBus =
         "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
     const QByteArray sent = emission("stateChanged()");
-    const Lines finished = Lines() << emission("finished()") << emission("stateChanged()");
-    const int inFlight = 100;
+    const Lines finished = Lines() << emission("stateChanged()") << emission("finished()");
+    const int inFlight = 32;
     const int waiting = 20;
 
     FakeDaemons daemons;
@@ -64,12 +64,24 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
     QVERIFY(deleted->send());
     deleted.reset();
 
+    // Those that wait for another daemon.
+    std::vector<std::unique_ptr<HNIPCRequest>> others;
+    daemons[IOEXPD].hold("printerSoftCancel");
+    for (int i = 0; i < inFlight + 1; ++i) {
+        others.emplace_back(new HNIPCRequest);
+        others.back()->setCall(HNIPC_METHOD(printerSoftCancel));
+        QVERIFY(others.back()->send());
+    }
+    QVERIFY(waitUntil([&]() { return daemons[IOEXPD].held() == inFlight; }));
+
     HNIPCAvailability hasty; // which the bus may not have told anything when it dies
     bus.kill();
     for (const auto &request : requests) {
         QVERIFY(waitUntilFinished(*request));
     }
     QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
+    QVERIFY(waitUntilFinished(*others.back()));
+    QCOMPARE(outcomeOf(*others.back()), noBus);
     for (int i = 0; i < inFlight + waiting; ++i) {
         QCOMPARE(outcomeOf(*requests[i]), i < inFlight ? lost : noBus);
     }

@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: MIT
+#include "asyncdaemons.h"
 #include "clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "requests.h"
-#include "support/fakedaemons.h"
+#include "support/listener.h"
 #include "support/privatebus.h"
-#include "support/roundtrip.h"
+#include "support/qtmajors.h"
 
 #include <hnipc/hnipc.h>
 #include <hnipc/hnipcrequest.h>
 
+#include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtDBus/QDBusConnection>
 
@@ -24,9 +26,6 @@ const int rounds = 6;
 const char intRange[] = "int (-2147483648 to 2147483647)";
 const char uintRange[] = "quint32 (0 to 4294967295)";
 const char ulonglongRange[] = "quint64 (0 to 18446744073709551615)";
-
-typedef bool (HNIPC::*SendNumber)(int, int, quint64);
-typedef bool (HNIPC::*SendText)(int, int, QString);
 
 QByteArray nameOf(const ClientSlot &slot)
 {
@@ -93,7 +92,16 @@ private Q_SLOTS:
     void thereIsNoSuchMethod();
     void otherArgumentReplacesAnEqualOne();
     void typedCallHasTheDeclaredTypes();
-    void typedOverloadIsNamedByItsPointer();
+    void typedOverloadIsNamedByItsType();
+    void numberOutOfRangeIsRefused_data();
+    void numberOutOfRangeIsRefused();
+    void missingArgumentIsRefused();
+    void receiverOfSetCallMayDestroyTheRequest();
+    void answerHasTheTypeOfTheMethod();
+    void answerOfAnotherTypeIsNone();
+    void commandIsDoneUnlessItsAnswerIsFalse();
+    void singleCallDeletesItself();
+    void singleCallCallsAFunction();
     void answerIsOfTheDeclaredTypeOrUnknown_data();
     void answerIsOfTheDeclaredTypeOrUnknown();
     void methodWithoutAnswerTakesAny();
@@ -135,13 +143,13 @@ private:
         return outcomeOfSending(request);
     }
 
-    QScopedPointer<FakeDaemons> m_daemons;
+    QScopedPointer<AsyncDaemons> m_daemons;
     QScopedPointer<WireMonitor> m_monitor;
 };
 
 void tst_RequestMethods::initTestCase()
 {
-    m_daemons.reset(new FakeDaemons);
+    m_daemons.reset(new AsyncDaemons);
     m_monitor.reset(new WireMonitor);
     // The first of a process also subscribes to the end of the bus.
     outcomeOfCalling("getError", QVariantList());
@@ -644,16 +652,240 @@ void tst_RequestMethods::typedCallHasTheDeclaredTypes()
                                        "(1, -1, 'label')"));
 }
 
-void tst_RequestMethods::typedOverloadIsNamedByItsPointer()
+void tst_RequestMethods::typedOverloadIsNamedByItsType()
 {
     HNIPCRequest request;
-    request.setCall("sendMCCMessage", static_cast<SendNumber>(&HNIPC::sendMCCMessage), 1, 2, 5);
+    request.setCall(HNIPC_OVERLOAD(sendMCCMessage, bool(int, int, quint64)), 1, 2, 5);
     outcomeOfSending(request);
     QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.sendMCCMessage iit (1, 2, uint64 5)"));
-    request.setCall("sendMCCMessage", static_cast<SendText>(&HNIPC::sendMCCMessage), 1, 2,
+    request.setCall(HNIPC_OVERLOAD(sendMCCMessage, bool(int, int, QString)), 1, 2,
                     QLatin1String("5"));
     outcomeOfSending(request);
     QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.sendMCCMessage iis (1, 2, '5')"));
+}
+
+namespace {
+
+enum Steps { Backward = -1, Forward = 400 };
+
+void addWrong(const char *name, const HNIPCRequest &request, const char *error)
+{
+    QTest::newRow(name) << request.method() << request.arguments() << QByteArray(error);
+}
+
+// With the arguments that setCall() makes.
+template <typename Method, typename... Arguments>
+void addWrongCall(const char *name, const char *error, const Method &method,
+                  const Arguments &...arguments)
+{
+    HNIPCRequest request;
+    request.setCall(method, arguments...);
+    addWrong(name, request, error);
+}
+
+} // namespace
+
+void tst_RequestMethods::numberOutOfRangeIsRefused_data()
+{
+    QTest::addColumn<QString>("method");
+    QTest::addColumn<QVariantList>("arguments");
+    QTest::addColumn<QByteArray>("error");
+    addWrongCall("-1 steps",
+                 "argument 1 (steps) of forwardFeed has to be quint32 (0 to 4294967295), not -1",
+                 HNIPC_METHOD(forwardFeed), -1);
+    addWrongCall("negative enumerator",
+                 "argument 1 (steps) of forwardFeed has to be quint32 (0 to 4294967295), not -1",
+                 HNIPC_METHOD(forwardFeed), Backward);
+    addWrongCall("one step too many",
+                 "argument 1 (steps) of forwardFeed has to be quint32 (0 to 4294967295), "
+                 "not 4294967296",
+                 HNIPC_METHOD(forwardFeed), Q_INT64_C(4294967296));
+    addWrongCall("highest",
+                 "argument 1 (steps) of forwardFeed has to be quint32 (0 to 4294967295), "
+                 "not 18446744073709551615",
+                 HNIPC_METHOD(forwardFeed), std::numeric_limits<quint64>::max());
+    addWrongCall("beyond int",
+                 "argument 2 (value) of setUserSetting has to be int (-2147483648 to 2147483647), "
+                 "not 2147483648",
+                 HNIPC_METHOD(setUserSetting), 1, 2147483648u);
+    addWrongCall("below int",
+                 "argument 2 (value) of setUserSetting has to be int (-2147483648 to 2147483647), "
+                 "not -2147483649",
+                 HNIPC_METHOD(setUserSetting), 1, Q_INT64_C(-2147483649));
+    addWrongCall("-1 as 64 bits",
+                 "argument 3 (value) of sendMCCMessage has to be "
+                 "quint64 (0 to 18446744073709551615) or QString, not -1",
+                 HNIPC_OVERLOAD(sendMCCMessage, bool(int, int, quint64)), 1, 2, -1);
+}
+
+void tst_RequestMethods::numberOutOfRangeIsRefused()
+{
+    QFETCH(QString, method);
+    QFETCH(QVariantList, arguments);
+    QFETCH(QByteArray, error);
+    HNIPCRequest request;
+    request.setMethod(method);
+    request.setArguments(arguments);
+    QCOMPARE(outcomeOfSending(request),
+             "NotSent org.freedesktop.DBus.Error.InvalidArgs: " + error);
+    QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
+    QVERIFY(takeSent().isEmpty());
+
+    // The last that fit.
+    request.setCall(HNIPC_METHOD(forwardFeed), Forward);
+    outcomeOfSending(request);
+    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 400,)"));
+    request.setCall(HNIPC_METHOD(forwardFeed), Q_INT64_C(4294967295));
+    outcomeOfSending(request);
+    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 4294967295,)"));
+}
+
+void tst_RequestMethods::missingArgumentIsRefused()
+{
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(setUserSetting), 1);
+    QCOMPARE(outcomeOfSending(request),
+             QByteArray("NotSent org.freedesktop.DBus.Error.InvalidArgs: "
+                        "setUserSetting takes 2 arguments, not 1"));
+    QVERIFY(takeSent().isEmpty());
+}
+
+void tst_RequestMethods::receiverOfSetCallMayDestroyTheRequest()
+{
+    const QPointer<HNIPCRequest> request = new HNIPCRequest;
+    Listener listener(request, SIGNAL(methodChanged()), [&]() { delete request.data(); });
+    request->setCall(HNIPC_METHOD(forwardFeed), 5);
+    QVERIFY(request.isNull());
+}
+
+void tst_RequestMethods::answerHasTheTypeOfTheMethod()
+{
+    (*m_daemons)[M4].answer("printerLid", "(true,)");
+    (*m_daemons)[M4].answer("m4Version", "('1.0',)");
+    (*m_daemons)[M4].answerError("getError", "org.hnipc.Error.Busy", "no");
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(printerLid));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    const HNIPCAnswer<bool> lid(request);
+    QVERIFY(lid.isAnswered());
+    QVERIFY(lid.value());
+    QVERIFY(lid.valueOr(false));
+    QVERIFY(lid.isDone());
+
+    request.setCall(HNIPC_METHOD(m4Version));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    QCOMPARE(HNIPCAnswer<QString>(request).value(), text("1.0"));
+
+    request.setCall(HNIPC_METHOD(getError));
+    outcomeOfSending(request);
+    const HNIPCAnswer<int> code(request);
+    QVERIFY(!code.isAnswered());
+    QVERIFY(!code.isDone());
+    QCOMPARE(code.valueOr(-7), -7);
+    QCOMPARE(code.outcome(), HNIPCRequest::Refused);
+    QCOMPARE(code.reason(), HNIPCRequest::DaemonError);
+    QCOMPARE(code.errorName(), text("org.hnipc.Error.Busy"));
+    QCOMPARE(code.errorText(), text("no"));
+
+    request.setCall(HNIPC_METHOD(supplyModuleReady), 1, -1, text("label"));
+    (*m_daemons)[SUPPLYD].answer("supplyModuleReady", "()");
+    outcomeOfSending(request);
+    const HNIPCAnswer<void> ready(request);
+    QVERIFY(ready.isAnswered());
+    QVERIFY(ready.isDone());
+    QCOMPARE(ready.outcome(), HNIPCRequest::Answered);
+    QCOMPARE(ready.reason(), HNIPCRequest::NoReason);
+}
+
+void tst_RequestMethods::answerOfAnotherTypeIsNone()
+{
+    (*m_daemons)[M4].answer("printerLid", "(true,)");
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(printerLid));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    QVERIFY(!HNIPCAnswer<int>(request).isAnswered());
+    QCOMPARE(HNIPCAnswer<int>(request).valueOr(-7), -7);
+
+    (*m_daemons)[M4].answer("printerLid", "(1,)");
+    outcomeOfSending(request);
+    const HNIPCAnswer<bool> lid(request);
+    QVERIFY(!lid.isAnswered());
+    QCOMPARE(lid.reason(), HNIPCRequest::WrongType);
+    QCOMPARE(lid.outcome(), HNIPCRequest::Unknown);
+}
+
+void tst_RequestMethods::commandIsDoneUnlessItsAnswerIsFalse()
+{
+    (*m_daemons)[M4].answer("forwardFeed", "(false,)");
+    HNIPCRequest request;
+    QVERIFY(!request.isDone());
+    request.setCall(HNIPC_METHOD(forwardFeed), 5);
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    QVERIFY(!request.isDone());
+    QVERIFY(HNIPCAnswer<bool>(request).isAnswered());
+    QVERIFY(!HNIPCAnswer<bool>(request).isDone());
+    (*m_daemons)[M4].answer("forwardFeed", "(true,)");
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    QVERIFY(request.isDone());
+    QVERIFY(request.send());
+    QVERIFY(!request.isDone());
+    QVERIFY(waitUntilFinished(request));
+    // Not every 0 is a refusal.
+    (*m_daemons)[M4].answer("getError", "(0,)");
+    request.setCall(HNIPC_METHOD(getError));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    QVERIFY(request.isDone());
+}
+
+void tst_RequestMethods::singleCallDeletesItself()
+{
+    (*m_daemons)[M4].answer("setUserSetting", "(true,)");
+    const QPointer<HNIPCRequest> request = hnipcCall(HNIPC_METHOD(setUserSetting), 1, 2).send();
+    QVERIFY(request);
+    QVERIFY(request->isPending());
+    QCOMPARE(request->deadline(), -1);
+    QByteArray outcome;
+    Listener listener(request, SIGNAL(finished()), [&]() { outcome = outcomeOf(*request); });
+    QVERIFY(waitUntil([&]() { return request.isNull(); }));
+    QCOMPARE(outcome, QByteArray("Answered"));
+    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (1, 2)"));
+
+    QObject parent;
+    (*m_daemons)[M4].ignore("getError");
+    const QPointer<HNIPCRequest> late = hnipcCall(HNIPC_METHOD(getError)).within(30).send(&parent);
+    QCOMPARE(late->parent(), &parent);
+    QCOMPARE(late->deadline(), 30);
+    Listener lateListener(late, SIGNAL(finished()), [&]() { outcome = outcomeOf(*late); });
+    QVERIFY(waitUntil([&]() { return late.isNull(); }));
+    QVERIFY(outcome.contains("Timeout"));
+}
+
+void tst_RequestMethods::singleCallCallsAFunction()
+{
+#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+    HNIPC_SKIP("Qt 4 has no connections to functions");
+#else
+    (*m_daemons)[M4].answer("printerLid", "(true,)");
+    QObject context;
+    QByteArray lid;
+    const QPointer<HNIPCRequest> request
+        = hnipcCall(HNIPC_METHOD(printerLid)).then(&context, [&](const HNIPCAnswer<bool> &answer) {
+              lid = answer.isAnswered() && answer.value() ? "open" : "not known";
+          });
+    QCOMPARE(request->parent(), &context);
+    QVERIFY(waitUntil([&]() { return request.isNull(); }));
+    QCOMPARE(lid, QByteArray("open"));
+
+    // Not where the context is gone.
+    bool isCalled = false;
+    QScopedPointer<QObject> gone(new QObject);
+    hnipcCall(HNIPC_METHOD(printerLid)).then(gone.data(), [&](const HNIPCAnswer<bool> &) {
+        isCalled = true;
+    });
+    gone.reset();
+    QVERIFY(m_daemons->passFence());
+    QVERIFY(!isCalled);
+#endif
 }
 
 void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()

@@ -81,7 +81,7 @@ void tst_RequestUnderPolicy::refusedQuestionTellsNothing()
         QVERIFY(!availability.isKnown());
         daemons.start(server);
     }
-    QVERIFY(availability.isKnown());
+    QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
     QVERIFY(availability.hasIoexpd() && availability.hasM4() && availability.hasSupplyd());
 }
 

@@ -49,8 +49,8 @@ void tst_RequestWithoutBus::noMethodIsSent()
     request.setMethod(QString::fromLatin1(signature.left(signature.indexOf('('))));
     request.setArguments(values(argumentSamples(signature, 1)));
     SignalRecorder recorder(&request);
-    const Lines once = Lines() << emission("stateChanged()") << emission("finished()")
-                               << emission("stateChanged()");
+    const Lines once = Lines() << emission("stateChanged()") << emission("stateChanged()")
+                               << emission("finished()");
     QCOMPARE(outcomeOfSending(request),
              QByteArray("NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus"));
     QCOMPARE(recorder.take(), once);
@@ -82,8 +82,7 @@ void tst_RequestWithoutBus::cancelledRequestIsNotSent()
     request.setCall(HNIPC_METHOD(getError));
     QVERIFY(request.send());
     request.cancel();
-    QCOMPARE(outcomeOf(request),
-             QByteArray("NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus"));
+    QCOMPARE(outcomeOf(request), QByteArray("NotSent org.hnipc.Error.Cancelled: cancelled"));
 }
 
 void tst_RequestWithoutBus::noDaemonIsAvailable()

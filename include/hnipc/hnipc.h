@@ -15,59 +15,69 @@
 class HNIPCPrivate;
 
 /**
- * The printer, as an application sees it.
+ * The printer, with blocking calls. An application that must not stand still, such as one with a
+ * screen, uses HNIPCEvents, HNIPCReading and HNIPCRequest in its place.
  *
- * Each method is one blocking call on the system bus to the daemon that its group names, and
- * answers what the daemon answers: no argument is checked or altered, no answer is kept. The
- * method blocks its thread until the daemon has replied, up to the bus's timeout.
+ * Each method is one call on the system bus to the daemon that its group names, and returns the
+ * daemon's reply: no argument is checked or altered, no reply is kept. The method blocks its thread
+ * until the daemon has replied, for up to 25 s, which is the default timeout of the bus library.
  *
- * Failures are quiet. A daemon that is absent, refuses, does not reply in time or answers another
- * type gives the value on failure, which is the empty value of the result type and stands at every
- * query; a command gives false; a method without a result just returns. It cannot be told from the
- * same value given by the daemon. Once the event loop has seen a daemon leave, nothing is sent to
- * it, nor is anything sent later; once it has seen the daemon return, the next call uses it.
+ * The constructor blocks as well. It calls each daemon that is running, for its introspection data,
+ * and waits up to 25 s for each that does not reply. The event loop does the same when a daemon
+ * appears.
  *
- * The daemons' events arrive as the signals of this class, through the event loop of the thread
- * that owns the object, which is the only thread to use it from. They arrive for as long as the
- * object lives, whenever the daemon starts or starts again.
+ * Failures are quiet. If the daemon is not running, replies with an error or with another type, or
+ * does not reply in time, the method returns its value on failure: the empty value of the result
+ * type, which is given at every query; a command returns false; a method without a result just
+ * returns. It looks the same as that value sent by the daemon. Once the event loop has seen a daemon
+ * leave, nothing is sent to it, and calls are neither queued nor retried; once it has seen the daemon
+ * return, the next call uses it.
+ *
+ * The daemons' events arrive as the signals of this class, through the event loop, for as long as
+ * the object lives, whenever a daemon starts or restarts.
+ *
+ * The object is created in the thread that uses it, and belongs to that thread: never move it to
+ * another thread, nor its parent. In a child process made by fork() without exec(), its calls do not
+ * return, nor does the constructor of another one.
  *
  * Wherever a value is "the daemon's", the daemon defines its unit and meaning; the library carries
- * it untouched. So it is with a printer name: a null string, which is its default, arrives as an
- * empty one, and which printer that means is the daemon's.
+ * it untouched. A printer name, too: a null string, which is its default, arrives as an empty one,
+ * and the daemon defines which printer that means.
  *
- * A signal returns what a directly connected receiver did, and without one nothing defined.
+ * A signal returns what a directly connected receiver returned. Without a receiver its result is
+ * undefined.
  *
  * The order of signals and slots is part of the binary interface and never changes.
  */
 class HNIPC_EXPORT HNIPC : public QObject
 {
     Q_OBJECT
-    /// @name For QML screens: each read is one call of its method, the signal the cue to read again
+    /// @name For QML: each read is one blocking call of its method, to be repeated on the signal
     /// @{
 
-    /// What supplySupplyPercent() answers; SupplyPercentChanged() is its signal.
+    /// The reply of supplySupplyPercent(); SupplyPercentChanged() is its signal.
     Q_PROPERTY(double qmlSupplyPercent READ supplySupplyPercent NOTIFY SupplyPercentChanged)
-    /// What supplySupplyRGB() answers; SupplyRGBChanged() is its signal.
+    /// The reply of supplySupplyRGB(); SupplyRGBChanged() is its signal.
     Q_PROPERTY(QString qmlSupplyColorRGB READ supplySupplyRGB NOTIFY SupplyRGBChanged)
-    /// What supplyRibbon1Percent() answers; Ribbon1PercentChanged() is its signal.
+    /// The reply of supplyRibbon1Percent(); Ribbon1PercentChanged() is its signal.
     Q_PROPERTY(double qmlRibbonPercent READ supplyRibbon1Percent NOTIFY Ribbon1PercentChanged)
-    /// What supplyRibbon1RGBs() answers; Ribbon1RGBsChanged() is its signal.
+    /// The reply of supplyRibbon1RGBs(); Ribbon1RGBsChanged() is its signal.
     Q_PROPERTY(QStringList qmlRibbonColorRGBs READ supplyRibbon1RGBs NOTIFY Ribbon1RGBsChanged)
-    /// What supplySKUCached() answers; SupplyChanged() is its signal.
+    /// The reply of supplySKUCached(); SupplyChanged() is its signal.
     Q_PROPERTY(QString qmlSupplySKU READ supplySKUCached NOTIFY SupplyChanged)
-    /// What getError() answers; Error() is its signal.
+    /// The reply of getError(); Error() is its signal.
     Q_PROPERTY(int qmlPrintEngineErrorCode READ getError NOTIFY Error)
-    /// What getAlert() answers; Alert() is its signal.
+    /// The reply of getAlert(); Alert() is its signal.
     Q_PROPERTY(int qmlPrintEngineAlertCode READ getAlert NOTIFY Alert)
-    /// What getBatteryStatus() answers; M4BatteryUpdate() is its signal.
+    /// The reply of getBatteryStatus(); M4BatteryUpdate() is its signal.
     Q_PROPERTY(int qmlBatteryStatus READ getBatteryStatus NOTIFY M4BatteryUpdate)
     /// @}
 
 public:
-    /// Comes after the QCoreApplication. Blocks while the daemons that are on the bus are asked for
-    /// their interface; the event loop does the same when one appears.
-    explicit HNIPC(QObject *parent = 0);
-    /// Ends the signals. No daemon is told.
+    /// Construct it after the QCoreApplication. Blocks until each daemon that is running has replied
+    /// to a call for its introspection data, up to 25 s for each.
+    explicit HNIPC(QObject *parent = nullptr);
+    /// Ends the subscriptions. Sends nothing to the daemons.
     virtual ~HNIPC();
 
 Q_SIGNALS:

@@ -8,55 +8,54 @@
 #include <QtCore/QScopedPointer>
 
 class HNIPCAvailabilityPrivate;
-class QDBusPendingCallWatcher;
 
 /**
- * Which daemons are on the bus. Told by the bus: nothing is polled, no daemon is asked, and nothing
- * blocks. The answers are false until the bus has told, which takes a turn of the event loop, and
- * when the bus is lost.
+ * Which daemons are running, as the bus reports it: nothing is polled, no daemon is called, and the
+ * constructor does not wait for the bus (with Qt 4, see HNIPCRequest). Until the bus has reported,
+ * which takes the event loop, and after the bus was lost, all functions return false.
+ *
+ * The object can be moved to another thread, and destroyed at any time, also in its own signals.
  */
 class HNIPC_EXPORT HNIPCAvailability : public QObject
 {
     Q_OBJECT
-    /// What isKnown() answers.
+    /// See isKnown().
     Q_PROPERTY(bool known READ isKnown NOTIFY knownChanged)
-    /// What hasIoexpd() answers.
+    /// See hasIoexpd().
     Q_PROPERTY(bool ioexpd READ hasIoexpd NOTIFY ioexpdChanged)
-    /// What hasM4() answers.
+    /// See hasM4().
     Q_PROPERTY(bool m4 READ hasM4 NOTIFY m4Changed)
-    /// What hasSupplyd() answers.
+    /// See hasSupplyd().
     Q_PROPERTY(bool supplyd READ hasSupplyd NOTIFY supplydChanged)
 
 public:
-    /// Comes after the QCoreApplication. Asks the bus, and does not wait for its answer.
-    explicit HNIPCAvailability(QObject *parent = 0);
+    /// Construct it after the QCoreApplication.
+    explicit HNIPCAvailability(QObject *parent = nullptr);
     virtual ~HNIPCAvailability();
 
-    /// Whether the bus has told of all three.
+    /// Whether the bus has reported on all three daemons.
     bool isKnown() const;
-    /// Whether the I/O expander's daemon is there.
+    /// Whether the I/O-expander daemon is running.
     bool hasIoexpd() const;
-    /// Whether the print engine's daemon is there.
+    /// Whether the print-engine daemon is running.
     bool hasM4() const;
-    /// Whether the supply daemon is there.
+    /// Whether the supply daemon is running.
     bool hasSupplyd() const;
 
 Q_SIGNALS:
-    /// The bus has told of all three (true), or was lost. Comes after the signals of the daemons.
+    /// The bus has reported on all three daemons (true), or was lost (false). Emitted in turn, each
+    /// value once, and after the signals of the daemons.
     void knownChanged(bool known);
-    /// The I/O expander's daemon came to the bus (true) or left it.
+    /// The I/O-expander daemon appeared on the bus (true) or disappeared.
     void ioexpdChanged(bool available);
-    /// The print engine's daemon came to the bus (true) or left it.
+    /// The print-engine daemon appeared on the bus (true) or disappeared.
     void m4Changed(bool available);
-    /// The supply daemon came to the bus (true) or left it.
+    /// The supply daemon appeared on the bus (true) or disappeared.
     void supplydChanged(bool available);
 
 private:
     Q_DISABLE_COPY(HNIPCAvailability)
     friend class HNIPCAvailabilityPrivate;
-    Q_PRIVATE_SLOT(d, void onOwnerChanged(QString, QString, QString))
-    Q_PRIVATE_SLOT(d, void onAnswer(QDBusPendingCallWatcher *))
-    Q_PRIVATE_SLOT(d, void onBusLost())
 
     QScopedPointer<HNIPCAvailabilityPrivate> d;
 };

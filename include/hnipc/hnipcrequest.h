@@ -2,188 +2,378 @@
 #ifndef HNIPCREQUEST_H
 #define HNIPCREQUEST_H
 
-#include <hnipc/hnipc.h>
 #include <hnipc/hnipc_export.h>
+#include <hnipc/hnipcmethod.h>
 
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QString>
+#include <QtCore/QThread>
 #include <QtCore/QVariant>
 
 class HNIPCRequestPrivate;
 
-/// @relates HNIPCRequest
-/// A method of the client class for HNIPCRequest::setCall(): its name, and itself so that the
-/// compiler checks the arguments.
-#define HNIPC_METHOD(name) #name, &HNIPC::name
-
 /**
- * One remote call that does not block: a method of HNIPC, sent by send() and answered through the
- * event loop.
+ * One remote call that does not block: a method of HNIPC, sent by send(). The reply arrives through
+ * the event loop.
  *
- *     HNIPCRequest request;
- *     request.setCall(HNIPC_METHOD(setUserSetting), 3, 120);
- *     connect(&request, SIGNAL(finished()), SLOT(onFinished()));
- *     request.send();
+ *     HNIPCRequest *request = new HNIPCRequest(this);
+ *     request->setCall(HNIPC_METHOD(setUserSetting), 3, 120);
+ *     connect(request, SIGNAL(finished()), SLOT(onFinished()));
+ *     request->send();
+ *
+ * For a single call, hnipcCall() is shorter: it deletes its request by itself.
  *
  * Each sent request finishes exactly once, with an outcome() that says what matters when a label
- * may have been printed: whether the daemon can have seen the call at all, and whether it is known
- * what became of it. Nothing is ever sent twice. A request that has finished can be sent again.
+ * may have been printed: whether the daemon can have received the call at all, and whether it is
+ * known what became of it.
  *
- * No HNIPC object is needed. Any number of requests may be pending, beside the blocking calls of
- * HNIPC objects, and they are answered in any order. A program has at most 100 in flight at a time,
- * because a bus of type system carries no more than 128 calls for it; who comes later waits for its
- * turn, and is not sent until then.
+ * | outcome | reason | errorName() | what happened |
+ * | --- | --- | --- | --- |
+ * | Answered | NoReason | | The daemon replied. A command that replies false was not carried out: see isDone() |
+ * | Refused | DaemonError | the daemon's | The daemon replied with an error |
+ * | NotSent | UnknownMethod | `org.freedesktop.DBus.Error.UnknownMethod` | HNIPC has no such method |
+ * | NotSent | InvalidArguments | `org.freedesktop.DBus.Error.InvalidArgs` | An argument or the deadline is invalid |
+ * | NotSent | DaemonAbsent | `org.freedesktop.DBus.Error.ServiceUnknown` | The daemon is not running |
+ * | NotSent | AccessDenied | `org.freedesktop.DBus.Error.AccessDenied` | The bus does not let this user call the daemon |
+ * | NotSent | BusError | the bus's | Another error of the bus in place of the daemon, such as a limit |
+ * | NotSent, Unknown | BusLost | `org.freedesktop.DBus.Error.Disconnected` | No system bus; Unknown if it was lost after the call was sent |
+ * | NotSent, Unknown | TimedOut | `org.freedesktop.DBus.Error.Timeout` | The deadline passed; NotSent if the call was still waiting |
+ * | NotSent, Unknown | Cancelled | `org.hnipc.Error.Cancelled` | cancel() was called; NotSent if the call was still waiting |
+ * | Unknown | DaemonLeft | `org.freedesktop.DBus.Error.NoReply` | The daemon left the bus before it replied |
+ * | Unknown | WrongType | `org.freedesktop.DBus.Error.InvalidSignature` | The daemon replied with another type |
  *
- * A request may be destroyed at any time, and does not finish then. It belongs to one thread, as any
- * QObject does.
+ * Nothing is ever sent twice, and nothing is handed to the bus connection after its deadline. A
+ * request that has finished can be sent again.
+ *
+ * No HNIPC object is needed. Any number of requests may be pending, and they finish in any order.
+ * A program has at most 32 calls in flight to each daemon, because a bus of type system carries no
+ * more than 128 calls of one program; further requests wait for their turn, in the order of
+ * send(). A call counts until the daemon has replied or left the bus, even if its request has
+ * timed out, was cancelled or was destroyed, because the bus counts it until then. So requests to
+ * a daemon that hangs finish with NotSent once 32 calls are in flight, and requests to the other
+ * daemons are not affected.
+ *
+ * A request may be destroyed at any time; a destroyed request does not finish. It belongs to one
+ * thread, as any QObject does, needs the event loop of that thread to finish, and can be moved to
+ * another thread even while it is pending, but not by a receiver of its own signals. If the thread or
+ * the QCoreApplication ends and is started again meanwhile, the deadline is lost; the reply is not.
+ *
+ * With Qt 5 and 6, calls are sent by a thread of the library's own, so send() never waits, not even
+ * while the connection to the bus is opened. A daemon that lives in the same process is called by
+ * its own thread's event loop, never inside send(). With Qt 4 the application's thread does that in
+ * its event loop, which waits for the bus twice: while the first object opens the connection, and while
+ * the first HNIPCEvents or HNIPCReading subscribes to signals, up to 25 s if the bus does not respond.
+ * A call whose deadline has passed meanwhile is not sent.
+ *
+ * What Qt's D-Bus module does with its connection holds here, too. A process opens the connection
+ * once: if that fails, or the bus is lost, it has to be restarted. If the bus accepts the connection
+ * and then does not respond, the process cannot exit until it does. If the application has opened the
+ * system bus first, in its main thread, for example by an HNIPC object, signals are delivered to all
+ * threads only once the event loop of the main thread runs.
+ *
+ * A program that ends right after send() may not have sent the call: wait for finished(). A child
+ * process made by fork() without exec() cannot use requests: they never finish there.
  */
 class HNIPC_EXPORT HNIPCRequest : public QObject
 {
     Q_OBJECT
-    /// What method() answers and setMethod() changes.
+    /// See method().
     Q_PROPERTY(QString method READ method WRITE setMethod NOTIFY methodChanged)
-    /// What arguments() answers and setArguments() changes.
+    /// See arguments().
     Q_PROPERTY(QVariantList arguments READ arguments WRITE setArguments NOTIFY argumentsChanged)
-    /// What deadline() answers and setDeadline() changes.
+    /// See deadline().
     Q_PROPERTY(int deadline READ deadline WRITE setDeadline NOTIFY deadlineChanged)
-    /// What isPending() answers.
+    /// See isPending().
     Q_PROPERTY(bool pending READ isPending NOTIFY stateChanged)
-    /// What outcome() answers.
+    /// See outcome().
     Q_PROPERTY(Outcome outcome READ outcome NOTIFY stateChanged)
-    /// What value() answers.
+    /// See reason().
+    Q_PROPERTY(Reason reason READ reason NOTIFY stateChanged)
+    /// See isDone().
+    Q_PROPERTY(bool done READ isDone NOTIFY stateChanged)
+    /// See value().
     Q_PROPERTY(QVariant value READ value NOTIFY stateChanged)
-    /// What errorName() answers.
+    /// See errorName().
     Q_PROPERTY(QString errorName READ errorName NOTIFY stateChanged)
-    /// What errorText() answers.
+    /// See errorText().
     Q_PROPERTY(QString errorText READ errorText NOTIFY stateChanged)
-    /// What elapsed() answers.
+    /// See elapsed().
     Q_PROPERTY(int elapsed READ elapsed NOTIFY stateChanged)
 
 public:
     /// What became of a request.
     enum Outcome {
         NoOutcome, ///< Not finished: never sent, or pending.
-        NotSent,   ///< The daemon has not seen the call. errorName() says why.
-        Answered,  ///< The daemon has carried it out; value() is its answer.
-        Refused,   ///< The daemon has answered an error: errorName() and errorText() are its own.
-        Unknown    ///< The daemon may or may not have carried it out. errorName() says why.
+        NotSent,   ///< The daemon has not received the call.
+        Answered,  ///< The daemon has replied; value() is its reply. See isDone().
+        Refused,   ///< The daemon has replied with an error.
+        Unknown    ///< The daemon may or may not have carried out the call.
+    };
+    /// Why a request has no answer; the table above says which outcome each belongs to.
+    enum Reason {
+        NoReason,         ///< Answered, or not finished.
+        DaemonError,      ///< The daemon's own error: see errorName() and errorText().
+        UnknownMethod,    ///< HNIPC has no method of that name.
+        InvalidArguments, ///< The arguments do not fit the method, or the deadline is invalid.
+        DaemonAbsent,     ///< The daemon is not running.
+        AccessDenied,     ///< The bus does not let this user call the daemon.
+        BusError,         ///< The bus sent another error in place of the daemon.
+        BusLost,          ///< There is no system bus, or its connection was lost.
+        TimedOut,         ///< The deadline passed.
+        Cancelled,        ///< cancel() was called.
+        DaemonLeft,       ///< The daemon left the bus before it replied.
+        WrongType         ///< The reply is not of the type that HNIPC declares.
     };
 #if QT_VERSION >= 0x050500
     Q_ENUM(Outcome)
+    Q_ENUM(Reason)
 #else
-    Q_ENUMS(Outcome)
+    Q_ENUMS(Outcome Reason)
 #endif
 
-    /// Without a method, and with the bus's own deadline. Sends nothing.
-    explicit HNIPCRequest(QObject *parent = 0);
-    /// Forgets a pending call: the daemon may carry it out, and finished() is not emitted.
+    /// Without a method, and with the default deadline. Sends nothing.
+    explicit HNIPCRequest(QObject *parent = nullptr);
+    /// Forgets a pending call: one that waits is not sent; one that was sent may be carried out.
+    /// finished() is not emitted.
     virtual ~HNIPCRequest();
 
     /// The name of a method of HNIPC.
     QString method() const;
-    /// For the next send(): a pending call stays as it was sent. A name that HNIPC has no method of
-    /// is told by the outcome.
+    /// Used by the next send(); a pending call does not change. An unknown name makes the request
+    /// finish with UnknownMethod.
     void setMethod(const QString &method);
 
-    /// Its arguments. Those that have a default may be left out. Each is converted to the declared
-    /// type where that loses nothing: a number to any number type that it is in the range of, a
-    /// list of texts to a QStringList. Of overloads the one is called that the arguments fit.
+    /// The arguments. Those that have a default may be left out. Each is converted to the declared
+    /// type if nothing is lost: a number to any number type whose range it is in, a list of strings
+    /// to a QStringList. Of several overloads, the one that the arguments fit is called.
     QVariantList arguments() const;
-    /// For the next send(), too. What does not fit the method is told by the outcome.
+    /// Used by the next send(). Arguments that do not fit the method make the request finish with
+    /// InvalidArguments.
     void setArguments(const QVariantList &arguments);
 
-    /// In milliseconds from send(), 1 or more; -1, which is the default, for the bus's own, 25 s
-    /// from the moment when the call goes out.
+    /// Milliseconds from send() until the request finishes with TimedOut: 1 or more, or -1, the
+    /// default, for 25000. A request never times out before that.
     int deadline() const;
-    /// For the next send(), too. What is no deadline is told by the outcome.
+    /// Used by the next send(). An invalid deadline makes the request finish with InvalidArguments.
     void setDeadline(int milliseconds);
 
-    /// Method and arguments at once, checked by the compiler: setCall(HNIPC_METHOD(setDac), 5).
-    /// Where the name has overloads, in place of HNIPC_METHOD: the name, and the pointer of one.
+    /// Sets method and arguments at once, and lets the compiler check them:
+    /// setCall(HNIPC_METHOD(setDac), 5). The compiler refuses too many arguments and arguments of
+    /// another kind, such as a floating-point number or a string for an integer, or an integer for a
+    /// boolean. What it cannot see, missing arguments and numbers out of range, makes the request
+    /// finish with InvalidArguments.
     template <typename Result, typename... Parameters, typename... Arguments>
-    void setCall(const char *name, Result (HNIPC::*)(Parameters...), const Arguments &...arguments)
+    void setCall(const HNIPCMethod<Result, Parameters...> &method, const Arguments &...arguments)
     {
-        static_assert(sizeof...(Arguments) <= sizeof...(Parameters),
-                      "the method takes fewer arguments");
-        setMethod(QLatin1String(name));
-        setArguments(Typed<Parameters...>::list(arguments...));
+        const QPointer<QObject> guard(this); // a receiver may destroy it
+        setMethod(QLatin1String(method.name()));
+        if (guard)
+            setArguments(method.wrapped(arguments...));
     }
 
-    /// From send() until finished().
+    /// True from send() until the outcome is known.
     bool isPending() const;
     /// What became of the latest send(); NoOutcome until it has finished.
     Outcome outcome() const;
+    /// Why the latest send() has no answer; NoReason if it has one, and until it has finished.
+    Reason reason() const;
+    /// Whether the daemon has carried out the command: it has replied, and not with false. Most
+    /// commands reply with a boolean, and false means that the daemon did not do it. For a method
+    /// that reads a boolean, such as printerLid(), use value().
+    bool isDone() const;
 
-    /// The answer, in the type that HNIPC declares; invalid without one, and where the method
-    /// answers nothing.
+    /// The reply, in the type that HNIPC declares; invalid without a reply and if the method returns
+    /// nothing. HNIPCAnswer has it in the type itself.
     QVariant value() const;
 
-    /// What went wrong, as D-Bus names it; empty for Answered. Of Refused: the daemon's. Of
-    /// NotSent: org.freedesktop.DBus.Error.UnknownMethod (no such method), .InvalidArgs (argument
-    /// or deadline), .ServiceUnknown (the daemon is absent), .Disconnected (no bus), or what else
-    /// the bus answered in the daemon's place, such as .AccessDenied. Of Unknown: .NoReply (the
-    /// daemon left the bus without an answer), .Disconnected (the bus was lost) and
-    /// .InvalidSignature (answered, but in another type). Of both, for a call that waited for its
-    /// turn and for one that was in flight: .Timeout (the deadline has passed), and
-    /// org.hnipc.Error.Cancelled.
+    /// The D-Bus name of the error; empty for Answered.
     QString errorName() const;
-    /// The same for people; empty for Answered.
+    /// The error in words; empty for Answered. The daemon's own if the daemon sent the error.
     QString errorText() const;
 
-    /// Milliseconds from send() until finished(), or until now for a pending request.
+    /// Milliseconds from send() until the outcome was known, or until now for a pending request.
     int elapsed() const;
 
 public Q_SLOTS:
     /// Sends the call and returns at once; finished() is never emitted before it has returned.
-    /// False, and nothing happens, while the request is pending.
+    /// Returns false, and does nothing, while the request is pending, and during the stateChanged()
+    /// that comes before finished().
     bool send();
-    /// Gives up a pending request, which finishes at once. What has been sent is not called back:
-    /// its outcome is Unknown.
+    /// Gives up a pending request, which finishes with Cancelled before this function returns; if
+    /// called during send(), soon after send() has returned. A call that has been sent cannot be
+    /// taken back: its outcome is Unknown. A request that cannot be sent, because its method or its
+    /// arguments are invalid, finishes with that reason.
     void cancel();
 
 Q_SIGNALS:
     /// method() changed.
     void methodChanged();
-    /// arguments() changed, or were set to what they were.
+    /// arguments() changed, or were set again.
     void argumentsChanged();
     /// deadline() changed.
     void deadlineChanged();
-    /// Sent, or finished.
+    /// The request was sent, or its outcome is known.
     void stateChanged();
-    /// The outcome stands, once for each send() that answered true. stateChanged() comes after it:
-    /// receivers find the properties as they are now, and bindings to them as they were before.
+    /// The outcome is known: emitted once for each send() that returned true, after stateChanged().
     void finished();
 
 private:
     Q_DISABLE_COPY(HNIPCRequest)
     friend class HNIPCRequestPrivate;
-    Q_PRIVATE_SLOT(d, void onTurn())
-    Q_PRIVATE_SLOT(d, void onWaitedTooLong())
-    Q_PRIVATE_SLOT(d, void onReply())
-    Q_PRIVATE_SLOT(d, void onNotSent(int number))
-
-    // Each argument as a variant of the type of its parameter.
-    template <typename... Parameters>
-    struct Typed
-    {
-        static QVariantList list() { return QVariantList(); }
-    };
 
     QScopedPointer<HNIPCRequestPrivate> d;
 };
 
-template <typename First, typename... Rest>
-struct HNIPCRequest::Typed<First, Rest...>
+/// @relates HNIPCRequest
+/// What became of a request, with the reply in the type that the method declares.
+template <typename Result>
+class HNIPCAnswer
 {
-    static QVariantList list() { return QVariantList(); }
-
-    template <typename Argument, typename... Arguments>
-    static QVariantList list(const Argument &argument, const Arguments &...arguments)
+public:
+    /// Of a request that has finished. If its reply is of another type than Result, there is no
+    /// answer.
+    explicit HNIPCAnswer(const HNIPCRequest &request)
+        : m_outcome(request.outcome()), m_reason(request.reason()), m_isDone(request.isDone()),
+          m_errorName(request.errorName()), m_errorText(request.errorText()), m_value()
     {
-        const First converted = argument;
-        return QVariantList() << QVariant(converted) << Typed<Rest...>::list(arguments...);
+        const QVariant value = request.value();
+        m_isAnswered = value.userType() == qMetaTypeId<Result>();
+        if (m_isAnswered)
+            m_value = qvariant_cast<Result>(value);
     }
+
+    /// Whether the daemon has replied, and value() is its reply.
+    bool isAnswered() const { return m_isAnswered; }
+    /// HNIPCRequest::isDone().
+    bool isDone() const { return m_isDone; }
+    /// The reply. Only to be called if isAnswered().
+    Result value() const
+    {
+        Q_ASSERT_X(m_isAnswered, "HNIPCAnswer::value", "there is no answer");
+        return m_value;
+    }
+    /// The reply, or this value if there is none.
+    Result valueOr(const Result &otherwise) const { return m_isAnswered ? m_value : otherwise; }
+
+    /// HNIPCRequest::outcome().
+    HNIPCRequest::Outcome outcome() const { return m_outcome; }
+    /// HNIPCRequest::reason().
+    HNIPCRequest::Reason reason() const { return m_reason; }
+    /// HNIPCRequest::errorName().
+    QString errorName() const { return m_errorName; }
+    /// HNIPCRequest::errorText().
+    QString errorText() const { return m_errorText; }
+
+private:
+    HNIPCRequest::Outcome m_outcome;
+    HNIPCRequest::Reason m_reason;
+    bool m_isDone;
+    bool m_isAnswered;
+    QString m_errorName;
+    QString m_errorText;
+    Result m_value;
 };
+
+/// @relates HNIPCRequest
+/// The same for a method that returns nothing: isAnswered() says whether the daemon has replied.
+template <>
+class HNIPCAnswer<void>
+{
+public:
+    /// Of a request that has finished.
+    explicit HNIPCAnswer(const HNIPCRequest &request)
+        : m_outcome(request.outcome()), m_reason(request.reason()),
+          m_errorName(request.errorName()), m_errorText(request.errorText())
+    {
+    }
+
+    /// Whether the daemon has replied.
+    bool isAnswered() const { return m_outcome == HNIPCRequest::Answered; }
+    /// The same.
+    bool isDone() const { return isAnswered(); }
+    /// HNIPCRequest::outcome().
+    HNIPCRequest::Outcome outcome() const { return m_outcome; }
+    /// HNIPCRequest::reason().
+    HNIPCRequest::Reason reason() const { return m_reason; }
+    /// HNIPCRequest::errorName().
+    QString errorName() const { return m_errorName; }
+    /// HNIPCRequest::errorText().
+    QString errorText() const { return m_errorText; }
+
+private:
+    HNIPCRequest::Outcome m_outcome;
+    HNIPCRequest::Reason m_reason;
+    QString m_errorName;
+    QString m_errorText;
+};
+
+/// @relates HNIPCRequest
+/// A single call, made by hnipcCall().
+template <typename Result>
+class HNIPCCall
+{
+public:
+    /// Used by hnipcCall().
+    HNIPCCall(const char *method, const QVariantList &arguments)
+        : m_method(method), m_arguments(arguments), m_deadline(-1)
+    {
+    }
+
+    /// The deadline of the request in milliseconds; see HNIPCRequest::deadline().
+    HNIPCCall &within(int milliseconds)
+    {
+        m_deadline = milliseconds;
+        return *this;
+    }
+
+    /// Sends the call. The request belongs to @p parent, and deletes itself after finished().
+    HNIPCRequest *send(QObject *parent = nullptr) const
+    {
+        HNIPCRequest *request = new HNIPCRequest(parent);
+        request->setMethod(QLatin1String(m_method));
+        request->setArguments(m_arguments);
+        request->setDeadline(m_deadline);
+        QObject::connect(request, SIGNAL(finished()), request, SLOT(deleteLater()));
+        request->send();
+        return request;
+    }
+
+#if QT_VERSION >= 0x050000
+    /// Sends the call, and calls @p function with the HNIPCAnswer<Result> when it has finished. The
+    /// request is a child of @p context, which belongs to the calling thread: if the context is
+    /// destroyed first, the function is not called. (Qt 5 and 6.)
+    template <typename Function>
+    HNIPCRequest *then(QObject *context, Function function) const
+    {
+        Q_ASSERT_X(context && context->thread() == QThread::currentThread(), "HNIPCCall::then",
+                   "the context belongs to the calling thread");
+        HNIPCRequest *request = send(context);
+        QObject::connect(request, &HNIPCRequest::finished, context,
+                         [request, function]() mutable { function(HNIPCAnswer<Result>(*request)); });
+        return request;
+    }
+#endif
+
+private:
+    const char *m_method;
+    QVariantList m_arguments;
+    int m_deadline;
+};
+
+/// @relates HNIPCRequest
+/// A single call of a method with its arguments, which are checked as by HNIPCRequest::setCall():
+///
+///     hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000)
+///         .then(this, [this](const HNIPCAnswer<bool> &fed) {
+///             show(fed.isDone() ? tr("fed") : fed.isAnswered() ? tr("not fed") : fed.errorText());
+///         });
+template <typename Result, typename... Parameters, typename... Arguments>
+HNIPCCall<Result> hnipcCall(const HNIPCMethod<Result, Parameters...> &method,
+                            const Arguments &...arguments)
+{
+    return HNIPCCall<Result>(method.name(), method.wrapped(arguments...));
+}
 
 #endif

@@ -19,7 +19,7 @@ class HNIPC_EXPORT IHNIPCIOEXPD : public HNIPCServer
 
 public:
     /// Claims org.hnipc.ioexpd and exports the object, as HNIPCServer says.
-    explicit IHNIPCIOEXPD(QObject *parent = 0) : HNIPCServer(HNIPCServer::IOEXPD, parent) {}
+    explicit IHNIPCIOEXPD(QObject *parent = nullptr) : HNIPCServer(HNIPCServer::IOEXPD, parent) {}
     virtual ~IHNIPCIOEXPD() {}
 
 public Q_SLOTS:

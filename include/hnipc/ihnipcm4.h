@@ -23,7 +23,7 @@ class HNIPC_EXPORT IHNIPCM4 : public HNIPCServer
 
 public:
     /// Claims org.hnipc.m4 and exports the object, as HNIPCServer says.
-    explicit IHNIPCM4(QObject *parent = 0) : HNIPCServer(HNIPCServer::M4, parent) {}
+    explicit IHNIPCM4(QObject *parent = nullptr) : HNIPCServer(HNIPCServer::M4, parent) {}
     virtual ~IHNIPCM4() {}
 
 public Q_SLOTS:

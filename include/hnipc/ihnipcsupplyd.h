@@ -29,7 +29,7 @@ class HNIPC_EXPORT IHNIPCSUPPLYD : public HNIPCServer
 
 public:
     /// Claims org.hnipc.supplyd and exports the object, as HNIPCServer says.
-    explicit IHNIPCSUPPLYD(QObject *parent = 0) : HNIPCServer(HNIPCServer::SUPPLYD, parent) {}
+    explicit IHNIPCSUPPLYD(QObject *parent = nullptr) : HNIPCServer(HNIPCServer::SUPPLYD, parent) {}
     virtual ~IHNIPCSUPPLYD() {}
 
 public Q_SLOTS:

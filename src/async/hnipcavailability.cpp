@@ -1,157 +1,126 @@
 // SPDX-License-Identifier: MIT
 #include <hnipc/hnipcavailability.h>
 
-#include "common/serviceidentity_p.h"
+#include "async/bus_p.h"
 
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusMessage>
-#include <QtDBus/QDBusPendingCallWatcher>
-#include <QtDBus/QDBusPendingReply>
-#include <QtDBus/QDBusServiceWatcher>
+#include <QtCore/QPointer>
 
-class HNIPCAvailabilityPrivate
+// A child of the object, so that it goes along to another thread.
+class HNIPCAvailabilityPrivate : public QObject
 {
 public:
     explicit HNIPCAvailabilityPrivate(HNIPCAvailability *availability);
+    virtual ~HNIPCAvailabilityPrivate();
 
-    void ask();
-    void tell(int daemon, bool available);
     bool isKnown() const;
 
-    void onOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
-    void onAnswer(QDBusPendingCallWatcher *question);
+    bool isAvailable[daemonCount];
+
+protected:
+    virtual bool event(QEvent *event);
+
+private:
+    void setAvailable(HNIPCServer::ServerType daemon, bool available);
+    void onDaemon(HNIPCServer::ServerType daemon, bool available);
     void onBusLost();
 
-    struct Daemon
-    {
-        HNIPCServer::ServerType type;
-        void (HNIPCAvailability::*changed)(bool available);
-        bool known;
-        bool available;
-        QDBusPendingCallWatcher *question;
-    };
-
-    enum { Ioexpd, M4, Supplyd, Count };
-
-    HNIPCAvailability *q;
-    Daemon daemons[Count];
-    QDBusServiceWatcher watcher;
+    HNIPCAvailability *const q;
+    const SubscriberPointer subscriber;
+    bool hasBeenTold[daemonCount];
+    bool isKnownTold; // by knownChanged()
 };
 
 HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availability)
-    : q(availability), daemons()
+    : QObject(availability), isAvailable(), q(availability), subscriber(new Subscriber(this)),
+      hasBeenTold(), isKnownTold(false)
 {
-    daemons[Ioexpd].type = HNIPCServer::IOEXPD;
-    daemons[Ioexpd].changed = &HNIPCAvailability::ioexpdChanged;
-    daemons[M4].type = HNIPCServer::M4;
-    daemons[M4].changed = &HNIPCAvailability::m4Changed;
-    daemons[Supplyd].type = HNIPCServer::SUPPLYD;
-    daemons[Supplyd].changed = &HNIPCAvailability::supplydChanged;
+    subscriber->wantsState = true;
+    subscriber->daemons = allDaemons;
+    Bus::instance()->subscribe(subscriber);
 }
 
-// The watch stands before the question is asked, so that nothing falls between the two.
-void HNIPCAvailabilityPrivate::ask()
+HNIPCAvailabilityPrivate::~HNIPCAvailabilityPrivate()
 {
-    QDBusConnection bus = QDBusConnection::systemBus();
-    bus.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
-                QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"), q,
-                SLOT(onBusLost()));
-    watcher.setConnection(bus);
-    watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
-    QObject::connect(&watcher, SIGNAL(serviceOwnerChanged(QString,QString,QString)), q,
-                     SLOT(onOwnerChanged(QString,QString,QString)));
-    for (int i = 0; i < Count; ++i) {
-        const QString name = serviceIdentity(daemons[i].type)->busName;
-        watcher.addWatchedService(name);
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            QLatin1String("org.freedesktop.DBus"), QLatin1String("/org/freedesktop/DBus"),
-            QLatin1String("org.freedesktop.DBus"), QLatin1String("NameHasOwner"));
-        message << name;
-        daemons[i].question = new QDBusPendingCallWatcher(bus.asyncCall(message), q);
-        QObject::connect(daemons[i].question, SIGNAL(finished(QDBusPendingCallWatcher*)), q,
-                         SLOT(onAnswer(QDBusPendingCallWatcher*)));
-    }
+    Bus::instance()->unsubscribe(subscriber);
 }
 
 bool HNIPCAvailabilityPrivate::isKnown() const
 {
-    return daemons[Ioexpd].known && daemons[M4].known && daemons[Supplyd].known;
+    return hasBeenTold[HNIPCServer::IOEXPD] && hasBeenTold[HNIPCServer::M4]
+        && hasBeenTold[HNIPCServer::SUPPLYD];
 }
 
-void HNIPCAvailabilityPrivate::tell(int daemon, bool available)
+bool HNIPCAvailabilityPrivate::event(QEvent *event)
 {
-    const bool wasKnown = isKnown();
-    const bool wasAvailable = daemons[daemon].available;
-    daemons[daemon].known = true;
-    daemons[daemon].available = available;
-    if (available != wasAvailable)
-        emit(q->*daemons[daemon].changed)(available);
-    if (isKnown() && !wasKnown)
-        emit q->knownChanged(true);
+    if (event->type() != letterEvent())
+        return QObject::event(event);
+    News news(News::BusLost);
+    if (!subscriber->mailbox.takeForReceivers(&news))
+        return true;
+    if (news.kind == News::BusLost)
+        onBusLost();
+    else
+        onDaemon(news.daemon, news.kind != News::DaemonAbsent);
+    return true;
 }
 
-void HNIPCAvailabilityPrivate::onOwnerChanged(const QString &name, const QString &,
-                                              const QString &newOwner)
+// In each of these, a receiver may destroy the object, or turn the event loop.
+
+void HNIPCAvailabilityPrivate::setAvailable(HNIPCServer::ServerType daemon, bool available)
 {
-    for (int i = 0; i < Count; ++i) {
-        if (name == serviceIdentity(daemons[i].type)->busName) {
-            // Newer than the answer, or followed by one that is.
-            delete daemons[i].question;
-            daemons[i].question = 0;
-            tell(i, !newOwner.isEmpty());
-        }
+    if (available == isAvailable[daemon])
+        return;
+    isAvailable[daemon] = available;
+    switch (daemon) {
+    case HNIPCServer::IOEXPD:
+        emit q->ioexpdChanged(available);
+        break;
+    case HNIPCServer::M4:
+        emit q->m4Changed(available);
+        break;
+    case HNIPCServer::SUPPLYD:
+        emit q->supplydChanged(available);
+        break;
     }
 }
 
-void HNIPCAvailabilityPrivate::onAnswer(QDBusPendingCallWatcher *question)
+void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool available)
 {
-    const QDBusPendingReply<bool> answer = *question;
-    for (int i = 0; i < Count; ++i) {
-        if (question == daemons[i].question) {
-            daemons[i].question = 0;
-            if (!answer.isError())
-                tell(i, answer.value());
-        }
-    }
-    question->deleteLater();
+    const QPointer<HNIPCAvailability> guard = q;
+    hasBeenTold[daemon] = true;
+    setAvailable(daemon, available);
+    if (!guard || isKnownTold || !isKnown())
+        return;
+    isKnownTold = true;
+    emit q->knownChanged(true);
 }
 
 void HNIPCAvailabilityPrivate::onBusLost()
 {
-    const bool wasKnown = isKnown();
-    for (int i = 0; i < Count; ++i) {
-        delete daemons[i].question; // an answer from before, which may be told late
-        daemons[i].question = 0;
-        tell(i, false);
-        daemons[i].known = false;
-    }
-    if (wasKnown)
-        emit q->knownChanged(false);
+    const QPointer<HNIPCAvailability> guard = q;
+    for (int i = 0; i < daemonCount; ++i)
+        hasBeenTold[i] = false;
+    for (int i = 0; i < daemonCount && guard; ++i)
+        setAvailable(static_cast<HNIPCServer::ServerType>(i), false);
+    if (!guard || !isKnownTold)
+        return;
+    isKnownTold = false;
+    emit q->knownChanged(false);
 }
 
 HNIPCAvailability::HNIPCAvailability(QObject *parent)
     : QObject(parent), d(new HNIPCAvailabilityPrivate(this))
 {
-    d->ask();
 }
 
 HNIPCAvailability::~HNIPCAvailability() {}
 
 bool HNIPCAvailability::isKnown() const { return d->isKnown(); }
 
-bool HNIPCAvailability::hasIoexpd() const
-{
-    return d->daemons[HNIPCAvailabilityPrivate::Ioexpd].available;
-}
+bool HNIPCAvailability::hasIoexpd() const { return d->isAvailable[HNIPCServer::IOEXPD]; }
 
-bool HNIPCAvailability::hasM4() const
-{
-    return d->daemons[HNIPCAvailabilityPrivate::M4].available;
-}
+bool HNIPCAvailability::hasM4() const { return d->isAvailable[HNIPCServer::M4]; }
 
-bool HNIPCAvailability::hasSupplyd() const
-{
-    return d->daemons[HNIPCAvailabilityPrivate::Supplyd].available;
-}
+bool HNIPCAvailability::hasSupplyd() const { return d->isAvailable[HNIPCServer::SUPPLYD]; }
 
 #include "hnipc/moc_hnipcavailability.cpp"

@@ -1,381 +1,331 @@
 // SPDX-License-Identifier: MIT
 #include <hnipc/hnipcrequest.h>
 
-#include "async/metamethod_p.h"
+#include "async/bus_p.h"
+#include "async/call_p.h"
 #include "async/remotemethod_p.h"
-#include "async/turns_p.h"
 #include "common/emptyvalue_p.h"
+#include "common/serviceidentity_p.h"
 
-#include <QtCore/QCoreApplication>
+#include <hnipc/hnipcfailure.h>
+
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QPointer>
-#include <QtCore/QThread>
-#include <QtCore/QTimer>
+#include <QtCore/QTimerEvent>
 #include <QtDBus/QDBusArgument>
-#include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMessage>
-#include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusReply>
 
-namespace {
+#include <limits>
 
-// What a request finishes with.
-struct Result
-{
-    Result() : outcome(HNIPCRequest::NoOutcome) {}
+static const int defaultDeadline = 25 * 1000; // the bus library's own timeout, as blocking calls have
 
-    HNIPCRequest::Outcome outcome;
-    QVariant value;
-    QString errorName;
-    QString errorText;
-};
-
-Result failure(HNIPCRequest::Outcome outcome, const QString &name, const QString &text)
-{
-    Result result;
-    result.outcome = outcome;
-    result.errorName = name;
-    result.errorText = text;
-    return result;
-}
-
-QString standardError(const char *name)
+static QString standardError(const char *name)
 {
     return QLatin1String("org.freedesktop.DBus.Error.") + QLatin1String(name);
 }
 
-Result noBus()
-{
-    return failure(HNIPCRequest::NotSent, standardError("Disconnected"),
-                   QString::fromLatin1("there is no system bus"));
-}
-
-// Tells of the end of the bus, at which Qt 4 leaves calls in flight as they are.
-class BusWatch : public QObject
-{
-    Q_OBJECT
-
-public:
-    static BusWatch *instance()
-    {
-        static BusWatch *const watch = new BusWatch; // for calls that outlive static objects
-        return watch;
-    }
-
-Q_SIGNALS:
-    void lost();
-
-private Q_SLOTS:
-    void onLost() { emit lost(); }
-
-private:
-    BusWatch()
-    {
-        // The thread that makes the first call may end before others.
-        if (QCoreApplication *application = QCoreApplication::instance())
-            moveToThread(application->thread());
-        QDBusConnection::systemBus().connect(
-            QString(), QLatin1String("/org/freedesktop/DBus/Local"),
-            QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"), this,
-            SLOT(onLost()));
-    }
-};
-
-// A call on the bus, which deletes itself when it has ended. It keeps its turn until then, also
-// where nobody waits for the answer any more, because the bus counts it until then.
-class Call : public QDBusPendingCallWatcher
-{
-    Q_OBJECT
-
-public:
-    Call(const QDBusMessage &message, int timeout)
-        : QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(message, timeout)),
-          failedAtOnce(isFinished()), hasTurn(true)
-    {
-        connect(this, SIGNAL(finished(QDBusPendingCallWatcher*)), SLOT(end()));
-        connect(BusWatch::instance(), SIGNAL(lost()), SLOT(end()));
-    }
-
-    virtual ~Call() { endTurn(); }
-
-    // From here on nobody waits for the answer. Where the program ends before it comes, the call
-    // stays as it is: it may not be deleted when Qt has done with the bus, for with its connection
-    // Qt 5 deletes what a pending call refers to.
-    void abandon(QObject *receiver)
-    {
-        disconnect(receiver);
-        QCoreApplication *application = QCoreApplication::instance();
-        if (application && application->thread() != thread())
-            connect(thread(), SIGNAL(finished()), SLOT(end()), Qt::DirectConnection);
-    }
-
-    const bool failedAtOnce;
-
-Q_SIGNALS:
-    void ended(); // once, with the reply, or without one where the bus is lost
-
-private Q_SLOTS:
-    void end()
-    {
-        if (!hasTurn)
-            return;
-        endTurn(); // not left to the destructor, which waits for an event loop to return to
-        deleteLater();
-        emit ended();
-    }
-
-private:
-    void endTurn()
-    {
-        if (hasTurn)
-            Turns::instance()->giveBack();
-        hasTurn = false;
-    }
-
-    bool hasTurn;
-};
-
-} // namespace
-
-class HNIPCRequestPrivate
+// A child of the request, so that it goes along to another thread.
+class HNIPCRequestPrivate : public QObject
 {
 public:
     explicit HNIPCRequestPrivate(HNIPCRequest *request);
+    virtual ~HNIPCRequestPrivate();
 
-    bool start(); // false where there is nothing that can be sent, with unsent saying why
-    void startWaiting();
-    void sendNow();
-    void leave(); // whatever the request is at
-    void giveUp(const char *errorName, const QString &text);
-    void finish(const Result &last);
+    bool send();
+    void cancel();
 
-    void onTurn();
-    void onWaitedTooLong();
-    void onReply();
-    void onNotSent(int number);
-
-    enum State { Idle, Failing, Waiting, InFlight };
-
-    HNIPCRequest *q;
+    HNIPCRequest *const q;
     QString method;
     QList<RemoteMethod> overloads;
     QVariantList arguments;
     int deadline;
 
-    // Of the pending call, whatever is set for the next one.
-    State state;
-    int number;
-    RemoteMethod called;
-    QDBusMessage message;
-    int allowed;        // the deadline
-    QTimer waitingTime; // while Waiting, where there is a deadline
-    Call *call;         // while InFlight
+    bool isPending;
     QElapsedTimer clock;
-    Result unsent; // while Failing
-
     qint64 duration;
-    Result result;
+    HNIPCFailure failure; // with the outcome Answered for none
+    QVariant value;
+
+protected:
+    virtual bool event(QEvent *event);
+    virtual void timerEvent(QTimerEvent *event);
+
+private:
+    bool prepare();
+    void startTimer();
+    void stopTimer();
+    void deliver(const RequestLetter &letter);
+    void fail(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason, const char *errorName,
+              const QString &text);
+    void giveUp(RequestLetter::Kind kind);
+    void judge(const QDBusMessage &reply);
+    void withdraw();
+    void finish();
+    QString daemonName() const { return serviceIdentity(called.daemon)->busName; }
+
+    const std::shared_ptr<Mailbox<RequestLetter> > mailbox;
+
+    // Of the latest send(), whatever is set for the next one.
+    int number; // of the letters that count
+    RemoteMethod called;
+    int allowed;     // the deadline
+    CallPointer call; // null if there is none to be sent
+    int timer;       // 0 for none
+    bool isSending;   // within send(), where nothing finishes
+    bool isFinishing; // between stateChanged() and finished()
+    QList<RequestLetter> held; // until send() has returned
 };
 
 HNIPCRequestPrivate::HNIPCRequestPrivate(HNIPCRequest *request)
-    : q(request), deadline(-1), state(Idle), number(0), called(), allowed(-1),
-      waitingTime(request), call(0),
-      duration(0)
+    : QObject(request), q(request), deadline(-1), isPending(false), duration(0),
+      mailbox(new Mailbox<RequestLetter>(this)), number(0), called(), allowed(0), timer(0),
+      isSending(false), isFinishing(false)
 {
-    waitingTime.setSingleShot(true);
-    QObject::connect(&waitingTime, SIGNAL(timeout()), q, SLOT(onWaitedTooLong()));
+}
+
+HNIPCRequestPrivate::~HNIPCRequestPrivate()
+{
+    mailbox->close();
+    withdraw();
 }
 
 // ---- Sending -------------------------------------------------------------------------------
 
-bool HNIPCRequestPrivate::start()
+// The call, or none with the failure that says why.
+bool HNIPCRequestPrivate::prepare()
 {
     QVariantList fitted;
     QString error;
+    allowed = deadline == -1 ? defaultDeadline : deadline;
     if (overloads.isEmpty()) {
-        unsent = failure(HNIPCRequest::NotSent, standardError("UnknownMethod"),
-                         QString::fromLatin1("the printer has no method \"%1\"").arg(method));
+        fail(HNIPCRequest::NotSent, HNIPCRequest::UnknownMethod, "UnknownMethod",
+             QString::fromLatin1("the printer has no method \"%1\"").arg(method));
         return false;
     }
     const RemoteMethod *remote = fittingMethod(overloads, arguments, &fitted, &error);
     if (!remote) {
-        unsent = failure(HNIPCRequest::NotSent, standardError("InvalidArgs"), error);
+        fail(HNIPCRequest::NotSent, HNIPCRequest::InvalidArguments, "InvalidArgs", error);
         return false;
     }
-    if (deadline == 0 || deadline < -1) {
-        unsent = failure(HNIPCRequest::NotSent, standardError("InvalidArgs"),
-                         QString::fromLatin1("the deadline has to be 1 ms or more, or -1, not %1")
-                             .arg(deadline));
+    if (allowed < 1) {
+        fail(HNIPCRequest::NotSent, HNIPCRequest::InvalidArguments, "InvalidArgs",
+             QString::fromLatin1("the deadline has to be 1 ms or more, or -1, not %1")
+                 .arg(deadline));
         return false;
     }
-    if (!QDBusConnection::systemBus().isConnected()) {
-        unsent = noBus();
-        return false;
-    }
-
     called = *remote;
-    allowed = deadline;
-    message = QDBusMessage::createMethodCall(called.daemon->busName, called.daemon->path,
-                                             called.daemon->interfaceName, called.name);
-    message.setArguments(fitted);
-    message.setAutoStartService(false);
-    if (Turns::instance()->take(q))
-        sendNow();
-    else
-        startWaiting();
+    call.reset(new Call(called, fitted, allowed, number, mailbox));
     return true;
 }
 
-void HNIPCRequestPrivate::startWaiting()
+bool HNIPCRequestPrivate::send()
 {
-    state = Waiting;
-    if (allowed > 0)
-        waitingTime.start(allowed);
+    if (isPending || isFinishing)
+        return false;
+    isPending = true;
+    ++number;
+    failure = HNIPCFailure();
+    value = QVariant();
+    clock.start();
+    if (prepare()) {
+        Bus::instance()->send(call);
+        startTimer();
+    } else {
+        // Reported like any other outcome, through the event loop.
+        mailbox->put(RequestLetter(RequestLetter::NotSent, number));
+    }
+    isSending = true;
+    const QPointer<HNIPCRequest> request = q; // a receiver may destroy it
+    emit q->stateChanged();
+    if (!request)
+        return true;
+    isSending = false;
+    while (!held.isEmpty())
+        mailbox->put(held.takeFirst());
+    return true;
 }
 
-// One that has stopped to wait, and maybe begun anew, may still be called for the first time.
-void HNIPCRequestPrivate::onTurn()
+// A thread without an event loop has no timers. It may get one later.
+void HNIPCRequestPrivate::startTimer()
 {
-    if (state != Waiting || Turns::instance()->isWaiting(q))
+    stopTimer();
+    if (!QAbstractEventDispatcher::instance()) {
+        mailbox->put(RequestLetter(RequestLetter::TimerNeeded, number));
         return;
-    if (QDBusConnection::systemBus().isConnected())
-        sendNow();
-    else
-        finish(noBus());
+    }
+    const qint64 left = allowed - clock.elapsed();
+#if QT_VERSION < 0x050000
+    timer = QObject::startTimer(static_cast<int>(qMax(left, Q_INT64_C(0))));
+#else
+    timer = QObject::startTimer(static_cast<int>(qMax(left, Q_INT64_C(0))), Qt::PreciseTimer);
+#endif
 }
 
-void HNIPCRequestPrivate::sendNow()
+void HNIPCRequestPrivate::stopTimer()
 {
-    state = InFlight;
-    waitingTime.stop();
-    const int left = allowed < 0 ? -1 : qMax(1, allowed - static_cast<int>(clock.elapsed()));
-    call = new Call(message, left);
-    QObject::connect(call, SIGNAL(ended()), q, SLOT(onReply()));
+    if (timer)
+        killTimer(timer);
+    timer = 0;
 }
 
 // ---- Finishing -----------------------------------------------------------------------------
 
-// An error is the daemon's, the bus's in place of the daemon, or made on this side of the bus.
-static Result judgedError(const RemoteMethod &called, const QDBusMessage &reply, int allowed,
-                          bool failedAtOnce)
+bool HNIPCRequestPrivate::event(QEvent *event)
 {
-    const QString daemon = called.daemon->busName;
-    const QDBusError::ErrorType type = QDBusError(reply).type();
-    const bool isFromBus = reply.service() == QLatin1String("org.freedesktop.DBus");
-    if (!isFromBus && !reply.service().isEmpty())
-        return failure(HNIPCRequest::Refused, reply.errorName(), reply.errorMessage());
-    if (isFromBus && type == QDBusError::NoReply)
-        return failure(HNIPCRequest::Unknown, reply.errorName(),
-                       QString::fromLatin1("%1 left the bus before it answered").arg(daemon));
-    // Where no daemon may be started for a call, the bus has another name for its absence.
-    if (isFromBus
-        && (type == QDBusError::ServiceUnknown
-            || reply.errorName() == standardError("NameHasNoOwner")))
-        return failure(HNIPCRequest::NotSent, standardError("ServiceUnknown"),
-                       QString::fromLatin1("%1 is not on the bus").arg(daemon));
-    if (isFromBus)
-        return failure(HNIPCRequest::NotSent, reply.errorName(), reply.errorMessage());
-
-    const bool isTimeout = type == QDBusError::NoReply || type == QDBusError::Timeout
-        || type == QDBusError::TimedOut;
-    if (failedAtOnce && !isTimeout)
-        return failure(HNIPCRequest::NotSent, reply.errorName(), reply.errorMessage());
-    if (!isTimeout || !QDBusConnection::systemBus().isConnected())
-        return failure(HNIPCRequest::Unknown, standardError("Disconnected"),
-                       QString::fromLatin1("the bus was lost before %1 answered").arg(daemon));
-    const QString text = allowed < 0
-        ? QString::fromLatin1("%1 did not answer in the time that the bus allows").arg(daemon)
-        : QString::fromLatin1("%1 did not answer within %2 ms").arg(daemon).arg(allowed);
-    return failure(HNIPCRequest::Unknown, standardError("Timeout"), text);
+    if (event->type() == letterEvent()) {
+        RequestLetter letter(RequestLetter::NotSent, 0);
+        if (mailbox->takeForReceivers(&letter))
+            deliver(letter);
+        return true;
+    }
+    // Qt would let the timer count anew in the next thread.
+    if (event->type() == QEvent::ThreadChange && timer) {
+        stopTimer();
+        mailbox->put(RequestLetter(RequestLetter::TimerNeeded, number));
+    }
+    return QObject::event(event);
 }
 
-// The answer in the declared type. As for the client, a record may have any number of fields.
-static Result judgedAnswer(const RemoteMethod &called, const QDBusMessage &reply)
+// A timer may be early, and what has come meanwhile is still to be delivered.
+void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 {
-    Result result;
-    result.outcome = HNIPCRequest::Answered;
+    if (clock.elapsed() < allowed || !mailbox->isEmpty())
+        startTimer();
+    else
+        deliver(RequestLetter(RequestLetter::TimedOut, number));
+}
+
+void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
+{
+    if (!isPending || letter.number != number) // it has finished, and may have been sent again
+        return;
+    if (isSending) {
+        stopTimer();
+        held.append(letter);
+        return;
+    }
+    switch (letter.kind) {
+    case RequestLetter::NotSent:
+        break;
+    case RequestLetter::Replied:
+        judge(letter.reply);
+        break;
+    case RequestLetter::NoBus:
+        fail(HNIPCRequest::NotSent, HNIPCRequest::BusLost, "Disconnected",
+             QString::fromLatin1("there is no system bus"));
+        break;
+    case RequestLetter::BusLost:
+        fail(HNIPCRequest::Unknown, HNIPCRequest::BusLost, "Disconnected",
+             QString::fromLatin1("the bus was lost before %1 answered").arg(daemonName()));
+        break;
+    case RequestLetter::TimedOut:
+    case RequestLetter::Cancelled:
+        giveUp(letter.kind);
+        break;
+    case RequestLetter::TimerNeeded:
+        startTimer();
+        return;
+    }
+    finish();
+}
+
+void HNIPCRequestPrivate::giveUp(RequestLetter::Kind kind)
+{
+    if (!call) // the failure is known already
+        return;
+    const bool isUnsent = call->withdraw();
+    if (isUnsent)
+        Bus::instance()->forget(call);
+    const HNIPCRequest::Outcome outcome = isUnsent ? HNIPCRequest::NotSent : HNIPCRequest::Unknown;
+    if (kind == RequestLetter::Cancelled) {
+        fail(outcome, HNIPCRequest::Cancelled, nullptr, QString::fromLatin1("cancelled"));
+        return;
+    }
+    const char *const text = isUnsent ? "its turn to be sent to %1 did not come within %2 ms"
+                                      : "%1 did not answer within %2 ms";
+    fail(outcome, HNIPCRequest::TimedOut, "Timeout",
+         QString::fromLatin1(text).arg(daemonName()).arg(allowed));
+}
+
+// The name without its first part if it is a standard one.
+void HNIPCRequestPrivate::fail(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason,
+                               const char *errorName, const QString &text)
+{
+    failure = HNIPCFailure(outcome, reason,
+                           errorName ? standardError(errorName)
+                                     : QString::fromLatin1("org.hnipc.Error.Cancelled"),
+                           text);
+}
+
+// A reply has to be of the declared type, but a record may have any number of fields, as for the
+// blocking client.
+void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
+{
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        failure = HNIPCFailure::ofReply(reply, daemonName(), allowed);
+        return;
+    }
+    failure.outcome = HNIPCRequest::Answered;
     if (called.resultType == QMetaType::Void)
-        return result;
+        return;
     if (called.resultType == qMetaTypeId<SupplyInformation>()
         && reply.signature().startsWith(QLatin1Char('('))) {
         SupplyInformation information;
         qvariant_cast<QDBusArgument>(reply.arguments().first()) >> information;
-        result.value = QVariant::fromValue(information);
-        return result;
+        value = QVariant::fromValue(information);
+        return;
     }
     QDBusError error;
-    result.value = emptyValue(called.resultType);
-    qDBusReplyFill(reply, error, result.value); // what QDBusReply does, for a type by its number
-    if (error.isValid())
-        return failure(HNIPCRequest::Unknown, error.name(),
-                       QString::fromLatin1("%1 answered another type: %2")
-                           .arg(called.daemon->busName, error.message()));
-    return result;
+    value = emptyValue(called.resultType);
+    qDBusReplyFill(reply, error, value); // what QDBusReply does, for a type by its number
+    if (error.isValid()) {
+        value = QVariant();
+        failure = HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::WrongType, error.name(),
+                               QString::fromLatin1("%1 answered another type: %2")
+                                   .arg(daemonName(), error.message()));
+    }
 }
 
-void HNIPCRequestPrivate::onReply()
+void HNIPCRequestPrivate::withdraw()
 {
-    const QDBusMessage reply = call->reply();
-    const bool failedAtOnce = call->failedAtOnce;
-    call = 0;
-    finish(reply.type() == QDBusMessage::ReplyMessage
-               ? judgedAnswer(called, reply)
-               : judgedError(called, reply, allowed, failedAtOnce));
+    if (call && call->withdraw())
+        Bus::instance()->forget(call);
+    call.reset();
 }
 
-void HNIPCRequestPrivate::onNotSent(int requestNumber)
+void HNIPCRequestPrivate::cancel()
 {
-    if (state == Failing && requestNumber == number) // else cancelled, and maybe sent again
-        finish(unsent);
-}
-
-void HNIPCRequestPrivate::onWaitedTooLong()
-{
-    giveUp("org.freedesktop.DBus.Error.Timeout",
-           QString::fromLatin1("its turn to be sent to %1 did not come within %2 ms")
-               .arg(called.daemon->busName).arg(allowed));
-}
-
-void HNIPCRequestPrivate::giveUp(const char *errorName, const QString &text)
-{
-    if (state == Failing)
-        finish(unsent);
-    else
-        finish(failure(state == Waiting ? HNIPCRequest::NotSent : HNIPCRequest::Unknown,
-                       QLatin1String(errorName), text));
-}
-
-void HNIPCRequestPrivate::leave()
-{
-    if (state == Waiting && !Turns::instance()->stopWaiting(q))
-        Turns::instance()->giveBack(); // it has been called
+    if (!isPending)
+        return;
     if (call)
-        call->abandon(q);
-    call = 0;
-    waitingTime.stop();
-    state = Idle;
+        call->withdraw(); // also if this is within send(), where the rest has to wait
+    ++number;             // and the reply may come first
+    deliver(RequestLetter(RequestLetter::Cancelled, number));
 }
 
-void HNIPCRequestPrivate::finish(const Result &last)
+void HNIPCRequestPrivate::finish()
 {
-    leave();
+    stopTimer();
+    call.reset();
     duration = clock.elapsed();
-    result = last;
-    const QPointer<HNIPCRequest> request = q; // a receiver may delete it
+    isPending = false;
+    isFinishing = true;
+    const QPointer<HNIPCRequest> request = q; // a receiver may destroy it
+    emit q->stateChanged();
+    if (!request)
+        return;
+    isFinishing = false;
     emit q->finished();
-    if (request)
-        emit request->stateChanged();
 }
 
 // ---- The request ---------------------------------------------------------------------------
 
 HNIPCRequest::HNIPCRequest(QObject *parent) : QObject(parent), d(new HNIPCRequestPrivate(this)) {}
 
-HNIPCRequest::~HNIPCRequest()
-{
-    d->leave();
-}
+HNIPCRequest::~HNIPCRequest() {}
 
 QString HNIPCRequest::method() const { return d->method; }
 
@@ -407,42 +357,44 @@ void HNIPCRequest::setDeadline(int milliseconds)
     emit deadlineChanged();
 }
 
-bool HNIPCRequest::isPending() const { return d->state != HNIPCRequestPrivate::Idle; }
+bool HNIPCRequest::isPending() const { return d->isPending; }
 
-HNIPCRequest::Outcome HNIPCRequest::outcome() const { return d->result.outcome; }
+HNIPCRequest::Outcome HNIPCRequest::outcome() const
+{
+    return d->isPending ? NoOutcome : d->failure.outcome;
+}
 
-QVariant HNIPCRequest::value() const { return d->result.value; }
+HNIPCRequest::Reason HNIPCRequest::reason() const
+{
+    return d->isPending ? NoReason : d->failure.reason;
+}
 
-QString HNIPCRequest::errorName() const { return d->result.errorName; }
+bool HNIPCRequest::isDone() const
+{
+    const bool isFalse = d->value.userType() == QMetaType::Bool && !d->value.toBool();
+    return outcome() == Answered && !isFalse;
+}
 
-QString HNIPCRequest::errorText() const { return d->result.errorText; }
+QVariant HNIPCRequest::value() const { return d->value; }
+
+QString HNIPCRequest::errorName() const
+{
+    return d->isPending ? QString() : d->failure.errorName;
+}
+
+QString HNIPCRequest::errorText() const
+{
+    return d->isPending ? QString() : d->failure.errorText;
+}
 
 int HNIPCRequest::elapsed() const
 {
-    return static_cast<int>(isPending() ? d->clock.elapsed() : d->duration);
+    const qint64 milliseconds = isPending() ? d->clock.elapsed() : d->duration;
+    return static_cast<int>(qMin<qint64>(milliseconds, std::numeric_limits<int>::max()));
 }
 
-bool HNIPCRequest::send()
-{
-    if (isPending())
-        return false;
-    d->result = Result();
-    ++d->number;
-    d->clock.start();
-    if (!d->start()) {
-        // Through the event loop, so that whoever calls hears of it as of any other outcome.
-        d->state = HNIPCRequestPrivate::Failing;
-        QMetaObject::invokeMethod(this, "onNotSent", Qt::QueuedConnection, Q_ARG(int, d->number));
-    }
-    emit stateChanged();
-    return true;
-}
+bool HNIPCRequest::send() { return d->send(); }
 
-void HNIPCRequest::cancel()
-{
-    if (isPending())
-        d->giveUp("org.hnipc.Error.Cancelled", QString::fromLatin1("cancelled"));
-}
+void HNIPCRequest::cancel() { d->cancel(); }
 
 #include "hnipc/moc_hnipcrequest.cpp"
-#include "hnipcrequest.moc"

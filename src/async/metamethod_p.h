@@ -6,8 +6,9 @@
 #include <QtCore/QList>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
+#include <QtDBus/QDBusMetaType>
 
-// What a QMetaMethod tells under other names in each Qt major.
+// What the Qt majors call by different names.
 
 inline QByteArray nameOf(const QMetaMethod &method)
 {
@@ -39,6 +40,16 @@ inline int resultTypeOf(const QMetaMethod &method)
     return QMetaType::type(method.typeName()); // Void for "", too
 #else
     return method.returnType();
+#endif
+}
+
+// The D-Bus type of a type of QMetaType.
+inline const char *wireTypeOf(int type)
+{
+#if QT_VERSION < 0x060000
+    return QDBusMetaType::typeToSignature(type);
+#else
+    return QDBusMetaType::typeToSignature(QMetaType(type));
 #endif
 }
 

@@ -28,13 +28,13 @@ static bool hasSlot(const QMetaObject &server, const QByteArray &name, const QLi
     return false;
 }
 
-static const ServiceIdentity *daemonOf(const QByteArray &name, const QList<int> &types)
+static HNIPCServer::ServerType daemonOf(const QByteArray &name, const QList<int> &types)
 {
     if (hasSlot(IHNIPCM4::staticMetaObject, name, types))
-        return serviceIdentity(HNIPCServer::M4);
+        return HNIPCServer::M4;
     if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types))
-        return serviceIdentity(HNIPCServer::SUPPLYD);
-    return serviceIdentity(HNIPCServer::IOEXPD);
+        return HNIPCServer::SUPPLYD;
+    return HNIPCServer::IOEXPD;
 }
 
 typedef QHash<QString, QList<RemoteMethod> > RemoteMethods;
@@ -74,8 +74,8 @@ static RemoteMethods readMetaObjects()
 
 QList<RemoteMethod> remoteMethods(const QString &name)
 {
-    static const RemoteMethods all = readMetaObjects();
-    return all.value(name);
+    static const RemoteMethods *const all = new RemoteMethods(readMetaObjects());
+    return all->value(name); // also for requests that outlive static objects
 }
 
 // ---- What it is called with ----------------------------------------------------------------
@@ -134,8 +134,7 @@ static QVariant listOfTexts(const QVariant &value)
     return result;
 }
 
-// The value as one of this type, or an invalid one where something would be lost or made up.
-static QVariant converted(const QVariant &value, int type)
+QVariant converted(const QVariant &value, int type)
 {
     if (value.userType() == type)
         return value;

@@ -2,7 +2,7 @@
 #ifndef REMOTEMETHOD_P_H
 #define REMOTEMETHOD_P_H
 
-#include "common/serviceidentity_p.h"
+#include <hnipc/hnipcserver.h>
 
 #include <QtCore/QList>
 #include <QtCore/QString>
@@ -17,21 +17,24 @@ struct RemoteMethod
         int type; // of QMetaType, as is the result's
     };
 
-    const ServiceIdentity *daemon;
+    HNIPCServer::ServerType daemon;
     QString name;
     QList<Parameter> parameters;
     int required; // so many have no default
     int resultType;
 };
 
-// All methods of this name, none where there is no such method. Known from the meta-objects of the
+// All methods of this name, none if there is no such method; read from the meta-objects of the
 // client and of the daemons' interface classes.
 QList<RemoteMethod> remoteMethods(const QString &name);
 
 // The one of these overloads that the arguments fit, with the arguments in the declared types and
-// the defaults in place of those that are left out. Null, with what is wrong, where none fits.
+// the defaults in place of those that are left out. Null, with the reason, if none fits.
 const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
                                   const QVariantList &arguments, QVariantList *fitted,
                                   QString *error);
+
+// The value as one of this type of QMetaType; invalid if that would lose or invent something.
+QVariant converted(const QVariant &value, int type);
 
 #endif

@@ -2,6 +2,7 @@
 #include "client/hnipc_p.h"
 
 #include "common/emptyvalue_p.h"
+#include "common/relay_p.h"
 #include "common/serviceidentity_p.h"
 
 #include <hnipc/hnipc.h>
@@ -272,79 +273,14 @@ template SupplyInformation HNIPCPrivate::answer(Type, const char *, Arguments);
 
 // ---- The relay -----------------------------------------------------------------------------
 
-// A table, one signal a row.
-// clang-format off
 void HNIPCPrivate::connectSignals()
 {
-    relay(IOEXPD, "IOEXPD_CancelButton", SIGNAL(CancelButton()));
-    relay(IOEXPD, "IOEXPD_HelpButton", SIGNAL(HelpButton()));
-    relay(IOEXPD, "IOEXPD_PrintButton", SIGNAL(PrintButton()));
-
-    relay(M4, "M4_M4MessageReceived", SIGNAL(M4MessageReceived(QString)));
-    relay(M4, "M4_M4MessageSent", SIGNAL(M4MessageSent(QString)));
-    relay(M4, "M4_M4Version", SIGNAL(M4Version(QString)));
-    relay(M4, "M4_M4Dac0", SIGNAL(M4Dac0(quint32)));
-    relay(M4, "M4_M4BMark", SIGNAL(M4BMark(quint32)));
-    relay(M4, "M4_M4Gap", SIGNAL(M4Gap(quint32)));
-    relay(M4, "M4_M4PreCutter", SIGNAL(M4PreCutter(quint32)));
-    relay(M4, "M4_M4RibbonClr1", SIGNAL(M4RibbonClr1(quint32)));
-    relay(M4, "M4_M4RibbonClr2", SIGNAL(M4RibbonClr2(quint32)));
-    relay(M4, "M4_M4RibbonEnc1", SIGNAL(M4RibbonEnc1(quint32)));
-    relay(M4, "M4_M4RibbonEnc2", SIGNAL(M4RibbonEnc2(quint32)));
-    relay(M4, "M4_M4RibbonEnc3", SIGNAL(M4RibbonEnc3(quint32)));
-    relay(M4, "M4_M4RibbonEnc4", SIGNAL(M4RibbonEnc4(quint32)));
-    relay(M4, "M4_M4CutterCover", SIGNAL(M4CutterCover(bool)));
-    relay(M4, "M4_M4CutterHome", SIGNAL(M4CutterHome(bool)));
-    relay(M4, "M4_M4PrinterLid", SIGNAL(M4PrinterLid(bool)));
-    relay(M4, "M4_M4SupplySensor", SIGNAL(M4SupplySensor(quint32)));
-    relay(M4, "M4_M4SupplyLatch", SIGNAL(M4SupplyLatch(bool)));
-    relay(M4, "M4_M4Film1Tach", SIGNAL(M4Film1Tach(quint32)));
-    relay(M4, "M4_M4Film2Tach", SIGNAL(M4Film2Tach(quint32)));
-    relay(M4, "M4_M4Film3Tach", SIGNAL(M4Film3Tach(quint32)));
-    relay(M4, "M4_M4Film4Tach", SIGNAL(M4Film4Tach(quint32)));
-    relay(M4, "M4_M4PrintDone", SIGNAL(M4PrintDone()));
-    relay(M4, "M4_M4RibbonVerify1", SIGNAL(M4RibbonVerify1(quint64)));
-    relay(M4, "M4_M4RibbonVerify2", SIGNAL(M4RibbonVerify2(quint64)));
-    relay(M4, "M4_M4Tph1Fault", SIGNAL(M4Tph1Fault()));
-    relay(M4, "M4_M4Tph2Fault", SIGNAL(M4Tph2Fault()));
-    relay(M4, "M4_M4SupplyID", SIGNAL(M4SupplyID(QString)));
-    relay(M4, "M4_M4RibbonIDs", SIGNAL(M4RibbonIDs(QStringList)));
-    relay(M4, "M4_M4SupplyUID", SIGNAL(M4SupplyUID(QString)));
-    relay(M4, "M4_M4Ribbon1UID", SIGNAL(M4Ribbon1UID(QString)));
-    relay(M4, "M4_M4Ribbon2UID", SIGNAL(M4Ribbon2UID(QString)));
-    relay(M4, "M4_M4Ribbon1Mileage", SIGNAL(M4Ribbon1Mileage(qint32)));
-    relay(M4, "M4_M4Ribbon2Mileage", SIGNAL(M4Ribbon2Mileage(qint32)));
-    relay(M4, "M4_M4SupplyMileage", SIGNAL(M4SupplyMileage(qint32)));
-    relay(M4, "M4_M4BatteryUpdate", SIGNAL(M4BatteryUpdate(qint32)));
-    relay(M4, "M4_Error", SIGNAL(Error(int)));
-    relay(M4, "M4_Alert", SIGNAL(Alert(int)));
-    relay(M4, "M4_PrintQueueFull", SIGNAL(PrintQueueFull(int)));
-    relay(M4, "M4_PrintQueueClear", SIGNAL(PrintQueueClear(int)));
-    relay(M4, "M4_PrintQueueComplete", SIGNAL(PrintQueueComplete(int)));
-    relay(M4, "M4_M4TachValues", SIGNAL(M4TachValues(QString)));
-    relay(M4, "M4_M4UserSetting", SIGNAL(M4UserSetting(int,qint32)));
-    relay(M4, "M4_M4TphTherm", SIGNAL(M4TphTherm(int,qint32)));
-    relay(M4, "M4_M4TphHeatIndexOffset", SIGNAL(M4TphHeatIndexOffset(int,qint32)));
-    relay(M4, "M4_M4TachIndex", SIGNAL(M4TachIndex(int,qint32)));
-
-    relay(SUPPLYD, "SUPPLYD_HNIPCReady", SIGNAL(HNIPCReady()));
-    relay(SUPPLYD, "SUPPLYD_SupplyChanged", SIGNAL(SupplyChanged(QString,QString)));
-    relay(SUPPLYD, "SUPPLYD_RibbonChanged", SIGNAL(RibbonChanged(QStringList,QString)));
-    relay(SUPPLYD, "SUPPLYD_SupplyPercentChanged", SIGNAL(SupplyPercentChanged(double)));
-    relay(SUPPLYD, "SUPPLYD_Ribbon1PercentChanged", SIGNAL(Ribbon1PercentChanged(double)));
-    relay(SUPPLYD, "SUPPLYD_Ribbon2PercentChanged", SIGNAL(Ribbon2PercentChanged(double)));
-    relay(SUPPLYD, "SUPPLYD_SupplyRGBChanged", SIGNAL(SupplyRGBChanged(QString)));
-    relay(SUPPLYD, "SUPPLYD_Ribbon1RGBsChanged", SIGNAL(Ribbon1RGBsChanged(QStringList)));
-    relay(SUPPLYD, "SUPPLYD_Ribbon2RGBsChanged", SIGNAL(Ribbon2RGBsChanged(QStringList)));
-    relay(SUPPLYD, "SUPPLYD_CloseApplicationSignal", SIGNAL(CloseApplicationSignal()));
-}
-// clang-format on
-
-void HNIPCPrivate::relay(HNIPCServer::ServerType type, const char *name, const char *signal)
-{
-    const ServiceIdentity *daemon = serviceIdentity(type);
-    connectSignalHelper(daemon->busName, daemon->path, daemon->interfaceName, QLatin1String(name),
-                        signal);
+    for (int i = 0; i < relayRowCount; ++i) {
+        const RelayRow &row = relayRows()[i];
+        const ServiceIdentity *daemon = serviceIdentity(row.daemon);
+        connectSignalHelper(daemon->busName, daemon->path, daemon->interfaceName,
+                            QLatin1String(row.member), row.signal);
+    }
 }
 
 // Signal to signal: Qt's D-Bus layer emits the client's signal, with no code in between.

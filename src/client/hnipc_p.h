@@ -84,8 +84,6 @@ private:
     template <typename T>
     T answer(HNIPCServer::ServerType type, const char *method, Arguments arguments);
 
-    void relay(HNIPCServer::ServerType type, const char *name, const char *signal);
-
     HNIPC *q;
     QDBusInterface *ioexpd;
     QDBusInterface *m4;

@@ -4,6 +4,9 @@
 
 #include <hnipc/hnipc_version.h>
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcfailure.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 #include <hnipc/hnipcserver.h>
 #include <hnipc/supplyinformation.h>
@@ -15,7 +18,9 @@ namespace {
 template <typename Function>
 Entry answer(const char *section, const char *name, Function function)
 {
-    return Entry { section, "answer", -1, name, demangled(typeid(function).name()), QByteArray() };
+    QByteArray type = demangled(typeid(function).name());
+    type.replace("QList<QString>", "QStringList"); // what Qt 6 makes of it
+    return Entry { section, "answer", -1, name, type, QByteArray() };
 }
 
 QDBusArgument &(*const writes)(QDBusArgument &, const SupplyInformation &) = &operator<<;
@@ -30,14 +35,34 @@ Entries answers()
         answer("HNIPCAvailability", "hasM4", &HNIPCAvailability::hasM4),
         answer("HNIPCAvailability", "hasSupplyd", &HNIPCAvailability::hasSupplyd),
         answer("HNIPCAvailability", "isKnown", &HNIPCAvailability::isKnown),
+        answer("HNIPCEvents", "isListening", &HNIPCEvents::isListening),
+        answer("HNIPCFailure", "ofReply", &HNIPCFailure::ofReply),
+        answer("HNIPCReading", "arguments", &HNIPCReading::arguments),
+        answer("HNIPCReading", "deadline", &HNIPCReading::deadline),
+        answer("HNIPCReading", "errorName", &HNIPCReading::errorName),
+        answer("HNIPCReading", "errorText", &HNIPCReading::errorText),
+        answer("HNIPCReading", "isCurrent", &HNIPCReading::isCurrent),
+        answer("HNIPCReading", "isKnown", &HNIPCReading::isKnown),
+        answer("HNIPCReading", "method", &HNIPCReading::method),
+        answer("HNIPCReading", "reason", &HNIPCReading::reason),
+        answer("HNIPCReading", "setArguments", &HNIPCReading::setArguments),
+        answer("HNIPCReading", "setDeadline", &HNIPCReading::setDeadline),
+        answer("HNIPCReading", "setMethod", &HNIPCReading::setMethod),
+        answer("HNIPCReading", "setSignalNames", &HNIPCReading::setSignalNames),
+        answer("HNIPCReading", "setValueArgument", &HNIPCReading::setValueArgument),
+        answer("HNIPCReading", "signalNames", &HNIPCReading::signalNames),
+        answer("HNIPCReading", "value", &HNIPCReading::value),
+        answer("HNIPCReading", "valueArgument", &HNIPCReading::valueArgument),
         answer("HNIPCRequest", "arguments", &HNIPCRequest::arguments),
         answer("HNIPCRequest", "deadline", &HNIPCRequest::deadline),
         answer("HNIPCRequest", "elapsed", &HNIPCRequest::elapsed),
         answer("HNIPCRequest", "errorName", &HNIPCRequest::errorName),
         answer("HNIPCRequest", "errorText", &HNIPCRequest::errorText),
+        answer("HNIPCRequest", "isDone", &HNIPCRequest::isDone),
         answer("HNIPCRequest", "isPending", &HNIPCRequest::isPending),
         answer("HNIPCRequest", "method", &HNIPCRequest::method),
         answer("HNIPCRequest", "outcome", &HNIPCRequest::outcome),
+        answer("HNIPCRequest", "reason", &HNIPCRequest::reason),
         answer("HNIPCRequest", "setArguments", &HNIPCRequest::setArguments),
         answer("HNIPCRequest", "setDeadline", &HNIPCRequest::setDeadline),
         answer("HNIPCRequest", "setMethod", &HNIPCRequest::setMethod),

@@ -4,6 +4,8 @@
 
 #include <hnipc/hnipc.h>
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 #include <hnipc/ihnipcioexpd.h>
 #include <hnipc/ihnipcm4.h>
@@ -15,9 +17,10 @@
 namespace {
 
 const QMetaObject *const classes[] = {
-    &HNIPC::staticMetaObject,         &HNIPCAvailability::staticMetaObject,
-    &HNIPCRequest::staticMetaObject,  &HNIPCServer::staticMetaObject,
-    &IHNIPCIOEXPD::staticMetaObject,  &IHNIPCM4::staticMetaObject,
+    &HNIPC::staticMetaObject,        &HNIPCAvailability::staticMetaObject,
+    &HNIPCEvents::staticMetaObject,  &HNIPCReading::staticMetaObject,
+    &HNIPCRequest::staticMetaObject, &HNIPCServer::staticMetaObject,
+    &IHNIPCIOEXPD::staticMetaObject, &IHNIPCM4::staticMetaObject,
     &IHNIPCSUPPLYD::staticMetaObject,
 };
 

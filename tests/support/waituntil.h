@@ -7,11 +7,16 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 
+// In milliseconds.
+#ifndef HNIPC_TEST_PATIENCE
+#define HNIPC_TEST_PATIENCE (60 * 1000)
+#endif
+
 // Turns the event loop until the condition holds. The limit only keeps a broken test from hanging.
 template <typename Condition>
 bool waitUntil(Condition condition)
 {
-    const qint64 guard = 60 * 1000;
+    const qint64 guard = HNIPC_TEST_PATIENCE;
     // The condition may change on a thread that wakes no event loop, so the loop wakes by itself.
     QTimer heartbeat;
     heartbeat.start(2);

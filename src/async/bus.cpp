@@ -1,0 +1,352 @@
+// SPDX-License-Identifier: MIT
+#include "async/bus_p.h"
+
+#include "async/event_p.h"
+#include "common/serviceidentity_p.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QThread>
+#include <QtDBus/QDBusPendingCallWatcher>
+#include <QtDBus/QDBusPendingReply>
+#include <QtDBus/QDBusServiceWatcher>
+
+#include <limits>
+
+// To each daemon. Three times this is below the limit of a bus of type system, which refuses the
+// 129th unanswered call of a program; the rest is for its blocking calls.
+static const int mostInFlight = 32;
+
+// Requests have their own deadlines, and the bus counts a call until it is answered.
+static const int noTimeout = std::numeric_limits<int>::max();
+
+static HNIPCServer::ServerType daemonNumber(int i)
+{
+    return static_cast<HNIPCServer::ServerType>(i);
+}
+
+// ---- The thread ----------------------------------------------------------------------------
+
+Bus::Bus()
+    : m_jobs(this), m_isOpen(false), m_isConnected(false), m_connection(QString()),
+      m_watcher(nullptr), m_isListening(false), m_subscription(nullptr)
+{
+}
+
+// Never destroyed, nor its thread stopped: objects that outlive static ones still use it.
+Bus *Bus::instance()
+{
+    struct Starter
+    {
+        Starter() : bus(new Bus)
+        {
+#if QT_VERSION >= 0x050000
+            QThread *thread = new QThread;
+            thread->setObjectName(QLatin1String("hnipc"));
+            bus->moveToThread(thread);
+            thread->start();
+#else
+            if (QCoreApplication *application = QCoreApplication::instance())
+                bus->moveToThread(application->thread());
+#endif
+        }
+
+        Bus *const bus;
+    };
+    static const Starter starter;
+    return starter.bus;
+}
+
+void Bus::post(void (Bus::*action)(const Job &), const CallPointer &call,
+               const SubscriberPointer &subscriber)
+{
+    const Job job = { action, call, subscriber };
+    m_jobs.put(job);
+}
+
+bool Bus::event(QEvent *event)
+{
+    if (event->type() != letterEvent())
+        return QObject::event(event);
+    if (!m_isOpen)
+        open();
+    Job job;
+    if (m_jobs.take(&job))
+        (this->*job.action)(job);
+    return true;
+}
+
+void Bus::open()
+{
+    m_isOpen = true;
+    m_connection = QDBusConnection::systemBus();
+    m_isConnected = m_connection.isConnected();
+    m_connection.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
+                         QLatin1String("org.freedesktop.DBus.Local"),
+                         QLatin1String("Disconnected"), this, SLOT(onLost()));
+}
+
+void Bus::onLost()
+{
+    m_isConnected = false;
+    m_isListening = false;
+    m_subscription = nullptr;
+    // Qt 4 leaves calls in flight unanswered.
+    const QList<CallPointer> calls = m_calls.values();
+    m_calls.clear();
+    for (int i = 0; i < calls.size(); ++i)
+        calls.at(i)->end(RequestLetter::BusLost);
+    for (int i = 0; i < daemonCount; ++i) {
+        m_daemons[i].inFlight = 0;
+        m_daemons[i].presence = NotKnown;
+        m_daemons[i].isPresent = false;
+        sendWaiting(&m_daemons[i]);
+    }
+    tell(News(News::BusLost));
+}
+
+QDBusPendingCallWatcher *Bus::askBus(const char *method, const QString &name, const char *slot)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        QLatin1String("org.freedesktop.DBus"), QLatin1String("/org/freedesktop/DBus"),
+        QLatin1String("org.freedesktop.DBus"), QLatin1String(method));
+    if (!name.isEmpty())
+        message << name;
+    QDBusPendingCallWatcher *watcher
+        = new QDBusPendingCallWatcher(m_connection.asyncCall(message, noTimeout), this);
+    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)), slot);
+    return watcher;
+}
+
+// ---- Calls ---------------------------------------------------------------------------------
+
+void Bus::send(const CallPointer &call)
+{
+    post(&Bus::onSend, call, SubscriberPointer());
+}
+
+void Bus::forget(const CallPointer &call)
+{
+    post(&Bus::onForget, call, SubscriberPointer());
+}
+
+void Bus::onSend(const Job &job)
+{
+    Daemon &daemon = m_daemons[job.call->daemon()];
+    if (daemon.inFlight < mostInFlight)
+        sendNow(job.call);
+    else
+        daemon.waiting.append(job.call);
+}
+
+void Bus::onForget(const Job &job)
+{
+    m_daemons[job.call->daemon()].waiting.removeOne(job.call);
+}
+
+void Bus::sendNow(const CallPointer &call)
+{
+    if (!m_isConnected) {
+        call->end(RequestLetter::NoBus);
+        return;
+    }
+    if (!call->beginSending())
+        return;
+    ++m_daemons[call->daemon()].inFlight;
+    QDBusPendingCallWatcher *watcher
+        = new QDBusPendingCallWatcher(m_connection.asyncCall(call->message(), noTimeout), this);
+    m_calls.insert(watcher, call);
+    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)),
+            SLOT(onReply(QDBusPendingCallWatcher*)));
+}
+
+void Bus::sendWaiting(Daemon *daemon)
+{
+    while (!daemon->waiting.isEmpty() && daemon->inFlight < mostInFlight)
+        sendNow(daemon->waiting.takeFirst());
+}
+
+void Bus::onReply(QDBusPendingCallWatcher *watcher)
+{
+    watcher->deleteLater();
+    const CallPointer call = m_calls.take(watcher);
+    if (!call) // it has ended with the bus
+        return;
+    call->end(RequestLetter::Replied, watcher->reply());
+    Daemon &daemon = m_daemons[call->daemon()];
+    --daemon.inFlight;
+    sendWaiting(&daemon);
+}
+
+// ---- Subscribers ---------------------------------------------------------------------------
+
+void Bus::subscribe(const SubscriberPointer &subscriber)
+{
+    post(&Bus::onSubscribe, CallPointer(), subscriber);
+}
+
+void Bus::unsubscribe(const SubscriberPointer &subscriber)
+{
+    subscriber->mailbox.close();
+    post(&Bus::onUnsubscribe, CallPointer(), subscriber);
+}
+
+void Bus::onSubscribe(const Job &job)
+{
+    const SubscriberPointer &subscriber = job.subscriber;
+    m_subscribers.append(subscriber);
+    if (!m_isConnected) {
+        subscriber->mailbox.put(News(News::BusLost));
+        return;
+    }
+    if (subscriber->daemons)
+        watchDaemons();
+    for (int i = 0; i < daemonCount; ++i) {
+        News news(m_daemons[i].presence == Present ? News::DaemonPresent : News::DaemonAbsent);
+        news.daemon = daemonNumber(i);
+        const bool isWanted = subscriber->wantsState || m_daemons[i].presence == Absent;
+        if (subscriber->wants(news.daemon) && isWanted && m_daemons[i].presence != NotKnown)
+            subscriber->mailbox.put(news);
+    }
+    if (subscriber->rows && !m_isListening && !m_subscription)
+        connectSignals();
+    if (subscriber->rows && m_isListening && subscriber->wantsState)
+        subscriber->mailbox.put(News(News::Listening));
+}
+
+void Bus::onUnsubscribe(const Job &job)
+{
+    m_subscribers.removeOne(job.subscriber);
+    if ((m_isListening || m_subscription) && !wantsSignals())
+        disconnectSignals();
+}
+
+void Bus::tell(const News &news)
+{
+    for (int i = 0; i < m_subscribers.size(); ++i) {
+        Subscriber &subscriber = *m_subscribers.at(i);
+        bool isWanted = true;
+        switch (news.kind) {
+        case News::DaemonPresent:
+            isWanted = subscriber.wantsState && subscriber.wants(news.daemon);
+            break;
+        case News::DaemonAppeared:
+        case News::DaemonAbsent:
+            isWanted = subscriber.wants(news.daemon);
+            break;
+        case News::Listening:
+            isWanted = subscriber.wantsState && subscriber.rows != 0;
+            break;
+        case News::Signal:
+            isWanted = (subscriber.rows >> news.row) & 1;
+            break;
+        default:
+            break;
+        }
+        if (isWanted)
+            subscriber.mailbox.put(news);
+    }
+}
+
+// The watch comes before the question, so that nothing happens unnoticed between the two.
+void Bus::watchDaemons()
+{
+    if (m_watcher)
+        return;
+    m_watcher = new QDBusServiceWatcher(this);
+    m_watcher->setConnection(m_connection);
+    m_watcher->setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    connect(m_watcher, SIGNAL(serviceOwnerChanged(QString,QString,QString)),
+            SLOT(onOwnerChanged(QString,QString,QString)));
+    for (int i = 0; i < daemonCount; ++i) {
+        const QString name = serviceIdentity(daemonNumber(i))->busName;
+        m_watcher->addWatchedService(name);
+        m_daemons[i].question
+            = askBus("NameHasOwner", name, SLOT(onOwnerTold(QDBusPendingCallWatcher*)));
+    }
+}
+
+void Bus::setPresence(HNIPCServer::ServerType daemon, News::Kind kind)
+{
+    m_daemons[daemon].presence = kind == News::DaemonAbsent ? Absent : Present;
+    m_daemons[daemon].isPresent = kind != News::DaemonAbsent;
+    News news(kind);
+    news.daemon = daemon;
+    tell(news);
+}
+
+void Bus::onOwnerChanged(const QString &name, const QString &, const QString &newOwner)
+{
+    for (int i = 0; i < daemonCount; ++i) {
+        if (name == serviceIdentity(daemonNumber(i))->busName)
+            setPresence(daemonNumber(i),
+                        newOwner.isEmpty() ? News::DaemonAbsent : News::DaemonAppeared);
+    }
+}
+
+void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
+{
+    watcher->deleteLater();
+    const QDBusPendingReply<bool> reply = *watcher;
+    for (int i = 0; i < daemonCount; ++i) {
+        const bool isUnknown = m_daemons[i].presence == NotKnown; // else the watch was faster
+        if (watcher == m_daemons[i].question && isUnknown && !reply.isError())
+            setPresence(daemonNumber(i),
+                        reply.value() ? News::DaemonPresent : News::DaemonAbsent);
+    }
+}
+
+bool Bus::wantsSignals() const
+{
+    for (int i = 0; i < m_subscribers.size(); ++i) {
+        if (m_subscribers.at(i)->rows)
+            return true;
+    }
+    return false;
+}
+
+// One subscription a daemon, to all signals of its interface.
+void Bus::connectSignals()
+{
+    // Qt asks the bus for the owner of each name, and libdbus aborts if it has been lost meanwhile.
+    for (int i = 0; i < daemonCount && m_connection.isConnected(); ++i) {
+        const ServiceIdentity *daemon = serviceIdentity(daemonNumber(i));
+        m_connection.connect(daemon->busName, daemon->path, daemon->interfaceName, QString(), this,
+                             SLOT(onSignal(QDBusMessage)));
+    }
+    // Replied after the subscriptions, which have no reply themselves.
+    m_subscription
+        = askBus("GetId", QString(), SLOT(onSubscribed(QDBusPendingCallWatcher*)));
+}
+
+void Bus::disconnectSignals()
+{
+    for (int i = 0; i < daemonCount; ++i) {
+        const ServiceIdentity *daemon = serviceIdentity(daemonNumber(i));
+        m_connection.disconnect(daemon->busName, daemon->path, daemon->interfaceName, QString(),
+                                this, SLOT(onSignal(QDBusMessage)));
+    }
+    m_isListening = false;
+    m_subscription = nullptr;
+}
+
+void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
+{
+    watcher->deleteLater();
+    if (watcher != m_subscription || watcher->isError())
+        return;
+    m_subscription = nullptr;
+    m_isListening = true;
+    tell(News(News::Listening));
+}
+
+void Bus::onSignal(const QDBusMessage &message)
+{
+    const int row = rowOfMessage(message);
+    if (row < 0)
+        return;
+    News news(News::Signal);
+    news.daemon = eventOfRow(row).daemon;
+    news.row = row;
+    news.values = message.arguments().mid(0, eventOfRow(row).parameterCount);
+    tell(news);
+}

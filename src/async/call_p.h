@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#ifndef CALL_P_H
+#define CALL_P_H
+
+#include "async/mailbox_p.h"
+#include "async/remotemethod_p.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtDBus/QDBusMessage>
+
+#include <memory>
+#include <mutex>
+
+// What a request is told.
+struct RequestLetter
+{
+    enum Kind {
+        NotSent,    // for the reason that the request knows
+        Replied,    // with this reply
+        TimedOut,   // before it was sent
+        NoBus,      // not sent
+        BusLost,    // after it was sent
+        Cancelled,  // within send()
+        TimerNeeded // of the thread that the request belongs to now
+    };
+
+    RequestLetter(Kind itsKind, int itsNumber) : kind(itsKind), number(itsNumber) {}
+
+    Kind kind;
+    int number; // of what it is about, so that one that is outdated is known
+    QDBusMessage reply;
+};
+
+// A call on its way to the bus and back, shared by the request and the bus.
+class Call
+{
+public:
+    Call(const RemoteMethod &method, const QVariantList &arguments, int deadline, int number,
+         const std::shared_ptr<Mailbox<RequestLetter> > &request);
+
+    HNIPCServer::ServerType daemon() const { return m_daemon; }
+    const QDBusMessage &message() const { return m_message; }
+
+    // For the request, which does not wait for the call any more. True if the call was not sent;
+    // then it never is.
+    bool withdraw();
+
+    // For the bus.
+    bool beginSending(); // false if the call was withdrawn, or its deadline has passed
+    void end(RequestLetter::Kind kind, const QDBusMessage &reply = QDBusMessage());
+
+private:
+    const HNIPCServer::ServerType m_daemon;
+    const int m_deadline;
+    const int m_number;
+    const std::shared_ptr<Mailbox<RequestLetter> > m_request;
+    QDBusMessage m_message;
+    QElapsedTimer m_clock;
+
+    std::mutex m_mutex; // for both
+    bool m_isSent;
+    bool m_isWithdrawn;
+};
+
+typedef std::shared_ptr<Call> CallPointer;
+
+#endif

@@ -1,0 +1,458 @@
+// SPDX-License-Identifier: MIT
+#include <hnipc/hnipcreading.h>
+
+#include "async/bus_p.h"
+#include "async/event_p.h"
+#include "async/remotemethod_p.h"
+#include "common/serviceidentity_p.h"
+
+#include <QtCore/QBasicTimer>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QPointer>
+#include <QtCore/QTimerEvent>
+
+static const int shortestPause = 250; // in ms, after a read that failed
+static const int longestPause = 30 * 1000;
+
+namespace {
+
+// The properties of the client. That of the supply is of several printers, so that the argument of
+// its signal may be another's.
+struct ClientProperty
+{
+    const char *name;
+    const char *method;
+    const char *signal;
+    int valueArgument;
+};
+
+const ClientProperty clientProperties[] = {
+    { "qmlSupplyPercent", "supplySupplyPercent", "SupplyPercentChanged", 0 },
+    { "qmlSupplyColorRGB", "supplySupplyRGB", "SupplyRGBChanged", 0 },
+    { "qmlRibbonPercent", "supplyRibbon1Percent", "Ribbon1PercentChanged", 0 },
+    { "qmlRibbonColorRGBs", "supplyRibbon1RGBs", "Ribbon1RGBsChanged", 0 },
+    { "qmlSupplySKU", "supplySKUCached", "SupplyChanged", -1 },
+    { "qmlPrintEngineErrorCode", "getError", "Error", 0 },
+    { "qmlPrintEngineAlertCode", "getAlert", "Alert", 0 },
+    { "qmlBatteryStatus", "getBatteryStatus", "M4BatteryUpdate", 0 },
+};
+
+const ClientProperty *clientProperty(const QString &name)
+{
+    for (const ClientProperty &property : clientProperties) {
+        if (name == QLatin1String(property.name))
+            return &property;
+    }
+    return nullptr;
+}
+
+// What a reading shows.
+struct State
+{
+    State() : isKnown(false), isCurrent(false), reason(HNIPCRequest::NoReason) {}
+
+    bool operator==(const State &other) const
+    {
+        return isKnown == other.isKnown && isCurrent == other.isCurrent
+            && value == other.value && reason == other.reason && errorName == other.errorName
+            && errorText == other.errorText;
+    }
+
+    bool isKnown;
+    bool isCurrent;
+    QVariant value;
+    HNIPCRequest::Reason reason;
+    QString errorName;
+    QString errorText;
+};
+
+// Equal and of the same types: variants that make different calls, as 5 and "5", may be equal.
+bool isSame(const QVariantList &one, const QVariantList &other);
+
+bool isSame(const QVariant &one, const QVariant &other)
+{
+    if (one.userType() != other.userType())
+        return false;
+    return one.userType() == QMetaType::QVariantList ? isSame(one.toList(), other.toList())
+                                                     : one == other;
+}
+
+bool isSame(const QVariantList &one, const QVariantList &other)
+{
+    if (one.size() != other.size())
+        return false;
+    for (int i = 0; i < one.size(); ++i) {
+        if (!isSame(one.at(i), other.at(i)))
+            return false;
+    }
+    return true;
+}
+
+QEvent::Type configureEvent()
+{
+    static const int type = QEvent::registerEventType();
+    return static_cast<QEvent::Type>(type);
+}
+
+State unknown(HNIPCRequest::Reason reason, const char *errorName, const QString &text)
+{
+    State result;
+    result.reason = reason;
+    result.errorName = QLatin1String("org.freedesktop.DBus.Error.") + QLatin1String(errorName);
+    result.errorText = text;
+    return result;
+}
+
+} // namespace
+
+// A child of the reading, so that it goes along to another thread.
+class HNIPCReadingPrivate : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HNIPCReadingPrivate(HNIPCReading *reading);
+    virtual ~HNIPCReadingPrivate();
+
+    void reconfigure(void (HNIPCReading::*signal)()); // in the event loop; the signal says of what
+    void read();
+
+    QString method;
+    QVariantList arguments;
+    QStringList signalNames;
+    int valueArgument;
+    int deadline;
+    State state;
+
+protected:
+    virtual bool event(QEvent *event);
+    virtual void timerEvent(QTimerEvent *event);
+
+private Q_SLOTS:
+    void onFinished();
+
+private:
+    void configure();
+    void subscribe(quint64 rows);
+    void unsubscribe();
+    void renewRequest();
+    void setState(const State &newState);
+    void onNews(const News &news);
+    void onSignal(const News &news);
+    void becomeUnknown(const State &reason);
+
+    HNIPCReading *const q;
+    bool isReconfigured;   // and the event loop has not seen it yet
+    QString called;        // the method, that of the client's property
+    SubscriberPointer subscriber; // null while there is nothing to read
+    HNIPCServer::ServerType daemon;
+    int resultType;
+    int argumentOfValue;
+    bool isAbsent;         // the daemon, or the bus has not reported yet
+    HNIPCRequest *request;
+    bool isOutdated;       // what is under way, since a signal came after it was sent
+    bool isToFollow;       // one more read, when what is under way has finished
+    bool isFromSignal;     // the value, which no read has confirmed
+    QBasicTimer pause;     // until a failed read is repeated
+    int pauseLength;
+};
+
+HNIPCReadingPrivate::HNIPCReadingPrivate(HNIPCReading *reading)
+    : QObject(reading), valueArgument(-1), deadline(-1), q(reading), isReconfigured(false),
+      daemon(HNIPCServer::IOEXPD), resultType(0), argumentOfValue(-1), isAbsent(true),
+      request(nullptr), isOutdated(false), isToFollow(false), isFromSignal(false),
+      pauseLength(shortestPause)
+{
+}
+
+HNIPCReadingPrivate::~HNIPCReadingPrivate()
+{
+    unsubscribe();
+}
+
+// ---- What is read --------------------------------------------------------------------------
+
+void HNIPCReadingPrivate::reconfigure(void (HNIPCReading::*signal)())
+{
+    unsubscribe();
+    delete request;
+    request = nullptr;
+    if (!isReconfigured)
+        QCoreApplication::postEvent(this, new QEvent(configureEvent()));
+    isReconfigured = true;
+    const QPointer<HNIPCReading> guard = q; // a receiver may destroy it, or run an event loop
+    setState(State());
+    if (guard)
+        emit(q->*signal)();
+}
+
+void HNIPCReadingPrivate::configure()
+{
+    isReconfigured = false;
+    const ClientProperty *property = clientProperty(method);
+    called = property ? QString::fromLatin1(property->method) : method;
+    const bool isOwnSignal = property && signalNames.isEmpty();
+    const QStringList names = isOwnSignal
+        ? QStringList(QString::fromLatin1(property->signal)) : signalNames;
+    argumentOfValue = isOwnSignal ? property->valueArgument : valueArgument;
+    if (called.isEmpty())
+        return;
+
+    const QList<RemoteMethod> overloads = remoteMethods(called);
+    if (overloads.isEmpty()) {
+        setState(unknown(HNIPCRequest::UnknownMethod, "UnknownMethod",
+                         QString::fromLatin1("the printer has no method \"%1\"").arg(called)));
+        return;
+    }
+    QVariantList fitted;
+    QString error;
+    if (!fittingMethod(overloads, arguments, &fitted, &error)) {
+        setState(unknown(HNIPCRequest::InvalidArguments, "InvalidArgs", error));
+        return;
+    }
+    quint64 rows = 0;
+    for (int i = 0; i < names.size(); ++i) {
+        const int row = rowOfSignal(names.at(i));
+        if (row < 0) {
+            setState(unknown(HNIPCRequest::InvalidArguments, "InvalidArgs",
+                             QString::fromLatin1("the printer has no signal \"%1\"")
+                                 .arg(names.at(i))));
+            return;
+        }
+        rows |= Q_UINT64_C(1) << row;
+    }
+    daemon = overloads.first().daemon; // that of all overloads, as is the result
+    resultType = overloads.first().resultType;
+    pauseLength = shortestPause;
+    renewRequest();
+    subscribe(rows);
+    // Sent after the subscription, so no change goes unnoticed between the two.
+    read();
+}
+
+void HNIPCReadingPrivate::subscribe(quint64 rows)
+{
+    subscriber.reset(new Subscriber(this));
+    subscriber->daemons = 1 << daemon;
+    subscriber->rows = rows;
+    // A daemon that is known to be running is called at once; of any other, the bus reports.
+    isAbsent = !Bus::instance()->isPresent(daemon);
+    subscriber->wantsState = isAbsent;
+    Bus::instance()->subscribe(subscriber);
+}
+
+void HNIPCReadingPrivate::unsubscribe()
+{
+    if (subscriber)
+        Bus::instance()->unsubscribe(subscriber);
+    subscriber.reset();
+}
+
+// ---- Reading -------------------------------------------------------------------------------
+
+void HNIPCReadingPrivate::read()
+{
+    pause.stop();
+    if (!request || isAbsent)
+        return;
+    request->setDeadline(deadline);
+    isToFollow = !request->send();
+    if (!isToFollow)
+        isOutdated = false;
+}
+
+void HNIPCReadingPrivate::onFinished()
+{
+    const bool isOneMoreWanted = isToFollow;
+    // Signals do not hide that the daemon does not reply.
+    if (isOutdated && request->reason() != HNIPCRequest::TimedOut) {
+        read();
+        return;
+    }
+    State newState;
+    if (request->outcome() == HNIPCRequest::Answered) {
+        newState.isKnown = newState.isCurrent = true;
+        newState.value = request->value();
+        isFromSignal = false;
+        pauseLength = shortestPause;
+        if (isOneMoreWanted)
+            read();
+    } else {
+        if (isFromSignal)
+            newState = state;
+        newState.reason = request->reason();
+        newState.errorName = request->errorName();
+        newState.errorText = request->errorText();
+        pause.start(pauseLength, this);
+        pauseLength = qMin(2 * pauseLength, longestPause);
+    }
+    setState(newState);
+}
+
+void HNIPCReadingPrivate::timerEvent(QTimerEvent *)
+{
+    read();
+}
+
+bool HNIPCReadingPrivate::event(QEvent *event)
+{
+    News news(News::Signal);
+    if (event->type() == configureEvent())
+        configure();
+    else if (event->type() != letterEvent())
+        return QObject::event(event);
+    else if (subscriber && subscriber->mailbox.takeForReceivers(&news))
+        onNews(news);
+    return true;
+}
+
+void HNIPCReadingPrivate::onNews(const News &news)
+{
+    switch (news.kind) {
+    case News::Signal:
+        onSignal(news);
+        break;
+    case News::BusLost:
+        isAbsent = true;
+        becomeUnknown(unknown(HNIPCRequest::BusLost, "Disconnected",
+                              QString::fromLatin1("there is no system bus")));
+        break;
+    case News::DaemonAbsent:
+        isAbsent = true;
+        becomeUnknown(unknown(HNIPCRequest::DaemonAbsent, "ServiceUnknown",
+                              QString::fromLatin1("%1 is not on the bus")
+                                  .arg(serviceIdentity(daemon)->busName)));
+        break;
+    case News::DaemonPresent:
+        if (!isAbsent) // as it was when the first read was sent
+            break;
+        // fall through
+    case News::DaemonAppeared:
+        isAbsent = false;
+        becomeUnknown(State());
+        break;
+    case News::Listening:
+        break;
+    }
+}
+
+// What is under way is of a daemon that is gone.
+void HNIPCReadingPrivate::becomeUnknown(const State &why)
+{
+    if (request->isPending())
+        renewRequest();
+    pauseLength = shortestPause;
+    read();
+    setState(why);
+}
+
+void HNIPCReadingPrivate::renewRequest()
+{
+    delete request;
+    request = new HNIPCRequest(this);
+    request->setMethod(called);
+    request->setArguments(arguments);
+    connect(request, SIGNAL(finished()), SLOT(onFinished()));
+}
+
+void HNIPCReadingPrivate::onSignal(const News &news)
+{
+    if (isAbsent) // a signal of another daemon
+        return;
+    State newState = state;
+    newState.isCurrent = false;
+    const QVariant value = converted(news.values.value(argumentOfValue), resultType);
+    isFromSignal = value.isValid();
+    if (isFromSignal) {
+        newState.isKnown = true;
+        newState.value = value;
+    }
+    isOutdated = request->isPending();
+    // A daemon that has not replied in time gets no more calls than the pauses allow.
+    if (!pause.isActive() || state.reason != HNIPCRequest::TimedOut)
+        read();
+    setState(newState);
+}
+
+// The last that is done, for a receiver may destroy the reading.
+void HNIPCReadingPrivate::setState(const State &newState)
+{
+    if (newState == state)
+        return;
+    state = newState;
+    emit q->changed();
+}
+
+// ---- The reading ---------------------------------------------------------------------------
+
+HNIPCReading::HNIPCReading(QObject *parent) : QObject(parent), d(new HNIPCReadingPrivate(this)) {}
+
+HNIPCReading::~HNIPCReading() {}
+
+QString HNIPCReading::method() const { return d->method; }
+
+void HNIPCReading::setMethod(const QString &method)
+{
+    if (method == d->method)
+        return;
+    d->method = method;
+    d->reconfigure(&HNIPCReading::methodChanged);
+}
+
+QVariantList HNIPCReading::arguments() const { return d->arguments; }
+
+// A binding of QML sets them again whenever something that it reads has changed.
+void HNIPCReading::setArguments(const QVariantList &arguments)
+{
+    if (isSame(arguments, d->arguments))
+        return;
+    d->arguments = arguments;
+    d->reconfigure(&HNIPCReading::argumentsChanged);
+}
+
+QStringList HNIPCReading::signalNames() const { return d->signalNames; }
+
+void HNIPCReading::setSignalNames(const QStringList &names)
+{
+    if (names == d->signalNames)
+        return;
+    d->signalNames = names;
+    d->reconfigure(&HNIPCReading::signalNamesChanged);
+}
+
+int HNIPCReading::valueArgument() const { return d->valueArgument; }
+
+void HNIPCReading::setValueArgument(int index)
+{
+    if (index == d->valueArgument)
+        return;
+    d->valueArgument = index;
+    d->reconfigure(&HNIPCReading::valueArgumentChanged);
+}
+
+int HNIPCReading::deadline() const { return d->deadline; }
+
+void HNIPCReading::setDeadline(int milliseconds)
+{
+    if (milliseconds == d->deadline)
+        return;
+    d->deadline = milliseconds;
+    emit deadlineChanged();
+}
+
+bool HNIPCReading::isKnown() const { return d->state.isKnown; }
+
+bool HNIPCReading::isCurrent() const { return d->state.isCurrent; }
+
+QVariant HNIPCReading::value() const { return d->state.value; }
+
+HNIPCRequest::Reason HNIPCReading::reason() const { return d->state.reason; }
+
+QString HNIPCReading::errorName() const { return d->state.errorName; }
+
+QString HNIPCReading::errorText() const { return d->state.errorText; }
+
+void HNIPCReading::read() { d->read(); }
+
+#include "hnipc/moc_hnipcreading.cpp"
+#include "hnipcreading.moc"

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_ASYNCDAEMONS_H
+#define HNIPC_TESTS_ASYNCDAEMONS_H
+
+#include "support/fakedaemons.h"
+#include "support/roundtrip.h"
+#include "support/waituntil.h"
+
+#include <hnipc/hnipcavailability.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QEvent>
+#include <QtCore/QEventLoop>
+
+#include <thread>
+
+// What has come to the library's bus thread has been delivered to the objects of this thread when
+// this returns. Turns the event loop.
+inline bool passBusThread()
+{
+    HNIPCAvailability availability;
+    return waitUntil([&availability]() { return availability.isKnown(); });
+}
+
+// What requests have sent has passed the bus when this returns. Turns no event loop of this thread,
+// but for Qt 4, whose requests are sent by it.
+inline void makeRequestsLeave()
+{
+#if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)
+    std::thread([]() {
+        HNIPCAvailability availability;
+        QEventLoop loop;
+        loop.connect(&availability, SIGNAL(knownChanged(bool)), SLOT(quit()));
+        loop.exec();
+    }).join();
+#else
+    QCoreApplication::sendPostedEvents();
+#endif
+    makeRoundTrip();
+}
+
+// The daemons, for objects that are told of them by way of the library's bus thread.
+class AsyncDaemons : public FakeDaemons
+{
+public:
+    explicit AsyncDaemons(bool up = true) : FakeDaemons(up) {}
+
+    void start(int server)
+    {
+        FakeDaemons::start(server);
+        passBusThread();
+    }
+
+    void stop(int server)
+    {
+        FakeDaemons::stop(server);
+        passBusThread();
+    }
+
+    bool passFence() { return FakeDaemons::passFence() && passBusThread(); }
+};
+
+#endif

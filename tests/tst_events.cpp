@@ -1,0 +1,758 @@
+// SPDX-License-Identifier: MIT
+#include "asyncdaemons.h"
+#include "events.h"
+#include "support/listener.h"
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+#include "support/signature.h"
+
+#include <hnipc/hnipcevents.h>
+
+#include <QtCore/QMetaProperty>
+#include <QtCore/QPointer>
+#include <QtCore/QScopedPointer>
+
+#include <type_traits>
+
+using namespace Expected;
+
+namespace {
+
+const int eventCount = 59;
+
+// The signals of HNIPC without the one that no daemon has, in their order.
+QList<const ClientSignal *> rows()
+{
+    QList<const ClientSignal *> result;
+    for (const ClientSignal &row : clientSignals) {
+        if (row.member) {
+            result.append(&row);
+        }
+    }
+    return result;
+}
+
+QMetaMethod method(int index)
+{
+    return HNIPCEvents::staticMetaObject.method(HNIPCEvents::staticMetaObject.methodOffset()
+                                                + index);
+}
+
+QList<QByteArray> names(const char *list)
+{
+    return QByteArray(list).isEmpty() ? QList<QByteArray>() : QByteArray(list).split(',');
+}
+
+// Compiles only where the class declares the signal with these very parameters.
+class Probe : public HNIPCEvents
+{
+    template <typename Expected, typename Declared>
+    static void passes(Declared)
+    {
+        static_assert(std::is_same<Expected, Declared>::value, "parameters are passed otherwise");
+    }
+
+public:
+    static void checkPassing()
+    {
+        passes<void (HNIPCEvents::*)()>(&Probe::CancelButton);
+        passes<void (HNIPCEvents::*)()>(&Probe::HelpButton);
+        passes<void (HNIPCEvents::*)()>(&Probe::PrintButton);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4MessageReceived);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4MessageSent);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4Version);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Dac0);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4BMark);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Gap);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4PreCutter);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonClr1);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonClr2);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonEnc1);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonEnc2);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonEnc3);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4RibbonEnc4);
+        passes<void (HNIPCEvents::*)(const bool &)>(&Probe::M4CutterCover);
+        passes<void (HNIPCEvents::*)(const bool &)>(&Probe::M4CutterHome);
+        passes<void (HNIPCEvents::*)(const bool &)>(&Probe::M4PrinterLid);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4SupplySensor);
+        passes<void (HNIPCEvents::*)(const bool &)>(&Probe::M4SupplyLatch);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Film1Tach);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Film2Tach);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Film3Tach);
+        passes<void (HNIPCEvents::*)(const quint32 &)>(&Probe::M4Film4Tach);
+        passes<void (HNIPCEvents::*)()>(&Probe::M4PrintDone);
+        passes<void (HNIPCEvents::*)(const quint64 &)>(&Probe::M4RibbonVerify1);
+        passes<void (HNIPCEvents::*)(const quint64 &)>(&Probe::M4RibbonVerify2);
+        passes<void (HNIPCEvents::*)()>(&Probe::M4Tph1Fault);
+        passes<void (HNIPCEvents::*)()>(&Probe::M4Tph2Fault);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4SupplyID);
+        passes<void (HNIPCEvents::*)(const QStringList &)>(&Probe::M4RibbonIDs);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4SupplyUID);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4Ribbon1UID);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4Ribbon2UID);
+        passes<void (HNIPCEvents::*)(const qint32 &)>(&Probe::M4Ribbon1Mileage);
+        passes<void (HNIPCEvents::*)(const qint32 &)>(&Probe::M4Ribbon2Mileage);
+        passes<void (HNIPCEvents::*)(const qint32 &)>(&Probe::M4SupplyMileage);
+        passes<void (HNIPCEvents::*)(const qint32 &)>(&Probe::M4BatteryUpdate);
+        passes<void (HNIPCEvents::*)(int)>(&Probe::Error);
+        passes<void (HNIPCEvents::*)(int)>(&Probe::Alert);
+        passes<void (HNIPCEvents::*)(int)>(&Probe::PrintQueueFull);
+        passes<void (HNIPCEvents::*)(int)>(&Probe::PrintQueueClear);
+        passes<void (HNIPCEvents::*)(int)>(&Probe::PrintQueueComplete);
+        passes<void (HNIPCEvents::*)(const QString &)>(&Probe::M4TachValues);
+        passes<void (HNIPCEvents::*)(const int &, const qint32 &)>(&Probe::M4UserSetting);
+        passes<void (HNIPCEvents::*)(const int &, const qint32 &)>(&Probe::M4TphTherm);
+        passes<void (HNIPCEvents::*)(const int &, const qint32 &)>(&Probe::M4TphHeatIndexOffset);
+        passes<void (HNIPCEvents::*)(const int &, const qint32 &)>(&Probe::M4TachIndex);
+        passes<void (HNIPCEvents::*)()>(&Probe::HNIPCReady);
+        passes<void (HNIPCEvents::*)(QString, const QString &)>(&Probe::SupplyChanged);
+        passes<void (HNIPCEvents::*)(QStringList, const QString &)>(&Probe::RibbonChanged);
+        passes<void (HNIPCEvents::*)(double)>(&Probe::SupplyPercentChanged);
+        passes<void (HNIPCEvents::*)(double)>(&Probe::Ribbon1PercentChanged);
+        passes<void (HNIPCEvents::*)(double)>(&Probe::Ribbon2PercentChanged);
+        passes<void (HNIPCEvents::*)(QString)>(&Probe::SupplyRGBChanged);
+        passes<void (HNIPCEvents::*)(QStringList)>(&Probe::Ribbon1RGBsChanged);
+        passes<void (HNIPCEvents::*)(QStringList)>(&Probe::Ribbon2RGBsChanged);
+        passes<void (HNIPCEvents::*)()>(&Probe::CloseApplicationSignal);
+        passes<void (HNIPCEvents::*)(const QString &, const QVariantList &)>(&Probe::received);
+        passes<void (HNIPCEvents::*)(bool)>(&Probe::listeningChanged);
+    }
+};
+
+// An application's own class of events.
+class OwnEvents : public HNIPCEvents
+{
+    Q_OBJECT
+
+public:
+    OwnEvents() { connect(this, SIGNAL(Alert(int)), SLOT(onAlert(int))); }
+
+    QList<int> alerts;
+
+private Q_SLOTS:
+    void onAlert(int value) { alerts.append(value); }
+};
+
+void addRows()
+{
+    QTest::addColumn<int>("index");
+    for (const ClientSignal *row : rows()) {
+        QTest::newRow(row->member) << row->index;
+    }
+}
+
+void addServers()
+{
+    QTest::addColumn<int>("server");
+    for (int server = 0; server < ServerCount; ++server) {
+        QTest::newRow(identities[server].tag) << server;
+    }
+}
+
+// One row of each daemon, which is enough where rows cannot differ.
+const ClientSignal &rowOf(int server)
+{
+    const ClientSignal *row = clientSignals;
+    while (row->server != server) {
+        ++row;
+    }
+    return *row;
+}
+
+} // namespace
+
+// The daemons' signals come out as events, and nothing else does.
+class tst_Events : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+    void classIsPlain();
+    void signalsStandInTheirPlaces();
+    void listeningNotifies();
+    void signalIsRelayedWithItsValues_data() { addRows(); }
+    void signalIsRelayedWithItsValues();
+    void furtherArgumentsAreLeftOut_data() { addRows(); }
+    void furtherArgumentsAreLeftOut();
+    void misfitIsNotRelayed_data() { addRows(); }
+    void misfitIsNotRelayed();
+    void foreignAddressIsNotRelayed_data() { addRows(); }
+    void foreignAddressIsNotRelayed();
+    void strangerIsNotRelayed_data() { addRows(); }
+    void strangerIsNotRelayed();
+    void signalToThisProcessAloneIsRelayed();
+    void oneProcessMayBeAllDaemons();
+    void statusChangedIsNoEvent();
+    void largeValuesArriveWhole();
+    void orderIsKept();
+    void orderIsThatOfTheBus();
+    void daemonMayStartLaterAndAgain_data() { addServers(); }
+    void daemonMayStartLaterAndAgain();
+    void daemonMayBeReplaced();
+    void daemonsDoNotChangeWhatIsListenedTo();
+    void eachObjectReceivesEverySignal();
+    void destroyedObjectLeavesTheOthersTheirs();
+    void ownClassReceivesToo();
+    void parentDestroysIt();
+    void destroyedInItsSlot_data();
+    void destroyedInItsSlot();
+    void allDestroyedInASlot();
+    void eventLoopInASlot();
+    void eventLoopInASlotAndDestroyed();
+
+private:
+    bool emitRow(const ClientSignal &row, int round, const Lines &more = Lines())
+    {
+        const QByteArray body = wireBody(argumentSamples(row.signature, round), more);
+        return m_daemons->emitSignal(row.server, row.member, body);
+    }
+
+    bool emitNumber(quint32 number) { return ::emitNumber(&(*m_daemons)[M4], number); }
+
+    // What the object has emitted by now.
+    Lines emitted()
+    {
+        return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";
+    }
+
+    QScopedPointer<AsyncDaemons> m_daemons;
+    QScopedPointer<HNIPCEvents> m_events;
+    QScopedPointer<SignalRecorder> m_recorder;
+};
+
+void tst_Events::initTestCase()
+{
+    m_daemons.reset(new AsyncDaemons);
+    m_events.reset(new HNIPCEvents);
+    m_recorder.reset(new SignalRecorder(m_events.data()));
+    QVERIFY(!m_events->isListening());
+    QVERIFY(waitUntilListening(*m_events));
+    QCOMPARE(emitted(), Lines() << listeningChangedTo(true));
+}
+
+void tst_Events::cleanupTestCase()
+{
+    m_recorder.reset();
+    m_events.reset();
+    m_daemons.reset();
+}
+
+void tst_Events::classIsPlain()
+{
+    const QMetaObject &meta = HNIPCEvents::staticMetaObject;
+    QCOMPARE(QByteArray(meta.className()), QByteArray("HNIPCEvents"));
+    QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
+    QCOMPARE(meta.methodCount() - meta.methodOffset(), eventCount + 2);
+    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), 1);
+    QCOMPARE(meta.classInfoCount() - meta.classInfoOffset(), 0);
+    QCOMPARE(meta.enumeratorCount() - meta.enumeratorOffset(), 0);
+    QCOMPARE(meta.constructorCount(), 0);
+    QCOMPARE(int(rows().size()), eventCount);
+}
+
+void tst_Events::signalsStandInTheirPlaces()
+{
+    Probe::checkPassing();
+    for (int index = 0; index < eventCount + 2; ++index) {
+        const QMetaMethod signal = method(index);
+        QByteArray signature = "received(QString,QVariantList)";
+        const char *parameters = "name,values";
+        if (index < eventCount) {
+            signature = rows().at(index)->signature;
+            parameters = rows().at(index)->parameters;
+        } else if (index > eventCount) {
+            signature = "listeningChanged(bool)";
+            parameters = "listening";
+        }
+        QCOMPARE(signatureOf(signal), withoutAliases(signature));
+        QCOMPARE(signal.parameterNames(), names(parameters));
+        QCOMPARE(resultOf(signal), QByteArray());
+        QCOMPARE(signal.methodType(), QMetaMethod::Signal);
+        QCOMPARE(signal.attributes(), 0);
+        QCOMPARE(QByteArray(signal.tag()), QByteArray());
+    }
+}
+
+void tst_Events::listeningNotifies()
+{
+    const QMetaObject &meta = HNIPCEvents::staticMetaObject;
+    const QMetaProperty property = meta.property(meta.propertyOffset());
+    QCOMPARE(QByteArray(property.name()), QByteArray("listening"));
+    QCOMPARE(QByteArray(property.typeName()), QByteArray("bool"));
+    QVERIFY(property.isReadable() && !property.isWritable() && !property.isConstant());
+    QCOMPARE(property.notifySignalIndex(), meta.indexOfSignal("listeningChanged(bool)"));
+
+    HNIPCEvents events;
+    bool seen = false;
+    Listener listener(&events, SIGNAL(listeningChanged(bool)),
+                      [&]() { seen = events.property("listening").toBool(); });
+    QVERIFY(!events.property("listening").toBool());
+    QVERIFY(waitUntilListening(events));
+    QVERIFY(seen);
+}
+
+void tst_Events::signalIsRelayedWithItsValues()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    Lines expected;
+    for (int round = 0; round < 6; ++round) { // more than there are samples of a type
+        QVERIFY(emitRow(row, round));
+        expected += relayed(row, round);
+    }
+    QCOMPARE(emitted(), expected);
+}
+
+void tst_Events::furtherArgumentsAreLeftOut()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const char *const further[] = { "42", "'text'", "(true, 'x')", "@a{sv} {}", "{'a': <1>}",
+                                    "<(1, 2)>", "[(1, 'a'), (2, 'b')]", "@aai []", "@ax [1]",
+                                    "[<1>, <'a'>]", "{1: {2: [<3>]}}" };
+    Lines expected;
+    Lines all;
+    for (const char *const one : further) {
+        QVERIFY(emitRow(row, 1, Lines() << one));
+        expected += relayed(row, 1);
+        all << one;
+    }
+    QVERIFY(emitRow(row, 2, all));
+    QCOMPARE(emitted(), expected + relayed(row, 2));
+}
+
+// Whatever a misfit contains, it does not end the process either.
+void tst_Events::misfitIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const QList<Sample> fitting = argumentSamples(row.signature, 1);
+
+    for (int count = 0; count < fitting.size(); ++count) {
+        QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
+    }
+    if (row.member == QByteArray("SUPPLYD_RibbonChanged")) { // whose types are two
+        const QList<Sample> swapped = QList<Sample>() << fitting.at(1) << fitting.at(0);
+        QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(swapped)));
+    }
+    const struct { const char *type; const char *wire; } others[] = {
+        { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
+        { "qulonglong", "uint64 42" }, { "double", "42.5" }, { "QString", "'42'" },
+        { "QStringList", "['42']" }, { "", "int64 42" },   { "", "int16 42" },
+        { "", "uint16 42" },       { "", "byte 0x2a" },    { "", "objectpath '/a'" },
+        { "", "signature 's'" },   { "", "[byte 0x2a]" },  { "", "<42>" },
+        { "", "(42,)" },           { "", "(1, 'a')" },     { "", "{'a': <1>}" },
+        { "", "@a{sv} {}" },       { "", "{'a': 'b'}" },   { "", "[(1, 2)]" },
+        { "", "@a(ss) []" },       { "", "[['42']]" },     { "", "@aas []" },
+        { "", "[42]" },            { "", "@ai []" },       { "", "[42.5]" },
+        { "", "[objectpath '/a']" }, { "", "[signature 's']" }, { "", "[true]" },
+        { "", "@av []" },          { "", "<<'42'>>" },     { "", "<(1, 2)>" },
+        { "", "('42', ['42'])" },
+    };
+    const int tried = sizeof others / sizeof others[0] - 1;
+    int misfits = 0;
+    for (int position = 0; position < fitting.size(); ++position) {
+        for (const auto &other : others) {
+            if (QByteArray(other.type) != fitting.at(position).value.typeName()) {
+                QList<Sample> changed = fitting;
+                changed[position].wire = other.wire;
+                QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(changed)));
+                ++misfits;
+            }
+        }
+    }
+    QCOMPARE(misfits, tried * int(fitting.size()));
+    QCOMPARE(emitted(), Lines());
+}
+
+void tst_Events::foreignAddressIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const int other = (row.server + 1) % ServerCount;
+    WirePeer &daemon = (*m_daemons)[row.server];
+    const QByteArray interface = identities[row.server].interface;
+    const QByteArray otherInterface = identities[other].interface;
+    const QByteArray member = row.member;
+    const QByteArray body = wireBody(argumentSamples(row.signature, 1));
+    // All of them come to this process, whatever it subscribed to.
+    const QByteArray destinations[]
+        = { QByteArray(), QDBusConnection::systemBus().baseService().toLatin1() };
+
+    for (const QByteArray &destination : destinations) {
+        QVERIFY(daemon.emitSignal("/a", interface, member, body, destination));
+        QVERIFY(daemon.emitSignal("/", otherInterface, member, body, destination));
+        QVERIFY(daemon.emitSignal("/", interface.mid(6) + ".x", member, body, destination));
+        QVERIFY(daemon.emitSignal("/", interface, member.mid(member.indexOf('_') + 1), body,
+                                  destination));
+        QVERIFY(daemon.emitSignal("/", interface, member.toLower(), body, destination));
+        QVERIFY(daemon.emitSignal("/", interface, member + "Signal", body, destination));
+        // A member of one daemon in another one's own interface.
+        QVERIFY((*m_daemons)[other].emitSignal("/", otherInterface, member, body, destination));
+    }
+    QCOMPARE(emitted(), Lines());
+}
+
+void tst_Events::strangerIsNotRelayed()
+{
+    QFETCH(int, index);
+    const ClientSignal &row = clientSignals[index];
+    const QByteArray interface = identities[row.server].interface;
+    const QByteArray body = wireBody(argumentSamples(row.signature, 1));
+    const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
+    const QByteArray destinations[] = { QByteArray(), self };
+
+    WirePeer stranger;
+    WirePeer &otherDaemon = (*m_daemons)[(row.server + 1) % ServerCount];
+    for (const QByteArray &destination : destinations) {
+        QVERIFY(stranger.emitSignal("/", interface, row.member, body, destination));
+        QVERIFY(otherDaemon.emitSignal("/", interface, row.member, body, destination));
+    }
+    m_daemons->stop(row.server); // so nobody owns the name
+    QVERIFY(stranger.emitSignal("/", interface, row.member, body, self));
+    m_daemons->start(row.server);
+    QCOMPARE(emitted(), Lines());
+}
+
+void tst_Events::signalToThisProcessAloneIsRelayed()
+{
+    const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
+    QVERIFY((*m_daemons)[M4].emitSignal("/", identities[M4].interface, "M4_M4Dac0", "(uint32 7,)",
+                                        self));
+    QCOMPARE(emitted(), relayedNumber(7));
+}
+
+void tst_Events::oneProcessMayBeAllDaemons()
+{
+    Lines expected;
+    {
+        WirePeer all;
+        for (int server = 0; server < ServerCount; ++server) {
+            m_daemons->stop(server);
+            QVERIFY(all.own(identities[server].busName));
+        }
+        for (int server = 0; server < ServerCount; ++server) {
+            const ClientSignal &row = rowOf(server);
+            const QByteArray body = wireBody(argumentSamples(row.signature, 1));
+            QVERIFY(all.emitSignal("/", identities[server].interface, row.member, body));
+            expected += relayed(row, 1);
+        }
+    }
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons->start(server);
+    }
+    QCOMPARE(emitted(), expected);
+}
+
+void tst_Events::statusChangedIsNoEvent()
+{
+    const char *const members[] = { "StatusChanged", "_StatusChanged", "M4StatusChanged" };
+    for (int server = 0; server < ServerCount; ++server) {
+        const QByteArray tag = identities[server].tag;
+        for (const char *const member : members) {
+            QVERIFY(m_daemons->emitSignal(server, member, "(1, 'printer')"));
+            QVERIFY(m_daemons->emitSignal(server, tag + member, "(1, 'printer')"));
+            QVERIFY(m_daemons->emitSignal(server, tag + '_' + member, "(1, 'printer')"));
+        }
+    }
+    QCOMPARE(emitted(), Lines());
+}
+
+void tst_Events::largeValuesArriveWhole()
+{
+    const QByteArray text(1024 * 1024, 'x');
+    QStringList list;
+    Lines items;
+    for (int i = 0; i < 10000; ++i) {
+        list.append(QString::number(i));
+        items.append('\'' + QByteArray::number(i) + '\'');
+    }
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4TachValues", "('" + text + "',)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4RibbonIDs", "([" + joined(items, ",") + "],)"));
+    // Not compared by QCOMPARE, which aborts over texts of this length.
+    QVERIFY(emitted()
+            == relayed("M4TachValues(QString)", QVariantList() << QString::fromLatin1(text))
+                + relayed("M4RibbonIDs(QStringList)", QVariantList() << list));
+}
+
+void tst_Events::orderIsKept()
+{
+    Lines expected;
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < eventCount; ++i) {
+            const ClientSignal &row = *rows().at(i * 20 % eventCount); // of all daemons by turns
+            QVERIFY(emitRow(row, round));
+            expected += relayed(row, round);
+        }
+    }
+    QCOMPARE(int(expected.size()), 3 * 59 * 2);
+    QCOMPARE(emitted(), expected);
+}
+
+// Three daemons send at once, and another program hears them, too.
+void tst_Events::orderIsThatOfTheBus()
+{
+    WirePeer witness;
+    QVERIFY(witness.listen("type='signal',path='/'"));
+    const struct { int server; const char *member; const char *signal; } streams[] = {
+        { IOEXPD, "IOEXPD_HelpButton", "HelpButton()" },
+        { M4, "M4_M4UserSetting", "M4UserSetting(int,qint32)" },
+        { SUPPLYD, "SUPPLYD_SupplyRGBChanged", "SupplyRGBChanged(QString)" },
+    };
+    const int each = 200;
+    std::thread threads[ServerCount];
+    for (int server = 0; server < ServerCount; ++server) {
+        WirePeer *const daemon = &(*m_daemons)[server];
+        const QByteArray member = streams[server].member;
+        threads[server] = std::thread([daemon, server, member]() {
+            for (int i = 0; i < each; ++i) {
+                const QByteArray number = QByteArray::number(i);
+                const QByteArray body = server == IOEXPD ? QByteArray("()")
+                    : server == M4 ? '(' + number + ", " + number + ')'
+                                   : "('" + number + "',)";
+                daemon->emitSignal("/", identities[server].interface, member, body);
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    for (const auto &stream : streams) {
+        const QByteArray member = stream.member;
+        QVERIFY(waitUntil([&]() { return witness.heard(member) == each; }));
+    }
+
+    Lines expected;
+    int numbers[ServerCount] = { 0, 0, 0 };
+    const QList<WireMessage> heard = witness.receivedSignals();
+    for (const WireMessage &message : heard) {
+        for (int server = 0; server < ServerCount; ++server) {
+            if (message.member == streams[server].member) {
+                const int number = numbers[server]++;
+                const QVariantList values = server == IOEXPD ? QVariantList()
+                    : server == M4 ? QVariantList() << number << number
+                                   : QVariantList() << QString::number(number);
+                expected += relayed(streams[server].signal, values);
+            }
+        }
+    }
+    QCOMPARE(int(expected.size()), ServerCount * each * 2);
+    QCOMPARE(emitted(), expected);
+}
+
+void tst_Events::daemonMayStartLaterAndAgain()
+{
+    QFETCH(int, server);
+    const ClientSignal &row = rowOf(server);
+    m_daemons->stop(server);
+    HNIPCEvents events;
+    SignalRecorder recorder(&events);
+    QVERIFY(waitUntilListening(events));
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
+    for (int start = 0; start < 5; ++start) {
+        // Its first signal comes at once.
+        QVERIFY((*m_daemons)[server].own(identities[server].busName));
+        QVERIFY(emitRow(row, start));
+        QVERIFY(m_daemons->passFence());
+        QCOMPARE(recorder.take(), relayed(row, start));
+
+        // A process that has lost the name is a stranger.
+        m_daemons->stop(server);
+        QVERIFY(emitRow(row, start));
+        QVERIFY(m_daemons->passFence());
+        QCOMPARE(recorder.take(), Lines());
+    }
+    m_daemons->start(server);
+    emitted();
+}
+
+void tst_Events::daemonMayBeReplaced()
+{
+    m_daemons->stop(M4);
+    WirePeer first;
+    WirePeer second;
+    QVERIFY(first.takeOver(identities[M4].busName));
+    Lines expected;
+    for (quint32 i = 0; i < 20; ++i) {
+        WirePeer &newOne = i % 2 ? first : second;
+        WirePeer &oldOne = i % 2 ? second : first;
+        QVERIFY(newOne.takeOver(identities[M4].busName));
+        QVERIFY(::emitNumber(&newOne, i));
+        QVERIFY(::emitNumber(&oldOne, 1000));
+        expected += relayedNumber(i);
+    }
+    QCOMPARE(emitted(), expected);
+    QVERIFY(first.release(identities[M4].busName) || second.release(identities[M4].busName));
+    m_daemons->start(M4);
+}
+
+void tst_Events::daemonsDoNotChangeWhatIsListenedTo()
+{
+    HNIPCAvailability availability; // of the same process, and told of daemons
+    QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
+    m_daemons->stop(M4);
+    QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
+    QVERIFY(m_events->isListening());
+    m_daemons->start(M4);
+    QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
+    QVERIFY(m_events->isListening());
+    QVERIFY(emitNumber(1));
+    QCOMPARE(emitted(), relayedNumber(1));
+    QVERIFY(availability.isKnown() && availability.hasM4());
+}
+
+void tst_Events::eachObjectReceivesEverySignal()
+{
+    HNIPCEvents events;
+    SignalRecorder recorder(&events);
+    QVERIFY(waitUntilListening(events));
+    Lines expected;
+    for (const ClientSignal *row : rows()) {
+        QVERIFY(emitRow(*row, 1));
+        expected += relayed(*row, 1);
+    }
+    QCOMPARE(emitted(), expected);
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true) << expected);
+}
+
+void tst_Events::destroyedObjectLeavesTheOthersTheirs()
+{
+    delete new HNIPCEvents;
+    {
+        HNIPCEvents events;
+        QVERIFY(waitUntilListening(events));
+    }
+    QVERIFY(emitNumber(2));
+    QCOMPARE(emitted(), relayedNumber(2));
+    QVERIFY(m_events->isListening());
+}
+
+void tst_Events::ownClassReceivesToo()
+{
+    OwnEvents events;
+    QVERIFY(waitUntilListening(events));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Alert", "(5,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(6,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_Alert", "(-7,)"));
+    emitted();
+    QCOMPARE(events.alerts, QList<int>() << 5 << -7);
+}
+
+void tst_Events::parentDestroysIt()
+{
+    QPointer<HNIPCEvents> events;
+    {
+        QObject parent;
+        events = new HNIPCEvents(&parent);
+        QCOMPARE(events->parent(), &parent);
+        QVERIFY(waitUntilListening(*events));
+        QVERIFY(emitNumber(3)); // which is on its way to the object
+    }
+    QVERIFY(!events);
+    QCOMPARE(emitted(), relayedNumber(3));
+}
+
+void tst_Events::destroyedInItsSlot_data()
+{
+    QTest::addColumn<QByteArray>("signal");
+    QTest::addColumn<int>("emissions");
+    QTest::newRow("listeningChanged") << QByteArray(SIGNAL(listeningChanged(bool))) << 1;
+    QTest::newRow("its own signal") << QByteArray(SIGNAL(M4Dac0(quint32))) << 2;
+    QTest::newRow("received") << QByteArray(SIGNAL(received(QString,QVariantList))) << 3;
+}
+
+void tst_Events::destroyedInItsSlot()
+{
+    QFETCH(QByteArray, signal);
+    QFETCH(int, emissions);
+    HNIPCEvents *const events = new HNIPCEvents;
+    QPointer<HNIPCEvents> guard = events;
+    SignalRecorder recorder(events);
+    Listener listener(events, signal.constData(), [&]() { delete events; });
+    QVERIFY(waitUntil([&]() { return !guard || guard->isListening(); }));
+    QVERIFY(emitNumber(1));
+    QVERIFY(emitNumber(2));
+    QCOMPARE(emitted(), relayedNumber(1) + relayedNumber(2));
+    QVERIFY(!guard);
+    const Lines all = Lines() << listeningChangedTo(true) << relayedNumber(1);
+    QCOMPARE(recorder.take(), all.mid(0, emissions));
+}
+
+void tst_Events::allDestroyedInASlot()
+{
+    QList<HNIPCEvents *> all;
+    QList<SignalRecorder *> recorders;
+    for (int i = 0; i < 5; ++i) {
+        all.append(new HNIPCEvents);
+        QVERIFY(waitUntilListening(*all.last()));
+        recorders.append(new SignalRecorder(all.last()));
+    }
+    Listener listener(all.at(2), SIGNAL(M4Dac0(quint32)), [&]() {
+        qDeleteAll(all);
+        all.clear();
+    });
+    QVERIFY(emitNumber(1));
+    QVERIFY(emitNumber(2));
+    QCOMPARE(emitted(), relayedNumber(1) + relayedNumber(2));
+    QVERIFY(all.isEmpty());
+    // They are told one after the other.
+    for (int i = 0; i < 5; ++i) {
+        const Lines told = recorders.at(i)->take();
+        QCOMPARE(told, i < 2 ? relayedNumber(1) : relayedNumber(1).mid(0, i == 2 ? 1 : 0));
+    }
+    qDeleteAll(recorders);
+}
+
+void tst_Events::eventLoopInASlot()
+{
+    const int numbers = 20;
+    int heard = 0;
+    Listener listener(m_events.data(), SIGNAL(M4Dac0(quint32)), [&]() {
+        if (++heard == 1) {
+            waitUntil([&]() { return heard == numbers; });
+        }
+    });
+    Lines expected = relayedNumber(0).mid(0, 1);
+    for (quint32 i = 0; i < numbers; ++i) {
+        QVERIFY(emitNumber(i));
+        if (i > 0) {
+            expected += relayedNumber(i);
+        }
+    }
+    QVERIFY(waitUntil([&]() { return heard == numbers; }));
+    const Lines told = emitted();
+    // The last one's second half and the first one's are both after the loop.
+    QCOMPARE(int(told.size()), 2 * numbers);
+    QCOMPARE(told.mid(0, 2 * numbers - 2), expected.mid(0, 2 * numbers - 2));
+    Lines end = expected.mid(2 * numbers - 2) + relayedNumber(0).mid(1);
+    QCOMPARE(told.mid(2 * numbers - 2), end);
+}
+
+void tst_Events::eventLoopInASlotAndDestroyed()
+{
+    HNIPCEvents *const events = new HNIPCEvents;
+    SignalRecorder recorder(events);
+    QVERIFY(waitUntilListening(*events));
+    recorder.take();
+    int heard = 0;
+    Listener listener(events, SIGNAL(M4Dac0(quint32)), [&]() {
+        if (++heard == 3) {
+            delete events;
+        } else {
+            waitUntil([&]() { return heard == 3; });
+        }
+    });
+    for (quint32 i = 0; i < 5; ++i) {
+        QVERIFY(emitNumber(i));
+    }
+    QVERIFY(waitUntil([&]() { return heard == 3; }));
+    emitted();
+    QCOMPARE(recorder.take(), relayedNumber(0).mid(0, 1) + relayedNumber(1).mid(0, 1)
+                                  + relayedNumber(2).mid(0, 1));
+}
+
+HNIPC_TEST_MAIN(tst_Events)
+
+#include "tst_events.moc"

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#include "asyncdaemons.h"
+#include "events.h"
+#include "requests.h"
+#include "support/busprocess.h"
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+
+#include <QtCore/QScopedPointer>
+
+using namespace Expected;
+
+// A bus that stands still, from before the connection is opened, and dies at last before it has
+// confirmed anything.
+class tst_EventsHaltedBus : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void nobodyWaits_data();
+    void nobodyWaits();
+    void busDiesBeforeItConfirms();
+};
+
+void tst_EventsHaltedBus::nobodyWaits_data()
+{
+    QTest::addColumn<int>("round");
+    QTest::newRow("connection not open") << 0;
+    QTest::newRow("open") << 1;
+    QTest::newRow("and again") << 2;
+}
+
+void tst_EventsHaltedBus::nobodyWaits()
+{
+#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+    HNIPC_SKIP("Qt 4 opens the connection in the application's thread");
+#endif
+    WirePeer m4;
+    QVERIFY(m4.own(identities[M4].busName));
+    BusProcess process;
+    HaltedBus bus(&process);
+    QScopedPointer<HNIPCEvents> destroyed(new HNIPCEvents);
+    QScopedPointer<HNIPCEvents> events(new HNIPCEvents);
+    SignalRecorder recorder(events.data());
+    destroyed.reset();
+    for (int i = 0; i < 100; ++i) {
+        delete new HNIPCEvents;
+        QCoreApplication::processEvents();
+    }
+    QVERIFY(!events->isListening());
+    QVERIFY(bus.resume());
+
+    QVERIFY(waitUntilListening(*events));
+    QVERIFY(emitNumber(&m4, 4));
+    QVERIFY(waitUntil([&]() { return recorder.emissions().size() == 3; }));
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true) << relayedNumber(4));
+
+    HaltedBus again(&process);
+    events.reset();
+    QVERIFY(again.resume());
+}
+
+void tst_EventsHaltedBus::busDiesBeforeItConfirms()
+{
+    QVERIFY(QDBusConnection::systemBus().isConnected());
+    BusProcess process;
+    process.halt();
+#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
+    process.kill(); // Qt 4 would wait in this thread
+#endif
+    HNIPCEvents events;
+    SignalRecorder recorder(&events);
+    process.kill();
+    // This request ends after what the object is told.
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(getError));
+    QVERIFY(!outcomeOfSending(request).startsWith("Answered"));
+    QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
+    QVERIFY(!outcomeOfSending(request).startsWith("Answered"));
+    QVERIFY(!events.isListening());
+    QCOMPARE(recorder.take(), Lines());
+}
+
+HNIPC_TEST_MAIN(tst_EventsHaltedBus)
+
+#include "tst_eventshaltedbus.moc"

@@ -1,0 +1,373 @@
+// SPDX-License-Identifier: MIT
+#include "asyncdaemons.h"
+#include "events.h"
+#include "support/busprocess.h"
+#include "support/listener.h"
+#include "support/privatebus.h"
+#include "support/qtmajors.h"
+
+#include <hnipc/hnipc.h>
+#include <hnipc/hnipcreading.h>
+
+#include <QtCore/QScopedPointer>
+
+#include <memory>
+
+using namespace Expected;
+
+// From the first HNIPCEvents of a process to the last one: what the bus is sent, and from when on
+// nothing is missed.
+class tst_EventsStart : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+    void firstObject();
+    void furtherObject();
+    void nextFirstObject_data();
+    void nextFirstObject();
+    void otherObjectsKeepTheSubscription();
+    void otherObjectsDoNotSubscribe();
+    void confirmedByTheBus();
+    void destroyedBeforeItIsConfirmed();
+    void nothingIsMissedFromListeningOn_data();
+    void nothingIsMissedFromListeningOn();
+    void daemonStartsAtTheSameTime();
+    void hungDaemonDelaysNothing();
+
+private:
+    void ownNames();
+    void releaseNames();
+    Lines takeSent();
+    Lines subscriptions() const;
+    Lines unsubscriptions() const;
+
+    WirePeer m_daemons[ServerCount];
+    WireMonitor m_monitor;
+};
+
+// Qt 4 watches a name once, and for good.
+static const bool watchesAgain = QT_VERSION >= QT_VERSION_CHECK(5, 0, 0);
+
+static QByteArray signalRule(int server)
+{
+    return "\"type='signal',sender='" + QByteArray(identities[server].busName)
+        + "',path='/',interface='" + identities[server].interface + "'\"";
+}
+
+static QByteArray ownerRule(int server)
+{
+    return "\"type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+           "member='NameOwnerChanged',arg0='"
+        + QByteArray(identities[server].busName) + "'\"";
+}
+
+Lines tst_EventsStart::subscriptions() const
+{
+    Lines result;
+    for (int server = 0; server < ServerCount; ++server) {
+        result << "AddMatch (" + signalRule(server) + ",)"
+               << "AddMatch (" + ownerRule(server) + ",)"
+               << "GetNameOwner ('" + QByteArray(identities[server].busName) + "',)";
+    }
+    return result;
+}
+
+Lines tst_EventsStart::unsubscriptions() const
+{
+    Lines result;
+    for (int server = 0; server < ServerCount; ++server) {
+        result << "RemoveMatch (" + signalRule(server) + ",)";
+        if (watchesAgain) {
+            result << "RemoveMatch (" + ownerRule(server) + ",)";
+        }
+    }
+    return result;
+}
+
+// No other program sends anything meanwhile.
+Lines tst_EventsStart::takeSent()
+{
+    Lines result;
+    const QList<WireMessage> messages = m_monitor.take();
+    for (const WireMessage &message : messages) {
+        if (message.sender != "org.freedesktop.DBus") {
+            const bool isToTheBus = message.destination == "org.freedesktop.DBus"
+                && message.type == WireMessage::MethodCall;
+            result << (isToTheBus ? QByteArray() : message.destination + ' ') + message.member + ' '
+                    + message.body;
+        }
+    }
+    return result;
+}
+
+void tst_EventsStart::ownNames()
+{
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons[server].release(identities[server].busName);
+        QVERIFY(m_daemons[server].own(identities[server].busName));
+    }
+    m_monitor.clear();
+}
+
+void tst_EventsStart::releaseNames()
+{
+    for (int server = 0; server < ServerCount; ++server) {
+        m_daemons[server].release(identities[server].busName);
+    }
+    m_monitor.clear();
+}
+
+void tst_EventsStart::initTestCase()
+{
+    ownNames();
+}
+
+// Also puts behind what makeRequestsLeave() itself makes the library send, which is once.
+void tst_EventsStart::cleanup()
+{
+    makeRequestsLeave();
+    m_monitor.clear();
+}
+
+// The connection is opened for it.
+void tst_EventsStart::firstObject()
+{
+    HNIPCEvents events;
+    SignalRecorder recorder(&events);
+    QVERIFY(!events.isListening());
+    QVERIFY(waitUntilListening(events));
+    const Lines expected = Lines()
+        << "Hello ()"
+        << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
+           "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)"
+        << subscriptions() << "GetId ()";
+    const Lines sent = takeSent();
+    QCOMPARE(sent, expected);
+    QVERIFY(sent.size() <= 15);
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
+}
+
+void tst_EventsStart::furtherObject()
+{
+    QScopedPointer<HNIPCEvents> first(new HNIPCEvents);
+    QVERIFY(waitUntilListening(*first));
+    makeRoundTrip();
+    m_monitor.clear();
+
+    QScopedPointer<HNIPCEvents> further(new HNIPCEvents);
+    SignalRecorder recorder(further.data());
+    QVERIFY(!further->isListening());
+    QVERIFY(waitUntilListening(*further));
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
+    delete new HNIPCEvents;
+    first.reset();
+    makeRequestsLeave();
+    QCOMPARE(takeSent(), Lines() << "GetId ()");
+    further.reset();
+    makeRequestsLeave();
+    QCOMPARE(takeSent(), unsubscriptions() << "GetId ()");
+}
+
+void tst_EventsStart::nextFirstObject_data()
+{
+    QTest::addColumn<bool>("arePresent");
+    QTest::newRow("daemons present") << true;
+    QTest::newRow("daemons absent") << false;
+}
+
+void tst_EventsStart::nextFirstObject()
+{
+    QFETCH(bool, arePresent);
+    if (!arePresent) {
+        releaseNames();
+    }
+    for (int i = 0; i < 3; ++i) {
+        QScopedPointer<HNIPCEvents> events(new HNIPCEvents);
+        QScopedPointer<HNIPCEvents> another(new HNIPCEvents); // while the bus has not confirmed it
+        QVERIFY(waitUntilListening(*events));
+        QVERIFY(waitUntilListening(*another));
+        Lines expected = subscriptions();
+        for (int server = 0; server < ServerCount && !watchesAgain; ++server) {
+            expected.removeOne("AddMatch (" + ownerRule(server) + ",)");
+        }
+        QCOMPARE(takeSent(), expected << "GetId ()");
+        if (!arePresent) {
+            ownNames();
+        }
+        NumberCollector collector(events.data());
+        QVERIFY(emitNumber(&m_daemons[M4], 5));
+        QVERIFY(waitUntil([&]() { return collector.last() == 5; }));
+        m_monitor.clear();
+        another.reset();
+        events.reset();
+        makeRequestsLeave();
+        QCOMPARE(takeSent(), unsubscriptions() << "GetId ()");
+        if (!arePresent) {
+            releaseNames();
+        }
+    }
+    ownNames();
+}
+
+void tst_EventsStart::otherObjectsKeepTheSubscription()
+{
+    releaseNames(); // so it reads nothing
+    HNIPCReading reading;
+    reading.setMethod(QLatin1String("printerLid"));
+    reading.setSignalNames(QStringList() << QLatin1String("M4PrinterLid"));
+    {
+        HNIPCEvents events;
+        QVERIFY(waitUntilListening(events));
+    }
+    makeRequestsLeave();
+    m_monitor.clear();
+    {
+        HNIPCEvents events;
+        NumberCollector collector(&events);
+        QVERIFY(waitUntilListening(events));
+        ownNames();
+        QVERIFY(emitNumber(&m_daemons[M4], 6));
+        QVERIFY(waitUntil([&]() { return collector.last() == 6; }));
+    }
+    makeRequestsLeave();
+    const Lines sent = takeSent();
+    QVERIFY(!sent.contains("RemoveMatch (" + signalRule(M4) + ",)"));
+    QVERIFY(!sent.contains("AddMatch (" + signalRule(M4) + ",)"));
+}
+
+void tst_EventsStart::otherObjectsDoNotSubscribe()
+{
+    makeRequestsLeave();
+    m_monitor.clear();
+    HNIPCAvailability availability;
+    QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
+    {
+        HNIPCEvents events;
+        QVERIFY(waitUntilListening(events));
+    }
+    makeRequestsLeave();
+    const Lines sent = takeSent();
+    QCOMPARE(int(sent.count("AddMatch (" + signalRule(M4) + ",)")), 1);
+    QCOMPARE(int(sent.count("RemoveMatch (" + signalRule(M4) + ",)")), 1);
+}
+
+// Not by what Qt asks it before: the owners are known to Qt here, for the blocking client.
+void tst_EventsStart::confirmedByTheBus()
+{
+    HNIPC client;
+    BusProcess process;
+    {
+        HaltedBus bus(&process);
+        HNIPCEvents events;
+        NumberCollector collector(&events);
+        QVERIFY(passBusThread());
+        QVERIFY(passBusThread());
+        QVERIFY(!events.isListening());
+        QVERIFY(bus.resume());
+        QVERIFY(waitUntilListening(events));
+        QVERIFY(emitNumber(&m_daemons[M4], 7));
+        QVERIFY(waitUntil([&]() { return collector.last() == 7; }));
+    }
+}
+
+// The confirmation of one subscription is not taken for that of the next.
+void tst_EventsStart::destroyedBeforeItIsConfirmed()
+{
+    HNIPC client;
+    BusProcess process;
+    for (int i = 0; i < 20; ++i) {
+        HaltedBus bus(&process);
+        QScopedPointer<HNIPCEvents> first(new HNIPCEvents);
+        SignalRecorder firstRecorder(first.data());
+        QVERIFY(passBusThread());
+        first.reset();
+        HNIPCEvents events;
+        SignalRecorder recorder(&events);
+        if (i % 2) {
+            QVERIFY(passBusThread());
+        }
+        QVERIFY(!events.isListening());
+        QVERIFY(bus.resume());
+        QVERIFY(waitUntilListening(events));
+        QVERIFY(emitNumber(&m_daemons[M4], 8));
+        QVERIFY(waitUntil([&]() { return recorder.emissions().size() == 3; }));
+        QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true) << relayedNumber(8));
+        QCOMPARE(firstRecorder.take(), Lines());
+    }
+}
+
+void tst_EventsStart::nothingIsMissedFromListeningOn_data()
+{
+    QTest::addColumn<bool>("isBesideClient");
+    QTest::newRow("alone") << false;
+    QTest::newRow("beside the blocking client") << true;
+}
+
+void tst_EventsStart::nothingIsMissedFromListeningOn()
+{
+    QFETCH(bool, isBesideClient);
+    QScopedPointer<HNIPC> client(isBesideClient ? new HNIPC : 0);
+    NumberSender sender(&m_daemons[M4]);
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        quint32 begun = 0;
+        HNIPCEvents events;
+        NumberCollector collector(&events);
+        int times = 0;
+        Listener listener(&events, SIGNAL(listeningChanged(bool)), [&]() {
+            begun = sender.begun();
+            ++times;
+        });
+        QVERIFY(waitUntilListening(events));
+        QVERIFY(waitUntil([&]() { return collector.last() > begun + 2; }));
+        QVERIFY(collector.areCompleteAfter(begun));
+        QCOMPARE(times, 1);
+    }
+}
+
+void tst_EventsStart::daemonStartsAtTheSameTime()
+{
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        releaseNames();
+        HNIPCEvents events;
+        NumberCollector collector(&events);
+        if (attempt % 2) {
+            QVERIFY(m_daemons[M4].own(identities[M4].busName));
+        }
+        QVERIFY(waitUntilListening(events));
+        if (attempt % 2 == 0) {
+            QVERIFY(m_daemons[M4].own(identities[M4].busName));
+        }
+        QVERIFY(emitNumber(&m_daemons[M4], 9));
+        QVERIFY(waitUntil([&]() { return collector.last() == 9; }));
+        QCOMPARE(int(collector.numbers.size()), 1);
+    }
+    ownNames();
+}
+
+// It could as well be a stopped process: it is sent nothing.
+void tst_EventsStart::hungDaemonDelaysNothing()
+{
+    std::mutex mutex;
+    mutex.lock();
+    m_daemons[M4].whenIntrospected([&mutex]() { const std::lock_guard<std::mutex> lock(mutex); });
+    const int before = m_daemons[M4].introspections();
+    m_daemons[M4].clearCalls();
+    HNIPCEvents events;
+    SignalRecorder recorder(&events);
+    QVERIFY(waitUntilListening(events));
+    QVERIFY(m_daemons[IOEXPD].emitSignal("/", identities[IOEXPD].interface, "IOEXPD_HelpButton"));
+    QVERIFY(waitUntil([&]() { return recorder.emissions().size() == 3; }));
+    const int introspections = m_daemons[M4].introspections() - before;
+    mutex.unlock();
+    QCOMPARE(introspections, 0);
+    QVERIFY(m_daemons[M4].calls().isEmpty());
+    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true)
+                                      << relayed("HelpButton()", QVariantList()));
+}
+
+HNIPC_TEST_MAIN(tst_EventsStart)
+
+#include "tst_eventsstart.moc"
