@@ -157,6 +157,13 @@ public:
         waitUntil([this]() { return m_process.state() == QProcess::NotRunning; });
     }
 
+    // For all of its clients at once.
+    void kill()
+    {
+        m_process.kill();
+        waitUntil([this]() { return m_process.state() == QProcess::NotRunning; });
+    }
+
 private:
     QProcess m_process;
     QString m_address;

@@ -44,7 +44,8 @@ void tst_CtlDeadline::saysWhatBecameOfACall_data()
                                    << QByteArray("answered: 0\n") << QByteArray() << 0;
     QTest::newRow("refused") << QByteArray("('getError', 'error', <['org.example.Lid', 'open']>)")
                              << QByteArray()
-                             << QByteArray("hnipcctl: refused: org.example.Lid: open\n") << 5;
+                             << QByteArray("hnipcctl: refused: m4 answered org.example.Lid: "
+                                           "open\n") << 5;
     QTest::newRow("another type")
         << QByteArray("('getError', 'wrongtype', <''>)") << QByteArray()
         << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 answered another type: ") << 9;
@@ -87,7 +88,17 @@ void tst_CtlDeadline::asJson()
     QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
                                     { "outcome", "refused" }, { "exit", 5 },
                                     { "errorName", "org.example.Lid" },
-                                    { "error", "org.example.Lid: open" } }));
+                                    { "error", "m4 answered org.example.Lid: open" } }));
+
+    desk.act("m4", "fault", "('getError', 'die', <''>)");
+    Ctl unknown(words("call --deadline 60000 --json getError"));
+    QCOMPARE(unknown.exitCode(), 9);
+    object = QJsonDocument::fromJson(unknown.out()).object();
+    QVERIFY(object.take("elapsed").isDouble());
+    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
+                                    { "outcome", "outcome unknown" }, { "exit", 9 },
+                                    { "errorName", "org.freedesktop.DBus.Error.NoReply" },
+                                    { "error", "org.hnipc.m4 left the bus before it answered" } }));
 }
 
 void tst_CtlDeadline::leavesTheAnswerAsItIs_data()

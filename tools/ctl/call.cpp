@@ -89,13 +89,22 @@ int save(const QByteArray &bytes, OutputFile *file)
     return Toolkit::Done;
 }
 
-QStringList linesOf(const Method &method, const Outcome &answer)
+// In words, for a call with a deadline.
+QString wordsOf(HNIPCRequest::Outcome outcome)
 {
-    QStringList lines = method.resultType.isEmpty() ? QStringList() : linesOf(answer.value);
-    if (lines.size() == 1 && !answer.words.isEmpty()) {
-        lines.first().prepend(answer.words + QLatin1String(": "));
-    } else if (!answer.words.isEmpty()) {
-        lines.prepend(answer.words);
+    return outcome == HNIPCRequest::Answered ? QStringLiteral("answered")
+        : outcome == HNIPCRequest::Refused   ? QStringLiteral("refused")
+        : outcome == HNIPCRequest::NotSent   ? QStringLiteral("not sent")
+                                             : QStringLiteral("outcome unknown");
+}
+
+QStringList linesOf(const Method &method, const QVariant &value, const QString &words)
+{
+    QStringList lines = method.resultType.isEmpty() ? QStringList() : linesOf(value);
+    if (lines.size() == 1 && !words.isEmpty()) {
+        lines.first().prepend(words + QLatin1String(": "));
+    } else if (!words.isEmpty()) {
+        lines.prepend(words);
     }
     return lines;
 }
@@ -131,27 +140,41 @@ int run(const Context &context, const QStringList &arguments)
     choose(context.contract, arguments.first(), arguments.mid(1), &method, &values);
     const QString output = context.options.value(QStringLiteral("output"));
     const QString deadline = context.options.value(QStringLiteral("deadline"));
-    const Outcome answer = deadline.isNull()
-        ? outcome(context, *method, send(context, *method, values))
-        : outcomeWithin(deadline.toInt(), *method, values);
+    HNIPCRequest request;
+    request.setMethod(method->name);
+    request.setArguments(values);
+    request.setDeadline(deadline.isNull() ? context.timeout : deadline.toInt());
+    finish({ &request });
+
+    const Outcome answer = outcomeOf(*method->daemon, request);
+    const QString words = deadline.isNull() ? QString() : wordsOf(request.outcome());
+    const int exitCode = !deadline.isNull() && request.outcome() == HNIPCRequest::Unknown
+        ? int(Toolkit::OutcomeUnknown) : answer.exitCode();
     if (answer.ok() && !output.isEmpty()) {
         OutputFile file(context, output);
         return save(answer.value.toByteArray(), &file);
     }
     if (context.json) {
         QJsonObject object = answer.json();
+        if (!answer.ok()) {
+            object.insert(QStringLiteral("exit"), exitCode);
+        }
+        if (!words.isEmpty()) {
+            object.insert(QStringLiteral("outcome"), words);
+            object.insert(QStringLiteral("elapsed"), request.elapsed());
+        }
         object.insert(QStringLiteral("method"), method->signature());
         object.insert(QStringLiteral("daemon"), method->daemon->name);
         Console::print(object);
     } else if (answer.ok()) {
-        for (const QString &line : linesOf(*method, answer)) {
+        for (const QString &line : linesOf(*method, answer.value, words)) {
             Console::print(line);
         }
     }
     if (!answer.ok()) {
-        Console::note(answer.text());
+        Console::note(words.isEmpty() ? answer.error : words + QLatin1String(": ") + answer.error);
     }
-    return answer.exitCode;
+    return exitCode;
 }
 
 } // namespace

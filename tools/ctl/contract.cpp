@@ -231,7 +231,6 @@ bool Contract::addMethod(const QMetaMethod &member)
             if (method.name == name && method.signature(InterfaceArgument::In) == wire) {
                 m_methods.push_back({ name, parameters, member.parameterCount(),
                                       result == "void" ? QByteArray() : result,
-                                      method.signature(InterfaceArgument::Out),
                                       method.documentation, &daemon });
                 return true;
             }
@@ -244,21 +243,18 @@ bool Contract::loadProperties(QString *error)
 {
     const QMetaObject &client = HNIPC::staticMetaObject;
     for (int i = client.propertyOffset(); i < client.propertyCount(); ++i) {
-        const QMetaProperty property = client.property(i);
-        const QString name = QLatin1String(property.name());
+        const QString name = QLatin1String(client.property(i).name());
         const Method *reader = nullptr;
         for (const auto &row : readers) {
             if (name == QLatin1String(row.property)) {
                 reader = named(m_methods, QLatin1String(row.method));
             }
         }
-        const ClientSignal *notify
-            = named(m_signals, QString::fromLatin1(property.notifySignal().name()));
-        if (!reader || !notify) {
+        if (!reader) {
             *error = QStringLiteral("this library's property %1 is unknown here").arg(name);
             return false;
         }
-        m_properties.push_back({ name, reader, notify });
+        m_properties.push_back({ name, reader });
     }
     return true;
 }

@@ -41,7 +41,6 @@ struct Method
     QList<Parameter> parameters;
     int required = 0;        ///< so many parameters have no default
     QByteArray resultType;   ///< empty for none
-    QString answerSignature; ///< of the reply, on the bus
     QString summary;
     const Daemon *daemon = nullptr;
 };
@@ -60,8 +59,7 @@ struct ClientSignal
 struct Property
 {
     QString name;
-    const Method *method = nullptr;       ///< that reads it
-    const ClientSignal *notify = nullptr; ///< that says that it has changed
+    const Method *method = nullptr; ///< that reads it
 };
 
 /// All that the tool knows of the printer's bus: what the meta-object of the client class says, and

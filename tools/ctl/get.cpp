@@ -36,7 +36,7 @@ int run(const Context &context, const QStringList &arguments)
     for (const auto &[property, answer] : readProperties(context, properties)) {
         object.insert(property->name, answer.json());
         if (!answer.ok()) {
-            exitCode = answer.exitCode;
+            exitCode = answer.exitCode();
             Console::note(property->name + QLatin1String(": ") + answer.error);
         } else if (!context.json && properties.size() == 1) {
             for (const QString &line : linesOf(answer.value)) {

@@ -202,9 +202,10 @@ int run(const Context &context, const QStringList &arguments)
         QStringLiteral("Introspect"));
     message.setAutoStartService(false);
     const QDBusMessage reply = context.bus.call(message, QDBus::Block, context.timeout);
-    if (reply.type() != QDBusMessage::ReplyMessage) {
-        const Outcome outcome = failure(context, *daemon, reply);
-        return Console::fail(outcome.exitCode, outcome.error);
+    const Outcome outcome
+        = outcomeOf(*daemon, HNIPCFailure::ofReply(reply, daemon->busName, context.timeout));
+    if (!outcome.ok()) {
+        return Console::fail(outcome.exitCode(), outcome.error);
     }
     QString error;
     const QList<Interface> interfaces = readLive(reply.arguments().value(0).toString(), &error);

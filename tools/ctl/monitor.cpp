@@ -4,13 +4,15 @@
 #include "signalfeed.h"
 #include "values.h"
 
+#include <hnipc/hnipcavailability.h>
+
 #include <QtCore/QDateTime>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
 namespace {
 
-// With names where the signal is as declared, and so one that clients receive.
+// With names if the signal is as declared.
 void print(const Context &context, const ClientSignal &signal, const QDBusMessage &message)
 {
     const QDateTime now = QDateTime::currentDateTime();
@@ -39,8 +41,10 @@ void print(const Context &context, const ClientSignal &signal, const QDBusMessag
         Console::printLine(object);
     } else {
         if (!asDeclared) {
-            texts += Console::warning(QStringLiteral("(no client hears it: \"%1\", not \"%2\")")
-                                          .arg(message.signature(), signal.signature));
+            const QString note = message.signature().startsWith(signal.signature)
+                ? QStringLiteral("(clients receive no more than \"%2\" of \"%1\")")
+                : QStringLiteral("(no client hears it: \"%1\", not \"%2\")");
+            texts += Console::warning(note.arg(message.signature(), signal.signature));
         }
         texts.prepend(Console::dim(now.toString(QStringLiteral("HH:mm:ss.zzz"))) + QLatin1Char(' ')
                       + signal.daemon->name.leftJustified(8) + Console::bold(signal.name));
@@ -60,6 +64,18 @@ std::vector<const ClientSignal *> signalsLike(const Contract &contract, const Pa
     return result;
 }
 
+// That all disappear when the bus is lost is not news of the daemons.
+void noteChanges(const HNIPCAvailability *daemons, void (HNIPCAvailability::*changed)(bool),
+                 const char *daemon)
+{
+    QObject::connect(daemons, changed, [daemons, daemon](bool available) {
+        if (daemons->isKnown()) {
+            Console::note(QLatin1String(daemon)
+                          + QLatin1String(available ? " is on the bus" : " left the bus"));
+        }
+    });
+}
+
 int check(const Context &context, const QStringList &arguments)
 {
     if (signalsLike(context.contract, Pattern(arguments.value(0))).empty()) {
@@ -73,25 +89,26 @@ int run(const Context &context, const QStringList &arguments)
 {
     const auto wanted = signalsLike(context.contract, Pattern(arguments.value(0)));
     SignalLimit limit(context);
-    // In front of the feed, which waits until the bus has heard of all of it.
-    const DaemonWatcher daemons(context, [](const Daemon &daemon, bool left, bool came) {
-        if (left) {
-            Console::note(daemon.name + QLatin1String(" left the bus"));
-        }
-        if (came) {
-            Console::note(daemon.name + QLatin1String(" is on the bus"));
-        }
-    });
-    const SignalFeed feed(context, wanted, [&](const ClientSignal &signal,
-                                               const QDBusMessage &message) {
-        if (!limit.isReached()) {
+    bool isListening = false; // and has said so
+    SignalFeed feed(context, wanted, [&](const ClientSignal &signal, const QDBusMessage &message) {
+        if (isListening && !limit.isReached()) {
             print(context, signal, message);
             limit.count();
         }
     });
-    Console::note(QStringLiteral("listening to %1; Ctrl-C ends")
-                      .arg(Console::signalCount(wanted.size())));
-    return BusLoop::run(context);
+    HNIPCAvailability daemons;
+    QObject::connect(&daemons, &HNIPCAvailability::knownChanged, [&](bool known) {
+        if (!known) {
+            return;
+        }
+        noteChanges(&daemons, &HNIPCAvailability::ioexpdChanged, "ioexpd");
+        noteChanges(&daemons, &HNIPCAvailability::m4Changed, "m4");
+        noteChanges(&daemons, &HNIPCAvailability::supplydChanged, "supplyd");
+        isListening = true;
+        Console::note(QStringLiteral("listening to %1; Ctrl-C ends")
+                          .arg(Console::signalCount(wanted.size())));
+    });
+    return feed.run();
 }
 
 } // namespace

@@ -71,8 +71,7 @@ int run(const Context &context, const QStringList &arguments)
     QElapsedTimer clock;
     clock.start();
     bool isWritable = true;
-    const SignalFeed feed(context, wanted, [&](const ClientSignal &signal,
-                                               const QDBusMessage &message) {
+    SignalFeed feed(context, wanted, [&](const ClientSignal &signal, const QDBusMessage &message) {
         if (limit.isReached() || !isWritable) {
             return;
         }
@@ -86,7 +85,7 @@ int run(const Context &context, const QStringList &arguments)
         }
     });
     Console::note(QStringLiteral("recording %1 signals; Ctrl-C ends").arg(wanted.size()));
-    return BusLoop::run(context);
+    return feed.run();
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "common/daemons.h"
 #include "console.h"
 #include "request.h"
 #include "trace.h"
@@ -17,15 +18,6 @@
 #include <map>
 
 namespace {
-
-QDBusMessage simulatorCall(const QString &busName, const char *member)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        busName, QStringLiteral("/simulator"), QStringLiteral("org.hnipc.Simulator"),
-        QLatin1String(member));
-    message.setAutoStartService(false);
-    return message;
-}
 
 // Whoever sends the signals of a trace.
 class Senders
@@ -49,8 +41,9 @@ public:
                                                   return event.signal->daemon == &daemon;
                                               });
             if (!owner.isEmpty()) {
-                const QDBusMessage reply = m_context.bus.call(simulatorCall(owner, "names"),
-                                                              QDBus::Block, m_context.timeout);
+                const QDBusMessage reply = m_context.bus.call(
+                    Toolkit::simulatorCall(owner, QStringLiteral("names")), QDBus::Block,
+                    m_context.timeout);
                 if (reply.type() != QDBusMessage::ReplyMessage) {
                     return refuse(daemon, owner);
                 }
@@ -77,17 +70,17 @@ public:
             return m_standIn.pulseSignal(objectPath(), signal.daemon->interface.name, signal.member,
                                          event.arguments)
                 ? Toolkit::Done
-                : Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away"));
+                : busLost();
         }
-        QDBusMessage message = simulatorCall(simulator, "emit");
+        QDBusMessage message = Toolkit::simulatorCall(simulator, QStringLiteral("emit"));
         message << signal.name << QVariant(event.arguments);
         const QDBusMessage reply = m_context.bus.call(message, QDBus::Block, m_context.timeout);
-        if (reply.type() == QDBusMessage::ReplyMessage) {
-            return Toolkit::Done;
-        }
-        const Outcome outcome = failure(m_context, *signal.daemon, reply);
-        return Console::fail(outcome.exitCode, QStringLiteral("line %1: %2")
-                                                   .arg(event.line).arg(outcome.error));
+        const Outcome outcome
+            = outcomeOf(*signal.daemon, HNIPCFailure::ofReply(reply, signal.daemon->busName,
+                                                              m_context.timeout));
+        return outcome.ok() ? int(Toolkit::Done)
+                            : Console::fail(outcome.exitCode(), QStringLiteral("line %1: %2")
+                                  .arg(event.line).arg(outcome.error));
     }
 
     // Which daemon is played by whom.
@@ -176,7 +169,7 @@ int play(const Context &context, const std::vector<TraceEvent> &events, Senders 
     clock.start();
     for (const TraceEvent &event : events) {
         if (!waitUntil(context.bus, clock, speed > 0 ? event.at / speed : 0)) {
-            return Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away"));
+            return busLost();
         }
         const int sent = senders->send(event);
         if (sent != Toolkit::Done) {

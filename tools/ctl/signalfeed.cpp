@@ -2,6 +2,7 @@
 #include "signalfeed.h"
 
 #include "console.h"
+#include "request.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -9,21 +10,38 @@
 
 SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSignal *> &wanted,
                        Handler handler)
-    : m_handler(std::move(handler))
+    : m_bus(context.bus)
+    , m_handler(std::move(handler))
 {
     // Until the event loop has turned once, Qt holds back what comes, and Qt 6 then hands it over
     // behind what came later.
     QCoreApplication::processEvents();
-    QDBusConnection bus = context.bus;
     for (const ClientSignal *signal : wanted) {
         m_byMember.insert(signal->member, signal);
-        bus.connect(signal->daemon->busName, objectPath(), signal->daemon->interface.name,
-                    signal->member, this, SLOT(onSignal(QDBusMessage)));
     }
-    // The subscriptions are sent but not waited for; the bus keeps the order.
-    bus.call(QDBusMessage::createMethodCall(
+    for (const Daemon &daemon : context.contract.daemons()) {
+        m_bus.connect(daemon.busName, objectPath(), daemon.interface.name, QString(), this,
+                      SLOT(onSignal(QDBusMessage)));
+    }
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                  this, SLOT(onDisconnected()));
+    // Replied after the subscriptions, which have no reply themselves.
+    m_bus.call(QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+}
+
+int SignalFeed::run()
+{
+    // It may have been lost before the subscription.
+    const int exitCode = m_bus.isConnected() ? QCoreApplication::exec() : int(Toolkit::NoBus);
+    return exitCode == Toolkit::NoBus ? busLost() : exitCode;
+}
+
+void SignalFeed::onDisconnected()
+{
+    QCoreApplication::exit(Toolkit::NoBus);
 }
 
 void SignalFeed::onSignal(const QDBusMessage &message)
@@ -52,39 +70,4 @@ void SignalLimit::count()
     if (m_left > 0 && --m_left == 0) {
         QCoreApplication::quit();
     }
-}
-
-DaemonWatcher::DaemonWatcher(const Context &context, Handler handler)
-{
-    setConnection(context.bus);
-    for (const Daemon &daemon : context.contract.daemons()) {
-        addWatchedService(daemon.busName);
-    }
-    connect(this, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [&context, handler](const QString &busName, const QString &before,
-                                const QString &now) {
-        for (const Daemon &daemon : context.contract.daemons()) {
-            if (daemon.busName == busName) {
-                handler(daemon, !before.isEmpty(), !now.isEmpty());
-            }
-        }
-    });
-}
-
-int BusLoop::run(const Context &context)
-{
-    BusLoop loop;
-    QDBusConnection bus = context.bus;
-    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), &loop,
-                SLOT(onDisconnected()));
-    // It may have gone before there was somebody to be told.
-    const int exitCode = bus.isConnected() ? QCoreApplication::exec() : int(Toolkit::NoBus);
-    return exitCode == Toolkit::NoBus
-        ? Console::fail(exitCode, QStringLiteral("the bus went away")) : exitCode;
-}
-
-void BusLoop::onDisconnected()
-{
-    QCoreApplication::exit(Toolkit::NoBus);
 }

@@ -7,13 +7,13 @@
 #include <QtCore/QHash>
 #include <QtCore/QObject>
 #include <QtDBus/QDBusMessage>
-#include <QtDBus/QDBusServiceWatcher>
 
 #include <functional>
 #include <vector>
 
-/// The daemons' signals, as they come from the bus. Not by way of the client object: that one asks
-/// each daemon for its description first, and waits for one that hangs.
+/// The signals of the daemons as they are on the bus. Not HNIPCEvents, which leaves out what an
+/// application does not receive: signals with other arguments than declared. Showing those to a
+/// technician is what "monitor" and "record" are for.
 class SignalFeed : public QObject
 {
     Q_OBJECT
@@ -21,19 +21,24 @@ class SignalFeed : public QObject
 public:
     using Handler = std::function<void(const ClientSignal &, const QDBusMessage &)>;
 
-    /// From here on nothing is missed.
+    /// From here on no signal is missed.
     SignalFeed(const Context &context, const std::vector<const ClientSignal *> &wanted,
                Handler handler);
 
+    /// Runs the event loop until the program ends or the bus is lost. Returns the exit code.
+    int run();
+
 private Q_SLOTS:
     void onSignal(const QDBusMessage &message);
+    void onDisconnected();
 
 private:
+    QDBusConnection m_bus;
     QHash<QString, const ClientSignal *> m_byMember;
     Handler m_handler;
 };
 
-/// How many signals may come until the program ends: the value of --count.
+/// How many signals are printed or written until the program ends: the value of --count.
 class SignalLimit
 {
 public:
@@ -42,34 +47,11 @@ public:
     explicit SignalLimit(const Context &context);
 
     bool isReached() const { return m_left == 0; }
-    /// One has come; the last one ends the event loop.
+    /// To be called after each signal; the last one ends the event loop.
     void count();
 
 private:
     int m_left; ///< negative for no limit
-};
-
-/// Who comes to the bus as a daemon, and who leaves.
-class DaemonWatcher : public QDBusServiceWatcher
-{
-public:
-    /// A daemon that has another process now has done both.
-    using Handler = std::function<void(const Daemon &, bool left, bool came)>;
-
-    DaemonWatcher(const Context &context, Handler handler);
-};
-
-/// Turns the event loop until the program ends, or the bus, which is a failure. Answers the exit
-/// code.
-class BusLoop : public QObject
-{
-    Q_OBJECT
-
-public:
-    static int run(const Context &context);
-
-private Q_SLOTS:
-    void onDisconnected();
 };
 
 #endif

@@ -37,7 +37,7 @@ int exitCodeOf(const DaemonState &state)
 {
     int exitCode = Toolkit::Done;
     for (const auto &[property, answer] : state.answers) {
-        exitCode = answer.ok() ? exitCode : answer.exitCode;
+        exitCode = answer.ok() ? exitCode : answer.exitCode();
     }
     return state.owner.isEmpty() ? int(Toolkit::DaemonAbsent) : exitCode;
 }
@@ -88,7 +88,7 @@ int run(const Context &context, const QStringList &)
     int exitCode = Toolkit::Done;
     QString withoutRights;
     for (const auto &[property, answer] : answers) {
-        if (withoutRights.isEmpty() && answer.isWithoutRights()) {
+        if (answer.reason == HNIPCRequest::AccessDenied) {
             withoutRights = answer.error;
         }
     }

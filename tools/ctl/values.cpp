@@ -61,21 +61,6 @@ QVariant parsedList(const QString &text)
     return areTexts ? result : QVariant();
 }
 
-// What a field of a structure is called: what it holds, counted, as in the supply record.
-QString fieldName(const QString &signature, QMap<QString, int> *counts)
-{
-    static const QMap<QString, QString> kinds = {
-        { QStringLiteral("s"), QStringLiteral("text") },
-        { QStringLiteral("as"), QStringLiteral("textList") },
-        { QStringLiteral("d"), QStringLiteral("real") },
-        { QStringLiteral("i"), QStringLiteral("integer") },
-        { QStringLiteral("ay"), QStringLiteral("bytes") },
-        { QStringLiteral("av"), QStringLiteral("variantList") },
-    };
-    const QString kind = kinds.value(signature, QStringLiteral("other"));
-    return kind + QString::number(++(*counts)[kind]);
-}
-
 Record plain(const SupplyInformation &supply)
 {
     return {
@@ -112,26 +97,27 @@ Record plain(const SupplyInformation &supply)
     };
 }
 
+QVariantList elementsOf(const QDBusArgument &argument)
+{
+    QVariantList result;
+    while (!argument.atEnd()) {
+        result += QVariant(plain(argument.asVariant()));
+    }
+    return result;
+}
+
 QVariant plain(const QDBusArgument &argument)
 {
     switch (argument.currentType()) {
     case QDBusArgument::StructureType: {
-        Record result;
-        QMap<QString, int> counts;
         argument.beginStructure();
-        while (!argument.atEnd()) {
-            const QString name = fieldName(argument.currentSignature(), &counts);
-            result += { name, plain(argument.asVariant()) };
-        }
+        const QVariantList result = elementsOf(argument);
         argument.endStructure();
-        return QVariant::fromValue(result);
+        return result;
     }
     case QDBusArgument::ArrayType: {
-        QVariantList result;
         argument.beginArray();
-        while (!argument.atEnd()) {
-            result += plain(argument.asVariant());
-        }
+        const QVariantList result = elementsOf(argument);
         argument.endArray();
         return result;
     }

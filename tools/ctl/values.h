@@ -29,7 +29,7 @@ QString shownType(const QByteArray &name);
 /// What a person typed for a value of this type; invalid where it is none.
 QVariant parsed(const QString &text, const ArgumentType &type);
 
-/// A structure, its fields named and in order.
+/// The supply record: its fields named and in order.
 using Record = QList<QPair<QString, QVariant>>;
 Q_DECLARE_METATYPE(Record)
 
