@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
-#include "hnipcrequestinqml.h"
+#include "valueinqml.h"
 
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 #include <QtQml/QQmlExtensionPlugin>
@@ -11,13 +13,14 @@
 
 namespace {
 
-// A client that QML creates. To QML it is of the client class itself, since it has no meta-object
-// of its own, so a client that C++ made can stand wherever a type HNIPC is asked for.
-class Printer : public HNIPC, public QQmlParserStatus
+// A client, or events, that QML creates. To QML it is of the class itself, since it has no
+// meta-object of its own, so an object that C++ made can stand wherever the type is asked for.
+template <typename Class>
+class Relaying : public Class, public QQmlParserStatus
 {
 public:
     // QML makes the extension, which relays to the handlers, when it is first read from.
-    void classBegin() override { property("isRelayed"); }
+    void classBegin() override { this->property("isRelayed"); }
     void componentComplete() override {}
 };
 
@@ -31,8 +34,10 @@ class HNIPCQmlPlugin : public QQmlExtensionPlugin
 public:
     void registerTypes(const char *uri) override
     {
-        qmlRegisterExtendedType<Printer, HNIPCInQml>(uri, 1, 0, "HNIPC");
-        qmlRegisterExtendedType<HNIPCRequest, HNIPCRequestInQml>(uri, 1, 0, "HNIPCRequest");
+        qmlRegisterExtendedType<Relaying<HNIPC>, HNIPCInQml>(uri, 1, 0, "HNIPC");
+        qmlRegisterExtendedType<Relaying<HNIPCEvents>, HNIPCEventsInQml>(uri, 1, 0, "HNIPCEvents");
+        qmlRegisterExtendedType<HNIPCRequest, ValueInQml>(uri, 1, 0, "HNIPCRequest");
+        qmlRegisterExtendedType<HNIPCReading, ValueInQml>(uri, 1, 0, "HNIPCReading");
         qmlRegisterType<HNIPCAvailability>(uri, 1, 0, "HNIPCAvailability");
     }
 };

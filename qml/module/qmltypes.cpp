@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Writes what editors and qmllint know of the module.
 
+#include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
-#include "hnipcrequestinqml.h"
+#include "valueinqml.h"
 
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QFile>
@@ -94,13 +96,17 @@ int main(int argc, char **argv)
         return 2;
     }
     const QMetaObject &client = HNIPCInQml::staticMetaObject;
-    const QMetaObject &request = HNIPCRequestInQml::staticMetaObject;
+    const QMetaObject &events = HNIPCEventsInQml::staticMetaObject;
+    const QMetaObject &value = ValueInQml::staticMetaObject;
     // That a class is extended by another, not every tool understands; that it inherits it, each.
     const QByteArray text = "import QtQuick.tooling 1.2\n\nModule {\n    dependencies: []\n"
         + component(client, "QObject", false)
         + component(HNIPC::staticMetaObject, client.className())
-        + component(request, "QObject", false)
-        + component(HNIPCRequest::staticMetaObject, request.className())
+        + component(events, "QObject", false)
+        + component(HNIPCEvents::staticMetaObject, events.className())
+        + component(value, "QObject", false)
+        + component(HNIPCRequest::staticMetaObject, value.className())
+        + component(HNIPCReading::staticMetaObject, value.className())
         + component(HNIPCAvailability::staticMetaObject, "QObject") + "}\n";
     QFile file(QFile::decodeName(argv[1]));
     return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush() ? 0 : 1;

@@ -7,11 +7,15 @@ QtObject {
 
     property string log
     property string changes
+    property string atFinish // what is bound, in the handler of finished()
     property HNIPCRequest request: HNIPCRequest {
         id: request
 
         onStateChanged: root.log += pending ? "sent, " : "not pending, "
-        onFinished: root.log += "finished, "
+        onFinished: {
+            root.log += "finished, ";
+            root.atFinish += JSON.stringify([root.state, root.answer, root.done]);
+        }
     }
     property HNIPCAvailability daemons: HNIPCAvailability {
         onM4Changed: function (available) {
@@ -35,7 +39,8 @@ QtObject {
         }
         return "?";
     }
-    readonly property var answer: request.qmlValue
+    readonly property var answer: request.value
+    readonly property bool done: request.done
     readonly property string present: {
         const m4AndSupplyd = daemons.m4 + " " + daemons.supplyd;
         return daemons.known + " " + daemons.ioexpd + " " + m4AndSupplyd;

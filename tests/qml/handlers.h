@@ -17,7 +17,19 @@ inline QList<QByteArray> namesOf(const QByteArray &parameters)
     return parameters.isEmpty() ? QList<QByteArray>() : parameters.split(',');
 }
 
-// The signal that QML finds a handler of.
+// The signal of HNIPCEvents that QML finds a handler of.
+inline QByteArray eventTwinOf(const Expected::ClientSignal &signal)
+{
+    const QByteArray name = nameOf(signal.signature);
+    return name.left(1).toLower() + name.mid(1);
+}
+
+inline QByteArray eventHandlerOf(const Expected::ClientSignal &signal)
+{
+    return "on" + nameOf(signal.signature);
+}
+
+// That of HNIPC, which has methods of some of these names.
 inline QByteArray twinOf(const Expected::ClientSignal &signal)
 {
     const QByteArray name = nameOf(signal.signature);
@@ -30,7 +42,7 @@ inline QByteArray twinOf(const Expected::ClientSignal &signal)
     if (name == "PrintQueueComplete") {
         return "printQueueCompleteSignal";
     }
-    return name.left(1).toLower() + name.mid(1);
+    return eventTwinOf(signal);
 }
 
 inline QByteArray handlerOf(const Expected::ClientSignal &signal)

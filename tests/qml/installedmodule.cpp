@@ -22,7 +22,7 @@ QtObject {
     property HNIPCRequest request: HNIPCRequest {
         method: "calibrateSupply"
         onFinished: {
-            console.log("battery", battery, "calibrated", qmlValue, "engine", daemons.m4);
+            console.log("battery", battery, "calibrated", value, "engine", daemons.m4);
             Qt.exit(outcome === HNIPCRequest.Answered ? 0 : 1);
         }
     }

@@ -7,6 +7,8 @@
 
 #include <hnipc/hnipc.h>
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 using namespace Expected;
@@ -75,10 +77,13 @@ void tst_QmlModule::librariesRegisterNothing()
     HNIPC client;
     HNIPCRequest request;
     HNIPCAvailability daemons;
+    HNIPCEvents events;
+    HNIPCReading reading;
     const QByteArray said = Scene(false).refusal(plainPrinter);
     QVERIFY2(said.contains("module \"HNIPC\" is not installed"), said.constData());
     const QList<const QMetaObject *> classes = { client.metaObject(), request.metaObject(),
-                                                 daemons.metaObject() };
+                                                 daemons.metaObject(), events.metaObject(),
+                                                 reading.metaObject() };
     for (const QMetaObject *meta : classes) {
         const QByteArray type = meta->className();
         const QByteArray unknown = Scene(false).refusal("import QtQml 2.15\n" + type + " {}");

@@ -5,6 +5,8 @@
 #include "support/signature.h"
 
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QFile>
@@ -21,7 +23,7 @@ using namespace Expected;
 namespace {
 
 const char *const documents[] = { "Base.qml", "OfTwoFiles.qml", "Bindings.qml", "TwoClients.qml",
-                                  "Requests.qml", "InFlight.qml" };
+                                  "Requests.qml", "InFlight.qml", "Events.qml", "Readings.qml" };
 
 QString pathOf(const char *document)
 {
@@ -67,7 +69,8 @@ Members metaMembers(const QMetaObject &meta)
         const QMetaProperty property = meta.property(i);
         QByteArray type = property.typeName();
         if (property.isEnumType()) {
-            type = QByteArray(meta.className()) + "::" + property.enumerator().name();
+            const QMetaEnum metaEnum = property.enumerator();
+            type = QByteArray(metaEnum.scope()) + "::" + metaEnum.name();
         }
         result.append("property " + toolsType(type) + ' ' + property.name()
                       + (property.isWritable() ? "" : " read-only"));
@@ -95,12 +98,16 @@ private Q_SLOTS:
     void initTestCase();
     void clientIsDescribed();
     void handlersAreDescribed();
+    void eventsAreDescribed();
+    void readingIsDescribed();
     void descriptionIsThatOfTheClasses();
     void typesAreExported();
     void outcomesAreDescribed();
     void documentsOfTheTestsAreClean();
     void documentsOfTheTestsAreFormatted();
     void everyMemberIsKnown();
+    void everyMemberOfEventsIsKnown();
+    void everyMemberOfAReadingIsKnown();
     void otherMembersAreNot();
 
 private:
@@ -133,6 +140,18 @@ private:
         }
         file.close();
         return lint(name);
+    }
+
+    Members signalsOf(const QByteArray &name) const
+    {
+        Members result;
+        const Members all = m_members.value(name);
+        for (const QByteArray &line : all) {
+            if (line.startsWith("signal ")) {
+                result.append(line);
+            }
+        }
+        return result;
     }
 
     QTemporaryDir m_directory;
@@ -223,15 +242,61 @@ void tst_QmlTypes::handlersAreDescribed()
         expected.append(member("signal", twinOf(signal), typesOf(signal.signature),
                                namesOf(signal.parameters)));
     }
-    Members signalsOnly;
-    const Members all = m_members.value("HNIPCInQml");
-    for (const QByteArray &line : all) {
-        if (line.startsWith("signal ")) {
-            signalsOnly.append(line);
+    QCOMPARE(signalsOf("HNIPCInQml"), expected);
+    QVERIFY(m_components.value("HNIPC").contains("prototype: \"HNIPCInQml\""));
+}
+
+void tst_QmlTypes::eventsAreDescribed()
+{
+    Members expected;
+    Members handlers;
+    for (const ClientSignal &signal : clientSignals) {
+        if (signal.server != NoServer) {
+            expected.append(member("signal", nameOf(signal.signature), typesOf(signal.signature),
+                                   namesOf(signal.parameters)));
+            handlers.append(member("signal", eventTwinOf(signal), typesOf(signal.signature),
+                                   namesOf(signal.parameters)));
         }
     }
-    QCOMPARE(signalsOnly, expected);
-    QVERIFY(m_components.value("HNIPC").contains("prototype: \"HNIPCInQml\""));
+    QCOMPARE(int(expected.size()), 59);
+    expected.prepend("property bool listening read-only");
+    expected.append("signal received(QString name, QVariantList values)");
+    expected.append("signal listeningChanged(bool listening)");
+    QCOMPARE(m_members.value("HNIPCEvents"), expected);
+    QCOMPARE(signalsOf("HNIPCEventsInQml"), handlers);
+    QVERIFY(m_components.value("HNIPCEvents").contains("prototype: \"HNIPCEventsInQml\""));
+}
+
+void tst_QmlTypes::readingIsDescribed()
+{
+    const Members expected = {
+        "property QString method",
+        "property QVariantList parameters",
+        "property QStringList signals",
+        "property int valueArgument",
+        "property int deadline",
+        "property bool known read-only",
+        "property bool current read-only",
+        "property QVariant value read-only",
+        "property HNIPCRequest::Reason reason read-only",
+        "property QString errorName read-only",
+        "property QString errorText read-only",
+        "signal methodChanged()",
+        "signal argumentsChanged()",
+        "signal signalNamesChanged()",
+        "signal valueArgumentChanged()",
+        "signal deadlineChanged()",
+        "signal changed()",
+        "void read()",
+    };
+    QCOMPARE(m_members.value("HNIPCReading"), expected);
+    for (const QByteArray name : { "HNIPCRequest", "HNIPCReading" }) {
+        QVERIFY(m_components.value(name).contains("prototype: \"ValueInQml\""));
+        QVERIFY(m_members.value(name).contains("property QVariant value read-only"));
+    }
+    QVERIFY(m_members.value("HNIPCRequest").contains("property bool done read-only"));
+    QVERIFY(m_members.value("HNIPCRequest").contains(
+        "property HNIPCRequest::Reason reason read-only"));
 }
 
 void tst_QmlTypes::descriptionIsThatOfTheClasses()
@@ -240,16 +305,21 @@ void tst_QmlTypes::descriptionIsThatOfTheClasses()
     QCOMPARE(m_members.value("HNIPCRequest"), metaMembers(HNIPCRequest::staticMetaObject));
     QCOMPARE(m_members.value("HNIPCAvailability"),
              metaMembers(HNIPCAvailability::staticMetaObject));
-    QVERIFY(m_members.value("HNIPCRequestInQml").contains("property QVariant qmlValue read-only"));
+    QCOMPARE(m_members.value("HNIPCEvents"), metaMembers(HNIPCEvents::staticMetaObject));
+    QCOMPARE(m_members.value("HNIPCReading"), metaMembers(HNIPCReading::staticMetaObject));
 }
 
 void tst_QmlTypes::typesAreExported()
 {
-    for (const QByteArray name : { "HNIPC", "HNIPCRequest", "HNIPCAvailability" }) {
+    for (const QByteArray name : { "HNIPC", "HNIPCEvents", "HNIPCRequest", "HNIPCReading",
+                                   "HNIPCAvailability" }) {
         QVERIFY2(m_components.value(name).contains("exports: [\"HNIPC/" + name + " 1.0\"]"),
                  name.constData());
     }
-    QCOMPARE(int(m_components.value("HNIPCInQml").count("exports")), 0);
+    for (const QByteArray name : { "HNIPCInQml", "HNIPCEventsInQml", "ValueInQml" }) {
+        QVERIFY(m_components.contains(name));
+        QCOMPARE(int(m_components.value(name).count("exports")), 0);
+    }
 }
 
 void tst_QmlTypes::outcomesAreDescribed()
@@ -257,6 +327,11 @@ void tst_QmlTypes::outcomesAreDescribed()
     QVERIFY(m_components.value("HNIPCRequest").contains(
         "Enum { name: \"Outcome\"; values: { \"NoOutcome\": 0, \"NotSent\": 1, \"Answered\": 2, "
         "\"Refused\": 3, \"Unknown\": 4 } }"));
+    QVERIFY(m_components.value("HNIPCRequest").contains(
+        "Enum { name: \"Reason\"; values: { \"NoReason\": 0, \"DaemonError\": 1, "
+        "\"UnknownMethod\": 2, \"InvalidArguments\": 3, \"DaemonAbsent\": 4, "
+        "\"AccessDenied\": 5, \"BusError\": 6, \"BusLost\": 7, \"TimedOut\": 8, "
+        "\"Cancelled\": 9, \"DaemonLeft\": 10, \"WrongType\": 11 } }"));
 }
 
 void tst_QmlTypes::documentsOfTheTestsAreClean()
@@ -316,16 +391,66 @@ void tst_QmlTypes::everyMemberIsKnown()
     QCOMPARE(lintText(text), QByteArray());
 }
 
+void tst_QmlTypes::everyMemberOfEventsIsKnown()
+{
+    QByteArray text = "import QtQml 2.15\nimport HNIPC 1.0\n\nHNIPCEvents {\n    id: events\n\n"
+                      "    readonly property bool isListening: events.listening\n"
+                      "    property QtObject connections: Connections {\n"
+                      "        target: events\n\n"
+                      "        function onReceived(name, values) {}\n"
+                      "        function onListeningChanged(listening) {}\n";
+    QByteArray handlers = "    onReceived: function(name, values) {}\n"
+                          "    onListeningChanged: function(listening) {}\n";
+    QByteArray functions;
+    int count = 0;
+    for (const ClientSignal &signal : clientSignals) {
+        if (signal.server != NoServer) {
+            const QByteArray handler = eventHandlerOf(signal);
+            text += "        function " + handler + "(" + signal.parameters + ") {}\n";
+            handlers += "    " + handler + ": function(" + signal.parameters + ") {}\n";
+            functions += "\n    function use" + QByteArray::number(++count)
+                + "(f) {\n        return events." + nameOf(signal.signature)
+                + ".connect(f);\n    }\n";
+        }
+    }
+    QCOMPARE(count, 59);
+    QCOMPARE(lintText(text + "    }\n\n" + handlers + functions + "}\n"), QByteArray());
+}
+
+void tst_QmlTypes::everyMemberOfAReadingIsKnown()
+{
+    QByteArray text = "import QtQml 2.15\nimport HNIPC 1.0\n\nHNIPCReading {\n    id: reading\n\n"
+                      "    method: \"supplyColorName\"\n    parameters: [\"a\", 1]\n"
+                      "    signals: [\"Error\", \"Alert\"]\n    valueArgument: 0\n"
+                      "    deadline: 500\n    onChanged: reading.read()\n";
+    int functions = 0;
+    for (const char *property : { "method", "parameters", "signals", "valueArgument", "deadline",
+                                  "known", "current", "value", "errorName", "errorText",
+                                  "reason === HNIPCRequest.TimedOut" }) {
+        text += "\n    function use" + QByteArray::number(++functions)
+            + "() {\n        return reading." + property + ";\n    }\n";
+    }
+    QCOMPARE(lintText(text + "}\n"), QByteArray());
+}
+
 void tst_QmlTypes::otherMembersAreNot()
 {
-    const QByteArray head = "import HNIPC 1.0\n\nHNIPC {\n    id: printer\n\n    ";
-    for (const QByteArray member : { "getErrors", "M4PrinterLids", "qmlErrorCode" }) {
-        const QByteArray said =
-            lintText(head + "function use() {\n        return printer." + member + ";\n    }\n}\n");
-        QVERIFY2(said.contains(member), said.constData());
+    const QList<QList<QByteArray>> classes = {
+        { "HNIPC", "getErrors", "M4PrinterLids", "qmlErrorCode" },
+        { "HNIPCEvents", "getError", "M4PrinterLids", "listen", "StatusChanged" },
+        { "HNIPCReading", "arguments", "signalNames", "send", "isKnown" },
+        { "HNIPCRequest", "parameters", "qmlValue", "isDone" },
+    };
+    for (const QList<QByteArray> &row : classes) {
+        const QByteArray head = "import HNIPC 1.0\n\n" + row.first() + " {\n    id: object\n\n    ";
+        for (int i = 1; i < row.size(); ++i) {
+            const QByteArray said = lintText(head + "function use() {\n        return object."
+                                             + row.at(i) + ";\n    }\n}\n");
+            QVERIFY2(said.contains(row.at(i)), (row.first() + ": " + said).constData());
+        }
+        const QByteArray said = lintText(head + "onM4PrinterLids: function(value) {}\n}\n");
+        QVERIFY2(said.contains("onM4PrinterLids"), (row.first() + ": " + said).constData());
     }
-    const QByteArray said = lintText(head + "onM4PrinterLids: function(value) {}\n}\n");
-    QVERIFY2(said.contains("onM4PrinterLids"), said.constData());
 }
 
 QTEST_GUILESS_MAIN(tst_QmlTypes)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "hnipcrequestinqml.h"
+#include "valueinqml.h"
 
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 static QVariant readable(const QVariant &value);
@@ -82,14 +83,19 @@ static QVariant readable(const QVariant &value)
     }
 }
 
-HNIPCRequestInQml::HNIPCRequestInQml(QObject *request)
-    : QObject(request)
-    , m_request(qobject_cast<HNIPCRequest *>(request))
+ValueInQml::ValueInQml(QObject *object)
+    : QObject(object)
+    , m_request(qobject_cast<HNIPCRequest *>(object))
+    , m_reading(qobject_cast<HNIPCReading *>(object))
 {
-    connect(m_request, &HNIPCRequest::stateChanged, this, &HNIPCRequestInQml::qmlValueChanged);
+    if (m_request) {
+        connect(m_request, &HNIPCRequest::stateChanged, this, &ValueInQml::valueChanged);
+    } else {
+        connect(m_reading, &HNIPCReading::changed, this, &ValueInQml::valueChanged);
+    }
 }
 
-QVariant HNIPCRequestInQml::qmlValue() const
+QVariant ValueInQml::value() const
 {
-    return readable(m_request->value());
+    return readable(m_request ? m_request->value() : m_reading->value());
 }
