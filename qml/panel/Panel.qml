@@ -48,13 +48,15 @@ Rectangle {
         return sentence(notes.join("; "));
     }
 
+    // After the signal of a change no SKU is shown until it has been read: it would be the former one.
     function skuOfRibbon(index: int): string {
-        const skus = printer.ribbonSkus.known ? printer.ribbonSkus.value : [];
-        return index < skus.length ? skus[index] : "";
+        const skus = printer.ribbonSkus.current ? printer.ribbonSkus.value : [];
+        return index < skus.length ? printer.brief(skus[index]) : "";
     }
 
     function checked(colors) {
-        return colors.known ? [].concat(colors.value).map(text => printer.checkedColor(text)) : [];
+        const texts = colors.known ? [].concat(colors.value).slice(0, 8) : [];
+        return texts.map(text => printer.checkedColor(text));
     }
 
     color: "#161b22"
@@ -195,8 +197,8 @@ Rectangle {
             Roll {
                 objectName: "supply"
                 title: "Supply"
-                known: root.printer.supplySku.known
-                sku: known ? root.printer.supplySku.value : ""
+                known: root.printer.supplySku.current
+                sku: known ? root.printer.brief(root.printer.supplySku.value) : ""
                 name: root.printer.supplyName
                 colors: root.checked(root.printer.supplyRgb)
                 percent: root.printer.supplyPercent
@@ -204,7 +206,7 @@ Rectangle {
             Roll {
                 objectName: "ribbon1"
                 title: "Ribbon 1"
-                known: root.printer.ribbonSkus.known
+                known: root.printer.ribbonSkus.current
                 sku: root.skuOfRibbon(0)
                 name: root.printer.ribbon1Name
                 colors: root.checked(root.printer.ribbon1Rgbs)
@@ -213,7 +215,7 @@ Rectangle {
             Roll {
                 objectName: "ribbon2"
                 title: "Ribbon 2"
-                known: root.printer.ribbonSkus.known
+                known: root.printer.ribbonSkus.current
                 sku: root.skuOfRibbon(1)
                 name: root.printer.ribbon2Name
                 colors: root.checked(root.printer.ribbon2Rgbs)

@@ -35,7 +35,7 @@ void Command::settle(const QString &outcome, bool good)
 
 void Command::onFinished()
 {
-    m_good = m_request.outcome() == HNIPCRequest::Answered && m_request.value().toBool();
+    m_good = m_request.isDone();
     switch (m_request.outcome()) {
     case HNIPCRequest::Answered:
         m_outcome = m_good ? QString::fromLatin1(m_words.done) : refusal();
@@ -44,7 +44,7 @@ void Command::onFinished()
         m_outcome = QStringLiteral("refused: ") + ::Words::brief(m_request.errorText());
         break;
     case HNIPCRequest::NotSent:
-        m_outcome = m_request.errorName().endsWith(QLatin1String(".ServiceUnknown"))
+        m_outcome = m_request.reason() == HNIPCRequest::DaemonAbsent
             ? QStringLiteral("not done: print engine is absent")
             : QStringLiteral("not done: ") + ::Words::brief(m_request.errorText());
         break;

@@ -13,7 +13,6 @@
 #include <QtQuick/QQuickView>
 
 #include <cstdio>
-#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -124,10 +123,5 @@ int main(int argc, char *argv[])
         view.show();
     }
     // Without its screen the engine has said why.
-    const int exitCode = view.status() == QQuickView::Ready ? application.exec() : Failed;
-    const unsigned long patience = 1000; // milliseconds
-    if (!printer.leave(patience)) {
-        std::_Exit(exitCode); // a client that waits for a daemon is left to itself
-    }
-    return exitCode;
+    return view.status() == QQuickView::Ready ? application.exec() : Failed;
 }

@@ -11,23 +11,22 @@ static const int mostPanels = 4;
 Printer::Printer(int patience, QObject *parent)
     : QObject(parent),
       m_patience(patience),
-      m_error(reading(&m_engineReadings, "getError", "Error")),
-      m_alert(reading(&m_engineReadings, "getAlert", "Alert")),
-      m_battery(reading(&m_engineReadings, "getBatteryStatus", "M4BatteryUpdate")),
-      m_lid(reading(&m_engineReadings, "printerLid", "M4PrinterLid")),
-      m_latch(reading(&m_engineReadings, "supplyLatch", "M4SupplyLatch")),
-      m_cutterCover(reading(&m_engineReadings, "cutterCover", "M4CutterCover")),
-      m_cutterHome(reading(&m_engineReadings, "cutterHome", "M4CutterHome")),
-      m_supplySku(reading(&m_supplyReadings, "supplySKUCached", "SupplyChanged")),
-      m_supplyRgb(reading(&m_supplyReadings, "supplySupplyRGB", "SupplyRGBChanged")),
-      m_supplyPercent(reading(&m_supplyReadings, "supplySupplyPercent", "SupplyPercentChanged")),
-      m_ribbonSkus(reading(&m_supplyReadings, "supplyRibbonSKUsCached", "RibbonChanged")),
-      m_ribbon1Rgbs(reading(&m_supplyReadings, "supplyRibbon1RGBs", "Ribbon1RGBsChanged")),
-      m_ribbon1Percent(
-          reading(&m_supplyReadings, "supplyRibbon1Percent", "Ribbon1PercentChanged")),
-      m_ribbon2Rgbs(reading(&m_supplyReadings, "supplyRibbon2RGBs", "Ribbon2RGBsChanged")),
-      m_ribbon2Percent(
-          reading(&m_supplyReadings, "supplyRibbon2Percent", "Ribbon2PercentChanged")),
+      m_error(reading("getError", "Error")),
+      m_alert(reading("getAlert", "Alert")),
+      m_battery(reading("getBatteryStatus", "M4BatteryUpdate")),
+      m_lid(reading("printerLid", "M4PrinterLid")),
+      m_latch(reading("supplyLatch", "M4SupplyLatch")),
+      m_cutterCover(reading("cutterCover", "M4CutterCover")),
+      m_cutterHome(reading("cutterHome", "M4CutterHome")),
+      // These two signals may be of another printer, so their arguments are not used.
+      m_supplySku(reading("supplySKUCached", "SupplyChanged", NoArgument)),
+      m_supplyRgb(reading("supplySupplyRGB", "SupplyRGBChanged")),
+      m_supplyPercent(reading("supplySupplyPercent", "SupplyPercentChanged")),
+      m_ribbonSkus(reading("supplyRibbonSKUsCached", "RibbonChanged", NoArgument)),
+      m_ribbon1Rgbs(reading("supplyRibbon1RGBs", "Ribbon1RGBsChanged")),
+      m_ribbon1Percent(reading("supplyRibbon1Percent", "Ribbon1PercentChanged")),
+      m_ribbon2Rgbs(reading("supplyRibbon2RGBs", "Ribbon2RGBsChanged")),
+      m_ribbon2Percent(reading("supplyRibbon2Percent", "Ribbon2PercentChanged")),
       m_print(command({ "Print", "retry the job", "PR", "printing", "no stopped job" },
                       "retryPrintJob"))
 {
@@ -41,56 +40,51 @@ Printer::Printer(int patience, QObject *parent)
     jobCommand({ "Clear", "drop the job", "D", "job dropped", "no job to drop" }, "clearPrintJob");
 
     for (const char *method : { "supplyMaterialName", "supplyFormatName", "supplyColorName" }) {
-        Reading *name = new Reading(QString::fromLatin1(method), this);
+        HNIPCReading *name = reading(method);
         m_supplyNames.append(name);
-        connect(name, &Reading::changed, this, &Printer::supplyNameChanged);
+        connect(name, &HNIPCReading::changed, this, &Printer::supplyNameChanged);
     }
     for (int ribbon = 0; ribbon < 2; ++ribbon) {
         for (int panel = 0; panel < mostPanels; ++panel) {
-            Reading *name = new Reading(QStringLiteral("supplyRibbonColorName"), this);
+            HNIPCReading *name = reading("supplyRibbonColorName");
             m_panelNames[ribbon].append(name);
-            connect(name, &Reading::changed, this, &Printer::ribbonNamesChanged);
+            connect(name, &HNIPCReading::changed, this, &Printer::ribbonNamesChanged);
         }
         const auto readNames = [this, ribbon]() { readPanelNames(ribbon); };
-        connect(m_ribbonSkus, &Reading::changed, this, readNames);
-        connect(ribbon == 0 ? m_ribbon1Rgbs : m_ribbon2Rgbs, &Reading::changed, this, readNames);
+        connect(m_ribbonSkus, &HNIPCReading::changed, this, readNames);
+        connect(ribbon == 0 ? m_ribbon1Rgbs : m_ribbon2Rgbs, &HNIPCReading::changed, this,
+                readNames);
     }
 
-    connect(m_error, &Reading::changed, this, &Printer::onStateChanged);
-    connect(m_alert, &Reading::changed, this, &Printer::stateChanged);
-    connect(m_supplySku, &Reading::changed, this, &Printer::readSupplyNames);
+    connect(m_error, &HNIPCReading::changed, this, &Printer::onStateChanged);
+    connect(m_alert, &HNIPCReading::changed, this, &Printer::stateChanged);
+    connect(m_supplySku, &HNIPCReading::changed, this, &Printer::readSupplyNames);
 
     connect(&m_daemons, &HNIPCAvailability::m4Changed, this, [this](bool available) {
-        onAvailable(m_engineReadings, "Print engine", available);
+        onAvailable("Print engine", available);
         if (!available) {
             m_print->settle(QStringLiteral("unknown: look at the printer"), false);
         }
     });
-    connect(&m_daemons, &HNIPCAvailability::supplydChanged, this, [this](bool available) {
-        onAvailable(m_supplyReadings, "Supply daemon", available);
-    });
-    connect(&m_daemons, &HNIPCAvailability::ioexpdChanged, this, [this](bool available) {
-        onAvailable({}, "I/O expander", available);
-    });
+    connect(&m_daemons, &HNIPCAvailability::supplydChanged, this,
+            [this](bool available) { onAvailable("Supply daemon", available); });
+    connect(&m_daemons, &HNIPCAvailability::ioexpdChanged, this,
+            [this](bool available) { onAvailable("I/O expander", available); });
 
-    connect(&m_listener, &Listener::heard, this, &Printer::onSignal);
-    connect(&m_listener, &Listener::listening, this, [this]() {
-        // What has changed between the first reading and now was not heard.
-        for (Reading *reading : m_engineReadings + m_supplyReadings) {
-            if (reading->isKnown()) {
-                reading->read();
-            }
-        }
-        emit listening();
-    });
-    m_listener.start();
+    connect(&m_signals, &HNIPCEvents::received, this, &Printer::onSignal);
+    connect(&m_signals, &HNIPCEvents::listeningChanged, this, &Printer::listeningChanged);
 }
 
-Reading *Printer::reading(Readings *of, const char *method, const char *signal)
+// The value of one without a signal is read when the daemon starts and when its arguments change.
+HNIPCReading *Printer::reading(const char *method, const char *signal, Argument value)
 {
-    Reading *result = new Reading(QString::fromLatin1(method), this);
-    of->append(result);
-    m_bySignal.insert(QString::fromLatin1(signal), result);
+    HNIPCReading *result = new HNIPCReading(this);
+    result->setMethod(QString::fromLatin1(method));
+    result->setDeadline(m_patience);
+    if (signal) {
+        result->setSignalNames({ QString::fromLatin1(signal) });
+        result->setValueArgument(value);
+    }
     return result;
 }
 
@@ -156,15 +150,16 @@ QString Printer::checkedColor(const QString &text)
     return form.match(text).hasMatch() ? text : QString();
 }
 
+QString Printer::brief(const QString &text)
+{
+    return Words::brief(text);
+}
+
 void Printer::onSignal(const QString &signal, const QVariantList &arguments)
 {
     const QString text = Words::event(signal, arguments);
     if (!text.isEmpty()) {
         m_events.add(text);
-    }
-    const QList<Reading *> changed = m_bySignal.values(signal);
-    for (Reading *reading : changed) {
-        reading->read();
     }
     if (signal == QLatin1String("PrintButton")) {
         m_print->run();
@@ -185,53 +180,42 @@ void Printer::onStateChanged()
     emit stateChanged();
 }
 
-void Printer::onAvailable(const Readings &readings, const char *daemon, bool available)
+void Printer::onAvailable(const char *daemon, bool available)
 {
     m_events.add(QLatin1String(daemon)
                  + QLatin1String(available ? " is there" : " is gone"));
-    for (Reading *reading : readings) {
-        if (available) {
-            reading->read();
-        } else {
-            reading->forget();
-        }
-    }
 }
 
+// Without arguments none is read.
 void Printer::readSupplyNames()
 {
     const QString sku = m_supplySku->value().toString();
-    for (Reading *name : m_supplyNames) {
-        if (sku.isEmpty()) {
-            name->forget();
-        } else {
-            name->readWith({ sku });
-        }
+    for (HNIPCReading *name : m_supplyNames) {
+        name->setArguments(sku.isEmpty() ? QVariantList() : QVariantList { sku });
     }
 }
 
 // One name for each colour that the ribbon has.
 void Printer::readPanelNames(int ribbon)
 {
+    if (m_ribbonSkus->isKnown() && !m_ribbonSkus->isCurrent()) {
+        return; // the colours may be those of the next ribbon already
+    }
     const QString sku = m_ribbonSkus->value().toStringList().value(ribbon);
-    const Reading *colors = ribbon == 0 ? m_ribbon1Rgbs : m_ribbon2Rgbs;
+    const HNIPCReading *colors = ribbon == 0 ? m_ribbon1Rgbs : m_ribbon2Rgbs;
     const int panels = sku.isEmpty() ? 0 : int(colors->value().toStringList().size());
     for (int panel = 0; panel < mostPanels; ++panel) {
-        Reading *name = m_panelNames[ribbon].at(panel);
-        if (panel < panels) {
-            name->readWith({ sku, panel + 1 });
-        } else {
-            name->forget();
-        }
+        m_panelNames[ribbon].at(panel)->setArguments(
+            panel < panels ? QVariantList { sku, panel + 1 } : QVariantList());
     }
 }
 
 QString Printer::joined(const Readings &names)
 {
     QStringList texts;
-    for (const Reading *name : names) {
+    for (const HNIPCReading *name : names) {
         if (name->isKnown()) {
-            texts += name->value().toString().simplified();
+            texts += Words::brief(name->value().toString());
         }
     }
     return texts.join(QLatin1String(", "));

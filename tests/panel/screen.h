@@ -19,31 +19,29 @@
 class Screen
 {
 public:
-    enum Start { WhenItListens, AtOnce };
-
-    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000,
-                    Start start = WhenItListens)
+    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000)
         : m_printer(patience)
     {
-        QObject::connect(&m_printer, &Printer::listening, &m_view,
-                         [this]() { m_isListening = true; });
+        bool isListening = false; // events before that are not told
+        QObject::connect(&m_printer, &Printer::listeningChanged, &m_view,
+                         [&isListening](bool listening) { isListening = listening; });
         m_view.setResizeMode(QQuickView::SizeRootObjectToView);
         m_view.setInitialProperties({ { "printer", QVariant::fromValue<QObject *>(&m_printer) } });
         m_view.setSource(QUrl("qrc:/panel/Panel.qml"));
         m_view.resize(size);
         m_view.show();
         m_view.requestActivate();
-        const auto isThere = [=]() {
-            return m_view.isExposed() && m_view.isActive() && (m_isListening || start == AtOnce);
+        const auto isThere = [&]() {
+            return m_view.isExposed() && m_view.isActive() && isListening;
         };
         if (!waitUntil(isThere)) {
             qFatal("there is no screen");
         }
+        QObject::disconnect(&m_printer, &Printer::listeningChanged, &m_view, nullptr);
     }
 
     QQuickView &view() { return m_view; }
     Printer &printer() { return m_printer; }
-    bool isListening() const { return m_isListening; } ///< events before that are not told
 
     // By the names of items, outer ones first: "supply/name".
     QQuickItem *item(const QString &path) const
@@ -329,7 +327,6 @@ private:
 
     Printer m_printer;
     QQuickView m_view;
-    bool m_isListening = false;
 };
 
 #endif

@@ -111,7 +111,10 @@ private slots:
 
     void nobodyIsThere();
     void daemonsCome();
-    void silentDaemonDelaysTheEventsOnly();
+    void silentDaemonDelaysOnlyItsOwnValues();
+    void hungDaemonDelaysNothingElse();
+    void readsThatFailAreRepeated_data();
+    void readsThatFailAreRepeated();
     void daemonDiesAndReturns_data();
     void daemonDiesAndReturns();
     void rollsAreShown();
@@ -150,11 +153,13 @@ private slots:
     void newRollIsReadOnce();
     void changesFasterThanAnswersAreShown();
     void changeBeforeTheAnswerIsReadAgain();
+    void formerRollsAreNotShown();
 
     void colorsAreChecked_data();
     void colorsAreChecked();
     void oddTextsAreHarmless_data();
     void oddTextsAreHarmless();
+    void manyTextsAreHarmless();
     void oddNumbersAreHarmless_data();
     void oddNumbersAreHarmless();
     void pageFillsTheWindow_data();
@@ -236,33 +241,94 @@ void tst_Panel::daemonsCome()
     QCOMPARE(screen.faults(), QString());
 }
 
-// A daemon that has its name and does not answer keeps the panel from hearing, not from anything
-// else.
-void tst_Panel::silentDaemonDelaysTheEventsOnly()
+// A daemon that has its name and does not reply, from the start of the panel on.
+void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
+{
+    Desk desk(allDaemons);
+    const pid_t silent = pid_t(desk.daemon("m4").process().processId());
+    QCOMPARE(::kill(silent, SIGSTOP), 0);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Waiting for the print engine"));
+    QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
+    QCOMPARE(screen.text("m4/text"), QString::fromUtf8("Engine ✓"));
+    QCOMPARE(screen.text("lid/text"), QString("not known"));
+    QCOMPARE(screen.text("battery"), QString("Battery ?"));
+    desk.act("supplyd", "set", "('ribbon1Percent', <33.0>)");
+    QVERIFY(screen.shows("ribbon1/percent", "33 %"));
+    desk.act("ioexpd", "press", "('help',)");
+    QVERIFY(screen.tells("Help button"));
+    QVERIFY(screen.renders(20));
+
+    QCOMPARE(::kill(silent, SIGCONT), 0);
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.shows("lid/text", "closed"));
+    QVERIFY(screen.shows("battery", "Battery 87 %"));
+}
+
+// Of the I/O expander nothing is shown, so nothing is missing.
+void tst_Panel::hungDaemonDelaysNothingElse()
 {
     Desk desk(allDaemons);
     const pid_t silent = pid_t(desk.daemon("ioexpd").process().processId());
     QCOMPARE(::kill(silent, SIGSTOP), 0);
-    Screen screen(QSize(800, 480), 30 * 1000, Screen::AtOnce);
+    Screen screen;
     QVERIFY(screen.shows("state", "Ready"));
     QVERIFY(screen.shows("battery", "Battery 87 %"));
     QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
     desk.act("m4", "set", "('printerLid', <true>)");
-    QVERIFY(screen.renders(20));
-    QVERIFY(!screen.isListening());
-    QCOMPARE(screen.text("lid/text"), QString("closed"));
-
-    // What has changed before it listened is read.
-    WireMonitor monitor;
-    QCOMPARE(::kill(silent, SIGCONT), 0);
     QVERIFY(screen.shows("lid/text", "open"));
+    QVERIFY(screen.tells("Lid opened"));
+    QCOMPARE(::kill(silent, SIGCONT), 0);
+    desk.act("ioexpd", "press", "('help',)");
+    QVERIFY(screen.tells("Help button"));
+}
+
+void tst_Panel::readsThatFailAreRepeated_data()
+{
+    QTest::addColumn<bool>("refuses");
+    QTest::newRow("refused") << true;
+    QTest::newRow("timed out") << false;
+}
+
+void tst_Panel::readsThatFailAreRepeated()
+{
+    QFETCH(bool, refuses);
+    WirePeer engine;
+    for (const char *member : { "getAlert", "getBatteryStatus" }) {
+        engine.answer(member, "(0,)");
+    }
+    for (const char *member : { "printerLid", "supplyLatch", "cutterCover", "cutterHome" }) {
+        engine.answer(member, "(false,)");
+    }
+    if (refuses) {
+        engine.answerError("getError", "org.example.No", "not yet");
+    } else {
+        engine.ignore("getError");
+    }
+    QVERIFY(engine.own("org.hnipc.m4"));
+    Screen screen(QSize(800, 480), 500);
+    const auto readings = [&engine]() {
+        int result = 0;
+        const QList<WireMessage> calls = engine.calls();
+        for (const WireMessage &call : calls) {
+            result += call.member == "getError";
+        }
+        return result;
+    };
+    QVERIFY(waitUntil([&]() { return readings() >= 2; }));
+    QCOMPARE(screen.text("state"), QString("Waiting for the print engine"));
+    engine.answer("getError", "(10,)");
     QVERIFY(screen.shows("state", "Lid open"));
-    QVERIFY(screen.isListening());
-    const QList<QByteArray> calls = calledMembers(monitor);
-    QCOMPARE(calls.count("getBatteryStatus"), 1);
-    QCOMPARE(calls.count("supplySKUCached"), 1);
+    const int before = readings();
+
+    // Once more, of a value that was known.
+    engine.answer("printerLid", "(true,)");
+    engine.emitSignal("/", "local.IHNIPCM4", "M4_M4PrinterLid", "(true,)");
+    QVERIFY(screen.shows("lid/text", "open"));
+    QVERIFY(screen.renders(20));
+    QCOMPARE(readings(), before);
 }
 
 void tst_Panel::daemonDiesAndReturns_data()
@@ -1073,12 +1139,49 @@ void tst_Panel::changeBeforeTheAnswerIsReadAgain()
     daemon.emitSignal("SupplyPercentChanged", "(20.0,)");
     daemon.emitSignal("SupplyChanged", "('S-1', '')");
     QVERIFY(screen.tells("Supply is now S-1"));
-    daemon.peer().answerHeld(0, "(40.0,)");
-    QVERIFY(screen.shows("supply/percent", "40 %"));
-    QVERIFY(waitUntil([&]() { return daemon.peer().held() == 2; }));
-    daemon.peer().answerHeld(1, "(20.0,)");
     QVERIFY(screen.shows("supply/percent", "20 %"));
+    daemon.peer().answerHeld(0, "(40.0,)"); // it is older than the last signal
+    QVERIFY(waitUntil([&]() { return daemon.peer().held() == 2; }));
+    QCOMPARE(screen.text("supply/percent"), QString("20 %"));
+    daemon.peer().answerHeld(1, "(19.0,)");
+    QVERIFY(screen.shows("supply/percent", "19 %"));
     QCOMPARE(daemon.peer().held(), 2);
+}
+
+// The signal of a change has the SKU of whichever printer, so it has to be read.
+void tst_Panel::formerRollsAreNotShown()
+{
+    SupplyPeer daemon;
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
+    QVERIFY(screen.shows("ribbon1/name", "Red"));
+    QVERIFY(screen.shows("ribbon2/name", "Red"));
+    daemon.peer().hold("supplySKUCached");
+    daemon.peer().hold("supplyRibbonSKUsCached");
+    daemon.emitSignal("SupplyChanged", "('S-2', 'other')");
+    daemon.emitSignal("RibbonChanged", "(['R-3'], 'other')");
+    daemon.answer("supplyRibbonColorName", "('Green',)");
+    daemon.answer("supplyRibbon1RGBs", "(['#00ff00', '#00ff00'],)");
+    daemon.emitSignal("Ribbon1RGBsChanged", "(['#00ff00', '#00ff00'],)");
+    for (const QString roll : { "supply", "ribbon1", "ribbon2" }) {
+        QVERIFY(screen.shows(roll + "/name", "not known"));
+        QCOMPARE(screen.text(roll + "/sku"), QString());
+        QCOMPARE(screen.swatches(roll), QStringList());
+    }
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+    QVERIFY(waitUntil([&]() { return daemon.peer().held() == 2; }));
+    daemon.peer().answerHeld(0, "('S-1',)");
+    daemon.peer().answerHeld(1, "(['R-3'],)");
+    QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
+    QVERIFY(screen.shows("ribbon1/name", "Green, Green"));
+    QVERIFY(screen.shows("ribbon2/name", "nothing is in"));
+    // Never one of the former ribbon with the new colours.
+    const QList<WireMessage> calls = daemon.peer().calls();
+    for (const WireMessage &call : calls) {
+        QVERIFY(call.body != "('R-1', 2)");
+    }
 }
 
 // ---- What a daemon must not do to the screen ----
@@ -1181,6 +1284,26 @@ void tst_Panel::oddTextsAreHarmless()
         QVERIFY2(screen.text(place).size() <= 3 * 200 + 20, place);
         QCOMPARE(screen.item(place)->property("textFormat").toInt(), int(Qt::PlainText));
     }
+}
+
+// A screen has no place for a thousand colours, nor for the names of as many SKUs.
+void tst_Panel::manyTextsAreHarmless()
+{
+    SupplyPeer daemon;
+    const QByteArray colors = "([" + QByteArray("'#222222', ").repeated(999) + "'#333333'],)";
+    const QByteArray skus = "['R-1', " + QByteArray("'R-2', ").repeated(999) + "'R-3']";
+    daemon.answer("supplyRibbon1RGBs", colors);
+    daemon.answer("supplyRibbonSKUsCached", "(" + skus + ",)");
+    Screen screen;
+    daemon.comeUp();
+    QVERIFY(screen.shows("ribbon1/sku", "R-1"));
+    QVERIFY(screen.shows("ribbon2/sku", "R-2"));
+    QVERIFY(waitUntil([&]() { return screen.swatches("ribbon1").size() == 8; }));
+    QVERIFY(screen.shows("ribbon1/name", "Red, Red, Red, Red"));
+    daemon.emitSignal("RibbonChanged", "(" + skus + ", '')");
+    QVERIFY(screen.tells("Ribbons are now R-1" + QString(", R-2").repeated(7)));
+    QVERIFY(screen.renders(2));
+    QCOMPARE(screen.faults(), QString());
 }
 
 void tst_Panel::oddNumbersAreHarmless_data()
