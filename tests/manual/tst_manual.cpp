@@ -58,11 +58,13 @@ QMultiHash<QString, Member> membersOf(const QString &className)
     const QRegularExpression row(
         "<tr class=\"(memitem|memdesc)[^>]*>(.*?)</tr>|<div class=\"groupHeader\">(.*?)</div>",
         QRegularExpression::DotMatchesEverythingOption);
+    const QRegularExpression comma(", (?![^<]*>)"); // between parameters, not within their types
+    const QRegularExpression right("mem(Templ)?ItemRight"); // that of a template has another name
     auto rows = row.globalMatch(contentOf(className + ".html"));
     while (rows.hasNext()) {
         const QRegularExpressionMatch match = rows.next();
         if (match.captured(1) == "memitem") {
-            declaration = seen(match.captured(2).section("memItemRight", 1).section('>', 1));
+            declaration = seen(match.captured(2).section(right, 1).section('>', 1));
             if (match.captured(2).contains("#define")) {
                 declaration = declaration.section(' ', 0, 0); // without what it stands for
             }
@@ -73,7 +75,7 @@ QMultiHash<QString, Member> membersOf(const QString &className)
             if (declaration.contains('(')) {
                 QStringList types, names;
                 const QString inner = declaration.section('(', 1).section(')', 0, -2);
-                const QStringList parts = inner.split(", ", Qt::SkipEmptyParts);
+                const QStringList parts = inner.split(comma, Qt::SkipEmptyParts);
                 for (const QString &part : parts) {
                     const QString parameter = part.section('=', 0, 0).trimmed();
                     const int end = parameter.lastIndexOf(QRegularExpression("[^A-Za-z0-9_]")) + 1;
@@ -162,6 +164,8 @@ private Q_SLOTS:
     void clientMethods();
     void clientSignals();
     void clientProperties();
+    void events();
+    void outcomes();
     void record();
     void daemonClasses();
     void whatDoxygenLetsPass();
@@ -211,6 +215,42 @@ void tst_Manual::clientProperties()
     }
 }
 
+void tst_Manual::events()
+{
+    const QMultiHash<QString, Member> members = membersOf("classHNIPCEvents");
+    for (const ClientSignal &signal : Expected::clientSignals) {
+        const bool isEvent = signal.server != NoServer;
+        QCOMPARE(members.count(signal.signature), isEvent ? 1 : 0);
+        const Member member = members.value(signal.signature);
+        QCOMPARE(member.parameters, isEvent ? QString(signal.parameters) : QString());
+        QVERIFY2(!isEvent || !member.text.isEmpty(), signal.signature);
+    }
+}
+
+// The one table that says which reasons an outcome has, and by which name the error goes.
+void tst_Manual::outcomes()
+{
+    const QString standard = "org.freedesktop.DBus.Error.";
+    const QStringList table[] = {
+        { "Answered", "NoReason", "" },
+        { "Refused", "DaemonError", "the daemon's" },
+        { "NotSent", "UnknownMethod", standard + "UnknownMethod" },
+        { "NotSent", "InvalidArguments", standard + "InvalidArgs" },
+        { "NotSent", "DaemonAbsent", standard + "ServiceUnknown" },
+        { "NotSent", "AccessDenied", standard + "AccessDenied" },
+        { "NotSent", "BusError", "the bus's" },
+        { "NotSent, Unknown", "BusLost", standard + "Disconnected" },
+        { "NotSent, Unknown", "TimedOut", standard + "Timeout" },
+        { "NotSent, Unknown", "Cancelled", "org.hnipc.Error.Cancelled" },
+        { "Unknown", "DaemonLeft", standard + "NoReply" },
+        { "Unknown", "WrongType", standard + "InvalidSignature" },
+    };
+    const QList<QStringList> rows = rowsOf("classHNIPCRequest.html");
+    for (const QStringList &row : table) {
+        QVERIFY2(documented(rows, row) == 1, qPrintable(row.join(" | ")));
+    }
+}
+
 void tst_Manual::record()
 {
     const QMultiHash<QString, Member> members = membersOf("structSupplyInformation");
@@ -250,8 +290,22 @@ void tst_Manual::whatDoxygenLetsPass()
     const Row table[] = {
         { "classHNIPC", { "~HNIPC()" }, {} },
         { "classHNIPCRequest",
-          { "~HNIPCRequest()", "HNIPC_METHOD()" },
-          { "NoOutcome", "NotSent", "Answered", "Refused", "Unknown" } },
+          { "~HNIPCRequest()",
+            "setCall(HNIPCMethod<Result,Parameters...>,const Arguments&...)",
+            "hnipcCall(HNIPCMethod<Result,Parameters...>,const Arguments&...)" },
+          { "NoOutcome", "NotSent", "Answered", "Refused", "Unknown", "NoReason", "DaemonError",
+            "UnknownMethod", "InvalidArguments", "DaemonAbsent", "AccessDenied", "BusError",
+            "BusLost", "TimedOut", "Cancelled", "DaemonLeft", "WrongType" } },
+        { "classHNIPCAnswer", { "isAnswered()", "isDone()", "value()" }, {} },
+        { "classHNIPCAnswer_3_01void_01_4", { "isAnswered()", "isDone()" }, {} },
+        { "classHNIPCCall", { "within(int)", "send(QObject*)", "then(QObject*,Function)" }, {} },
+        { "classHNIPCMethod", { "HNIPC_METHOD()", "HNIPC_OVERLOAD()" }, {} },
+        { "classHNIPCFailure", { "ofReply(QDBusMessage,QString,int)" }, {} },
+        { "classHNIPCReading", { "read()", "changed()" }, {} },
+        { "classHNIPCEvents",
+          { "received(QString,QVariantList)", "listeningChanged(bool)" },
+          {} },
+        { "classHNIPCAvailability", { "knownChanged(bool)" }, {} },
         { "classHNIPCServer", { "~HNIPCServer()" }, { "IOEXPD", "M4", "SUPPLYD" } },
         { "structSupplyInformation",
           { "operator<<(QDBusArgument&,SupplyInformation)",
@@ -265,7 +319,13 @@ void tst_Manual::whatDoxygenLetsPass()
         for (const QString &member : row.members) {
             QVERIFY2(!members.value(member).text.isEmpty(), qPrintable(member));
         }
-        const QList<QStringList> rows = rowsOf(QString(row.page) + ".html");
+        QList<QStringList> rows; // of the enumerators, not of other tables
+        const QList<QStringList> allRows = rowsOf(QString(row.page) + ".html");
+        for (const QStringList &cells : allRows) {
+            if (cells.size() == 2) {
+                rows += cells;
+            }
+        }
         for (const QString &enumerator : row.enumerators) {
             QCOMPARE(documented(rows, { enumerator }), 1);
         }

@@ -1,76 +1,77 @@
 // SPDX-License-Identifier: MIT
-// Says which supply is loaded, feeds when the lid has been closed, and ends when it is asked to.
+// Shows which supply is loaded and whether the lid is open, feeds when the print button is pressed,
+// and ends when the supply daemon asks applications to close.
 
-#include <hnipc/hnipc.h>
-#include <hnipc/hnipcavailability.h>
+#include "words.h"
+
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QCoreApplication>
 
-#include <cstdio>
-
-static void say(const QString &line)
+// A screen would set the text of a label; this program prints a line when the text is another one.
+class Label
 {
-    puts(qPrintable(line));
-    fflush(stdout);
-}
-
-//! [outcome]
-static QString inWords(const HNIPCRequest &request)
-{
-    switch (request.outcome()) {
-    case HNIPCRequest::Answered:
-        return request.value().toBool() ? "done" : "the print engine would not";
-    case HNIPCRequest::Refused:
-        return "refused: " + request.errorText();
-    case HNIPCRequest::NotSent:
-        return "nothing was done: " + request.errorText();
-    default:
-        return "nobody knows, look at the printer: " + request.errorText();
+public:
+    void setText(const QString &text)
+    {
+        if (text == m_text)
+            return;
+        m_text = text;
+        say(text);
     }
-}
-//! [outcome]
+
+private:
+    QString m_text;
+};
 
 int main(int argc, char *argv[])
 {
-    //! [client]
     QCoreApplication application(argc, argv);
-    HNIPC printer;
-    say("print engine " + printer.m4Version());
-    //! [client]
 
-    //! [request]
-    HNIPCRequest feed;
-    feed.setCall(HNIPC_METHOD(forwardFeed), 200);
-    feed.setDeadline(10 * 1000); // milliseconds
-    QObject::connect(&feed, &HNIPCRequest::finished, [&feed]() { say("feed: " + inWords(feed)); });
-    //! [request]
+    //! [reading]
+    HNIPCReading supply;
+    supply.setCall(HNIPC_METHOD(supplySKUCached));
+    supply.setSignalNames({ "SupplyChanged" });
 
-    //! [listen]
-    QObject::connect(&printer, &HNIPC::M4PrinterLid, [&printer, &feed](bool open) {
-        say(QString("lid %1, error %2").arg(open ? "open" : "closed").arg(printer.getError()));
-        if (!open)
-            feed.send();
+    Label loaded;
+    QObject::connect(&supply, &HNIPCReading::changed, &application, [&supply, &loaded]() {
+        loaded.setText(supply.isKnown() ? "supply " + supply.value().toString()
+                                        : "supply not known");
     });
-    QObject::connect(&printer, &HNIPC::CloseApplicationSignal, &application,
-                     &QCoreApplication::quit);
-    //! [listen]
+    //! [reading]
 
-    //! [availability]
-    HNIPCRequest loaded;
-    loaded.setCall(HNIPC_METHOD(supplySKUCached));
-    QObject::connect(&loaded, &HNIPCRequest::finished,
-                     [&loaded]() { say("supply " + loaded.value().toString()); });
+    //! [valueargument]
+    HNIPCReading lid;
+    lid.setCall(HNIPC_METHOD(printerLid));
+    lid.setSignalNames({ "M4PrinterLid" });
+    lid.setValueArgument(0);
 
-    HNIPCAvailability daemons;
-    QObject::connect(&daemons, &HNIPCAvailability::supplydChanged, [&loaded](bool available) {
-        if (available)
-            loaded.send();
+    Label open;
+    QObject::connect(&lid, &HNIPCReading::changed, &application, [&lid, &open]() {
+        if (!lid.isKnown())
+            open.setText("lid not known");
         else
-            say("the supply daemon has left");
+            open.setText(lid.value().toBool() ? "lid open" : "lid closed");
     });
-    //! [availability]
+    //! [valueargument]
 
-    say("listening");
+    //! [events]
+    HNIPCEvents events;
+    QObject::connect(&events, &HNIPCEvents::CloseApplicationSignal, &application,
+                     &QCoreApplication::quit);
+    //! [events]
+
+    //! [call]
+    QObject::connect(&events, &HNIPCEvents::PrintButton, &application, [&application]() {
+        hnipcCall(HNIPC_METHOD(forwardFeed), 400)
+            .within(5000)
+            .then(&application, [](const HNIPCAnswer<bool> &fed) {
+                say("feed: " + inWords(fed));
+            });
+    });
+    //! [call]
+
     return application.exec();
 }

@@ -7,40 +7,55 @@ Rectangle {
 
     width: 480
     height: 320
-    color: daemons.m4 ? "white" : "lightgrey"
 
-    //! [printer]
-    HNIPC {
-        id: printer
-        onM4PrinterLid: function (value) {
-            message.text = value ? "Close the lid" : "Ready";
-        }
-        onPrintButton: feed.send()
+    //! [reading]
+    HNIPCReading {
+        id: supply
+        method: "qmlSupplyPercent"
     }
-    //! [printer]
+    //! [reading]
 
-    //! [daemons]
+    //! [method]
+    HNIPCReading {
+        id: lid
+        method: "printerLid"
+        signals: ["M4PrinterLid"]
+        valueArgument: 0
+    }
+    HNIPCReading {
+        id: error
+        method: "qmlPrintEngineErrorCode"
+    }
+    //! [method]
+
+    //! [events]
+    HNIPCEvents {
+        onPrintButton: feed.send()
+        onCloseApplicationSignal: Qt.quit()
+    }
+    //! [events]
+
+    //! [availability]
     HNIPCAvailability {
         id: daemons
-        onM4Changed: function (available) {
-            message.text = available ? "Ready" : "The print engine is not there";
-        }
     }
-    //! [daemons]
+    //! [availability]
 
     //! [request]
     HNIPCRequest {
         id: feed
         method: "forwardFeed"
-        arguments: [200]
-        deadline: 10000
+        arguments: [400]
+        deadline: 5000
         onFinished: {
-            if (outcome === HNIPCRequest.Answered)
-                message.text = value ? "Fed" : "The print engine would not feed";
+            if (done)
+                result.text = "Fed";
+            else if (outcome === HNIPCRequest.Answered)
+                result.text = "The print engine did not feed";
             else if (outcome === HNIPCRequest.Unknown)
-                message.text = "Look at the printer: " + errorText;
+                result.text = "Look at the printer: " + errorText;
             else
-                message.text = "Not fed: " + errorText;
+                result.text = "Not fed: " + errorText;
         }
     }
     //! [request]
@@ -49,23 +64,43 @@ Rectangle {
         anchors.centerIn: parent
         spacing: 20
 
-        //! [property]
+        //! [text]
         Text {
-            id: supply
-            text: printer.qmlSupplyPercent + " % of the supply is left"
-            onTextChanged: console.info(supply.text)
+            id: supplyText
+            text: supply.known ? supply.value.toFixed(0) + " % of the supply is left"
+                               : "The supply is not known"
+            color: supply.current ? "black" : "grey"
+            onTextChanged: console.info(supplyText.text)
         }
-        //! [property]
+        //! [text]
         Text {
-            id: message
-            text: "Starting"
-            onTextChanged: console.info(message.text)
+            id: lidText
+            text: !lid.known ? "The lid is not known"
+                             : lid.value ? "Close the lid" : "The lid is closed"
+            onTextChanged: console.info(lidText.text)
+        }
+        Text {
+            id: engineText
+            text: {
+                if (error.known)
+                    return error.value === 0 ? "Ready" : "Error " + error.value;
+                if (error.reason === HNIPCRequest.NoReason)
+                    return "Starting";
+                if (error.reason === HNIPCRequest.DaemonAbsent)
+                    return "The print engine is not running";
+                return error.errorText;
+            }
+            onTextChanged: console.info(engineText.text)
+        }
+        Text {
+            id: result
+            onTextChanged: console.info(result.text)
         }
         //! [button]
         Rectangle {
             width: 160
             height: 60
-            color: feed.pending ? "grey" : "steelblue"
+            color: area.enabled ? "steelblue" : "grey"
 
             Text {
                 anchors.centerIn: parent
@@ -73,8 +108,9 @@ Rectangle {
                 color: "white"
             }
             MouseArea {
+                id: area
                 anchors.fill: parent
-                enabled: !feed.pending
+                enabled: daemons.m4 && !feed.pending
                 onClicked: feed.send()
             }
         }

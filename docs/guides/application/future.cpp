@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// The call of the guide as a future of Qt 6.
+
+#include "words.h"
+
+#include <hnipc/hnipcrequest.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFuture>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+
+    //! [future]
+    HNIPCRequest *request
+        = hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000).send(&application);
+    QFuture<HNIPCAnswer<bool>> feed
+        = QtFuture::connect(request, &HNIPCRequest::finished).then([request]() {
+              return HNIPCAnswer<bool>(*request); // here, since the request deletes itself
+          });
+    feed.then(&application, [&application](const HNIPCAnswer<bool> &fed) {
+        say("feed: " + inWords(fed));
+        application.quit();
+    });
+    //! [future]
+
+    return application.exec();
+}
