@@ -32,4 +32,14 @@ private:
     MortalProcess m_process;
 };
 
+// The next line that a process prints.
+inline QByteArray lineOf(QProcess *process)
+{
+    while (!process->canReadLine()) {
+        if (!process->waitForReadyRead(60 * 1000))
+            qFatal("a process has ended, or prints nothing any more");
+    }
+    return process->readLine().trimmed();
+}
+
 #endif

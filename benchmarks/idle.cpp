@@ -1,13 +1,22 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-idle-hnipc, hnipc-bench-idle-qt: a program that is on the bus, with a client and
-// without, and says how many KiB of memory it shares with nobody.
+// hnipc-bench-idle-hnipc, hnipc-bench-idle-events, hnipc-bench-idle-qt: a program that has a client,
+// the events and eight readings, or nothing but a connection to the bus. It prints how many
+// microseconds the client took to start, or the events until none is missed, and how many KiB of
+// memory the idle program shares with nobody.
 
 #ifdef WITH_HNIPC
 #include <hnipc/hnipc.h>
 #endif
+#ifdef WITH_EVENTS
+#include "readings.h"
+
+#include <hnipc/hnipcevents.h>
+#endif
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QEventLoop>
 #include <QtCore/QFile>
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusConnection>
@@ -33,12 +42,30 @@ int main(int argc, char **argv)
     if (argc > 1) // --nothing
         return 0;
     QCoreApplication application(argc, argv);
+    QElapsedTimer clock;
+    clock.start();
+#if defined WITH_HNIPC
+    HNIPC printer;
+#elif defined WITH_EVENTS
+    HNIPCEvents events;
+    QEventLoop loop;
+    loop.connect(&events, SIGNAL(listeningChanged(bool)), SLOT(quit()));
+    loop.exec();
+#else
+    QDBusConnection::systemBus();
+#endif
+    const double started = double(clock.nsecsElapsed()) / 1000;
     if (!QDBusConnection::systemBus().isConnected())
         qFatal("no bus");
-#ifdef WITH_HNIPC
-    HNIPC printer;
+#ifdef WITH_EVENTS
+    Readings readings;
+    for (const char *name : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
+                              "qmlRibbonColorRGBs", "qmlSupplySKU", "qmlPrintEngineErrorCode",
+                              "qmlPrintEngineAlertCode", "qmlBatteryStatus" })
+        readings.add(name);
+    readings.waitUntilKnown();
 #endif
     QCoreApplication::processEvents();
-    std::printf("%.0f\n", privateKilobytes());
+    std::printf("%.1f %.0f\n", started, privateKilobytes());
     return 0;
 }

@@ -92,7 +92,7 @@ def plot_calls(runs, path):
 
 
 def deliveries_to(work):
-    match = re.fullmatch(r"signals to (\d+) clients, time of a delivery", work)
+    match = re.fullmatch(r"(?:events|signals) to (\d+) clients, time of a delivery", work)
     return int(match.group(1)) if match else 0
 
 

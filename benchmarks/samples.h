@@ -12,16 +12,19 @@
 // One thing that is measured beside others.
 struct Contender
 {
-    Contender(const char *contenderName, const std::function<void()> &act, int callsOfIt = 1)
+    Contender(const char *contenderName, const std::function<void()> &act, int callsOfIt = 1,
+              const std::function<void()> &cleanUp = [] {})
         : name(contenderName)
         , once(act)
         , calls(callsOfIt)
+        , after(cleanUp)
     {
     }
 
     QByteArray name;
     std::function<void()> once;
     int calls; // that one act makes; the time is that of one
+    std::function<void()> after; // each turn, not measured
 };
 
 // For report.py, one figure a line; it makes medians and ratios of them.
@@ -44,9 +47,10 @@ inline void compare(const QByteArray &work, int turns, int timesATurn,
             clock.start();
             for (int time = 0; time < timesATurn; ++time)
                 contender.once();
+            const double elapsed = double(clock.nsecsElapsed()) / 1000;
+            contender.after();
             if (turn >= 0)
-                printSample(work, contender.name, turn,
-                            double(clock.nsecsElapsed()) / 1000 / timesATurn / contender.calls,
+                printSample(work, contender.name, turn, elapsed / timesATurn / contender.calls,
                             "us");
         }
     }

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 //
 // hnipc-bench-signals: what it costs to hear 20,000 signals, for 1, 5, 20 and 50 clients of 59
-// subscriptions each, beside the same subscriptions by Qt alone. A client that misses one, or hears
-// one out of order, ends the program.
+// subscriptions each: of HNIPCEvents beside HNIPC, and of HNIPC beside the same subscriptions by Qt
+// alone. A client that misses one, or hears one out of order, ends the program.
 
 #include "daemons.h"
 #include "rawclient.h"
 #include "samples.h"
 
 #include <hnipc/hnipc.h>
+#include <hnipc/hnipcevents.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
@@ -71,6 +72,13 @@ static int listenAs(const QByteArray &kind, int portion)
 {
     Listener listener(portion);
     QScopedPointer<QObject> client;
+    if (kind == "HNIPCEvents") {
+        client.reset(new HNIPCEvents);
+        QObject::connect(client.data(), SIGNAL(SupplyPercentChanged(double)), &listener,
+                         SLOT(onPercent(double)));
+        QObject::connect(client.data(), SIGNAL(listeningChanged(bool)), &listener, SLOT(isReady()));
+        return QCoreApplication::exec();
+    }
     if (kind == "HNIPC") {
         client.reset(new HNIPC);
         QObject::connect(client.data(), SIGNAL(SupplyPercentChanged(double)), &listener,
@@ -83,15 +91,6 @@ static int listenAs(const QByteArray &kind, int portion)
     // In the event loop: what arrives before that Qt holds back, and may deliver out of order.
     QTimer::singleShot(0, &listener, SLOT(isReady()));
     return QCoreApplication::exec();
-}
-
-static QByteArray lineOf(QProcess *process)
-{
-    while (!process->canReadLine()) {
-        if (!process->waitForReadyRead(60 * 1000))
-            qFatal("a client has ended, or hears nothing any more");
-    }
-    return process->readLine().trimmed();
 }
 
 static void flood(int clients, const QByteArray &kind, int turn)
@@ -127,9 +126,13 @@ static void flood(int clients, const QByteArray &kind, int turn)
     for (auto &listener : listeners)
         listener->waitForFinished();
 
-    const QByteArray work = "signals to " + QByteArray::number(clients) + " clients, ";
-    printSample(work + "time of a delivery", kind, turn, elapsed / delivered, "us");
-    printSample(work + "processor of the client", kind, turn, spent / delivered, "us");
+    const QByteArray to = " to " + QByteArray::number(clients) + " clients, ";
+    for (const QByteArray what : { "events", "signals" }) {
+        if (kind == (what == "events" ? "Qt's subscriptions" : "HNIPCEvents"))
+            continue;
+        printSample(what + to + "time of a delivery", kind, turn, elapsed / delivered, "us");
+        printSample(what + to + "processor of the client", kind, turn, spent / delivered, "us");
+    }
 }
 
 int main(int argc, char **argv)
@@ -141,11 +144,11 @@ int main(int argc, char **argv)
 
     const DaemonProcess m4(HNIPC_BENCH_M4, "org.hnipc.m4");
     const DaemonProcess supplyd(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");
-    const QByteArray kinds[] = { "HNIPC", "Qt's subscriptions" };
+    const QByteArray kinds[] = { "HNIPCEvents", "HNIPC", "Qt's subscriptions" };
     for (int clients : { 1, 5, 20, 50 }) {
         for (int turn = 0; turn < (clients < 10 ? 10 : 4); ++turn) {
-            flood(clients, kinds[turn % 2], turn);
-            flood(clients, kinds[(turn + 1) % 2], turn);
+            for (int i = 0; i < 3; ++i)
+                flood(clients, kinds[(turn + i) % 3], turn);
         }
     }
     return 0;

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
 // hnipc-bench-startup: what it costs to make a client, with the daemons present and absent, beside
-// the same steps by Qt alone; the memory that an idle client holds; and the time until main().
+// the same steps by Qt alone; the time until main(); and, in fresh processes, how long the events
+// take to start beside a client, and what memory an idle program of each holds.
 
 #include "daemons.h"
 #include "rawclient.h"
@@ -33,14 +34,17 @@ static void run(const char *program)
         qFatal("%s does not run", program);
 }
 
-static double idleKilobytes(const char *program)
+// A program that prints how long it took to start and what memory it holds.
+static void measureIdle(const char *program, const char *startName, const char *memoryName, int turn)
 {
     MortalProcess process;
     process.forwardErrors();
     process.start(QLatin1String(program), QStringList());
-    if (!process.waitForFinished() || process.exitCode() != 0)
-        qFatal("%s does not run", program);
-    return process.readAllStandardOutput().trimmed().toDouble();
+    const QList<QByteArray> figures = lineOf(&process).split(' ');
+    process.waitForFinished();
+    printSample("start in a fresh process", startName, turn, figures.value(0).toDouble(), "us");
+    printSample("private memory of an idle program", memoryName, turn,
+                figures.value(1).toDouble(), "KiB");
 }
 
 int main(int argc, char **argv)
@@ -48,19 +52,19 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     compareClients("absent");
 
+    const DaemonProcess ioexpd(HNIPC_BENCH_IOEXPD, "org.hnipc.ioexpd");
     const DaemonProcess m4(HNIPC_BENCH_M4, "org.hnipc.m4");
-    const DaemonProcess supplyd(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");
+    const DaemonProcess supplyd(HNIPC_BENCH_SUPPLYD, "org.hnipc.supplyd");
     compareClients("present");
 
     compare("a process that does nothing", 100, 5,
             { { "linked with Qt alone", [] { run(HNIPC_BENCH_IDLE_QT); } },
               { "HNIPC", [] { run(HNIPC_BENCH_IDLE_HNIPC); } } });
-    for (int turn = 0; turn < 10; ++turn) {
-        const QByteArray work = "private memory of an idle program";
-        printSample(work, "on the bus", turn, idleKilobytes(HNIPC_BENCH_IDLE_QT),
-                    "KiB");
-        printSample(work, "HNIPC", turn, idleKilobytes(HNIPC_BENCH_IDLE_HNIPC),
-                    "KiB");
+    for (int turn = 0; turn < 60; ++turn) {
+        measureIdle(HNIPC_BENCH_IDLE_EVENTS, "HNIPCEvents, until it misses nothing",
+                    "HNIPCEvents and eight readings", turn);
+        measureIdle(HNIPC_BENCH_IDLE_HNIPC, "HNIPC", "HNIPC", turn);
+        measureIdle(HNIPC_BENCH_IDLE_QT, "the connection alone", "on the bus", turn);
     }
     return 0;
 }
