@@ -10,6 +10,7 @@
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusServiceWatcher>
 
+#include <cstdlib>
 #include <limits>
 
 // To each daemon. Three times this is below the limit of a bus of type system, which refuses the
@@ -27,12 +28,23 @@ static HNIPCServer::ServerType daemonNumber(int i)
 // ---- The thread ----------------------------------------------------------------------------
 
 Bus::Bus()
-    : m_jobs(this), m_isOpen(false), m_isConnected(false), m_connection(QString()),
+    : m_jobs(this), m_isOpen(false), m_isConnected(false), m_connection(QLatin1String("none")),
       m_watcher(nullptr), m_isListening(false), m_subscription(nullptr)
 {
 }
 
-// Never destroyed, nor its thread stopped: objects that outlive static ones still use it.
+// When the program ends, before Qt ends its connections: the first use of one, by the constructor,
+// comes before this is registered. A thread that waits for the bus is left alone.
+#if QT_VERSION >= 0x050000
+static void stopThread()
+{
+    QThread *const thread = Bus::instance()->thread();
+    thread->quit();
+    thread->wait(1000);
+}
+#endif
+
+// Never destroyed: objects that outlive static ones still use it.
 Bus *Bus::instance()
 {
     struct Starter
@@ -44,6 +56,7 @@ Bus *Bus::instance()
             thread->setObjectName(QLatin1String("hnipc"));
             bus->moveToThread(thread);
             thread->start();
+            std::atexit(stopThread);
 #else
             if (QCoreApplication *application = QCoreApplication::instance())
                 bus->moveToThread(application->thread());
