@@ -242,7 +242,7 @@ private:
         m_request->send();
     }
 
-    // What is asked of the daemon that hangs has no other end than the deadline.
+    // Calls to the daemon that hangs end by their deadline only.
     bool isComplete() const
     {
         if (m_kind != "HNIPCEvents")

@@ -14,16 +14,16 @@
 
 #include <thread>
 
-// What has come to the library's bus thread has been delivered to the objects of this thread when
-// this returns. Turns the event loop.
+// Waits until all that the library's bus thread has received before is delivered to the objects of
+// this thread. Turns the event loop.
 inline bool passBusThread()
 {
     HNIPCAvailability availability;
     return waitUntil([&availability]() { return availability.isKnown(); });
 }
 
-// What requests have sent has passed the bus when this returns. Turns no event loop of this thread,
-// but for Qt 4, whose requests are sent by it.
+// Waits until all calls that requests have sent before have passed the bus. Turns no event loop of this
+// thread, except with Qt 4, where requests are sent by it.
 inline void makeRequestsLeave()
 {
 #if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)

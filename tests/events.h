@@ -28,7 +28,7 @@ inline QByteArray listeningChangedTo(bool listening)
     return emission("listeningChanged(bool)", QVariantList() << listening);
 }
 
-// What an object emits for a signal with these values.
+// The emissions of an object for a signal with these values.
 inline Lines relayed(const QByteArray &signature, const QVariantList &values)
 {
     const QString name = QString::fromLatin1(signature.left(signature.indexOf('(')));

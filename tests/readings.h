@@ -12,7 +12,7 @@
 #include <QtCore/QMetaEnum>
 #include <QtCore/QStringList>
 
-// What a reading shows, in one line: "current int 7", "known int 7" if it is not current, "unknown",
+// The properties of a reading, in one line: "current int 7", "known int 7" if it is not current, "unknown",
 // and why: "unknown DaemonError NAME: TEXT".
 inline QByteArray shown(const HNIPCReading &reading)
 {
@@ -38,14 +38,14 @@ inline QByteArray shown(const HNIPCReading &reading)
     return line;
 }
 
-// What a reading has come to show, or what it shows in its place.
+// Waits until a reading shows this line. Returns the line that it shows then.
 inline QByteArray awaited(const HNIPCReading &reading, const QByteArray &expected)
 {
     waitUntil([&]() { return shown(reading) == expected; });
     return shown(reading);
 }
 
-// What a reading has shown at each changed().
+// The line of a reading at each changed().
 class History
 {
 public:

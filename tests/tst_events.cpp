@@ -211,7 +211,7 @@ private:
 
     bool emitNumber(quint32 number) { return ::emitNumber(&(*m_daemons)[M4], number); }
 
-    // What the object has emitted by now.
+    // All emissions of the object until now.
     Lines emitted()
     {
         return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";

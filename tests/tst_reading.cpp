@@ -211,8 +211,8 @@ private:
     WirePeer &m4() { return (*m_daemons)[M4]; }
     WirePeer &supplyd() { return (*m_daemons)[SUPPLYD]; }
 
-    // What had passed the bus before has been delivered to the objects of this thread, by the same
-    // way.
+    // Waits until all that has passed the bus before is delivered to the objects of this thread. The
+    // request takes the same way.
     bool pass()
     {
         HNIPCRequest request;
@@ -220,8 +220,7 @@ private:
         return outcomeOfSending(request) == "Answered";
     }
 
-    // What the readings have sent has reached the daemons, and what the daemons have answered has
-    // been delivered.
+    // Waits until the calls of the readings have reached the daemons, and the replies are delivered.
     bool settle()
     {
         bool hasPassed = true;
@@ -1116,7 +1115,7 @@ void tst_Reading::timedOutReadIsRepeated()
     QVERIFY(isHeld(2));
     m4().answer("getError", "(8,)");
     VERIFY_SHOWS(reading, "current int 8");
-    // What comes too late is nothing.
+    // Late replies are ignored.
     History history(&reading);
     m4().answerHeld(0, "(1,)");
     m4().answerHeld(1, "(2,)");
@@ -1626,7 +1625,7 @@ void tst_Reading::changedOnlyIfSomethingChanged()
     VERIFY_SHOWS(reading, "unknown DaemonError " + name + ": " + text);
     QCOMPARE(int(history.take().size()), 2);
 
-    // What is known of a method that returns nothing.
+    // A method that returns nothing has no value.
     WirePeer &ioexpd = (*m_daemons)[IOEXPD];
     ioexpd.answer("enableBacklight", "()");
     HNIPCReading nothing;

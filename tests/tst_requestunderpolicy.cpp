@@ -78,7 +78,7 @@ void tst_RequestUnderPolicy::refusedQuestionTellsNothing()
     QVERIFY(daemons.passFence());
     QVERIFY(daemons.passFence());
     QVERIFY(!availability.isKnown());
-    // What happens from here on is told nevertheless.
+    // Later changes are reported nevertheless.
     for (int server = 0; server < ServerCount; ++server) {
         QVERIFY(!availability.isKnown());
         daemons.start(server);

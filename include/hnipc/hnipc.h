@@ -201,11 +201,11 @@ Q_SIGNALS:
     bool SupplyChanged(QString supplySku, const QString &printerName);
     /// The loaded ribbons changed to @p ribbonSkus, in the printer @p printerName.
     bool RibbonChanged(QStringList ribbonSkus, const QString &printerName);
-    /// What is left of the supply, in percent.
+    /// The remaining part of the supply, in percent.
     bool SupplyPercentChanged(double percentage);
-    /// What is left of ribbon 1, in percent.
+    /// The remaining part of ribbon 1, in percent.
     bool Ribbon1PercentChanged(double percentage);
-    /// What is left of ribbon 2, in percent.
+    /// The remaining part of ribbon 2, in percent.
     bool Ribbon2PercentChanged(double percentage);
     /// The colour of the loaded supply, as text of the daemon's form.
     bool SupplyRGBChanged(QString rgb);
@@ -461,11 +461,11 @@ public Q_SLOTS:
     QString supplySKUCached(QString printerName = QString());
     /// The ribbon SKUs that the daemon holds for the printer; an empty list on failure.
     QStringList supplyRibbonSKUsCached(QString printerName = QString());
-    /// What is left of the loaded supply, in percent; 0.0 on failure.
+    /// The remaining part of the loaded supply, in percent; 0.0 on failure.
     double supplySupplyPercent();
-    /// What is left of ribbon 1, in percent; 0.0 on failure.
+    /// The remaining part of ribbon 1, in percent; 0.0 on failure.
     double supplyRibbon1Percent();
-    /// What is left of ribbon 2, in percent; 0.0 on failure.
+    /// The remaining part of ribbon 2, in percent; 0.0 on failure.
     double supplyRibbon2Percent();
     /// The colour of the loaded supply, as text of the daemon's form; a null string on failure.
     QString supplySupplyRGB(QString printerName = QString());

@@ -163,11 +163,11 @@ Q_SIGNALS:
     void SupplyChanged(QString supplySku, const QString &printerName);
     /// The loaded ribbons changed to @p ribbonSkus, in the printer @p printerName.
     void RibbonChanged(QStringList ribbonSkus, const QString &printerName);
-    /// What is left of the supply, in percent.
+    /// The remaining part of the supply, in percent.
     void SupplyPercentChanged(double percentage);
-    /// What is left of ribbon 1, in percent.
+    /// The remaining part of ribbon 1, in percent.
     void Ribbon1PercentChanged(double percentage);
-    /// What is left of ribbon 2, in percent.
+    /// The remaining part of ribbon 2, in percent.
     void Ribbon2PercentChanged(double percentage);
     /// The colour of the loaded supply, as a string in a format defined by the daemon.
     void SupplyRGBChanged(QString rgb);

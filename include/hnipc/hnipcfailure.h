@@ -10,7 +10,7 @@
 class QDBusMessage;
 
 /**
- * What an error reply to a call of a daemon means: who sent it, and whether the daemon can have
+ * The meaning of an error reply to a call of a daemon: who sent it, and whether the daemon can have
  * carried out the call. Requests judge their replies by it; a program that calls a daemon by other
  * means, such as QDBusConnection::call(), can do the same.
  */

@@ -67,7 +67,7 @@ class HNIPCRequestPrivate;
  * the first HNIPCEvents or HNIPCReading subscribes to signals, up to 25 s if the bus does not respond.
  * A call whose deadline has passed meanwhile is not sent.
  *
- * What Qt's D-Bus module does with its connection holds here, too. A process opens the connection
+ * The library uses the connection of Qt's D-Bus module, with its limits. A process opens the connection
  * once: if that fails, or the bus is lost, it has to be restarted. If the bus accepts the connection
  * and then does not respond, the process cannot exit until it does. If the application has opened the
  * system bus first, in its main thread, for example by an HNIPC object, signals are delivered to all
@@ -103,7 +103,7 @@ class HNIPC_EXPORT HNIPCRequest : public QObject
     Q_PROPERTY(int elapsed READ elapsed NOTIFY stateChanged)
 
 public:
-    /// What became of a request.
+    /// The end of a request.
     enum Outcome {
         NoOutcome, ///< Not finished: never sent, or pending.
         NotSent,   ///< The daemon has not received the call.
@@ -175,7 +175,7 @@ public:
 
     /// True from send() until the outcome is known.
     bool isPending() const;
-    /// What became of the latest send(); NoOutcome until it has finished.
+    /// The outcome of the latest send(); NoOutcome until it has finished.
     Outcome outcome() const;
     /// Why the latest send() has no answer; NoReason if it has one, and until it has finished.
     Reason reason() const;
@@ -227,7 +227,7 @@ private:
 };
 
 /// @relates HNIPCRequest
-/// What became of a request, with the reply in the type that the method declares.
+/// The outcome of a request, with the reply in the type that the method declares.
 template <typename Result>
 class HNIPCAnswer
 {

@@ -43,11 +43,11 @@ public Q_SLOTS:
     /// The loaded ribbons changed to @p ribbonSkus, in the printer @p printerName.
     Q_SCRIPTABLE bool pulseRibbonChangedSignal(QStringList ribbonSkus,
                                                QString printerName = QString());
-    /// What is left of the supply, in percent.
+    /// The remaining part of the supply, in percent.
     Q_SCRIPTABLE bool pulseSupplyPercentChangedSignal(double percentage);
-    /// What is left of ribbon 1, in percent.
+    /// The remaining part of ribbon 1, in percent.
     Q_SCRIPTABLE bool pulseRibbon1PercentChangedSignal(double percentage);
-    /// What is left of ribbon 2, in percent.
+    /// The remaining part of ribbon 2, in percent.
     Q_SCRIPTABLE bool pulseRibbon2PercentChangedSignal(double percentage);
     /// The colour of the loaded supply, as text of the daemon's form.
     Q_SCRIPTABLE bool pulseSupplyRGBChangedSignal(QString rgb);
@@ -79,11 +79,11 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE QString supplySKUCached(QString printerName) = 0;
     /// The ribbon SKUs that the daemon holds for the printer.
     virtual Q_SCRIPTABLE QStringList supplyRibbonSKUsCached(QString printerName) = 0;
-    /// What is left of the loaded supply, in percent.
+    /// The remaining part of the loaded supply, in percent.
     virtual Q_SCRIPTABLE double supplySupplyPercent() = 0;
-    /// What is left of ribbon 1, in percent.
+    /// The remaining part of ribbon 1, in percent.
     virtual Q_SCRIPTABLE double supplyRibbon1Percent() = 0;
-    /// What is left of ribbon 2, in percent.
+    /// The remaining part of ribbon 2, in percent.
     virtual Q_SCRIPTABLE double supplyRibbon2Percent() = 0;
     /// The colour of the loaded supply, as text of the daemon's form.
     virtual Q_SCRIPTABLE QString supplySupplyRGB(QString printerName) = 0;

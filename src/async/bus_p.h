@@ -21,7 +21,7 @@ class QDBusServiceWatcher;
 
 enum { daemonCount = 3 };
 
-// What a subscriber is told.
+// A message to a subscriber.
 struct News
 {
     enum Kind {

@@ -11,7 +11,7 @@
 #include <memory>
 #include <mutex>
 
-// What a request is told.
+// A message to a request.
 struct RequestLetter
 {
     enum Kind {

@@ -46,7 +46,7 @@ const ClientProperty *clientProperty(const QString &name)
     return nullptr;
 }
 
-// What a reading shows.
+// The properties of a reading that changed() announces.
 struct State
 {
     State() : isKnown(false), isCurrent(false), reason(HNIPCRequest::NoReason) {}
@@ -336,7 +336,7 @@ void HNIPCReadingPrivate::onNews(const News &news)
     }
 }
 
-// What is under way is of a daemon that is gone.
+// A read that is under way was sent to a daemon that is gone.
 void HNIPCReadingPrivate::becomeUnknown(const State &why)
 {
     if (request->isPending())

@@ -16,9 +16,9 @@ inline QEvent::Type letterEvent()
     return static_cast<QEvent::Type>(type);
 }
 
-// What any thread has for an object of one thread. Each letter comes with an event of its own, so
-// that letters are delivered one by one and in order, also by a nested event loop, and go along
-// when the object is moved to another thread.
+// Passes letters from any thread to an object of one thread. Each letter has an event of its own. So
+// letters are delivered one by one and in order, also by a nested event loop, and go along when the
+// object is moved to another thread.
 template <typename Letter>
 class Mailbox
 {

@@ -8,7 +8,7 @@
 #include <QtCore/QMetaType>
 #include <QtDBus/QDBusMetaType>
 
-// What the Qt majors call by different names.
+// Functions that have different names in the Qt majors.
 
 inline QByteArray nameOf(const QMetaMethod &method)
 {

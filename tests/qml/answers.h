@@ -2,7 +2,7 @@
 #ifndef HNIPC_TESTS_QML_ANSWERS_H
 #define HNIPC_TESTS_QML_ANSWERS_H
 
-// What JavaScript has of a daemon's answer: the same in a request and in a reading.
+// A daemon's reply, and its value in JavaScript: the same in a request and in a reading.
 struct ReadableAnswer
 {
     const char *name;

@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-/// What became of a call, in the words and exit codes of this program. What an error means is
-/// decided by the library.
+/// The outcome of a call, in the words and exit codes of this program. The library decides the meaning
+/// of an error.
 struct Outcome
 {
     bool ok() const { return reason == HNIPCRequest::NoReason; }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the programs of this guide print.
+// The texts that the programs of this guide print.
 
 #ifndef WORDS_H
 #define WORDS_H
