@@ -33,7 +33,7 @@ public:
                  const QString &errorName, const QString &errorText);
 
     /// Of an error reply to a call of the daemon with this bus name. @p timeout: how many
-    /// milliseconds the call was allowed to take, for the text of a timeout.
+    /// milliseconds the call was allowed to take; 0 if it had no timeout.
     static HNIPCFailure ofReply(const QDBusMessage &reply, const QString &busName, int timeout);
 };
 

@@ -227,36 +227,21 @@ private:
 };
 
 /// @relates HNIPCRequest
-/// The outcome of a request, with the reply in the type that the method declares.
-template <typename Result>
-class HNIPCAnswer
+/// How a request has ended: all of an HNIPCAnswer but the reply.
+class HNIPCOutcome
 {
 public:
-    /// Of a request that has finished. If its reply is of another type than Result, there is no
-    /// answer.
-    explicit HNIPCAnswer(const HNIPCRequest &request)
+    /// Of a request that has finished.
+    explicit HNIPCOutcome(const HNIPCRequest &request)
         : m_outcome(request.outcome()), m_reason(request.reason()), m_isDone(request.isDone()),
-          m_errorName(request.errorName()), m_errorText(request.errorText()), m_value()
+          m_errorName(request.errorName()), m_errorText(request.errorText())
     {
-        const QVariant value = request.value();
-        m_isAnswered = value.userType() == qMetaTypeId<Result>();
-        if (m_isAnswered)
-            m_value = qvariant_cast<Result>(value);
     }
 
-    /// Whether the daemon has replied, and value() is its reply.
-    bool isAnswered() const { return m_isAnswered; }
+    /// Whether the daemon has replied.
+    bool isAnswered() const { return m_outcome == HNIPCRequest::Answered; }
     /// HNIPCRequest::isDone().
     bool isDone() const { return m_isDone; }
-    /// The reply. Only to be called if isAnswered().
-    Result value() const
-    {
-        Q_ASSERT_X(m_isAnswered, "HNIPCAnswer::value", "there is no answer");
-        return m_value;
-    }
-    /// The reply, or this value if there is none.
-    Result valueOr(const Result &otherwise) const { return m_isAnswered ? m_value : otherwise; }
-
     /// HNIPCRequest::outcome().
     HNIPCRequest::Outcome outcome() const { return m_outcome; }
     /// HNIPCRequest::reason().
@@ -270,43 +255,49 @@ private:
     HNIPCRequest::Outcome m_outcome;
     HNIPCRequest::Reason m_reason;
     bool m_isDone;
-    bool m_isAnswered;
     QString m_errorName;
     QString m_errorText;
+};
+
+/// @relates HNIPCRequest
+/// The outcome of a request, with the reply in the type that the method declares.
+template <typename Result>
+class HNIPCAnswer : public HNIPCOutcome
+{
+public:
+    /// Of a request that has finished. If its reply is of another type than Result, there is no
+    /// answer.
+    explicit HNIPCAnswer(const HNIPCRequest &request)
+        : HNIPCOutcome(request),
+          m_isAnswered(request.value().userType() == qMetaTypeId<Result>()),
+          m_value(m_isAnswered ? qvariant_cast<Result>(request.value()) : Result())
+    {
+    }
+
+    /// Whether the daemon has replied, and value() is its reply.
+    bool isAnswered() const { return m_isAnswered; }
+    /// The reply. Only to be called if isAnswered().
+    Result value() const
+    {
+        Q_ASSERT_X(m_isAnswered, "HNIPCAnswer::value", "there is no answer");
+        return m_value;
+    }
+    /// The reply, or this value if there is none.
+    Result valueOr(const Result &otherwise) const { return m_isAnswered ? m_value : otherwise; }
+
+private:
+    bool m_isAnswered;
     Result m_value;
 };
 
 /// @relates HNIPCRequest
-/// The same for a method that returns nothing: isAnswered() says whether the daemon has replied.
+/// The outcome of a request whose method returns nothing.
 template <>
-class HNIPCAnswer<void>
+class HNIPCAnswer<void> : public HNIPCOutcome
 {
 public:
     /// Of a request that has finished.
-    explicit HNIPCAnswer(const HNIPCRequest &request)
-        : m_outcome(request.outcome()), m_reason(request.reason()),
-          m_errorName(request.errorName()), m_errorText(request.errorText())
-    {
-    }
-
-    /// Whether the daemon has replied.
-    bool isAnswered() const { return m_outcome == HNIPCRequest::Answered; }
-    /// The same.
-    bool isDone() const { return isAnswered(); }
-    /// HNIPCRequest::outcome().
-    HNIPCRequest::Outcome outcome() const { return m_outcome; }
-    /// HNIPCRequest::reason().
-    HNIPCRequest::Reason reason() const { return m_reason; }
-    /// HNIPCRequest::errorName().
-    QString errorName() const { return m_errorName; }
-    /// HNIPCRequest::errorText().
-    QString errorText() const { return m_errorText; }
-
-private:
-    HNIPCRequest::Outcome m_outcome;
-    HNIPCRequest::Reason m_reason;
-    QString m_errorName;
-    QString m_errorText;
+    explicit HNIPCAnswer(const HNIPCRequest &request) : HNIPCOutcome(request) {}
 };
 
 /// @relates HNIPCRequest

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <hnipc/hnipcfailure.h>
+#include "async/failures_p.h"
 
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusError>
@@ -18,6 +18,66 @@ HNIPCFailure::HNIPCFailure(HNIPCRequest::Outcome itsOutcome, HNIPCRequest::Reaso
 {
 }
 
+// ---- On this side of the bus ---------------------------------------------------------------
+
+HNIPCFailure unknownMethod(const QString &method)
+{
+    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::UnknownMethod,
+                        standardError("UnknownMethod"),
+                        QString::fromLatin1("the printer has no method \"%1\"").arg(method));
+}
+
+HNIPCFailure invalidArguments(const QString &text)
+{
+    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::InvalidArguments,
+                        standardError("InvalidArgs"), text);
+}
+
+HNIPCFailure daemonAbsent(const QString &busName)
+{
+    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::DaemonAbsent,
+                        standardError("ServiceUnknown"),
+                        QString::fromLatin1("%1 is not on the bus").arg(busName));
+}
+
+HNIPCFailure noBus()
+{
+    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::BusLost,
+                        standardError("Disconnected"),
+                        QString::fromLatin1("there is no system bus"));
+}
+
+HNIPCFailure busLost(const QString &busName)
+{
+    return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::BusLost,
+                        standardError("Disconnected"),
+                        QString::fromLatin1("the bus was lost before %1 answered").arg(busName));
+}
+
+HNIPCFailure timedOut(bool isSent, const QString &busName, int milliseconds)
+{
+    const char *const text = isSent ? "%1 did not answer within %2 ms"
+                                    : "its turn to be sent to %1 did not come within %2 ms";
+    return HNIPCFailure(isSent ? HNIPCRequest::Unknown : HNIPCRequest::NotSent,
+                        HNIPCRequest::TimedOut, standardError("Timeout"),
+                        QString::fromLatin1(text).arg(busName).arg(milliseconds));
+}
+
+HNIPCFailure cancelled(bool isSent)
+{
+    return HNIPCFailure(isSent ? HNIPCRequest::Unknown : HNIPCRequest::NotSent,
+                        HNIPCRequest::Cancelled, QString::fromLatin1("org.hnipc.Error.Cancelled"),
+                        QString::fromLatin1("cancelled"));
+}
+
+HNIPCFailure wrongType(const QString &busName, const QString &errorName, const QString &text)
+{
+    return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::WrongType, errorName,
+                        QString::fromLatin1("%1 answered another type: %2").arg(busName, text));
+}
+
+// ---- Error replies -------------------------------------------------------------------------
+
 // The bus in place of the daemon.
 static HNIPCFailure ofBus(const QDBusMessage &reply, const QString &busName)
 {
@@ -27,9 +87,7 @@ static HNIPCFailure ofBus(const QDBusMessage &reply, const QString &busName)
                             QString::fromLatin1("%1 left the bus before it answered").arg(busName));
     // The bus has another name for an absent daemon if the call may not start one.
     if (name == standardError("ServiceUnknown") || name == standardError("NameHasNoOwner"))
-        return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::DaemonAbsent,
-                            standardError("ServiceUnknown"),
-                            QString::fromLatin1("%1 is not on the bus").arg(busName));
+        return daemonAbsent(busName);
     return HNIPCFailure(HNIPCRequest::NotSent,
                         name == standardError("AccessDenied") ? HNIPCRequest::AccessDenied
                                                               : HNIPCRequest::BusError,
@@ -43,15 +101,11 @@ static HNIPCFailure ofThisSide(const QDBusMessage &reply, const QString &busName
     case QDBusError::NoReply:
     case QDBusError::Timeout:
     case QDBusError::TimedOut:
-        if (QDBusConnection::systemBus().isConnected())
-            return HNIPCFailure(
-                HNIPCRequest::Unknown, HNIPCRequest::TimedOut, standardError("Timeout"),
-                QString::fromLatin1("%1 did not answer within %2 ms").arg(busName).arg(timeout));
+        if (timeout > 0 && QDBusConnection::systemBus().isConnected())
+            return timedOut(true, busName, timeout);
         // fall through
     case QDBusError::Disconnected:
-        return HNIPCFailure(
-            HNIPCRequest::Unknown, HNIPCRequest::BusLost, standardError("Disconnected"),
-            QString::fromLatin1("the bus was lost before %1 answered").arg(busName));
+        return busLost(busName);
     default:
         return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::BusError, reply.errorName(),
                             reply.errorMessage());

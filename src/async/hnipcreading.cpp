@@ -3,6 +3,7 @@
 
 #include "async/bus_p.h"
 #include "async/event_p.h"
+#include "async/failures_p.h"
 #include "async/remotemethod_p.h"
 #include "common/serviceidentity_p.h"
 
@@ -49,21 +50,21 @@ const ClientProperty *clientProperty(const QString &name)
 // The properties of a reading that changed() announces.
 struct State
 {
-    State() : isKnown(false), isCurrent(false), reason(HNIPCRequest::NoReason) {}
+    State() : isKnown(false), isCurrent(false) {}
+    explicit State(const HNIPCFailure &why) : isKnown(false), isCurrent(false), failure(why) {}
 
     bool operator==(const State &other) const
     {
         return isKnown == other.isKnown && isCurrent == other.isCurrent
-            && value == other.value && reason == other.reason && errorName == other.errorName
-            && errorText == other.errorText;
+            && value == other.value && failure.reason == other.failure.reason
+            && failure.errorName == other.failure.errorName
+            && failure.errorText == other.failure.errorText;
     }
 
     bool isKnown;
     bool isCurrent;
     QVariant value;
-    HNIPCRequest::Reason reason;
-    QString errorName;
-    QString errorText;
+    HNIPCFailure failure; // to read it
 };
 
 // Equal and of the same types: variants that make different calls, as 5 and "5", may be equal.
@@ -92,15 +93,6 @@ QEvent::Type configureEvent()
 {
     static const int type = QEvent::registerEventType();
     return static_cast<QEvent::Type>(type);
-}
-
-State unknown(HNIPCRequest::Reason reason, const char *errorName, const QString &text)
-{
-    State result;
-    result.reason = reason;
-    result.errorName = QLatin1String("org.freedesktop.DBus.Error.") + QLatin1String(errorName);
-    result.errorText = text;
-    return result;
 }
 
 } // namespace
@@ -200,23 +192,21 @@ void HNIPCReadingPrivate::configure()
 
     const QList<RemoteMethod> overloads = remoteMethods(called);
     if (overloads.isEmpty()) {
-        setState(unknown(HNIPCRequest::UnknownMethod, "UnknownMethod",
-                         QString::fromLatin1("the printer has no method \"%1\"").arg(called)));
+        setState(State(unknownMethod(called)));
         return;
     }
     QVariantList fitted;
     QString error;
     if (!fittingMethod(overloads, arguments, &fitted, &error)) {
-        setState(unknown(HNIPCRequest::InvalidArguments, "InvalidArgs", error));
+        setState(State(invalidArguments(error)));
         return;
     }
     quint64 rows = 0;
     for (int i = 0; i < names.size(); ++i) {
         const int row = rowOfSignal(names.at(i));
         if (row < 0) {
-            setState(unknown(HNIPCRequest::InvalidArguments, "InvalidArgs",
-                             QString::fromLatin1("the printer has no signal \"%1\"")
-                                 .arg(names.at(i))));
+            setState(State(invalidArguments(
+                QString::fromLatin1("the printer has no signal \"%1\"").arg(names.at(i)))));
             return;
         }
         rows |= Q_UINT64_C(1) << row;
@@ -280,9 +270,8 @@ void HNIPCReadingPrivate::onFinished()
     } else {
         if (isFromSignal)
             newState = state;
-        newState.reason = request->reason();
-        newState.errorName = request->errorName();
-        newState.errorText = request->errorText();
+        newState.failure = HNIPCFailure(request->outcome(), request->reason(),
+                                        request->errorName(), request->errorText());
         pause.start(pauseLength, this);
         pauseLength = qMin(2 * pauseLength, longestPause);
     }
@@ -314,14 +303,11 @@ void HNIPCReadingPrivate::onNews(const News &news)
         break;
     case News::BusLost:
         isAbsent = true;
-        becomeUnknown(unknown(HNIPCRequest::BusLost, "Disconnected",
-                              QString::fromLatin1("there is no system bus")));
+        becomeUnknown(State(noBus()));
         break;
     case News::DaemonAbsent:
         isAbsent = true;
-        becomeUnknown(unknown(HNIPCRequest::DaemonAbsent, "ServiceUnknown",
-                              QString::fromLatin1("%1 is not on the bus")
-                                  .arg(serviceIdentity(daemon)->busName)));
+        becomeUnknown(State(daemonAbsent(serviceIdentity(daemon)->busName)));
         break;
     case News::DaemonPresent:
         if (!isAbsent) // as it was when the first read was sent
@@ -369,7 +355,7 @@ void HNIPCReadingPrivate::onSignal(const News &news)
     }
     isOutdated = request->isPending();
     // A daemon that has not replied in time gets no more calls than the pauses allow.
-    if (!pause.isActive() || state.reason != HNIPCRequest::TimedOut)
+    if (!pause.isActive() || state.failure.reason != HNIPCRequest::TimedOut)
         read();
     setState(newState);
 }
@@ -446,11 +432,11 @@ bool HNIPCReading::isCurrent() const { return d->state.isCurrent; }
 
 QVariant HNIPCReading::value() const { return d->state.value; }
 
-HNIPCRequest::Reason HNIPCReading::reason() const { return d->state.reason; }
+HNIPCRequest::Reason HNIPCReading::reason() const { return d->state.failure.reason; }
 
-QString HNIPCReading::errorName() const { return d->state.errorName; }
+QString HNIPCReading::errorName() const { return d->state.failure.errorName; }
 
-QString HNIPCReading::errorText() const { return d->state.errorText; }
+QString HNIPCReading::errorText() const { return d->state.failure.errorText; }
 
 void HNIPCReading::read() { d->read(); }
 

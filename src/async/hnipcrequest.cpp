@@ -3,11 +3,10 @@
 
 #include "async/bus_p.h"
 #include "async/call_p.h"
+#include "async/failures_p.h"
 #include "async/remotemethod_p.h"
 #include "common/emptyvalue_p.h"
 #include "common/serviceidentity_p.h"
-
-#include <hnipc/hnipcfailure.h>
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QElapsedTimer>
@@ -21,11 +20,6 @@
 #include <limits>
 
 static const int defaultDeadline = 25 * 1000; // the bus library's own timeout, as blocking calls have
-
-static QString standardError(const char *name)
-{
-    return QLatin1String("org.freedesktop.DBus.Error.") + QLatin1String(name);
-}
 
 // A child of the request, so that it goes along to another thread.
 class HNIPCRequestPrivate : public QObject
@@ -58,11 +52,9 @@ private:
     void startTimer();
     void stopTimer();
     void deliver(const RequestLetter &letter);
-    void fail(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason, const char *errorName,
-              const QString &text);
+    bool withdraw();
     void giveUp(RequestLetter::Kind kind);
     void judge(const QDBusMessage &reply);
-    void withdraw();
     void finish();
     QString daemonName() const { return serviceIdentity(called.daemon)->busName; }
 
@@ -89,7 +81,8 @@ HNIPCRequestPrivate::HNIPCRequestPrivate(HNIPCRequest *request)
 HNIPCRequestPrivate::~HNIPCRequestPrivate()
 {
     mailbox->close();
-    withdraw();
+    if (call)
+        withdraw();
 }
 
 // ---- Sending -------------------------------------------------------------------------------
@@ -101,19 +94,18 @@ bool HNIPCRequestPrivate::prepare()
     QString error;
     allowed = deadline == -1 ? defaultDeadline : deadline;
     if (overloads.isEmpty()) {
-        fail(HNIPCRequest::NotSent, HNIPCRequest::UnknownMethod, "UnknownMethod",
-             QString::fromLatin1("the printer has no method \"%1\"").arg(method));
+        failure = unknownMethod(method);
         return false;
     }
     const RemoteMethod *remote = fittingMethod(overloads, arguments, &fitted, &error);
     if (!remote) {
-        fail(HNIPCRequest::NotSent, HNIPCRequest::InvalidArguments, "InvalidArgs", error);
+        failure = invalidArguments(error);
         return false;
     }
     if (allowed < 1) {
-        fail(HNIPCRequest::NotSent, HNIPCRequest::InvalidArguments, "InvalidArgs",
-             QString::fromLatin1("the deadline has to be 1 ms or more, or -1, not %1")
-                 .arg(deadline));
+        failure = invalidArguments(
+            QString::fromLatin1("the deadline has to be 1 ms or more, or -1, not %1")
+                .arg(deadline));
         return false;
     }
     called = *remote;
@@ -214,12 +206,10 @@ void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
         judge(letter.reply);
         break;
     case RequestLetter::NoBus:
-        fail(HNIPCRequest::NotSent, HNIPCRequest::BusLost, "Disconnected",
-             QString::fromLatin1("there is no system bus"));
+        failure = noBus();
         break;
     case RequestLetter::BusLost:
-        fail(HNIPCRequest::Unknown, HNIPCRequest::BusLost, "Disconnected",
-             QString::fromLatin1("the bus was lost before %1 answered").arg(daemonName()));
+        failure = busLost(daemonName());
         break;
     case RequestLetter::TimedOut:
     case RequestLetter::Cancelled:
@@ -232,32 +222,22 @@ void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
     finish();
 }
 
+// True if the call was not sent; then it never is.
+bool HNIPCRequestPrivate::withdraw()
+{
+    const bool isUnsent = call->withdraw();
+    if (isUnsent)
+        Bus::instance()->forget(call);
+    return isUnsent;
+}
+
 void HNIPCRequestPrivate::giveUp(RequestLetter::Kind kind)
 {
     if (!call) // the failure is known already
         return;
-    const bool isUnsent = call->withdraw();
-    if (isUnsent)
-        Bus::instance()->forget(call);
-    const HNIPCRequest::Outcome outcome = isUnsent ? HNIPCRequest::NotSent : HNIPCRequest::Unknown;
-    if (kind == RequestLetter::Cancelled) {
-        fail(outcome, HNIPCRequest::Cancelled, nullptr, QString::fromLatin1("cancelled"));
-        return;
-    }
-    const char *const text = isUnsent ? "its turn to be sent to %1 did not come within %2 ms"
-                                      : "%1 did not answer within %2 ms";
-    fail(outcome, HNIPCRequest::TimedOut, "Timeout",
-         QString::fromLatin1(text).arg(daemonName()).arg(allowed));
-}
-
-// The name without its first part if it is a standard one.
-void HNIPCRequestPrivate::fail(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason,
-                               const char *errorName, const QString &text)
-{
-    failure = HNIPCFailure(outcome, reason,
-                           errorName ? standardError(errorName)
-                                     : QString::fromLatin1("org.hnipc.Error.Cancelled"),
-                           text);
+    const bool isSent = !withdraw();
+    failure = kind == RequestLetter::Cancelled ? cancelled(isSent)
+                                               : timedOut(isSent, daemonName(), allowed);
 }
 
 // A reply has to be of the declared type, but a record may have any number of fields, as for the
@@ -265,7 +245,7 @@ void HNIPCRequestPrivate::fail(HNIPCRequest::Outcome outcome, HNIPCRequest::Reas
 void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
 {
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        failure = HNIPCFailure::ofReply(reply, daemonName(), allowed);
+        failure = HNIPCFailure::ofReply(reply, daemonName(), 0); // the bus library has no timeout
         return;
     }
     failure.outcome = HNIPCRequest::Answered;
@@ -283,17 +263,8 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
     qDBusReplyFill(reply, error, value); // what QDBusReply does, for a type by its number
     if (error.isValid()) {
         value = QVariant();
-        failure = HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::WrongType, error.name(),
-                               QString::fromLatin1("%1 answered another type: %2")
-                                   .arg(daemonName(), error.message()));
+        failure = wrongType(daemonName(), error.name(), error.message());
     }
-}
-
-void HNIPCRequestPrivate::withdraw()
-{
-    if (call && call->withdraw())
-        Bus::instance()->forget(call);
-    call.reset();
 }
 
 void HNIPCRequestPrivate::cancel()
