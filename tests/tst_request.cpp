@@ -56,6 +56,12 @@ QByteArray waitedTooLong(int deadline)
         + QByteArray::number(deadline) + " ms";
 }
 
+// A short deadline may pass before the library's thread has sent the call.
+bool isTimeOut(const QByteArray &outcome, int deadline)
+{
+    return outcome == timedOut(deadline) || outcome == waitedTooLong(deadline);
+}
+
 Lines sentLines()
 {
     return Lines() << emission("stateChanged()");
@@ -610,7 +616,7 @@ void tst_Request::deadlinePasses_data()
     QTest::addColumn<int>("deadline");
     QTest::newRow("1") << 1;
     QTest::newRow("20") << 20;
-    QTest::newRow("100") << 100;
+    QTest::newRow("1000") << 1000;
 }
 
 void tst_Request::deadlinePasses()
@@ -620,15 +626,19 @@ void tst_Request::deadlinePasses()
     request.setCall(HNIPC_METHOD(getAlert));
     request.setDeadline(deadline);
     SignalRecorder recorder(&request);
-    QCOMPARE(outcomeOfSending(request), timedOut(deadline));
+    const QByteArray outcome = outcomeOfSending(request);
+    QVERIFY2(isTimeOut(outcome, deadline), outcome.constData());
     QCOMPARE(recorder.take(), sentLines() + finishedLines());
 
     // The answer comes late, and the call was made once.
-    QVERIFY(isHeld(1));
-    QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(outcomeOf(request), timedOut(deadline));
+    const int sent = outcome == waitedTooLong(deadline) ? 0 : 1;
+    QVERIFY(sent == 1 || deadline < 1000);
+    QVERIFY(isHeld(sent));
+    m4().answerHeld(0, "(5,)");
+    settle();
+    QCOMPARE(outcomeOf(request), outcome);
     QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(takeCalls().size(), 1);
+    QCOMPARE(takeCalls().size(), sent);
 }
 
 void tst_Request::answerBeforeTheDeadline_data()
@@ -660,9 +670,9 @@ void tst_Request::passedDeadlineOfAFinishedRequestIsNothing()
     later.setDeadline(deadline);
     const QByteArray outcome = outcomeOfSending(request);
     // A slow machine may have used up the deadline; then it did so before the other is sent.
-    QVERIFY2(outcome == "Answered" || outcome == timedOut(deadline), outcome.constData());
+    QVERIFY2(outcome == "Answered" || isTimeOut(outcome, deadline), outcome.constData());
     SignalRecorder recorder(&request);
-    QCOMPARE(outcomeOfSending(later), timedOut(deadline));
+    QVERIFY(isTimeOut(outcomeOfSending(later), deadline));
     QVERIFY(m_daemons->passFence());
     QCOMPARE(recorder.take(), Lines());
     QCOMPARE(outcomeOf(request), outcome);
@@ -820,10 +830,10 @@ void tst_Request::nothingFinishesWithinSend()
     QVERIFY(request.isPending());
     QCOMPARE(recorder.take(), sentLines());
     QVERIFY(waitUntilFinished(request));
-    const QByteArray expected = method == "getError" ? QByteArray("Answered")
-        : method == "nothing"                         ? QByteArray(noMethod)
-                                                      : timedOut(20);
-    QCOMPARE(outcomeOf(request), expected);
+    const QByteArray outcome = outcomeOf(request);
+    QVERIFY2(outcome == (method == "getError" ? "Answered" : noMethod)
+                 || (method == "getAlert" && isTimeOut(outcome, 20)),
+             outcome.constData());
     QVERIFY(m_daemons->passFence());
     QCOMPARE(recorder.take(), finishedLines());
 }
@@ -903,7 +913,7 @@ void tst_Request::sentAgainAfterEachOutcome()
         QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
         request.setCall(HNIPC_METHOD(getAlert));
         request.setDeadline(1);
-        QCOMPARE(outcomeOfSending(request), timedOut(1));
+        QVERIFY(isTimeOut(outcomeOfSending(request), 1));
         request.setMethod(QLatin1String("nothing"));
         QCOMPARE(outcomeOfSending(request), QByteArray(noMethod));
     }
@@ -1064,7 +1074,7 @@ void tst_Request::elapsedStandsStillAfterFinishing()
     HNIPCRequest late;
     late.setCall(HNIPC_METHOD(getAlert));
     late.setDeadline(20);
-    QCOMPARE(outcomeOfSending(late), timedOut(20));
+    QVERIFY(isTimeOut(outcomeOfSending(late), 20));
     const int elapsed[] = { request.elapsed(), notSent.elapsed(), late.elapsed() };
     QVERIFY(elapsed[0] >= 0 && elapsed[1] >= 0 && elapsed[2] >= 0);
 
@@ -1253,8 +1263,7 @@ void tst_Request::deadlineCountsFromSend()
         QVERIFY(waitUntilFinished(request));
         QVERIFY(waitUntilFinished(measure));
         const QByteArray outcome = outcomeOf(request);
-        QVERIFY2(outcome == timedOut(deadline) || outcome == waitedTooLong(deadline),
-                 outcome.constData());
+        QVERIFY2(isTimeOut(outcome, deadline), outcome.constData());
         isShown = isFirst && outcome == timedOut(deadline);
         if (!isShown) {
             QVERIFY(waitUntilFinished(requests[attempt]));
@@ -1302,7 +1311,7 @@ void tst_Request::deadlineIsNeverEarly()
     QVERIFY(requests.allAreSent());
     QVERIFY(waitUntil([&]() { return requests.order().size() == count; }));
     for (int i = 0; i < count; ++i) {
-        QCOMPARE(outcomeOf(requests[i]), timedOut(100 + 13 * i));
+        QVERIFY(isTimeOut(outcomeOf(requests[i]), requests[i].deadline()));
         QVERIFY2(requests[i].elapsed() >= requests[i].deadline(),
                  QByteArray::number(requests[i].elapsed()).constData());
     }
@@ -1320,7 +1329,7 @@ void tst_Request::everyEndGivesBackTheTurn()
         QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
         request.setCall(HNIPC_METHOD(getAlert));
         request.setDeadline(1);
-        QCOMPARE(outcomeOfSending(request), timedOut(1));
+        QVERIFY(isTimeOut(outcomeOfSending(request), 1));
         QVERIFY(request.send());
         request.cancel();
         request.setDeadline(-1);
@@ -1495,7 +1504,7 @@ void tst_Request::moveToThreadInFlight()
     answered->setCall(HNIPC_METHOD(getAlert));
     HNIPCRequest *const late = new HNIPCRequest;
     late->setCall(HNIPC_METHOD(getAlert));
-    late->setDeadline(100);
+    late->setDeadline(500);
     HNIPCRequest *const nothing = new HNIPCRequest;
     nothing->setMethod(QLatin1String("nothing"));
     HNIPCRequest *const all[] = { answered, late, nothing };
@@ -1525,8 +1534,8 @@ void tst_Request::moveToThreadInFlight()
     QCOMPARE(int(elsewhere), 3);
     QCOMPARE(int(timers), 0);
     QCOMPARE(outcomeOf(*answered), QByteArray("Answered"));
-    QCOMPARE(outcomeOf(*late), timedOut(100));
-    QVERIFY(late->elapsed() >= 100);
+    QCOMPARE(outcomeOf(*late), timedOut(500));
+    QVERIFY(late->elapsed() >= 500);
     QCOMPARE(outcomeOf(*nothing), QByteArray(noMethod));
     delete answered;
     delete late;
@@ -1539,7 +1548,7 @@ void tst_Request::haltedBusBlocksNobody()
 {
     HNIPCRequest late;
     late.setCall(HNIPC_METHOD(getAlert));
-    late.setDeadline(50);
+    late.setDeadline(500);
     HNIPCRequest given;
     given.setCall(HNIPC_METHOD(getAlert));
     HNIPCRequest patient;
@@ -1548,7 +1557,7 @@ void tst_Request::haltedBusBlocksNobody()
     HaltedBus bus(&process);
     QVERIFY(patient.send());
     QVERIFY(given.send());
-    QCOMPARE(outcomeOfSending(late), timedOut(50));
+    QCOMPARE(outcomeOfSending(late), timedOut(500));
     given.cancel();
     QCOMPARE(outcomeOf(given), QByteArray(cancelled));
     QVERIFY(patient.isPending());
@@ -1574,7 +1583,7 @@ void tst_Request::deadlineRacesWithTheAnswer()
         QVERIFY(waitUntil([&]() { return requests.order().size() >= size; }));
         for (int i = 0; i < size; ++i) {
             const QByteArray outcome = outcomeOf(requests[i]);
-            QVERIFY2(outcome == timedOut(1) || outcome == waitedTooLong(1)
+            QVERIFY2(isTimeOut(outcome, 1)
                      || (outcome == "Answered" && requests[i].value() == QVariant(7)),
                      outcome.constData());
             sent += outcome == waitedTooLong(1) ? 0 : 1;
