@@ -135,7 +135,7 @@ void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
         expected << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
                     "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" + name
                 + "'\",)"
-                 << "NameHasOwner ('" + name + "',)";
+                 << "GetNameOwner ('" + name + "',)";
     }
     Lines sent;
     const QList<WireMessage> messages = takeSent(&monitor);

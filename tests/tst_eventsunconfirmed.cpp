@@ -5,8 +5,6 @@
 #include "support/busprocess.h"
 #include "support/privatebus.h"
 
-#include <hnipc/hnipc.h>
-
 using namespace Expected;
 
 // A bus that dies with the subscriptions before it: an error is no confirmation.
@@ -20,7 +18,6 @@ private Q_SLOTS:
 
 void tst_EventsUnconfirmed::busDiesBeforeItConfirms()
 {
-    HNIPC client; // so Qt knows the owners of the names, and asks for none
     QVERIFY(passBusThread());
     BusProcess process;
     process.halt();

@@ -20,6 +20,8 @@ static const int mostInFlight = 32;
 // Requests have their own deadlines, and the bus counts a call until it is answered.
 static const int noTimeout = std::numeric_limits<int>::max();
 
+static const char noOwner[] = "org.freedesktop.DBus.Error.NameHasNoOwner";
+
 static HNIPCServer::ServerType daemonNumber(int i)
 {
     return static_cast<HNIPCServer::ServerType>(i);
@@ -111,7 +113,6 @@ void Bus::onLost()
     for (int i = 0; i < daemonCount; ++i) {
         m_daemons[i].inFlight = 0;
         m_daemons[i].presence = NotKnown;
-        m_daemons[i].isPresent = false;
         sendWaiting(&m_daemons[i]);
     }
     tell(News(News::BusLost));
@@ -211,8 +212,7 @@ void Bus::onSubscribe(const Job &job)
         subscriber->mailbox.put(News(News::BusLost));
         return;
     }
-    if (subscriber->daemons)
-        watchDaemons();
+    watchDaemons();
     for (int i = 0; i < daemonCount; ++i) {
         News news(m_daemons[i].presence == Present ? News::DaemonPresent : News::DaemonAbsent);
         news.daemon = daemonNumber(i);
@@ -274,15 +274,15 @@ void Bus::watchDaemons()
         const QString name = serviceIdentity(daemonNumber(i))->busName;
         m_watcher->addWatchedService(name);
         m_daemons[i].question
-            = askBus("NameHasOwner", name, SLOT(onOwnerTold(QDBusPendingCallWatcher*)));
+            = askBus("GetNameOwner", name, SLOT(onOwnerTold(QDBusPendingCallWatcher*)));
     }
 }
 
-void Bus::setPresence(HNIPCServer::ServerType daemon, News::Kind kind)
+void Bus::setOwner(HNIPCServer::ServerType daemon, const QString &owner, News::Kind kindIfPresent)
 {
-    m_daemons[daemon].presence = kind == News::DaemonAbsent ? Absent : Present;
-    m_daemons[daemon].isPresent = kind != News::DaemonAbsent;
-    News news(kind);
+    m_daemons[daemon].owner = owner;
+    m_daemons[daemon].presence = owner.isEmpty() ? Absent : Present;
+    News news(owner.isEmpty() ? News::DaemonAbsent : kindIfPresent);
     news.daemon = daemon;
     tell(news);
 }
@@ -291,20 +291,21 @@ void Bus::onOwnerChanged(const QString &name, const QString &, const QString &ne
 {
     for (int i = 0; i < daemonCount; ++i) {
         if (name == serviceIdentity(daemonNumber(i))->busName)
-            setPresence(daemonNumber(i),
-                        newOwner.isEmpty() ? News::DaemonAbsent : News::DaemonAppeared);
+            setOwner(daemonNumber(i), newOwner, News::DaemonAppeared);
     }
 }
 
 void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
-    const QDBusPendingReply<bool> reply = *watcher;
+    const QDBusPendingReply<QString> reply = *watcher;
+    if (reply.isError() && reply.error().name() != QLatin1String(noOwner))
+        return;
+    const QString owner = reply.isError() ? QString() : reply.value();
     for (int i = 0; i < daemonCount; ++i) {
         const bool isUnknown = m_daemons[i].presence == NotKnown; // else the watch was faster
-        if (watcher == m_daemons[i].question && isUnknown && !reply.isError())
-            setPresence(daemonNumber(i),
-                        reply.value() ? News::DaemonPresent : News::DaemonAbsent);
+        if (watcher == m_daemons[i].question && isUnknown)
+            setOwner(daemonNumber(i), owner, News::DaemonPresent);
     }
 }
 
@@ -317,13 +318,13 @@ bool Bus::wantsSignals() const
     return false;
 }
 
-// One subscription a daemon, to all signals of its interface.
+// One subscription a daemon, to all signals of its interface, whoever sends them: for a named
+// sender, Qt asks the bus for its owner and waits, and libdbus aborts if the bus is lost meanwhile.
 void Bus::connectSignals()
 {
-    // Qt asks the bus for the owner of each name, and libdbus aborts if it has been lost meanwhile.
-    for (int i = 0; i < daemonCount && m_connection.isConnected(); ++i) {
+    for (int i = 0; i < daemonCount; ++i) {
         const ServiceIdentity *daemon = serviceIdentity(daemonNumber(i));
-        m_connection.connect(daemon->busName, daemon->path, daemon->interfaceName, QString(), this,
+        m_connection.connect(QString(), daemon->path, daemon->interfaceName, QString(), this,
                              SLOT(onSignal(QDBusMessage)));
     }
     // Replied after the subscriptions, which have no reply themselves.
@@ -335,8 +336,8 @@ void Bus::disconnectSignals()
 {
     for (int i = 0; i < daemonCount; ++i) {
         const ServiceIdentity *daemon = serviceIdentity(daemonNumber(i));
-        m_connection.disconnect(daemon->busName, daemon->path, daemon->interfaceName, QString(),
-                                this, SLOT(onSignal(QDBusMessage)));
+        m_connection.disconnect(QString(), daemon->path, daemon->interfaceName, QString(), this,
+                                SLOT(onSignal(QDBusMessage)));
     }
     m_isListening = false;
     m_subscription = nullptr;
@@ -355,7 +356,7 @@ void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
 void Bus::onSignal(const QDBusMessage &message)
 {
     const int row = rowOfMessage(message);
-    if (row < 0)
+    if (row < 0 || message.service() != m_daemons[eventOfRow(row).daemon].owner)
         return;
     News news(News::Signal);
     news.daemon = eventOfRow(row).daemon;

@@ -79,7 +79,10 @@ public:
     void unsubscribe(const SubscriberPointer &subscriber);
 
     // For any thread, too: as the bus has reported last.
-    bool isPresent(HNIPCServer::ServerType daemon) const { return m_daemons[daemon].isPresent; }
+    bool isPresent(HNIPCServer::ServerType daemon) const
+    {
+        return m_daemons[daemon].presence == Present;
+    }
 
 protected:
     virtual bool event(QEvent *event);
@@ -104,12 +107,12 @@ private:
 
     struct Daemon
     {
-        Daemon() : inFlight(0), presence(NotKnown), isPresent(false), question(nullptr) {}
+        Daemon() : inFlight(0), presence(NotKnown), question(nullptr) {}
 
         int inFlight;
         QList<CallPointer> waiting;
-        Presence presence;
-        std::atomic<bool> isPresent; // by the presence, for other threads
+        std::atomic<Presence> presence; // read by other threads, too
+        QString owner; // its connection's unique name
         QDBusPendingCallWatcher *question; // whether the daemon is running
     };
 
@@ -127,7 +130,7 @@ private:
     void onUnsubscribe(const Job &job);
     void tell(const News &news);
     void watchDaemons();
-    void setPresence(HNIPCServer::ServerType daemon, News::Kind kind);
+    void setOwner(HNIPCServer::ServerType daemon, const QString &owner, News::Kind kindIfPresent);
     bool wantsSignals() const;
     void connectSignals();
     void disconnectSignals();

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include "expected/identities.h"
+#include "requests.h"
+#include "support/faultybus.h"
+#include "support/wirepeer.h"
+
+#include <hnipc/hnipcavailability.h>
+
+#include <QtTest/QTest>
+
+using namespace Expected;
+
+// A bus that refuses to say who is there.
+class tst_AvailabilityUnderPolicy : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusedQuestionTellsNothing();
+};
+
+void tst_AvailabilityUnderPolicy::refusedQuestionTellsNothing()
+{
+    HNIPCAvailability availability;
+    // The library asks in order, so the bus has refused its questions when it answers this call.
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(getError));
+    QVERIFY(outcomeOfSending(request).startsWith("NotSent"));
+    QVERIFY(!availability.isKnown());
+    // Later changes are reported nevertheless.
+    WirePeer daemons[ServerCount];
+    for (int server = 0; server < ServerCount; ++server) {
+        QVERIFY(!availability.isKnown());
+        QVERIFY(daemons[server].own(identities[server].busName));
+    }
+    QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
+    QVERIFY(availability.hasIoexpd() && availability.hasM4() && availability.hasSupplyd());
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    const FaultyBus bus(QByteArray(),
+                        "<deny send_interface='org.freedesktop.DBus' send_member='GetNameOwner'/>");
+    tst_AvailabilityUnderPolicy test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_availabilityunderpolicy.moc"
