@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
 #include "events.h"
+#include "relayrows.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
@@ -133,32 +134,6 @@ private Q_SLOTS:
     void onAlert(int value) { alerts.append(value); }
 };
 
-void addRows()
-{
-    QTest::addColumn<int>("index");
-    for (const ClientSignal *row : rows()) {
-        QTest::newRow(row->member) << row->index;
-    }
-}
-
-void addServers()
-{
-    QTest::addColumn<int>("server");
-    for (int server = 0; server < ServerCount; ++server) {
-        QTest::newRow(identities[server].tag) << server;
-    }
-}
-
-// One row of each daemon, which is enough where rows cannot differ.
-const ClientSignal &rowOf(int server)
-{
-    const ClientSignal *row = clientSignals;
-    while (row->server != server) {
-        ++row;
-    }
-    return *row;
-}
-
 } // namespace
 
 // The daemons' signals come out as events, and nothing else does.
@@ -205,8 +180,7 @@ private Q_SLOTS:
 private:
     bool emitRow(const ClientSignal &row, int round, const Lines &more = Lines())
     {
-        const QByteArray body = wireBody(argumentSamples(row.signature, round), more);
-        return m_daemons->emitSignal(row.server, row.member, body);
+        return ::emitRow(m_daemons.data(), row, round, more);
     }
 
     bool emitNumber(quint32 number) { return ::emitNumber(&(*m_daemons)[M4], number); }
@@ -448,15 +422,7 @@ void tst_Events::oneProcessMayBeAllDaemons()
 
 void tst_Events::statusChangedIsNoEvent()
 {
-    const char *const members[] = { "StatusChanged", "_StatusChanged", "M4StatusChanged" };
-    for (int server = 0; server < ServerCount; ++server) {
-        const QByteArray tag = identities[server].tag;
-        for (const char *const member : members) {
-            QVERIFY(m_daemons->emitSignal(server, member, "(1, 'printer')"));
-            QVERIFY(m_daemons->emitSignal(server, tag + member, "(1, 'printer')"));
-            QVERIFY(m_daemons->emitSignal(server, tag + '_' + member, "(1, 'printer')"));
-        }
-    }
+    QVERIFY(emitStatusChanged(m_daemons.data()));
     QCOMPARE(emitted(), Lines());
 }
 

@@ -65,9 +65,6 @@ void tst_EventsHaltedBus::busDiesBeforeItConfirms()
     QVERIFY(QDBusConnection::systemBus().isConnected());
     BusProcess process;
     process.halt();
-#if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
-    process.kill(); // Qt 4 would wait in this thread
-#endif
     HNIPCEvents events;
     SignalRecorder recorder(&events);
     process.kill();

@@ -93,6 +93,16 @@ private:
     bool m_isInPlace;
 };
 
+// The threads of a test, which count themselves out.
+static bool joinWhileEventsFlow(std::vector<std::thread> *threads, const std::atomic<int> &running)
+{
+    const bool ended = waitUntil([&running]() { return running == 0; });
+    for (std::thread &thread : *threads) {
+        thread.join();
+    }
+    return ended;
+}
+
 // Events on other threads than the application's.
 class tst_EventsThreads : public QObject
 {
@@ -205,10 +215,7 @@ void tst_EventsThreads::threadsEndWhileEventsFlow()
                 --running;
             });
         }
-        QVERIFY(waitUntil([&]() { return running == 0; }));
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        QVERIFY(joinWhileEventsFlow(&threads, running));
     }
     const quint32 sent = sender.stop();
     QVERIFY(waitUntil([&]() { return collector.last() == sent; }));
@@ -240,10 +247,7 @@ void tst_EventsThreads::createdAndDestroyedWhileEventsFlow()
                 QCoreApplication::processEvents();
             }
         }
-        QVERIFY(waitUntil([&]() { return running == 0; }));
-        for (std::thread &thread : threads) {
-            thread.join();
-        }
+        QVERIFY(joinWhileEventsFlow(&threads, running));
         const quint32 sent = sender.stop();
         QVERIFY(waitUntil([&]() { return collector.last() == sent; }));
         QVERIFY(collector.areCompleteAfter(0));

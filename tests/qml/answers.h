@@ -2,6 +2,10 @@
 #ifndef HNIPC_TESTS_QML_ANSWERS_H
 #define HNIPC_TESTS_QML_ANSWERS_H
 
+#include "support/fakedaemons.h"
+
+#include <QtTest/QTest>
+
 // A daemon's reply, and its value in JavaScript: the same in a request and in a reading.
 struct ReadableAnswer
 {
@@ -21,6 +25,17 @@ const ReadableAnswer readableAnswers[] = {
       "{\"a\":\"#fff\",\"b\":7,\"c\":\"9007199254740993\"}" },
     { "bytes", "supplyBackgroundImage", "[byte 0x00, 0xff, 0x7f]", "\"AP9/\"" },
 };
+
+inline void addReadableAnswers()
+{
+    QTest::addColumn<QByteArray>("method");
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QByteArray>("value");
+    for (const ReadableAnswer &row : readableAnswers) {
+        QTest::newRow(row.name) << QByteArray(row.method) << '(' + QByteArray(row.answer) + ",)"
+                                << QByteArray(row.value);
+    }
+}
 
 // That of the record of tellingFields().
 const char readableRecord[] =
