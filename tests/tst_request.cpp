@@ -232,6 +232,7 @@ private Q_SLOTS:
 
     void sendInFlightIsRefused();
     void changesInFlightAreForTheNext();
+    void argumentsOfOneCallAreNotKept();
     void sentAgainAfterEachOutcome();
     void sentAgainFromWithinFinished();
 
@@ -347,7 +348,7 @@ void tst_Request::propertiesNotify_data()
         const char *signal;
     } rows[] = {
         { "method", "QString", true, "methodChanged()" },
-        { "arguments", "QVariantList", true, "argumentsChanged()" },
+        { "parameters", "QVariantList", true, "argumentsChanged()" },
         { "deadline", "int", true, "deadlineChanged()" },
         { "pending", "bool", false, "stateChanged()" },
         { "outcome", "Outcome", false, "stateChanged()" },
@@ -387,7 +388,7 @@ void tst_Request::settersTellOfChanges()
     SignalRecorder recorder(&request);
     const QVariantList arguments = QVariantList() << 5 << 6;
     QVERIFY(request.setProperty("method", QLatin1String("setUserSetting")));
-    QVERIFY(request.setProperty("arguments", arguments));
+    QVERIFY(request.setProperty("parameters", arguments));
     QVERIFY(request.setProperty("deadline", 5000));
     QCOMPARE(recorder.take(), Lines() << emission("methodChanged()")
                                       << emission("argumentsChanged()")
@@ -898,6 +899,38 @@ void tst_Request::changesInFlightAreForTheNext()
     const QList<WireMessage> calls = takeCalls();
     QCOMPARE(calls.size(), 2);
     QCOMPARE(calls.at(1).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (5, 6)"));
+}
+
+void tst_Request::argumentsOfOneCallAreNotKept()
+{
+    HNIPCRequest request;
+    request.setCall(HNIPC_METHOD(setUserSetting), 5, 6);
+    SignalRecorder recorder(&request);
+    QVERIFY(request.send(QVariantList() << 7 << 8));
+    QVERIFY(!request.send(QVariantList() << 9 << 9));
+    QCOMPARE(recorder.take(), sentLines());
+    QVERIFY(waitUntilFinished(request));
+    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
+    QCOMPARE(request.arguments(), QVariantList() << 5 << 6);
+    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+
+    bool isAccepted = false;
+    QVERIFY(QMetaObject::invokeMethod(&request, "send", Qt::DirectConnection,
+                                      Q_RETURN_ARG(bool, isAccepted),
+                                      Q_ARG(QVariantList, QVariantList() << -1 << 10)));
+    QVERIFY(isAccepted);
+    QVERIFY(waitUntilFinished(request));
+
+    // A list that does not fit is not replaced by what is set.
+    QVERIFY(request.send(QVariantList()));
+    QVERIFY(waitUntilFinished(request));
+    QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
+
+    const QList<WireMessage> calls = takeCalls();
+    QCOMPARE(calls.size(), 3);
+    QCOMPARE(calls.at(0).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (7, 8)"));
+    QCOMPARE(calls.at(1).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (5, 6)"));
+    QCOMPARE(calls.at(2).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (-1, 10)"));
 }
 
 void tst_Request::sentAgainAfterEachOutcome()

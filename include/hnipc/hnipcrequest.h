@@ -81,8 +81,8 @@ class HNIPC_EXPORT HNIPCRequest : public QObject
     Q_OBJECT
     /// See method().
     Q_PROPERTY(QString method READ method WRITE setMethod NOTIFY methodChanged)
-    /// See arguments().
-    Q_PROPERTY(QVariantList arguments READ arguments WRITE setArguments NOTIFY argumentsChanged)
+    /// See arguments(). (In a function of QML, `arguments` is JavaScript's own name.)
+    Q_PROPERTY(QVariantList parameters READ arguments WRITE setArguments NOTIFY argumentsChanged)
     /// See deadline().
     Q_PROPERTY(int deadline READ deadline WRITE setDeadline NOTIFY deadlineChanged)
     /// See isPending().
@@ -201,6 +201,9 @@ public Q_SLOTS:
     /// Returns false, and does nothing, while the request is pending, and during the stateChanged()
     /// that comes before finished().
     bool send();
+    /// The same with these arguments in place of arguments(), for this call only: arguments() does
+    /// not change. In QML: `request.send([7])`.
+    bool send(const QVariantList &arguments);
     /// Gives up a pending request, which finishes with Cancelled before this function returns; if
     /// called during send(), soon after send() has returned. A call that has been sent cannot be
     /// taken back: its outcome is Unknown. A request that cannot be sent, because its method or its

@@ -28,7 +28,7 @@ public:
     explicit HNIPCRequestPrivate(HNIPCRequest *request);
     virtual ~HNIPCRequestPrivate();
 
-    bool send();
+    bool send(const QVariantList &with);
     void cancel();
 
     HNIPCRequest *const q;
@@ -48,7 +48,7 @@ protected:
     virtual void timerEvent(QTimerEvent *event);
 
 private:
-    bool prepare();
+    bool prepare(const QVariantList &with);
     void startTimer();
     void stopTimer();
     void deliver(const RequestLetter &letter);
@@ -88,7 +88,7 @@ HNIPCRequestPrivate::~HNIPCRequestPrivate()
 // ---- Sending -------------------------------------------------------------------------------
 
 // The call, or none with the failure that says why.
-bool HNIPCRequestPrivate::prepare()
+bool HNIPCRequestPrivate::prepare(const QVariantList &with)
 {
     QVariantList fitted;
     QString error;
@@ -97,7 +97,7 @@ bool HNIPCRequestPrivate::prepare()
         failure = unknownMethod(method);
         return false;
     }
-    const RemoteMethod *remote = fittingMethod(overloads, arguments, &fitted, &error);
+    const RemoteMethod *remote = fittingMethod(overloads, with, &fitted, &error);
     if (!remote) {
         failure = invalidArguments(error);
         return false;
@@ -113,7 +113,7 @@ bool HNIPCRequestPrivate::prepare()
     return true;
 }
 
-bool HNIPCRequestPrivate::send()
+bool HNIPCRequestPrivate::send(const QVariantList &with)
 {
     if (isPending || isFinishing)
         return false;
@@ -122,7 +122,7 @@ bool HNIPCRequestPrivate::send()
     failure = HNIPCFailure();
     value = QVariant();
     clock.start();
-    if (prepare()) {
+    if (prepare(with)) {
         Bus::instance()->send(call);
         startTimer();
     } else {
@@ -364,7 +364,9 @@ int HNIPCRequest::elapsed() const
     return static_cast<int>(qMin<qint64>(milliseconds, std::numeric_limits<int>::max()));
 }
 
-bool HNIPCRequest::send() { return d->send(); }
+bool HNIPCRequest::send() { return d->send(d->arguments); }
+
+bool HNIPCRequest::send(const QVariantList &arguments) { return d->send(arguments); }
 
 void HNIPCRequest::cancel() { d->cancel(); }
 

@@ -22,6 +22,8 @@ private Q_SLOTS:
     void argumentsOfJavaScriptArrive_data();
     void argumentsOfJavaScriptArrive();
     void argumentsThatDoNotFitAreNotSent();
+    void argumentsOfOneCallArrive();
+    void sendIsASlot();
     void answersAreReadable_data() { addReadableAnswers(); }
     void answersAreReadable();
     void everyFieldOfARecordIsReadable();
@@ -98,7 +100,7 @@ void tst_QmlRequest::argumentsOfJavaScriptArrive()
     FakeDaemons daemons;
     Scene scene;
     scene.show("import HNIPC 1.0\nHNIPCRequest { id: request; method: \"" + method
-               + "\"; arguments: " + arguments + " }");
+               + "\"; parameters: " + arguments + " }");
     QCOMPARE(scene.js("request.send()"), QByteArray("true"));
     QVERIFY(settles(scene));
     const QList<WireMessage> calls = daemons.takeCalls();
@@ -114,13 +116,75 @@ void tst_QmlRequest::argumentsThatDoNotFitAreNotSent()
     for (const QByteArray call : { "setDac[-1]", "setDac[0.5]", "setDac['lots']", "noSuch[]" }) {
         const int bracket = call.indexOf('[');
         scene.js("request.method = '" + call.left(bracket) + "'");
-        scene.js("request.arguments = " + call.mid(bracket));
+        scene.js("request.parameters = " + call.mid(bracket));
         QCOMPARE(scene.js("request.send()"), QByteArray("true"));
         QVERIFY(settles(scene));
         QCOMPARE(scene.js("state"), QByteArray("\"nothing was done\""));
         QCOMPARE(scene.js("answer"), QByteArray("undefined"));
     }
     QVERIFY(daemons.takeCalls().isEmpty());
+}
+
+void tst_QmlRequest::argumentsOfOneCallArrive()
+{
+    FakeDaemons daemons;
+    Scene scene;
+    scene.show("import HNIPC 1.0\n"
+               "HNIPCRequest {\n"
+               "    id: request\n"
+               "    method: 'setDac'\n"
+               "    parameters: [200]\n"
+               "    function feed(n) { return send([n]) }\n"
+               "    function feedAgain(n) { parameters = [n]; return send() }\n"
+               "}");
+    for (const QByteArray call : { "request.feed(7)", "request.send()", "request.send([8])",
+                                   "request.feedAgain(9)", "request.send()" }) {
+        QCOMPARE(scene.js(call), QByteArray("true"));
+        QCOMPARE(scene.js("request.send([1])"), QByteArray("false"));
+        QVERIFY(settles(scene));
+    }
+    QList<QByteArray> bodies;
+    const QList<WireMessage> calls = daemons.takeCalls();
+    for (const WireMessage &call : calls) {
+        bodies.append(call.body);
+    }
+    QCOMPARE(bodies, (QList<QByteArray> { "(uint32 7,)", "(uint32 200,)", "(uint32 8,)",
+                                          "(uint32 9,)", "(uint32 9,)" }));
+    // What is no list of the method's arguments is never replaced by those that are set.
+    for (const QByteArray argument : { "[]", "[-1]", "[1, 2]", "'lots'", "{}", "null" }) {
+        scene.js("request.send(" + argument + ")");
+        QVERIFY(settles(scene));
+    }
+    QVERIFY(daemons.takeCalls().isEmpty());
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlRequest::sendIsASlot()
+{
+    FakeDaemons daemons;
+    Scene scene;
+    scene.show("import QtQml 2.15\n"
+               "import HNIPC 1.0\n"
+               "QtObject {\n"
+               "    id: root\n"
+               "    signal pressed()\n"
+               "    property HNIPCRequest request: HNIPCRequest {\n"
+               "        method: 'setDac'\n"
+               "        parameters: [200]\n"
+               "    }\n"
+               "    Component.onCompleted: root.pressed.connect(request.send)\n"
+               "}");
+    scene.js("root.pressed()");
+    QVERIFY(settles(scene));
+    QObject *request = scene.root()->property("request").value<QObject *>();
+    QVERIFY(QObject::connect(scene.root(), SIGNAL(pressed()), request, SLOT(send())));
+    scene.js("root.pressed()"); // the second connection finds it pending
+    QVERIFY(settles(scene));
+    const QList<WireMessage> calls = daemons.takeCalls();
+    QCOMPARE(int(calls.size()), 2);
+    QCOMPARE(calls.at(0).body, QByteArray("(uint32 200,)"));
+    QCOMPARE(calls.at(1).body, QByteArray("(uint32 200,)"));
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
 void tst_QmlRequest::answersAreReadable()
@@ -135,7 +199,7 @@ void tst_QmlRequest::answersAreReadable()
     scene.showFile("Requests.qml");
     scene.js("request.method = '" + method + "'");
     if (method == "supplyBackgroundImage") {
-        scene.js("request.arguments = ['a']");
+        scene.js("request.parameters = ['a']");
     }
     scene.js("request.send()");
     QVERIFY(settles(scene));

@@ -439,7 +439,7 @@ void tst_QmlTypes::otherMembersAreNot()
         { "HNIPC", "getErrors", "M4PrinterLids", "qmlErrorCode" },
         { "HNIPCEvents", "getError", "M4PrinterLids", "listen", "StatusChanged" },
         { "HNIPCReading", "arguments", "signalNames", "send", "isKnown" },
-        { "HNIPCRequest", "parameters", "qmlValue", "isDone" },
+        { "HNIPCRequest", "arguments", "qmlValue", "isDone" },
     };
     for (const QList<QByteArray> &row : classes) {
         const QByteArray head = "import HNIPC 1.0\n\n" + row.first() + " {\n    id: object\n\n    ";

@@ -45,7 +45,7 @@ Rectangle {
     HNIPCRequest {
         id: feed
         method: "forwardFeed"
-        arguments: [400]
+        parameters: [400]
         deadline: 5000
         onFinished: {
             if (done)
