@@ -256,7 +256,7 @@ void tst_ScreenClasses::properties_data()
         const char *handler;
     } rows[] = {
         { "HNIPCRequest", "method", "QString", true, "onMethodChanged" },
-        { "HNIPCRequest", "parameters", "QVariantList", true, "onParametersChanged" },
+        { "HNIPCRequest", "parameters", "QVariantList", true, "onArgumentsChanged" },
         { "HNIPCRequest", "deadline", "int", true, "onDeadlineChanged" },
         { "HNIPCRequest", "pending", "bool", false, "onStateChanged" },
         { "HNIPCRequest", "outcome", "enumeration", false, "onStateChanged" },
@@ -418,7 +418,7 @@ void tst_ScreenClasses::command()
     QVERIFY(feed.write("parameters", array(number(400))));
     QVERIFY(feed.write("deadline", number(5000)));
     QCOMPARE(feed.count("onMethodChanged"), 1);
-    QCOMPARE(feed.count("onParametersChanged"), 1);
+    QCOMPARE(feed.count("onArgumentsChanged"), 1);
     QCOMPARE(feed.count("onDeadlineChanged"), 1);
     QCOMPARE(feed.read("parameters").toList(), array(number(400)));
 
