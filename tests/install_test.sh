@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix and builds the
-# examples against what is there, through CMake and through pkg-config alone; then the two programs
-# meet on a bus. A QML engine finds the module there, and the libraries know nothing of QML.
+# examples against what is there, through CMake and through pkg-config alone; then the programs meet
+# on a bus. A QML engine finds the module there, and the libraries know nothing of QML.
 
 set -euo pipefail
 source=$1
@@ -86,7 +86,11 @@ done
 diff <(cd "$source/include" && find hnipc -type f | sed 's/\.in$//' | sort) \
      <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)
 
-for example in daemon client; do
+examples="daemon client"
+if has_panel "$build"; then
+    examples+=" screen"
+fi
+for example in $examples; do
     cmake -S "$source/examples/$example" -B "$work/cmake-$example" -DHNIPC_QT="$qt" \
         -DCMAKE_PREFIX_PATH="$prefix" >>"$work/log"
     cmake --build "$work/cmake-$example" >>"$work/log"
@@ -94,6 +98,7 @@ for example in daemon client; do
 
     cp -r "$source/examples/$example" "$work/make-$example"
     make --silent -C "$work/make-$example" HNIPC="$name" CXXFLAGS="-Wall -Wextra -Werror"
+    test -x "$work/make-$example/hnipc-example-$example"
 done
 
 # The run-time path of the programs built by make is the user's business.
@@ -112,3 +117,18 @@ for kind in cmake make; do
     grep --quiet "^org.hnipc.ioexpd: on the bus$" "$work/$kind-client/output"
     grep --quiet "^org.hnipc.m4: absent" "$work/$kind-client/output"
 done
+
+# The screen, with the installed module, until the supply daemon asks applications to close.
+if has_panel "$build"; then
+    for kind in cmake make; do
+        QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software \
+            QML2_IMPORT_PATH=$modules QML_IMPORT_PATH=$modules \
+            "$prefix/bin/hnipc-sandbox" -- bash -euc '
+                "$1" "$2" 2>"$3" &
+                until grep --quiet "Print engine: no error$" "$3"; do kill -0 $!; done
+                "$4/bin/hnipcctl" call applicationWasClicked
+                wait $!' - "$work/$kind-screen/hnipc-example-screen" \
+            "$source/examples/screen/Screen.qml" "$work/$kind-screen/output" "$prefix" \
+            || { cat "$work/$kind-screen/output"; exit 1; }
+    done
+fi
