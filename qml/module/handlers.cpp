@@ -1,20 +1,63 @@
 // SPDX-License-Identifier: MIT
 #include "handlers.h"
 
-#include <QtCore/QMetaMethod>
-#include <QtCore/QObject>
+#include "hnipceventsinqml.h"
+#include "hnipcinqml.h"
 
-// To the object's own meta-object, as the engine has extended it: if the extension emitted the
-// twins, Qt 5 would count the notifying signal of a property twice, and emit the wrong ones.
-void connectTwins(QObject *object, const QMetaObject &from, const QMetaObject &twins)
+#include <QtCore/QMetaMethod>
+#include <QtQml/QQmlEngine>
+
+// The twins are the first methods of their class. An object that the engine has extended has them itself:
+// if the extension emitted them, Qt 5 would count the notifying signal of a property twice, and emit the
+// wrong ones.
+static bool isExtended(const QObject *object, const QMetaObject &twins)
 {
-    const QMetaObject *extended = object->metaObject();
-    for (int i = from.methodCount(); i < extended->methodCount(); ++i) {
-        const int twin = twins.indexOfSignal(extended->method(i).methodSignature());
-        const int place = twin - twins.methodOffset();
+    const QByteArray first = twins.method(twins.methodOffset()).methodSignature();
+    return object->metaObject()->indexOfSignal(first.constData()) >= 0;
+}
+
+void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
+                  const QMetaObject &twins)
+{
+    const bool isInObject = isExtended(object, twins);
+    QObject *emitter = isInObject ? object : extension;
+    const QMetaObject *emitted = emitter->metaObject();
+    int i = isInObject ? from.methodCount() : twins.methodOffset();
+    for (; i < emitted->methodCount(); ++i) {
+        const int place
+            = twins.indexOfSignal(emitted->method(i).methodSignature()) - twins.methodOffset();
         if (place >= 0) {
-            QObject::connect(object, from.method(from.methodOffset() + place), object,
-                             extended->method(i));
+            QObject::connect(object, from.method(from.methodOffset() + place), emitter,
+                             emitted->method(i));
         }
     }
 }
+
+template <typename Handlers>
+static QObject *handlersFor(QObject *client)
+{
+    if (isExtended(client, Handlers::staticMetaObject)) {
+        // What a method returns is JavaScript's own from then on, unless somebody has decided.
+        QQmlEngine::setObjectOwnership(client, QQmlEngine::objectOwnership(client));
+        return client;
+    }
+    QObject *handlers
+        = client->findChild<Handlers *>(QString(), Qt::FindDirectChildrenOnly);
+    return handlers ? handlers : new Handlers(client);
+}
+
+QObject *HandlersInQml::handlersOf(QObject *client)
+{
+    if (qobject_cast<HNIPC *>(client)) {
+        return handlersFor<HNIPCInQml>(client);
+    }
+    return qobject_cast<HNIPCEvents *>(client) ? handlersFor<HNIPCEventsInQml>(client) : nullptr;
+}
+
+// moc has them under the names of the classes that they extend.
+#define HNIPC HNIPCInQml
+#include "moc_hnipcinqml.cpp"
+#undef HNIPC
+#define HNIPCEvents HNIPCEventsInQml
+#include "moc_hnipceventsinqml.cpp"
+#undef HNIPCEvents

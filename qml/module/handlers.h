@@ -2,12 +2,37 @@
 #ifndef HNIPC_QML_HANDLERS_H
 #define HNIPC_QML_HANDLERS_H
 
-class QObject;
-struct QMetaObject;
+#include <QtCore/QObject>
 
 /// Connects each signal of a class to its twin, of which QML finds the handler. @p object is of the
-/// class @p from, extended by the engine with @p twins; the signals that have twins are the first
+/// class @p from; the twins are emitted by @p object itself if the engine has extended it, otherwise by
+/// @p extension, which is of the class @p twins. The signals that have twins, and the twins, are the first
 /// methods of their class, in the same order.
-void connectTwins(QObject *object, const QMetaObject &from, const QMetaObject &twins);
+void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
+                  const QMetaObject &twins);
+
+/**
+ * What HNIPC and HNIPCEvents offer to each object of a document: the handlers of an object that C++ has
+ * made. The engine extends only those that it makes itself.
+ *
+ *     Connections {
+ *         target: HNIPCEvents.handlersOf(events)
+ *         function onPrintButton() { feed.send(); }
+ *     }
+ */
+class HandlersInQml : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HandlersInQml(QObject *caller)
+        : QObject(caller)
+    {
+    }
+
+    /// The object that has the handlers of @p client, an HNIPC or HNIPCEvents: @p client itself if QML
+    /// has made it. Null for null and for an object of another class.
+    Q_INVOKABLE QObject *handlersOf(QObject *client);
+};
 
 #endif

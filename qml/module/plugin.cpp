@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
+#include "requestinqml.h"
 #include "valueinqml.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -11,20 +12,24 @@
 #include <QtQml/QQmlParserStatus>
 #include <QtQml/qqml.h>
 
-namespace {
-
 // A client, or events, that QML creates. To QML it is of the class itself, since it has no
 // meta-object of its own, so an object that C++ made can stand wherever the type is asked for.
 template <typename Class>
-class Relaying : public Class, public QQmlParserStatus
+class WithHandlers : public Class, public QQmlParserStatus
 {
 public:
     // QML makes the extension, which relays to the handlers, when it is first read from.
     void classBegin() override { this->property("isRelayed"); }
     void componentComplete() override {}
+
+    static HandlersInQml *qmlAttachedProperties(QObject *caller)
+    {
+        return new HandlersInQml(caller);
+    }
 };
 
-} // namespace
+QML_DECLARE_TYPEINFO(WithHandlers<HNIPC>, QML_HAS_ATTACHED_PROPERTIES)
+QML_DECLARE_TYPEINFO(WithHandlers<HNIPCEvents>, QML_HAS_ATTACHED_PROPERTIES)
 
 class HNIPCQmlPlugin : public QQmlExtensionPlugin
 {
@@ -34,9 +39,9 @@ class HNIPCQmlPlugin : public QQmlExtensionPlugin
 public:
     void registerTypes(const char *uri) override
     {
-        qmlRegisterExtendedType<Relaying<HNIPC>, HNIPCInQml>(uri, 1, 0, "HNIPC");
-        qmlRegisterExtendedType<Relaying<HNIPCEvents>, HNIPCEventsInQml>(uri, 1, 0, "HNIPCEvents");
-        qmlRegisterExtendedType<HNIPCRequest, ValueInQml>(uri, 1, 0, "HNIPCRequest");
+        qmlRegisterExtendedType<WithHandlers<HNIPC>, HNIPCInQml>(uri, 1, 0, "HNIPC");
+        qmlRegisterExtendedType<WithHandlers<HNIPCEvents>, HNIPCEventsInQml>(uri, 1, 0, "HNIPCEvents");
+        qmlRegisterExtendedType<RequestInQml, ValueInQml>(uri, 1, 0, "HNIPCRequest");
         qmlRegisterExtendedType<HNIPCReading, ValueInQml>(uri, 1, 0, "HNIPCReading");
         qmlRegisterType<HNIPCAvailability>(uri, 1, 0, "HNIPCAvailability");
     }

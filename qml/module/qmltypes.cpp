@@ -3,6 +3,7 @@
 
 #include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
+#include "requestinqml.h"
 #include "valueinqml.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -48,6 +49,9 @@ static QByteArray members(const QMetaObject &meta)
     }
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
         const QMetaProperty property = meta.property(i);
+        if (!property.isScriptable()) {
+            continue;
+        }
         result += "        Property { name: \"" + QByteArray(property.name()) + "\"; type: \""
             + typeName(meta, property.typeName()) + '"'
             + (property.isWritable() ? "" : "; isReadonly: true") + " }\n";
@@ -76,16 +80,23 @@ static QByteArray members(const QMetaObject &meta)
     return result;
 }
 
+static QByteArray unexported(const QByteArray &name, const QMetaObject &meta)
+{
+    return "    Component {\n        name: \"" + name + "\"\n"
+        + "        prototype: \"QObject\"\n" + members(meta) + "    }\n";
+}
+
 static QByteArray component(const QMetaObject &meta, const QByteArray &prototype,
-                            bool isExported = true)
+                            const QByteArray &attached = QByteArray())
 {
     const QByteArray name = meta.className();
     QByteArray result = "    Component {\n        name: \"" + name + "\"\n";
     result += "        prototype: \"" + prototype + "\"\n";
-    if (isExported) {
-        result += "        exports: [\"HNIPC/" + name + " 1.0\"]\n";
-        result += "        exportMetaObjectRevisions: ["
-            + QByteArray(QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) ? "256" : "0") + "]\n";
+    result += "        exports: [\"HNIPC/" + name + " 1.0\"]\n";
+    result += "        exportMetaObjectRevisions: ["
+        + QByteArray(QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) ? "256" : "0") + "]\n";
+    if (!attached.isEmpty()) {
+        result += "        attachedType: \"" + attached + "\"\n";
     }
     return result + members(meta) + "    }\n";
 }
@@ -95,18 +106,17 @@ int main(int argc, char **argv)
     if (argc != 2) {
         return 2;
     }
-    const QMetaObject &client = HNIPCInQml::staticMetaObject;
-    const QMetaObject &events = HNIPCEventsInQml::staticMetaObject;
-    const QMetaObject &value = ValueInQml::staticMetaObject;
     // That a class is extended by another, not every tool understands; that it inherits it, each.
     const QByteArray text = "import QtQuick.tooling 1.2\n\nModule {\n    dependencies: []\n"
-        + component(client, "QObject", false)
-        + component(HNIPC::staticMetaObject, client.className())
-        + component(events, "QObject", false)
-        + component(HNIPCEvents::staticMetaObject, events.className())
-        + component(value, "QObject", false)
-        + component(HNIPCRequest::staticMetaObject, value.className())
-        + component(HNIPCReading::staticMetaObject, value.className())
+        + unexported("HandlersInQml", HandlersInQml::staticMetaObject)
+        + unexported("CallInQml", CallInQml::staticMetaObject)
+        + unexported("HNIPCInQml", HNIPCInQml::staticMetaObject)
+        + component(HNIPC::staticMetaObject, "HNIPCInQml", "HandlersInQml")
+        + unexported("HNIPCEventsInQml", HNIPCEventsInQml::staticMetaObject)
+        + component(HNIPCEvents::staticMetaObject, "HNIPCEventsInQml", "HandlersInQml")
+        + unexported("ValueInQml", ValueInQml::staticMetaObject)
+        + component(HNIPCRequest::staticMetaObject, "ValueInQml", "CallInQml")
+        + component(HNIPCReading::staticMetaObject, "ValueInQml")
         + component(HNIPCAvailability::staticMetaObject, "QObject") + "}\n";
     QFile file(QFile::decodeName(argv[1]));
     return file.open(QFile::WriteOnly) && file.write(text) == text.size() && file.flush() ? 0 : 1;

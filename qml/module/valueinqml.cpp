@@ -4,13 +4,11 @@
 #include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
-static QVariant readable(const QVariant &value);
-
 static QVariantList readable(const QVariantList &values)
 {
     QVariantList result;
     for (const QVariant &value : values) {
-        result.append(readable(value));
+        result.append(readableInQml(value));
     }
     return result;
 }
@@ -20,7 +18,7 @@ static QVariantMap readableTable(const Table &table)
 {
     QVariantMap result;
     for (auto i = table.constBegin(); i != table.constEnd(); ++i) {
-        result.insert(i.key(), readable(i.value()));
+        result.insert(i.key(), readableInQml(i.value()));
     }
     return result;
 }
@@ -29,7 +27,7 @@ static QVariantMap readable(const SupplyInformation &record)
 {
     return {
         { "text1", record.text1 },
-        { "textList1", record.textList1 },
+        { "textList1", readableInQml(record.textList1) },
         { "real1", record.real1 },
         { "integer1", record.integer1 },
         { "text2", record.text2 },
@@ -42,7 +40,7 @@ static QVariantMap readable(const SupplyInformation &record)
         { "text5", record.text5 },
         { "real3", record.real3 },
         { "integer5", record.integer5 },
-        { "bytes1", readable(record.bytes1) },
+        { "bytes1", readableInQml(record.bytes1) },
         { "real4", record.real4 },
         { "real5", record.real5 },
         { "integer6", record.integer6 },
@@ -52,16 +50,16 @@ static QVariantMap readable(const SupplyInformation &record)
         { "real7", record.real7 },
         { "real8", record.real8 },
         { "real9", record.real9 },
-        { "textList2", record.textList2 },
-        { "variantList1", readable(record.variantList1) },
-        { "variantList2", readable(record.variantList2) },
-        { "variantList3", readable(record.variantList3) },
-        { "variantList4", readable(record.variantList4) },
-        { "variantList5", readable(record.variantList5) },
+        { "textList2", readableInQml(record.textList2) },
+        { "variantList1", readableInQml(record.variantList1) },
+        { "variantList2", readableInQml(record.variantList2) },
+        { "variantList3", readableInQml(record.variantList3) },
+        { "variantList4", readableInQml(record.variantList4) },
+        { "variantList5", readableInQml(record.variantList5) },
     };
 }
 
-static QVariant readable(const QVariant &value)
+QVariant readableInQml(const QVariant &value)
 {
     if (value.userType() == qMetaTypeId<SupplyInformation>()) {
         return readable(value.value<SupplyInformation>());
@@ -76,6 +74,7 @@ static QVariant readable(const QVariant &value)
         return readableTable(value.toHash());
     case QMetaType::QVariantMap:
         return readableTable(value.toMap());
+    case QMetaType::QStringList: // which would be a sequence of another kind
     case QMetaType::QVariantList:
         return readable(value.toList());
     default:
@@ -97,5 +96,5 @@ ValueInQml::ValueInQml(QObject *object)
 
 QVariant ValueInQml::value() const
 {
-    return readable(m_request ? m_request->value() : m_reading->value());
+    return readableInQml(m_request ? m_request->value() : m_reading->value());
 }

@@ -20,6 +20,8 @@ private Q_SLOTS:
     void eventsOfARestartedDaemonArrive();
     void daemonsThatDoNotReplyDelayNothing();
     void objectOfCppStandsWhereTheTypeIsAskedFor();
+    void objectOfCppHasHandlers();
+    void handlersOfAnythingElse();
 };
 
 static bool listens(Scene &scene)
@@ -158,6 +160,63 @@ void tst_QmlEvents::objectOfCppStandsWhereTheTypeIsAskedFor()
     QVERIFY(daemons.emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
     QVERIFY(waitUntil([&]() { return scene.js("lids") == "[true]"; }));
     QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlEvents::objectOfCppHasHandlers()
+{
+    FakeDaemons daemons;
+    HNIPCEvents events;
+    Scene scene;
+    scene.engine().rootContext()->setContextProperty(QString::fromLatin1("made"), &events);
+    QByteArray functions;
+    for (const ClientSignal &signal : clientSignals) {
+        if (signal.server != NoServer) {
+            const QByteArray parameters = signal.parameters;
+            functions += "            function " + eventHandlerOf(signal) + "(" + parameters
+                + ") { log(\"" + signal.signature + "\", [" + parameters + "]) }\n";
+        }
+    }
+    scene.show("import QtQml 2.15\nimport HNIPC 1.0\nQtObject {\n"
+               "    property var all: []\n"
+               "    function log(name, values) { all.push([name, values]) }\n"
+               "    property bool listening: made.listening\n"
+               "    property Connections connections: Connections {\n"
+               "        target: HNIPCEvents.handlersOf(made)\n" + functions + "    }\n}");
+    QVERIFY(listens(scene));
+    for (const ClientSignal &signal : clientSignals) {
+        if (signal.server != NoServer) {
+            const QList<Sample> samples = argumentSamples(signal.signature, 1);
+            QVERIFY(daemons.emitSignal(signal.server, signal.member, wireBody(samples)));
+            QVERIFY(waitUntil([&scene]() { return scene.js("all.length") == "1"; }));
+            QCOMPARE(
+                scene.js("all"),
+                json({ QVariant(QVariantList { signal.signature, QVariant(values(samples)) }) }));
+            scene.js("all = []");
+        }
+    }
+    // Each document has the same ones.
+    QCOMPARE(scene.js("HNIPCEvents.handlersOf(made) === connections.target"), QByteArray("true"));
+    scene.engine().collectGarbage();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCOMPARE(scene.js("HNIPC.handlersOf(made) === connections.target"), QByteArray("true"));
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlEvents::handlersOfAnythingElse()
+{
+    Scene scene;
+    QObject *root = scene.showFile("Events.qml");
+    QCOMPARE(scene.js("HNIPCEvents.handlersOf(events) === events"), QByteArray("true"));
+    QCOMPARE(scene.js("[HNIPCEvents.handlersOf(null), HNIPCEvents.handlersOf(root)]"),
+             QByteArray("[null,null]"));
+    // One that C++ has created stays its own.
+    QQmlComponent component(&scene.engine());
+    component.setData("import HNIPC 1.0\nHNIPCEvents {}", QUrl());
+    const QScopedPointer<QObject> made(component.create());
+    scene.engine().rootContext()->setContextProperty(QString::fromLatin1("made"), made.data());
+    QCOMPARE(scene.js("HNIPCEvents.handlersOf(made) === made"), QByteArray("true"));
+    QCOMPARE(QQmlEngine::objectOwnership(made.data()), QQmlEngine::CppOwnership);
+    QVERIFY(root);
 }
 
 HNIPC_QML_TEST_MAIN(tst_QmlEvents)

@@ -4,6 +4,7 @@
 #include "handlers.h"
 #include "scene.h"
 #include "support/fakedaemons.h"
+#include "support/waituntil.h"
 
 #include <hnipc/hnipc.h>
 #include <hnipc/hnipcavailability.h>
@@ -25,6 +26,8 @@ private Q_SLOTS:
     void librariesRegisterNothing();
     void typeIsTheClientClass();
     void clientOfCppStandsWhereTheTypeIsAskedFor();
+    void clientOfCppHasHandlers();
+    void classesGoByTheirNames();
     void otherVersionIsNotThere();
     void handlersReceiveArgumentsByName_data();
     void handlersReceiveArgumentsByName();
@@ -117,6 +120,41 @@ void tst_QmlModule::clientOfCppStandsWhereTheTypeIsAskedFor()
     scene.show("import QtQml 2.15\nimport HNIPC 1.0\nQtObject { property HNIPC printer: made }");
     QCOMPARE(scene.js("printer.getError()"), QByteArray("8"));
     QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlModule::clientOfCppHasHandlers()
+{
+    HNIPC client;
+    Scene scene;
+    scene.engine().rootContext()->setContextProperty(QString::fromLatin1("made"), &client);
+    scene.show("import QtQml 2.15\nimport HNIPC 1.0\nQtObject {\n"
+               "    property var all: []\n"
+               "    property Connections connections: Connections {\n"
+               "        target: HNIPC.handlersOf(made)\n"
+               "        function onM4PrinterLid(value) { all.push(value) }\n"
+               "        function onM4VersionSignal(value) { all.push(value) }\n"
+               "        function onRibbonChanged(ribbonSkus, printerName) {\n"
+               "            all.push(ribbonSkus, printerName)\n"
+               "        }\n"
+               "    }\n"
+               "}");
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
+    QVERIFY(m_daemons->emitSignal(M4, "M4_M4Version", "('1.2',)"));
+    QVERIFY(m_daemons->emitSignal(SUPPLYD, "SUPPLYD_RibbonChanged", "(['a', 'b'], 'p')"));
+    QVERIFY(waitUntil([&]() { return scene.js("all.length") == "4"; }));
+    QCOMPARE(scene.js("all.sort()"), QByteArray("[\"1.2\",[\"a\",\"b\"],\"p\",true]"));
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+}
+
+void tst_QmlModule::classesGoByTheirNames()
+{
+    Scene scene;
+    for (const QByteArray type : { "HNIPC", "HNIPCEvents", "HNIPCAvailability" }) {
+        scene.show("import HNIPC 1.0\n" + type + " { id: object }");
+        const QByteArray name = scene.js("String(object)");
+        QVERIFY2(name.startsWith('"' + type + "("), name.constData());
+        QCOMPARE(scene.js("object.isRelayed"), QByteArray("undefined"));
+    }
 }
 
 void tst_QmlModule::otherVersionIsNotThere()
