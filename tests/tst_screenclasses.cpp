@@ -138,6 +138,15 @@ public:
             && result;
     }
 
+    // send([first])
+    bool sendWith(const QVariant &first)
+    {
+        bool result = false;
+        return QMetaObject::invokeMethod(m_object.data(), "send", Q_RETURN_ARG(bool, result),
+                                         Q_ARG(QVariantList, QVariantList() << first))
+            && result;
+    }
+
     bool call(const char *name) { return QMetaObject::invokeMethod(m_object.data(), name); }
 
 private:
@@ -435,6 +444,11 @@ void tst_ScreenClasses::command()
     const QList<WireMessage> calls = m4().calls();
     QCOMPARE(calls.size(), 1);
     QCOMPARE(calls.first().line(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 400,)"));
+
+    QVERIFY(feed.sendWith(number(7)));
+    QVERIFY(feed.waitForHandler("onFinished", 2));
+    QCOMPARE(m4().calls().size(), 2);
+    QCOMPARE(m4().calls().last().line(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 7,)"));
 }
 
 // A number that the method cannot take is never converted to another one.
