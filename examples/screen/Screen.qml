@@ -29,7 +29,7 @@ Rectangle {
             return qsTr("%1, checking").arg(value);
         const why = reading.reason === HNIPCRequest.NoReason ? qsTr("waiting for the printer")
                   : reading.reason === HNIPCRequest.DaemonAbsent ? qsTr("its daemon is not running")
-                  : reading.errorText;
+                  : reading.errorText || reading.errorName;
         return (reading.known ? qsTr("%1, not confirmed (%2)").arg(value) : qsTr("not known (%1)")).arg(why);
     }
     //! [reading]
@@ -53,7 +53,7 @@ Rectangle {
             else if (reason === HNIPCRequest.DaemonAbsent)
                 result.text = qsTr("Not fed: the print engine is not running");
             else if (outcome !== HNIPCRequest.Answered)
-                result.text = qsTr("Not fed: %1").arg(errorText);
+                result.text = qsTr("Not fed: %1").arg(errorText || errorName);
             else
                 result.text = done ? qsTr("Fed") : qsTr("The print engine did not feed");
             recently.restart();
