@@ -20,18 +20,31 @@
 // into a record or a table it cannot look.
 static QByteArray typeName(const QMetaObject &meta, const QByteArray &name)
 {
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    const QByteArray anything = "variant"; // qmllint asks what members QVariant has
+#else
+    const QByteArray anything = "QVariant";
+#endif
     static const QHash<QByteArray, QByteArray> names = {
         { "qint32", "int" },
         { "quint32", "uint" },
         { "quint64", "double" },
         { "qulonglong", "double" },
-        { "QVariantHash", "QVariant" },
-        { "SupplyInformation", "QVariant" },
+        { "QVariant", anything },
+        { "QVariantHash", anything },
+        { "SupplyInformation", anything },
     };
     if (meta.indexOfEnumerator(name) >= 0) {
         return QByteArray(meta.className()) + "::" + name;
     }
     return names.value(name, name);
+}
+
+static QByteArray typed(const QMetaObject &meta, const QByteArray &name)
+{
+    return name.endsWith('*')
+        ? "type: \"" + typeName(meta, name.chopped(1)) + "\"; isPointer: true"
+        : "type: \"" + typeName(meta, name) + '"';
 }
 
 static QByteArray members(const QMetaObject &meta)
@@ -52,8 +65,8 @@ static QByteArray members(const QMetaObject &meta)
         if (!property.isScriptable()) {
             continue;
         }
-        result += "        Property { name: \"" + QByteArray(property.name()) + "\"; type: \""
-            + typeName(meta, property.typeName()) + '"'
+        result += "        Property { name: \"" + QByteArray(property.name()) + "\"; "
+            + typed(meta, property.typeName())
             + (property.isWritable() ? "" : "; isReadonly: true") + " }\n";
     }
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
@@ -67,23 +80,24 @@ static QByteArray members(const QMetaObject &meta)
         // No handler has a result.
         const QByteArray returned = method.typeName();
         if (!isSignal && returned != "void") {
-            result += "            type: \"" + typeName(meta, returned) + "\"\n";
+            result += "            " + typed(meta, returned) + '\n';
         }
         const QList<QByteArray> types = method.parameterTypes();
         const QList<QByteArray> names = method.parameterNames();
         for (int parameter = 0; parameter < types.size(); ++parameter) {
-            result += "            Parameter { name: \"" + names.at(parameter) + "\"; type: \""
-                + typeName(meta, types.at(parameter)) + "\" }\n";
+            result += "            Parameter { name: \"" + names.at(parameter) + "\"; "
+                + typed(meta, types.at(parameter)) + " }\n";
         }
         result += "        }\n";
     }
     return result;
 }
 
-static QByteArray unexported(const QByteArray &name, const QMetaObject &meta)
+static QByteArray unexported(const QByteArray &name, const QMetaObject &meta,
+                             const QByteArray &prototype = "QObject")
 {
     return "    Component {\n        name: \"" + name + "\"\n"
-        + "        prototype: \"QObject\"\n" + members(meta) + "    }\n";
+        + "        prototype: \"" + prototype + "\"\n" + members(meta) + "    }\n";
 }
 
 static QByteArray component(const QMetaObject &meta, const QByteArray &prototype,
@@ -106,16 +120,26 @@ int main(int argc, char **argv)
     if (argc != 2) {
         return 2;
     }
-    // That a class is extended by another, not every tool understands; that it inherits it, each.
+    // That a class is extended by another, not every tool understands; that it inherits it, each. So it
+    // is with attached types, which Qt 5's tools do not look into.
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    const QByteArray ofClients = "HandlersInQml";
+    const QByteArray ofCalls = "ValueInQml";
+    const QByteArray ofRequests = "CallInQml";
+#else
+    const QByteArray ofClients = "QObject";
+    const QByteArray ofCalls = "QObject";
+    const QByteArray ofRequests = "ValueInQml";
+#endif
     const QByteArray text = "import QtQuick.tooling 1.2\n\nModule {\n    dependencies: []\n"
         + unexported("HandlersInQml", HandlersInQml::staticMetaObject)
-        + unexported("CallInQml", CallInQml::staticMetaObject)
-        + unexported("HNIPCInQml", HNIPCInQml::staticMetaObject)
+        + unexported("HNIPCInQml", HNIPCInQml::staticMetaObject, ofClients)
         + component(HNIPC::staticMetaObject, "HNIPCInQml", "HandlersInQml")
-        + unexported("HNIPCEventsInQml", HNIPCEventsInQml::staticMetaObject)
+        + unexported("HNIPCEventsInQml", HNIPCEventsInQml::staticMetaObject, ofClients)
         + component(HNIPCEvents::staticMetaObject, "HNIPCEventsInQml", "HandlersInQml")
         + unexported("ValueInQml", ValueInQml::staticMetaObject)
-        + component(HNIPCRequest::staticMetaObject, "ValueInQml", "CallInQml")
+        + unexported("CallInQml", CallInQml::staticMetaObject, ofCalls)
+        + component(HNIPCRequest::staticMetaObject, ofRequests, "CallInQml")
         + component(HNIPCReading::staticMetaObject, "ValueInQml")
         + component(HNIPCAvailability::staticMetaObject, "QObject") + "}\n";
     QFile file(QFile::decodeName(argv[1]));

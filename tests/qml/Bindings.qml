@@ -6,6 +6,7 @@ QtObject {
     id: root
 
     property HNIPC printer: HNIPC {
+        id: printer
     }
     readonly property real supplyPercent: printer.qmlSupplyPercent
     readonly property string supplyColor: printer.qmlSupplyColorRGB

@@ -18,6 +18,8 @@ QtObject {
         }
     }
     property HNIPCAvailability daemons: HNIPCAvailability {
+        id: daemons
+
         onM4Changed: function (available) {
             root.changes += available ? "came " : "went ";
         }
@@ -42,7 +44,6 @@ QtObject {
     readonly property var answer: request.value
     readonly property bool done: request.done
     readonly property string present: {
-        const m4AndSupplyd = daemons.m4 + " " + daemons.supplyd;
-        return daemons.known + " " + daemons.ioexpd + " " + m4AndSupplyd;
+        return daemons.known + " " + daemons.ioexpd + " " + daemons.m4 + " " + daemons.supplyd;
     }
 }

@@ -7,9 +7,13 @@ QtObject {
 
     property string lids
     property HNIPC first: HNIPC {
+        id: first
+
         onM4PrinterLid: root.lids += "1"
     }
     property HNIPC second: HNIPC {
+        id: second
+
         onM4PrinterLid: root.lids += "2"
     }
     readonly property int firstError: first.qmlPrintEngineErrorCode

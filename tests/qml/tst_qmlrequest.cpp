@@ -7,6 +7,8 @@
 
 #include <hnipc/hnipcrequest.h>
 
+#include <QtCore/QBuffer>
+#include <QtGui/QImage>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickView>
 
@@ -27,6 +29,8 @@ private Q_SLOTS:
     void answersAreReadable_data() { addReadableAnswers(); }
     void answersAreReadable();
     void everyFieldOfARecordIsReadable();
+    void listsOfStringsAreArrays();
+    void imageShowsTheBytes();
     void everythingIsFreshWhenItFinishes_data();
     void everythingIsFreshWhenItFinishes();
     void outcomesAreTold();
@@ -219,6 +223,53 @@ void tst_QmlRequest::everyFieldOfARecordIsReadable()
     QVERIFY(settles(scene));
     QCOMPARE(QJsonDocument::fromJson(scene.js("answer")), QJsonDocument::fromJson(readableRecord));
     QCOMPARE(scene.js("answer.text2"), QByteArray("\"text 2\""));
+}
+
+void tst_QmlRequest::listsOfStringsAreArrays()
+{
+    FakeDaemons daemons;
+    daemons[SUPPLYD].answer("supplySKUList", "(['a', 'b'],)");
+    daemons[SUPPLYD].answer("supplyInformation", '(' + wireStructure(tellingFields()) + ",)");
+    Scene scene;
+    scene.showFile("Requests.qml");
+    scene.js("request.method = 'supplySKUList'");
+    scene.js("request.send()");
+    QVERIFY(settles(scene));
+    QCOMPARE(scene.js("[Array.isArray(answer), answer.concat(['c'])]"),
+             QByteArray("[true,[\"a\",\"b\",\"c\"]]"));
+    scene.js("request.method = 'supplyInformation'");
+    scene.js("request.send()");
+    QVERIFY(settles(scene));
+    QCOMPARE(scene.js("[answer.textList1, answer.variantList5[2]].map(l => Array.isArray(l))"),
+             QByteArray("[true,true]"));
+}
+
+void tst_QmlRequest::imageShowsTheBytes()
+{
+    QImage image(3, 2, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QBuffer file;
+    QVERIFY(file.open(QBuffer::WriteOnly) && image.save(&file, "PNG"));
+    QByteArray bytes;
+    for (const char byte : file.data()) {
+        bytes += (bytes.isEmpty() ? "[byte " : ", ") + QByteArray::number(uchar(byte));
+    }
+    FakeDaemons daemons;
+    daemons[SUPPLYD].answer("supplyBackgroundImage", '(' + bytes + "],)");
+    Scene scene;
+    scene.show("import QtQuick 2.15\n"
+               "import HNIPC 1.0\n"
+               "Image {\n"
+               "    property HNIPCReading reading: HNIPCReading {\n"
+               "        id: reading\n"
+               "        method: 'supplyBackgroundImage'\n"
+               "        parameters: ['S-1']\n"
+               "    }\n"
+               "    source: reading.known ? 'data:;base64,' + reading.value : ''\n"
+               "}");
+    QVERIFY(waitUntil([&]() { return scene.js("status === Image.Ready") == "true"; }));
+    QCOMPARE(scene.js("[implicitWidth, implicitHeight]"), QByteArray("[3,2]"));
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
 void tst_QmlRequest::everythingIsFreshWhenItFinishes_data()
