@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "scene.h"
 #include "support/fakedaemons.h"
+#include "support/memory.h"
 #include "support/waituntil.h"
 
 #include <hnipc/hnipcrequest.h>
@@ -28,6 +29,7 @@ private Q_SLOTS:
     void callbackMayDestroyItsCaller();
     void callerGoesFirst();
     void engineGoesFirst();
+    void screensComeAndGo();
 };
 
 static const char maker[] = R"(
@@ -363,6 +365,62 @@ void tst_QmlCalls::engineGoesFirst()
     // The request belongs to the object, which lives, so it finishes and is deleted.
     QVERIFY(waitUntil([&]() { return !root->findChild<HNIPCRequest *>(); }));
     QCOMPARE(calls, 1);
+}
+
+// Every fourth screen goes at once, with all at work; the others when all is known.
+void tst_QmlCalls::screensComeAndGo()
+{
+    FakeDaemons daemons;
+    daemons[M4].answer("printerLid", "(true,)");
+    daemons[M4].answer("calibrateSupply", "(true,)");
+    daemons[SUPPLYD].answer("supplySupplyPercent", "(80.0,)");
+    Scene scene;
+    scene.show("import QtQuick 2.15\nItem {\n    property alias screen: loader.item\n"
+               "    Loader { id: loader }\n"
+               "    Loader { id: other }\n"
+               "    function load(url) { loader.source = url }\n"
+               "    function loadOther(url) { other.source = url }\n}");
+    const QByteArray url
+        = '"' + QUrl::fromLocalFile(QString::fromLatin1(HNIPC_QML_TEST_DIR "/Screen.qml"))
+                    .toString().toUtf8() + '"';
+    // One screen keeps the subscriptions.
+    scene.js("loadOther(" + url + ")");
+    const auto isComplete = [&]() { return scene.js("screen.complete") == "true"; };
+    const auto show = [&](int first, int last) {
+        for (int i = first; i < last; ++i) {
+            scene.js("load(" + url + ")");
+            if (i % 4 != 0 && !waitUntil(isComplete)) {
+                return false;
+            }
+            scene.js("load('')");
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            daemons.takeCalls();
+        }
+        collect(scene);
+        return daemons.passFence();
+    };
+    QVERIFY(show(0, 200));
+    const int children = int(scene.root()->findChildren<QObject *>().size());
+    const long before = heapInUse();
+    QVERIFY(show(200, 1000));
+    const long perScreen = (heapInUse() - before) / 800;
+    QVERIFY2(perScreen < 200, QByteArray::number(qlonglong(perScreen)).constData()); // below any object
+    QCOMPARE(int(scene.root()->findChildren<QObject *>().size()), children);
+    WireMonitor monitor;
+    QVERIFY(show(0, 100)); // after the heap was counted, which has what the monitor keeps
+    int subscriptions = 0;
+    const QList<WireMessage> messages = monitor.take();
+    for (const WireMessage &message : messages) {
+        subscriptions += message.member == "AddMatch" || message.member == "RemoveMatch";
+    }
+    QCOMPARE(subscriptions, 0);
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
+
+    // And the one that stayed is right.
+    scene.js("load(" + url + ")");
+    QVERIFY(waitUntil(isComplete));
+    QVERIFY(daemons.emitSignal(M4, "M4_M4PrinterLid", "(false,)"));
+    QVERIFY(waitUntil([&]() { return scene.js("screen.lids") == "1"; }));
 }
 
 HNIPC_QML_TEST_MAIN(tst_QmlCalls)

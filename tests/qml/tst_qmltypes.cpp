@@ -24,7 +24,7 @@ namespace {
 
 const char *const documents[] = { "Base.qml", "OfTwoFiles.qml", "Bindings.qml", "TwoClients.qml",
                                   "Requests.qml", "InFlight.qml", "Events.qml", "Readings.qml",
-                                  "Calls.qml" };
+                                  "Calls.qml", "Screen.qml" };
 
 QString pathOf(const char *document)
 {
