@@ -5,7 +5,6 @@
 #include "hnipcinqml.h"
 
 #include <QtCore/QMetaMethod>
-#include <QtQml/QQmlEngine>
 
 // The twins are the first methods of their class. An object that the engine has extended has them itself:
 // if the extension emitted them, Qt 5 would count the notifying signal of a property twice, and emit the
@@ -37,8 +36,6 @@ template <typename Handlers>
 static QObject *handlersFor(QObject *client)
 {
     if (isExtended(client, Handlers::staticMetaObject)) {
-        // What a method returns is JavaScript's own from then on, unless somebody has decided.
-        QQmlEngine::setObjectOwnership(client, QQmlEngine::objectOwnership(client));
         return client;
     }
     QObject *handlers
