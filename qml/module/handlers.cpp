@@ -4,7 +4,24 @@
 #include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
 
-#include <QtCore/QMetaMethod>
+
+ListRelay::ListRelay(QObject *parent, QObject *emitter, const QMetaMethod &twin)
+    : QObject(parent)
+    , m_emitter(emitter)
+    , m_twin(twin)
+{
+}
+
+void ListRelay::relay(const QStringList &list)
+{
+    m_twin.invoke(m_emitter, Qt::DirectConnection, Q_ARG(QVariant, readableInQml(list)));
+}
+
+void ListRelay::relay(const QStringList &list, const QString &text)
+{
+    m_twin.invoke(m_emitter, Qt::DirectConnection, Q_ARG(QVariant, readableInQml(list)),
+                  Q_ARG(QString, text));
+}
 
 // The twins are the first methods of their class. An object that the engine has extended has them itself:
 // if the extension emitted them, Qt 5 would count the notifying signal of a property twice, and emit the
@@ -26,8 +43,16 @@ void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
         const int place
             = twins.indexOfSignal(emitted->method(i).methodSignature()) - twins.methodOffset();
         if (place >= 0) {
-            QObject::connect(object, from.method(from.methodOffset() + place), emitter,
-                             emitted->method(i));
+            const QMetaMethod signal = from.method(from.methodOffset() + place);
+            if (signal.parameterTypes().value(0) == "QStringList") {
+                const char *slot = signal.parameterCount() == 1 ? "relay(QStringList)"
+                                                                : "relay(QStringList,QString)";
+                auto *relay = new ListRelay(extension, emitter, emitted->method(i));
+                QObject::connect(object, signal, relay,
+                                 relay->metaObject()->method(relay->metaObject()->indexOfSlot(slot)));
+            } else {
+                QObject::connect(object, signal, emitter, emitted->method(i));
+            }
         }
     }
 }

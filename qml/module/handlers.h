@@ -2,7 +2,9 @@
 #ifndef HNIPC_QML_HANDLERS_H
 #define HNIPC_QML_HANDLERS_H
 
+#include <QtCore/QMetaMethod>
 #include <QtCore/QObject>
+#include <QtCore/QStringList>
 
 /// Connects each signal of a class to its twin, of which QML finds the handler. @p object is of the
 /// class @p from; the twins are emitted by @p object itself if the engine has extended it, otherwise by
@@ -10,6 +12,23 @@
 /// methods of their class, in the same order.
 void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
                   const QMetaObject &twins);
+
+/// Relays a signal that begins with a list of strings to its twin, whose list is an Array.
+class ListRelay : public QObject
+{
+    Q_OBJECT
+
+public:
+    ListRelay(QObject *parent, QObject *emitter, const QMetaMethod &twin);
+
+public Q_SLOTS:
+    void relay(const QStringList &list);
+    void relay(const QStringList &list, const QString &text);
+
+private:
+    QObject *m_emitter;
+    QMetaMethod m_twin;
+};
 
 /**
  * What HNIPC and HNIPCEvents offer to each object of a document: the handlers of an object that C++ has

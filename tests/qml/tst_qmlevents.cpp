@@ -19,6 +19,7 @@ private Q_SLOTS:
     void handlersReceiveArgumentsByName();
     void eventsOfARestartedDaemonArrive();
     void daemonsThatDoNotReplyDelayNothing();
+    void listsOfStringsAreArrays();
     void objectOfCppStandsWhereTheTypeIsAskedFor();
     void objectOfCppHasHandlers();
     void handlersOfAnythingElse();
@@ -142,6 +143,26 @@ void tst_QmlEvents::daemonsThatDoNotReplyDelayNothing()
         QCOMPARE(daemons[server].introspections(), 0);
     }
     QVERIFY(daemons.takeCalls().isEmpty());
+}
+
+void tst_QmlEvents::listsOfStringsAreArrays()
+{
+    FakeDaemons daemons;
+    Scene scene;
+    scene.show("import HNIPC 1.0\nHNIPCEvents {\n"
+               "    property var seen: []\n"
+               "    property var other: []\n"
+               "    onM4RibbonIDs: value => seen.push(Array.isArray(value), value.concat(['c']))\n"
+               "    onRibbonChanged: skus => seen.push(Array.isArray(skus), skus)\n"
+               "    onReceived: name => other.push(name)\n"
+               "}");
+    QVERIFY(listens(scene));
+    QVERIFY(daemons.emitSignal(M4, "M4_M4RibbonIDs", "(['a', 'b'],)"));
+    QVERIFY(waitUntil([&]() { return scene.js("other.length") == "1"; }));
+    QVERIFY(daemons.emitSignal(SUPPLYD, "SUPPLYD_RibbonChanged", "(['d'], 'p')"));
+    QVERIFY(waitUntil([&]() { return scene.js("other.length") == "2"; }));
+    QCOMPARE(scene.js("seen"), QByteArray("[true,[\"a\",\"b\",\"c\"],true,[\"d\"]]"));
+    QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
 void tst_QmlEvents::objectOfCppStandsWhereTheTypeIsAskedFor()
