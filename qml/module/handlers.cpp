@@ -4,11 +4,8 @@
 #include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
 
-
 ListRelay::ListRelay(QObject *parent, QObject *emitter, const QMetaMethod &twin)
-    : QObject(parent)
-    , m_emitter(emitter)
-    , m_twin(twin)
+    : QObject(parent), m_emitter(emitter), m_twin(twin)
 {
 }
 
@@ -23,9 +20,9 @@ void ListRelay::relay(const QStringList &list, const QString &text)
                   Q_ARG(QString, text));
 }
 
-// The twins are the first methods of their class. An object that the engine has extended has them itself:
-// if the extension emitted them, Qt 5 would count the notifying signal of a property twice, and emit the
-// wrong ones.
+// The twins are the first methods of their class. An object that the engine has extended has them
+// itself: if the extension emitted them, Qt 5 would count the notifying signal of a property twice,
+// and emit the wrong ones.
 static bool isExtended(const QObject *object, const QMetaObject &twins)
 {
     const QByteArray first = twins.method(twins.methodOffset()).methodSignature();
@@ -40,16 +37,17 @@ void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
     const QMetaObject *emitted = emitter->metaObject();
     int i = isInObject ? from.methodCount() : twins.methodOffset();
     for (; i < emitted->methodCount(); ++i) {
-        const int place
-            = twins.indexOfSignal(emitted->method(i).methodSignature()) - twins.methodOffset();
+        const int place = twins.indexOfSignal(emitted->method(i).methodSignature())
+            - twins.methodOffset();
         if (place >= 0) {
             const QMetaMethod signal = from.method(from.methodOffset() + place);
             if (signal.parameterTypes().value(0) == "QStringList") {
                 const char *slot = signal.parameterCount() == 1 ? "relay(QStringList)"
                                                                 : "relay(QStringList,QString)";
                 auto *relay = new ListRelay(extension, emitter, emitted->method(i));
-                QObject::connect(object, signal, relay,
-                                 relay->metaObject()->method(relay->metaObject()->indexOfSlot(slot)));
+                QObject::connect(
+                    object, signal, relay,
+                    relay->metaObject()->method(relay->metaObject()->indexOfSlot(slot)));
             } else {
                 QObject::connect(object, signal, emitter, emitted->method(i));
             }
@@ -63,8 +61,7 @@ static QObject *handlersFor(QObject *client)
     if (isExtended(client, Handlers::staticMetaObject)) {
         return client;
     }
-    QObject *handlers
-        = client->findChild<Handlers *>(QString(), Qt::FindDirectChildrenOnly);
+    QObject *handlers = client->findChild<Handlers *>(QString(), Qt::FindDirectChildrenOnly);
     return handlers ? handlers : new Handlers(client);
 }
 

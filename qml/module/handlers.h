@@ -7,9 +7,10 @@
 #include <QtCore/QStringList>
 
 /// Connects each signal of a class to its twin, of which QML finds the handler. @p object is of the
-/// class @p from; the twins are emitted by @p object itself if the engine has extended it, otherwise by
-/// @p extension, which is of the class @p twins. The signals that have twins, and the twins, are the first
-/// methods of their class, in the same order.
+/// class @p from; the twins are emitted by @p object itself if the engine has extended it,
+/// otherwise by
+/// @p extension, which is of the class @p twins. The signals that have twins, and the twins, are
+/// the first methods of their class, in the same order.
 void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
                   const QMetaObject &twins);
 
@@ -31,8 +32,8 @@ private:
 };
 
 /**
- * What HNIPC and HNIPCEvents offer to each object of a document: the handlers of an object that C++ has
- * made. The engine extends only those that it makes itself.
+ * What HNIPC and HNIPCEvents offer to each object of a document: the handlers of an object that C++
+ * has made. The engine extends only those that it makes itself.
  *
  *     Connections {
  *         target: HNIPCEvents.handlersOf(events)
@@ -44,13 +45,10 @@ class HandlersInQml : public QObject
     Q_OBJECT
 
 public:
-    explicit HandlersInQml(QObject *caller)
-        : QObject(caller)
-    {
-    }
+    explicit HandlersInQml(QObject *caller) : QObject(caller) {}
 
-    /// The object that has the handlers of @p client, an HNIPC or HNIPCEvents: @p client itself if QML
-    /// has made it. Null for null and for an object of another class.
+    /// The object that has the handlers of @p client, an HNIPC or HNIPCEvents: @p client itself if
+    /// QML has made it. Null for null and for an object of another class.
     Q_INVOKABLE QObject *handlersOf(QObject *client);
 };
 

@@ -40,7 +40,8 @@ public:
     void registerTypes(const char *uri) override
     {
         qmlRegisterExtendedType<WithHandlers<HNIPC>, HNIPCInQml>(uri, 1, 0, "HNIPC");
-        qmlRegisterExtendedType<WithHandlers<HNIPCEvents>, HNIPCEventsInQml>(uri, 1, 0, "HNIPCEvents");
+        qmlRegisterExtendedType<WithHandlers<HNIPCEvents>, HNIPCEventsInQml>(uri, 1, 0,
+                                                                             "HNIPCEvents");
         qmlRegisterExtendedType<RequestInQml, ValueInQml>(uri, 1, 0, "HNIPCRequest");
         qmlRegisterExtendedType<HNIPCReading, ValueInQml>(uri, 1, 0, "HNIPCReading");
         qmlRegisterType<HNIPCAvailability>(uri, 1, 0, "HNIPCAvailability");

@@ -42,9 +42,8 @@ static QByteArray typeName(const QMetaObject &meta, const QByteArray &name)
 
 static QByteArray typed(const QMetaObject &meta, const QByteArray &name)
 {
-    return name.endsWith('*')
-        ? "type: \"" + typeName(meta, name.chopped(1)) + "\"; isPointer: true"
-        : "type: \"" + typeName(meta, name) + '"';
+    return name.endsWith('*') ? "type: \"" + typeName(meta, name.chopped(1)) + "\"; isPointer: true"
+                              : "type: \"" + typeName(meta, name) + '"';
 }
 
 static QByteArray members(const QMetaObject &meta)
@@ -66,8 +65,8 @@ static QByteArray members(const QMetaObject &meta)
             continue;
         }
         result += "        Property { name: \"" + QByteArray(property.name()) + "\"; "
-            + typed(meta, property.typeName())
-            + (property.isWritable() ? "" : "; isReadonly: true") + " }\n";
+            + typed(meta, property.typeName()) + (property.isWritable() ? "" : "; isReadonly: true")
+            + " }\n";
     }
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
         const QMetaMethod method = meta.method(i);
@@ -96,8 +95,8 @@ static QByteArray members(const QMetaObject &meta)
 static QByteArray unexported(const QByteArray &name, const QMetaObject &meta,
                              const QByteArray &prototype = "QObject")
 {
-    return "    Component {\n        name: \"" + name + "\"\n"
-        + "        prototype: \"" + prototype + "\"\n" + members(meta) + "    }\n";
+    return "    Component {\n        name: \"" + name + "\"\n" + "        prototype: \"" + prototype
+        + "\"\n" + members(meta) + "    }\n";
 }
 
 static QByteArray component(const QMetaObject &meta, const QByteArray &prototype,
@@ -120,8 +119,8 @@ int main(int argc, char **argv)
     if (argc != 2) {
         return 2;
     }
-    // That a class is extended by another, not every tool understands; that it inherits it, each. So it
-    // is with attached types, which Qt 5's tools do not look into.
+    // That a class is extended by another, not every tool understands; that it inherits it, each.
+    // So it is with attached types, which Qt 5's tools do not look into.
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     const QByteArray ofClients = "HandlersInQml";
     const QByteArray ofCalls = "ValueInQml";

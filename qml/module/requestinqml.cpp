@@ -65,7 +65,8 @@ RequestInQml::RequestInQml()
 {
     connect(this, &HNIPCRequest::stateChanged, this, [this]() { hold(); });
     // Queued, since an object that is being collected has no handlers any more.
-    connect(this, &HNIPCRequest::finished, this, [this]() { release(); }, Qt::QueuedConnection);
+    connect(
+        this, &HNIPCRequest::finished, this, [this]() { release(); }, Qt::QueuedConnection);
 }
 
 // By a reference, which ends with the engine and leaves destroy() possible.

@@ -19,10 +19,7 @@ class CallInQml : public QObject
 
 public:
     /// @p caller is the object whose code calls.
-    explicit CallInQml(QObject *caller)
-        : QObject(caller)
-    {
-    }
+    explicit CallInQml(QObject *caller) : QObject(caller) {}
 
     /// Sends a request. When it has finished, @p callback, if given, is called with an object that
     /// has its `done`, `outcome`, `reason`, `value`, `errorName` and `errorText`. If the calling
@@ -32,8 +29,8 @@ public:
                           const QJSValue &callback = QJSValue());
 };
 
-/// The request that QML creates. To QML it is of the class itself, since it has no meta-object of its
-/// own. JavaScript does not collect it while it is pending.
+/// The request that QML creates. To QML it is of the class itself, since it has no meta-object of
+/// its own. JavaScript does not collect it while it is pending.
 class RequestInQml : public HNIPCRequest
 {
 public:

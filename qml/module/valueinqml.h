@@ -8,9 +8,10 @@
 class HNIPCReading;
 class HNIPCRequest;
 
-/// A value in types that JavaScript has without loss. A supply record or a table is an object, whose
-/// properties are the fields or keys; a number of 64 bits is decimal text; bytes are base64 text; a list
-/// of strings is an Array. The same applies within objects and lists. All else is as in C++.
+/// A value in types that JavaScript has without loss. A supply record or a table is an object,
+/// whose properties are the fields or keys; a number of 64 bits is decimal text; bytes are base64
+/// text; a list of strings is an Array. The same applies within objects and lists. All else is as
+/// in C++.
 QVariant readableInQml(const QVariant &value);
 
 /// The value of a request or reading in QML, in place of the one of its class: see readableInQml().

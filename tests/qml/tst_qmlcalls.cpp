@@ -351,7 +351,8 @@ void tst_QmlCalls::engineGoesFirst()
                           "        HNIPCRequest.call('calibrateSupply', [],\n"
                           "                          () => outside.objectName = ++count)\n"
                           "    }\n"
-                          "}", QUrl(QString::fromLatin1("scene.qml")));
+                          "}",
+                          QUrl(QString::fromLatin1("scene.qml")));
         root.reset(component.create());
         QVERIFY(root);
         QVERIFY(QMetaObject::invokeMethod(root.data(), "call"));
@@ -380,9 +381,11 @@ void tst_QmlCalls::screensComeAndGo()
                "    Loader { id: other }\n"
                "    function load(url) { loader.source = url }\n"
                "    function loadOther(url) { other.source = url }\n}");
-    const QByteArray url
-        = '"' + QUrl::fromLocalFile(QString::fromLatin1(HNIPC_QML_TEST_DIR "/Screen.qml"))
-                    .toString().toUtf8() + '"';
+    const QByteArray url = '"'
+        + QUrl::fromLocalFile(QString::fromLatin1(HNIPC_QML_TEST_DIR "/Screen.qml"))
+              .toString()
+              .toUtf8()
+        + '"';
     // One screen keeps the subscriptions.
     scene.js("loadOther(" + url + ")");
     const auto isComplete = [&]() { return scene.js("screen.complete") == "true"; };
@@ -404,7 +407,8 @@ void tst_QmlCalls::screensComeAndGo()
     const long before = heapInUse();
     QVERIFY(show(200, 1000));
     const long perScreen = (heapInUse() - before) / 800;
-    QVERIFY2(perScreen < 200, QByteArray::number(qlonglong(perScreen)).constData()); // below any object
+    QVERIFY2(perScreen < 200,
+             QByteArray::number(qlonglong(perScreen)).constData()); // below any object
     QCOMPARE(int(scene.root()->findChildren<QObject *>().size()), children);
     WireMonitor monitor;
     QVERIFY(show(0, 100)); // after the heap was counted, which has what the monitor keeps
