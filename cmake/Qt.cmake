@@ -55,11 +55,15 @@ message(STATUS "HNIPC ${PROJECT_VERSION} for Qt ${HNIPC_QT}")
 
 # Qt 4 has another QML. Where Qt looks for modules below its own prefix is the default place.
 if(NOT HNIPC_QT EQUAL 4)
-    set(HNIPC_QML AUTO CACHE STRING "The QML module: ON, OFF, or AUTO for ON where Qt's QML is found")
+    set(HNIPC_QML AUTO CACHE STRING "The QML module and the panel: ON, OFF, or AUTO for what Qt's part is found of")
     set_property(CACHE HNIPC_QML PROPERTY STRINGS AUTO ON OFF)
     set(HNIPC_QML_DIR ${CMAKE_INSTALL_LIBDIR}/qt${HNIPC_QT}/qml CACHE STRING
         "Where QML modules are installed, relative to the prefix")
-    set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml-modules)
+    # Where the panel finds them, from its own place, in the build tree as when it is installed.
+    set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/${HNIPC_QML_DIR})
+    if(IS_ABSOLUTE "${HNIPC_QML_DIR}")
+        set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml-modules)
+    endif()
     if(HNIPC_QML STREQUAL AUTO)
         find_package(Qt${HNIPC_QT} QUIET COMPONENTS Qml)
     elseif(HNIPC_QML)
