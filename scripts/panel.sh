@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: MIT
-# Sourced: whether a build has the front panel, which HNIPC_QML=OFF leaves out.
+# Sourced: whether a build has the QML module and the front panel, which HNIPC_QML=OFF leaves out.
 
-has_panel() {
+has_target() {
     local targets
     targets=$(cmake --build "$1" --target help)
-    grep --quiet --word-regexp hnipc-panel <<<"$targets"
+    grep --quiet --word-regexp "$2" <<<"$targets"
 }
+has_module() { has_target "$1" hnipcqml; }
+has_panel() { has_target "$1" hnipc-panel; }

@@ -50,10 +50,25 @@ diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
         -o -path ./share/doc/hnipc/html -prune -o ! -type d -printf '%P\n' | sort)
 cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # that the tests use
+# Each program starts with what was installed, and nothing of the user's environment leads it there.
+mkdir --mode=700 "$work/runtime" # Qt complains where there is none
+nothing="env -i PATH=$PATH LC_ALL=C.UTF-8 XDG_RUNTIME_DIR=$work/runtime QT_QPA_PLATFORM=offscreen"
 if [ "$qt" -ge 5 ]; then
-    for program in hnipc-sandbox hnipc-simulator hnipcctl; do
-        "$prefix/bin/$program" --version >>"$work/log"
+    for program in "$prefix"/bin/*; do
+        $nothing "$program" --version >"$work/output" 2>&1 \
+            || { cat "$work/output"; exit 1; }
+        diff <(echo "$(basename "$program") $(pkg-config --modversion "$libdir/pkgconfig/$name.pc")") \
+            "$work/output"
+        diff <(echo "\$ORIGIN/$(realpath --relative-to="$prefix/bin" "$libdir")") \
+            <(readelf --dynamic --wide "$program" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p')
     done
+fi
+if has_panel "$build"; then
+    $nothing QT_QUICK_BACKEND=software \
+        "$prefix/bin/hnipc-sandbox" -- "$prefix/bin/hnipc-panel" --shoot "0.5=$work/panel.png" \
+        >"$work/output" 2>&1 || { cat "$work/output"; exit 1; }
+    diff /dev/null "$work/output"
+    test -s "$work/panel.png"
 fi
 
 # The libraries need no more of Qt than its core and D-Bus modules.
@@ -65,7 +80,7 @@ for each in "$name" "${name/hnipc/hnipcasync}"; do
 done
 
 # The QML module, by itself: nothing but the import path leads to it and to its libraries.
-if has_panel "$build"; then
+if has_module "$build"; then
     modules=$libdir/qt$qt/qml
     diff <(printf '%s\n' libhnipcqml.so plugins.qmltypes qmldir) <(ls "$modules/HNIPC")
     screen=$build/tests/qml/hnipc-test-installedmodule

@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A command: its name, what it is about, the keys that give it, and below what became of it.
-Item {
+// A button: its name, the key that presses it, and below what it is about or what became of it.
+Rectangle {
     id: root
 
     required property string label
-    required property string about
-    required property string keys
-    required property string outcome
-    required property bool good
-    required property bool atWork
+    property string about: ""
+    property string keyName: ""
+    property string outcome: ""
+    property bool good: true
+    property bool atWork: false
+    property bool primary: false // the one that a person wants most
+    property bool dangerous: false // something is lost by it
+    property bool possible: true // else it is dimmed; a touch says why
+
+    readonly property bool isPressed: area.pressed
+    readonly property color ink: isPressed ? Theme.textPressed : !possible ? Theme.faint : dangerous ? Theme.fault : Theme.text
 
     signal activated
 
@@ -19,8 +25,12 @@ Item {
             root.activated();
     }
 
-    width: 89
-    height: 112
+    implicitWidth: 140 * Theme.unit
+    implicitHeight: 66 * Theme.unit
+    radius: Theme.radius
+    color: isPressed ? Theme.facePressed : !possible ? Theme.page : dangerous ? Theme.page : primary ? Theme.primary : Theme.face
+    border.width: activeFocus ? 4 * Theme.unit : atWork ? 3 * Theme.unit : dangerous ? 2 * Theme.unit : Theme.unit
+    border.color: activeFocus ? Theme.focus : atWork ? Theme.busy : dangerous && possible ? Theme.fault : Theme.edge
     activeFocusOnTab: true
 
     Keys.onReturnPressed: event => press(event)
@@ -28,105 +38,106 @@ Item {
     Keys.onSpacePressed: event => press(event)
     Accessible.role: Accessible.Button
     Accessible.name: label
-    Accessible.description: outcome
+    Accessible.description: outcome !== "" ? outcome : about
     Accessible.onPressAction: root.activated()
 
+    Label {
+        id: name
+
+        objectName: "label"
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.gap
+        anchors.right: hint.left
+        y: 5 * Theme.unit
+        height: 25 * Theme.unit
+        text: root.label
+        color: root.ink
+        font.pixelSize: Theme.large
+        font.bold: root.primary
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: Math.floor(Theme.small)
+        Accessible.ignored: true
+    }
+    Label {
+        id: hint
+
+        objectName: "keys"
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.gap
+        y: name.y
+        height: name.height
+        text: root.keyName
+        color: root.isPressed ? Theme.textPressed : root.primary ? Theme.text : Theme.faint
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
+    }
+    Label {
+        objectName: "about"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.leftMargin: Theme.gap
+        anchors.rightMargin: Theme.gap
+        y: 29 * Theme.unit
+        visible: result.text === ""
+        text: root.about
+        color: root.isPressed ? Theme.textPressed : root.primary && root.possible ? Theme.text : Theme.faint
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
+    }
+    Label {
+        id: result
+
+        objectName: "outcome"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.leftMargin: Theme.gap
+        anchors.rightMargin: Theme.gap
+        y: 29 * Theme.unit
+        height: root.height - y - 3 * Theme.unit
+        text: root.atWork ? qsTr("at work") : root.outcome === "" ? "" : (root.good ? "\u2713 " : "\u2715 ") + root.outcome
+        color: root.isPressed ? Theme.textPressed : root.atWork || root.primary && root.possible ? Theme.text : root.good ? Theme.good : Theme.fault
+        font.pixelSize: Theme.small
+        wrapMode: Text.Wrap
+        verticalAlignment: Text.AlignTop
+        lineHeight: 0.9
+        Accessible.ignored: true
+    }
+    // Moves for as long as the printer is at work.
     Rectangle {
-        objectName: "face"
-        width: parent.width
-        height: 62
-        radius: 8
-        color: area.pressed ? "#3d566e" : root.atWork ? "#26384a" : "#2c3a4a"
-        border.width: root.activeFocus ? 3 : 0
-        border.color: "#8fc7ea"
+        id: runner
 
-        Text {
-            objectName: "keys"
-            x: 7
-            y: 3
-            text: root.keys.split("").join(" ")
-            color: "#b7c3cf"
-            font.pixelSize: 11
-        }
-        Text {
-            objectName: "label"
-            x: 4
-            y: 18
-            width: parent.width - 8
-            height: 24
-            text: root.label
-            color: "#ffffff"
-            font.pixelSize: 18
-            fontSizeMode: Text.HorizontalFit
-            minimumPixelSize: 14
-            horizontalAlignment: Text.AlignHCenter
-            verticalAlignment: Text.AlignVCenter
-        }
-        Text {
-            objectName: "about"
-            x: 4
-            y: 41
-            width: parent.width - 8
-            text: root.about
-            color: "#b7c3cf"
-            font.pixelSize: 12
-            horizontalAlignment: Text.AlignHCenter
-        }
-        // Moves for as long as the printer is at work.
-        Rectangle {
-            id: runner
+        objectName: "runner"
+        visible: root.atWork
+        x: Theme.gap
+        y: parent.height - 9 * Theme.unit
+        width: 28 * Theme.unit
+        height: 5 * Theme.unit
+        radius: height / 2
+        color: Theme.text
+    }
+    SequentialAnimation {
+        running: root.atWork
+        loops: Animation.Infinite
 
-            objectName: "runner"
-            visible: root.atWork
-            x: 4
-            y: parent.height - 6
-            width: 24
-            height: 4
-            radius: 2
-            color: "#8fc7ea"
+        NumberAnimation {
+            target: runner
+            property: "x"
+            to: root.width - runner.width - Theme.gap
+            duration: 700
+            easing.type: Easing.InOutQuad
         }
-        SequentialAnimation {
-            running: root.atWork
-            loops: Animation.Infinite
-
-            NumberAnimation {
-                target: runner
-                property: "x"
-                to: 61
-                duration: 700
-                easing.type: Easing.InOutQuad
-            }
-            NumberAnimation {
-                target: runner
-                property: "x"
-                to: 4
-                duration: 700
-                easing.type: Easing.InOutQuad
-            }
-        }
-        MouseArea {
-            id: area
-
-            anchors.fill: parent
-            onClicked: root.activated()
+        NumberAnimation {
+            target: runner
+            property: "x"
+            to: Theme.gap
+            duration: 700
+            easing.type: Easing.InOutQuad
         }
     }
+    MouseArea {
+        id: area
 
-    Text {
-        objectName: "outcome"
-        y: 64
-        width: parent.width
-        height: 48
-        // A long reason needs the rest of the first line.
-        text: root.outcome.length > 32 ? root.outcome : root.outcome.replace(": ", ":\n")
-        textFormat: Text.PlainText
-        color: root.good ? "#a9d8bb" : "#ffb4a8"
-        font.pixelSize: 14
-        minimumPixelSize: 11
-        fontSizeMode: Text.Fit
-        wrapMode: Text.Wrap
-        elide: Text.ElideRight
-        lineHeight: 0.9
-        horizontalAlignment: Text.AlignHCenter
+        anchors.fill: parent
+        onClicked: root.activated()
     }
 }

@@ -1,26 +1,36 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// Whether a daemon is there.
+// Whether a daemon is on the bus, and replies.
 Rectangle {
     id: root
 
     required property string name
     required property bool known
     required property bool available
+    property bool silent: false
 
-    width: text.implicitWidth + 20
-    height: 28
-    radius: 14
-    color: !known ? "#212832" : available ? "#20402f" : "#5a2a26"
+    readonly property string mark: !known ? "" : !available ? "fault" : silent ? "warning" : "good"
+    readonly property string words: !known ? qsTr("not known") : !available ? qsTr("absent") : silent ? qsTr("no reply") : qsTr("there")
+
+    implicitWidth: text.implicitWidth + 18 * Theme.unit
+    implicitHeight: 28 * Theme.unit
+    radius: height / 2
+    color: Theme.card
+    border.width: Theme.unit
+    border.color: Theme.colorOf(mark)
+    Accessible.role: Accessible.Indicator
+    Accessible.name: name
+    Accessible.description: words
 
     Text {
         id: text
 
         objectName: "text"
         anchors.centerIn: parent
-        text: root.name + (root.known ? root.available ? " ✓" : " ✗" : "")
-        color: !root.known ? "#a9b6c4" : root.available ? "#a9d8bb" : "#ffb4a8"
-        font.pixelSize: 14
+        text: root.name + (root.mark === "" ? "" : root.mark === "good" ? " \u2713" : root.mark === "warning" ? " ?" : " \u2717")
+        color: Theme.colorOf(root.mark)
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
     }
 }

@@ -2,28 +2,59 @@
 import QtQuick 2.15
 
 // When something happened, and what.
-Row {
+Item {
     id: root
 
     required property string time
     required property string text
+    required property string detail
+    required property int index
 
-    spacing: 8
+    readonly property bool isCurrent: ListView.isCurrentItem && ListView.view.activeFocus
 
-    Text {
-        text: root.time
-        color: "#a9b6c4"
-        font.pixelSize: 14
+    signal activated
+
+    width: ListView.view ? ListView.view.width : 0
+    implicitHeight: Math.max(clock.implicitHeight, words.implicitHeight) + Theme.gap
+    Accessible.role: Accessible.ListItem
+    Accessible.name: time + " " + text
+    Accessible.onPressAction: activated()
+
+    Rectangle {
+        anchors.fill: parent
+        visible: root.isCurrent
+        color: Theme.card
+        border.width: 2 * Theme.unit
+        border.color: Theme.focus
+        radius: Theme.radius
     }
-    Text {
+    Label {
+        id: clock
+
+        anchors.left: parent.left
+        anchors.leftMargin: 4 * Theme.unit
+        y: Theme.gap / 2
+        text: root.time
+        color: Theme.faint
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
+    }
+    Label {
+        id: words
+
         objectName: "text"
-        width: 172
+        anchors.left: clock.right
+        anchors.leftMargin: Theme.gap
+        anchors.right: parent.right
+        y: Theme.gap / 2
         text: root.text.replace(/-/g, "\u2011") // a SKU stays in one piece
-        textFormat: Text.PlainText
-        color: "#e8edf2"
-        font.pixelSize: 14
+        font.pixelSize: Theme.small
         wrapMode: Text.Wrap
         maximumLineCount: 4
-        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+    MouseArea {
+        anchors.fill: parent
+        onClicked: root.activated()
     }
 }

@@ -1,26 +1,25 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
+import QtQuick.Layouts 1.15
 
-Row {
+RowLayout {
     id: root
 
     required property string title
     required property string text
 
-    spacing: 12
+    spacing: 12 * Theme.unit
 
-    Text {
-        width: 100
+    Label {
+        Layout.preferredWidth: 130 * Theme.unit
+        Layout.alignment: Qt.AlignTop
         text: root.title
-        color: "#ffffff"
-        font.pixelSize: 17
         font.bold: true
+        wrapMode: Text.Wrap
     }
-    Text {
-        width: 568
+    Label {
+        Layout.fillWidth: true
         text: root.text
-        color: "#e8edf2"
-        font.pixelSize: 17
         wrapMode: Text.Wrap
     }
 }

@@ -1,114 +1,139 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
+import HNIPC 1.0
 
 // A supply or a ribbon: its colours, its name, and what is left of it.
 Rectangle {
     id: root
 
     required property string title
-    required property bool known ///< whether something is in
-    required property string sku ///< empty where nothing is
+    required property bool known // whether something is in
+    required property string sku // empty where nothing is
     required property string name
-    required property var colors ///< texts of the form #rrggbb, or empty
-    required property var percent
+    required property HNIPCReading colors // a text of the form #rrggbb, or several
+    required property HNIPCReading percent
 
     readonly property bool present: sku !== ""
     readonly property bool measured: percent.known && percent.value >= 0 && percent.value <= 100
     readonly property bool low: measured && percent.value <= 10
-    readonly property real colorWidth: 54 / colors.length
+    readonly property var checkedColors: present && colors.known ? Words.checkedColors(colors.value) : []
+    readonly property real side: 44 * Theme.unit
 
-    width: 500
-    height: 76
-    radius: 6
-    color: "#212832"
+    implicitWidth: 400 * Theme.unit
+    implicitHeight: 58 * Theme.unit
+    radius: Theme.radius
+    color: Theme.card
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title
+    Accessible.description: Words.list([nameText.text, sku, percentText.visible ? percentText.text : ""])
 
     Rectangle {
-        x: 10
-        y: 10
-        width: 56
-        height: 56
-        radius: 2
-        color: "#5c6875"
+        id: swatches
+
+        anchors.left: parent.left
+        anchors.leftMargin: 7 * Theme.unit
+        anchors.verticalCenter: parent.verticalCenter
+        width: root.side + 2
+        height: root.side + 2
+        color: Theme.card
+        border.width: 1
+        border.color: Theme.edge
 
         Row {
             x: 1
             y: 1
 
             Repeater {
-                model: root.present ? root.colors.map(text => [text, root.colorWidth]) : []
+                model: root.checkedColors
 
                 Swatch {
-                    required property var modelData
+                    required property string modelData
 
                     objectName: "color"
-                    colorText: modelData[0]
-                    width: modelData[1]
+                    colorText: modelData
+                    width: root.side / root.checkedColors.length // qmllint disable unqualified
+                    height: root.side // qmllint disable unqualified
                 }
             }
         }
     }
+    Label {
+        id: titleText
 
-    Text {
-        x: 78
-        y: 8
+        anchors.left: swatches.right
+        anchors.leftMargin: 12 * Theme.unit
+        y: 6 * Theme.unit
         text: root.title
-        color: "#a9b6c4"
-        font.pixelSize: 13
+        color: Theme.faint
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
     }
-    Text {
-        objectName: "name"
-        x: 78
-        y: 25
-        width: 320
-        height: 24
-        text: root.present ? root.name : root.known ? "nothing is in" : "not known"
-        textFormat: Text.PlainText
-        color: root.present ? "#e8edf2" : "#a9b6c4"
-        font.pixelSize: 19
-        fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 11
-        maximumLineCount: 1
-        elide: Text.ElideRight
-        verticalAlignment: Text.AlignVCenter
-    }
-    Text {
+    Label {
         objectName: "sku"
-        x: 78
-        y: 52
-        width: 320
+        anchors.left: titleText.right
+        anchors.leftMargin: 12 * Theme.unit
+        anchors.right: percentText.left
+        anchors.rightMargin: Theme.gap
+        y: titleText.y
         text: root.sku
-        textFormat: Text.PlainText
-        color: "#a9b6c4"
-        font.pixelSize: 14
+        color: Theme.faint
+        font.pixelSize: Theme.small
         maximumLineCount: 1
-        elide: Text.ElideRight
+        Accessible.ignored: true
     }
-    Text {
+    Label {
+        id: nameText
+
+        objectName: "name"
+        anchors.left: titleText.left
+        anchors.right: percentText.left
+        anchors.rightMargin: Theme.gap
+        y: 26 * Theme.unit
+        height: 26 * Theme.unit
+        text: root.present ? root.name : root.known ? qsTr("nothing is in") : qsTr("not known")
+        color: root.present ? Theme.text : Theme.faint
+        font.pixelSize: Theme.large
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: Math.floor(Theme.small)
+        maximumLineCount: 1
+        Accessible.ignored: true
+    }
+    Label {
+        id: percentText
+
         objectName: "percent"
         anchors.right: parent.right
-        anchors.rightMargin: 14
-        y: 12
+        anchors.rightMargin: 12 * Theme.unit
+        y: 8 * Theme.unit
+        width: 92 * Theme.unit
+        horizontalAlignment: Text.AlignRight
         visible: root.present
-        text: root.measured ? Math.round(root.percent.value) + " %" : "? %"
-        color: root.low ? "#f2bd4b" : "#e8edf2"
-        font.pixelSize: 22
+        text: (root.low ? "\u26a0 " : "") + (root.measured ? Words.percent(root.percent.value) : qsTr("? %", "a share that is not known"))
+        color: root.low ? Theme.warning : Theme.text
+        font.pixelSize: Theme.large
         font.bold: true
+        Accessible.ignored: true
     }
     Rectangle {
-        x: 410
-        y: 54
-        width: 76
-        height: 8
-        radius: 4
-        color: "#39434f"
+        objectName: "track"
+        anchors.right: parent.right
+        anchors.rightMargin: 12 * Theme.unit
+        y: 38 * Theme.unit
+        width: 92 * Theme.unit
+        height: 11 * Theme.unit
+        radius: height / 2
+        color: Theme.page
+        border.width: 1
+        border.color: Theme.edge
         visible: root.present && root.measured
 
         Rectangle {
             objectName: "bar"
+            anchors.left: parent.left
             width: root.measured ? parent.width * root.percent.value / 100 : 0
             height: parent.height
-            radius: 4
-            color: root.low ? "#f2bd4b" : "#8fc7ea"
+            radius: parent.radius
+            color: root.low ? Theme.warning : Theme.busy
         }
     }
 }

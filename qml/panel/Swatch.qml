@@ -7,14 +7,13 @@ Rectangle {
 
     required property string colorText
 
-    height: 54
-    color: colorText !== "" ? colorText : "#39434f"
+    color: colorText !== "" ? colorText : Theme.noColor
 
     Text {
         anchors.centerIn: parent
         visible: root.colorText === ""
         text: "?"
-        color: "#ffffff"
-        font.pixelSize: 18
+        color: Theme.text
+        font.pixelSize: Theme.normal
     }
 }

@@ -1,37 +1,63 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
+import HNIPC 1.0
 
 // A switch of the printer in words, the first for false.
 Rectangle {
     id: root
 
     required property string name
-    required property var reading
+    required property string method
+    required property string signalName
     required property var words
 
-    property bool alarming: true ///< when it is true
+    property bool alarming: true // when it is true
 
-    readonly property bool isAlarm: alarming && reading.known && reading.value
+    readonly property alias reading: reading
+    readonly property bool isAlarm: alarming && reading.known && reading.value === true
 
-    width: 119
-    height: 40
-    radius: 6
-    color: isAlarm ? "#5a2a26" : "#212832"
+    implicitWidth: Math.max(108 * Theme.unit, nameText.implicitWidth + 2 * Theme.gap)
+    implicitHeight: 46 * Theme.unit
+    radius: Theme.radius
+    color: isAlarm ? Theme.faultCard : Theme.card
+    border.width: isAlarm ? 2 * Theme.unit : 0
+    border.color: Theme.fault
+    Accessible.role: Accessible.Indicator
+    Accessible.name: name
+    Accessible.description: text.text
 
-    Text {
-        x: 8
-        y: 3
-        text: root.name
-        color: root.isAlarm ? "#ffd9d3" : "#a9b6c4"
-        font.pixelSize: 12
+    HNIPCReading {
+        id: reading
+
+        method: root.method
+        signals: [root.signalName]
+        valueArgument: 0
+        deadline: Theme.patience
     }
-    Text {
+    Label {
+        id: nameText
+
+        objectName: "name"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.gap
+        y: 4 * Theme.unit
+        text: root.name
+        color: root.isAlarm ? Theme.textOnFault : Theme.faint
+        font.pixelSize: Theme.small
+        Accessible.ignored: true
+    }
+    Label {
+        id: text
+
         objectName: "text"
-        x: 8
-        y: 18
-        text: root.reading.known ? root.words[root.reading.value ? 1 : 0] : "not known"
-        color: root.isAlarm ? "#ffd9d3" : root.reading.known ? "#e8edf2" : "#a9b6c4"
-        font.pixelSize: 15
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.gap
+        y: 22 * Theme.unit
+        text: (root.isAlarm ? "\u26a0 " : "") + (reading.known ? root.words[reading.value ? 1 : 0] : qsTr("not known"))
+        color: root.isAlarm ? Theme.textOnFault : reading.known ? Theme.text : Theme.faint
         font.bold: root.isAlarm
+        Accessible.ignored: true
     }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "printer.h"
+#include "keyguard.h"
+#include "language.h"
 
 #include <hnipc/hnipc_version.h>
 
@@ -8,11 +9,15 @@
 #include <QtCore/QTimer>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QImage>
+#include <QtGui/QScreen>
+#include <QtQml/QQmlEngine>
+#include <QtQml/QQmlError>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickItemGrabResult>
 #include <QtQuick/QQuickView>
 
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 namespace {
@@ -44,11 +49,37 @@ int fail(int exitCode, const QString &text)
     return exitCode;
 }
 
+// What Qt says while it looks for a display. It aborts if there is none, even for --help.
+struct Start
+{
+    QStringList messages;
+    QString cause;
+} start;
+
+void whileStarting(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtFatalMsg) {
+        fail(Failed, QStringLiteral("no display is available: %1. Set DISPLAY or WAYLAND_DISPLAY, or "
+                                    "QT_QPA_PLATFORM to what shows windows here.")
+                         .arg(start.cause.isEmpty() ? message.simplified() : start.cause));
+        std::_Exit(Failed);
+    }
+    if (start.cause.isEmpty() && QLatin1String(context.category).startsWith(QLatin1String("qt.qpa"))) {
+        start.cause = message.simplified();
+    }
+    start.messages += qFormatLogMessage(type, context, message);
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
+    qInstallMessageHandler(whileStarting);
     QGuiApplication application(argc, argv);
+    qInstallMessageHandler(nullptr);
+    for (const QString &message : std::as_const(start.messages)) {
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+    }
     QGuiApplication::setApplicationName(QStringLiteral("hnipc-panel"));
     QGuiApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
 
@@ -63,7 +94,12 @@ int main(int argc, char *argv[])
         QStringLiteral("Write a picture of the panel after so many seconds, and end after the last"
                        "; may be given several times."),
         QStringLiteral("seconds=file"));
-    parser.addOptions({ full, shoot });
+    const QCommandLineOption language(
+        QStringLiteral("language"),
+        QStringLiteral("Speak this language: %1. By default that of the locale, or English.")
+            .arg(languages().join(QStringLiteral(", "))),
+        QStringLiteral("code"));
+    parser.addOptions({ full, shoot, language });
     if (!parser.parse(QCoreApplication::arguments())) {
         return fail(WrongUsage, parser.errorText() + QStringLiteral(" See hnipc-panel --help."));
     }
@@ -82,14 +118,29 @@ int main(int argc, char *argv[])
         shots += shot;
     }
 
-    Printer printer;
+    const QString code = parser.value(language);
+    if (parser.isSet(language) && !languages().contains(code)) {
+        return fail(WrongUsage, QStringLiteral("--language: expected one of %1, not \"%2\"")
+                                    .arg(languages().join(QStringLiteral(", ")), code));
+    }
+    speak(parser.isSet(language) ? QLocale(code) : QLocale());
+
     QQuickView view;
-    view.setTitle(QStringLiteral("Label printer"));
+    new KeyGuard(&view);
+    view.setTitle(QCoreApplication::translate("Panel", "Label printer"));
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setMinimumSize(QSize(400, 240));
-    view.setInitialProperties(
-        { { QStringLiteral("printer"), QVariant::fromValue<QObject *>(&printer) } });
-    view.setSource(QUrl(QStringLiteral("qrc:/panel/Panel.qml")));
+    view.engine()->addImportPath(QCoreApplication::applicationDirPath()
+                                 + QStringLiteral("/" HNIPC_QML_FROM_BIN));
+    view.engine()->addImportPath(QStringLiteral("qrc:/"));
+    view.setSource(QUrl(QStringLiteral("qrc:/HNIPC/Panel/Panel.qml")));
+    if (view.status() != QQuickView::Ready) {
+        const QList<QQmlError> errors = view.errors();
+        for (const QQmlError &error : errors) {
+            fail(Failed, error.toString());
+        }
+        return Failed;
+    }
 
     auto shotsLeft = shots.size();
     const auto take = [&view, &shotsLeft](const Shot &shot) {
@@ -117,11 +168,11 @@ int main(int argc, char *argv[])
     });
 
     if (parser.isSet(full)) {
+        view.setGeometry(view.screen()->geometry()); // without a window manager nobody else does
         view.showFullScreen();
     } else {
         view.resize(800, 480);
         view.show();
     }
-    // Without its screen the engine has said why.
-    return view.status() == QQuickView::Ready ? application.exec() : Failed;
+    return application.exec();
 }

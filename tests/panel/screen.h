@@ -2,12 +2,14 @@
 #ifndef HNIPC_TESTS_PANEL_SCREEN_H
 #define HNIPC_TESTS_PANEL_SCREEN_H
 
-#include "printer.h"
+#include "keyguard.h"
 #include "support/waituntil.h"
 
+#include <QtCore/QAbstractItemModel>
 #include <QtCore/QUrl>
 #include <QtGui/QColor>
 #include <QtGui/QImage>
+#include <QtQml/QQmlEngine>
 #include <QtQuick/QQuickItem>
 #include <QtQuick/QQuickItemGrabResult>
 #include <QtQuick/QQuickView>
@@ -19,29 +21,27 @@
 class Screen
 {
 public:
-    explicit Screen(const QSize &size = QSize(800, 480), int patience = 30 * 1000)
-        : m_printer(patience)
+    // Times are those of Panel.qml, by their names, in milliseconds.
+    explicit Screen(const QSize &size = QSize(800, 480), const QVariantMap &times = {})
     {
-        bool isListening = false; // events before that are not told
-        QObject::connect(&m_printer, &Printer::listeningChanged, &m_view,
-                         [&isListening](bool listening) { isListening = listening; });
         m_view.setResizeMode(QQuickView::SizeRootObjectToView);
-        m_view.setInitialProperties({ { "printer", QVariant::fromValue<QObject *>(&m_printer) } });
-        m_view.setSource(QUrl("qrc:/panel/Panel.qml"));
+        m_view.engine()->addImportPath(HNIPC_QML_BUILD_DIR);
+        m_view.engine()->addImportPath("qrc:/");
+        m_view.setInitialProperties(times);
+        m_view.setSource(QUrl("qrc:/HNIPC/Panel/Panel.qml"));
         m_view.resize(size);
         m_view.show();
         m_view.requestActivate();
         const auto isThere = [&]() {
-            return m_view.isExposed() && m_view.isActive() && isListening;
+            return m_view.isExposed() && m_view.isActive()
+                && m_view.rootObject()->property("listening").toBool(); // else events are not told
         };
         if (!waitUntil(isThere)) {
             qFatal("there is no screen");
         }
-        QObject::disconnect(&m_printer, &Printer::listeningChanged, &m_view, nullptr);
     }
 
     QQuickView &view() { return m_view; }
-    Printer &printer() { return m_printer; }
 
     // By the names of items, outer ones first: "supply/name".
     QQuickItem *item(const QString &path) const
@@ -57,10 +57,18 @@ public:
         return result;
     }
 
-    // Line breaks as a person reads them.
+    // Without the mark for good or bad.
     QString text(const QString &path) const
     {
-        return item(path)->property("text").toString().replace('\n', ' ');
+        QString result = item(path)->property("text").toString();
+        return mark(path).isNull() ? result : result.mid(2);
+    }
+
+    QChar mark(const QString &path) const
+    {
+        const QString text = item(path)->property("text").toString();
+        const bool isMarked = QString::fromUtf8("✓✕⚠").contains(text.left(1)) && text.size() > 1;
+        return isMarked ? text.at(0) : QChar();
     }
 
     QString color(const QString &path) const { return colorOf(item(path)).name(); }
@@ -82,9 +90,11 @@ public:
     QStringList events() const
     {
         QStringList result;
-        const EventList &events = *const_cast<Printer &>(m_printer).events();
-        for (int row = 0; row < events.count(); ++row) {
-            result += events.data(events.index(row), EventList::TextRole).toString();
+        QAbstractItemModel *events =
+            item("events")->property("model").value<QAbstractItemModel *>();
+        const int role = events->roleNames().key("text");
+        for (int row = 0; row < events->rowCount(); ++row) {
+            result += events->data(events->index(row, 0), role).toString();
         }
         return result;
     }
@@ -102,6 +112,11 @@ public:
     bool tells(const QString &event) const
     {
         return waitUntil([&]() { return events().contains(event); });
+    }
+
+    QRectF placeOf(const QString &path) const
+    {
+        return item(path)->mapRectToScene(item(path)->boundingRect());
     }
 
     QPoint middleOf(const QString &path) const
@@ -141,11 +156,14 @@ public:
 
     // What a person could not read: text that leaves its place or covers another one, or that has
     // too little contrast.
-    QString faults() const
+    QString faults()
     {
+        if (!renders(1)) { // places follow from what is shown only then
+            return "nothing is painted";
+        }
         QStringList result;
         QList<QPair<QString, QRectF>> painted;
-        QQuickItem *page = item("page");
+        QQuickItem *page = m_view.rootObject();
         for (QQuickItem *text : shownTexts()) {
             const QString name = nameOf(text);
             const QRectF ink = inkOf(text);
@@ -164,7 +182,7 @@ public:
                 result += name + " leaves its card";
             }
             const QRectF onPage = text->mapRectToItem(page, ink);
-            if (!list && !contains(QRectF(0, 0, 800, 480), onPage)) {
+            if (!list && !contains(page->boundingRect(), onPage)) {
                 result += name + " leaves the page";
             }
             const double contrast = contrastOf(colorOf(text), colorOf(card));
@@ -205,7 +223,7 @@ public:
                 result += nameOf(text);
             }
         }
-        for (QQuickItem *swatch : all(item("page"))) {
+        for (QQuickItem *swatch : all(m_view.rootObject())) {
             if (swatch->objectName() == "color" && !item("help")->isVisible()
                 && swatch->property("colorText") != QString()) {
                 const QRectF place = swatch->mapRectToScene(swatch->boundingRect());
@@ -215,6 +233,22 @@ public:
             }
         }
         return result.join('\n');
+    }
+
+    // On the page that is in front.
+    QList<QQuickItem *> shownTexts() const
+    {
+        QList<QQuickItem *> result;
+        const QQuickItem *sheet = m_view.rootObject()->property("openSheet").value<QQuickItem *>();
+        for (QQuickItem *text : all(m_view.rootObject())) {
+            if (text->inherits("QQuickText") && text->isVisible()
+                && !text->property("text").toString().isEmpty()
+                && text->objectName() != "sign" // which is no text
+                && (!sheet || sheet->isAncestorOf(text) || item("header")->isAncestorOf(text))) {
+                result += text;
+            }
+        }
+        return result;
     }
 
     static double contrastOf(const QColor &a, const QColor &b)
@@ -240,21 +274,6 @@ public:
     }
 
 private:
-    // On the page that is in front.
-    QList<QQuickItem *> shownTexts() const
-    {
-        QList<QQuickItem *> result;
-        const QQuickItem *help = item("help");
-        for (QQuickItem *text : all(item("page"))) {
-            if (text->inherits("QQuickText") && text->isVisible()
-                && !text->property("text").toString().isEmpty()
-                && (!help->isVisible() || help->isAncestorOf(text))) {
-                result += text;
-            }
-        }
-        return result;
-    }
-
     static QString nameOf(const QQuickItem *text)
     {
         return text->parentItem()->objectName() + '/' + text->objectName() + " \""
@@ -325,7 +344,6 @@ private:
             + 0.0722 * linear(color.blueF());
     }
 
-    Printer m_printer;
     QQuickView m_view;
 };
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screen.h"
+
+#include "language.h"
 #include "support/privatebus.h"
 #include "tools/desk.h"
 
@@ -7,7 +9,9 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QTranslator>
 #include <QtDBus/QDBusConnection>
+#include <QtGui/QAccessible>
 #include <QtGui/QGuiApplication>
 
 #include <signal.h>
@@ -19,11 +23,13 @@
 namespace {
 
 const QStringList allDaemons = { "ioexpd", "m4", "supplyd" };
+const QStringList buttons = { "Print", "Feed", "Cut", "Calibrate", "Cancel", "Load", "Help",
+                              "Clear" };
 const QString atWork = "at work";
 const QString unknown = "unknown: look at the printer";
 
-const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7fd3a0";
-const QString goodOutcome = "#a9d8bb", badOutcome = "#ffb4a8";
+const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7fd3a0", blue = "#8fc7ea";
+const QChar yes(0x2713), no(0x2715); // before an outcome
 
 QStringList complaints; // of the QML engine, and about the QML files
 
@@ -147,6 +153,21 @@ private slots:
     void wholeScenario_data();
     void wholeScenario();
 
+    void printingIsSaid();
+    void ownJobIsPrintingUntilItEnds();
+    void lateReplyStartsNoJob();
+    void jobWithoutLabelsEnds();
+    void readyIsNotSaidWhileAReadIsOverdue();
+    void errorOfASignalIsShownAtOnce();
+    void daemonThatHungIsReadAgain();
+    void outcomeGoesWithItsCause();
+    void outcomeExpires();
+    void errorClosesHelp();
+    void longReasonIsReadWhole();
+    void clearAsksFirst();
+    void commandsThatCannotWorkAreDimmed();
+    void floodIsShown();
+
     void oneReadingForEachChange_data();
     void oneReadingForEachChange();
     void noReadingWithoutAChange();
@@ -162,9 +183,16 @@ private slots:
     void manyTextsAreHarmless();
     void oddNumbersAreHarmless_data();
     void oddNumbersAreHarmless();
-    void pageFillsTheWindow_data();
-    void pageFillsTheWindow();
+    void everySizeIsLaidOut_data();
+    void everySizeIsLaidOut();
     void everyButtonFitsAFinger();
+    void edgesAreSeen();
+    void arrowsMoveTheFocus_data();
+    void arrowsMoveTheFocus();
+    void scannerDoesNothing();
+    void everythingHasANameAndARole();
+    void languagesFit_data();
+    void languagesFit();
     void focusIsSeen();
 };
 
@@ -193,11 +221,11 @@ void tst_Panel::nobodyIsThere()
     Screen screen;
     QVERIFY(screen.shows("state", "Print engine is absent"));
     QCOMPARE(screen.text("note"),
-             QString("Supply daemon is absent; the printer's buttons are not heard"));
+             QString("Supply daemon is absent; the printer's buttons do not work"));
     QCOMPARE(screen.text("ioexpd/text"), QString::fromUtf8("I/O ✗"));
     QCOMPARE(screen.text("m4/text"), QString::fromUtf8("Engine ✗"));
     QCOMPARE(screen.text("supplyd/text"), QString::fromUtf8("Supply ✗"));
-    QCOMPARE(screen.color("m4/text"), badOutcome);
+    QCOMPARE(screen.color("m4/text"), red);
     QCOMPARE(screen.text("battery"), QString("Battery ?"));
     for (const char *name : { "lid", "latch", "cutterCover", "cutterHome" }) {
         QCOMPARE(screen.text(QString(name) + "/text"), QString("not known"));
@@ -208,7 +236,7 @@ void tst_Panel::nobodyIsThere()
     }
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "not done: print engine is absent"));
-    QCOMPARE(screen.color("buttonFeed/outcome"), badOutcome);
+    QCOMPARE(screen.mark("buttonFeed/outcome"), no);
     QCOMPARE(screen.faults(), QString());
 }
 
@@ -219,24 +247,24 @@ void tst_Panel::daemonsCome()
     Desk desk({});
     desk.start("m4");
     QVERIFY(screen.shows("state", "Ready"));
-    QVERIFY(screen.tells("Print engine is there"));
+    QVERIFY(screen.tells("Print engine is running"));
     QCOMPARE(screen.text("m4/text"), QString::fromUtf8("Engine ✓"));
     QVERIFY(screen.shows("lid/text", "closed"));
     QCOMPARE(screen.text("supply/name"), QString("not known"));
     QCOMPARE(screen.text("note"),
-             QString("Supply daemon is absent; the printer's buttons are not heard"));
+             QString("Supply daemon is absent; the printer's buttons do not work"));
 
     desk.start("supplyd");
     QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
     QVERIFY(screen.shows("ribbon1/name", "Cyan, Magenta, Yellow"));
-    QVERIFY(screen.tells("Supply daemon is there"));
+    QVERIFY(screen.tells("Supply daemon is running"));
     QCOMPARE(screen.text("supplyd/text"), QString::fromUtf8("Supply ✓"));
-    QCOMPARE(screen.text("note"), QString("The printer's buttons are not heard"));
+    QCOMPARE(screen.text("note"), QString("The printer's buttons do not work"));
 
     desk.start("ioexpd");
     QVERIFY(screen.shows("ioexpd/text", QString::fromUtf8("I/O ✓")));
-    QVERIFY(screen.tells("I/O expander is there"));
-    QCOMPARE(screen.color("ioexpd/text"), goodOutcome);
+    QVERIFY(screen.tells("I/O expander is running"));
+    QCOMPARE(screen.color("ioexpd/text"), green);
     QVERIFY(screen.shows("note", ""));
     QCOMPARE(screen.faults(), QString());
 }
@@ -308,7 +336,7 @@ void tst_Panel::readsThatFailAreRepeated()
         engine.ignore("getError");
     }
     QVERIFY(engine.own("org.hnipc.m4"));
-    Screen screen(QSize(800, 480), 500);
+    Screen screen(QSize(800, 480), { { "patience", 500 } });
     const auto readings = [&engine]() {
         int result = 0;
         const QList<WireMessage> calls = engine.calls();
@@ -318,9 +346,10 @@ void tst_Panel::readsThatFailAreRepeated()
         return result;
     };
     QVERIFY(waitUntil([&]() { return readings() >= 2; }));
-    QCOMPARE(screen.text("state"), QString("Waiting for the print engine"));
+    QCOMPARE(screen.text("state"), QString(refuses ? "Print engine refuses to say its state"
+                                                   : "Waiting for the print engine"));
     engine.answer("getError", "(10,)");
-    QVERIFY(screen.shows("state", "Lid open"));
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
     const int before = readings();
 
     // Once more, of a value that was known.
@@ -338,11 +367,11 @@ void tst_Panel::daemonDiesAndReturns_data()
     QTest::addColumn<QString>("there");
     QTest::addColumn<QString>("gone");
     QTest::addColumn<QString>("event");
-    QTest::newRow("m4") << "m4" << "lid/text" << "closed" << "not known" << "Print engine is gone";
+    QTest::newRow("m4") << "m4" << "lid/text" << "closed" << "not known" << "Print engine has stopped";
     QTest::newRow("supplyd") << "supplyd" << "ribbon2/name" << "Black" << "not known"
-                             << "Supply daemon is gone";
+                             << "Supply daemon has stopped";
     QTest::newRow("ioexpd") << "ioexpd" << "ioexpd/text" << QString::fromUtf8("I/O ✓")
-                            << QString::fromUtf8("I/O ✗") << "I/O expander is gone";
+                            << QString::fromUtf8("I/O ✗") << "I/O expander has stopped";
 }
 
 void tst_Panel::daemonDiesAndReturns()
@@ -360,14 +389,14 @@ void tst_Panel::daemonDiesAndReturns()
         desk.daemon(daemon).process().kill();
         QVERIFY(screen.shows(place, gone));
         QVERIFY(screen.tells(event));
-        QCOMPARE(screen.color(daemon + "/text"), badOutcome);
+        QCOMPARE(screen.color(daemon + "/text"), red);
         QCOMPARE(screen.text("state"),
                  QString(daemon == "m4" ? "Print engine is absent" : "Ready"));
         QCOMPARE(screen.faults(), QString());
         desk.start(daemon);
     }
     QVERIFY(screen.shows(place, there));
-    QCOMPARE(screen.color(daemon + "/text"), goodOutcome);
+    QCOMPARE(screen.color(daemon + "/text"), green);
 
     // It is heard, too.
     if (daemon == "m4") {
@@ -412,7 +441,7 @@ void tst_Panel::rollsAreShown()
     desk.act("supplyd", "set", "('ribbon1Percent', <10.0>)");
     QVERIFY(screen.shows("ribbon1/percent", "10 %"));
     QCOMPARE(screen.color("ribbon1/percent"), amber);
-    QCOMPARE(screen.item("ribbon1/bar")->width(), 7.6);
+    QCOMPARE(screen.item("ribbon1/bar")->width(), 9.2);
     desk.act("supplyd", "set", "('ribbon1Percent', <10.6>)");
     QVERIFY(screen.shows("ribbon1/percent", "11 %"));
     QCOMPARE(screen.color("ribbon1/percent"), plain);
@@ -462,33 +491,33 @@ void tst_Panel::stateIsShown_data()
     QTest::addColumn<QString>("state");
     QTest::addColumn<QString>("color");
     QTest::addColumn<QString>("event");
-    QTest::newRow("lid") << QByteArray("('printerLid', <true>)") << "Lid open" << red
+    QTest::newRow("lid") << QByteArray("('printerLid', <true>)") << "Stopped: lid open" << red
                          << "Error: lid open";
-    QTest::newRow("cover") << QByteArray("('cutterCover', <true>)") << "Cutter cover open" << red
+    QTest::newRow("cover") << QByteArray("('cutterCover', <true>)") << "Stopped: cutter cover open" << red
                            << "Error: cutter cover open";
-    QTest::newRow("latch") << QByteArray("('supplyLatch', <true>)") << "Supply latch open" << red
+    QTest::newRow("latch") << QByteArray("('supplyLatch', <true>)") << "Stopped: supply latch open" << red
                            << "Error: supply latch open";
-    QTest::newRow("supply") << QByteArray("('supplySensor', <0>)") << "Supply is out" << red
+    QTest::newRow("supply") << QByteArray("('supplySensor', <0>)") << "Stopped: supply is out" << red
                             << "Error: supply is out";
-    QTest::newRow("ribbon 1") << QByteArray("('ribbonClr1', <4000>)") << "Ribbon 1 is out" << red
+    QTest::newRow("ribbon 1") << QByteArray("('ribbonClr1', <4000>)") << "Stopped: ribbon 1 is out" << red
                               << "Error: ribbon 1 is out";
-    QTest::newRow("ribbon 2") << QByteArray("('ribbonClr2', <4000>)") << "Ribbon 2 is out" << red
+    QTest::newRow("ribbon 2") << QByteArray("('ribbonClr2', <4000>)") << "Stopped: ribbon 2 is out" << red
                               << "Error: ribbon 2 is out";
-    QTest::newRow("head 1") << QByteArray("('tph1Therm', <800>)") << "Print head 1 is hot" << red
+    QTest::newRow("head 1") << QByteArray("('tph1Therm', <800>)") << "Stopped: print head 1 is hot" << red
                             << "Error: print head 1 is hot";
-    QTest::newRow("head 2") << QByteArray("('tph2Therm', <800>)") << "Print head 2 is hot" << red
+    QTest::newRow("head 2") << QByteArray("('tph2Therm', <800>)") << "Stopped: print head 2 is hot" << red
                             << "Error: print head 2 is hot";
-    QTest::newRow("other error") << QByteArray("('error', <77>)") << "Error 77" << red
+    QTest::newRow("other error") << QByteArray("('error', <77>)") << "Stopped: error 77" << red
                                  << "Error: error 77";
-    QTest::newRow("battery") << QByteArray("('batteryStatus', <9>)") << "Battery is low" << amber
+    QTest::newRow("battery") << QByteArray("('batteryStatus', <9>)") << "Ready, but battery is low" << amber
                              << "Alert: battery is low";
-    QTest::newRow("supply low") << QByteArray("('alert', <20>)") << "Supply is low" << amber
+    QTest::newRow("supply low") << QByteArray("('alert', <20>)") << "Ready, but supply is low" << amber
                                 << "Alert: supply is low";
-    QTest::newRow("ribbon 1 low") << QByteArray("('alert', <21>)") << "Ribbon 1 is low" << amber
+    QTest::newRow("ribbon 1 low") << QByteArray("('alert', <21>)") << "Ready, but ribbon 1 is low" << amber
                                   << "Alert: ribbon 1 is low";
-    QTest::newRow("ribbon 2 low") << QByteArray("('alert', <22>)") << "Ribbon 2 is low" << amber
+    QTest::newRow("ribbon 2 low") << QByteArray("('alert', <22>)") << "Ready, but ribbon 2 is low" << amber
                                   << "Alert: ribbon 2 is low";
-    QTest::newRow("other alert") << QByteArray("('alert', <78>)") << "Alert 78" << amber
+    QTest::newRow("other alert") << QByteArray("('alert', <78>)") << "Ready, but alert 78" << amber
                                  << "Alert: alert 78";
 }
 
@@ -515,22 +544,22 @@ void tst_Panel::errorAndAlertAreShown()
     Desk desk(allDaemons);
     Screen screen;
     desk.act("m4", "set", "('batteryStatus', <9>)");
-    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.shows("state", "Ready, but battery is low"));
     QVERIFY(screen.shows("note", ""));
     desk.act("m4", "set", "('printerLid', <true>)");
-    QVERIFY(screen.shows("state", "Lid open"));
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
     QVERIFY(screen.shows("note", "Battery is low"));
     QCOMPARE(screen.color("note"), amber);
     desk.stop("supplyd");
     QVERIFY(screen.shows("note", "Battery is low; supply daemon is absent"));
     desk.stop("ioexpd");
     QVERIFY(screen.shows("note", "Battery is low; supply daemon is absent; "
-                                 "the printer's buttons are not heard"));
+                                 "the printer's buttons do not work"));
     QVERIFY(screen.renders(1));
     QVERIFY(!screen.item("note")->property("truncated").toBool());
     QCOMPARE(screen.faults(), QString());
     desk.act("m4", "set", "('printerLid', <false>)");
-    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.shows("state", "Ready, but battery is low"));
     QVERIFY(screen.tells("Error is over"));
     desk.act("m4", "set", "('batteryStatus', <90>)");
     QVERIFY(screen.shows("state", "Ready"));
@@ -571,7 +600,7 @@ void tst_Panel::switchesAreShown()
         QVERIFY(screen.shows(place + "/text", words[value]));
         QVERIFY(screen.tells(events[value]));
         const bool alarm = value && !before;
-        QCOMPARE(screen.color(place), QString(alarm ? "#5a2a26" : "#212832"));
+        QCOMPARE(screen.color(place), QString(alarm ? "#5a2a26" : "#1b222b"));
         QCOMPARE(screen.faults(), QString());
     }
 }
@@ -587,6 +616,8 @@ void tst_Panel::batteryIsShown()
         desk.act("m4", "set", "('batteryStatus', <" + percent + ">)");
         QVERIFY(screen.shows("battery", QString("Battery %1 %").arg(level.first)));
         QCOMPARE(screen.color("battery"), level.second);
+        QCOMPARE(screen.mark("battery"), level.second == amber ? QChar(0x26a0) : QChar());
+        QVERIFY(screen.renders(1));
         QCOMPARE(screen.faults(), QString());
     }
 }
@@ -610,21 +641,21 @@ void tst_Panel::emptyPlaceIsShown()
 void tst_Panel::clickGivesACommand_data()
 {
     QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("keys");
+    QTest::addColumn<Qt::Key>("key");
     QTest::addColumn<QByteArray>("call");
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<bool>("good");
     const QByteArray m4 = "/ local.IHNIPCM4.";
-    QTest::newRow("Print") << "Print" << "PR" << m4 + "retryPrintJob  ()" << "no stopped job"
+    QTest::newRow("Print") << "Print" << Qt::Key_F2 << m4 + "retryPrintJob  ()" << "no stopped job"
                            << false;
-    QTest::newRow("Feed") << "Feed" << "F" << m4 + "forwardFeed u (uint32 400,)" << "fed" << true;
-    QTest::newRow("Cut") << "Cut" << "X" << m4 + "cycleCutter  ()" << "cut" << true;
-    QTest::newRow("Calibrate") << "Calibrate" << "K" << m4 + "calibrateSupply  ()" << "calibrated"
+    QTest::newRow("Feed") << "Feed" << Qt::Key_F3 << m4 + "forwardFeed u (uint32 400,)" << "fed" << true;
+    QTest::newRow("Cut") << "Cut" << Qt::Key_F4 << m4 + "cycleCutter  ()" << "cut" << true;
+    QTest::newRow("Calibrate") << "Calibrate" << Qt::Key_F5 << m4 + "calibrateSupply  ()" << "calibrated"
                                << true;
-    QTest::newRow("Load") << "Load" << "L" << m4 + "rfidTest  ()" << "tags read" << true;
-    QTest::newRow("Cancel") << "Cancel" << "C" << m4 + "cancelPrintJob  ()" << "no job is printing"
+    QTest::newRow("Load") << "Load" << Qt::Key_F7 << m4 + "rfidTest  ()" << "tags read" << true;
+    QTest::newRow("Cancel") << "Cancel" << Qt::Key_F6 << m4 + "cancelPrintJob  ()" << "no job is printing"
                             << false;
-    QTest::newRow("Clear") << "Clear" << "D" << m4 + "clearPrintJob  ()" << "no job to drop"
+    QTest::newRow("Clear") << "Clear" << Qt::Key_F8 << m4 + "clearPrintJob  ()" << "no job to drop"
                            << false;
 }
 
@@ -640,8 +671,11 @@ static void checkCommand(Screen &screen, const std::function<void()> &give)
     QCOMPARE(screen.text(place), QString());
     WireMonitor monitor;
     give();
+    if (button == "Clear") {
+        screen.click("question/drop");
+    }
     QVERIFY(screen.shows(place, outcome));
-    QCOMPARE(screen.color(place), good ? goodOutcome : badOutcome);
+    QCOMPARE(screen.mark(place), good ? yes : no);
     QVERIFY(screen.tells(button + ": " + outcome));
     QCOMPARE(screen.faults(), QString());
     int times = 0;
@@ -669,12 +703,10 @@ void tst_Panel::keyGivesACommand_data()
 
 void tst_Panel::keyGivesACommand()
 {
-    QFETCH(QString, keys);
+    QFETCH(Qt::Key, key);
     Desk desk(allDaemons);
-    for (const QChar key : keys) {
-        Screen screen;
-        checkCommand(screen, [&]() { screen.type(Qt::Key(key.unicode())); });
-    }
+    Screen screen;
+    checkCommand(screen, [&]() { screen.type(key); });
 }
 
 void tst_Panel::tabAndEnterGiveACommand_data()
@@ -706,7 +738,7 @@ void tst_Panel::heldKeyGivesOneCommand()
             QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
         }
     };
-    hold(Qt::Key_F, "f");
+    hold(Qt::Key_F3, QString());
     QVERIFY(screen.tabTo("buttonFeed"));
     hold(Qt::Key_Return, "\r");
     hold(Qt::Key_Space, " ");
@@ -736,12 +768,12 @@ void tst_Panel::outcomeOfEachKind()
     QFETCH(QByteArray, fault);
     QFETCH(QString, outcome);
     Desk desk(allDaemons);
-    Screen screen(QSize(800, 480), 500);
+    Screen screen(QSize(800, 480), { { "patience", 500 } });
     QVERIFY(screen.shows("state", "Ready"));
     desk.act("m4", "fault", "('calibrateSupply', " + fault + ")");
     screen.click("buttonCalibrate");
     QVERIFY(screen.shows("buttonCalibrate/outcome", outcome));
-    QCOMPARE(screen.color("buttonCalibrate/outcome"), badOutcome);
+    QCOMPARE(screen.mark("buttonCalibrate/outcome"), no);
     QVERIFY(screen.tells("Calibrate: " + outcome));
     QVERIFY(screen.renders(1));
     QCOMPARE(screen.item("buttonCalibrate/outcome")->property("truncated").toBool(),
@@ -763,10 +795,10 @@ void tst_Panel::refusedWithAReason()
     Desk desk(allDaemons);
     Screen screen;
     desk.act("m4", "set", "('printerLid', <true>)");
-    QVERIFY(screen.shows("state", "Lid open"));
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
     screen.click("button" + button);
     QVERIFY(screen.shows("button" + button + "/outcome", "refused: lid open"));
-    QCOMPARE(screen.color("button" + button + "/outcome"), badOutcome);
+    QCOMPARE(screen.mark("button" + button + "/outcome"), no);
     QCOMPARE(screen.faults(), QString());
 }
 
@@ -781,12 +813,13 @@ void tst_Panel::jobIsStoppedAndPrinted()
     QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
     screen.click("buttonPrint");
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    QCOMPARE(screen.text("buttonCancel/outcome"), QString()); // it is not stopped any more
     screen.click("buttonCancel");
     QVERIFY(screen.shows("buttonPrint/outcome", "stopped"));
-    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
+    QCOMPARE(screen.mark("buttonPrint/outcome"), no);
     screen.click("buttonPrint");
     QVERIFY(screen.shows("buttonPrint/outcome", "printed"));
-    QCOMPARE(screen.color("buttonPrint/outcome"), goodOutcome);
+    QCOMPARE(screen.mark("buttonPrint/outcome"), yes);
     QVERIFY(screen.tells("All jobs are printed"));
     QVERIFY(desk.hears("M4_M4PrintDone", QByteArray(), 40));
     desk.forget();
@@ -794,9 +827,10 @@ void tst_Panel::jobIsStoppedAndPrinted()
     desk.act("m4", "print", "(uint32 40,)");
     QVERIFY(desk.hears("M4_M4PrintDone"));
     screen.click("buttonClear");
+    screen.click("question/drop");
     QVERIFY(screen.shows("buttonClear/outcome", "job dropped"));
     QVERIFY(screen.tells("Print queue is cleared"));
-    QCOMPARE(screen.text("buttonPrint/outcome"), QString("stopped"));
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString("printed")); // which is the job before
 }
 
 void tst_Panel::jobIsStoppedByAnError()
@@ -811,12 +845,12 @@ void tst_Panel::jobIsStoppedByAnError()
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
     desk.act("m4", "set", "('ribbonClr1', <4000>)");
     QVERIFY(screen.shows("buttonPrint/outcome", "stopped: ribbon 1 is out"));
-    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
-    screen.type(Qt::Key_R);
+    QCOMPARE(screen.mark("buttonPrint/outcome"), no);
+    screen.type(Qt::Key_F2);
     QVERIFY(screen.shows("buttonPrint/outcome", "refused: ribbon 1 is out"));
     desk.act("m4", "set", "('ribbonClr1', <100>)");
-    QVERIFY(screen.shows("state", "Ready"));
-    screen.type(Qt::Key_R);
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    screen.type(Qt::Key_F2);
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
 }
 
@@ -832,7 +866,7 @@ void tst_Panel::engineDiesWithAJob()
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
     desk.daemon("m4").process().kill();
     QVERIFY(screen.shows("buttonPrint/outcome", unknown));
-    QCOMPARE(screen.color("buttonPrint/outcome"), badOutcome);
+    QCOMPARE(screen.mark("buttonPrint/outcome"), no);
 }
 
 void tst_Panel::screenGoesOnWhilePrinterIsAtWork()
@@ -854,7 +888,7 @@ void tst_Panel::screenGoesOnWhilePrinterIsAtWork()
     QVERIFY(runner->isVisible());
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
-    screen.type(Qt::Key_X);
+    screen.type(Qt::Key_F4);
     QVERIFY(screen.shows("buttonCut/outcome", "cut"));
     desk.act("m4", "set", "('batteryStatus', <55>)");
     QVERIFY(screen.shows("battery", "Battery 55 %"));
@@ -892,17 +926,17 @@ void tst_Panel::helpHasTheKeys()
     QVERIFY(screen.shows("state", "Ready"));
     QQuickItem *help = screen.item("help");
     const auto open = [&]() { screen.click("buttonHelp"); };
-    for (const Qt::Key key : { Qt::Key_Escape, Qt::Key_H, Qt::Key_F1, Qt::Key_Return }) {
+    for (const Qt::Key key : { Qt::Key_Escape, Qt::Key_F1, Qt::Key_F1, Qt::Key_Return }) {
         open();
         QVERIFY(help->isVisible());
         QVERIFY(screen.renders(1));
         QCOMPARE(screen.faults(), QString());
-        screen.type(Qt::Key_F); // which is not for a button that nobody sees
+        screen.type(Qt::Key_F3); // which is not for a button that nobody sees
         QCOMPARE(screen.text("buttonFeed/outcome"), QString());
         screen.type(key);
         QVERIFY(!help->isVisible());
     }
-    screen.type(Qt::Key_H);
+    screen.type(Qt::Key_F1);
     QVERIFY(help->isVisible());
     screen.click("buttonFeed"); // as a touch anywhere
     QVERIFY(!help->isVisible());
@@ -912,7 +946,7 @@ void tst_Panel::helpHasTheKeys()
     QVERIFY(help->isVisible());
     screen.type(Qt::Key_Enter);
     QVERIFY(!help->isVisible());
-    screen.type(Qt::Key_F);
+    screen.type(Qt::Key_F3);
     QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
 }
 
@@ -943,9 +977,9 @@ void tst_Panel::wholeScenario()
     QVERIFY(desk.hears("M4_M4PrintDone", QByteArray(), 5));
     desk.act("m4", "set", "('printerLid', <true>)");
     QVERIFY(screen.shows("lid/text", "open"));
-    QVERIFY(screen.shows("state", "Lid open"));
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
     QCOMPARE(screen.faults(), QString());
-    screen.type(Qt::Key_P);
+    screen.type(Qt::Key_F2);
     QVERIFY(screen.shows("buttonPrint/outcome", "refused: lid open"));
     QCOMPARE(screen.missingInPicture(), QString());
     desk.act("supplyd", "load", "('LBL-076051-GN', ['', 'RIB-110-WH-RESIN'])");
@@ -955,7 +989,7 @@ void tst_Panel::wholeScenario()
     QCOMPARE(screen.swatches("ribbon2"), QStringList({ "#ffffff" }));
     QCOMPARE(screen.text("ribbon1/name"), QString("Cyan, Magenta, Yellow"));
     desk.act("m4", "set", "('printerLid', <false>)");
-    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
     QVERIFY(screen.tabTo("buttonPrint"));
     screen.type(Qt::Key_Enter);
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
@@ -965,7 +999,8 @@ void tst_Panel::wholeScenario()
     desk.act("ioexpd", "press", "('cancel',)");
     QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
     QVERIFY(screen.shows("buttonPrint/outcome", "stopped"));
-    screen.type(Qt::Key_D);
+    screen.type(Qt::Key_F8);
+    screen.click("question/drop");
     QVERIFY(screen.shows("buttonClear/outcome", "job dropped"));
     screen.click("buttonCut");
     QVERIFY(screen.shows("buttonCut/outcome", "cut"));
@@ -983,7 +1018,7 @@ void tst_Panel::wholeScenario()
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
     desk.act("m4", "set", "('batteryStatus', <12>)");
-    QVERIFY(screen.shows("state", "Battery is low"));
+    QVERIFY(screen.shows("state", "Ready, but battery is low"));
     QVERIFY(screen.shows("battery", "Battery 12 %"));
     for (const QString &daemon : allDaemons) {
         desk.stop(daemon);
@@ -993,35 +1028,8 @@ void tst_Panel::wholeScenario()
     QVERIFY(screen.renders(1));
     QCOMPARE(screen.faults(), QString());
     QCOMPARE(screen.missingInPicture(), QString());
-    screen.type(Qt::Key_H);
+    screen.type(Qt::Key_F1);
     QCOMPARE(screen.missingInPicture(), QString());
-}
-
-// ---- What is asked of the daemons ----
-
-void tst_Panel::oneReadingForEachChange_data()
-{
-    QTest::addColumn<QByteArray>("daemon");
-    QTest::addColumn<QByteArray>("setting");
-    QTest::addColumn<QString>("place");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("calls");
-    QTest::newRow("error") << QByteArray("m4") << QByteArray("('error', <21>)") << "state"
-                           << "Ribbon 1 is out" << QByteArray("getError");
-    QTest::newRow("alert") << QByteArray("m4") << QByteArray("('alert', <21>)") << "state"
-                           << "Ribbon 1 is low" << QByteArray("getAlert");
-    QTest::newRow("battery") << QByteArray("m4") << QByteArray("('batteryStatus', <44>)")
-                             << "battery" << "Battery 44 %" << QByteArray("getBatteryStatus");
-    QTest::newRow("lid") << QByteArray("m4") << QByteArray("('printerLid', <true>)") << "state"
-                         << "Lid open" << QByteArray("getError printerLid");
-    QTest::newRow("cutter") << QByteArray("m4") << QByteArray("('cutterHome', <false>)")
-                            << "cutterHome/text" << "moving" << QByteArray("cutterHome");
-    QTest::newRow("supply") << QByteArray("supplyd") << QByteArray("('supplyPercent', <44.0>)")
-                            << "supply/percent" << "44 %" << QByteArray("supplySupplyPercent");
-    QTest::newRow("ribbon 1") << QByteArray("supplyd") << QByteArray("('ribbon1Percent', <44.0>)")
-                              << "ribbon1/percent" << "44 %" << QByteArray("supplyRibbon1Percent");
-    QTest::newRow("ribbon 2") << QByteArray("supplyd") << QByteArray("('ribbon2Percent', <44.0>)")
-                              << "ribbon2/percent" << "44 %" << QByteArray("supplyRibbon2Percent");
 }
 
 // Whatever the daemons have said before is heard and acted upon.
@@ -1038,6 +1046,362 @@ static bool isQuiet(Screen &screen, Desk &desk)
     return screen.shows("ribbon2/name", "Black") && screen.shows("ribbon2/percent", "100 %")
         && screen.shows("ribbon1/name", "Cyan, Magenta, Yellow")
         && screen.shows("supply/name", "Paper, Label 100 x 60 mm, White");
+}
+
+// ---- The headline ----
+
+void tst_Panel::printingIsSaid()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "movingTime", 300 } });
+    QVERIFY(screen.shows("state", "Ready"));
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("good"));
+    desk.act("m4", "print", "(uint32 3000,)"); // by somebody else
+    QVERIFY(waitUntil([&]() { return screen.text("state").startsWith("Printing, "); }));
+    QCOMPARE(screen.color("state"), blue);
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("busy"));
+    desk.act("m4", "set", "('batteryStatus', <9>)");
+    QVERIFY(screen.shows("note", "Battery is low"));
+    QVERIFY(screen.text("state").startsWith("Printing, "));
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("fault"));
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    QCOMPARE(screen.text("note"), QString("Battery is low"));
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("warning"));
+
+    desk.daemon("m4").process().kill();
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    QCOMPARE(screen.color("state"), red);
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("fault"));
+}
+
+void tst_Panel::ownJobIsPrintingUntilItEnds()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "movingTime", 1 } }); // so labels say nothing
+    QVERIFY(screen.shows("state", "Ready"));
+    const auto startJob = [&](const QByteArray &labels) {
+        desk.act("m4", "print", "(uint32 " + labels + ",)");
+        screen.click("buttonCancel");
+        if (!screen.shows("buttonCancel/outcome", "job stopped")
+            || !screen.shows("state", "Stopped: a job waits")) {
+            return false;
+        }
+        screen.click("buttonPrint");
+        return waitUntil([&]() { return screen.text("state").startsWith("Printing, "); });
+    };
+    const auto clearJob = [&]() {
+        screen.click("buttonClear");
+        screen.click("question/drop");
+        return screen.shows("buttonClear/outcome", "job dropped") && screen.shows("state", "Ready");
+    };
+    QVERIFY(startJob("40"));
+    QVERIFY(screen.shows("buttonPrint/outcome", "printed"));
+    QVERIFY(screen.shows("state", "Ready"));
+
+    QVERIFY(startJob("3000"));
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("warning"));
+    QVERIFY(clearJob());
+
+    QVERIFY(startJob("3000"));
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    QVERIFY(clearJob());
+
+    QVERIFY(startJob("3000"));
+    QVERIFY(clearJob());
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString("stopped"));
+
+    QVERIFY(startJob("3000"));
+    desk.daemon("m4").process().kill();
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    desk.start("m4");
+    QVERIFY(screen.shows("state", "Ready"));
+}
+
+// Its reply comes when the job has ended already.
+void tst_Panel::lateReplyStartsNoJob()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "movingTime", 1 } });
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 10,)");
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    desk.act("m4", "fault", "('retryPrintJob', 'delay', <uint32 1500>)");
+    screen.click("buttonPrint");
+    QVERIFY(screen.tells("All jobs are printed"));
+    QCOMPARE(screen.text("buttonPrint/outcome"), atWork);
+    QVERIFY(screen.tells("Print: printing")); // the reply
+    QVERIFY(screen.shows("state", "Ready"));
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString());
+}
+
+// Cancelled by somebody else, of which nothing tells.
+void tst_Panel::jobWithoutLabelsEnds()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "movingTime", 1 }, { "jobTime", 1000 } });
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 3000,)");
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    screen.click("buttonPrint");
+    QVERIFY(waitUntil([&]() { return screen.text("state").startsWith("Printing, "); }));
+    WirePeer other;
+    other.call("org.hnipc.m4", "/", "local.IHNIPCM4", "cancelPrintJob", "()");
+    QVERIFY(screen.shows("state", "Ready"));
+}
+
+void tst_Panel::readyIsNotSaidWhileAReadIsOverdue()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "overdueTime", 200 } });
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    desk.act("m4", "fault", "('getError', 'never', <''>)");
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("state", "Print engine does not reply"));
+    QCOMPARE(screen.item("icon")->property("state").toString(), QString("unknown"));
+    QCOMPARE(screen.text("m4/text"), QString("Engine ?"));
+    QCOMPARE(screen.color("m4/text"), amber);
+    QCOMPARE(screen.faults(), QString());
+}
+
+void tst_Panel::errorOfASignalIsShownAtOnce()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "fault", "('getError', 'never', <''>)");
+    desk.act("m4", "set", "('error', <10>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    QCOMPARE(screen.color("state"), red);
+}
+
+void tst_Panel::daemonThatHungIsReadAgain()
+{
+    Desk desk(allDaemons);
+    desk.act("m4", "fault", "('getError', 'never', <''>)");
+    desk.act("m4", "fault", "('printerLid', 'never', <''>)");
+    Screen screen(QSize(800, 480), { { "patience", 300 }, { "overdueTime", 100 } });
+    QVERIFY(screen.shows("state", "Print engine does not reply"));
+    QVERIFY(screen.shows("battery", "Battery 87 %"));
+    QCOMPARE(screen.text("lid/text"), QString("not known"));
+    desk.act("m4", "fault", "('getError', 'none', <''>)");
+    desk.act("m4", "fault", "('printerLid', 'none', <''>)");
+    QVERIFY(screen.shows("state", "Ready"));
+    QVERIFY(screen.shows("lid/text", "closed"));
+    QVERIFY(screen.shows("m4/text", QString::fromUtf8("Engine \u2713")));
+}
+
+// ---- What became of it ----
+
+void tst_Panel::outcomeGoesWithItsCause()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    desk.act("m4", "set", "('printerLid', <true>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "refused: lid open"));
+    screen.click("buttonCancel"); // of which the lid is no cause
+    QVERIFY(screen.shows("buttonCancel/outcome", "no job is printing"));
+    desk.act("m4", "set", "('printerLid', <false>)");
+    QVERIFY(screen.shows("buttonFeed/outcome", ""));
+    QCOMPARE(screen.text("buttonCancel/outcome"), QString("no job is printing"));
+    QVERIFY(screen.tells("Feed: refused: lid open")); // which is history
+
+    desk.act("m4", "set", "('error', <10>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "refused: lid open"));
+    desk.act("m4", "set", "('error', <12>)"); // another cause
+    QVERIFY(screen.shows("buttonPrint/outcome", ""));
+
+    desk.stop("m4");
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    screen.click("buttonFeed");
+    QVERIFY(screen.shows("buttonFeed/outcome", "not done: print engine is absent"));
+    screen.type(Qt::Key_F8);
+    QVERIFY(!screen.item("question")->isVisible());
+    QVERIFY(screen.shows("buttonClear/outcome", "not done: print engine is absent"));
+    desk.start("m4");
+    QVERIFY(screen.shows("buttonFeed/outcome", ""));
+    QVERIFY(screen.shows("buttonClear/outcome", ""));
+}
+
+void tst_Panel::outcomeExpires()
+{
+    Desk desk(allDaemons);
+    Screen screen(QSize(800, 480), { { "outcomeTime", 400 } });
+    QVERIFY(screen.shows("state", "Ready"));
+    for (const char *button : { "buttonFeed", "buttonCancel" }) {
+        screen.click(button);
+        const QString place = QString(button) + "/outcome";
+        QVERIFY(waitUntil([&]() { return !screen.text(place).isEmpty(); }));
+        QVERIFY(screen.shows(place, ""));
+        QVERIFY(screen.item(QString(button) + "/about")->isVisible());
+    }
+}
+
+void tst_Panel::errorClosesHelp()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    for (const char *sheet : { "help", "question" }) {
+        screen.type(sheet == QByteArray("help") ? Qt::Key_F1 : Qt::Key_F8);
+        QVERIFY(screen.item(sheet)->isVisible());
+        QVERIFY(screen.placeOf(sheet).top() >= screen.placeOf("state").bottom());
+        QVERIFY(screen.renders(1));
+        QCOMPARE(screen.faults(), QString());
+        desk.act("m4", "set", "('batteryStatus', <9>)"); // which is no error
+        QVERIFY(screen.shows("state", "Ready, but battery is low"));
+        QVERIFY(screen.item(sheet)->isVisible());
+        desk.act("m4", "set", "('printerLid', <true>)");
+        QVERIFY(screen.shows("state", "Stopped: lid open"));
+        QVERIFY(!screen.item(sheet)->isVisible());
+        desk.act("m4", "set", "('printerLid', <false>)");
+        desk.act("m4", "set", "('batteryStatus', <90>)");
+        QVERIFY(screen.shows("state", "Ready"));
+    }
+}
+
+void tst_Panel::longReasonIsReadWhole()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("state", "Ready"));
+    const QByteArray reason = QByteArray("because of this, ").repeated(60) + "and no other";
+    desk.act("m4", "fault", "('calibrateSupply', 'error', <['org.example.No', '" + reason + "']>)");
+    screen.click("buttonCalibrate");
+    QVERIFY(waitUntil([&]() {
+        return screen.text("buttonCalibrate/outcome").startsWith("refused: because");
+    }));
+    QVERIFY(screen.text("buttonCalibrate/outcome").size() < 250);
+    const QString whole = "Calibrate: refused: " + QString::fromLatin1(reason);
+    QVERIFY(screen.renders(2));
+    QTest::mouseClick(&screen.view(), Qt::LeftButton, Qt::NoModifier,
+                      (screen.placeOf("events").topLeft() + QPointF(90, 12)).toPoint());
+    QVERIFY(screen.item("details")->isVisible());
+    QVERIFY(screen.text("detailText").startsWith(whole));
+    QVERIFY(screen.renders(1));
+    QCOMPARE(screen.faults(), QString());
+    screen.type(Qt::Key_Escape);
+    QVERIFY(!screen.item("details")->isVisible());
+
+    QVERIFY(screen.tabTo("events"));
+    screen.type(Qt::Key_Return);
+    QVERIFY(screen.item("details")->isVisible());
+    QVERIFY(screen.text("detailText").startsWith(whole));
+    screen.type(Qt::Key_Return);
+    QVERIFY(!screen.item("details")->isVisible());
+    QVERIFY(screen.item("events")->hasActiveFocus());
+}
+
+void tst_Panel::clearAsksFirst()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    WireMonitor monitor;
+    const std::function<void()> refusals[] = {
+        [&]() { screen.type(Qt::Key_Escape); },
+        [&]() { screen.type(Qt::Key_Return); }, // on the answer that loses nothing
+        [&]() { screen.type(Qt::Key_Space); },
+        [&]() { screen.click("question/keep"); },
+    };
+    for (const auto &refuse : refusals) {
+        screen.click("buttonClear");
+        QVERIFY(screen.item("question")->isVisible());
+        QVERIFY(screen.item("question/keep")->hasActiveFocus());
+        screen.click("question"); // a touch beside the answers
+        screen.type(Qt::Key_F8);
+        screen.type(Qt::Key_F3);
+        QVERIFY(screen.item("question")->isVisible());
+        refuse();
+        QVERIFY(!screen.item("question")->isVisible());
+    }
+    screen.type(Qt::Key_F8);
+    screen.type(Qt::Key_Right);
+    QVERIFY(screen.item("question/drop")->hasActiveFocus());
+    screen.type(Qt::Key_Return);
+    QVERIFY(screen.shows("buttonClear/outcome", "no job to drop"));
+    QCOMPARE(joined(calledMembers(monitor)), QByteArray("clearPrintJob"));
+}
+
+void tst_Panel::commandsThatCannotWorkAreDimmed()
+{
+    Screen screen;
+    QVERIFY(screen.shows("state", "Print engine is absent"));
+    for (const QString &button : buttons) {
+        QCOMPARE(screen.item("button" + button)->property("possible").toBool(), button == "Help");
+        QCOMPARE(screen.color("button" + button) == "#10151b", button != "Help");
+    }
+    Desk desk({ "m4" });
+    QVERIFY(screen.shows("state", "Ready"));
+    for (const QString &button : buttons) {
+        QVERIFY(screen.item("button" + button)->property("possible").toBool());
+        QCOMPARE(screen.color("button" + button) == "#10151b", button == "Clear");
+    }
+    // One of them is what a person wants most, and one is unlike all others.
+    QCOMPARE(screen.color("buttonPrint"), QString("#1c6aa8"));
+    QCOMPARE(screen.color("buttonClear/label"), red);
+}
+
+void tst_Panel::floodIsShown()
+{
+    WirePeer engine;
+    for (const char *member : { "getError", "getAlert", "getBatteryStatus" }) {
+        engine.answer(member, "(0,)");
+    }
+    QVERIFY(engine.own("org.hnipc.m4"));
+    Screen screen;
+    for (int i = 0; i < 10000; ++i) {
+        engine.emitSignal("/", "local.IHNIPCM4", "M4_PrintQueueFull", "(8,)");
+    }
+    engine.emitSignal("/", "local.IHNIPCM4", "M4_PrintQueueComplete", "(8,)");
+    QVERIFY(screen.tells("All jobs are printed"));
+    QCOMPARE(int(screen.events().size()), 100);
+    QCOMPARE(screen.events().at(1), QString("Print queue is full"));
+    QVERIFY(screen.renders(2));
+    QVERIFY(screen.item("events")->property("atYBeginning").toBool()); // the latest is in sight
+    QCOMPARE(screen.faults(), QString());
+}
+
+// ---- What is asked of the daemons ----
+
+void tst_Panel::oneReadingForEachChange_data()
+{
+    QTest::addColumn<QByteArray>("daemon");
+    QTest::addColumn<QByteArray>("setting");
+    QTest::addColumn<QString>("place");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("calls");
+    QTest::newRow("error") << QByteArray("m4") << QByteArray("('error', <21>)") << "state"
+                           << "Stopped: ribbon 1 is out" << QByteArray("getError");
+    QTest::newRow("alert") << QByteArray("m4") << QByteArray("('alert', <21>)") << "state"
+                           << "Ready, but ribbon 1 is low" << QByteArray("getAlert");
+    QTest::newRow("battery") << QByteArray("m4") << QByteArray("('batteryStatus', <44>)")
+                             << "battery" << "Battery 44 %" << QByteArray("getBatteryStatus");
+    QTest::newRow("lid") << QByteArray("m4") << QByteArray("('printerLid', <true>)") << "state"
+                         << "Stopped: lid open" << QByteArray("getError printerLid");
+    QTest::newRow("cutter") << QByteArray("m4") << QByteArray("('cutterHome', <false>)")
+                            << "cutterHome/text" << "moving" << QByteArray("cutterHome");
+    QTest::newRow("supply") << QByteArray("supplyd") << QByteArray("('supplyPercent', <44.0>)")
+                            << "supply/percent" << "44 %" << QByteArray("supplySupplyPercent");
+    QTest::newRow("ribbon 1") << QByteArray("supplyd") << QByteArray("('ribbon1Percent', <44.0>)")
+                              << "ribbon1/percent" << "44 %" << QByteArray("supplyRibbon1Percent");
+    QTest::newRow("ribbon 2") << QByteArray("supplyd") << QByteArray("('ribbon2Percent', <44.0>)")
+                              << "ribbon2/percent" << "44 %" << QByteArray("supplyRibbon2Percent");
 }
 
 void tst_Panel::oneReadingForEachChange()
@@ -1256,7 +1620,7 @@ void tst_Panel::oddTextsAreHarmless()
     Desk desk({ "m4" });
     Screen screen;
     daemon.comeUp();
-    QVERIFY(waitUntil([&]() { return screen.printer().supplySku()->isKnown(); }));
+    QVERIFY(waitUntil([&]() { return screen.item("supply")->property("known").toBool(); }));
     QVERIFY(waitUntil([&]() {
         return text.isEmpty() || (!screen.text("supply/name").isEmpty()
                                   && !screen.text("ribbon1/name").isEmpty()
@@ -1326,9 +1690,9 @@ void tst_Panel::oddNumbersAreHarmless()
     Desk desk({ "m4" });
     Screen screen;
     daemon.comeUp();
-    QVERIFY(waitUntil([&]() { return screen.printer().supplyPercent()->isKnown(); }));
+    QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
     QVERIFY(screen.shows("supply/percent", shown));
-    QCOMPARE(screen.item("supply/bar")->width(), shown == "100 %" ? 76.0 : 0.0);
+    QCOMPARE(screen.item("supply/bar")->width(), shown == "100 %" ? 92.0 : 0.0);
     for (const QByteArray odd : { "-1", "101", "2147483647" }) {
         desk.act("m4", "set", "('batteryStatus', <50>)");
         QVERIFY(screen.shows("battery", "Battery 50 %"));
@@ -1340,24 +1704,46 @@ void tst_Panel::oddNumbersAreHarmless()
 
 // ---- Fingers and keys ----
 
-void tst_Panel::pageFillsTheWindow_data()
+void tst_Panel::everySizeIsLaidOut_data()
 {
     QTest::addColumn<QSize>("size");
-    QTest::addColumn<QRectF>("page");
-    QTest::newRow("the printer's") << QSize(800, 480) << QRectF(0, 0, 800, 480);
-    QTest::newRow("twice") << QSize(1600, 960) << QRectF(0, 0, 1600, 960);
-    QTest::newRow("higher") << QSize(1000, 900) << QRectF(0, 150, 1000, 600);
-    QTest::newRow("wider") << QSize(1000, 240) << QRectF(300, 0, 400, 240);
+    QTest::newRow("800 x 480") << QSize(800, 480);
+    QTest::newRow("1024 x 600") << QSize(1024, 600);
+    QTest::newRow("480 x 800") << QSize(480, 800);
+    QTest::newRow("1920 x 1080") << QSize(1920, 1080);
 }
 
-void tst_Panel::pageFillsTheWindow()
+void tst_Panel::everySizeIsLaidOut()
 {
     QFETCH(QSize, size);
-    QFETCH(QRectF, page);
-    Screen screen(size);
-    QVERIFY(waitUntil([&]() { return screen.view().rootObject()->size() == QSizeF(size); }));
-    const QQuickItem *item = screen.item("page");
-    QCOMPARE(item->mapRectToScene(item->boundingRect()), page);
+    Desk desk(allDaemons);
+    for (const Qt::LayoutDirection direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+        QGuiApplication::setLayoutDirection(direction);
+        Screen screen(size);
+        QVERIFY(screen.shows("state", "Ready"));
+        QVERIFY(screen.shows("ribbon2/name", "Black"));
+        QVERIFY(screen.renders(2));
+        QCOMPARE(screen.faults(), QString());
+        QCOMPARE(screen.missingInPicture(), QString());
+        const QRectF lid = screen.placeOf("lid"), events = screen.placeOf("events");
+        const bool isWide = size.width() > size.height();
+        QCOMPARE(lid.center().x() < events.center().x(),
+                 isWide ? direction == Qt::LeftToRight : lid.center().x() < events.center().x());
+        QCOMPARE(isWide, events.top() < screen.placeOf("supply").top());
+        for (const QString &button : buttons) {
+            const QRectF place = screen.placeOf("button" + button);
+            QVERIFY(place.width() >= 48 && place.height() >= 48);
+            QVERIFY(QRectF(QPointF(), size).contains(place));
+            for (const QString &other : buttons) {
+                QVERIFY(other == button || !place.intersects(screen.placeOf("button" + other)));
+            }
+        }
+        // Apart from what loses nothing.
+        const QPointF apart = screen.placeOf("buttonClear").center()
+            - screen.placeOf("buttonCancel").center();
+        QVERIFY(qAbs(apart.x()) > screen.placeOf("buttonCancel").width());
+    }
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 void tst_Panel::everyButtonFitsAFinger()
@@ -1365,33 +1751,253 @@ void tst_Panel::everyButtonFitsAFinger()
     Screen screen;
     int areas = 0;
     for (const QQuickItem *item : Screen::all(screen.view().rootObject())) {
-        if (item->inherits("QQuickMouseArea")) {
-            QVERIFY(item->width() >= 44 && item->height() >= 44);
+        if (item->inherits("QQuickMouseArea") && item->isVisible()) {
+            QVERIFY(item->width() >= 48 && item->height() >= 48);
             ++areas;
         }
     }
-    QCOMPARE(areas, 9); // eight buttons and the help page
-    QCOMPARE(screen.item("page")->scale(), 1.0);
+    QCOMPARE(areas, 8);
 }
 
 void tst_Panel::focusIsSeen()
 {
     Screen screen;
-    const QStringList buttons = { "Print", "Feed", "Cut", "Calibrate", "Load", "Cancel", "Clear",
-                                  "Help" };
     const auto border = [&](const QString &button) {
-        return screen.item("button" + button + "/face")->property("border").value<QObject *>();
+        return screen.item("button" + button)->property("border").value<QObject *>();
     };
     for (const QString &focused : buttons) {
-        screen.type(Qt::Key_Tab); // in the order of the buttons
+        QVERIFY(screen.tabTo("button" + focused)); // in the order of the buttons
         QVERIFY(screen.item("button" + focused)->hasActiveFocus());
         for (const QString &button : buttons) {
-            QCOMPARE(border(button)->property("width").toDouble(), button == focused ? 3.0 : 0.0);
+            QCOMPARE(border(button)->property("width").toDouble() == 4, button == focused);
         }
         const QColor frame = border(focused)->property("color").value<QColor>();
-        const QColor face = Screen::colorOf(screen.item("button" + focused + "/face"));
+        const QColor face = Screen::colorOf(screen.item("button" + focused));
         QVERIFY(Screen::contrastOf(frame, face) >= 3);
     }
+}
+
+// Of what can be touched, and of what tells a state.
+void tst_Panel::edgesAreSeen()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("ribbon2/name", "Black"));
+    const QColor page("#10151b");
+    const auto edge = [&](const QString &path) {
+        return screen.item(path)->property("border").value<QObject *>()->property("color")
+            .value<QColor>();
+    };
+    for (const QString &button : buttons) {
+        QVERIFY(Screen::contrastOf(edge("button" + button), page) >= 3);
+        QQuickItem *item = screen.item("button" + button);
+        const QColor before = Screen::colorOf(item);
+        QTest::mousePress(&screen.view(), Qt::LeftButton, Qt::NoModifier,
+                          screen.middleOf("button" + button));
+        QVERIFY(Screen::contrastOf(Screen::colorOf(item), before) >= 3);
+        QVERIFY(Screen::contrastOf(screen.color("button" + button + "/label"),
+                                   Screen::colorOf(item)) >= 4.5);
+        QTest::mouseRelease(&screen.view(), Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
+    }
+    for (const char *roll : { "supply", "ribbon1", "ribbon2" }) {
+        const QString place = roll;
+        QVERIFY(Screen::contrastOf(edge(place + "/track"), Screen::colorOf(screen.item(roll))) >= 3);
+        QVERIFY(Screen::contrastOf(Screen::colorOf(screen.item(place + "/bar")),
+                                   Screen::colorOf(screen.item(place + "/track"))) >= 3);
+    }
+    desk.act("m4", "fault", "('calibrateSupply', 'never', <''>)");
+    const double still = screen.item("buttonCalibrate")->property("border").value<QObject *>()
+        ->property("width").toDouble();
+    screen.click("buttonCalibrate");
+    QVERIFY(screen.shows("buttonCalibrate/outcome", atWork));
+    const QColor face = Screen::colorOf(screen.item("buttonCalibrate"));
+    QVERIFY(Screen::contrastOf(edge("buttonCalibrate"), face) >= 3);
+    QVERIFY(Screen::contrastOf(screen.color("buttonCalibrate/runner"), face) >= 3);
+    QVERIFY(screen.item("buttonCalibrate")->property("border").value<QObject *>()
+                ->property("width").toDouble() > still);
+    QVERIFY(Screen::contrastOf(screen.color("icon/shape"), page) >= 3);
+    QVERIFY(Screen::contrastOf(screen.color("icon/sign"), screen.color("icon/shape")) >= 4.5);
+}
+
+void tst_Panel::arrowsMoveTheFocus_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<Qt::LayoutDirection>("direction");
+    QTest::newRow("wide") << QSize(800, 480) << Qt::LeftToRight;
+    QTest::newRow("high") << QSize(480, 800) << Qt::LeftToRight;
+    QTest::newRow("right to left") << QSize(800, 480) << Qt::RightToLeft;
+}
+
+void tst_Panel::arrowsMoveTheFocus()
+{
+    QFETCH(QSize, size);
+    QFETCH(Qt::LayoutDirection, direction);
+    QGuiApplication::setLayoutDirection(direction);
+    Screen screen(size);
+    const auto focused = [&]() {
+        for (const QString &button : buttons) {
+            if (screen.item("button" + button)->hasActiveFocus()) {
+                return button;
+            }
+        }
+        return screen.item("events")->hasActiveFocus() ? QString("events") : QString();
+    };
+    const bool isWide = size.width() > size.height();
+    const Qt::Key forward = direction == Qt::LeftToRight ? Qt::Key_Right : Qt::Key_Left;
+    const Qt::Key back = direction == Qt::LeftToRight ? Qt::Key_Left : Qt::Key_Right;
+    const QList<QPair<Qt::Key, QString>> steps = {
+        { Qt::Key_Down, "Print" }, { forward, "Feed" }, { Qt::Key_Down, isWide ? "Load" : "Calibrate" },
+        { back, isWide ? "Cancel" : "Cut" }, { Qt::Key_Up, "Print" }, { Qt::Key_Up, "events" },
+        { forward, "Print" }, { back, "events" },
+    };
+    for (const auto &step : steps) {
+        screen.type(step.first);
+        QCOMPARE(focused(), step.second);
+    }
+    for (int i = 0; i < 12; ++i) {
+        screen.type(forward);
+    }
+    QCOMPARE(focused(), QString("Clear"));
+    QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+}
+
+void tst_Panel::scannerDoesNothing()
+{
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(isQuiet(screen, desk));
+    WireMonitor monitor;
+    // Not even where it is not kept from the panel: but for Enter, which presses a button.
+    const QString code = "PKD-0C1F rhxcl dkfp";
+    for (const QChar letter : code) {
+        QTest::keyClick(&screen.view(), letter.toLatin1());
+    }
+    new KeyGuard(&screen.view());
+    QVERIFY(screen.tabTo("buttonFeed"));
+    for (const QChar letter : code) {
+        QTest::keyClick(&screen.view(), letter.toLatin1());
+    }
+    screen.type(Qt::Key_Return);
+    QVERIFY(!screen.item("help")->isVisible());
+    QVERIFY(waitUntil([&]() {
+        screen.type(Qt::Key_F4); // is heard a second later
+        QTest::qWait(200); // a person is slower than a scanner
+        return screen.text("buttonCut/outcome") == "cut";
+    }));
+    const QList<QByteArray> calls = calledMembers(monitor);
+    QCOMPARE(calls.count("cycleCutter"), calls.size() - calls.count("cutterHome"));
+}
+
+void tst_Panel::everythingHasANameAndARole()
+{
+    QAccessible::setActive(true);
+    Desk desk(allDaemons);
+    Screen screen;
+    QVERIFY(screen.shows("ribbon2/name", "Black"));
+    const auto role = [&](const QString &path) {
+        const QAccessibleInterface *item = QAccessible::queryAccessibleInterface(screen.item(path));
+        return item ? item->role() : QAccessible::NoRole;
+    };
+    const auto text = [&](const QString &path, QAccessible::Text which) {
+        const QAccessibleInterface *item = QAccessible::queryAccessibleInterface(screen.item(path));
+        return item ? item->text(which) : QString();
+    };
+    for (const QString &button : buttons) {
+        QCOMPARE(role("button" + button), QAccessible::Button);
+        QCOMPARE(text("button" + button, QAccessible::Name), button);
+        QVERIFY(!text("button" + button, QAccessible::Description).isEmpty());
+    }
+    QCOMPARE(role("state"), QAccessible::AlertMessage);
+    QCOMPARE(text("state", QAccessible::Name), QString("Ready"));
+    QCOMPARE(text("lid", QAccessible::Name), QString("Lid"));
+    QCOMPARE(text("lid", QAccessible::Description), QString("closed"));
+    QCOMPARE(text("m4", QAccessible::Description), QString("there"));
+    QCOMPARE(text("supply", QAccessible::Description),
+             QString("Paper, Label 100 x 60 mm, White, LBL-100060-WH, 100 %"));
+    QCOMPARE(role("events"), QAccessible::List);
+    QAccessibleInterface *feed = QAccessible::queryAccessibleInterface(screen.item("buttonFeed"));
+    QVERIFY(feed->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    feed->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+    QCOMPARE(text("buttonFeed", QAccessible::Description), QString("fed"));
+}
+
+// A language that nobody speaks, with words half as long again as those of English.
+class LongWords : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+
+    QString translate(const char *, const char *source, const char *, int n) const override
+    {
+        const QByteArray text = QByteArray(source).replace("%n", QByteArray::number(n));
+        QString result;
+        for (const char letter : text) {
+            result += QString(QByteArray("aeiou").contains(letter) ? 2 : 1, QChar(letter));
+        }
+        return result;
+    }
+};
+
+void tst_Panel::languagesFit_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<QString>("ready");
+    QTest::newRow("English") << "en" << "Ready";
+    QTest::newRow("German") << "de" << "Bereit";
+    QTest::newRow("French") << "fr" << QString::fromUtf8("Pr\u00eate");
+    QTest::newRow("long words") << QString() << "Reeaady";
+}
+
+void tst_Panel::languagesFit()
+{
+    QFETCH(QString, language);
+    QFETCH(QString, ready);
+    LongWords longWords;
+    if (language.isEmpty()) {
+        QCoreApplication::installTranslator(&longWords);
+    } else {
+        speak(QLocale(language));
+    }
+    {
+        Desk desk(allDaemons);
+        for (const QSize &size : { QSize(800, 480), QSize(480, 800), QSize(1024, 600) }) {
+            Screen screen(size);
+            const auto fits = [&]() {
+                if (!screen.renders(2)) {
+                    return QString("nothing is painted");
+                }
+                QString result = screen.faults();
+                for (const QQuickItem *text : screen.shownTexts()) {
+                    if (text->property("truncated").toBool()) {
+                        result += " cut: " + text->property("text").toString();
+                    }
+                }
+                return result;
+            };
+            QVERIFY(screen.shows("state", ready));
+            QVERIFY(waitUntil([&]() { return !screen.text("ribbon2/name").isEmpty(); }));
+            QCOMPARE(fits(), QString());
+            screen.click("buttonFeed");
+            QVERIFY(waitUntil([&]() { return screen.mark("buttonFeed/outcome") == yes; }));
+            desk.act("m4", "set", "('cutterCover', <true>)");
+            desk.act("m4", "set", "('batteryStatus', <9>)");
+            screen.click("buttonCalibrate");
+            QVERIFY(waitUntil([&]() { return screen.mark("buttonCalibrate/outcome") == no; }));
+            QVERIFY(waitUntil([&]() { return !screen.text("note").isEmpty(); }));
+            QCOMPARE(fits(), QString());
+            desk.act("m4", "set", "('cutterCover', <false>)");
+            desk.act("m4", "set", "('batteryStatus', <90>)");
+            QVERIFY(screen.shows("state", ready));
+            screen.type(Qt::Key_F1);
+            QCOMPARE(fits(), QString());
+            screen.type(Qt::Key_Escape);
+            screen.type(Qt::Key_F8);
+            QCOMPARE(fits(), QString());
+        }
+    }
+    QCoreApplication::removeTranslator(&longWords);
+    speak(QLocale("en"));
 }
 
 int main(int argc, char **argv)

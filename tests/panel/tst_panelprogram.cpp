@@ -3,6 +3,8 @@
 #include "tools/desk.h"
 
 #include <QtCore/QFile>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QStandardPaths>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
 #include <QtTest/QTest>
@@ -20,6 +22,12 @@ private slots:
     void pictureThatCannotBeWritten();
     void helpAndVersion_data();
     void helpAndVersion();
+    void languages();
+    void languageOfTheLocale_data();
+    void languageOfTheLocale();
+    void withoutDisplay_data();
+    void withoutDisplay();
+    void displayWithoutWindowManager();
 };
 
 namespace {
@@ -31,13 +39,37 @@ struct Result
     QString errors;
 };
 
-Result run(const QStringList &arguments)
+using Environment = QProcessEnvironment;
+
+Result run(const QStringList &arguments,
+           const Environment &environment = Environment::systemEnvironment())
 {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(HNIPC_TOOLS_DIR "/hnipc-panel", arguments);
     waitUntil([&]() { return process.state() == QProcess::NotRunning; });
     return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
              process.readAllStandardOutput(), process.readAllStandardError() };
+}
+
+// Of a panel without a daemon, where nothing moves. Null if there is none.
+QImage picture(const QStringList &options,
+               const Environment &environment = Environment::systemEnvironment())
+{
+    QTemporaryDir directory;
+    const QString name = directory.filePath("a.png");
+    return run(options + QStringList { "--shoot", "0.3=" + name }, environment).exitCode == 0
+        ? QImage(name)
+        : QImage();
+}
+
+Environment withoutDisplayVariables()
+{
+    Environment result = Environment::systemEnvironment();
+    for (const char *name : { "QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY" }) {
+        result.remove(name);
+    }
+    return result;
 }
 
 } // namespace
@@ -64,12 +96,14 @@ void tst_PanelProgram::picturesAreTaken()
         QCOMPARE(picture.width(), 800);
         // The display that Qt plays where there is none is higher.
         QVERIFY(options.isEmpty() ? picture.height() == 480 : picture.height() > 480);
-        QCOMPARE(picture.pixelColor(2, 2).name(), QString("#161b22"));
+        QCOMPARE(picture.pixelColor(2, 2).name(), QString("#10151b"));
         int others = 0;
-        for (int x = 0; x < picture.width(); ++x) { // through a roll and the list of events
-            others += picture.pixelColor(x, picture.height() / 2).name() != "#161b22";
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                others += picture.pixelColor(x, y).name() != "#10151b";
+            }
         }
-        QVERIFY(others > 700);
+        QVERIFY(others > picture.width() * picture.height() / 2); // rolls, events, buttons
     }
 }
 
@@ -79,6 +113,11 @@ void tst_PanelProgram::wrongUsageIsSaid_data()
     QTest::addColumn<QString>("said");
     QTest::newRow("argument") << QStringList { "now" } << "hnipc-panel: takes no arguments";
     QTest::newRow("option") << QStringList { "--shot", "1=a.png" } << "hnipc-panel: Unknown option";
+    for (const char *code : { "xx", "", "german" }) {
+        QTest::addRow("language \"%s\"", code)
+            << QStringList { QString("--language=") + code }
+            << QString("hnipc-panel: --language: expected one of en, de, fr, not \"%1\"\n").arg(code);
+    }
     for (const char *shot : { "a.png", "1", "1=", "=a.png", "soon=a.png", "-1=a.png" }) {
         QTest::newRow(shot) << QStringList { QString("--shoot=") + shot }
                             << "hnipc-panel: --shoot: expected seconds=file";
@@ -119,6 +158,93 @@ void tst_PanelProgram::helpAndVersion()
     const Result result = run({ option });
     QVERIFY2(result.output.contains(said), qPrintable(result.output));
     QCOMPARE(result.exitCode, 0);
+}
+
+void tst_PanelProgram::languages()
+{
+    const QImage english = picture({ "--language", "en" });
+    QVERIFY(!english.isNull());
+    QCOMPARE(picture({ "--language", "en" }), english);
+    const QImage german = picture({ "--language", "de" });
+    const QImage french = picture({ "--language", "fr" });
+    QVERIFY(!german.isNull() && !french.isNull());
+    QVERIFY(german != english);
+    QVERIFY(french != english);
+    QVERIFY(french != german);
+}
+
+void tst_PanelProgram::languageOfTheLocale_data()
+{
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QString>("code");
+    QTest::newRow("English") << "en_GB.UTF-8" << "en";
+    QTest::newRow("German") << "de_AT.UTF-8" << "de";
+    QTest::newRow("French") << "fr_FR.UTF-8" << "fr";
+    QTest::newRow("another") << "pt_PT.UTF-8" << "en";
+    QTest::newRow("none") << "C.UTF-8" << "en";
+}
+
+void tst_PanelProgram::languageOfTheLocale()
+{
+    QFETCH(QString, locale);
+    QFETCH(QString, code);
+    Environment environment = Environment::systemEnvironment();
+    environment.insert("LC_ALL", locale);
+    environment.remove("LANGUAGE");
+    const QImage spoken = picture({}, environment);
+    QVERIFY(!spoken.isNull());
+    QCOMPARE(spoken, picture({ "--language", code }));
+}
+
+void tst_PanelProgram::withoutDisplay_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("panel") << QStringList();
+    QTest::newRow("picture") << QStringList { "--shoot", "0=a.png" };
+    QTest::newRow("help") << QStringList { "--help" };
+    QTest::newRow("version") << QStringList { "--version" };
+}
+
+void tst_PanelProgram::withoutDisplay()
+{
+    QFETCH(QStringList, arguments);
+    const Result none = run(arguments, withoutDisplayVariables());
+    QVERIFY2(none.errors.startsWith("hnipc-panel: no display is available: "),
+             qPrintable(none.errors));
+    QCOMPARE(none.errors.count('\n'), 1);
+    QCOMPARE(none.output, QString());
+    QCOMPARE(none.exitCode, 1);
+
+    Environment environment = withoutDisplayVariables();
+    environment.insert("QT_QPA_PLATFORM", "nonsense");
+    const Result nonsense = run(arguments, environment);
+    QVERIFY2(nonsense.errors.contains("\"nonsense\""), qPrintable(nonsense.errors));
+    QCOMPARE(nonsense.errors.count('\n'), 1);
+    QCOMPARE(nonsense.exitCode, 1);
+}
+
+void tst_PanelProgram::displayWithoutWindowManager()
+{
+    if (QStandardPaths::findExecutable("Xvfb").isEmpty()) {
+        QSKIP("Xvfb is not installed (Debian: xvfb)");
+    }
+    QProcess server;
+    server.start("Xvfb", { "-displayfd", "1", "-screen", "0", "1024x600x24", "-nolisten", "tcp" });
+    QByteArray number;
+    QVERIFY(waitUntil([&]() {
+        number += server.readAllStandardOutput();
+        return number.endsWith('\n') || server.state() == QProcess::NotRunning;
+    }));
+    QVERIFY2(!number.isEmpty(), server.readAllStandardError().constData());
+    Environment environment = withoutDisplayVariables();
+    environment.insert("QT_QPA_PLATFORM", "xcb");
+    environment.insert("DISPLAY", ":" + number.trimmed());
+    const QImage whole = picture({ "--fullscreen" }, environment);
+    const QImage window = picture({}, environment);
+    server.terminate();
+    QVERIFY(waitUntil([&]() { return server.state() == QProcess::NotRunning; }));
+    QCOMPARE(whole.size(), QSize(1024, 600));
+    QCOMPARE(window.size(), QSize(800, 480));
 }
 
 int main(int argc, char **argv)

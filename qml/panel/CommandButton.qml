@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+import QtQuick 2.15
+import QtQuick.Layouts 1.15
+
+// The button of a command.
+ActionButton {
+    id: root
+
+    required property Command command
+
+    property bool asks: false // first, which its owner does
+
+    label: command.label
+    about: command.about
+    outcome: command.outcome
+    good: command.good
+    atWork: command.atWork
+    possible: command.possible
+    Layout.fillWidth: true
+    Layout.preferredWidth: 100
+    onActivated: if (!asks)
+        command.run()
+}

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+import QtQuick 2.15
+import HNIPC 1.0
+
+// What is known of the print engine: absent, silent, stopped and why, printing, or ready.
+QtObject {
+    id: root
+
+    required property HNIPCAvailability daemons
+
+    readonly property bool isThere: daemons.known && daemons.m4
+    readonly property int error: errorReading.known ? errorReading.value : 0
+    readonly property int alert: alertReading.known ? alertReading.value : 0
+    readonly property bool isSilent: silence.isOver && errorReading.reason !== HNIPCRequest.DaemonError
+
+    // By a job that this panel has started, or by the labels that come out.
+    readonly property bool isPrinting: labelTimer.running
+    property bool jobRuns: false
+    property bool jobWaits: false // stopped by this panel, or by an error
+    property int jobEnds: 0 // how often a job has ended
+    property int labels: 0 // that have come out since it began
+
+    readonly property bool isAlertSaid: state === "warning" && !jobWaits
+
+    // Of Theme.colorOf()
+    readonly property string state: {
+        if (!daemons.known)
+            return "unknown";
+        if (!daemons.m4 || error !== 0)
+            return "fault";
+        if (!errorReading.current)
+            return "unknown";
+        if (isPrinting)
+            return "busy";
+        if (jobWaits)
+            return "warning";
+        if (!alertReading.known)
+            return "unknown";
+        return alert !== 0 ? "warning" : "good";
+    }
+
+    readonly property string words: {
+        if (!daemons.known)
+            return qsTr("Looking for the printer");
+        if (!daemons.m4)
+            return qsTr("Print engine is absent");
+        if (error !== 0)
+            return qsTr("Stopped: %1").arg(Words.error(error));
+        if (state === "busy")
+            return labels > 0 ? qsTr("Printing, %Ln label(s)", "", labels) : qsTr("Printing");
+        if (state === "unknown" && errorReading.reason === HNIPCRequest.DaemonError)
+            return qsTr("Print engine refuses to say its state");
+        if (state === "unknown")
+            return isSilent ? qsTr("Print engine does not reply") : qsTr("Waiting for the print engine");
+        if (jobWaits)
+            return qsTr("Stopped: a job waits");
+        return alert !== 0 ? qsTr("Ready, but %1").arg(Words.alert(alert)) : qsTr("Ready");
+    }
+
+    property list<QtObject> parts: [
+        HNIPCReading {
+            id: errorReading
+
+            method: "getError"
+            signals: ["Error"]
+            valueArgument: 0
+            deadline: Theme.patience
+        },
+        HNIPCReading {
+            id: alertReading
+
+            method: "getAlert"
+            signals: ["Alert"]
+            valueArgument: 0
+            deadline: Theme.patience
+        },
+        HNIPCEvents {
+            onM4PrintDone: root.countLabel()
+            onPrintQueueComplete: root.endJob(false)
+            onPrintQueueClear: root.endJob(false)
+        },
+        Timer {
+            id: labelTimer
+
+            interval: root.jobRuns ? Theme.jobTime : Theme.movingTime
+            onTriggered: root.endJob(false)
+        },
+        // The label that is in the machine when a job is cancelled.
+        Timer {
+            id: lastLabel
+
+            interval: Theme.movingTime
+        },
+        Overdue {
+            id: silence
+
+            waiting: root.isThere && !(errorReading.current && alertReading.known)
+        }
+    ]
+
+    function countLabel() {
+        if (lastLabel.running)
+            return;
+        jobWaits = false;
+        ++labels;
+        labelTimer.restart();
+    }
+
+    function startJob() {
+        lastLabel.stop();
+        jobWaits = false;
+        jobRuns = true;
+        labelTimer.restart();
+    }
+
+    function cancelJob() {
+        endJob(true);
+        lastLabel.restart();
+    }
+
+    function endJob(waits: bool) {
+        ++jobEnds;
+        jobWaits = waits;
+        jobRuns = false;
+        labelTimer.stop();
+        labels = 0;
+    }
+
+    onErrorChanged: if (error !== 0)
+        endJob(isPrinting || jobWaits)
+    onIsThereChanged: if (!isThere)
+        endJob(false)
+}
