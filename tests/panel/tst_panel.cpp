@@ -159,6 +159,7 @@ private slots:
     void jobWithoutLabelsEnds_data();
     void jobWithoutLabelsEnds();
     void readyIsNotSaidWhileAReadIsOverdue();
+    void readyIsNotSaidBeforeTheAlertIsKnown();
     void errorOfASignalIsShownAtOnce();
     void daemonThatHungIsReadAgain();
     void outcomeGoesWithItsCause();
@@ -337,7 +338,7 @@ void tst_Panel::readsThatFailAreRepeated()
         engine.ignore("getError");
     }
     QVERIFY(engine.own("org.hnipc.m4"));
-    Screen screen(QSize(800, 480), { { "patience", 500 } });
+    Screen screen(QSize(800, 480), { { "patience", 500 }, { "overdueTime", 100 } });
     const auto readings = [&engine]() {
         int result = 0;
         const QList<WireMessage> calls = engine.calls();
@@ -347,8 +348,9 @@ void tst_Panel::readsThatFailAreRepeated()
         return result;
     };
     QVERIFY(waitUntil([&]() { return readings() >= 2; }));
-    QCOMPARE(screen.text("state"), QString(refuses ? "Print engine refuses to say its state"
-                                                   : "Waiting for the print engine"));
+    QVERIFY(screen.shows("state", refuses ? "Print engine refuses to say its state"
+                                          : "Print engine does not reply"));
+    QCOMPARE(screen.color("m4/text"), refuses ? green : amber); // it replies, or does not
     engine.answer("getError", "(10,)");
     QVERIFY(screen.shows("state", "Stopped: lid open"));
     const int before = readings();
@@ -1076,6 +1078,18 @@ void tst_Panel::printingIsSaid()
     QVERIFY(screen.shows("state", "Print engine is absent"));
     QCOMPARE(screen.color("state"), red);
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("fault"));
+
+    // The label that was in the machine when the job was cancelled says nothing.
+    desk.start("m4");
+    QVERIFY(screen.shows("state", "Ready"));
+    desk.act("m4", "print", "(uint32 3000,)");
+    QVERIFY(waitUntil([&]() { return screen.text("state").startsWith("Printing, "); }));
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    desk.act("m4", "emit", "('M4PrintDone', @av [])");
+    desk.act("m4", "emit", "('PrintQueueFull', [<8>])");
+    QVERIFY(screen.tells("Print queue is full"));
+    QCOMPARE(screen.text("state"), QString("Stopped: a job waits"));
 }
 
 void tst_Panel::ownJobIsPrintingUntilItEnds()
@@ -1186,6 +1200,25 @@ void tst_Panel::readyIsNotSaidWhileAReadIsOverdue()
     QCOMPARE(screen.text("m4/text"), QString("Engine ?"));
     QCOMPARE(screen.color("m4/text"), amber);
     QCOMPARE(screen.faults(), QString());
+
+    QVERIFY(screen.shows("ribbon2/name", "Black"));
+    QCOMPARE(screen.color("supplyd/text"), green);
+    desk.act("supplyd", "fault", "('supplyRibbonSKUsCached', 'never', <''>)");
+    desk.act("supplyd", "load", "('', ['RIB-110-RD'])");
+    QVERIFY(screen.shows("supplyd/text", "Supply ?"));
+    QCOMPARE(screen.text("ribbon1/name"), QString("not known"));
+}
+
+void tst_Panel::readyIsNotSaidBeforeTheAlertIsKnown()
+{
+    WirePeer engine;
+    engine.answer("getError", "(0,)");
+    engine.ignore("getAlert");
+    QVERIFY(engine.own("org.hnipc.m4"));
+    Screen screen(QSize(800, 480), { { "overdueTime", 200 } });
+    QVERIFY(screen.shows("state", "Print engine does not reply"));
+    engine.emitSignal("/", "local.IHNIPCM4", "M4_M4PrintDone", "()");
+    QVERIFY(waitUntil([&]() { return screen.text("state").startsWith("Printing, "); }));
 }
 
 void tst_Panel::errorOfASignalIsShownAtOnce()
@@ -1263,6 +1296,18 @@ void tst_Panel::outcomeExpires()
         QVERIFY(screen.shows(place, ""));
         QVERIFY(screen.item(QString(button) + "/about")->isVisible());
     }
+
+    desk.act("m4", "print", "(uint32 3000,)");
+    screen.click("buttonCancel");
+    QVERIFY(screen.shows("state", "Stopped: a job waits"));
+    screen.click("buttonPrint");
+    QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
+    for (int i = 0; i < 2; ++i) { // which lasts longer than other outcomes
+        screen.click("buttonFeed");
+        QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
+        QVERIFY(screen.shows("buttonFeed/outcome", ""));
+    }
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString("printing"));
 }
 
 void tst_Panel::errorClosesHelp()
@@ -1286,6 +1331,12 @@ void tst_Panel::errorClosesHelp()
         desk.act("m4", "set", "('batteryStatus', <90>)");
         QVERIFY(screen.shows("state", "Ready"));
     }
+    desk.act("m4", "set", "('error', <10>)");
+    QVERIFY(screen.shows("state", "Stopped: lid open"));
+    screen.type(Qt::Key_F1);
+    desk.act("m4", "set", "('error', <12>)"); // for one who reads what to do
+    QVERIFY(screen.shows("state", "Stopped: supply latch open"));
+    QVERIFY(screen.item("help")->isVisible());
 }
 
 void tst_Panel::longReasonIsReadWhole()
@@ -1378,6 +1429,12 @@ void tst_Panel::floodIsShown()
     }
     QVERIFY(engine.own("org.hnipc.m4"));
     Screen screen;
+    for (int i = 0; i < 30; ++i) {
+        engine.emitSignal("/", "local.IHNIPCM4", "M4_PrintQueueFull", "(8,)");
+    }
+    QVERIFY(waitUntil([&]() { return screen.events().count("Print queue is full") == 30; }));
+    QVERIFY(screen.renders(2));
+    QVERIFY(screen.item("events")->property("atYBeginning").toBool());
     for (int i = 0; i < 10000; ++i) {
         engine.emitSignal("/", "local.IHNIPCM4", "M4_PrintQueueFull", "(8,)");
     }
