@@ -208,15 +208,14 @@ void tst_KeyGuard::enterAfterText()
 {
     QFETCH(int, pause);
     QElapsedTimer sinceText;
-    QKeyEvent text(QEvent::KeyPress, Qt::Key_7, Qt::NoModifier, "7");
-    QCoreApplication::sendEvent(m_window.get(), &text);
-    sinceText.start();
-    QVERIFY(waitUntil([&]() { return sinceText.elapsed() >= pause; }));
-    QTest::keyClick(m_window.get(), Qt::Key_Return);
-    const bool wasSoon = sinceText.elapsed() < 900; // this machine may have stood still
-    if (!wasSoon) {
-        QSKIP("this machine was too slow");
-    }
+    do { // again where this machine stood still
+        m_window->keys.clear();
+        QKeyEvent text(QEvent::KeyPress, Qt::Key_7, Qt::NoModifier, "7");
+        QCoreApplication::sendEvent(m_window.get(), &text);
+        sinceText.start();
+        QVERIFY(waitUntil([&]() { return sinceText.elapsed() >= pause; }));
+        QTest::keyClick(m_window.get(), Qt::Key_Return);
+    } while (sinceText.elapsed() >= 900);
     QVERIFY(arrives(Qt::Key_F9));
     QCOMPARE(m_window->keys, QStringList());
     QVERIFY(arrives(Qt::Key_Return)); // later

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/privatebus.h"
+#include "support/qtmajors.h"
 #include "tools/desk.h"
 
 #include <QtCore/QFile>
@@ -226,7 +227,7 @@ void tst_PanelProgram::withoutDisplay()
 void tst_PanelProgram::displayWithoutWindowManager()
 {
     if (QStandardPaths::findExecutable("Xvfb").isEmpty()) {
-        QSKIP("Xvfb is not installed (Debian: xvfb)");
+        HNIPC_SKIP("Xvfb is not installed (Debian: xvfb)");
     }
     QProcess server;
     server.start("Xvfb", { "-displayfd", "1", "-screen", "0", "1024x600x24", "-nolisten", "tcp" });
