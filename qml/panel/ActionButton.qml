@@ -56,7 +56,6 @@ Rectangle {
         font.bold: root.primary
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: Math.floor(Theme.small)
-        Accessible.ignored: true
     }
     Label {
         id: hint
@@ -69,7 +68,6 @@ Rectangle {
         text: root.keyName
         color: root.isPressed ? Theme.textPressed : root.primary ? Theme.text : Theme.faint
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
     Label {
         objectName: "about"
@@ -82,7 +80,6 @@ Rectangle {
         text: root.about
         color: root.isPressed ? Theme.textPressed : root.primary && root.possible ? Theme.text : Theme.faint
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
     Label {
         id: result
@@ -100,38 +97,35 @@ Rectangle {
         wrapMode: Text.Wrap
         verticalAlignment: Text.AlignTop
         lineHeight: 0.9
-        Accessible.ignored: true
     }
     // Moves for as long as the printer is at work.
-    Rectangle {
-        id: runner
-
-        objectName: "runner"
-        visible: root.atWork
+    Loader {
         x: Theme.gap
         y: parent.height - 9 * Theme.unit
-        width: 28 * Theme.unit
-        height: 5 * Theme.unit
-        radius: height / 2
-        color: Theme.text
-    }
-    SequentialAnimation {
-        running: root.atWork
-        loops: Animation.Infinite
+        active: root.atWork
 
-        NumberAnimation {
-            target: runner
-            property: "x"
-            to: root.width - runner.width - Theme.gap
-            duration: 700
-            easing.type: Easing.InOutQuad
-        }
-        NumberAnimation {
-            target: runner
-            property: "x"
-            to: Theme.gap
-            duration: 700
-            easing.type: Easing.InOutQuad
+        sourceComponent: Rectangle {
+            objectName: "runner"
+            width: 28 * Theme.unit
+            height: 5 * Theme.unit
+            radius: height / 2
+            color: Theme.text
+
+            SequentialAnimation on x  {
+                loops: Animation.Infinite
+
+                NumberAnimation {
+                    from: 0
+                    to: root.width - 28 * Theme.unit - 2 * Theme.gap // qmllint disable unqualified
+                    duration: 700
+                    easing.type: Easing.InOutQuad
+                }
+                NumberAnimation {
+                    to: 0
+                    duration: 700
+                    easing.type: Easing.InOutQuad
+                }
+            }
         }
     }
     MouseArea {

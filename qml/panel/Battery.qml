@@ -19,4 +19,6 @@ Label {
 
     text: (low ? "\u26a0 " : "") + qsTr("Battery %1").arg(measured ? Words.percent(reading.value) : "?")
     color: low ? Theme.warning : Theme.text
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
 }

@@ -105,7 +105,7 @@ QtObject {
         } else if (request.outcome === HNIPCRequest.NotSent) {
             const isAbsent = request.reason === HNIPCRequest.DaemonAbsent;
             if (isAbsent)
-                text = qsTr("print engine is absent");
+                text = qsTr("print engine is not running");
             show(qsTr("not done: %1").arg(Words.brief(text)), qsTr("not done: %1").arg(Words.whole(text)), false, 0);
             isOfAbsence = isAbsent;
         } else {

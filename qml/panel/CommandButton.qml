@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
-import QtQuick.Layouts 1.15
 
 // The button of a command.
 ActionButton {
@@ -16,8 +15,6 @@ ActionButton {
     good: command.good
     atWork: command.atWork
     possible: command.possible
-    Layout.fillWidth: true
-    Layout.preferredWidth: 100
     onActivated: if (!asks)
         command.run()
 }

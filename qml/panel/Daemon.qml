@@ -11,7 +11,7 @@ Rectangle {
     property bool silent: false
 
     readonly property string mark: !known ? "" : !available ? "fault" : silent ? "warning" : "good"
-    readonly property string words: !known ? qsTr("not known") : !available ? qsTr("absent") : silent ? qsTr("no reply") : qsTr("there")
+    readonly property string words: !known ? qsTr("not known") : !available ? qsTr("not running") : silent ? qsTr("no reply") : qsTr("running")
 
     implicitWidth: text.implicitWidth + 18 * Theme.unit
     implicitHeight: 28 * Theme.unit
@@ -31,6 +31,5 @@ Rectangle {
         text: root.name + (root.mark === "" ? "" : root.mark === "good" ? " \u2713" : root.mark === "warning" ? " ?" : " \u2717")
         color: Theme.colorOf(root.mark)
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
 }

@@ -7,10 +7,12 @@ QtObject {
     id: root
 
     required property HNIPCAvailability daemons
+    required property HNIPCEvents events
 
     readonly property bool isThere: daemons.known && daemons.m4
     readonly property int error: errorReading.known ? errorReading.value : 0
     readonly property int alert: alertReading.known ? alertReading.value : 0
+    readonly property bool isBusLost: errorReading.reason === HNIPCRequest.BusLost
     readonly property bool isSilent: silence.isOver && errorReading.reason !== HNIPCRequest.DaemonError
 
     // By a job that this panel has started, or by the labels that come out.
@@ -25,7 +27,7 @@ QtObject {
     // Of Theme.colorOf()
     readonly property string state: {
         if (!daemons.known)
-            return "unknown";
+            return isBusLost ? "fault" : "unknown";
         if (!daemons.m4 || error !== 0)
             return "fault";
         if (!errorReading.current)
@@ -41,9 +43,9 @@ QtObject {
 
     readonly property string words: {
         if (!daemons.known)
-            return qsTr("Looking for the printer");
+            return isBusLost ? qsTr("No connection to the printer") : qsTr("Looking for the printer");
         if (!daemons.m4)
-            return qsTr("Print engine is absent");
+            return qsTr("Print engine is not running");
         if (error !== 0)
             return qsTr("Stopped: %1").arg(Words.error(error));
         if (state === "busy")
@@ -74,10 +76,20 @@ QtObject {
             valueArgument: 0
             deadline: Theme.patience
         },
-        HNIPCEvents {
-            onM4PrintDone: root.countLabel()
-            onPrintQueueComplete: root.endJob(false)
-            onPrintQueueClear: root.endJob(false)
+        Connections {
+            target: root.events
+
+            function onM4PrintDone() {
+                root.countLabel();
+            }
+
+            function onPrintQueueComplete() {
+                root.endJob(false);
+            }
+
+            function onPrintQueueClear() {
+                root.endJob(false);
+            }
         },
         Timer {
             id: labelTimer

@@ -37,7 +37,6 @@ Item {
         text: root.time
         color: Theme.faint
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
     Label {
         id: words
@@ -51,7 +50,6 @@ Item {
         font.pixelSize: Theme.small
         wrapMode: Text.Wrap
         maximumLineCount: 4
-        Accessible.ignored: true
     }
     MouseArea {
         anchors.fill: parent

@@ -7,6 +7,7 @@ Sheet {
 
     required property var commands
 
+    objectName: "help"
     title: qsTr("Help")
 
     Repeater {

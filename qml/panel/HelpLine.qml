@@ -1,25 +1,28 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
-import QtQuick.Layouts 1.15
 
-RowLayout {
+Item {
     id: root
 
     required property string title
     required property string text
 
-    spacing: 12 * Theme.unit
+    implicitHeight: Math.max(heading.height, content.height)
 
-    Label {
-        Layout.preferredWidth: 130 * Theme.unit
-        Layout.alignment: Qt.AlignTop
+    Paragraph {
+        id: heading
+
+        anchors.left: parent.left
+        width: 130 * Theme.unit
         text: root.title
         font.bold: true
-        wrapMode: Text.Wrap
     }
-    Label {
-        Layout.fillWidth: true
+    Paragraph {
+        id: content
+
+        anchors.left: heading.right
+        anchors.leftMargin: 12 * Theme.unit
+        anchors.right: parent.right
         text: root.text
-        wrapMode: Text.Wrap
     }
 }

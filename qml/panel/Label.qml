@@ -9,6 +9,4 @@ Text {
     elide: Text.ElideRight
     horizontalAlignment: Text.AlignLeft
     verticalAlignment: Text.AlignVCenter
-    Accessible.role: Accessible.StaticText
-    Accessible.name: text
 }

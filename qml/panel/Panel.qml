@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
-import QtQuick.Layouts 1.15
 import HNIPC 1.0
 
 // The printer's front panel, for any size of screen: the rolls beside what happens where it is wide,
@@ -9,13 +8,14 @@ Rectangle {
     id: root
 
     readonly property bool isWide: width >= height
+    readonly property real margin: 1.25 * Theme.gap
     readonly property alias listening: log.listening
-    readonly property Item openSheet: help.visible ? help : details.visible ? details : question.visible ? question : null
+    readonly property Item openSheet: sheetLoader.item as Item
 
     readonly property var commands: [printCommand, feedCommand, cutCommand, calibrateCommand, cancelCommand, loadCommand, clearCommand]
 
     // What else a person should know.
-    readonly property string note: Words.sentence(Words.list([engine.alert !== 0 && !engine.isAlertSaid && engine.isThere ? Words.alert(engine.alert) : "", daemons.known && !daemons.supplyd ? qsTr("supply daemon is absent") : "", daemons.known && !daemons.ioexpd ? qsTr("the printer's buttons do not work") : ""], "; "))
+    readonly property string note: Words.sentence(Words.list([engine.alert !== 0 && !engine.isAlertSaid && engine.isThere ? Words.alert(engine.alert) : "", daemons.known && !daemons.supplyd ? qsTr("supply daemon is not running") : "", daemons.known && !daemons.ioexpd ? qsTr("the printer's buttons do not work") : ""], "; "))
 
     // Milliseconds
     property int patience: 30000 // when a command has no reply until then, a person goes and looks
@@ -24,17 +24,21 @@ Rectangle {
     property int jobTime: 60000 // without a label, a job of this panel is taken to have ended
     property int overdueTime: 3000 // a daemon that has not replied until then is said to be silent
 
-    property Item lastFocus: null
+    property Item lastFocus: null // what had it before the sheet
 
-    function show(sheet) {
-        closeSheets();
+    function show(file: string, properties) {
+        closeSheet();
         lastFocus = focusedItem();
-        sheet.open();
+        sheetLoader.setSource(file, properties);
     }
 
-    function closeSheets() {
-        for (const sheet of [help, details, question])
-            sheet.close();
+    function closeSheet() {
+        if (!openSheet)
+            return;
+        sheetLoader.source = "";
+        const next = lastFocus && lastFocus.visible ? lastFocus : root;
+        lastFocus = null;
+        next.forceActiveFocus();
     }
 
     // Of this line and those before it.
@@ -42,22 +46,18 @@ Rectangle {
         const texts = [];
         for (let i = index; i < Math.min(log.model.count, index + 10); ++i)
             texts.push(log.model.get(i).detail);
-        detailText.text = texts.join("\n\n");
-        show(details);
+        show("Details.qml", {
+                "text": texts.join("\n\n")
+            });
     }
 
     function toggleHelp() {
-        if (help.visible)
-            help.close();
+        if (openSheet && openSheet.objectName === "help")
+            closeSheet();
         else
-            show(help);
-    }
-
-    function onSheetClosed() {
-        if (lastFocus && lastFocus.visible)
-            lastFocus.forceActiveFocus();
-        else
-            root.forceActiveFocus();
+            show("Help.qml", {
+                    "commands": commands
+                });
     }
 
     // A button, or the list of events.
@@ -92,7 +92,8 @@ Rectangle {
     implicitWidth: 800
     implicitHeight: 480
 
-    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft // qmllint disable
+    // 1 is Qt.RightToLeft. The first name of that kind makes QML read all two thousand.
+    LayoutMirroring.enabled: Qt.application.layoutDirection === 1 // qmllint disable
     LayoutMirroring.childrenInherit: true
 
     Binding {
@@ -137,11 +138,12 @@ Rectangle {
             event.accepted = true;
             return;
         }
-        const key = event.isAutoRepeat ? -1 : event.key - Qt.Key_F1;
-        if (key < 0 || key > 7)
-            return;
-        event.accepted = true;
-        [toggleHelp, printCommand.run, feedCommand.run, cutCommand.run, calibrateCommand.run, cancelCommand.run, loadCommand.run, clearButton.activated][key]();
+        const name = "F" + (event.key - Qt.Key_F1 + 1);
+        const button = event.isAutoRepeat ? undefined : Array.from(buttons.children).find(each => each.keyName === name);
+        if (button) {
+            event.accepted = true;
+            button.activated();
+        }
     }
 
     HNIPCAvailability {
@@ -161,11 +163,12 @@ Rectangle {
         property int lastError: 0
 
         daemons: daemons
+        events: log.events
         onErrorChanged: {
             if (error !== 0) {
                 printCommand.settle(qsTr("stopped: %1").arg(Words.error(error)), false, error);
                 if (lastError === 0)
-                    root.closeSheets();
+                    root.closeSheet();
             }
             lastError = error;
         }
@@ -305,129 +308,153 @@ Rectangle {
         deadline: Theme.patience
     }
 
-    GridLayout {
-        objectName: "page"
-        anchors.fill: parent
-        anchors.margins: 1.25 * Theme.gap
-        columns: root.isWide ? 2 : 1
-        columnSpacing: Theme.gap
-        rowSpacing: Theme.gap
+    Item {
+        id: header
 
-        Item {
-            id: header
+        objectName: "header"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.margins: root.margin
+        height: root.isWide ? 50 * Theme.unit : chips.y + chips.height
 
-            objectName: "header"
-            Layout.columnSpan: root.isWide ? 2 : 1
-            Layout.fillWidth: true
-            implicitHeight: root.isWide ? 50 * Theme.unit : 86 * Theme.unit
+        StateIcon {
+            id: icon
 
-            StateIcon {
-                id: icon
+            objectName: "icon"
+            anchors.left: parent.left
+            y: 3 * Theme.unit
+            state: engine.state
+        }
+        Label {
+            objectName: "state"
+            anchors.left: icon.right
+            anchors.leftMargin: Theme.gap
+            anchors.right: root.isWide ? chips.left : parent.right
+            anchors.rightMargin: Theme.gap
+            height: 32 * Theme.unit
+            text: engine.words
+            color: Theme.colorOf(engine.state)
+            font.pixelSize: Theme.huge
+            font.bold: true
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: Math.floor(Theme.small)
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
+        }
+        Label {
+            id: note
 
-                objectName: "icon"
-                anchors.left: parent.left
-                y: 3 * Theme.unit
-                state: engine.state
+            objectName: "note"
+            anchors.left: icon.right
+            anchors.leftMargin: Theme.gap
+            anchors.right: parent.right
+            y: 32 * Theme.unit
+            text: root.note
+            wrapMode: root.isWide ? Text.NoWrap : Text.Wrap
+            maximumLineCount: root.isWide ? 1 : 2
+            color: Theme.warning
+            font.pixelSize: Theme.small
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
+        }
+        Row {
+            id: chips
+
+            anchors.right: parent.right
+            y: root.isWide ? 1 * Theme.unit : note.y + note.height + 8 * Theme.unit
+            spacing: 6 * Theme.unit
+
+            Battery {
+                objectName: "battery"
+                height: 28 * Theme.unit
+                rightPadding: 6 * Theme.unit
             }
-            Label {
-                objectName: "state"
-                anchors.left: icon.right
-                anchors.leftMargin: Theme.gap
-                anchors.right: root.isWide ? chips.left : parent.right
-                anchors.rightMargin: Theme.gap
-                height: 32 * Theme.unit
-                text: engine.words
-                color: Theme.colorOf(engine.state)
-                font.pixelSize: Theme.huge
-                font.bold: true
-                fontSizeMode: Text.HorizontalFit
-                minimumPixelSize: Math.floor(Theme.small)
-                Accessible.role: Accessible.AlertMessage
+            Daemon {
+                objectName: "ioexpd"
+                name: qsTr("I/O")
+                known: daemons.known
+                available: daemons.ioexpd
             }
-            Label {
-                objectName: "note"
-                anchors.left: icon.right
-                anchors.leftMargin: Theme.gap
-                anchors.right: parent.right
-                y: 32 * Theme.unit
-                text: root.note
-                color: Theme.warning
-                font.pixelSize: Theme.small
+            Daemon {
+                objectName: "m4"
+                name: qsTr("Engine")
+                known: daemons.known
+                available: daemons.m4
+                silent: engine.isSilent
             }
-            Row {
-                id: chips
-
-                anchors.right: parent.right
-                y: root.isWide ? 1 * Theme.unit : 58 * Theme.unit
-                spacing: 6 * Theme.unit
-
-                Battery {
-                    objectName: "battery"
-                    height: 28 * Theme.unit
-                    rightPadding: 6 * Theme.unit
-                }
-                Daemon {
-                    objectName: "ioexpd"
-                    name: qsTr("I/O")
-                    known: daemons.known
-                    available: daemons.ioexpd
-                }
-                Daemon {
-                    objectName: "m4"
-                    name: qsTr("Engine")
-                    known: daemons.known
-                    available: daemons.m4
-                    silent: engine.isSilent
-                }
-                Daemon {
-                    objectName: "supplyd"
-                    name: qsTr("Supply", "the daemon")
-                    known: daemons.known
-                    available: daemons.supplyd
-                    silent: suppliesSilence.isOver
-                }
+            Daemon {
+                objectName: "supplyd"
+                name: qsTr("Supply", "the daemon")
+                known: daemons.known
+                available: daemons.supplyd
+                silent: suppliesSilence.isOver
             }
         }
+    }
 
-        ColumnLayout {
-            Layout.fillWidth: true
-            Layout.preferredWidth: 500
-            Layout.fillHeight: root.isWide
+    // Not to be reached behind a sheet, by a wheel or a screen reader.
+    Item {
+        objectName: "page"
+        visible: !root.openSheet
+        anchors.fill: parent
+        anchors.margins: root.margin
+        anchors.topMargin: root.margin + header.height + Theme.gap
+
+        Column {
+            id: stock
+
+            anchors.left: parent.left
+            anchors.top: parent.top
+            width: root.isWide ? 0.66 * parent.width : parent.width
             spacing: Theme.gap
 
-            GridLayout {
-                Layout.fillWidth: true
+            Grid {
+                id: switches
+
+                // In one row each has what its name takes, and a part of the rest.
+                readonly property real rest: (width - 3 * spacing - lid.implicitWidth - latch.implicitWidth - cutterCover.implicitWidth - cutterHome.implicitWidth) / 4
+                readonly property real half: (width - spacing) / 2
+
+                width: parent.width
                 columns: root.isWide ? 4 : 2
-                columnSpacing: Theme.gap
-                rowSpacing: Theme.gap
+                spacing: Theme.gap
 
                 Switch {
+                    id: lid
+
                     objectName: "lid"
-                    Layout.fillWidth: true
+                    width: root.isWide ? implicitWidth + switches.rest : switches.half
                     name: qsTr("Lid")
                     method: "printerLid"
                     signalName: "M4PrinterLid"
                     words: [qsTr("closed"), qsTr("open")]
                 }
                 Switch {
+                    id: latch
+
                     objectName: "latch"
-                    Layout.fillWidth: true
+                    width: root.isWide ? implicitWidth + switches.rest : switches.half
                     name: qsTr("Latch")
                     method: "supplyLatch"
                     signalName: "M4SupplyLatch"
                     words: [qsTr("closed"), qsTr("open")]
                 }
                 Switch {
+                    id: cutterCover
+
                     objectName: "cutterCover"
-                    Layout.fillWidth: true
+                    width: root.isWide ? implicitWidth + switches.rest : switches.half
                     name: qsTr("Cutter cover")
                     method: "cutterCover"
                     signalName: "M4CutterCover"
                     words: [qsTr("closed"), qsTr("open")]
                 }
                 Switch {
+                    id: cutterHome
+
                     objectName: "cutterHome"
-                    Layout.fillWidth: true
+                    width: root.isWide ? implicitWidth + switches.rest : switches.half
                     name: qsTr("Cutter")
                     method: "cutterHome"
                     signalName: "M4CutterHome"
@@ -437,30 +464,30 @@ Rectangle {
             }
             SupplyRoll {
                 objectName: "supply"
-                Layout.fillWidth: true
+                width: parent.width
             }
             RibbonRoll {
                 objectName: "ribbon1"
-                Layout.fillWidth: true
+                width: parent.width
                 index: 0
                 skus: ribbonSkus
             }
             RibbonRoll {
                 objectName: "ribbon2"
-                Layout.fillWidth: true
+                width: parent.width
                 index: 1
                 skus: ribbonSkus
-            }
-            Item {
-                Layout.fillHeight: root.isWide
             }
         }
 
         Rectangle {
-            Layout.fillWidth: true
-            Layout.fillHeight: true
-            Layout.preferredWidth: 260
-            Layout.minimumHeight: 70 * Theme.unit
+            anchors.left: root.isWide ? stock.right : parent.left
+            anchors.right: parent.right
+            anchors.top: root.isWide ? parent.top : stock.bottom
+            anchors.bottom: buttons.top
+            anchors.leftMargin: root.isWide ? Theme.gap : 0
+            anchors.topMargin: root.isWide ? 0 : Theme.gap
+            anchors.bottomMargin: Theme.gap
             radius: Theme.radius
             color: Theme.card
 
@@ -488,7 +515,12 @@ Rectangle {
                 model: log.model
                 activeFocusOnTab: true
                 currentIndex: -1 // or it would follow a line, and leave the latest one
-                onActiveFocusChanged: currentIndex = activeFocus ? 0 : -1
+                onActiveFocusChanged: {
+                    if (activeFocus)
+                        currentIndex = Math.max(0, currentIndex);
+                    else if (root.lastFocus !== events) // else it comes back to its line
+                        currentIndex = -1;
+                }
                 highlightMoveDuration: 0
                 Accessible.role: Accessible.List
                 Accessible.name: eventsTitle.text
@@ -499,7 +531,8 @@ Rectangle {
                     root.showDetails(currentIndex)
 
                 delegate: EventLine {
-                    onActivated: root.showDetails(index) // qmllint disable unqualified
+                    // A line is too low to be hit, so a touch opens all that are seen.
+                    onActivated: root.showDetails(Math.max(0, events.indexAt(0, events.contentY))) // qmllint disable unqualified
                 }
             }
             Rectangle {
@@ -512,50 +545,57 @@ Rectangle {
             }
         }
 
-        GridLayout {
+        Grid {
             id: buttons
 
-            Layout.columnSpan: root.isWide ? 2 : 1
-            Layout.fillWidth: true
+            readonly property real cell: (width - (columns - 1) * spacing) / columns
+
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
             columns: root.isWide ? 4 : 2
-            columnSpacing: Theme.gap
-            rowSpacing: Theme.gap
+            spacing: Theme.gap
 
             CommandButton {
                 objectName: "buttonPrint"
+                width: buttons.cell
                 command: printCommand
                 keyName: "F2"
                 primary: true
             }
             CommandButton {
                 objectName: "buttonFeed"
+                width: buttons.cell
                 command: feedCommand
                 keyName: "F3"
             }
             CommandButton {
                 objectName: "buttonCut"
+                width: buttons.cell
                 command: cutCommand
                 keyName: "F4"
             }
             CommandButton {
                 objectName: "buttonCalibrate"
+                width: buttons.cell
                 command: calibrateCommand
                 keyName: "F5"
             }
             CommandButton {
                 objectName: "buttonCancel"
+                width: buttons.cell
                 command: cancelCommand
                 keyName: "F6"
             }
             CommandButton {
                 objectName: "buttonLoad"
+                width: buttons.cell
                 command: loadCommand
                 keyName: "F7"
             }
             ActionButton {
                 objectName: "buttonHelp"
-                Layout.fillWidth: true
-                Layout.preferredWidth: 100
+                width: buttons.cell
                 label: qsTr("Help")
                 about: qsTr("what is what")
                 keyName: "F1"
@@ -565,6 +605,7 @@ Rectangle {
                 id: clearButton
 
                 objectName: "buttonClear"
+                width: buttons.cell
                 command: clearCommand
                 keyName: "F8"
                 dangerous: true
@@ -573,46 +614,29 @@ Rectangle {
                     if (!clearCommand.possible)
                         clearCommand.run();
                     else if (!clearCommand.atWork)
-                        root.show(question);
+                        root.show("Question.qml", {});
                 }
             }
         }
     }
 
-    Help {
-        id: help
+    // The sheet that is shown. It is loaded when it is, for the panel to start faster.
+    Loader {
+        id: sheetLoader
 
-        objectName: "help"
         anchors.fill: parent
-        anchors.topMargin: header.height + 1.25 * Theme.gap
-        commands: root.commands
-        onClosed: root.onSheetClosed()
+        anchors.topMargin: header.height + root.margin
     }
-    Sheet {
-        id: details
+    Connections {
+        target: root.openSheet
+        ignoreUnknownSignals: true
 
-        objectName: "details"
-        anchors.fill: help
-        title: qsTr("In full")
-        onClosed: root.onSheetClosed()
-
-        Label {
-            id: detailText
-
-            objectName: "detailText"
-            width: parent.width
-            wrapMode: Text.Wrap
+        function onConfirmed() {
+            clearCommand.run();
         }
-    }
-    Question {
-        id: question
 
-        objectName: "question"
-        anchors.fill: help
-        title: qsTr("Drop the job?")
-        text: qsTr("The job is taken out of the queue, and its labels that are not printed are lost.")
-        yes: qsTr("Drop the job")
-        onClosed: root.onSheetClosed()
-        onConfirmed: clearCommand.run()
+        function onDismissed() {
+            root.closeSheet();
+        }
     }
 }

@@ -5,18 +5,16 @@ import QtQuick 2.15
 Sheet {
     id: root
 
-    required property string text
-    required property string yes
-
     signal confirmed
 
+    objectName: "question"
+    title: qsTr("Drop the job?")
     closesByTouch: false
     firstFocus: keep
 
-    Label {
+    Paragraph {
         width: parent.width
-        text: root.text
-        wrapMode: Text.Wrap
+        text: qsTr("The job is taken out of the queue, and its labels that are not printed are lost.")
     }
     Row {
         width: parent.width
@@ -28,7 +26,7 @@ Sheet {
             objectName: "keep"
             width: 200 * Theme.unit
             label: qsTr("Keep the job")
-            onActivated: root.close()
+            onActivated: root.dismissed()
             KeyNavigation.right: drop
             KeyNavigation.tab: drop
         }
@@ -37,11 +35,11 @@ Sheet {
 
             objectName: "drop"
             width: 200 * Theme.unit
-            label: root.yes
+            label: qsTr("Drop the job")
             dangerous: true
             onActivated: {
-                root.close();
                 root.confirmed();
+                root.dismissed();
             }
             KeyNavigation.left: keep
             KeyNavigation.tab: keep

@@ -66,7 +66,6 @@ Rectangle {
         text: root.title
         color: Theme.faint
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
     Label {
         objectName: "sku"
@@ -79,7 +78,6 @@ Rectangle {
         color: Theme.faint
         font.pixelSize: Theme.small
         maximumLineCount: 1
-        Accessible.ignored: true
     }
     Label {
         id: nameText
@@ -96,7 +94,6 @@ Rectangle {
         fontSizeMode: Text.HorizontalFit
         minimumPixelSize: Math.floor(Theme.small)
         maximumLineCount: 1
-        Accessible.ignored: true
     }
     Label {
         id: percentText
@@ -112,7 +109,6 @@ Rectangle {
         color: root.low ? Theme.warning : Theme.text
         font.pixelSize: Theme.large
         font.bold: true
-        Accessible.ignored: true
     }
     Rectangle {
         objectName: "track"

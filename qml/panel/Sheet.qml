@@ -11,26 +11,13 @@ Rectangle {
     property bool closesByTouch: true
     property Item firstFocus: root
 
-    signal closed
+    signal dismissed // its owner closes it
 
-    function open() {
-        visible = true;
-        flickable.contentY = 0;
-        firstFocus.forceActiveFocus();
-    }
-
-    function close() {
-        if (!visible)
-            return;
-        visible = false;
-        closed();
-    }
-
-    visible: false
     color: Theme.page
     Accessible.role: Accessible.Pane
     Accessible.name: title
 
+    Component.onCompleted: firstFocus.forceActiveFocus()
     Keys.onPressed: function (event) {
         const step = 40 * Theme.unit;
         if (event.key === Qt.Key_Down || event.key === Qt.Key_Up) {
@@ -38,7 +25,7 @@ Rectangle {
             const next = flickable.contentY + (event.key === Qt.Key_Down ? step : -step);
             flickable.contentY = Math.max(0, Math.min(end, next));
         } else if (!event.isAutoRepeat && (event.key === Qt.Key_Escape || closesByTouch && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || event.key === Qt.Key_Space || event.key === Qt.Key_F1))) {
-            close();
+            dismissed();
         }
         event.accepted = true;
     }
@@ -46,9 +33,9 @@ Rectangle {
     MouseArea {
         anchors.fill: parent
         onClicked: if (root.closesByTouch)
-            root.close()
+            root.dismissed()
     }
-    Label {
+    Paragraph {
         id: heading
 
         anchors.left: parent.left
@@ -77,7 +64,7 @@ Rectangle {
             width: flickable.width
             height: Math.max(flickable.height, column.height)
             onClicked: if (root.closesByTouch)
-                root.close()
+                root.dismissed()
         }
         Column {
             id: column
@@ -98,7 +85,7 @@ Rectangle {
         height: flickable.height * flickable.visibleArea.heightRatio
         color: Theme.edge
     }
-    Label {
+    Paragraph {
         id: hint
 
         anchors.left: parent.left

@@ -16,7 +16,6 @@ Item {
 
     implicitWidth: Theme.huge * 1.4
     implicitHeight: implicitWidth
-    Accessible.ignored: true
 
     Rectangle {
         objectName: "shape"
@@ -34,8 +33,7 @@ Item {
         anchors.centerIn: parent
         text: root.signs[root.state] || "?"
         color: root.state in root.signs ? Theme.page : Theme.colorOf(root.state)
-        font.pixelSize: parent.height * 0.55
+        font.pixelSize: Theme.large
         font.bold: true
-        Accessible.ignored: true
     }
 }

@@ -45,7 +45,6 @@ Rectangle {
         text: root.name
         color: root.isAlarm ? Theme.textOnFault : Theme.faint
         font.pixelSize: Theme.small
-        Accessible.ignored: true
     }
     Label {
         id: text
@@ -58,6 +57,5 @@ Rectangle {
         text: (root.isAlarm ? "\u26a0 " : "") + (reading.known ? root.words[reading.value ? 1 : 0] : qsTr("not known"))
         color: root.isAlarm ? Theme.textOnFault : reading.known ? Theme.text : Theme.faint
         font.bold: root.isAlarm
-        Accessible.ignored: true
     }
 }

@@ -2,6 +2,7 @@
 #include "keyguard.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
 
 static const int burst = 120; // ms; people are slower, scanners are faster
@@ -117,6 +118,7 @@ bool KeyGuard::onPress(const QKeyEvent &event)
     if (!isInBurst) {
         m_key = event.key();
         m_modifiers = event.modifiers();
+        m_focus = QGuiApplication::focusObject();
         m_pause.start();
     }
     return true;
@@ -130,6 +132,9 @@ void KeyGuard::drop()
 
 void KeyGuard::deliver()
 {
+    if (QGuiApplication::focusObject() != m_focus) { // it would press something else
+        return;
+    }
     m_isDelivering = true;
     QKeyEvent press(QEvent::KeyPress, m_key, m_modifiers);
     QCoreApplication::sendEvent(parent(), &press);

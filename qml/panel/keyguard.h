@@ -5,6 +5,7 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QEvent>
 #include <QtCore/QObject>
+#include <QtCore/QPointer>
 #include <QtCore/QSet>
 #include <QtCore/QTimer>
 
@@ -13,8 +14,8 @@ class QKeyEvent;
 /// Keeps a window from what a barcode scanner types. A scanner is a keyboard to Qt: it sends its
 /// letters in a burst, with Enter at the end, and Enter would press the button that has the focus.
 ///
-/// Keys that press something wait until no other key has followed for 120 ms; letters, digits and
-/// signs never arrive, nor does what follows one of them within a second. Keys that only move the
+/// Keys that press something wait until no other key has followed for 120 ms, and are dropped if the
+/// focus is elsewhere by then; letters, digits and signs never arrive, nor does what follows one of them within a second. Keys that only move the
 /// focus are let through at once outside of that second.
 class KeyGuard : public QObject
 {
@@ -48,6 +49,7 @@ private:
     QTimer m_turn;
     int m_key = 0; // that waits
     Qt::KeyboardModifiers m_modifiers;
+    QPointer<QObject> m_focus; // where it was pressed
     QSet<int> m_letThrough; // keys that are down
     bool m_isDelivering = false;
 };

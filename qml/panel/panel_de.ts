@@ -22,10 +22,6 @@
         <translation>abgelehnt: %1</translation>
     </message>
     <message>
-        <source>print engine is absent</source>
-        <translation>Druckwerk fehlt</translation>
-    </message>
-    <message>
         <source>not done: %1</source>
         <translation>nicht ausgeführt: %1</translation>
     </message>
@@ -38,6 +34,10 @@
         <comment>a command and its outcome</comment>
         <translation>%1: %2</translation>
     </message>
+    <message>
+        <source>print engine is not running</source>
+        <translation>Druckwerk läuft nicht</translation>
+    </message>
 </context>
 <context>
     <name>Daemon</name>
@@ -46,16 +46,23 @@
         <translation>unbekannt</translation>
     </message>
     <message>
-        <source>absent</source>
-        <translation>fehlt</translation>
-    </message>
-    <message>
         <source>no reply</source>
         <translation>antwortet nicht</translation>
     </message>
     <message>
-        <source>there</source>
-        <translation>da</translation>
+        <source>not running</source>
+        <translation>läuft nicht</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>läuft</translation>
+    </message>
+</context>
+<context>
+    <name>Details</name>
+    <message>
+        <source>In full</source>
+        <translation>Vollständig</translation>
     </message>
 </context>
 <context>
@@ -63,10 +70,6 @@
     <message>
         <source>Looking for the printer</source>
         <translation>Drucker wird gesucht</translation>
-    </message>
-    <message>
-        <source>Print engine is absent</source>
-        <translation>Druckwerk fehlt</translation>
     </message>
     <message>
         <source>Stopped: %1</source>
@@ -107,6 +110,14 @@
         <source>Ready</source>
         <translation>Bereit</translation>
     </message>
+    <message>
+        <source>No connection to the printer</source>
+        <translation>Keine Verbindung zum Drucker</translation>
+    </message>
+    <message>
+        <source>Print engine is not running</source>
+        <translation>Druckwerk läuft nicht</translation>
+    </message>
 </context>
 <context>
     <name>EventLog</name>
@@ -144,10 +155,6 @@
 </context>
 <context>
     <name>Panel</name>
-    <message>
-        <source>supply daemon is absent</source>
-        <translation>Materialdienst fehlt</translation>
-    </message>
     <message>
         <source>the printer&apos;s buttons do not work</source>
         <translation>die Knöpfe am Drucker wirken nicht</translation>
@@ -368,8 +375,19 @@
         <translation>was ist was</translation>
     </message>
     <message>
-        <source>In full</source>
-        <translation>Vollständig</translation>
+        <source>Label printer</source>
+        <translation>Etikettendrucker</translation>
+    </message>
+    <message>
+        <source>supply daemon is not running</source>
+        <translation>Materialdienst läuft nicht</translation>
+    </message>
+</context>
+<context>
+    <name>Question</name>
+    <message>
+        <source>Keep the job</source>
+        <translation>Behalten</translation>
     </message>
     <message>
         <source>Drop the job?</source>
@@ -382,17 +400,6 @@
     <message>
         <source>Drop the job</source>
         <translation>Verwerfen</translation>
-    </message>
-    <message>
-        <source>Label printer</source>
-        <translation>Etikettendrucker</translation>
-    </message>
-</context>
-<context>
-    <name>Question</name>
-    <message>
-        <source>Keep the job</source>
-        <translation>Behalten</translation>
     </message>
 </context>
 <context>

@@ -22,10 +22,6 @@
         <translation>refusé&#xa0;: %1</translation>
     </message>
     <message>
-        <source>print engine is absent</source>
-        <translation>moteur d’impression absent</translation>
-    </message>
-    <message>
         <source>not done: %1</source>
         <translation>pas fait&#xa0;: %1</translation>
     </message>
@@ -38,6 +34,10 @@
         <comment>a command and its outcome</comment>
         <translation>%1&#xa0;: %2</translation>
     </message>
+    <message>
+        <source>print engine is not running</source>
+        <translation>moteur d’impression à l’arrêt</translation>
+    </message>
 </context>
 <context>
     <name>Daemon</name>
@@ -46,16 +46,23 @@
         <translation>inconnu</translation>
     </message>
     <message>
-        <source>absent</source>
-        <translation>absent</translation>
-    </message>
-    <message>
         <source>no reply</source>
         <translation>ne répond pas</translation>
     </message>
     <message>
-        <source>there</source>
-        <translation>présent</translation>
+        <source>not running</source>
+        <translation>à l’arrêt</translation>
+    </message>
+    <message>
+        <source>running</source>
+        <translation>en service</translation>
+    </message>
+</context>
+<context>
+    <name>Details</name>
+    <message>
+        <source>In full</source>
+        <translation>En entier</translation>
     </message>
 </context>
 <context>
@@ -63,10 +70,6 @@
     <message>
         <source>Looking for the printer</source>
         <translation>Recherche de l’imprimante</translation>
-    </message>
-    <message>
-        <source>Print engine is absent</source>
-        <translation>Moteur absent</translation>
     </message>
     <message>
         <source>Stopped: %1</source>
@@ -107,6 +110,14 @@
         <source>Ready</source>
         <translation>Prête</translation>
     </message>
+    <message>
+        <source>No connection to the printer</source>
+        <translation>Pas de connexion</translation>
+    </message>
+    <message>
+        <source>Print engine is not running</source>
+        <translation>Moteur à l’arrêt</translation>
+    </message>
 </context>
 <context>
     <name>EventLog</name>
@@ -144,10 +155,6 @@
 </context>
 <context>
     <name>Panel</name>
-    <message>
-        <source>supply daemon is absent</source>
-        <translation>service des consommables absent</translation>
-    </message>
     <message>
         <source>the printer&apos;s buttons do not work</source>
         <translation>les boutons de l’imprimante sont sans effet</translation>
@@ -368,8 +375,19 @@
         <translation>que fait quoi</translation>
     </message>
     <message>
-        <source>In full</source>
-        <translation>En entier</translation>
+        <source>Label printer</source>
+        <translation>Imprimante d’étiquettes</translation>
+    </message>
+    <message>
+        <source>supply daemon is not running</source>
+        <translation>service des consommables à l’arrêt</translation>
+    </message>
+</context>
+<context>
+    <name>Question</name>
+    <message>
+        <source>Keep the job</source>
+        <translation>Garder</translation>
     </message>
     <message>
         <source>Drop the job?</source>
@@ -382,17 +400,6 @@
     <message>
         <source>Drop the job</source>
         <translation>Abandonner</translation>
-    </message>
-    <message>
-        <source>Label printer</source>
-        <translation>Imprimante d’étiquettes</translation>
-    </message>
-</context>
-<context>
-    <name>Question</name>
-    <message>
-        <source>Keep the job</source>
-        <translation>Garder</translation>
     </message>
 </context>
 <context>

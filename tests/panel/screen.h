@@ -46,15 +46,17 @@ public:
     // By the names of items, outer ones first: "supply/name".
     QQuickItem *item(const QString &path) const
     {
-        QQuickItem *result = m_view.rootObject();
-        const QStringList names = path.split('/');
-        for (const QString &name : names) {
-            result = find(result, name);
-            if (!result) {
-                qFatal("no item %s", qPrintable(path));
-            }
+        QQuickItem *result = itemIfAny(path);
+        if (!result) {
+            qFatal("no item %s", qPrintable(path));
         }
         return result;
+    }
+
+    bool isShown(const QString &path) const
+    {
+        const QQuickItem *shown = itemIfAny(path);
+        return shown && shown->isVisible();
     }
 
     // Without the mark for good or bad.
@@ -224,7 +226,7 @@ public:
             }
         }
         for (QQuickItem *swatch : all(m_view.rootObject())) {
-            if (swatch->objectName() == "color" && !item("help")->isVisible()
+            if (swatch->objectName() == "color" && !isShown("help")
                 && swatch->property("colorText") != QString()) {
                 const QRectF place = swatch->mapRectToScene(swatch->boundingRect());
                 if (picture.pixelColor(place.center().toPoint()) != colorOf(swatch)) {
@@ -274,6 +276,16 @@ public:
     }
 
 private:
+    QQuickItem *itemIfAny(const QString &path) const
+    {
+        QQuickItem *result = m_view.rootObject();
+        const QStringList names = path.split('/');
+        for (const QString &name : names) {
+            result = result ? find(result, name) : nullptr;
+        }
+        return result;
+    }
+
     static QString nameOf(const QQuickItem *text)
     {
         return text->parentItem()->objectName() + '/' + text->objectName() + " \""

@@ -33,6 +33,7 @@ private slots:
     void clockOfTheWindowSystemCounts_data();
     void clockOfTheWindowSystemCounts();
     void keysThatWaitedGoFirst();
+    void focusThatMovesDropsTheKey();
     void releaseWithoutPress();
 
 private:
@@ -49,11 +50,18 @@ class tst_KeyGuard::Window : public QWindow
 public:
     QStringList keys;
 
+    void moveFocus() { m_focus = &m_other; }
+
+    QObject *focusObject() const override { return m_focus; }
+
 protected:
     void keyPressEvent(QKeyEvent *event) override { note("+", *event); }
     void keyReleaseEvent(QKeyEvent *event) override { note("-", *event); }
 
 private:
+    QObject m_other;
+    QObject *m_focus = this;
+
     void note(const QString &sign, const QKeyEvent &event)
     {
         keys += sign + (event.isAutoRepeat() ? "again " : "")
@@ -66,7 +74,8 @@ void tst_KeyGuard::init()
     m_window.reset(new Window);
     new KeyGuard(m_window.get());
     m_window->show();
-    QVERIFY(waitUntil([this]() { return m_window->isExposed(); }));
+    m_window->requestActivate();
+    QVERIFY(waitUntil([this]() { return m_window->isExposed() && m_window->isActive(); }));
 }
 
 // All at once, by a keyboard that has a key for each character, and some that have no text.
@@ -269,6 +278,17 @@ void tst_KeyGuard::keysThatWaitedGoFirst()
     }
     QVERIFY(arrives(Qt::Key_F9));
     QCOMPARE(m_window->keys, QStringList());
+}
+
+// The error that closes a page moves the focus to a button, which nobody has meant.
+void tst_KeyGuard::focusThatMovesDropsTheKey()
+{
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QCoreApplication::sendEvent(m_window.get(), &press);
+    m_window->moveFocus();
+    QVERIFY(arrives(Qt::Key_F9));
+    QCOMPARE(m_window->keys, QStringList());
+    QVERIFY(arrives(Qt::Key_Return));
 }
 
 void tst_KeyGuard::releaseWithoutPress()
