@@ -1,0 +1,27 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+#
+# scripts_test.sh SOURCE: an option of scripts/demo and scripts/screenshots without its value is
+# refused, with a message.
+
+set -euo pipefail
+cd "$1"
+
+refused() {
+    local message=$1 output code=0
+    shift
+    output=$("$@" 2>&1) || code=$?
+    if [ "$code" -ne 2 ] || [ "$output" != "$message" ]; then
+        echo "\"$*\" ended with $code and said \"$output\", not \"$message\"" >&2
+        exit 1
+    fi
+}
+
+for value in "" "''"; do
+    refused "--qt takes 5 or 6" bash -c "scripts/demo --qt $value"
+    refused "--build takes a directory" bash -c "scripts/demo --build $value"
+    refused "--qt takes 5 or 6" bash -c "scripts/screenshots directory --qt $value"
+    refused "--build takes a directory" bash -c "scripts/screenshots directory --build $value"
+done
+refused "--qt takes 5 or 6" scripts/demo --qt 4
+refused "--qt takes 5 or 6" scripts/screenshots directory --qt 7
