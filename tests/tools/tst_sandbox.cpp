@@ -210,6 +210,8 @@ private Q_SLOTS:
     void endsAsItsCommand();
     void commandHasStreamsAndArguments();
     void commandHasTheEnvironment();
+    void currentDirectoryIsNotInThePath_data();
+    void currentDirectoryIsNotInThePath();
     void commandIsAmongTheDaemons_data();
     void commandIsAmongTheDaemons();
     void clientWorksInside();
@@ -232,6 +234,10 @@ private Q_SLOTS:
     void scenarioStartsADaemonAgain();
     void daemonThatIsReplacedIsHeardToItsEnd();
     void playGoesOnAfterAMistake();
+    void failedActDecidesTheExitCode_data();
+    void failedActDecidesTheExitCode();
+    void daemonThatDoesNotReturnIsAFailedAct();
+    void deepValueReachesTheDaemon();
     void shippedScenariosPlayToTheirEnd();
     void tellsOfADaemonThatDies();
     void tellsOfABusThatDies();
@@ -315,11 +321,40 @@ void tst_Sandbox::commandHasTheEnvironment()
     QVERIFY(variables.contains("KEPT=a=b"));
     QVERIFY(variables.contains("LC_ALL=C"));
     QVERIFY(variables.contains("PATH=/usr/bin:/bin:" HNIPC_TOOLS_DIR));
+    QVERIFY(variables.contains("HNIPC_SANDBOX=1"));
     int addresses = 0;
     for (const QByteArray &variable : variables) {
         addresses += variable.startsWith("DBUS_SYSTEM_BUS_ADDRESS=unix:");
     }
     QCOMPARE(addresses, 1);
+}
+
+void tst_Sandbox::currentDirectoryIsNotInThePath_data()
+{
+    QTest::addColumn<QStringList>("variables");
+    QTest::newRow("no PATH") << QStringList();
+    QTest::newRow("empty PATH") << QStringList("PATH=");
+}
+
+void tst_Sandbox::currentDirectoryIsNotInThePath()
+{
+    QFETCH(QStringList, variables);
+    const QString program = write("found-here", "#!/bin/sh\necho run\n");
+    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+    const QStringList options = { "--daemons", "none", "--" };
+
+    Sandbox path("env", QStringList("-i") + variables + QStringList(sandboxProgram) + options
+                     + QStringList({ "/usr/bin/env" }));
+    QCOMPARE(path.exitCode(), 0);
+    const QList<QByteArray> lines = path.output().split('\n');
+    QVERIFY2(lines.contains("PATH=/bin:/usr/bin:" HNIPC_TOOLS_DIR), path.output().constData());
+
+    const QStringList inDirectory = { "-c", "cd \"$1\"; shift; exec env -i \"$@\"", "sh",
+                                      m_directory.path() };
+    Sandbox here("sh", inDirectory + variables + QStringList(sandboxProgram) + options
+                     + QStringList({ "found-here" }));
+    QCOMPARE(here.exitCode(), 127);
+    QCOMPARE(here.output(), QByteArray());
 }
 
 void tst_Sandbox::commandIsAmongTheDaemons_data()
@@ -356,10 +391,11 @@ void tst_Sandbox::clientWorksInside()
 
 void tst_Sandbox::sandboxInASandbox()
 {
-    Sandbox sandbox({ "--daemons", "m4", "--", sandboxProgram, "--daemons", "ioexpd", "--",
-                      QCoreApplication::applicationFilePath(), "--names" });
+    Sandbox sandbox({ "--daemons", "m4", "--", sandboxProgram, "--daemons", "ioexpd", "--", "sh", "-c",
+                      "echo \"$HNIPC_SANDBOX\"; exec \"$0\" --names",
+                      QCoreApplication::applicationFilePath() });
     QCOMPARE(sandbox.exitCode(), 0);
-    QCOMPARE(sandbox.output(), QByteArray("org.hnipc.ioexpd\n"));
+    QCOMPARE(sandbox.output(), QByteArray("2\norg.hnipc.ioexpd\n"));
     QVERIFY(sandbox.leavesNothing());
 }
 
@@ -435,7 +471,7 @@ void tst_Sandbox::survivesNoKill()
     }
     QCOMPARE(sandbox.exitCode(), outer ? -1 : 125);
     QVERIFY(sandbox.leavesNothing());
-    const QByteArray told = outer ? "" : "hnipc-sandbox: ended by signal 9\n";
+    const QByteArray told = outer ? "" : "hnipc-sandbox: was killed by signal 9\n";
     QCOMPARE(sandbox.errors(), told);
 }
 
@@ -461,8 +497,8 @@ void tst_Sandbox::refuses_data()
                             << "hnipc-sandbox: Unknown option 'fast'." + see;
     QTest::newRow("no value") << QStringList { "--scenario" }
                               << "hnipc-sandbox: Missing value after '--scenario'." + see;
-    const QByteArray daemons = "hnipc-sandbox: --daemons: expected none, or some of "
-                               "ioexpd,m4,supplyd, not ";
+    const QByteArray daemons = "hnipc-sandbox: --daemons takes none, or some of "
+                               "ioexpd,m4,supplyd with commas between, not ";
     QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" }
                             << daemons + "\"printd\"\n";
     QTest::newRow("no daemon") << QStringList { "--daemons", "" } << daemons + "\"\"\n";
@@ -513,7 +549,7 @@ void tst_Sandbox::saysWhatDoesNotComeUp()
     QCOMPARE(noDaemon.exitCode(), 125);
     QVERIFY2(noDaemon.errors().contains(catalogue.toLocal8Bit() + ':'),
              noDaemon.errors().constData());
-    QVERIFY2(noDaemon.errors().endsWith("hnipc-sandbox: supplyd does not come up\n"),
+    QVERIFY2(noDaemon.errors().endsWith("hnipc-sandbox: supplyd did not start\n"),
              noDaemon.errors().constData());
     QCOMPARE(noDaemon.output(), QByteArray());
     QVERIFY(noDaemon.leavesNothing());
@@ -521,7 +557,7 @@ void tst_Sandbox::saysWhatDoesNotComeUp()
     Sandbox noBusProgram({ "--", "/bin/echo", "run" }, { { "PATH", "/nonexistent" } });
     QCOMPARE(noBusProgram.exitCode(), 125);
     QCOMPARE(noBusProgram.errors(),
-             QByteArray("hnipc-sandbox: no bus: dbus-daemon: No such file or directory\n"));
+             QByteArray("hnipc-sandbox: the bus did not start: dbus-daemon: No such file or directory\n"));
     QCOMPARE(noBusProgram.output(), QByteArray());
 
     if (isOnDBusBroker()) {
@@ -530,7 +566,7 @@ void tst_Sandbox::saysWhatDoesNotComeUp()
     write("sandbox-bus.conf", "<busconfig><listen>nonsense</listen>\n");
     Sandbox noBus(inShell("echo run"), { { "HNIPC_DATA_DIR", m_directory.path() } });
     QCOMPARE(noBus.exitCode(), 125);
-    QVERIFY2(noBus.errors().startsWith("hnipc-sandbox: no bus: ")
+    QVERIFY2(noBus.errors().startsWith("hnipc-sandbox: the bus did not start: ")
                  && noBus.errors().contains("sandbox-bus.conf"),
              noBus.errors().constData());
     QCOMPARE(noBus.output(), QByteArray());
@@ -668,6 +704,96 @@ void tst_Sandbox::playGoesOnAfterAMistake()
     const QByteArray file = "hnipc-sandbox: " + options.last().toLocal8Bit();
     QVERIFY(sandbox.says(file + ":2: "));
     QVERIFY(sandbox.says(file + ":3: "));
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 125);
+}
+
+void tst_Sandbox::failedActDecidesTheExitCode_data()
+{
+    QTest::addColumn<QByteArray>("acts");
+    QTest::addColumn<QString>("command");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("last"); // of what it says
+    const QByteArray good = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", "
+                            "\"name\": \"printerLid\", \"value\": true }";
+    const QByteArray refused = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", "
+                               "\"name\": \"nothing\", \"value\": 1 }";
+    const QByteArray absent = "{ \"at\": 0, \"daemon\": \"supplyd\", \"do\": \"reset\" }";
+    const QByteArray answersFalse = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"call\", "
+                                    "\"method\": \"cancelPrintJob\" }";
+    const QByteArray unknown = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"call\", "
+                               "\"method\": \"noSuchMethod\" }";
+    const QByteArray one = "hnipc-sandbox: 1 act of the scenario failed; the exit code of the command was ";
+    QTest::newRow("none failed") << good << "exit 0" << 0 << QByteArray("-- End.");
+    QTest::newRow("none failed, command did") << good << "exit 7" << 7 << QByteArray("-- End.");
+    QTest::newRow("refused") << refused << "exit 0" << 125 << one + '0';
+    QTest::newRow("absent daemon") << absent << "exit 0" << 125 << one + '0';
+    QTest::newRow("false") << answersFalse << "exit 0" << 125 << one + '0';
+    QTest::newRow("no such method") << unknown << "exit 0" << 125 << one + '0';
+    QTest::newRow("command failed, too") << refused << "exit 7" << 125 << one + '7';
+    QTest::newRow("command was killed") << refused << "kill -KILL $$" << 125 << one + "137";
+    QTest::newRow("two") << refused + ",\n" + good + ",\n" + absent << "exit 0" << 125
+        << QByteArray("hnipc-sandbox: 2 acts of the scenario failed; the exit code of the command was 0");
+}
+
+void tst_Sandbox::failedActDecidesTheExitCode()
+{
+    QFETCH(QByteArray, acts);
+    QFETCH(QString, command);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, last);
+    const QStringList options = scenario(
+        acts + ",\n{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"call\", \"method\": \"getError\" },\n"
+               "{ \"at\": 0.5, \"do\": \"say\", \"text\": \"End.\" }");
+    Sandbox sandbox(inShell("read line; " + command, options + QStringList { "--daemons", "m4" }));
+    QVERIFY(sandbox.says("-- End.\n"));
+    // All that is answered has been answered: the daemon serves one call after another.
+    QVERIFY(exitCode != 125 || sandbox.says("scenario.json:2: "));
+    sandbox.process().write("\n");
+    QCOMPARE(sandbox.exitCode(), exitCode);
+    QVERIFY2(sandbox.errors().endsWith(last + '\n'), sandbox.errors().constData());
+    QVERIFY(sandbox.leavesNothing());
+}
+
+// With a daemon beside a copy of the sandbox that serves once only.
+void tst_Sandbox::daemonThatDoesNotReturnIsAFailedAct()
+{
+    const QTemporaryDir directory;
+    const QString program = directory.filePath("hnipc-sandbox");
+    QVERIFY(QFile::copy(sandboxProgram, program));
+    QFile daemon(directory.filePath("hnipc-simulator"));
+    QVERIFY(daemon.open(QIODevice::WriteOnly));
+    daemon.write("#!/bin/sh\nmkdir \"$0.was-here\" 2>/dev/null || exit 1\necho ready\n"
+                 "while :; do sleep 0.05 >/dev/null 2>&1; done\n");
+    daemon.close();
+    QVERIFY(daemon.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    Sandbox sandbox(program,
+                    scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+                             "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+                             "{ \"at\": 0, \"do\": \"say\", \"text\": \"Done.\" }")
+                        + QStringList { "--daemons", "m4", "--", "cat" },
+                    { { "HNIPC_DATA_DIR", HNIPC_TOOLS_DIR "/../share/hnipc" } });
+    QVERIFY(sandbox.says("-- Done.\n"));
+    sandbox.process().closeWriteChannel();
+    QCOMPARE(sandbox.exitCode(), 125);
+    QVERIFY2(sandbox.errors().contains("scenario.json:3: m4 did not start\n"),
+             sandbox.errors().constData());
+    QVERIFY(sandbox.leavesNothing());
+}
+
+// The deepest value that a scenario may have does not cost the player its bus.
+void tst_Sandbox::deepValueReachesTheDaemon()
+{
+    const int most = 16;
+    const QByteArray deep = QByteArray("{ \"a\": ").repeated(most) + '1'
+        + QByteArray(" }").repeated(most);
+    OpenSandbox sandbox(scenario(
+        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"emit\", \"signal\": \"Error\", "
+        "\"arguments\": [" + deep + "] },\n"
+        "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
+        "\"value\": true }"));
+    QVERIFY(sandbox.says(":2: argument 1 of Error is a whole number\n"));
+    QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
 }
 
 // What a sandbox's daemons say, and how the print engine comes and goes.
@@ -742,7 +868,7 @@ void tst_Sandbox::shippedScenariosPlayToTheirEnd()
                     "M4_PrintQueueComplete(1,)" }));
 
     QVERIFY(bad.says("-- It is over.\n"));
-    QCOMPARE(complaints(bad.errors()), QByteArray("hnipc-sandbox: m4 has ended, with 1\n"));
+    QCOMPARE(complaints(bad.errors()), QByteArray("hnipc-sandbox: m4 exited with 1\n"));
     const QList<QByteArray> course = story(bad.peer());
     QVERIFY(tells(course, { "M4_M4PrintDone()", "M4_Error(10,)", "M4_Error(0,)",
                             "M4_M4PrintDone()", "M4_Error(22,)", "IOEXPD_CancelButton()",
@@ -766,7 +892,7 @@ void tst_Sandbox::tellsOfADaemonThatDies()
     const pid_t process = reply.mid(8, reply.size() - 10).toInt();
     QVERIFY(process > 0);
     QCOMPARE(kill(process, SIGKILL), 0);
-    QVERIFY(sandbox.says("hnipc-sandbox: m4 has ended, with 137\n"));
+    QVERIFY(sandbox.says("hnipc-sandbox: m4 was killed by signal 9\n"));
     QVERIFY(waitUntil([&]() { return !sandbox.isThere("m4"); })); // the bus sees it by itself
     QVERIFY(sandbox.isThere("ioexpd"));
     sandbox.process().closeWriteChannel();
@@ -783,7 +909,7 @@ void tst_Sandbox::tellsOfABusThatDies()
     QCOMPARE(int(buses.size()), 1);
     const pid_t process = buses.at(0).section(QLatin1Char(' '), 0, 0).toInt();
     QCOMPARE(kill(process, SIGKILL), 0);
-    QVERIFY(sandbox.says("hnipc-sandbox: the bus has ended, with 137\n"));
+    QVERIFY(sandbox.says("hnipc-sandbox: the bus was killed by signal 9\n"));
     sandbox.process().closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
 }

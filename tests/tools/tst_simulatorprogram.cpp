@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "desk.h"
 #include "support/privatebus.h"
+#include "support/qtmajors.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -20,6 +21,9 @@ private slots:
     void wrongUsage_data();
     void wrongUsage();
     void noBus();
+    void busHasToBeNamed_data();
+    void busHasToBeNamed();
+    void systemBusIsServedWhenAskedFor();
     void nameThatIsTaken();
     void nameThatIsNotAllowed();
     void busThatGoesAway();
@@ -44,6 +48,9 @@ private slots:
     void shippedScenariosAreRead();
     void wrongScenarioIsRefused_data();
     void wrongScenarioIsRefused();
+    void valueIsNestedTooDeep_data();
+    void valueIsNestedTooDeep();
+    void commentsAreSkipped();
 };
 
 namespace {
@@ -72,7 +79,7 @@ class Bus
 public:
     explicit Bus(const QByteArray &rule)
     {
-        QFile file(m_directory.filePath("bus.conf"));
+        QFile file(this->file());
         if (!file.open(QIODevice::WriteOnly)) {
             qFatal("cannot write bus.conf");
         }
@@ -93,6 +100,8 @@ public:
         process.kill();
         process.waitForFinished();
     }
+
+    QString file() const { return m_directory.filePath("bus.conf"); }
 
     QProcessEnvironment environment() const
     {
@@ -244,6 +253,68 @@ void tst_SimulatorProgram::noBus()
     QVERIFY2(outcome.errors.startsWith("hnipc-simulator: no system bus: "),
              outcome.errors.constData());
     QCOMPARE(outcome.output, QByteArray());
+}
+
+void tst_SimulatorProgram::busHasToBeNamed_data()
+{
+    QTest::addColumn<bool>("isSet");
+    QTest::newRow("not set") << false;
+    QTest::newRow("empty") << true;
+}
+
+void tst_SimulatorProgram::busHasToBeNamed()
+{
+    QFETCH(bool, isSet);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
+    if (isSet) {
+        environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "");
+    }
+    for (const char *daemon : { "ioexpd", "m4", "supplyd" }) {
+        const Outcome outcome = run({ daemon }, environment);
+        QCOMPARE(outcome.code, 3);
+        QCOMPARE(outcome.errors,
+                 QByteArray("hnipc-simulator: DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system "
+                            "bus may be a printer's: run this in hnipc-sandbox, or with "
+                            "--system-bus\n"));
+        QCOMPARE(outcome.output, QByteArray());
+    }
+}
+
+// On a bus of its own at the place of the system bus, in a mount namespace where no other is.
+void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
+    QProcess probe;
+    probe.start("unshare", { "--user", "--map-root-user", "--mount", "--pid", "--fork", "sh", "-c",
+                             "mount -t tmpfs none /run" });
+    if (!waitUntil([&probe]() { return probe.state() == QProcess::NotRunning; })
+        || probe.exitStatus() != QProcess::NormalExit || probe.exitCode() != 0) {
+        HNIPC_SKIP("this machine allows no mounts");
+    }
+    const Bus configuration("<allow own='*'/>"); // for its file only
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start("unshare", { "--user", "--map-root-user", "--mount", "--pid", "--fork",
+                               "--kill-child", "sh", "-euc",
+        "mount -t tmpfs none /run; mkdir /run/dbus\n"
+        "exec 3<&0\n"
+        "dbus-daemon --nofork --config-file=\"$1\" --print-address=4 "
+        "--address=unix:path=/run/dbus/system_bus_socket 4>/run/address & bus=$!\n"
+        "while [ ! -s /run/address ]; do sleep 0.01; done\n"
+        "\"$2\" --system-bus m4 & simulator=$!\n"
+        "read line <&3; kill $simulator; wait $simulator; kill $bus", "sh",
+        configuration.file(), HNIPC_TOOLS_DIR "/hnipc-simulator" });
+    QByteArray output;
+    QVERIFY(waitUntil([&]() {
+        output += process.readAllStandardOutput();
+        return output == "ready\n" || process.state() == QProcess::NotRunning;
+    }));
+    QVERIFY2(output == "ready\n", process.readAllStandardError().constData());
+    process.write("end\n");
+    QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
+    QCOMPARE(process.exitCode(), 0);
 }
 
 void tst_SimulatorProgram::nameThatIsTaken()
@@ -645,6 +716,12 @@ void tst_SimulatorProgram::wrongScenarioIsRefused_data()
         { "ribbons as a text", "\"press\", \"button\": \"help\"",
           "\"load\", \"supplySku\": \"\", \"ribbonSkus\": \"R1\"",
           "7: acts[2].ribbonSkus: expected a list of at least 0, not \"R1\"" },
+        { "wrong behind comments", "\"value\": true", "// one\n/* two\n */ \"value\": null",
+          "8: acts[1].value: expected a value, not null" },
+        { "comment without an end", "\"value\": true", "\"value\": true /* more\n",
+          "6: expected */ after this /*" },
+        { "half a comment", "\"value\": true", "/ \"value\": true",
+          "6: expected JSON: " },
         { "act that is none", "{ \"at\": 0, \"do\": \"say\", \"text\": \"hello\" }", "\"hello\"",
           "4: acts[0]: expected an object, not \"hello\"" },
     });
@@ -660,6 +737,59 @@ void tst_SimulatorProgram::wrongScenarioIsRefused()
     const Outcome outcome = run({ "ioexpd", "--scenario", file.path() });
     QVERIFY2(isRefusal(outcome, file, message), outcome.errors.constData());
     QCOMPARE(outcome.code, 8);
+}
+
+void tst_SimulatorProgram::valueIsNestedTooDeep_data()
+{
+    QTest::addColumn<QByteArray>("opening");
+    QTest::addColumn<QByteArray>("closing");
+    QTest::addColumn<int>("levels");
+    QTest::addColumn<QByteArray>("message");
+    const struct
+    {
+        const char *name, *opening, *closing, *step, *found;
+    } forms[] = {
+        { "lists", "[", "]", "[0]", "a list of 1" },
+        { "objects", "{ \"a\": ", " }", ".a", "an object" },
+    };
+    const int most = 16;
+    for (const auto &form : forms) {
+        const QByteArray message = "6: acts[1].value" + QByteArray(form.step).repeated(most)
+            + ": expected lists and objects nested at most 16 deep, not " + form.found;
+        for (const int levels : { most + 1, 33, 90, 1000 }) {
+            QTest::addRow("%d %s", levels, form.name)
+                << QByteArray(form.opening) << QByteArray(form.closing) << levels << message;
+        }
+        QTest::addRow("100000 %s", form.name)
+            << QByteArray(form.opening) << QByteArray(form.closing) << 100000
+            << QByteArray("6: expected JSON: ");
+    }
+}
+
+void tst_SimulatorProgram::valueIsNestedTooDeep()
+{
+    QFETCH(QByteArray, opening);
+    QFETCH(QByteArray, closing);
+    QFETCH(int, levels);
+    QFETCH(QByteArray, message);
+    const File file(scenario, "\"value\": true",
+                    "\"value\": " + opening.repeated(levels) + '1' + closing.repeated(levels));
+    const Outcome outcome = run({ "m4", "--scenario", file.path() });
+    QVERIFY2(isRefusal(outcome, file, message), outcome.errors.constData());
+    QCOMPARE(outcome.code, 8);
+}
+
+// What follows a comment is still where it is; in a text there is none.
+void tst_SimulatorProgram::commentsAreSkipped()
+{
+    const QByteArray comments = "// one \"line\", /* and no more\n"
+                                "/* two\n \"lines\", // \xc3\xa4 **/ /**/";
+    const File file(scenario, "\"text\": \"hello\"",
+                    comments + "\"text\": \"\\\"//hello/**/\" /* \" */");
+    SimulatedDaemon daemon({ "ioexpd", "--scenario", file.path() });
+    QVERIFY(daemon.isServing());
+    QVERIFY(waitUntil([&daemon]() { return daemon.output().contains("\"//hello/**/\n"); }));
+    daemon.stop();
 }
 
 HNIPC_TEST_MAIN(tst_SimulatorProgram)

@@ -15,6 +15,9 @@ using namespace Toolkit;
 
 namespace {
 
+// A message on the bus has 64 levels at most, of which each object of a value takes three.
+const int mostLevelsOfValue = 16;
+
 [[noreturn]] void refuseFile(const QString &fileName, int line, const QString &what)
 {
     throw BadFile { QStringLiteral("%1:%2: %3").arg(fileName).arg(line).arg(what) };
@@ -36,6 +39,37 @@ QString spelled(const QStringList &place)
         result += step;
     }
     return result;
+}
+
+int lineAt(const QByteArray &text, int position)
+{
+    return 1 + int(text.left(position).count('\n'));
+}
+
+// Comments, as in C++, become spaces, so that whatever follows them stands where it stood.
+QByteArray withoutComments(const QString &fileName, QByteArray text)
+{
+    bool inString = false;
+    for (int i = 0; i < text.size(); ++i) {
+        const QByteArray two = text.at(i) == '/' ? text.mid(i, 2) : QByteArray();
+        const bool isBlock = two == "/*";
+        if (inString && text.at(i) == '\\') {
+            ++i;
+        } else if (text.at(i) == '"') {
+            inString = !inString;
+        } else if (!inString && (isBlock || two == "//")) {
+            const int end = int(text.indexOf(isBlock ? "*/" : "\n", i + 2));
+            if (end < 0 && isBlock) {
+                refuseFile(fileName, lineAt(text, i), QStringLiteral("expected */ after this /*"));
+            }
+            const int next = end < 0 ? int(text.size()) : isBlock ? end + 2 : end;
+            for (; i < next; ++i) {
+                text[i] = text.at(i) == '\n' ? '\n' : ' ';
+            }
+            --i;
+        }
+    }
+    return text;
 }
 
 // Finds the line of every value of a text that is known to be JSON.
@@ -162,10 +196,11 @@ JsonValue JsonValue::read(const QString &fileName)
     if (text.startsWith("\xef\xbb\xbf")) {
         text.remove(0, 3);
     }
+    text = withoutComments(fileName, text);
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
     if (error.error != QJsonParseError::NoError) {
-        refuseFile(fileName, 1 + static_cast<int>(text.left(error.offset).count('\n')),
+        refuseFile(fileName, lineAt(text, error.offset),
                    QStringLiteral("expected JSON: %1").arg(error.errorString()));
     }
     const QJsonValue root = document.isArray() ? QJsonValue(document.array())
@@ -271,23 +306,31 @@ int JsonValue::integer(int least, int most) const
     return static_cast<int>(number);
 }
 
-// There is no null on the bus.
 QVariant JsonValue::any() const
+{
+    checkAny(mostLevelsOfValue);
+    return m_value.toVariant();
+}
+
+// There is no null on the bus.
+void JsonValue::checkAny(int levels) const
 {
     if (m_value.isNull()) {
         refuse(QStringLiteral("a value"));
     }
+    if (levels == 0 && (m_value.isArray() || m_value.isObject())) {
+        refuse(QStringLiteral("lists and objects nested at most %1 deep").arg(mostLevelsOfValue));
+    }
     if (m_value.isArray()) {
         const QList<JsonValue> elements = items(0, INT_MAX);
         for (const JsonValue &element : elements) {
-            element.any();
+            element.checkAny(levels - 1);
         }
     }
     const QStringList keys = m_value.toObject().keys();
     for (const QString &key : keys) {
-        child(key).any();
+        child(key).checkAny(levels - 1);
     }
-    return m_value.toVariant();
 }
 
 int JsonValue::line() const

@@ -19,7 +19,8 @@ struct BadFile
 };
 
 /// A value of a JSON file that knows where it stands, so that whoever finds it wrong can say so.
-/// Every member throws BadFile where the value is not what the member asks for.
+/// Every member throws BadFile where the value is not what the member asks for. The file may have
+/// comments, as in C++.
 ///
 /// Qt's JSON reader gives positions for errors of syntax only. What it has accepted needs no
 /// second parser, just a walk that counts lines, so this is less than another library would cost.
@@ -41,7 +42,7 @@ public:
     bool boolean() const;
     double number(double least, double most) const;
     int integer(int least, int most) const;
-    QVariant any() const; ///< whatever it is, without a null in it
+    QVariant any() const; ///< whatever the bus carries: no null, and nothing nested too deep
     bool isText() const { return m_value.isString(); }
 
     int line() const;
@@ -57,6 +58,7 @@ private:
     JsonValue(const std::shared_ptr<const File> &file, const QStringList &place,
               const QJsonValue &value);
     JsonValue child(const QString &key) const;
+    void checkAny(int levels) const;
 
     std::shared_ptr<const File> m_file;
     QStringList m_place; // "supplies", "[3]", "color"

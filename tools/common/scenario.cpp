@@ -243,7 +243,7 @@ void ScenarioPlayer::play(const Act &act)
     if (act.verb == QLatin1String("say")) {
         Q_EMIT said(act.arguments.at(0).toString());
     } else if (act.verb == QLatin1String("start")) {
-        Q_EMIT startRequested(act.daemon);
+        Q_EMIT startRequested(act.daemon, placeOf(act));
     } else if (act.verb == QLatin1String("stop")) {
         Q_EMIT stopRequested(act.daemon);
     } else {
@@ -262,7 +262,7 @@ void ScenarioPlayer::ask(const Act &act)
         call.setArguments(act.arguments);
     }
     const auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-    const QString where = QStringLiteral("%1:%2: ").arg(m_scenario.fileName).arg(act.line);
+    const QString where = placeOf(act);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, where, act](QDBusPendingCallWatcher *finishedCall) {
                 const QVariant answer = finishedCall->reply().arguments().value(0);
@@ -275,6 +275,11 @@ void ScenarioPlayer::ask(const Act &act)
                 finishedCall->deleteLater();
                 done();
             });
+}
+
+QString ScenarioPlayer::placeOf(const Act &act) const
+{
+    return QStringLiteral("%1:%2: ").arg(m_scenario.fileName).arg(act.line);
 }
 
 void ScenarioPlayer::done()

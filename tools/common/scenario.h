@@ -50,7 +50,7 @@ public:
 
 Q_SIGNALS:
     void said(const QString &text);
-    void startRequested(const QString &daemon);
+    void startRequested(const QString &daemon, const QString &where); ///< where: "FILE:LINE: "
     void stopRequested(const QString &daemon);
     void failed(const QString &message); ///< "FILE:LINE: ..."; the play goes on
     void finished();                     ///< the last act has been played and answered
@@ -58,6 +58,7 @@ Q_SIGNALS:
 private:
     void play(const Act &act);
     void ask(const Act &act);
+    QString placeOf(const Act &act) const;
     void done();
 
     const Scenario m_scenario;

@@ -55,7 +55,7 @@ bool guard(int *exitCode)
         return false;
     }
     if (child < 0) {
-        fprintf(stderr, "hnipc-sandbox: no process: %s\n", strerror(errno));
+        fprintf(stderr, "hnipc-sandbox: cannot start a process: %s\n", strerror(errno));
         *exitCode = Toolkit::SandboxFailed;
         return true;
     }
@@ -65,7 +65,7 @@ bool guard(int *exitCode)
         raise(SIGPIPE); // whoever has read enough of the help needs no word more
     }
     if (WIFSIGNALED(status)) {
-        fprintf(stderr, "hnipc-sandbox: ended by signal %d\n", WTERMSIG(status));
+        fprintf(stderr, "hnipc-sandbox: was killed by signal %d\n", WTERMSIG(status));
     }
     *exitCode = WIFSIGNALED(status) ? int(Toolkit::SandboxFailed) : WEXITSTATUS(status);
     return true;

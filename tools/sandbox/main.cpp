@@ -27,7 +27,7 @@ QStringList readDaemons(const QString &list)
     for (const QString &name : qAsConst(result)) {
         if (!daemonNames().contains(name)) {
             throw Failure { SandboxFailed,
-                            QStringLiteral("--daemons: expected none, or some of %1, not \"%2\"")
+                            QStringLiteral("--daemons takes none, or some of %1 with commas between, not \"%2\"")
                                 .arg(daemonNames().join(QLatin1Char(',')), name) };
         }
     }
@@ -55,16 +55,16 @@ Sandbox::Request readCommandLine(int argc, char **argv)
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption scenario(
         QStringLiteral("scenario"),
-        QStringLiteral("Play a scenario: a file, or the name of one that ships."),
+        QStringLiteral("Play a scenario: a file, or the name of an installed one."),
         QStringLiteral("file"));
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
-        QStringLiteral("Start these daemons only: none, or some of %1.").arg(allDaemons),
+        QStringLiteral("Start only these daemons: none, or some of %1; default all.").arg(allDaemons),
         QStringLiteral("list"), allDaemons);
     parser.addOptions({ scenario, daemons, help });
     parser.addPositionalArgument(QStringLiteral("command"),
-                                 QStringLiteral("What to run; your shell without it."),
+                                 QStringLiteral("The command to run; default your shell."),
                                  QStringLiteral("[--] [command...]"));
     if (!parser.parse(QCoreApplication::arguments())) {
         throw Failure { SandboxFailed,
@@ -113,6 +113,10 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-sandbox"));
     QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
+    // Where the system looks without one. An empty entry of it would be the current directory.
+    if (qEnvironmentVariableIsEmpty("PATH")) {
+        qputenv("PATH", "/bin:/usr/bin");
+    }
     try {
         const Sandbox::Request request = readCommandLine(argc, argv);
         return Sandbox().run(request);

@@ -61,6 +61,19 @@ QList<QByteArray> environmentWith(const QList<QByteArray> &others)
     return result;
 }
 
+// "exited with 1", "was killed by signal 9"
+QString endInWords(int status)
+{
+    return WIFSIGNALED(status) ? QStringLiteral("was killed by signal %1").arg(WTERMSIG(status))
+                               : QStringLiteral("exited with %1").arg(WEXITSTATUS(status));
+}
+
+// How many sandboxes this is inside of, itself included.
+QByteArray depth()
+{
+    return QByteArray::number(qEnvironmentVariableIntValue("HNIPC_SANDBOX") + 1);
+}
+
 QByteArray contentOf(int descriptor)
 {
     QByteArray result(4096, 0);
@@ -122,6 +135,13 @@ int Sandbox::run(const Request &request)
         startCommand(request.command);
         QCoreApplication::exec();
     }
+    if (m_failedActs > 0) {
+        note(QStringLiteral("%1 of the scenario failed; the exit code of the command was %2")
+                 .arg(m_failedActs == 1 ? QStringLiteral("1 act")
+                                        : QStringLiteral("%1 acts").arg(m_failedActs))
+                 .arg(*m_exitCode));
+        return SandboxFailed;
+    }
     return *m_exitCode;
 }
 
@@ -136,7 +156,7 @@ void Sandbox::startBus()
     int output[2];
     const int error = memfd_create("bus-errors", MFD_CLOEXEC);
     if (pipe2(output, O_CLOEXEC) != 0 || error < 0) {
-        fail(QStringLiteral("no bus: ") + reason(errno));
+        fail(QStringLiteral("the bus did not start: ") + reason(errno));
     }
     Process::Launch launch = background(
         { "dbus-daemon", "--config-file=" + QFile::encodeName(config), "--nofork", "--nopidfile",
@@ -146,7 +166,7 @@ void Sandbox::startBus()
     m_bus = Process::launch(launch);
     if (m_bus < 0) {
         m_bus = 0;
-        fail(QStringLiteral("no bus: dbus-daemon: ") + reason(errno));
+        fail(QStringLiteral("the bus did not start: dbus-daemon: ") + reason(errno));
     }
     close(output[1]);
 
@@ -161,7 +181,7 @@ void Sandbox::startBus()
     }
     close(output[0]);
     if (!m_address.endsWith('\n')) {
-        fail(QStringLiteral("no bus: ") + QString::fromLocal8Bit(contentOf(error).trimmed()));
+        fail(QStringLiteral("the bus did not start: ") + QString::fromLocal8Bit(contentOf(error).trimmed()));
     }
     close(error);
     m_address = m_address.trimmed();
@@ -186,7 +206,7 @@ void Sandbox::startDaemon(const QString &name)
 {
     const QString program = siblingProgram(QStringLiteral("hnipc-simulator"));
     if (program.isEmpty()) {
-        fail(QStringLiteral("hnipc-simulator is not beside hnipc-sandbox"));
+        fail(QStringLiteral("hnipc-simulator is not in the directory of hnipc-sandbox"));
     }
     int output[2];
     if (pipe2(output, O_CLOEXEC) != 0) {
@@ -221,7 +241,7 @@ void Sandbox::waitForDaemon(const QString &name)
     elapsed.start();
     while (daemon.process && !daemon.isReady && !m_exitCode) {
         if (elapsed.elapsed() > patience) {
-            fail(name + QLatin1String(" does not come up"));
+            fail(name + QLatin1String(" did not start"));
         }
         waitFor(daemon.output, 100);
         readOutput(&daemon);
@@ -230,7 +250,7 @@ void Sandbox::waitForDaemon(const QString &name)
         fail(QString(), *m_exitCode);
     }
     if (!daemon.isReady) {
-        fail(name + QLatin1String(" does not come up"));
+        fail(name + QLatin1String(" did not start"));
     }
 }
 
@@ -308,17 +328,21 @@ void Sandbox::play(const Scenario &scenario)
     const QDBusConnection bus = QDBusConnection::connectToBus(QString::fromLatin1(m_address),
                                                               QStringLiteral("scenario"));
     if (!bus.isConnected()) {
-        fail(QStringLiteral("no bus: ") + bus.lastError().message());
+        fail(QStringLiteral("cannot connect to the bus: ") + bus.lastError().message());
     }
     m_player.reset(new ScenarioPlayer(scenario, bus));
     QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
         fprintf(stderr, "-- %s\n", text.toUtf8().constData());
     });
-    QObject::connect(m_player.get(), &ScenarioPlayer::failed, note);
+    QObject::connect(m_player.get(), &ScenarioPlayer::failed, [this](const QString &message) {
+        ++m_failedActs;
+        note(message);
+    });
     QObject::connect(m_player.get(), &ScenarioPlayer::stopRequested, [this](const QString &name) {
         stopDaemon(name);
     });
-    QObject::connect(m_player.get(), &ScenarioPlayer::startRequested, [this](const QString &name) {
+    QObject::connect(m_player.get(), &ScenarioPlayer::startRequested,
+                     [this](const QString &name, const QString &where) {
         try {
             if (!m_daemons[name].process) {
                 startDaemon(name);
@@ -326,7 +350,8 @@ void Sandbox::play(const Scenario &scenario)
             }
         } catch (const Failure &failure) {
             if (!failure.message.isNull()) {
-                note(failure.message);
+                ++m_failedActs;
+                note(where + failure.message);
             }
         }
     });
@@ -341,7 +366,7 @@ void Sandbox::startCommand(const QList<QByteArray> &command)
     Process::Launch launch;
     launch.arguments = command;
     launch.environment = environmentWith({ "DBUS_SYSTEM_BUS_ADDRESS=" + m_address,
-                                           "PATH=" + path });
+                                           "HNIPC_SANDBOX=" + depth(), "PATH=" + path });
     launch.signalMask = m_outerMask;
     m_command = Process::launch(launch);
     if (m_command < 0) {
@@ -380,15 +405,14 @@ void Sandbox::onEnded(pid_t process, int status)
     } else if (process == m_bus) {
         m_bus = 0;
         if (!m_address.isEmpty()) {
-            note(QStringLiteral("the bus has ended, with %1").arg(Process::exitCode(status)));
+            note(QLatin1String("the bus ") + endInWords(status));
         }
     }
     for (auto &entry : m_daemons) {
         if (process == entry.second.process) {
             entry.second.process = 0;
             if (entry.second.isReady && !entry.second.isMeantToEnd) {
-                note(QStringLiteral("%1 has ended, with %2")
-                         .arg(entry.first).arg(Process::exitCode(status)));
+                note(entry.first + QLatin1Char(' ') + endInWords(status));
             }
         }
     }

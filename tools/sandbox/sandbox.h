@@ -30,7 +30,7 @@ public:
     Sandbox();
     ~Sandbox();
 
-    /// Answers what the command ended with.
+    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed.
     int run(const Request &request);
 
 private:
@@ -68,6 +68,7 @@ private:
     pid_t m_command = 0;
     std::map<QString, Daemon> m_daemons;
     std::unique_ptr<Toolkit::ScenarioPlayer> m_player;
+    int m_failedActs = 0;
     std::optional<int> m_exitCode; ///< once it is time to end
 };
 

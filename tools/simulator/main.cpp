@@ -34,6 +34,7 @@ namespace {
 struct Request
 {
     QString daemon;
+    bool onSystemBus = false;
     std::optional<Catalogue> catalogue; // for supplyd only
     std::optional<Scenario> scenario;
 };
@@ -51,7 +52,8 @@ Request readCommandLine()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Simulates one daemon of the label printer on the system bus, until it is interrupted."));
+        "Simulates one daemon of the label printer, until it is interrupted. It serves on the bus that "
+        "DBUS_SYSTEM_BUS_ADDRESS names, as hnipc-sandbox sets it."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this."));
     parser.addOption(help);
@@ -63,6 +65,11 @@ Request readCommandLine()
     parser.addOption({ QStringLiteral("catalogue"),
                        QStringLiteral("Read supplies and ribbons from this file (supplyd only)."),
                        QStringLiteral("file") });
+    const QCommandLineOption systemBus(
+        QStringLiteral("system-bus"),
+        QStringLiteral("Serve on this machine's system bus where DBUS_SYSTEM_BUS_ADDRESS is not set. "
+                       "Not on a printer: its programs take what is simulated for real."));
+    parser.addOption(systemBus);
     parser.addPositionalArgument(QStringLiteral("daemon"),
                                  daemonsInWords());
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -78,6 +85,7 @@ Request readCommandLine()
     Request result;
     const QStringList daemons = parser.positionalArguments();
     result.daemon = daemons.value(0);
+    result.onSystemBus = parser.isSet(systemBus);
     const bool isSupplyd = result.daemon == QLatin1String("supplyd");
     if (daemons.size() != 1 || !daemonNames().contains(result.daemon)) {
         throw Failure { WrongUsage, QStringLiteral("name one daemon: ") + daemonsInWords() };
@@ -172,6 +180,12 @@ void catchSignals()
 
 int serve(const Request &request)
 {
+    // The bus library takes an empty address for the system's own, too.
+    if (!request.onSystemBus && qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) {
+        throw Failure { NoBus, QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system "
+                                              "bus may be a printer's: run this in hnipc-sandbox, or "
+                                              "with --system-bus") };
+    }
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) {
         throw Failure { NoBus, QStringLiteral("no system bus: ") + bus.lastError().message() };
