@@ -184,6 +184,8 @@ QMap<QByteArray, Members> interfacesIn(const QByteArray &xml)
                 member->result += attribute("type");
                 member->resultName = name;
             }
+        } else if (member && name == "org.hnipc.Simulator.Daemon") {
+            // For readers of the description; no object says it.
         } else if (member && element == "annotation") {
             const bool known = name == "org.qtproject.QtDBus.QtTypeName.Out0";
             member->resultClass += known ? attribute("value") : '?' + name;

@@ -338,7 +338,8 @@ private Q_SLOTS:
 void tst_Ctl::helpAndVersion()
 {
     const QList<QByteArray> commands { "status", "list", "call", "get", "watch", "monitor",
-                                       "record", "replay", "introspect", "completion" };
+                                       "record", "replay", "introspect", "completion",
+                                       "simulate" };
     Ctl help(words("--help"));
     QCOMPARE(help.exitCode(), 0);
     QCOMPARE(help.err(), QByteArray());

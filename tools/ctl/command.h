@@ -56,6 +56,7 @@ extern const Command watchCommand;
 extern const Command monitorCommand;
 extern const Command recordCommand;
 extern const Command replayCommand;
+extern const Command simulateCommand;
 extern const Command introspectCommand;
 extern const Command completionCommand;
 

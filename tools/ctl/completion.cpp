@@ -24,8 +24,19 @@ const char script[] = R"(_hnipcctl()
     '') words='%2' ;;
 %3    esac
     COMPREPLY=($(compgen -W "$words" -- "$word"))
+    [[ $command != simulate || $word == -* ]] || _hnipcctl_simulate
 }
 complete -o default -F _hnipcctl hnipcctl
+
+# The names of a simulated daemon's readings are known to that daemon only.
+_hnipcctl_simulate()
+{
+    local i=1
+    while [[ ${COMP_WORDS[i++]} != simulate ]]; do :; done
+    [[ $i -lt $COMP_CWORD ]] || return
+    words=$(hnipcctl --timeout 1000 simulate --words "${COMP_WORDS[@]:i:COMP_CWORD-i}" 2>/dev/null)
+    COMPREPLY=($(compgen -W "$words" -- "$word"))
+}
 )";
 
 QString optionWords(const std::vector<Option> &options, QStringList *withValue)

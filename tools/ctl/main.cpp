@@ -19,6 +19,7 @@ const std::vector<const Command *> &commands()
     static const std::vector<const Command *> table = {
         &statusCommand, &listCommand, &callCommand, &getCommand, &watchCommand, &monitorCommand,
         &recordCommand, &replayCommand, &introspectCommand, &completionCommand,
+        &simulateCommand,
     };
     return table;
 }

@@ -1,0 +1,634 @@
+// SPDX-License-Identifier: MIT
+#include "common/daemons.h"
+#include "common/datafiles.h"
+#include "console.h"
+#include "names.h"
+#include "request.h"
+#include "values.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QEventLoop>
+#include <QtDBus/QDBusPendingCallWatcher>
+#include <QtDBus/QDBusVariant>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+using namespace Toolkit;
+
+namespace {
+
+// Of an act that only one of the daemons takes.
+const QString daemonAnnotation = QStringLiteral("org.hnipc.Simulator.Daemon");
+const QString everyMember = QStringLiteral("*");
+
+// What may be loaded, and where a SKU stands in the list of ribbons.
+const struct { const char *name; bool isSupply; int before; int after; } places[] = {
+    { "supply", true, 0, 0 },
+    { "ribbons", false, 0, 0 },
+    { "ribbon1", false, 0, 1 },
+    { "ribbon2", false, 1, 0 },
+};
+
+QStringList placeNames()
+{
+    QStringList result;
+    for (const auto &place : places) {
+        result += QLatin1String(place.name);
+    }
+    return result;
+}
+
+// The acts are the methods of the simulated daemons' own interface.
+const QList<InterfaceMember> &acts(QString *error = nullptr)
+{
+    static QString whatIsWrong;
+    static const QList<InterfaceMember> result = []() {
+        const QString name = QStringLiteral("org.hnipc.Simulator");
+        const QString file = interfaceFile(name);
+        const std::optional<Interface> interface
+            = file.isEmpty() ? std::nullopt : readInterfaceFile(file, &whatIsWrong);
+        if (file.isEmpty()) {
+            whatIsWrong = QStringLiteral("the description of %1 is not installed").arg(name);
+        }
+        return interface ? interface->members(InterfaceMember::Method) : QList<InterfaceMember>();
+    }();
+    if (error) {
+        *error = whatIsWrong;
+    }
+    return result;
+}
+
+QStringList actNames()
+{
+    QStringList result;
+    for (const InterfaceMember &act : acts()) {
+        result += act.name;
+    }
+    return result;
+}
+
+const InterfaceMember *actNamed(const QString &name)
+{
+    const auto act = std::find_if(acts().begin(), acts().end(), [&name](const InterfaceMember &each) {
+        return each.name == name;
+    });
+    return act == acts().end() ? nullptr : &*act;
+}
+
+// The name of an act's argument, which says what it takes; empty where there is none.
+QString argumentName(const InterfaceMember &act, int index)
+{
+    return act.arguments(InterfaceArgument::In).value(index).name;
+}
+
+// "set NAME VALUE"
+QString usageOf(const InterfaceMember &act)
+{
+    QStringList words { act.name };
+    if (act.name == QLatin1String("load")) {
+        return act.name + QLatin1Char(' ') + placeNames().join(QLatin1Char('|'))
+            + QLatin1String(" SKU[,SKU]");
+    }
+    for (const InterfaceArgument &argument : act.arguments(InterfaceArgument::In)) {
+        const QString name = argument.name.toUpper();
+        words += argument.type == QLatin1String("av")    ? QStringLiteral("[ARGUMENT...]")
+            : argument.name == QLatin1String("detail") ? QStringLiteral("[DETAIL...]")
+                                                       : name;
+    }
+    return words.join(QLatin1Char(' '));
+}
+
+int wrongUsage(const InterfaceMember &act)
+{
+    return Console::fail(WrongUsage, QLatin1String("usage: hnipcctl simulate ") + usageOf(act));
+}
+
+int noSuchName(const QString &what, const QString &name, const QStringList &names)
+{
+    return Console::fail(NoSuchName, QStringLiteral("no %1 %2%3")
+                                         .arg(what, name, didYouMean(name, names)));
+}
+
+QStringList choicesOf(const QString &argument)
+{
+    return argument == QLatin1String("button") ? buttons()
+        : argument == QLatin1String("kind")    ? faultKinds()
+        : argument == QLatin1String("shape")   ? recordShapes()
+                                               : QStringList();
+}
+
+QStringList memberNames(const Daemon &daemon)
+{
+    QStringList result;
+    for (const InterfaceMember &member : daemon.interface.members(InterfaceMember::Method)) {
+        result += member.name;
+    }
+    result.removeDuplicates();
+    return result;
+}
+
+// ---- Values ----
+
+struct WordReader
+{
+    int exitCode = Done;
+
+    // The text as a value of this type, which the meta-object names.
+    QVariant read(const QString &text, int number, const QString &name, const QByteArray &typeName)
+    {
+        const ArgumentType *type = argumentType(typeName);
+        bool isNumber = false;
+        const double real = text.toDouble(&isNumber);
+        QVariant result = type ? parsed(text, *type) : isNumber ? QVariant(real) : QVariant();
+        if (!result.isValid() && exitCode == Done) {
+            exitCode = Console::fail(
+                BadValue, QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
+                              .arg(QString::number(number), name,
+                                   QLatin1String(type ? type->words : "a number"), text,
+                                   QLatin1String(type ? type->range : "")));
+        }
+        return result;
+    }
+};
+
+QByteArray typeOfWire(const QString &wire)
+{
+    for (const char *name : { "bool", "int", "uint", "qulonglong", "QString", "QStringList" }) {
+        if (wire == QLatin1String(argumentType(name)->wire)) {
+            return name;
+        }
+    }
+    return "double";
+}
+
+// The complete types of a signature, of which all are one letter or an array of one.
+QStringList typesIn(const QString &signature)
+{
+    QStringList result;
+    for (int i = 0; i < signature.size(); i += int(result.last().size())) {
+        result += signature.mid(i, signature.at(i) == QLatin1Char('a') ? 2 : 1);
+    }
+    return result;
+}
+
+// What "load" puts in: the supply's SKU, and those of the ribbons.
+std::optional<QVariantList> readRolls(const QStringList &words)
+{
+    for (const auto &place : places) {
+        if (words.size() == 2 && words.first() == QLatin1String(place.name)) {
+            const bool isOne = place.isSupply || place.before + place.after > 0;
+            const QStringList skus
+                = isOne ? QStringList(words.last()) : words.last().split(QLatin1Char(','));
+            QStringList ribbons;
+            for (int i = 0; i < place.before; ++i) {
+                ribbons += QString();
+            }
+            ribbons += skus;
+            for (int i = 0; i < place.after; ++i) {
+                ribbons += QString();
+            }
+            return place.isSupply ? QVariantList { words.last(), QStringList() }
+                                  : QVariantList { QString(), ribbons };
+        }
+    }
+    return std::nullopt;
+}
+
+// The detail of a fault, after the member and the kind.
+int readDetail(const QString &kind, const QStringList &words, QVariant *detail)
+{
+    WordReader reader;
+    const bool isDelay = kind == QLatin1String("delay");
+    const bool isError = kind == QLatin1String("error");
+    if (isDelay && words.size() == 1) {
+        *detail = reader.read(words.first(), 3, QStringLiteral("milliseconds"), "uint");
+    } else if (isError && (words.size() == 1 || words.size() == 2)) {
+        *detail = QStringList { words.first(), words.value(1, QStringLiteral("simulated")) };
+    } else if (isDelay || isError || !words.isEmpty()) {
+        return Console::fail(WrongUsage,
+                             QStringLiteral("usage: hnipcctl simulate fault MEMBER %1%2")
+                                 .arg(kind, QLatin1String(isDelay ? " MILLISECONDS"
+                                                          : isError ? " ERROR-NAME [TEXT]" : "")));
+    } else {
+        *detail = QString();
+    }
+    return reader.exitCode;
+}
+
+// ---- What was asked for ----
+
+struct Request
+{
+    const InterfaceMember *act = nullptr;
+    QVariantList arguments;   ///< all but the value of "set"
+    QString reading;          ///< a name that only the simulated daemons know
+    QString value;            ///< of "set"
+    std::vector<const Daemon *> daemons; ///< that may be meant
+};
+
+// Of "emit" and "flood": their signal may be one of several daemons.
+int readSignal(const Context &context, const QStringList &words, Request *request)
+{
+    const ClientSignal *signal = nullptr;
+    for (const ClientSignal &each : context.contract.clientSignals()) {
+        if (each.name == words.first()) {
+            signal = &each;
+            request->daemons.push_back(each.daemon);
+        }
+    }
+    if (!signal) {
+        return noSuchName(QStringLiteral("signal"), words.first(), context.contract.signalNames());
+    }
+    request->arguments += words.first();
+    WordReader reader;
+    if (request->act->name == QLatin1String("emit")) {
+        const QStringList types = typesIn(signal->signature);
+        if (types.size() != words.size() - 1) {
+            return Console::fail(WrongUsage,
+                                 QLatin1String("usage: hnipcctl simulate emit ")
+                                     + (QStringList(signal->name) + signal->parameters)
+                                           .join(QLatin1Char(' ')));
+        }
+        QVariantList values;
+        for (int i = 0; i < types.size(); ++i) {
+            values += reader.read(words.at(i + 1), i + 2, signal->parameters.value(i),
+                                  typeOfWire(types.at(i)));
+        }
+        request->arguments += QVariant(values);
+    } else {
+        request->arguments += reader.read(words.value(1), 2, QStringLiteral("count"), "uint");
+    }
+    return reader.exitCode;
+}
+
+int readFault(const Context &context, const QStringList &words, Request *request)
+{
+    QStringList names;
+    for (const Daemon &daemon : context.contract.daemons()) {
+        names += memberNames(daemon);
+        if (words.first() == everyMember || memberNames(daemon).contains(words.first())) {
+            request->daemons.push_back(&daemon);
+        }
+    }
+    if (request->daemons.empty()) {
+        return noSuchName(QStringLiteral("method"), words.first(), names);
+    }
+    if (!faultKinds().contains(words.at(1))) {
+        return Console::fail(BadValue, QStringLiteral("argument 2 (kind) is not one of %1: \"%2\"")
+                                 .arg(faultKinds().join(QLatin1String(", ")), words.at(1)));
+    }
+    QVariant detail;
+    const int exitCode = readDetail(words.at(1), words.mid(2), &detail);
+    request->arguments << words.at(0) << words.at(1)
+                       << QVariant::fromValue(QDBusVariant(detail));
+    return exitCode;
+}
+
+// The words as the types of the act's arguments have them.
+int readPlain(const QStringList &words, Request *request)
+{
+    WordReader reader;
+    const QList<InterfaceArgument> arguments = request->act->arguments(InterfaceArgument::In);
+    for (int i = 0; i < arguments.size(); ++i) {
+        const QStringList choices = choicesOf(arguments.at(i).name);
+        if (!choices.isEmpty() && !choices.contains(words.at(i))) {
+            return Console::fail(BadValue, QStringLiteral("argument %1 (%2) is not one of %3: \"%4\"")
+                                     .arg(QString::number(i + 1), arguments.at(i).name,
+                                          choices.join(QLatin1String(", ")), words.at(i)));
+        }
+        request->arguments += reader.read(words.at(i), i + 1, arguments.at(i).name,
+                                          typeOfWire(arguments.at(i).type));
+    }
+    return reader.exitCode;
+}
+
+int readRequest(const Context &context, const QStringList &words, Request *request)
+{
+    QString error;
+    acts(&error);
+    if (!error.isEmpty()) {
+        return Console::fail(Failed, error);
+    }
+    if (words.isEmpty()) {
+        return Console::fail(WrongUsage, QStringLiteral("usage: hnipcctl simulate ACT [ARGUMENT...]"));
+    }
+    request->act = actNamed(words.first());
+    if (!request->act) {
+        return noSuchName(QStringLiteral("act"), words.first(), actNames());
+    }
+    const InterfaceMember &act = *request->act;
+    const QStringList rest = words.mid(1);
+    const int count = int(act.arguments(InterfaceArgument::In).size());
+    const bool isOpenEnded
+        = act.name == QLatin1String("emit") || act.name == QLatin1String("fault");
+    if (isOpenEnded ? rest.size() < count - 1 : rest.size() != count) {
+        return wrongUsage(act);
+    }
+
+    const QString first = argumentName(act, 0);
+    int exitCode = Done;
+    if (act.name == QLatin1String("load")) {
+        const std::optional<QVariantList> rolls = readRolls(rest);
+        if (!rolls) {
+            return wrongUsage(act);
+        }
+        request->arguments = *rolls;
+    } else if (first == QLatin1String("signal")) {
+        exitCode = readSignal(context, rest, request);
+    } else if (first == QLatin1String("member")) {
+        exitCode = readFault(context, rest, request);
+    } else if (first == QLatin1String("name")) {
+        request->reading = rest.first();
+        request->value = rest.value(1);
+        request->arguments += rest.first();
+    } else {
+        exitCode = readPlain(rest, request);
+    }
+
+    const QString only = context.options.value(QStringLiteral("daemon"));
+    if (!only.isNull() && !context.contract.daemon(only)) {
+        return noSuchName(QStringLiteral("daemon"), only, context.contract.daemonNames());
+    }
+    const QString annotated = act.annotations.value(daemonAnnotation);
+    if (!only.isNull()) {
+        request->daemons = { context.contract.daemon(only) };
+    } else if (!annotated.isEmpty()) {
+        request->daemons = { context.contract.daemon(annotated) };
+    } else if (request->daemons.empty()) {
+        for (const Daemon &daemon : context.contract.daemons()) {
+            request->daemons.push_back(&daemon);
+        }
+    }
+    return exitCode;
+}
+
+int check(const Context &context, const QStringList &arguments)
+{
+    Request request;
+    return context.options.contains(QStringLiteral("words"))
+        ? int(Done) : readRequest(context, arguments, &request);
+}
+
+// ---- Asking the simulated daemons ----
+
+// All calls of one command share its timeout.
+class Simulators
+{
+public:
+    using Answers = std::map<const Daemon *, Outcome>;
+
+    explicit Simulators(const Context &context)
+        : m_context(context)
+    {
+        m_clock.start();
+    }
+
+    // Until all have replied, or one as @p isEnough wants it.
+    Answers ask(const std::vector<const Daemon *> &daemons, const QString &member,
+                const QVariantList &arguments = {},
+                const std::function<bool(const Outcome &)> &isEnough = nullptr)
+    {
+        const int left = std::max(1, m_context.timeout - int(m_clock.elapsed()));
+        Answers result;
+        QEventLoop loop;
+        std::vector<std::unique_ptr<QDBusPendingCallWatcher>> watchers;
+        for (const Daemon *daemon : daemons) {
+            QDBusMessage call = simulatorCall(daemon->busName, member);
+            call.setArguments(arguments);
+            watchers.push_back(std::make_unique<QDBusPendingCallWatcher>(
+                m_context.bus.asyncCall(call, left)));
+            const QDBusPendingCallWatcher *watcher = watchers.back().get();
+            QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&, watcher, daemon]() {
+                result[daemon] = read(*daemon, watcher->reply());
+                if (result.size() == daemons.size() || (isEnough && isEnough(result[daemon]))) {
+                    loop.quit();
+                }
+            });
+        }
+        loop.exec();
+        return result;
+    }
+
+private:
+    Outcome read(const Daemon &daemon, const QDBusMessage &reply) const
+    {
+        Outcome result = outcomeOf(daemon,
+                                   HNIPCFailure::ofReply(reply, daemon.busName, m_context.timeout),
+                                   reply.type() == QDBusMessage::ReplyMessage
+                                       ? reply.arguments().value(0) : QVariant());
+        if (result.errorName == QLatin1String("org.hnipc.Simulator.Error")) {
+            result.error = daemon.name + QLatin1String(": ") + reply.errorMessage();
+        } else if (result.reason == HNIPCRequest::DaemonError) {
+            result.reason = HNIPCRequest::WrongType;
+            result.error = QStringLiteral("%1 is not a simulated daemon").arg(daemon.name);
+        }
+        return result;
+    }
+
+    const Context &m_context;
+    QElapsedTimer m_clock;
+};
+
+// The daemons among these that are simulated and reply. If there is none, @p why says it of the one that
+// matters most: a real daemon and one that hangs rather than one that is not running.
+std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome *why)
+{
+    std::vector<const Daemon *> result;
+    for (const auto &[daemon, answer] : answers) {
+        if (answer.ok()) {
+            result.push_back(daemon);
+        } else if (why->ok() || why->reason == HNIPCRequest::DaemonAbsent) {
+            *why = answer;
+        }
+    }
+    return result;
+}
+
+int fail(const Outcome &why)
+{
+    return Console::fail(why.exitCode(),
+                         why.reason == HNIPCRequest::DaemonAbsent
+                             ? QStringLiteral("no simulated daemon is running; hnipc-sandbox starts them")
+                             : why.error);
+}
+
+// Finds the daemon that has the reading, and the value as one of the reading's type.
+int findReading(Simulators *simulators, Request *request)
+{
+    const QString reading = request->reading;
+    const Simulators::Answers answers = simulators->ask(
+        request->daemons, QStringLiteral("names"), {},
+        [&reading](const Outcome &answer) { return answer.value.toStringList().contains(reading); });
+    Outcome why;
+    const std::vector<const Daemon *> simulated = present(answers, &why);
+    QStringList names;
+    for (const Daemon *daemon : simulated) {
+        const QStringList own = answers.at(daemon).value.toStringList();
+        names += own;
+        if (own.contains(request->reading)) {
+            request->daemons = { daemon };
+        }
+    }
+    if (!names.contains(request->reading)) {
+        return simulated.empty() || why.reason == HNIPCRequest::TimedOut
+            ? fail(why)
+            : noSuchName(QStringLiteral("reading or switch"), request->reading, names);
+    }
+    if (request->act->name != QLatin1String("set")) {
+        return Done;
+    }
+    const Simulators::Answers values
+        = simulators->ask(request->daemons, QStringLiteral("get"), { request->reading });
+    const Outcome value = values.begin()->second;
+    if (!value.ok()) {
+        return Console::fail(value.exitCode(), value.error);
+    }
+    WordReader reader;
+    request->arguments += QVariant::fromValue(QDBusVariant(
+        reader.read(request->value, 2, QStringLiteral("value"), value.value.typeName())));
+    return reader.exitCode;
+}
+
+void print(const Request &request, const Daemon &daemon, const Outcome &answer)
+{
+    const bool isOfSeveral = request.act->arguments(InterfaceArgument::In).isEmpty();
+    if (!answer.value.isValid()) {
+        return;
+    }
+    for (const QString &line : linesOf(answer.value)) {
+        Console::print((isOfSeveral ? daemon.name.leftJustified(9) : QString()) + line);
+    }
+}
+
+// The words that may follow these, for the completion.
+QStringList nextWords(const Context &context, const QStringList &typed)
+{
+    const InterfaceMember *act = typed.isEmpty() ? nullptr : actNamed(typed.first());
+    if (!act) {
+        return typed.isEmpty() ? actNames() : QStringList();
+    }
+    const int place = int(typed.size()) - 1;
+    const QString argument = argumentName(*act, place);
+    std::vector<const Daemon *> all;
+    for (const Daemon &daemon : context.contract.daemons()) {
+        all.push_back(&daemon);
+    }
+    QStringList result = choicesOf(argument);
+    Simulators simulators(context);
+    if (act->name == QLatin1String("load") && place == 0) {
+        result = placeNames();
+    } else if (act->name == QLatin1String("load") && place == 1) {
+        const QString method = typed.last() == QLatin1String("supply")
+            ? QStringLiteral("supplySKUList") : QStringLiteral("supplyRibbonSKUList");
+        const QDBusMessage reply
+            = context.bus.call(daemonCall(QStringLiteral("supplyd"), method), QDBus::Block,
+                               context.timeout);
+        result = reply.arguments().value(0).toStringList();
+    } else if (argument == QLatin1String("signal")) {
+        result = context.contract.signalNames();
+    } else if (argument == QLatin1String("member")) {
+        for (const Daemon *daemon : all) {
+            result += memberNames(*daemon);
+        }
+    } else if (argument == QLatin1String("name")) {
+        const Simulators::Answers answers = simulators.ask(all, QStringLiteral("names"));
+        for (const auto &[daemon, answer] : answers) {
+            result += answer.value.toStringList();
+        }
+    } else if (argument == QLatin1String("value")) {
+        const Simulators::Answers answers
+            = simulators.ask(all, QStringLiteral("get"), { typed.last() });
+        for (const auto &[daemon, answer] : answers) {
+            const bool isSwitch = answer.ok() && answer.value.userType() == QMetaType::Bool;
+            result += isSwitch ? QStringList { QStringLiteral("true"), QStringLiteral("false") }
+                               : QStringList();
+        }
+    }
+    return result;
+}
+
+int run(const Context &context, const QStringList &arguments)
+{
+    if (context.options.contains(QStringLiteral("words"))) {
+        for (const QString &word : nextWords(context, arguments)) {
+            Console::print(word);
+        }
+        return Done;
+    }
+    Request request;
+    readRequest(context, arguments, &request);
+    Simulators simulators(context);
+    if (!request.reading.isEmpty()) {
+        const int found = findReading(&simulators, &request);
+        if (found != Done) {
+            return found;
+        }
+    }
+    const Simulators::Answers answers
+        = simulators.ask(request.daemons, request.act->name, request.arguments);
+    Outcome why;
+    const bool isForAll = request.daemons.size() > 1;
+    if (isForAll && present(answers, &why).empty()) {
+        return fail(why);
+    }
+
+    int exitCode = Done;
+    QJsonObject daemons;
+    for (const auto &[daemon, answer] : answers) {
+        // Where all are meant, these are not.
+        if (isForAll && (answer.reason == HNIPCRequest::DaemonAbsent
+                         || answer.reason == HNIPCRequest::WrongType)) {
+            continue;
+        }
+        daemons.insert(daemon->name, answer.json());
+        if (!answer.ok()) {
+            exitCode = answer.exitCode();
+            Console::note(answer.error);
+        } else if (!context.json) {
+            print(request, *daemon, answer);
+        }
+    }
+    if (context.json) {
+        QJsonObject object { { QStringLiteral("act"), request.act->name },
+                             { QStringLiteral("daemons"), daemons } };
+        if (exitCode != Done) {
+            object.insert(QStringLiteral("exit"), exitCode);
+        }
+        Console::print(object);
+    }
+    return exitCode;
+}
+
+} // namespace
+
+const Command simulateCommand = {
+    "simulate", "ACT [ARGUMENT...]", "Acts on simulated daemons as the world around them does",
+    "A real daemon cannot be acted on so. An ACT is one of\n"
+    "  set NAME VALUE      gives a reading or a switch a value\n"
+    "  get NAME            prints the value of one\n"
+    "  names               prints all names\n"
+    "  press BUTTON        presses print, help or cancel\n"
+    "  load supply SKU     puts in a new roll; so with ribbon1 and ribbon2\n"
+    "  load ribbons SKU[,SKU]\n"
+    "                      puts in these ribbons, and no other\n"
+    "  print LABELS        queues a job of so many labels\n"
+    "  emit SIGNAL [ARGUMENT...]\n"
+    "                      sends a signal, by the name that \"monitor\" prints\n"
+    "  flood SIGNAL COUNT  sends it so many times\n"
+    "  fault METHOD delay MILLISECONDS\n"
+    "  fault METHOD error ERROR-NAME [TEXT]\n"
+    "  fault METHOD never|wrongtype|die|none\n"
+    "                      spoils the calls of a method, or of all with '*'\n"
+    "  malform SHAPE       spoils the supply records\n"
+    "  faults              prints the faults\n"
+    "  reset               ends all faults\n"
+    "Values are written as for \"call\". The daemon is found by the name; without one,\n"
+    "all simulated daemons are meant. See hnipc-simulator(1).",
+    { { "daemon", "DAEMON", "act on this daemon only" },
+      { "words", nullptr, "print the words that may follow, for the completion" } },
+    0, -1, true, [](const Contract &) { return actNames(); }, run, check, true
+};
