@@ -239,6 +239,14 @@ private Q_SLOTS:
     void daemonThatDoesNotReturnIsAFailedAct();
     void deepValueReachesTheDaemon();
     void shippedScenariosPlayToTheirEnd();
+    void checksAScenario_data();
+    void checksAScenario();
+    void checkFindsAllMistakes();
+    void checkOfNoScenario_data();
+    void checkOfNoScenario();
+    void checkEndsOnASignal();
+    void shippedScenariosAndTheExampleAreRight_data();
+    void shippedScenariosAndTheExampleAreRight();
     void tellsOfADaemonThatDies();
     void tellsOfABusThatDies();
 
@@ -883,6 +891,178 @@ void tst_Sandbox::shippedScenariosPlayToTheirEnd()
                             "M4_PrintQueueComplete(1,)")), 0);
     QCOMPARE(bad.ask("m4", "getError"), QByteArray("(0,)"));
     QCOMPARE(bad.ask("m4", "clearAllPrintJobs"), QByteArray("(false,)")); // none is left
+}
+
+void tst_Sandbox::checksAScenario_data()
+{
+    QTest::addColumn<QByteArray>("act"); // of one daemon, the second line
+    QTest::addColumn<QByteArray>("mistake");
+    const auto row = [](const char *name, const char *act, const char *mistake) {
+        QTest::newRow(name) << QByteArray(act) << QByteArray(mistake);
+    };
+    row("reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLidd', 'value': true",
+        "nothing is called \"printerLidd\"");
+    row("reading of another daemon", "'daemon': 'm4', 'do': 'set', 'name': 'supplyPercent', 'value': 5",
+        "nothing is called \"supplyPercent\"");
+    row("type of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLid', 'value': 1",
+        "printerLid is true or false");
+    row("range of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'gap', 'value': -1",
+        "gap is a whole number from 0");
+    row("list of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'ribbonIDs', 'value': ['A', 1]",
+        "ribbonIDs is a list of texts");
+    row("signal", "'daemon': 'm4', 'do': 'emit', 'signal': 'Eror', 'arguments': [1]",
+        "no signal is called \"Eror\"");
+    row("signal of another daemon", "'daemon': 'ioexpd', 'do': 'emit', 'signal': 'Error', 'arguments': [1]",
+        "no signal is called \"Error\"");
+    row("number of arguments", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error'",
+        "Error does not have 0 arguments");
+    row("type of an argument", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error', 'arguments': ['x']",
+        "argument 1 of Error is a whole number");
+    row("flood", "'daemon': 'm4', 'do': 'flood', 'signal': 'Eror', 'count': 100000000",
+        "no signal is called \"Eror\"");
+    row("supply", "'daemon': 'supplyd', 'do': 'load', 'supplySku': 'LBL-0', 'ribbonSkus': []",
+        "no supply has the SKU \"LBL-0\"");
+    row("ribbon", "'daemon': 'supplyd', 'do': 'load', 'supplySku': '', 'ribbonSkus': ['RIB-0']",
+        "no ribbon has the SKU \"RIB-0\"");
+    row("member", "'daemon': 'm4', 'do': 'fault', 'member': 'getEror', 'kind': 'never'",
+        "no member is called \"getEror\"");
+    row("error name", "'daemon': 'm4', 'do': 'fault', 'member': '*', 'kind': 'error', 'detail': 'no dot'",
+        "the detail of error is the name of a D-Bus error and a text");
+    row("method", "'daemon': 'm4', 'do': 'call', 'method': 'retryPrint'",
+        "m4 has no method retryPrint");
+    row("method with arguments", "'daemon': 'm4', 'do': 'call', 'method': 'forwardFeed'",
+        "forwardFeed takes arguments, and \"call\" has none");
+    row("button", "'daemon': 'm4', 'do': 'press', 'button': 'print'",
+        "\"press\" is for ioexpd, not m4");
+    row("job", "'daemon': 'supplyd', 'do': 'print', 'labels': 3", "\"print\" is for m4, not supplyd");
+    row("rolls", "'daemon': 'm4', 'do': 'load', 'supplySku': '', 'ribbonSkus': []",
+        "\"load\" is for supplyd, not m4");
+    row("shape", "'daemon': 'ioexpd', 'do': 'malform', 'shape': 'long'",
+        "\"malform\" is for supplyd, not ioexpd");
+    row("null", "'daemon': 'm4', 'do': 'set', 'name': 'gap', 'value': null",
+        "acts[1].value: expected a value, not null");
+}
+
+void tst_Sandbox::checksAScenario()
+{
+    QFETCH(QByteArray, act);
+    QFETCH(QByteArray, mistake);
+    const QString file = scenario(
+        "{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
+        "{ \"at\": 1, " + act.replace('\'', '"') + " },\n"
+        "{ \"at\": 80000, \"daemon\": \"m4\", \"do\": \"print\", \"labels\": 1 }").last();
+    Sandbox sandbox({ "--check", file });
+    QCOMPARE(sandbox.exitCode(), 8);
+    QCOMPARE(sandbox.errors(), "hnipc-sandbox: " + file.toLocal8Bit() + ":3: " + mistake + '\n');
+    QCOMPARE(sandbox.output(), QByteArray());
+    QVERIFY(sandbox.leavesNothing());
+}
+
+// In the order of time, and of daemons that are not running then.
+void tst_Sandbox::checkFindsAllMistakes()
+{
+    const QString file = scenario(
+        "{ \"at\": 9, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"no\", \"value\": 1 },\n"
+        "{ \"at\": 1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+        "{ \"at\": 2, \"daemon\": \"m4\", \"do\": \"reset\" },\n"
+        "{ \"at\": 3, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+        "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+        "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"*\", \"kind\": \"die\" },\n"
+        "{ \"at\": 5, \"daemon\": \"ioexpd\", \"do\": \"press\", \"button\": \"help\" }").last();
+    const QByteArray where = "hnipc-sandbox: " + file.toLocal8Bit();
+    Sandbox all({ "--check", file });
+    QCOMPARE(all.exitCode(), 8);
+    QCOMPARE(all.errors(), where + ":4: m4 is not running at this time\n" + where
+                 + ":5: m4 is not running at this time\n" + where
+                 + ":2: nothing is called \"no\"\n");
+    Sandbox one({ "--daemons", "m4", "--check", file });
+    QCOMPARE(one.exitCode(), 8);
+    QVERIFY(one.errors().contains(where + ":8: ioexpd is not running at this time\n"));
+}
+
+void tst_Sandbox::checkOfNoScenario_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QByteArray>("error");
+    const QByteArray nothing = "hnipc-sandbox: --check runs no command, and plays no scenario. See "
+                               "hnipc-sandbox --help.\n";
+    QTest::newRow("command") << QStringList { "--check", "bad-day", "--", "echo", "run" } << 125
+                             << nothing;
+    QTest::newRow("scenario") << QStringList { "--check", "bad-day", "--scenario", "bad-day" } << 125
+                              << nothing;
+    QTest::newRow("missing file") << QStringList { "--check", "/nowhere/day.json" } << 8
+        << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
+    QTest::newRow("unknown name") << QStringList { "--check", "nosuch" } << 8
+        << QByteArray("hnipc-sandbox: no file nosuch, and no scenario of that name; there are "
+                      "bad-day, ordinary-day\n");
+}
+
+void tst_Sandbox::checkOfNoScenario()
+{
+    QFETCH(QStringList, options);
+    QFETCH(int, exitCode);
+    QFETCH(QByteArray, error);
+    Sandbox sandbox(options);
+    QCOMPARE(sandbox.exitCode(), exitCode);
+    QCOMPARE(sandbox.errors(), error);
+    QCOMPARE(sandbox.output(), QByteArray());
+}
+
+// With a daemon beside a copy of the sandbox that never replies.
+void tst_Sandbox::checkEndsOnASignal()
+{
+    const QTemporaryDir directory;
+    QVERIFY(QDir(directory.path()).mkdir("bin"));
+    QVERIFY(QFile::link(HNIPC_TOOLS_DIR "/../share", directory.filePath("share")));
+    const QString program = directory.filePath("bin/hnipc-sandbox");
+    QVERIFY(QFile::copy(sandboxProgram, program));
+    QFile daemon(directory.filePath("bin/hnipc-simulator"));
+    QVERIFY(daemon.open(QIODevice::WriteOnly));
+    daemon.write("#!/bin/sh\nmkfifo \"$0.output\"\n"
+                 "\"" HNIPC_TOOLS_DIR "/hnipc-simulator\" \"$@\" >\"$0.output\" & simulator=$!\n"
+                 "read line <\"$0.output\"; kill -STOP $simulator; echo stopped >&2\n"
+                 "echo \"$line\"; wait\n");
+    daemon.close();
+    QVERIFY(daemon.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    Sandbox sandbox(program,
+                    QStringList { "--daemons", "m4", "--check",
+                                  scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"reset\" }").last() });
+    QVERIFY(sandbox.says("stopped\n"));
+    QCOMPARE(kill(pid_t(sandbox.process().processId()), SIGTERM), 0);
+    QCOMPARE(sandbox.exitCode(), 128 + SIGTERM);
+    QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::shippedScenariosAndTheExampleAreRight_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::newRow("bad-day") << "bad-day";
+    QTest::newRow("ordinary-day") << "ordinary-day";
+    QTest::newRow("manual page") << QString();
+}
+
+void tst_Sandbox::shippedScenariosAndTheExampleAreRight()
+{
+    QFETCH(QString, file);
+    if (file.isEmpty()) {
+        // The example of the manual page, with every act.
+        const QByteArray page = read(HNIPC_TOOLS_DIR "/../share/hnipc/man/hnipc-simulator.1");
+        const int begin = int(page.indexOf("// A shift of acts\n"));
+        QVERIFY(begin > 0);
+        const QByteArray text = page.mid(begin, page.indexOf(".EE", begin) - begin)
+                                    .replace("\\-", "-").replace("\\(dq", "\"");
+        for (const char *act : { "set", "press", "load", "print", "emit", "flood", "fault", "malform",
+                                 "reset", "call", "say", "start", "stop" }) {
+            QVERIFY2(text.contains(QByteArray("\"do\": \"") + act + '"'), act);
+        }
+        file = write("example.json", text);
+    }
+    Sandbox sandbox({ "--check", file });
+    QCOMPARE(sandbox.exitCode(), 0);
+    QVERIFY2(sandbox.output().endsWith(".json: nothing is wrong\n"), sandbox.output().constData());
+    QCOMPARE(sandbox.errors(), QByteArray());
+    QVERIFY(sandbox.leavesNothing());
 }
 
 void tst_Sandbox::tellsOfADaemonThatDies()

@@ -24,14 +24,24 @@ QString Toolkit::busName(const QString &daemon)
     return QLatin1String("org.hnipc.") + daemon;
 }
 
+QString Toolkit::daemonInterface(const QString &daemon)
+{
+    return QLatin1String("local.IHNIPC") + daemon.toUpper();
+}
+
+QString Toolkit::simulatorInterface()
+{
+    return QStringLiteral("org.hnipc.Simulator");
+}
+
 QDBusMessage Toolkit::daemonCall(const QString &daemon, const QString &method)
 {
-    return callOf(busName(daemon), "/", QLatin1String("local.IHNIPC") + daemon.toUpper(), method);
+    return callOf(busName(daemon), "/", daemonInterface(daemon), method);
 }
 
 QDBusMessage Toolkit::simulatorCall(const QString &busName, const QString &member)
 {
-    return callOf(busName, "/simulator", QStringLiteral("org.hnipc.Simulator"), member);
+    return callOf(busName, "/simulator", simulatorInterface(), member);
 }
 
 QStringList Toolkit::buttons()

@@ -9,7 +9,9 @@ namespace Toolkit {
 
 /// The daemons of the printer: "ioexpd", "m4" and "supplyd".
 QStringList daemonNames();
-QString busName(const QString &daemon); ///< "org.hnipc.m4"
+QString busName(const QString &daemon);         ///< "org.hnipc.m4"
+QString daemonInterface(const QString &daemon); ///< "local.IHNIPCM4"
+QString simulatorInterface();                   ///< of the world around a simulated daemon
 
 /// A call of the daemon's interface, and one of the world around a simulated daemon. Neither starts
 /// a daemon.

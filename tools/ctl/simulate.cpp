@@ -47,7 +47,7 @@ const QList<InterfaceMember> &acts(QString *error = nullptr)
 {
     static QString whatIsWrong;
     static const QList<InterfaceMember> result = []() {
-        const QString name = QStringLiteral("org.hnipc.Simulator");
+        const QString name = simulatorInterface();
         const QString file = interfaceFile(name);
         const std::optional<Interface> interface
             = file.isEmpty() ? std::nullopt : readInterfaceFile(file, &whatIsWrong);

@@ -57,12 +57,16 @@ Sandbox::Request readCommandLine(int argc, char **argv)
         QStringLiteral("scenario"),
         QStringLiteral("Play a scenario: a file, or the name of an installed one."),
         QStringLiteral("file"));
+    const QCommandLineOption check(
+        QStringLiteral("check"),
+        QStringLiteral("Say what is wrong with a scenario, instead of playing it."),
+        QStringLiteral("file"));
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
         QStringLiteral("Start only these daemons: none, or some of %1; default all.").arg(allDaemons),
         QStringLiteral("list"), allDaemons);
-    parser.addOptions({ scenario, daemons, help });
+    parser.addOptions({ scenario, check, daemons, help });
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("The command to run; default your shell."),
                                  QStringLiteral("[--] [command...]"));
@@ -81,18 +85,24 @@ Sandbox::Request readCommandLine(int argc, char **argv)
 
     Sandbox::Request result;
     result.daemons = readDaemons(parser.value(daemons));
-    if (parser.isSet(scenario)) {
+    result.isCheck = parser.isSet(check);
+    if (result.isCheck && (parser.isSet(scenario) || !parser.positionalArguments().isEmpty())) {
+        throw Failure { SandboxFailed,
+                        QStringLiteral("--check runs no command, and plays no scenario.")
+                            + QLatin1String(" See hnipc-sandbox --help.") };
+    }
+    if (result.isCheck || parser.isSet(scenario)) {
         QString error;
-        result.scenario = readScenario(parser.value(scenario), &error);
+        result.scenario = readScenario(parser.value(result.isCheck ? check : scenario), &error);
         if (!result.scenario) {
-            throw Failure { SandboxFailed, error };
+            throw Failure { result.isCheck ? BadValue : SandboxFailed, error };
         }
     }
     // Byte for byte as it was given, which QString may not be.
     for (int i = argc - int(parser.positionalArguments().size()); i < argc; ++i) {
         result.command += argv[i];
     }
-    if (result.command.isEmpty()) {
+    if (result.command.isEmpty() && !result.isCheck) {
         result.command = shell();
         if (isatty(STDIN_FILENO)) {
             fputs("hnipc-sandbox: a shell with a system bus of its own; \"exit\" ends both\n",

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sandbox.h"
 
+#include "check.h"
+
 #include "common/datafiles.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
@@ -128,6 +130,9 @@ int Sandbox::run(const Request &request)
 
     const QSocketNotifier signalled(m_signals, QSocketNotifier::Read);
     QObject::connect(&signalled, &QSocketNotifier::activated, qApp, [this]() { readSignals(); });
+    if (request.isCheck) {
+        return check(request);
+    }
     if (request.scenario) {
         play(*request.scenario);
     }
@@ -323,14 +328,36 @@ void Sandbox::closeOutput(Daemon *daemon)
     daemon->output = -1;
 }
 
-void Sandbox::play(const Scenario &scenario)
+QDBusConnection Sandbox::connectToBus(const QString &name) const
 {
-    const QDBusConnection bus = QDBusConnection::connectToBus(QString::fromLatin1(m_address),
-                                                              QStringLiteral("scenario"));
+    const QDBusConnection bus
+        = QDBusConnection::connectToBus(QString::fromLatin1(m_address), name);
     if (!bus.isConnected()) {
         fail(QStringLiteral("cannot connect to the bus: ") + bus.lastError().message());
     }
-    m_player.reset(new ScenarioPlayer(scenario, bus));
+    return bus;
+}
+
+int Sandbox::check(const Request &request)
+{
+    const Scenario &scenario = *request.scenario;
+    const QStringList mistakes
+        = mistakesIn(scenario, connectToBus(QStringLiteral("check")), request.daemons);
+    if (m_exitCode) {
+        return *m_exitCode;
+    }
+    for (const QString &mistake : mistakes) {
+        note(mistake);
+    }
+    if (mistakes.isEmpty()) {
+        printf("%s: nothing is wrong\n", scenario.fileName.toUtf8().constData());
+    }
+    return mistakes.isEmpty() ? Done : BadValue;
+}
+
+void Sandbox::play(const Scenario &scenario)
+{
+    m_player.reset(new ScenarioPlayer(scenario, connectToBus(QStringLiteral("scenario"))));
     QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
         fprintf(stderr, "-- %s\n", text.toUtf8().constData());
     });

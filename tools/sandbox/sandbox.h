@@ -11,6 +11,7 @@
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtDBus/QDBusConnection>
 
 #include <map>
 #include <memory>
@@ -24,13 +25,15 @@ public:
     {
         QStringList daemons;
         std::optional<Toolkit::Scenario> scenario;
+        bool isCheck = false; ///< of the scenario, instead of a command
         QList<QByteArray> command;
     };
 
     Sandbox();
     ~Sandbox();
 
-    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed.
+    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed; of a check,
+    /// 0, or 8 if something is wrong with the scenario.
     int run(const Request &request);
 
 private:
@@ -51,6 +54,8 @@ private:
     bool readOutput(Daemon *daemon);
     void drainOutput(Daemon *daemon);
     void closeOutput(Daemon *daemon);
+    QDBusConnection connectToBus(const QString &name) const;
+    int check(const Request &request);
     void play(const Toolkit::Scenario &scenario);
     void startCommand(const QList<QByteArray> &command);
 
