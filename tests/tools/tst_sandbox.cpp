@@ -515,7 +515,7 @@ void tst_Sandbox::refuses_data()
     QTest::newRow("no scenario") << QStringList { "--scenario", "/nowhere/day.json" }
         << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
     QTest::newRow("unknown scenario") << QStringList { "--scenario", "nosuch" }
-        << QByteArray("hnipc-sandbox: no file nosuch, and no scenario of that name; there are "
+        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that name; installed are "
                       "bad-day, ordinary-day\n");
 }
 
@@ -800,7 +800,7 @@ void tst_Sandbox::deepValueReachesTheDaemon()
         "\"arguments\": [" + deep + "] },\n"
         "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
         "\"value\": true }"));
-    QVERIFY(sandbox.says(":2: argument 1 of Error is a whole number\n"));
+    QVERIFY(sandbox.says(":2: argument 1 of Error has to be a whole number\n"));
     QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
 }
 
@@ -901,23 +901,23 @@ void tst_Sandbox::checksAScenario_data()
         QTest::newRow(name) << QByteArray(act) << QByteArray(mistake);
     };
     row("reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLidd', 'value': true",
-        "nothing is called \"printerLidd\"");
+        "no reading or switch is called \"printerLidd\"");
     row("reading of another daemon", "'daemon': 'm4', 'do': 'set', 'name': 'supplyPercent', 'value': 5",
-        "nothing is called \"supplyPercent\"");
+        "no reading or switch is called \"supplyPercent\"");
     row("type of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLid', 'value': 1",
-        "printerLid is true or false");
+        "printerLid has to be true or false");
     row("range of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'gap', 'value': -1",
-        "gap is a whole number from 0");
+        "gap has to be a whole number from 0");
     row("list of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'ribbonIDs', 'value': ['A', 1]",
-        "ribbonIDs is a list of texts");
+        "ribbonIDs has to be a list of strings");
     row("signal", "'daemon': 'm4', 'do': 'emit', 'signal': 'Eror', 'arguments': [1]",
         "no signal is called \"Eror\"");
     row("signal of another daemon", "'daemon': 'ioexpd', 'do': 'emit', 'signal': 'Error', 'arguments': [1]",
         "no signal is called \"Error\"");
     row("number of arguments", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error'",
-        "Error does not have 0 arguments");
+        "Error takes 1 argument, not 0");
     row("type of an argument", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error', 'arguments': ['x']",
-        "argument 1 of Error is a whole number");
+        "argument 1 of Error has to be a whole number");
     row("flood", "'daemon': 'm4', 'do': 'flood', 'signal': 'Eror', 'count': 100000000",
         "no signal is called \"Eror\"");
     row("supply", "'daemon': 'supplyd', 'do': 'load', 'supplySku': 'LBL-0', 'ribbonSkus': []",
@@ -974,7 +974,7 @@ void tst_Sandbox::checkFindsAllMistakes()
     QCOMPARE(all.exitCode(), 8);
     QCOMPARE(all.errors(), where + ":4: m4 is not running at this time\n" + where
                  + ":5: m4 is not running at this time\n" + where
-                 + ":2: nothing is called \"no\"\n");
+                 + ":2: no reading or switch is called \"no\"\n");
     Sandbox one({ "--daemons", "m4", "--check", file });
     QCOMPARE(one.exitCode(), 8);
     QVERIFY(one.errors().contains(where + ":8: ioexpd is not running at this time\n"));
@@ -994,7 +994,7 @@ void tst_Sandbox::checkOfNoScenario_data()
     QTest::newRow("missing file") << QStringList { "--check", "/nowhere/day.json" } << 8
         << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
     QTest::newRow("unknown name") << QStringList { "--check", "nosuch" } << 8
-        << QByteArray("hnipc-sandbox: no file nosuch, and no scenario of that name; there are "
+        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that name; installed are "
                       "bad-day, ordinary-day\n");
 }
 

@@ -221,7 +221,7 @@ void tst_SimulatorProgram::wrongUsage_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("message");
 
-    const QByteArray nameOne = "name one daemon: ioexpd, m4 or supplyd";
+    const QByteArray nameOne = "which daemon? Name one of ioexpd, m4 or supplyd";
     QTest::newRow("no daemon") << QStringList() << nameOne;
     QTest::newRow("unknown daemon") << QStringList("m5") << nameOne;
     QTest::newRow("two daemons") << QStringList({ "m4", "ioexpd" }) << nameOne;
@@ -323,7 +323,7 @@ void tst_SimulatorProgram::nameThatIsTaken()
     QVERIFY(first.isServing());
     const Outcome outcome = run({ "m4" });
     QCOMPARE(outcome.code, 1);
-    QCOMPARE(outcome.errors, "hnipc-simulator: org.hnipc.m4 is on the bus already, as process "
+    QCOMPARE(outcome.errors, "hnipc-simulator: org.hnipc.m4 is already owned, by process "
                  + QByteArray::number(first.process().processId()) + '\n');
     QVERIFY(!first.hasEnded());
 }
@@ -348,7 +348,7 @@ void tst_SimulatorProgram::busThatGoesAway()
     QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
     QCOMPARE(process.exitCode(), 3);
     QCOMPARE(process.readAllStandardError(),
-             QByteArray("hnipc-simulator: the system bus went away\n"));
+             QByteArray("hnipc-simulator: the connection to the system bus was lost\n"));
 }
 
 void tst_SimulatorProgram::endsOnASignal_data()
@@ -414,7 +414,7 @@ void tst_SimulatorProgram::wrongCatalogueIsRefused_data()
         { "text for a number", "\"width\": 50", "\"width\": \"50\"",
           "9: supplies[1].width: expected a number from 1 to 1000, not \"50\"" },
         { "number for a text", "\"Vinyl\"", "7",
-          "8: supplies[1].material: expected a text, not 7" },
+          "8: supplies[1].material: expected a string, not 7" },
         { "number for a switch", "\"landscape\": false", "\"landscape\": 0",
           "9: supplies[1].landscape: expected true or false, not 0" },
         { "broken number", "\"heat\": 132", "\"heat\": 13.2",
@@ -422,7 +422,7 @@ void tst_SimulatorProgram::wrongCatalogueIsRefused_data()
         { "number out of range", "\"type\": 1", "\"type\": 4",
           "8: supplies[1].type: expected a whole number from 1 to 3, not 4" },
         { "no SKU", "\"sku\": \"S2\"", "\"sku\": \"\"",
-          "8: supplies[1].sku: expected a text, not \"\"" },
+          "8: supplies[1].sku: expected a string, not \"\"" },
         { "SKU of another", "\"sku\": \"S2\"", "\"sku\": \"S1\"",
           "8: supplies[1].sku: expected a SKU that no other has, not \"S1\"" },
         { "SKU of a supply", "\"sku\": \"R1\"", "\"sku\": \"S2\"",
@@ -485,7 +485,7 @@ void tst_SimulatorProgram::unknownScenarioIsRefused()
     const Outcome outcome = run({ "m4", "--scenario", "nosuch" });
     QCOMPARE(outcome.code, 8);
     QCOMPARE(outcome.errors,
-             QByteArray("hnipc-simulator: no file nosuch, and no scenario of that name; there are "
+             QByteArray("hnipc-simulator: there is no file nosuch, and no installed scenario of that name; installed are "
                         "bad-day, ordinary-day\n"));
 }
 
@@ -606,9 +606,9 @@ void tst_SimulatorProgram::refusedActIsTold_data()
 {
     addRows({
         { "nothing of that name", "printerLid", "printerLidd",
-          "nothing is called \"printerLidd\"" },
+          "no reading or switch is called \"printerLidd\"" },
         { "false", "\"set\",\n      \"name\": \"printerLid\", \"value\": true",
-          "\"call\",\n      \"method\": \"cancelPrintJob\"", "cancelPrintJob answers false" },
+          "\"call\",\n      \"method\": \"cancelPrintJob\"", "cancelPrintJob returned false" },
     });
 }
 

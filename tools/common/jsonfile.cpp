@@ -266,7 +266,7 @@ QList<JsonValue> JsonValue::items(int least, int most) const
 QString JsonValue::text(int least) const
 {
     if (!m_value.isString() || m_value.toString().size() < least) {
-        refuse(QStringLiteral("a text"));
+        refuse(QStringLiteral("a string"));
     }
     return m_value.toString();
 }

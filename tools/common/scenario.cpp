@@ -196,7 +196,7 @@ std::optional<Scenario> Toolkit::readScenario(const QString &fileName, QString *
     if (!QFileInfo::exists(fileName) && !fileName.contains(QLatin1Char('/'))) {
         result.fileName = dataFile(QStringLiteral("scenarios/%1.json").arg(fileName));
         if (result.fileName.isEmpty()) {
-            *error = QStringLiteral("no file %1, and no scenario of that name; there are %2")
+            *error = QStringLiteral("there is no file %1, and no installed scenario of that name; installed are %2")
                          .arg(fileName, shippedScenarios().join(QLatin1String(", ")));
             return std::nullopt;
         }
@@ -270,7 +270,7 @@ void ScenarioPlayer::ask(const Act &act)
                     Q_EMIT failed(where + finishedCall->error().message());
                 } else if (answer.userType() == QMetaType::Bool && !answer.toBool()) {
                     Q_EMIT failed(where + act.arguments.at(0).toString()
-                                  + QLatin1String(" answers false"));
+                                  + QLatin1String(" returned false"));
                 }
                 finishedCall->deleteLater();
                 done();

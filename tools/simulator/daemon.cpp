@@ -48,8 +48,13 @@ QString Daemon::broadcast(const QString &signal, const QVariantList &arguments)
     const int count = static_cast<int>(arguments.size());
     const QMetaMethod pulse = pulseOperation(interface, signal, count);
     if (!pulse.isValid()) {
-        return pulseOperation(interface, signal, -1).isValid()
-            ? QStringLiteral("%1 does not have %2 arguments").arg(signal).arg(count)
+        const QMetaMethod other = pulseOperation(interface, signal, -1);
+        return other.isValid()
+            ? QStringLiteral("%1 takes %2, not %3")
+                  .arg(signal, other.parameterCount() == 1
+                           ? QStringLiteral("1 argument")
+                           : QStringLiteral("%1 arguments").arg(other.parameterCount()))
+                  .arg(count)
             : QStringLiteral("no signal is called \"%1\"").arg(signal);
     }
     QVariantList values = arguments;
@@ -58,7 +63,7 @@ QString Daemon::broadcast(const QString &signal, const QVariantList &arguments)
     for (int i = 0; i < count; ++i) {
         const int type = pulse.parameterType(i);
         if (!fitToType(&values[i], type)) {
-            return QStringLiteral("argument %1 of %2 is %3")
+            return QStringLiteral("argument %1 of %2 has to be %3")
                 .arg(i + 1)
                 .arg(signal, nameOfType(type));
         }

@@ -59,8 +59,8 @@ Request readCommandLine()
     parser.addOption(help);
     parser.addVersionOption();
     parser.addOption({ QStringLiteral("scenario"),
-                       QStringLiteral("Play what a scenario has for this daemon: a file, or the "
-                                      "name of one that ships."),
+                       QStringLiteral("Play the acts that a scenario has for this daemon: a file, or "
+                                      "the name of an installed one."),
                        QStringLiteral("file") });
     parser.addOption({ QStringLiteral("catalogue"),
                        QStringLiteral("Read supplies and ribbons from this file (supplyd only)."),
@@ -88,7 +88,7 @@ Request readCommandLine()
     result.onSystemBus = parser.isSet(systemBus);
     const bool isSupplyd = result.daemon == QLatin1String("supplyd");
     if (daemons.size() != 1 || !daemonNames().contains(result.daemon)) {
-        throw Failure { WrongUsage, QStringLiteral("name one daemon: ") + daemonsInWords() };
+        throw Failure { WrongUsage, QStringLiteral("which daemon? Name one of ") + daemonsInWords() };
     }
     QString error;
     if (isSupplyd) {
@@ -123,7 +123,7 @@ void makeSureOfName(const QString &name)
     }
     if (owner != bus.baseService()) {
         const uint process = bus.interface()->servicePid(name).value();
-        throw Failure { Failed, QStringLiteral("%1 is on the bus already, as process %2")
+        throw Failure { Failed, QStringLiteral("%1 is already owned, by process %2")
                                     .arg(name).arg(process) };
     }
 }
@@ -223,7 +223,7 @@ int serve(const Request &request)
     fflush(stdout);
     const int code = bus.isConnected() ? QCoreApplication::exec() : 0;
     if (!bus.isConnected()) {
-        throw Failure { NoBus, QStringLiteral("the system bus went away") };
+        throw Failure { NoBus, QStringLiteral("the connection to the system bus was lost") };
     }
     return code;
 }

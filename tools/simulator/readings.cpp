@@ -76,7 +76,7 @@ QString Readings::setFromOutside(int reading, const QVariant &value)
     QVariant fitted = value;
     const int type = this->value(reading).userType();
     if (!fitToType(&fitted, type)) {
-        return QStringLiteral("%1 is %2").arg(names().at(reading), nameOfType(type));
+        return QStringLiteral("%1 has to be %2").arg(names().at(reading), nameOfType(type));
     }
     set(reading, fitted);
     return QString();

@@ -52,7 +52,7 @@ int Simulator::find(const QString &name)
 {
     const int reading = m_daemon->readings().find(name);
     if (reading < 0) {
-        answer(QStringLiteral("nothing is called \"%1\"").arg(name));
+        answer(QStringLiteral("no reading or switch is called \"%1\"").arg(name));
     }
     return reading;
 }

@@ -270,7 +270,7 @@ QString Stock::setFromOutside(int place, const QVariant &percent)
     QVariant fitted = percent;
     const bool isNumber = fitToType(&fitted, QMetaType::Double);
     if (!isNumber || fitted.toDouble() < 0 || fitted.toDouble() > 100) {
-        return QStringLiteral("%1 is a number from 0 to 100").arg(names().at(place));
+        return QStringLiteral("%1 has to be a number from 0 to 100").arg(names().at(place));
     }
     if (roll(place).sku.isEmpty()) {
         return QStringLiteral("there is no ribbon in this place");

@@ -75,8 +75,8 @@ QString nameOfType(int type)
     case QMetaType::Double:
         return QStringLiteral("a number");
     case QMetaType::QStringList:
-        return QStringLiteral("a list of texts");
+        return QStringLiteral("a list of strings");
     default:
-        return QStringLiteral("a text");
+        return QStringLiteral("a string");
     }
 }
