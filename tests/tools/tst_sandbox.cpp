@@ -244,6 +244,7 @@ private Q_SLOTS:
     void checkFindsAllMistakes();
     void checkOfNoScenario_data();
     void checkOfNoScenario();
+    void checkThatCannotBePrinted();
     void checkEndsOnASignal();
     void shippedScenariosAndTheExampleAreRight_data();
     void shippedScenariosAndTheExampleAreRight();
@@ -711,7 +712,7 @@ void tst_Sandbox::playGoesOnAfterAMistake()
     QVERIFY(sandbox.says("-- On.\n"));
     const QByteArray file = "hnipc-sandbox: " + options.last().toLocal8Bit();
     QVERIFY(sandbox.says(file + ":2: "));
-    QVERIFY(sandbox.says(file + ":3: "));
+    QVERIFY(sandbox.says(file + ":3: supplyd is not running\n"));
     sandbox.process().closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 125);
 }
@@ -1010,6 +1011,14 @@ void tst_Sandbox::checkOfNoScenario()
 }
 
 // With a daemon beside a copy of the sandbox that never replies.
+// A full disk
+void tst_Sandbox::checkThatCannotBePrinted()
+{
+    Sandbox sandbox("sh", { "-c", "exec \"$0\" --check bad-day >/dev/full", sandboxProgram });
+    QCOMPARE(sandbox.exitCode(), 125);
+    QCOMPARE(sandbox.errors(), QByteArray("hnipc-sandbox: cannot write: No space left on device\n"));
+}
+
 void tst_Sandbox::checkEndsOnASignal()
 {
     const QTemporaryDir directory;

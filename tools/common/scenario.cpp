@@ -7,6 +7,7 @@
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QTimer>
+#include <QtDBus/QDBusError>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCallWatcher>
 #include <QtDBus/QDBusVariant>
@@ -267,7 +268,12 @@ void ScenarioPlayer::ask(const Act &act)
             [this, where, act](QDBusPendingCallWatcher *finishedCall) {
                 const QVariant answer = finishedCall->reply().arguments().value(0);
                 if (finishedCall->isError()) {
-                    Q_EMIT failed(where + finishedCall->error().message());
+                    const QDBusError error = finishedCall->error();
+                    // As a call that starts no daemon has it.
+                    const bool isAbsent = error.name()
+                        == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+                    Q_EMIT failed(where + (isAbsent ? act.daemon + QLatin1String(" is not running")
+                                                    : error.message()));
                 } else if (answer.userType() == QMetaType::Bool && !answer.toBool()) {
                     Q_EMIT failed(where + act.arguments.at(0).toString()
                                   + QLatin1String(" returned false"));

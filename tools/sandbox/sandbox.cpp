@@ -73,7 +73,7 @@ QString endInWords(int status)
 // How many sandboxes this is inside of, itself included.
 QByteArray depth()
 {
-    return QByteArray::number(qEnvironmentVariableIntValue("HNIPC_SANDBOX") + 1);
+    return QByteArray::number(qlonglong(qEnvironmentVariableIntValue("HNIPC_SANDBOX")) + 1);
 }
 
 QByteArray contentOf(int descriptor)
@@ -349,8 +349,10 @@ int Sandbox::check(const Request &request)
     for (const QString &mistake : mistakes) {
         note(mistake);
     }
-    if (mistakes.isEmpty()) {
-        printf("%s: nothing is wrong\n", scenario.fileName.toUtf8().constData());
+    if (mistakes.isEmpty()
+        && (printf("%s: nothing is wrong\n", scenario.fileName.toUtf8().constData()) < 0
+            || fflush(stdout) != 0)) {
+        fail(QStringLiteral("cannot write: ") + reason(errno));
     }
     return mistakes.isEmpty() ? Done : BadValue;
 }
