@@ -151,6 +151,10 @@ public:
 
     QString address() const { return m_address; }
 
+    // Stands still until it is to go on.
+    void halt() { ::kill(pid_t(m_process.processId()), SIGSTOP); }
+    void goOn() { ::kill(pid_t(m_process.processId()), SIGCONT); }
+
     void stop()
     {
         m_process.terminate();

@@ -6,6 +6,7 @@
 #include "expected/samples.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
+#include "support/qtmajors.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
@@ -280,6 +281,7 @@ private Q_SLOTS:
     void knowsWhatElseItIs();
     void savesBytes();
     void keepsFiles();
+    void savesAndTells();
     void showsManyBytes();
 
     void tellsWhatWentWrong_data();
@@ -293,6 +295,10 @@ private Q_SLOTS:
     void noRights();
     void refusedByTheBus();
     void busByAddress();
+    void haltedBus_data();
+    void haltedBus();
+    void refusesWhatIsNotUtf8();
+    void warnsOfALostBus();
 
     void status();
     void statusOfWhatIsMissing();
@@ -323,10 +329,16 @@ private Q_SLOTS:
 
     void completes_data();
     void completes();
+    void completesAsTyped();
 
     void colours_data();
     void colours();
     void controlCharacters();
+    void invisibleCharacters();
+    void numbersWithoutJson();
+    void showsTheCursorAgain_data();
+    void showsTheCursorAgain();
+    void stopsAndGoesOn();
     void closedPipe();
     void fullDevice();
     void closedStreams();
@@ -380,19 +392,24 @@ void tst_Ctl::wrongUsage_data()
     row("help zzz", "no command zzz");
     row("--json", "no command given");
     row("--nothing status", "no option --nothing");
-    row("status --check", "no option --check");
+    row("status --check", "no option --check for status: it is an option of introspect; see");
+    row("--count 3 monitor", "--count is an option of monitor, record: it has to follow the command");
+    row("--timeuot 3 status", "no option --timeuot; did you mean --timeout?");
+    row("call --frce setDac 5", "no option --frce; did you mean --force?");
+    row("status -h", "usage: hnipcctl status; -h is an argument: options begin with --");
     row("status --json=yes", "--json takes no value");
     row("status --address", "--address needs a value: ADDRESS");
     row("status now", "usage: hnipcctl status");
-    row("call", "usage: hnipcctl call METHOD [ARGUMENT...]");
+    row("call", "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
+                "[ARGUMENT...]");
     row("get", "usage: hnipcctl get PROPERTY...|all");
     row("list a b", "usage: hnipcctl list [PATTERN]");
-    row("status --timeout 0", "--timeout is no number of milliseconds: \"0\"");
-    row("status --timeout 1s", "--timeout is no number of milliseconds: \"1s\"");
+    row("status --timeout 0", "--timeout is not a number of milliseconds from 1: \"0\"");
+    row("status --timeout 1s", "--timeout is not a number of milliseconds from 1: \"1s\"");
     row("monitor --count 0", "--count is not a number from 1: \"0\"");
     row("monitor --count x", "--count is not a number from 1: \"x\"");
     row("completion zsh", "no completion for zsh, only for bash");
-    row("call supplyId --output f", "supplyId() answers no bytes for --output");
+    row("call supplyId --output f", "supplyId() returns no bytes for --output");
     row("call setDac", "0 arguments given to setDac(quint32 value)");
     row("call setDac 1 2", "2 arguments given to setDac(quint32 value)");
     row("call supplyWidth", "0 arguments given to supplyWidth(QString sku, [QString printerName])");
@@ -408,7 +425,7 @@ void tst_Ctl::wrongUsage()
     FakeDaemons daemons;
     Ctl ctl(words(command));
     QCOMPARE(ctl.exitCode(), 2);
-    QCOMPARE(ctl.out(), QByteArray());
+    QCOMPARE(ctl.out().isEmpty(), !command.startsWith("--json"));
     QVERIFY2(ctl.err().startsWith("hnipcctl: " + message), ctl.err());
     QCOMPARE(lines(ctl.err()).size(), 1);
     QVERIFY(daemons.takeCalls().isEmpty());
@@ -884,8 +901,8 @@ void tst_Ctl::keepsFiles()
     for (const QString &name : { other, fileName }) {
         Ctl none(QStringList(save) << name << text("--force"));
         QCOMPARE(none.exitCode(), 1);
-        QCOMPARE(none.err(), "hnipcctl: no bytes were answered; " + name.toUtf8()
-                     + " is not written\n");
+        QCOMPARE(none.err(), "hnipcctl: the reply is empty; " + name.toUtf8()
+                     + " was not written\n");
     }
     QCOMPARE(content(), QByteArray("precious"));
     QVERIFY(!QFile::exists(other));
@@ -896,6 +913,47 @@ void tst_Ctl::keepsFiles()
     daemons[SUPPLYD].answer("supplyBackgroundImage", "([byte 0x01, 0x02],)");
     QCOMPARE(Ctl(QStringList(save) << fileName << text("--force")).exitCode(), 0);
     QCOMPARE(content(), QByteArray("\x01\x02"));
+}
+
+// With words and JSON as without a file.
+void tst_Ctl::savesAndTells()
+{
+    QTemporaryDir directory;
+    const QString fileName = directory.filePath(QStringLiteral("image"));
+    FakeDaemons daemons;
+    daemons[SUPPLYD].answer("supplyBackgroundImage", "([byte 0x00, 0x0a, 0xff],)");
+    const QStringList save = words("call supplyBackgroundImage S --force --output");
+    Ctl wordy(QStringList(save) << fileName << words("--deadline 60000"));
+    QCOMPARE(wordy.exitCode(), 0);
+    QCOMPARE(wordy.out(), QByteArray("answered\n"));
+    Ctl json(QStringList(save) << fileName << words("--deadline 60000 --json"));
+    QCOMPARE(json.exitCode(), 0);
+    QCOMPARE(object(json.out()).value(text("value")), QJsonValue(text("AAr/")));
+    QCOMPARE(object(json.out()).value(text("outcome")), QJsonValue(text("answered")));
+    QCOMPARE(object(json.out()).value(text("daemon")), QJsonValue(text("supplyd")));
+
+    // It was answered, and is not where it was wanted.
+    Ctl full(QStringList(save) << words("/dev/full --json"));
+    QCOMPARE(full.exitCode(), 1);
+    QCOMPARE(object(full.out()).value(text("exit")), QJsonValue(1));
+    QVERIFY(object(full.out()).value(text("error")).toString().startsWith(text("/dev/full: ")));
+
+    Ctl toOutput(words("call supplyBackgroundImage S --output -"));
+    QCOMPARE(toOutput.exitCode(), 0);
+    QCOMPARE(toOutput.out(), QByteArray("\x00\x0a\xff", 3));
+    Ctl wordyToOutput(words("call supplyBackgroundImage S --output - --deadline 60000"));
+    QCOMPARE(wordyToOutput.out(), QByteArray("\x00\x0a\xff", 3));
+    QCOMPARE(wordyToOutput.err(), QByteArray("hnipcctl: answered\n"));
+    QVERIFY(!QFile::exists(text("-")));
+
+    daemons.takeCalls();
+    for (const char *empty : { "call supplyBackgroundImage S --output=", "record ", "replay " }) {
+        Ctl ctl(words(empty));
+        QCOMPARE(ctl.exitCode(), 2);
+        QVERIFY2(ctl.err().contains("the name of the file to be "), ctl.err());
+        QVERIFY2(ctl.err().endsWith(" is empty\n"), ctl.err());
+    }
+    QVERIFY(daemons.takeCalls().isEmpty());
 }
 
 void tst_Ctl::showsManyBytes()
@@ -995,6 +1053,9 @@ void tst_Ctl::failsInJson_data()
     const auto row = [](const char *command, int exitCode) {
         QTest::newRow(command) << QByteArray(command) << exitCode;
     };
+    row("stauts", 2);
+    row("help stauts", 2);
+    row("--nothing", 2);
     row("status now", 2);
     row("status --timeout 0", 2);
     row("status --nothing", 2);
@@ -1013,6 +1074,11 @@ void tst_Ctl::failsInJson_data()
     row("introspect m4 --check", 4);
     row("replay /nonexistent/trace", 1);
     row("replay /nonexistent/trace --speed x", 2);
+    row("record /nonexistent/trace", 1);
+    row("record - --address unix:path=/nonexistent/bus", 3);
+    row("completion zsh", 2);
+    row("call supplyBackgroundImage S --output=", 2);
+    row("call supplyBackgroundImage S --output -", 2);
 }
 
 // In one line, as "monitor" and "watch" print, and nothing else.
@@ -1021,14 +1087,19 @@ void tst_Ctl::failsInJson()
     QFETCH(QByteArray, command);
     QFETCH(int, exitCode);
 
-    Ctl ctl(words("--json") + words(command));
-    QCOMPARE(ctl.exitCode(), exitCode);
-    QCOMPARE(lines(ctl.out()).size(), 1);
-    const QJsonObject failure = object(ctl.out());
-    QCOMPARE(failure.keys(), (QStringList { text("error"), text("exit") }));
-    QCOMPARE(failure.value(text("exit")), QJsonValue(exitCode));
-    QCOMPARE("hnipcctl: " + failure.value(text("error")).toString().toUtf8() + '\n', ctl.err());
-    QCOMPARE(Ctl(words(command)).out(), QByteArray());
+    // Also where it stands behind what is wrong.
+    for (const QStringList &line : { words("--json") + words(command),
+                                     words(command) + words("--json") }) {
+        Ctl ctl(line);
+        QCOMPARE(ctl.exitCode(), exitCode);
+        QCOMPARE(lines(ctl.out()).size(), 1);
+        const QJsonObject failure = object(ctl.out());
+        QCOMPARE(failure.keys(), (QStringList { text("error"), text("exit") }));
+        QCOMPARE(failure.value(text("exit")), QJsonValue(exitCode));
+        QCOMPARE("hnipcctl: " + failure.value(text("error")).toString().toUtf8() + '\n', ctl.err());
+    }
+    Ctl plain(words(command));
+    QVERIFY(!plain.out().contains("\"exit\""));
 }
 
 // As applications do.
@@ -1144,6 +1215,88 @@ void tst_Ctl::busByAddress()
     daemons.emitSignal(M4, "M4_Error", "(1,)");
     QCOMPARE(monitor.exitCode(), 0);
     QVERIFY(monitor.out().contains("Error value=1"));
+}
+
+void tst_Ctl::haltedBus_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("prefix");
+
+    for (const char *command : { "status", "call getError", "get all", "watch", "monitor",
+                                 "record -", "introspect m4", "replay /dev/null" }) {
+        QTest::newRow(command) << QByteArray(command) << QByteArray();
+    }
+    QTest::newRow("deadline") << QByteArray("call getError --timeout 50000 --deadline 250")
+                              << QByteArray("not sent: ");
+}
+
+// One that takes connections and does nothing.
+void tst_Ctl::haltedBus()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, prefix);
+
+    QTemporaryDir directory;
+    OtherBus bus(busConfiguration(directory, QByteArray()));
+    bus.halt();
+    const Environment there { { text("DBUS_SYSTEM_BUS_ADDRESS"), bus.address() } };
+    QStringList line = words("--json") + words(command);
+    line += prefix.isEmpty() ? words("--timeout 250") : QStringList();
+    Ctl ctl(line, there);
+    QCOMPARE(ctl.exitCode(), 6);
+    const QByteArray error = prefix + "the system bus was not reached within 250 ms";
+    QCOMPARE(ctl.err(), "hnipcctl: " + error + '\n');
+    QCOMPARE(ctl.out(), "{\"error\":\"" + error + "\",\"exit\":6}\n");
+
+    Ctl byAddress(words("call getError --timeout 250 --address") << bus.address());
+    QCOMPARE(byAddress.exitCode(), 6);
+    QCOMPARE(byAddress.err(), "hnipcctl: the bus at " + bus.address().toUtf8()
+                 + " was not reached within 250 ms\n");
+    bus.goOn();
+}
+
+void tst_Ctl::refusesWhatIsNotUtf8()
+{
+    FakeDaemons daemons;
+    daemons[SUPPLYD].answerAll("(uint32 1,)");
+    for (const char *bytes : { "\\xff", "a\\xc3", "\\xed\\xa0\\x80", "\\xc0\\xaf" }) {
+        QScopedPointer<Ctl> shell(Ctl::inShell(
+            text("hnipcctl --json call supplyWidth $'%1'").arg(text(bytes))));
+        QCOMPARE(shell->exitCode(), 8);
+        QVERIFY2(shell->err().startsWith("hnipcctl: argument 4 of the command line is not UTF-8: "),
+                 shell->err());
+        QCOMPARE(object(shell->out()).value(text("exit")), QJsonValue(8));
+    }
+    QVERIFY(daemons.takeCalls().isEmpty());
+
+    // What looks like a mark of the encoding, and what is no character, is text as any other.
+    for (const char *same : { "\xef\xbb\xbfx", "\xef\xbf\xbf", "\xef\xbf\xbd", "\xf4\x8f\xbf\xbf" }) {
+        Ctl ctl({ text("call"), text("supplyWidth"), QString::fromUtf8(QByteArray(" ") + same).mid(1) });
+        ctl.exitCode();
+        const QList<WireMessage> calls = daemons.takeCalls();
+        QCOMPARE(calls.size(), 1);
+        QCOMPARE(wireText(calls.first().body), wireText(QByteArray("('") + same + "', '')"));
+    }
+}
+
+// As behind sudo in a sandbox.
+void tst_Ctl::warnsOfALostBus()
+{
+    if (geteuid() != 0) {
+        HNIPC_SKIP("only root can see what the programs that started it use");
+    }
+    const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    const char command[] = "env -u DBUS_SYSTEM_BUS_ADDRESS hnipcctl %1 call getError; :";
+    const auto errorsOf = [&](const QString &options) {
+        QScopedPointer<Ctl> shell(Ctl::inShell(text(command).arg(options)));
+        return shell->err();
+    };
+    const QByteArray warned = errorsOf(QString());
+    QVERIFY2(warned.startsWith("hnipcctl: this is the system bus, and not " + address + ", which"),
+             warned);
+    QVERIFY(!errorsOf(text("--address unix:path=/nonexistent/bus")).contains("this is the system"));
+    QScopedPointer<Ctl> inside(Ctl::inShell(text("hnipcctl call getError; :")));
+    QVERIFY2(!inside->err().contains("this is the system bus"), inside->err());
 }
 
 // ---- status and get ------------------------------------------------------------------------
@@ -1811,6 +1964,38 @@ void tst_Ctl::completes_data()
     row("--host printer get qmlBat", "qmlBatteryStatus");
     row("completion b", "bash");
     row("help wa", "watch");
+    row("help watch ", "");
+    row("call enableBacklight t", "true");
+    row("call enableBacklight f", "false");
+    row("call enableBacklight enableB", "");
+    row("call setDac setD", "");
+    row("call -- enableBacklight t", "true");
+    row("introspect m4 supp", "");
+    row("--host = p1 st", "status");
+    row("--host = p1 call setU", "setUserSetting");
+    row("status --timeout = 5 --js", "--json");
+}
+
+// As bash splits and completes it: at each = and @, too.
+void tst_Ctl::completesAsTyped()
+{
+    const struct { const char *line; const char *words; const char *expected; } rows[] = {
+        { "hnipcctl --host=p1 st", "--host = p1 st", "status" },
+        { "hnipcctl --host service@p1 st", "--host service @ p1 st", "status" },
+        { "hnipcctl --host=service@p1 call setU", "--host = service @ p1 call setU",
+          "setUserSetting" },
+        { "hnipcctl --address unix:path=/x st", "--address unix : path = /x st", "status" },
+        { "hnipcctl --host p1 call enableBacklight t", "--host p1 call enableBacklight t", "true" },
+    };
+    for (const auto &row : rows) {
+        QScopedPointer<Ctl> shell(Ctl::inShell(
+            QStringLiteral("eval \"$(hnipcctl completion bash)\"; COMP_LINE='%1'; "
+                           "COMP_WORDS=(hnipcctl %2); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); "
+                           "_hnipcctl; echo \"${COMPREPLY[@]}\"")
+                .arg(text(row.line), text(row.words))));
+        QCOMPARE(shell->err(), QByteArray());
+        QCOMPARE(shell->out(), row.expected + QByteArray("\n"));
+    }
 }
 
 void tst_Ctl::completes()
@@ -1875,6 +2060,108 @@ void tst_Ctl::controlCharacters()
 
     daemons[M4].answerError("getError", "org.hnipc.Error.Odd", "a\033[2Jb");
     QVERIFY(Ctl(words("call getError")).err().endsWith("Odd: a\\u001b[2Jb\n"));
+}
+
+// So no printer makes its row look like another's.
+void tst_Ctl::invisibleCharacters()
+{
+    // DEL, CSI, soft hyphen, zero-width space, right-to-left override, the two separators, the byte
+    // order mark, and a tag, which is two units of UTF-16.
+    const QByteArray raw = "\x7f \xc2\x9b \xc2\xad \xe2\x80\x8b \xe2\x80\xae \xe2\x80\xa8 "
+                           "\xe2\x80\xa9 \xef\xbb\xbf \xf3\xa0\x81\x81 \xc3\xa4\xf0\x9f\x96\xa8";
+    const QByteArray escaped = "\\u007f \\u009b \\u00ad \\u200b \\u202e \\u2028 \\u2029 \\ufeff "
+                               "\\udb40\\udc41 \xc3\xa4\xf0\x9f\x96\xa8";
+    FakeDaemons daemons;
+    daemons[M4].answer("m4Version", "('" + raw + "',)");
+    daemons[M4].answerError("getError", "org.hnipc.Error.Odd", raw);
+    QCOMPARE(Ctl(words("call m4Version")).out(), raw + '\n'); // as it is, for programs
+    QScopedPointer<Ctl> terminal(Ctl::onTerminal(text("hnipcctl call m4Version")));
+    QCOMPARE(terminal->out(), escaped + "\r\n");
+    QVERIFY(Ctl(words("call getError")).err().endsWith("Odd: " + escaped + '\n'));
+
+    // In JSON it is the same string in another spelling.
+    Ctl json(words("--json call m4Version"));
+    QVERIFY2(json.out().contains("\"value\": \"" + escaped + '"'), json.out());
+    QCOMPARE(object(json.out()).value(text("value")), QJsonValue(QString::fromUtf8(raw)));
+    QScopedPointer<Ctl> jsonOnTerminal(Ctl::onTerminal(text("hnipcctl --json call m4Version")));
+    QVERIFY2(jsonOnTerminal->out().contains('"' + escaped + '"'), jsonOnTerminal->out());
+    QVERIFY(Ctl(words("--json call getError")).out().contains("Odd: " + escaped));
+}
+
+void tst_Ctl::numbersWithoutJson()
+{
+    FakeDaemons daemons;
+    const struct { const char *body; const char *printed; } rows[] = {
+        { "(nan,)", "nan" }, { "(inf,)", "inf" }, { "(-inf,)", "-inf" }, { "(-0.0,)", "-0" },
+    };
+    for (const auto &row : rows) {
+        daemons[SUPPLYD].answer("supplySupplyPercent", row.body);
+        // Qt 5 has no sign for 0.
+        QCOMPARE(Ctl(words("get qmlSupplyPercent")).out().replace("-0", "0"),
+                 QByteArray(row.printed).replace("-0", "0") + '\n');
+        QCOMPARE(object(Ctl(words("--json call supplySupplyPercent")).out()).value(text("value")),
+                 QJsonValue(text(row.printed)));
+    }
+}
+
+void tst_Ctl::showsTheCursorAgain_data()
+{
+    QTest::addColumn<QByteArray>("keys");
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<int>("exitCode");
+
+    QTest::newRow("Ctrl-C") << QByteArray("\003") << 0 << 130;
+    QTest::newRow("Ctrl-\\") << QByteArray("\034") << 0 << 131;
+    QTest::newRow("hangup") << QByteArray() << int(SIGHUP) << 129;
+    QTest::newRow("terminated") << QByteArray() << int(SIGTERM) << 143;
+}
+
+void tst_Ctl::showsTheCursorAgain()
+{
+    QFETCH(QByteArray, keys);
+    QFETCH(int, signal);
+    QFETCH(int, exitCode);
+
+    FakeDaemons daemons;
+    answerProperties(&daemons);
+    QScopedPointer<Ctl> plain(Ctl::onTerminal(text("echo $$; exec hnipcctl watch")));
+    QVERIFY(plain->prints("\"S-100\""));
+    if (keys.isEmpty()) {
+        ::kill(pid_t(plain->soFar().split('\r').first().toInt()), signal);
+    } else {
+        plain->type(keys);
+    }
+    QCOMPARE(plain->exitCode(), exitCode);
+    QVERIFY(plain->soFar().lastIndexOf("\033[?25h") > plain->soFar().lastIndexOf("\033[?25l"));
+}
+
+// Ctrl-Z, in a shell that knows jobs.
+void tst_Ctl::stopsAndGoesOn()
+{
+    FakeDaemons daemons;
+    answerProperties(&daemons);
+    QScopedPointer<Ctl> shell(Ctl::onTerminal(
+        text("bash --norc --noprofile -i"), { { text("HISTFILE"), QString() } }));
+    shell->type("hnipcctl watch\n");
+    QVERIFY(shell->prints("87"));
+    shell->type("\032");
+    QVERIFY(shell->prints("Stopped"));
+    QVERIFY(shell->soFar().lastIndexOf("\033[?25h") > shell->soFar().lastIndexOf("\033[?25l"));
+    QVERIFY(shell->soFar().lastIndexOf("\033[?25h") < shell->soFar().lastIndexOf("Stopped"));
+
+    // All of the table is drawn anew, below what the shell has printed.
+    const int before = int(shell->soFar().size());
+    shell->type("fg\n");
+    QVERIFY(waitUntil([&]() { return shell->soFar().mid(before).contains("qmlBatteryStatus"); }));
+    const QByteArray after = shell->soFar().mid(before);
+    QVERIFY(after.contains("\033[?25l"));
+    QVERIFY2(!after.left(after.indexOf("qmlBatteryStatus")).contains("\033[8A"), after);
+    shell->type("\003");
+    QVERIFY(waitUntil([&]() {
+        return shell->soFar().lastIndexOf("\033[?25h") > shell->soFar().lastIndexOf("\033[?25l");
+    }));
+    shell->type("exit\n");
+    QVERIFY(shell->ended());
 }
 
 void tst_Ctl::closedPipe()

@@ -166,7 +166,7 @@ void tst_CtlDeadline::refusesAWrongDeadline()
     QFETCH(QString, deadline);
     Ctl ctl({ "call", "--deadline=" + deadline, "getError" });
     QCOMPARE(ctl.exitCode(), 2);
-    QCOMPARE(ctl.err(), "hnipcctl: --deadline is no number of milliseconds: \""
+    QCOMPARE(ctl.err(), "hnipcctl: --deadline is not a number of milliseconds from 1: \""
                  + deadline.toLatin1() + "\"\n");
     QCOMPARE(ctl.out(), QByteArray());
 }

@@ -122,7 +122,14 @@ private Q_SLOTS:
     void fleetInRows_data();
     void fleetInRows();
     void fleetChecksDescriptions();
+    void fleetTellsTheReason_data();
+    void fleetTellsTheReason();
+    void fleetAsksNobody();
+    void fleetWithUnusualNumbers();
+    void fleetWithDeadline();
     void fleetInJson();
+    void fleetInJsonInterrupted();
+    void monitorsAFleet();
     void fleetFromFile();
     void fleetActs();
     void fiftyPrinters();
@@ -146,13 +153,17 @@ void tst_CtlRemote::init()
                   "#!/bin/sh\n"
                   "cd '" + m_directory->path().toUtf8() + "' || exit 99\n"
                   "printf '%s\\n' \"$@\" > arguments\n"
-                  "host=${3#*@}\n"
+                  "while test \"$1\" != --; do shift; done\n"
+                  "host=${2#*@}\n"
+                  "case $host in banner*) printf 'Warning: Permanently added\\nWelcome\\n' >&2\n"
+                  "    host=${host#banner} ;; esac\n"
                   "if test -p gate; then : > \"$host.running\"; read -r line < gate; fi\n"
                   "case $host in\n"
                   "down*) echo \"ssh: connect to host $host port 22: No route to host\" >&2\n"
                   "    exit 255 ;;\n"
                   "bare*) echo 'bash: line 1: systemd-stdio-bridge: command not found' >&2\n"
                   "    exit 127 ;;\n"
+                  "mute*) exit 255 ;;\n"
                   "hang*) echo $$ > \"$host.pid\"; exec sleep 100000 ;;\n"
                   "esac\n"
                   "exec ${BRIDGE:-'" HNIPC_TEST_BRIDGE "'} \"$host\"\n"));
@@ -213,7 +224,7 @@ void tst_CtlRemote::reaches()
     QCOMPARE(get->out(), QByteArray("31\n"));
     QCOMPARE(get->exitCode(), 0);
     QCOMPARE(content(path(QStringLiteral("arguments"))),
-             QByteArray("-xT\n--\nservice@p1\nsystemd-stdio-bridge\n"));
+             QByteArray("-xT\n-oConnectTimeout=26\n--\nservice@p1\nsystemd-stdio-bridge\n"));
 
     QScopedPointer<Ctl> call(ask(words("call setDac 5 --host p1")));
     QCOMPARE(call->exitCode(), 0);
@@ -245,7 +256,7 @@ void tst_CtlRemote::namesTheHostExactly()
     QScopedPointer<Ctl> ctl(ask({ QStringLiteral("--host"), host, QStringLiteral("status") }));
     QCOMPARE(ctl->exitCode(), 3);
     QCOMPARE(content(path(QStringLiteral("arguments"))),
-             "-xT\n--\n" + host.toUtf8() + "\nsystemd-stdio-bridge\n");
+             "-xT\n-oConnectTimeout=26\n--\n" + host.toUtf8() + "\nsystemd-stdio-bridge\n");
 }
 
 void tst_CtlRemote::tellsWhyNot_data()
@@ -305,7 +316,7 @@ void tst_CtlRemote::refusesBeforeItReaches_data()
     row("call nope", 7, "no method nope");
     row("call setDac x", 8, "argument 1 (value) is not an unsigned number: \"x\"");
     row("call setDac", 2, "0 arguments given to setDac(quint32 value)");
-    row("call getError --deadline 0", 2, "--deadline is no number of milliseconds");
+    row("call getError --deadline 0", 2, "--deadline is not a number of milliseconds from 1");
     row("get qmlBatteryStatus nope", 7, "no property nope");
     row("introspect m5", 7, "no daemon m5; there are ioexpd, m4, supplyd");
 }
@@ -372,7 +383,7 @@ void tst_CtlRemote::refusesHosts_data()
     };
     row("status --host", "--host needs a value: PRINTER");
     row("status --hosts", "--hosts needs a value: FILE");
-    row("status --host=", "--host: expected the name of a printer, not an empty text");
+    row("status --host=", "--host: expected the name of a printer, not an empty string");
     row("status --host -oProxyCommand=x",
         "--host: expected the name of a printer, not \"-oProxyCommand=x\"");
     row("status --host a --host -x", "--host: expected the name of a printer, not \"-x\"");
@@ -380,7 +391,6 @@ void tst_CtlRemote::refusesHosts_data()
     row("status --hosts a --address unix:path=/x", "--address and --host name different buses");
     row("status --address=", "--address is empty");
     row("watch --host a --host b", "watch is for one printer at a time; 2 are given");
-    row("monitor --host a --host b", "monitor is for one printer at a time; 2 are given");
     row("record f --host a --host b --host c", "record is for one printer at a time; 3 are given");
     row("replay f --host a --host b", "replay is for one printer at a time; 2 are given");
     row("call supplyBackgroundImage S --output f --host a --host b",
@@ -516,16 +526,185 @@ void tst_CtlRemote::fleetChecksDescriptions()
     QCOMPARE(introspect->exitCode(), 3);
 }
 
+void tst_CtlRemote::fleetTellsTheReason_data()
+{
+    QTest::addColumn<QByteArray>("host");
+    QTest::addColumn<QByteArray>("row");
+    QTest::addColumn<int>("exitCode");
+
+    QTest::newRow("banner, then silent")
+        << QByteArray("bannerhang") << QByteArray("bannerhang was not reached within 500 ms") << 6;
+    QTest::newRow("banner, then unreachable")
+        << QByteArray("bannerdown")
+        << QByteArray("ssh: connect to host down port 22: No route to host") << 3;
+    QTest::newRow("banner, then no bridge")
+        << QByteArray("bannerbare")
+        << QByteArray("bash: line 1: systemd-stdio-bridge: command not found") << 3;
+    QTest::newRow("without a word")
+        << QByteArray("mute") << QByteArray("no system bus of mute") << 3;
+}
+
+// It is not what ssh said by the way.
+void tst_CtlRemote::fleetTellsTheReason()
+{
+    QFETCH(QByteArray, host);
+    QFETCH(QByteArray, row);
+    QFETCH(int, exitCode);
+
+    const QString file = path(QStringLiteral("hosts"));
+    QVERIFY(write(file, host));
+    const QStringList command = words("call getError --timeout 500 --hosts") << file;
+    QScopedPointer<Ctl> ctl(ask(command));
+    QCOMPARE(ctl->out(), host + "  " + row + '\n');
+    QCOMPARE(ctl->exitCode(), exitCode);
+    QCOMPARE(ctl->err(), QByteArray());
+    QScopedPointer<Ctl> json(ask(QStringList(command) << QStringLiteral("--json")));
+    QCOMPARE(QJsonDocument::fromJson(json->out()).object().value(QLatin1String("error")),
+             QJsonValue(QString::fromUtf8(row)));
+
+    // Nor where the printer was reached.
+    start(QStringLiteral("p1")).peer().answerError("getError", "org.example.Cold", "too cold");
+    QScopedPointer<Ctl> reached(ask(words("call getError --host bannerp1 --host p1")));
+    QCOMPARE(reached->out(), QByteArray("bannerp1  (m4 answered org.example.Cold: too cold)\n"
+                                        "p1        (m4 answered org.example.Cold: too cold)\n"));
+
+    // Which ssh there is not.
+    for (const char *program : { "/nonexistent/ssh", "no-such-ssh" }) {
+        m_environment[QStringLiteral("HNIPCCTL_SSH")] = QString::fromLatin1(program);
+        const QByteArray error
+            = QByteArray("cannot run ") + program + ": there is no such program";
+        QScopedPointer<Ctl> missing(ask(command));
+        QCOMPARE(missing->out(), host + "  " + error + '\n');
+        QCOMPARE(missing->exitCode(), 3);
+        QScopedPointer<Ctl> single(ask(words("status --host a")));
+        QCOMPARE(single->err(), "hnipcctl: " + error + '\n');
+        QCOMPARE(single->exitCode(), 3);
+    }
+    const QString broken = path(QStringLiteral("broken"));
+    QVERIFY(write(broken, "#!/nonexistent/shell\n"));
+    QVERIFY(QFile(broken).setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    m_environment[QStringLiteral("HNIPCCTL_SSH")] = broken;
+    QScopedPointer<Ctl> unusable(ask(command));
+    QVERIFY2(unusable->out().startsWith(host + "  cannot run " + broken.toUtf8() + ": "),
+             unusable->out());
+}
+
+// There is nobody to answer ssh's questions, and no window for them.
+void tst_CtlRemote::fleetAsksNobody()
+{
+    start(QStringLiteral("p1"));
+    const QString file = path(QStringLiteral("hosts"));
+    QVERIFY(write(file, "p1"));
+    QScopedPointer<Ctl> ctl(ask(words("call getError --timeout 60000 --hosts") << file));
+    QCOMPARE(ctl->exitCode(), 0);
+    QCOMPARE(content(path(QStringLiteral("arguments"))),
+             QByteArray("-xT\n-oBatchMode=yes\n-oLogLevel=ERROR\n-oConnectTimeout=61\n--\np1\n"
+                        "systemd-stdio-bridge\n"));
+}
+
+void tst_CtlRemote::fleetWithUnusualNumbers()
+{
+    start(QStringLiteral("p1")).peer().answer("supplySupplyPercent", "(nan,)");
+    start(QStringLiteral("p2")).peer().answer("supplySupplyPercent", "(-inf,)");
+    QScopedPointer<Ctl> ctl(ask(words("get qmlSupplyPercent --host p1 --host p2")));
+    QCOMPARE(ctl->out(), QByteArray("p1  \"nan\"\np2  \"-inf\"\n"));
+}
+
+void tst_CtlRemote::fleetWithDeadline()
+{
+    start(QStringLiteral("p1"));
+    start(QStringLiteral("p2")).peer().answerError("setDac", "org.example.Cold", "too cold");
+    QScopedPointer<Ctl> ctl(ask(words("call setDac 5 --deadline 60000 --host p1 --host p2 --host down")));
+    QCOMPARE(ctl->out(), QByteArray(
+        "p1    answered: true\n"
+        "p2    refused: (m4 answered org.example.Cold: too cold)\n"
+        "down  ssh: connect to host down port 22: No route to host\n"));
+    QCOMPARE(ctl->exitCode(), 5);
+    QScopedPointer<Ctl> none(ask(words("call enableBacklight on --deadline 60000 --host p1 --host p2")));
+    QCOMPARE(none->out(), QByteArray("p1  answered\np2  answered\n"));
+}
+
+QMap<QString, QJsonObject> byHost(const QByteArray &output)
+{
+    QMap<QString, QJsonObject> result;
+    for (const QByteArray &line : lines(output)) {
+        QJsonObject object = QJsonDocument::fromJson(line).object();
+        result.insert(object.take(QLatin1String("host")).toString(), object);
+    }
+    return result;
+}
+
 void tst_CtlRemote::fleetInJson()
 {
     start(QStringLiteral("p1"), "(1,)");
     QScopedPointer<Ctl> ctl(ask(words("--json call getError --host p1 --host down")));
-    const QJsonObject expected = QJsonDocument::fromJson(
-        "{\"p1\":{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\",\"method\":\"getError()\"}},"
-        "\"down\":{\"exit\":3,"
-        "\"error\":\"ssh: connect to host down port 22: No route to host\"}}").object();
-    QCOMPARE(QJsonDocument::fromJson(ctl->out()).object(), expected);
+    QMap<QString, QJsonObject> expected;
+    expected[QStringLiteral("p1")] = QJsonDocument::fromJson(
+        "{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\",\"method\":\"getError()\"}}").object();
+    expected[QStringLiteral("down")] = QJsonDocument::fromJson(
+        "{\"exit\":3,\"error\":\"ssh: connect to host down port 22: No route to host\"}").object();
+    QCOMPARE(byHost(ctl->out()), expected);
+    QCOMPARE(lines(ctl->out()).size(), 2);
     QCOMPARE(ctl->exitCode(), 3);
+}
+
+// Each row comes when it is known, and the rest at the end.
+void tst_CtlRemote::fleetInJsonInterrupted()
+{
+    start(QStringLiteral("p1"), "(1,)");
+    start(QStringLiteral("p2")).peer().ignore("getError");
+    QScopedPointer<Ctl> ctl(ask(words("--json call getError --timeout 1000000 --host hang --host p2 "
+                                      "--host p1 --host down")));
+    QVERIFY(ctl->prints("\"host\":\"p1\""));
+    QVERIFY(ctl->prints("\"host\":\"down\""));
+    QVERIFY(waitUntil([this]() { return !m_printers[1]->peer().calls().isEmpty(); }));
+    QCOMPARE(ctl->soFar().count('\n'), 2);
+    ctl->interrupt();
+    QCOMPARE(ctl->exitCode(), 130);
+    const QMap<QString, QJsonObject> rows = byHost(ctl->out());
+    QCOMPARE(rows.size(), 4);
+    QCOMPARE(rows[QStringLiteral("hang")],
+             QJsonDocument::fromJson("{\"exit\":130,\"error\":\"not asked: interrupted\"}").object());
+    QCOMPARE(rows[QStringLiteral("p2")],
+             QJsonDocument::fromJson("{\"exit\":130,\"error\":\"interrupted before it replied\"}")
+                 .object());
+}
+
+void tst_CtlRemote::monitorsAFleet()
+{
+    Printer &first = start(QStringLiteral("p1"));
+    Printer &second = start(QStringLiteral("p2"));
+    for (const bool json : { false, true }) {
+        QScopedPointer<Ctl> ctl(ask(words("monitor --count 2 Error --host p1 --host p2 --host down")
+                                    + (json ? words("--json") : QStringList())));
+        QVERIFY(ctl->complains("hnipcctl: p1: listening to "));
+        QVERIFY(ctl->complains("hnipcctl: p2: listening to "));
+        QVERIFY(ctl->prints("No route to host"));
+        QVERIFY(second.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(12,)"));
+        QVERIFY(ctl->prints("12"));
+        QVERIFY(first.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(13,)"));
+        QCOMPARE(ctl->exitCode(), 3); // for the one that is down
+        if (json) {
+            const QMap<QString, QJsonObject> rows = byHost(ctl->out());
+            QCOMPARE(rows.size(), 3);
+            QCOMPARE(rows[QStringLiteral("p1")].value(QLatin1String("arguments")).toObject()
+                         .value(QLatin1String("value")), QJsonValue(13));
+            QCOMPARE(rows[QStringLiteral("p2")].value(QLatin1String("signal")),
+                     QJsonValue(QStringLiteral("Error")));
+        } else {
+            const QList<QByteArray> rows = lines(ctl->out());
+            QCOMPARE(rows.size(), 3);
+            QCOMPARE(rows.at(0), QByteArray("down  ssh: connect to host down port 22: No route to host"));
+            QVERIFY2(rows.at(1).startsWith("p2    ") && rows.at(1).endsWith("Error value=12"),
+                     rows.at(1));
+            QVERIFY2(rows.at(2).startsWith("p1    ") && rows.at(2).endsWith("Error value=13"),
+                     rows.at(2));
+        }
+    }
+    QScopedPointer<Ctl> endless(ask(words("monitor --host p1 --host p2")));
+    QVERIFY(endless->complains("hnipcctl: p1: listening to "));
+    endless->interrupt();
+    QCOMPARE(endless->exitCode(), 130);
 }
 
 void tst_CtlRemote::fleetFromFile()
@@ -623,7 +802,7 @@ void tst_CtlRemote::interruptedFleet()
     }
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
-    QCOMPARE(ctl->out(), QByteArray());
+    QCOMPARE(ctl->out(), QByteArray("hang1  not asked: interrupted\nhang2  not asked: interrupted\n"));
     for (const QByteArray &pid : pids) {
         QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
     }

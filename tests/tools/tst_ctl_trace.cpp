@@ -16,6 +16,8 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QTemporaryDir>
 
+#include <csignal>
+
 using namespace Expected;
 
 namespace {
@@ -118,8 +120,12 @@ private Q_SLOTS:
     void standInLeaves();
     void refusesRealDaemon_data();
     void refusesRealDaemon();
+    void stopsForARealDaemon();
+    void haltedSimulator();
     void refusedName();
     void simulatorRefuses();
+    void statusTellsThemApart();
+    void throughAPipe();
     void recordsOtherForms();
 
     void refusesTraces_data();
@@ -389,6 +395,91 @@ void tst_CtlTrace::refusesRealDaemon()
     }
 }
 
+// One that comes while the trace is played. Another simulated one is no reason.
+void tst_CtlTrace::stopsForARealDaemon()
+{
+    for (const bool json : { false, true }) {
+        Desk desk({ QStringLiteral("m4") });
+        Ctl player(QStringList { QStringLiteral("replay"), longTrace() }
+                   << (json ? QStringList(QStringLiteral("--json")) : QStringList()));
+        QVERIFY(desk.hears("M4_Error", "(1,)"));
+        desk.start(QStringLiteral("supplyd"));
+        FakeDaemons daemons(false);
+        QVERIFY(player.isRunning());
+        daemons.start(IOEXPD);
+        QCOMPARE(player.exitCode(), 1);
+        const QByteArray error = "ioexpd (" + daemons[IOEXPD].uniqueName()
+            + ") is no simulated daemon: a trace is not replayed to a real printer; "
+              "stopped after 1 signal";
+        QVERIFY2(player.err().endsWith("hnipcctl: " + error + '\n'), player.err());
+        QCOMPARE(player.out(),
+                 json ? "{\"error\":\"" + error + "\",\"exit\":1}\n" : QByteArray());
+    }
+}
+
+// It is no real daemon either.
+void tst_CtlTrace::haltedSimulator()
+{
+    Desk desk({ QStringLiteral("m4") });
+    const pid_t pid = pid_t(desk.daemon(QStringLiteral("m4")).process().processId());
+    ::kill(pid, SIGSTOP);
+    const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
+    Ctl ctl(replay(file) << QStringLiteral("--timeout") << QStringLiteral("250"));
+    const int exitCode = ctl.exitCode();
+    ::kill(pid, SIGCONT);
+    QCOMPARE(exitCode, 6);
+    QVERIFY2(ctl.err().startsWith("hnipcctl: whether m4 is a simulated daemon is not known: "),
+             ctl.err());
+    QVERIFY2(ctl.err().endsWith(" did not answer within 250 ms; nothing was sent\n"), ctl.err());
+}
+
+void tst_CtlTrace::statusTellsThemApart()
+{
+    Desk desk({ QStringLiteral("ioexpd") });
+    FakeDaemons daemons(false);
+    WirePeer listener;
+    listen(&listener);
+    const Ctl player({ QStringLiteral("replay"), longTrace() });
+    QVERIFY(waitUntil([&]() { return !heard(listener).isEmpty(); }));
+    // A real one would end the replay: it is looked at alone below.
+    const QList<QByteArray> rows = Ctl({ QStringLiteral("status") }).out().split('\n');
+    QVERIFY2(rows.at(0).startsWith("ioexpd   present, :") && rows.at(0).endsWith(", simulated"),
+             rows.at(0));
+    QVERIFY2(rows.at(1).startsWith("m4       present, :")
+                 && rows.at(1).endsWith(", stand-in of replay"), rows.at(1));
+    const auto daemon = [](int number) {
+        return QJsonDocument::fromJson(Ctl({ QStringLiteral("--json"), QStringLiteral("status") })
+                                           .out()).object()
+            .value(QLatin1String("daemons")).toArray().at(number).toObject();
+    };
+    QCOMPARE(daemon(0).value(QLatin1String("simulated")), QJsonValue(true));
+    QVERIFY(!daemon(0).contains(QLatin1String("standIn")));
+    QCOMPARE(daemon(1).value(QLatin1String("standIn")), QJsonValue(true));
+    QVERIFY(!daemon(1).contains(QLatin1String("simulated")));
+
+    daemons.start(SUPPLYD);
+    QVERIFY(!daemon(2).contains(QLatin1String("simulated")));
+    QVERIFY(!daemon(2).contains(QLatin1String("standIn")));
+    QVERIFY(daemon(2).contains(QLatin1String("owner")));
+}
+
+void tst_CtlTrace::throughAPipe()
+{
+    Desk desk({ QStringLiteral("m4") });
+    QScopedPointer<Ctl> pipe(Ctl::inShell(
+        QStringLiteral("set -o pipefail; hnipcctl record --count 1 - | hnipcctl replay -")));
+    QVERIFY(pipe->complains("recording"));
+    QCOMPARE(desk.act("m4", "emit", "('Error', [<7>])"), QByteArray("()"));
+    QCOMPARE(pipe->exitCode(), 0);
+    QVERIFY(desk.hears("M4_Error", "(7,)", 2));
+
+    QScopedPointer<Ctl> wrong(Ctl::inShell(QStringLiteral("echo nonsense | hnipcctl replay -")));
+    QCOMPARE(wrong->exitCode(), 8);
+    QVERIFY2(wrong->err().startsWith("hnipcctl: -:1: expected "), wrong->err());
+    QScopedPointer<Ctl> closed(Ctl::inShell(QStringLiteral("hnipcctl replay - <&-")));
+    QCOMPARE(closed->exitCode(), 8);
+}
+
 // It stands in for no daemon whose name it may not have, and for none of the others then.
 void tst_CtlTrace::refusedName()
 {
@@ -535,11 +626,11 @@ void tst_CtlTrace::wrongUsage_data()
     const auto row = [](const char *command, const char *message, int exitCode = 2) {
         QTest::newRow(command) << QByteArray(command) << QByteArray(message) << exitCode;
     };
-    row("record", "usage: hnipcctl record FILE");
+    row("record", "usage: hnipcctl record [--count N] [--force] FILE");
     row("record /nonexistent/a --count 0", "--count is not a number from 1: \"0\"");
     row("record /nonexistent/a --count x", "--count is not a number from 1: \"x\"");
     row("record /nonexistent/a", "/nonexistent/a: ", 1);
-    row("replay", "usage: hnipcctl replay FILE");
+    row("replay", "usage: hnipcctl replay [--speed N] FILE");
     row("replay /nonexistent/a", "/nonexistent/a: No such file or directory", 1);
     row("replay /tmp", "/tmp: ", 1);
     row("replay /proc/self/mem", "/proc/self/mem: ", 1); // opens, and cannot be read

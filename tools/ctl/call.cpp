@@ -76,17 +76,19 @@ int choose(const Contract &contract, const QString &wanted, const QStringList &t
 }
 
 // A method answers no bytes where it has none for these arguments, such as a picture of no supply.
-int save(const QByteArray &bytes, OutputFile *file)
+// Returns what is wrong, null if it is written.
+QString save(const QByteArray &bytes, OutputFile *file)
 {
     if (bytes.isEmpty()) {
-        return Console::fail(Toolkit::Failed, QStringLiteral("no bytes were answered; %1 is not "
-                                                             "written").arg(file->fileName()));
+        return QStringLiteral("the reply is empty; %1 was not written")
+            .arg(file->isStandardOutput() ? QStringLiteral("standard output") : file->fileName());
     }
-    if (!file->create() || file->write(bytes) != bytes.size()) {
-        return Console::fail(Toolkit::Failed,
-                             file->fileName() + QLatin1String(": ") + file->errorString());
+    if (file->isStandardOutput()) {
+        Console::write(bytes);
+        return QString();
     }
-    return Toolkit::Done;
+    return file->create() && file->write(bytes) == bytes.size()
+        ? QString() : file->fileName() + QLatin1String(": ") + file->errorString();
 }
 
 // In words, for a call with a deadline.
@@ -119,18 +121,23 @@ int check(const Context &context, const QStringList &arguments)
         return chosen;
     }
     const QString output = context.options.value(QStringLiteral("output"));
-    if (!output.isEmpty() && method->resultType != "QByteArray") {
-        return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 answers no bytes for --output")
+    if (!output.isNull() && method->resultType != "QByteArray") {
+        return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 returns no bytes for --output")
                                  .arg(method->declaration()));
     }
-
+    if (output == QLatin1String("-") && context.json) {
+        return Console::fail(Toolkit::WrongUsage,
+                             QStringLiteral("--json and \"--output -\" both print on standard "
+                                            "output; the JSON has the bytes in base64"));
+    }
     const QString deadline = context.options.value(QStringLiteral("deadline"));
     if (!deadline.isNull() && deadline.toInt() < 1) {
         return Console::fail(Toolkit::WrongUsage,
-                             QStringLiteral("--deadline is no number of milliseconds: \"%1\"")
+                             QStringLiteral("--deadline is not a number of milliseconds from 1: "
+                                            "\"%1\"")
                                  .arg(deadline));
     }
-    return output.isEmpty() ? int(Toolkit::Done) : OutputFile(context, output).check();
+    return output.isNull() ? int(Toolkit::Done) : OutputFile(context, output).check();
 }
 
 int run(const Context &context, const QStringList &arguments)
@@ -148,15 +155,18 @@ int run(const Context &context, const QStringList &arguments)
 
     const Outcome answer = outcomeOf(*method->daemon, request);
     const QString words = deadline.isNull() ? QString() : wordsOf(request.outcome());
-    const int exitCode = !deadline.isNull() && request.outcome() == HNIPCRequest::Unknown
+    int exitCode = !deadline.isNull() && request.outcome() == HNIPCRequest::Unknown
         ? int(Toolkit::OutcomeUnknown) : answer.exitCode();
-    if (answer.ok() && !output.isEmpty()) {
-        OutputFile file(context, output);
-        return save(answer.value.toByteArray(), &file);
+    QString error = answer.error;
+    OutputFile file(context, output);
+    if (answer.ok() && !output.isNull()) {
+        error = save(answer.value.toByteArray(), &file);
+        exitCode = error.isNull() ? exitCode : int(Toolkit::Failed);
     }
     if (context.json) {
         QJsonObject object = answer.json();
-        if (!answer.ok()) {
+        if (exitCode != Toolkit::Done) {
+            object.insert(QStringLiteral("error"), error);
             object.insert(QStringLiteral("exit"), exitCode);
         }
         if (!words.isEmpty()) {
@@ -166,13 +176,20 @@ int run(const Context &context, const QStringList &arguments)
         object.insert(QStringLiteral("method"), method->signature());
         object.insert(QStringLiteral("daemon"), method->daemon->name);
         Console::print(object);
+    } else if (answer.ok() && !output.isNull()) {
+        // The bytes may be on standard output.
+        if (!words.isEmpty() && exitCode == Toolkit::Done && file.isStandardOutput()) {
+            Console::note(words);
+        } else if (!words.isEmpty() && exitCode == Toolkit::Done) {
+            Console::print(words);
+        }
     } else if (answer.ok()) {
         for (const QString &line : linesOf(*method, answer.value, words)) {
             Console::print(line);
         }
     }
-    if (!answer.ok()) {
-        Console::note(words.isEmpty() ? answer.error : words + QLatin1String(": ") + answer.error);
+    if (exitCode != Toolkit::Done) {
+        Console::note(words.isEmpty() ? error : words + QLatin1String(": ") + error);
     }
     return exitCode;
 }

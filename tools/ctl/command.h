@@ -20,6 +20,7 @@ struct Context
     bool json;
     int timeout;                     ///< of one call, in ms
     QMap<QString, QString> options;  ///< the given ones, by their names without the dashes
+    QString unreached;               ///< that the bus does not reply, for a ReachingDeadline
 };
 
 struct Option
@@ -45,7 +46,7 @@ struct Command
     /// The same for what can be said before there is a bus; or null.
     int (*check)(const Context &context, const QStringList &arguments) = nullptr;
     bool onePrinter = false;  ///< makes no sense for several side by side
-    bool answersJson = true;  ///< with --json
+    bool inLines = false;     ///< prints lines as they come, also for each printer of several
 };
 
 extern const Command statusCommand;

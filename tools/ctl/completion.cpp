@@ -5,24 +5,60 @@
 namespace {
 
 // %1 are the options that have a value, %2 the commands and the options of all of them, %3 the
-// words of each command.
+// words of each command, %4 those of each argument of a method that has some.
 const char script[] = R"(_hnipcctl()
 {
-    local word=${COMP_WORDS[COMP_CWORD]} command= words= i
-    for ((i = 1; i < COMP_CWORD; ++i)); do
-        case ${COMP_WORDS[i]} in
-        %1) ((++i)) ;;
-        -*) ;;
-        *) command=${COMP_WORDS[i]}; break ;;
-        esac
+    # Bash splits a word at each = and @, too: these are the words as they were typed.
+    local line=$COMP_LINE typed=() gap part last i
+    for ((i = 0; i <= COMP_CWORD; ++i)); do
+        part=${COMP_WORDS[i]}
+        gap=${line%%[![:space:]]*}
+        line=${line#"$gap"}
+        line=${line#"$part"}
+        last=${typed[*]: -1}
+        if [[ $i -gt 0 && -n $COMP_LINE && -z $gap || $part == = || $last == --*= ]]; then
+            typed[${#typed[@]} - 1]+=$part
+        else
+            typed+=("$part")
+        fi
     done
-    case ${COMP_WORDS[COMP_CWORD - 1]} in
-    --host) COMPREPLY=($(compgen -A hostname -- "$word")); return ;;
-    %1) COMPREPLY=($(compgen -f -- "$word")); return ;;
-    esac
+
+    local command= method= option= words= arguments=0 ended=
+    local word=${typed[${#typed[@]} - 1]}
+    for ((i = 1; i < ${#typed[@]} - 1; ++i)); do
+        part=${typed[i]}
+        if [[ -z $ended && $part == -- ]]; then
+            ended=1
+            continue
+        fi
+        if [[ -z $ended && $part == --* ]]; then
+            case $part in
+            %1) ((++i)) ;;
+            esac
+        elif [[ -z $command ]]; then
+            command=$part
+        else
+            ((++arguments))
+            if [[ $arguments -eq 1 ]]; then method=$part; fi
+        fi
+    done
+
+    option=${typed[${#typed[@]} - 2]}
+    if [[ -z $ended && $word == --*=* ]]; then
+        option=${word%%=*}
+        word=${word#*=}
+    fi
+    if [[ -z $ended ]]; then
+        case $option in
+        --host) COMPREPLY=($(compgen -A hostname -- "${word##*@}")); return ;;
+        %1) COMPREPLY=($(compgen -f -- "$word")); return ;;
+        esac
+    fi
     case $command in
     '') words='%2' ;;
 %3    esac
+    case $command/$method/$arguments in
+%4    esac
     COMPREPLY=($(compgen -W "$words" -- "$word"))
     [[ $command != simulate || $word == -* ]] || _hnipcctl_simulate
 }
@@ -52,6 +88,21 @@ QString optionWords(const std::vector<Option> &options, QStringList *withValue)
     return result;
 }
 
+// Of the arguments that have few values. A place is one of any overload.
+QString valueCases(const Contract &contract, const QString &options)
+{
+    QString result;
+    for (const Method &method : contract.methods()) {
+        for (int i = 0; i < method.parameters.size(); ++i) {
+            if (method.parameters.at(i).type == "bool") {
+                result += QStringLiteral("    call/%1/%2) words='true false%3' ;;\n")
+                              .arg(method.name, QString::number(i + 1), options);
+            }
+        }
+    }
+    return result;
+}
+
 int run(const Context &context, const QStringList &arguments)
 {
     if (arguments.first() != QLatin1String("bash")) {
@@ -61,19 +112,29 @@ int run(const Context &context, const QStringList &arguments)
     QStringList withValue;
     QStringList names;
     QString cases;
+    QString argumentCases;
     const QString global = optionWords(globalOptions(), &withValue);
     for (const Command *command : commands()) {
         const QStringList words
             = command->words ? command->words(context.contract) : QStringList();
+        const QString options = global + optionWords(command->options, &withValue);
+        const QString line = QStringLiteral("    %1) words='%2%3' ;;\n");
         names += QLatin1String(command->name);
-        cases += QStringLiteral("    %1) words='%2%3%4' ;;\n")
-                     .arg(names.last(), words.join(QLatin1Char(' ')), global,
-                          optionWords(command->options, &withValue));
+        cases += line.arg(names.last(), words.join(QLatin1Char(' ')), options);
+        // Behind the last argument, and behind a method, there are options only.
+        const bool isCall = command == &callCommand;
+        argumentCases += isCall ? valueCases(context.contract, options) : QString();
+        if (isCall || command->most == 1) {
+            argumentCases += QStringLiteral("    %1/*/[!0]*) words='%2' ;;\n")
+                                 .arg(names.last(), options.mid(1));
+        }
     }
     cases += QStringLiteral("    help) words='%1' ;;\n").arg(names.join(QLatin1Char(' ')));
+    argumentCases += QStringLiteral("    help/*/[!0]*) words= ;;\n");
     Console::write(QString::fromLatin1(script)
                        .arg(withValue.join(QLatin1Char('|')),
-                            names.join(QLatin1Char(' ')) + QLatin1String(" help") + global, cases)
+                            names.join(QLatin1Char(' ')) + QLatin1String(" help") + global, cases,
+                            argumentCases)
                        .toUtf8());
     return Toolkit::Done;
 }
@@ -83,6 +144,5 @@ int run(const Context &context, const QStringList &arguments)
 const Command completionCommand = {
     "completion", "bash", "Prints the completion of commands and names for a shell",
     "For the shell that runs: eval \"$(hnipcctl completion bash)\"",
-    {}, 1, 1, false, [](const Contract &) { return QStringList(QStringLiteral("bash")); }, run,
-    nullptr, false, false
+    {}, 1, 1, false, [](const Contract &) { return QStringList(QStringLiteral("bash")); }, run
 };

@@ -3,35 +3,149 @@
 
 #include "common/exitcodes.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QSocketNotifier>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 const char showCursor[] = "\033[?25h";
+const char hiddenCursor[] = "\033[?25l";
 
 bool terminal = false;
 bool colours = false;
 bool manyColours = false;
 bool failuresInJson = false;
 volatile std::sig_atomic_t cursorHidden = 0;
+volatile std::sig_atomic_t isInterruptHandled = 0;
+int wakeUp[2] = { -1, -1 }; // from the signal handlers to the event loop; a byte is a signal's number
+std::map<int, std::function<void()>> wakeUpHandlers; // by the signal's number
+
+void writeFromHandler(int stream, const char *bytes, size_t size)
+{
+    const ssize_t written = ::write(stream, bytes, size);
+    static_cast<void>(written);
+}
+
+void wakeEventLoop(int number)
+{
+    const char byte = char(number);
+    writeFromHandler(wakeUp[1], &byte, 1);
+}
 
 // Only what a signal handler may do.
 void onSignal(int number)
 {
+    if (isInterruptHandled && number != SIGQUIT) {
+        isInterruptHandled = 0;
+        wakeEventLoop(number);
+        return;
+    }
     if (cursorHidden) {
-        const ssize_t written = ::write(STDOUT_FILENO, showCursor, sizeof showCursor - 1);
-        static_cast<void>(written);
+        writeFromHandler(STDOUT_FILENO, showCursor, sizeof showCursor - 1);
     }
     _exit(128 + number);
+}
+
+// What the caller has told the program to ignore, as nohup does, it goes on ignoring.
+void handleUnlessIgnored(int number, void (*handler)(int))
+{
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) {
+        action = {};
+        action.sa_handler = handler;
+        action.sa_flags = SA_NODEFER | SA_RESTART;
+        sigaction(number, &action, nullptr);
+    }
+}
+
+// Ctrl-Z: stops as every program does, with the cursor shown, and hides it when it goes on.
+void onStop(int number)
+{
+    const int error = errno;
+    writeFromHandler(STDOUT_FILENO, showCursor, sizeof showCursor - 1);
+    std::signal(number, SIG_DFL);
+    raise(number);
+    handleUnlessIgnored(number, onStop);
+    writeFromHandler(STDOUT_FILENO, hiddenCursor, sizeof hiddenCursor - 1);
+    wakeEventLoop(number);
+    errno = error;
+}
+
+void onWokenUp(int number, std::function<void()> handler)
+{
+    if (wakeUp[0] < 0) {
+        if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0) {
+            return;
+        }
+        auto *notifier = new QSocketNotifier(wakeUp[0], QSocketNotifier::Read,
+                                             QCoreApplication::instance());
+        QObject::connect(notifier, &QSocketNotifier::activated, []() {
+            char woken = 0;
+            while (read(wakeUp[0], &woken, 1) == 1) {
+                const auto found = wakeUpHandlers.find(woken);
+                if (found != wakeUpHandlers.end()) {
+                    found->second();
+                }
+            }
+        });
+    }
+    wakeUpHandlers[number] = std::move(handler);
+}
+
+// Nothing of it shows on a terminal, or it makes the terminal do something.
+bool isInvisible(char32_t character)
+{
+    switch (QChar::category(character)) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+const char32_t noCharacter = 0x110000;
+
+QString withoutInvisible(const QString &text, char32_t except = noCharacter)
+{
+    QString result;
+    for (int i = 0; i < text.size(); ++i) {
+        const bool isPair = text.at(i).isHighSurrogate() && i + 1 < text.size()
+            && text.at(i + 1).isLowSurrogate();
+        const char32_t character = isPair
+            ? QChar::surrogateToUcs4(text.at(i), text.at(i + 1)) : text.at(i).unicode();
+        for (int unit = 0; unit <= int(isPair); ++unit) {
+            const QChar letter = text.at(i + unit);
+            if (character != except && isInvisible(character)) {
+                result += QStringLiteral("\\u%1").arg(letter.unicode(), 4, 16, QLatin1Char('0'));
+            } else {
+                result += letter;
+            }
+        }
+        i += int(isPair);
+    }
+    return result;
+}
+
+// Outside strings, there is nothing to be escaped but the ends of lines, which no string has.
+QByteArray printableJson(const QByteArray &json)
+{
+    return withoutInvisible(QString::fromUtf8(json), U'\n').toUtf8();
 }
 
 // What is opened later would get the number of a closed one, and what is printed would go there.
@@ -61,6 +175,8 @@ void Console::start()
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
+    handleUnlessIgnored(SIGHUP, onSignal);
+    handleUnlessIgnored(SIGQUIT, onSignal);
     terminal = isatty(STDOUT_FILENO);
     colours = terminal && qEnvironmentVariableIsEmpty("NO_COLOR") && qgetenv("TERM") != "dumb";
     const QByteArray depth = qgetenv("COLORTERM");
@@ -112,17 +228,17 @@ void Console::print(const QString &line)
 
 void Console::print(const QJsonObject &object)
 {
-    write(QJsonDocument(object).toJson());
+    write(printableJson(QJsonDocument(object).toJson()));
 }
 
 void Console::print(const QJsonArray &array)
 {
-    write(QJsonDocument(array).toJson());
+    write(printableJson(QJsonDocument(array).toJson()));
 }
 
 void Console::printLine(const QJsonObject &object)
 {
-    write(QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n');
+    write(printableJson(QJsonDocument(object).toJson(QJsonDocument::Compact)) + '\n');
 }
 
 void Console::note(const QString &text)
@@ -138,17 +254,18 @@ int Console::fail(int exitCode, const QString &text)
     return exitCode;
 }
 
-void Console::failInJson()
+void Console::failInJson(bool json)
 {
-    failuresInJson = true;
+    failuresInJson = json;
 }
 
 QByteArray Console::failureLine(int exitCode, const QString &text)
 {
     const QJsonObject failure { { QStringLiteral("error"), text },
                                 { QStringLiteral("exit"), exitCode } };
-    return failuresInJson ? QJsonDocument(failure).toJson(QJsonDocument::Compact) + '\n'
-                          : QByteArray();
+    return failuresInJson
+        ? printableJson(QJsonDocument(failure).toJson(QJsonDocument::Compact)) + '\n'
+        : QByteArray();
 }
 
 QString Console::signalCount(std::size_t count)
@@ -158,15 +275,7 @@ QString Console::signalCount(std::size_t count)
 
 QString Console::printable(const QString &text)
 {
-    QString result;
-    for (const QChar character : text) {
-        if (character.category() == QChar::Other_Control) {
-            result += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
-        } else {
-            result += character;
-        }
-    }
-    return result;
+    return withoutInvisible(text);
 }
 
 QString Console::bold(const QString &text)
@@ -201,8 +310,18 @@ QString Console::swatch(const QString &colour)
     return styled(style.constData(), QStringLiteral("  ")) + QLatin1Char(' ');
 }
 
-void Console::hideCursor()
+void Console::hideCursor(std::function<void()> onContinued)
 {
+    onWokenUp(SIGTSTP, std::move(onContinued));
     cursorHidden = 1;
-    write("\033[?25l");
+    handleUnlessIgnored(SIGTSTP, onStop);
+    write(hiddenCursor);
+}
+
+void Console::onInterrupt(std::function<void(int)> handler)
+{
+    for (const int number : { SIGINT, SIGTERM, SIGHUP }) {
+        onWokenUp(number, [handler, number]() { handler(128 + number); });
+    }
+    isInterruptHandled = 1;
 }

@@ -7,6 +7,7 @@
 #include <QtCore/QString>
 
 #include <cstddef>
+#include <functional>
 
 /// The two streams of the program, in UTF-8 whatever the locale. Whoever closes the pipe at standard
 /// output has seen enough: the program ends, quietly, at the next thing that it prints.
@@ -23,6 +24,7 @@ int columns(); ///< of the terminal; 80 without one
 
 /// One line on standard output.
 void print(const QString &line);
+/// In JSON, what a terminal would take for a command, or would not show, is always escaped.
 void print(const QJsonObject &object); ///< indented
 void print(const QJsonArray &array);   ///< indented
 void printLine(const QJsonObject &object); ///< all of it in one line
@@ -31,14 +33,15 @@ void flush();
 
 /// One line on standard error, after the program's name.
 void note(const QString &text);
-/// The same, and answers @p exitCode. With JSON, that is an object on standard output, too.
+/// The same, and returns @p exitCode. With JSON, that is an object on standard output, too.
 int fail(int exitCode, const QString &text);
-/// From here on.
-void failInJson();
+/// Whether fail() prints JSON from here on.
+void failInJson(bool json = true);
 /// What fail() has to print on standard output: nothing, or a line of JSON.
 QByteArray failureLine(int exitCode, const QString &text);
 
-/// The text with what a terminal would take for a command made visible.
+/// The text with escapes, as in JSON, in place of all characters that a terminal does not show: controls,
+/// formats such as those that turn the direction of writing, and separators of lines and paragraphs.
 QString printable(const QString &text);
 
 /// "1 signal", "2 signals".
@@ -53,7 +56,13 @@ QString warning(const QString &text);
 /// has not so many colours, or where it is no such text.
 QString swatch(const QString &colour);
 
-void hideCursor(); ///< until the program ends
+/// Until the program ends, and not while it is stopped. @p onContinued is called from the event loop
+/// when it goes on after that: the terminal may show something else by then.
+void hideCursor(std::function<void()> onContinued);
+
+/// Instead of ending the program, Ctrl-C, SIGTERM and SIGHUP call this from the event loop, with the exit
+/// code. The second one ends it as ever.
+void onInterrupt(std::function<void(int exitCode)> handler);
 
 } // namespace Console
 

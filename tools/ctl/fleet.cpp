@@ -3,11 +3,13 @@
 
 #include "common/exitcodes.h"
 #include "console.h"
+#include "hosts.h"
 #include "values.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
+#include <QtCore/QProcessEnvironment>
 #include <QtCore/QTimer>
 
 #include <algorithm>
@@ -47,6 +49,9 @@ struct Printer
     std::unique_ptr<Child> process;
     bool ended = false;
     bool tooLate = false;
+    bool reached = false;
+    QByteArray notes;   ///< its standard error so far
+    int notesShown = 0; ///< so many bytes of it
     int exitCode = Toolkit::Done;
     QJsonValue result = QJsonValue::Undefined; ///< where it said nothing
     QString error;
@@ -57,11 +62,15 @@ QString outcomeText(const QJsonObject &outcome)
 {
     const QJsonValue error = outcome.value(QLatin1String("error"));
     const QJsonValue value = outcome.value(QLatin1String("value"));
+    const QString words = outcome.value(QLatin1String("outcome")).toString(); // with --deadline
+    const QString prefix = words.isEmpty() ? words : words + QLatin1String(": ");
     if (error.isString()) {
-        return QLatin1Char('(') + Console::printable(error.toString()) + QLatin1Char(')');
+        return prefix + QLatin1Char('(') + Console::printable(error.toString()) + QLatin1Char(')');
     }
-    return value.isNull() ? QStringLiteral("done") // it answers nothing
-                          : Console::printable(compact(value));
+    if (value.isNull()) { // the method returns nothing
+        return words.isEmpty() ? QStringLiteral("done") : words;
+    }
+    return prefix + Console::printable(compact(value));
 }
 
 bool isOutcome(const QJsonObject &object)
@@ -91,8 +100,12 @@ QString statusText(const QJsonArray &daemons)
     for (const QJsonValue &value : daemons) {
         const QJsonObject daemon = value.toObject();
         const bool isPresent = daemon.value(QLatin1String("present")).toBool();
+        const bool isSimulated = daemon.value(QLatin1String("simulated")).toBool();
+        const bool isStandIn = daemon.value(QLatin1String("standIn")).toBool();
         texts += daemon.value(QLatin1String("name")).toString()
-            + QLatin1String(isPresent ? "=present" : "=absent");
+            + QLatin1String(isSimulated ? "=simulated"
+                            : isStandIn ? "=stand-in"
+                            : isPresent ? "=present" : "=absent");
         if (isPresent) {
             properties += propertyTexts(daemon.value(QLatin1String("properties")).toObject());
         }
@@ -153,21 +166,21 @@ QString rowOf(const QJsonValue &result)
     return Console::printable(compact(result));
 }
 
-// The last line is the telling one; of ssh, where it failed, for it knows why.
-QString errorOf(const QByteArray &errors)
+// The last line on standard error that is the program's own, or that is not @p own, without the program's
+// name: why it failed, or what ssh said, or why ssh cannot be run.
+QString lastWord(const QByteArray &errors, const QString &own = QString())
 {
     const QString name = QStringLiteral("hnipcctl: ");
-    QString own;
-    QString other;
+    QString result;
     const QStringList lines = QString::fromUtf8(errors).split(QLatin1Char('\n'));
     for (const QString &line : lines) {
-        if (line.startsWith(name)) {
-            own = line.mid(name.size());
-        } else if (!line.trimmed().isEmpty()) {
-            other = line.trimmed();
+        const bool isOwn = line.startsWith(name);
+        const QString text = (isOwn ? line.mid(name.size()) : line).trimmed();
+        if (own.isNull() ? isOwn : !text.isEmpty() && text != Console::printable(own)) {
+            result = text;
         }
     }
-    return other.isEmpty() ? own : other;
+    return result;
 }
 
 class Fleet
@@ -185,24 +198,14 @@ public:
 
     int ask()
     {
+        Console::onInterrupt([this](int exitCode) { interrupt(exitCode); });
         for (size_t i = 0; i < mostAtOnce; ++i) {
             startNext();
         }
         QCoreApplication::exec();
-        int worst = Toolkit::Done;
-        QJsonObject object;
+        int worst = m_exitCode;
         for (const Printer &printer : m_printers) {
-            worst = std::max(worst, printer.exitCode);
-            QJsonObject answer { { QStringLiteral("exit"), printer.exitCode } };
-            if (printer.result.isUndefined()) {
-                answer.insert(QStringLiteral("error"), printer.error);
-            } else {
-                answer.insert(QStringLiteral("result"), printer.result);
-            }
-            object.insert(printer.host, answer);
-        }
-        if (m_question.json) {
-            Console::print(object);
+            worst = m_exitCode == Toolkit::Done ? std::max(worst, printer.exitCode) : worst;
         }
         return worst;
     }
@@ -216,6 +219,9 @@ private:
         Printer *printer = &m_printers[m_started++];
         printer->process = std::make_unique<Child>();
         Child *process = printer->process.get();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QLatin1String(unattendedVariable), QStringLiteral("1"));
+        process->setProcessEnvironment(environment);
         QObject::connect(process, &QProcess::errorOccurred, process,
                          [=](QProcess::ProcessError error) {
                              if (error == QProcess::FailedToStart) {
@@ -228,35 +234,95 @@ private:
                          process, [=](int exitCode, QProcess::ExitStatus status) {
                              onFinished(printer, exitCode, status);
                          });
-        // It keeps the time itself, once to reach the printer and once for the answer.
-        const int latest = int(std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
-        QTimer::singleShot(latest, process, [=]() {
-            printer->tooLate = true;
-            process->kill();
-        });
-        process->start(QCoreApplication::applicationFilePath(),
-                       QStringList { QStringLiteral("--host"), printer->host,
-                                     QStringLiteral("--json"), QStringLiteral("--timeout"),
-                                     QString::number(m_question.timeout) } + m_question.words);
+        QObject::connect(process, &QProcess::readyReadStandardOutput, process,
+                         [=]() { onOutput(printer); });
+        if (m_question.inLines) {
+            QObject::connect(process, &QProcess::readyReadStandardError, process,
+                             [=]() { onNotes(printer); });
+        } else {
+            // It keeps the time itself, once to reach the printer and once for the reply.
+            const int latest = int(std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
+            QTimer::singleShot(latest, process, [=]() {
+                printer->tooLate = true;
+                process->kill();
+            });
+        }
+        QStringList words { QStringLiteral("--host"), printer->host, QStringLiteral("--timeout"),
+                            QString::number(m_question.timeout) };
+        if (m_question.json || !m_question.inLines) {
+            words += QStringLiteral("--json");
+        }
+        process->start(QCoreApplication::applicationFilePath(), words + m_question.words);
+        process->write(m_question.input);
+        process->closeWriteChannel();
+    }
+
+    // The first line is empty, and says that the printer has been reached.
+    void onOutput(Printer *printer)
+    {
+        if (!printer->reached && printer->process->peek(1) == "\n") {
+            printer->process->read(1);
+            printer->reached = true;
+            showNotes(printer);
+        }
+        while (m_question.inLines && printer->process->canReadLine() && m_linesLeft != 0) {
+            showLine(*printer, printer->process->readLine());
+        }
+    }
+
+    void onNotes(Printer *printer)
+    {
+        printer->process->setReadChannel(QProcess::StandardError);
+        while (printer->process->canReadLine()) {
+            const QByteArray line = printer->process->readLine();
+            printer->notes += line;
+        }
+        printer->process->setReadChannel(QProcess::StandardOutput);
+        showNotes(printer);
+    }
+
+    // What the program notes once the printer has been reached, such as that it listens.
+    static void showNotes(Printer *printer)
+    {
+        while (printer->reached && printer->notes.indexOf('\n', printer->notesShown) >= 0) {
+            const int end = int(printer->notes.indexOf('\n', printer->notesShown));
+            const QByteArray line
+                = printer->notes.mid(printer->notesShown, end - printer->notesShown);
+            if (line.startsWith("hnipcctl: ")) {
+                Console::note(printer->host + QLatin1String(": ")
+                              + QString::fromUtf8(line.mid(int(qstrlen("hnipcctl: ")))));
+            }
+            printer->notesShown = end + 1;
+        }
     }
 
     void onFinished(Printer *printer, int exitCode, QProcess::ExitStatus status)
     {
+        onOutput(printer);
         const QJsonDocument document
             = QJsonDocument::fromJson(printer->process->readAllStandardOutput());
-        const QString error = errorOf(printer->process->readAllStandardError());
+        const QByteArray notes = printer->notes + printer->process->readAllStandardError();
+        if (printer->ended) {
+            return;
+        }
         if (printer->tooLate) {
             end(printer, Toolkit::NoAnswer,
-                QStringLiteral("no answer within %1 ms").arg(m_question.timeout));
+                QStringLiteral("no reply within %1 ms").arg(m_question.timeout));
         } else if (status != QProcess::NormalExit) {
             end(printer, Toolkit::Failed, QStringLiteral("hnipcctl crashed"));
         } else {
-            if (document.isObject() && !isFailure(document.object())) {
-                printer->result = document.object();
+            const QJsonObject object = document.object();
+            const QString error = object.value(QLatin1String("error")).toString();
+            const QString own = error.isEmpty() ? lastWord(notes) : error;
+            // Only what kept the printer from being reached, and not what was said on the way.
+            const bool isOfSsh = !printer->reached && exitCode == Toolkit::NoBus;
+            const QString word = isOfSsh && !own.isNull() ? lastWord(notes, own) : QString();
+            if (document.isObject() && !isFailure(object)) {
+                printer->result = object;
             } else if (document.isArray()) {
                 printer->result = document.array();
             }
-            end(printer, exitCode, error);
+            end(printer, exitCode, word.isEmpty() ? own : word);
         }
     }
 
@@ -265,8 +331,14 @@ private:
         printer->ended = true;
         printer->exitCode = exitCode;
         printer->error = error;
+        const bool isAtOnce = m_question.json || m_question.inLines;
+        if (isAtOnce) {
+            show(*printer);
+        }
         for (; m_shown < m_printers.size() && m_printers[m_shown].ended; ++m_shown) {
-            show(m_printers[m_shown]);
+            if (!isAtOnce) {
+                show(m_printers[m_shown]);
+            }
         }
         startNext();
         if (m_shown == m_printers.size()) {
@@ -274,16 +346,87 @@ private:
         }
     }
 
-    // In the order of the hosts, each as soon as those before it are there.
+    // The rest is not asked any more. What has been asked may have been done.
+    void interrupt(int exitCode)
+    {
+        m_exitCode = exitCode;
+        const size_t started = m_started;
+        m_started = m_printers.size();
+        for (size_t i = 0; i < m_printers.size(); ++i) {
+            Printer *printer = &m_printers[i];
+            if (!printer->ended) {
+                end(printer, exitCode,
+                    printer->reached ? QStringLiteral("interrupted before it replied")
+                                     : QStringLiteral("not asked: interrupted"));
+                if (i < started) {
+                    printer->process->kill();
+                    printer->process->waitForFinished();
+                }
+            }
+        }
+    }
+
+    // In the order of the hosts, each as soon as those before it are there; with JSON, and beside lines,
+    // in that in which they end.
     void show(const Printer &printer)
     {
-        if (!m_question.json) {
+        // All that there was to be said has been.
+        if (m_question.inLines && printer.reached && printer.exitCode == Toolkit::Done) {
+            return;
+        }
+        if (m_question.json) {
+            QJsonObject object { { QStringLiteral("host"), printer.host },
+                                 { QStringLiteral("exit"), printer.exitCode } };
+            if (printer.result.isUndefined()) {
+                object.insert(QStringLiteral("error"), printer.error);
+            } else {
+                object.insert(QStringLiteral("result"), printer.result);
+            }
+            Console::printLine(object);
+        } else {
             const QString row = printer.result.isUndefined() ? Console::printable(printer.error)
                                                              : rowOf(printer.result);
-            Console::print(Console::printable(printer.host).leftJustified(m_width + 2)
+            Console::print(name(printer)
                            + (printer.exitCode == Toolkit::Done ? row : Console::warning(row)));
-            Console::flush();
         }
+        Console::flush();
+    }
+
+    void showLine(const Printer &printer, const QByteArray &line)
+    {
+        if (m_question.json) {
+            QJsonObject object = QJsonDocument::fromJson(line).object();
+            if (isFailure(object)) {
+                return; // which comes with its end
+            }
+            object.insert(QStringLiteral("host"), printer.host);
+            Console::printLine(object);
+        } else {
+            Console::print(name(printer) + QString::fromUtf8(line).chopped(1));
+        }
+        Console::flush();
+        if (m_linesLeft > 0 && --m_linesLeft == 0) {
+            stop();
+        }
+    }
+
+    // With all that was wanted.
+    void stop()
+    {
+        m_started = m_printers.size();
+        for (Printer &printer : m_printers) {
+            if (printer.process && !printer.ended) {
+                printer.ended = true;
+                printer.process->kill();
+                printer.process->waitForFinished();
+            }
+        }
+        QCoreApplication::quit();
+    }
+
+    QString name(const Printer &printer) const
+    {
+        return Console::printable(printer.host).leftJustified(m_width + 2);
     }
 
     const FleetQuestion &m_question;
@@ -291,6 +434,8 @@ private:
     size_t m_started = 0;
     size_t m_shown = 0;
     int m_width = 0;
+    int m_linesLeft = m_question.mostLines;
+    int m_exitCode = Toolkit::Done; // of an interrupt
 };
 
 } // namespace

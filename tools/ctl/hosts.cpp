@@ -3,10 +3,12 @@
 
 #include "common/exitcodes.h"
 #include "console.h"
+#include "values.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QStandardPaths>
 
 #include <cerrno>
 #include <csignal>
@@ -38,6 +40,12 @@ void setAlarm(int milliseconds)
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
+QByteArray sshProgram()
+{
+    const QByteArray own = qgetenv("HNIPCCTL_SSH");
+    return own.isEmpty() ? QByteArray("ssh") : own;
+}
+
 // As D-Bus addresses want it.
 QByteArray escaped(const QByteArray &value)
 {
@@ -47,12 +55,13 @@ QByteArray escaped(const QByteArray &value)
 } // namespace
 
 const char becomeSshOption[] = "--become-ssh";
+const char unattendedVariable[] = "HNIPCCTL_UNATTENDED";
 
 QString wrongHost(const QString &host)
 {
     static const QRegularExpression spaces(QStringLiteral("[\\s\\x00-\\x1f]"));
     if (host.isEmpty()) {
-        return QStringLiteral("expected the name of a printer, not an empty text");
+        return QStringLiteral("expected the name of a printer, not an empty string");
     }
     return host.startsWith(QLatin1Char('-')) || host.contains(spaces)
         ? QStringLiteral("expected the name of a printer, not \"%1\"").arg(host) : QString();
@@ -65,9 +74,10 @@ int readHosts(const QString &fileName, QStringList *hosts)
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());
     }
     for (int line = 1; !file.atEnd(); ++line) {
-        const QString host = QString::fromUtf8(file.readLine())
-                                 .section(QLatin1Char('#'), 0, 0).trimmed();
-        const QString wrong = host.isEmpty() ? QString() : wrongHost(host);
+        const std::optional<QString> text = exactText(file.readLine());
+        const QString host = text.value_or(QString()).section(QLatin1Char('#'), 0, 0).trimmed();
+        const QString wrong = !text ? QStringLiteral("expected UTF-8")
+            : host.isEmpty() ? QString() : wrongHost(host);
         if (!wrong.isEmpty()) {
             return Console::fail(Toolkit::BadValue, QStringLiteral("%1:%2: %3")
                                                         .arg(fileName, QString::number(line),
@@ -83,11 +93,22 @@ int readHosts(const QString &fileName, QStringList *hosts)
         : int(Toolkit::Done);
 }
 
-QString busAddress(const QString &host)
+QString missingSsh()
 {
-    const QByteArray ssh = qgetenv("HNIPCCTL_SSH");
-    const QList<QByteArray> words { becomeSshOption, ssh.isEmpty() ? QByteArray("ssh") : ssh, "-xT",
-                                    "--", host.toUtf8(), "systemd-stdio-bridge" };
+    const QString program = QFile::decodeName(sshProgram());
+    return QStandardPaths::findExecutable(program).isEmpty()
+        ? QStringLiteral("cannot run %1: there is no such program").arg(program) : QString();
+}
+
+QString busAddress(const QString &host, int timeout)
+{
+    QList<QByteArray> words { becomeSshOption, sshProgram(), "-xT" };
+    if (qEnvironmentVariableIsSet(unattendedVariable)) {
+        words << "-oBatchMode=yes" << "-oLogLevel=ERROR";
+    }
+    // A second more than here, where it is said why. For what ssh has started itself.
+    words << "-oConnectTimeout=" + QByteArray::number(timeout / 1000 + 1) << "--" << host.toUtf8()
+          << "systemd-stdio-bridge";
     QByteArray address
         = "unixexec:path=" + escaped(QFile::encodeName(QCoreApplication::applicationFilePath()));
     for (int i = 0; i < words.size(); ++i) {
@@ -96,13 +117,11 @@ QString busAddress(const QString &host)
     return QString::fromLatin1(address);
 }
 
-ReachingDeadline::ReachingDeadline(const QString &host, int milliseconds)
+ReachingDeadline::ReachingDeadline(const QString &text, int milliseconds)
 {
-    const QString text
-        = QStringLiteral("%1 was not reached within %2 ms")
-              .arg(host, QString::number(milliseconds));
-    tooLate = "hnipcctl: " + Console::printable(text).toUtf8() + '\n';
-    tooLateLine = Console::failureLine(Toolkit::NoAnswer, text);
+    const QString late = QStringLiteral("%1 within %2 ms").arg(text, QString::number(milliseconds));
+    tooLate = "hnipcctl: " + Console::printable(late).toUtf8() + '\n';
+    tooLateLine = Console::failureLine(Toolkit::NoAnswer, late);
     std::signal(SIGALRM, onAlarm);
     setAlarm(milliseconds);
 }

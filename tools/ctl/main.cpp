@@ -4,6 +4,8 @@
 #include "fleet.h"
 #include "hosts.h"
 #include "names.h"
+#include "surroundings.h"
+#include "values.h"
 
 #include <hnipc/hnipc_version.h>
 
@@ -31,7 +33,7 @@ const std::vector<Option> &globalOptions()
         { "host", "PRINTER", "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
         { "hosts", "FILE", "ask the printers of a file, one a line, side by side" },
         { "json", nullptr, "print JSON, for programs" },
-        { "timeout", "MS", "wait so many milliseconds for an answer; 25000 without it" },
+        { "timeout", "MS", "wait so many milliseconds for the bus, and for a reply; default 25000" },
         { "help", nullptr, "print this, or the help of a command" },
         { "version", nullptr, "print the version" },
     };
@@ -79,11 +81,24 @@ void printOptions(const char *title, const std::vector<Option> &options)
     }
 }
 
+// "[--count N] [PATTERN]"
+QString synopsisOf(const Command &command)
+{
+    QStringList parts;
+    for (const Option &option : command.options) {
+        const QString value
+            = option.value ? QLatin1Char(' ') + QLatin1String(option.value) : QString();
+        parts += QStringLiteral("[--%1%2]").arg(QLatin1String(option.name), value);
+    }
+    parts += QLatin1String(command.synopsis);
+    return parts.join(QLatin1Char(' ')).trimmed();
+}
+
 int printHelp(const Command *command)
 {
     if (command) {
         Console::print(QStringLiteral("Usage: hnipcctl %1 [OPTION...] %2")
-                           .arg(QLatin1String(command->name), QLatin1String(command->synopsis))
+                           .arg(QLatin1String(command->name), synopsisOf(*command))
                            .trimmed());
         Console::print(QLatin1String(command->summary) + QLatin1String(".\n\n")
                        + QLatin1String(command->help));
@@ -125,6 +140,39 @@ const Option *optionNamed(const QString &name, const Command *command)
     return nullptr;
 }
 
+// What is wrong with an option that there is not, or not for this command.
+QString noOption(const QString &name, const Command *command)
+{
+    QStringList owners;
+    QStringList names;
+    for (const Option &option : globalOptions()) {
+        names += QLatin1String(option.name);
+    }
+    for (const Command *each : commands()) {
+        for (const Option &option : each->options) {
+            if (name == QLatin1String(option.name)) {
+                owners += QLatin1String(each->name);
+            }
+            if (!command || command == each) {
+                names += QLatin1String(option.name);
+            }
+        }
+    }
+    names.removeDuplicates();
+    const QString all = owners.join(QLatin1String(", "));
+    if (!owners.isEmpty() && !command) {
+        return QStringLiteral("--%1 is an option of %2: it has to follow the command").arg(name, all);
+    }
+    if (!owners.isEmpty()) {
+        return QStringLiteral("no option --%1 for %2: it is an option of %3")
+            .arg(name, QLatin1String(command->name), all);
+    }
+    const QString hint = didYouMean(name, names);
+    return QStringLiteral("no option --%1%2")
+        .arg(name, QString(hint).replace(QLatin1String("mean "), QLatin1String("mean --"))
+                       .replace(QLatin1String(", "), QLatin1String(", --")));
+}
+
 // In front of the command, where they can be no number and no text for a printer.
 QString longForm(const QString &word)
 {
@@ -147,7 +195,7 @@ CommandLine parse(QStringList words)
             const bool hasValue = word.contains(QLatin1Char('='));
             const Option *option = optionNamed(name, result.command);
             if (!option) {
-                result.error = QStringLiteral("no option --%1").arg(name);
+                result.error = noOption(name, result.command);
             } else if (!option->value && hasValue) {
                 result.error = QStringLiteral("--%1 takes no value").arg(name);
             } else if (option->value && !hasValue && words.isEmpty()) {
@@ -172,29 +220,63 @@ CommandLine parse(QStringList words)
     return result;
 }
 
-// Answers the exit code; Done when the bus is there.
-int connectToBus(Context *context, const QString &address, const QString &host)
+// Which bus it is, for messages.
+QString busText(const QString &address, const QString &host)
 {
-    // Another bus takes the place of the system bus in all of the process, the library included.
-    std::optional<ReachingDeadline> deadline;
-    if (!host.isNull()) {
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", busAddress(host).toUtf8());
-        deadline.emplace(host, context->timeout);
-    } else if (!address.isNull()) {
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
-    }
-    context->bus = QDBusConnection::systemBus();
-    if (context->bus.isConnected()) {
-        return Done;
-    }
-    // Over ssh, the bus library knows only that nobody answers; ssh has said why.
-    const QString error = context->bus.lastError().message();
+    return !host.isNull()  ? host
+        : !address.isNull() ? QLatin1String("the bus at ") + address
+                            : QStringLiteral("the system bus");
+}
+
+int noBus(const QString &address, const QString &host, const QString &error)
+{
+    // Over ssh, the bus library knows only that it got no reply; ssh has said why.
     return Console::fail(NoBus,
                          !host.isNull() ? QStringLiteral("no system bus of %1").arg(host)
                          : !address.isNull() ? QStringLiteral("no bus at %1: %2").arg(address, error)
                                              : QStringLiteral("no system bus: %1; to try without a "
                                                               "printer: hnipc-sandbox hnipcctl "
                                                               "status").arg(error));
+}
+
+// Returns the exit code; Done when the bus is there.
+int connectToBus(Context *context, const QString &address, const QString &host)
+{
+    // Another bus takes the place of the system bus in all of the process, the library included.
+    if (!host.isNull()) {
+        const QString missing = missingSsh();
+        if (!missing.isEmpty()) {
+            return Console::fail(NoBus, missing);
+        }
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", busAddress(host, context->timeout).toUtf8());
+    } else if (!address.isNull()) {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
+    } else {
+        const QString other = lostBusAddress();
+        if (!other.isEmpty()) {
+            Console::note(QStringLiteral("this is the system bus, and not %1, which a program that "
+                                         "started this one uses; sudo keeps it with "
+                                         "--preserve-env=DBUS_SYSTEM_BUS_ADDRESS").arg(other));
+        }
+    }
+    context->unreached = QStringLiteral("%1 was not reached").arg(busText(address, host));
+    const QString deadline = context->options.value(QStringLiteral("deadline"));
+    {
+        // Nothing has been sent yet.
+        const bool isSoon = !deadline.isNull() && deadline.toInt() < context->timeout;
+        const ReachingDeadline end(isSoon ? QLatin1String("not sent: ") + context->unreached
+                                          : context->unreached,
+                                   isSoon ? deadline.toInt() : context->timeout);
+        context->bus = QDBusConnection::systemBus();
+    }
+    if (!context->bus.isConnected()) {
+        return noBus(address, host, context->bus.lastError().message());
+    }
+    if (qEnvironmentVariableIsSet(unattendedVariable)) {
+        Console::write("\n"); // the fleet's sign that the printer has been reached
+        Console::flush();
+    }
+    return Done;
 }
 
 // The printers that are meant, none for the bus here. Answers the exit code.
@@ -225,15 +307,28 @@ int findHosts(const CommandLine &line, QStringList *hosts)
 
 int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
 {
-    FleetQuestion question { { line.name }, hosts, timeout,
-                             line.options.contains(QStringLiteral("json")) };
+    FleetQuestion question;
+    question.words += line.name;
+    question.hosts = hosts;
+    question.timeout = timeout;
+    question.json = line.options.contains(QStringLiteral("json"));
+    question.inLines = line.command->inLines;
     for (const Option &option : line.command->options) {
         const QString name = QLatin1String(option.name);
-        if (option.value && line.options.contains(name)) {
+        if (!line.options.contains(name)) {
+            continue;
+        }
+        if (name == QLatin1String("output")) {
             return wrongUsage(QStringLiteral("--%1 is for one printer at a time").arg(name));
         }
-        if (line.options.contains(name)) {
-            question.words += QLatin1String("--") + name;
+        // Of all printers together.
+        if (name == QLatin1String("count")) {
+            question.mostLines = line.options.value(name).toInt();
+            continue;
+        }
+        question.words += QLatin1String("--") + name;
+        if (option.value) {
+            question.words.last() += QLatin1Char('=') + line.options.value(name);
         }
     }
     question.words << QStringLiteral("--") << line.arguments;
@@ -265,14 +360,28 @@ std::optional<int> runWithoutCommand(const CommandLine &line)
                         : std::optional<int>(wrongUsage(QStringLiteral("no command given")));
 }
 
+// A person may have meant an option by such an argument.
+QString shortOptionHint(const QStringList &arguments)
+{
+    for (const QString &argument : arguments) {
+        if (argument.size() > 1 && argument.startsWith(QLatin1Char('-'))
+            && argument.at(1).isLetter()) {
+            return QStringLiteral("; %1 is an argument: options begin with --").arg(argument);
+        }
+    }
+    return QString();
+}
+
 int checkCount(const CommandLine &line)
 {
     const Command &command = *line.command;
     const int count = int(line.arguments.size());
     return count >= command.fewest && (command.most < 0 || count <= command.most)
         ? int(Done)
-        : Console::fail(WrongUsage, QStringLiteral("usage: hnipcctl %1 %2")
-              .arg(line.name, QLatin1String(command.synopsis)).trimmed());
+        : Console::fail(WrongUsage,
+                        QStringLiteral("usage: hnipcctl %1 %2")
+                            .arg(line.name, synopsisOf(command))
+                            .trimmed() + shortOptionHint(line.arguments));
 }
 
 int readTimeout(const CommandLine &line, int *milliseconds)
@@ -281,7 +390,8 @@ int readTimeout(const CommandLine &line, int *milliseconds)
     *milliseconds = text.toInt();
     return *milliseconds >= 1
         ? int(Done)
-        : wrongUsage(QStringLiteral("--timeout is no number of milliseconds: \"%1\"").arg(text));
+        : wrongUsage(QStringLiteral("--timeout is not a number of milliseconds from 1: \"%1\"")
+                         .arg(text));
 }
 
 // All that there is to do but for the bus.
@@ -301,9 +411,6 @@ int prepare(const CommandLine &line, const Context &context, QStringList *hosts)
 int run(const CommandLine &line)
 {
     const bool json = line.options.contains(QStringLiteral("json"));
-    if (json && line.command && line.command->answersJson) {
-        Console::failInJson();
-    }
     if (const std::optional<int> exitCode = runWithoutCommand(line)) {
         return *exitCode;
     }
@@ -318,11 +425,12 @@ int run(const CommandLine &line)
     if (!contract) {
         return Console::fail(Failed, error);
     }
-    Context context { *contract, QDBusConnection(QString()), json, milliseconds, line.options };
+    Context context { *contract, QDBusConnection(QString()), json, milliseconds, line.options, {} };
     QStringList hosts;
     exitCode = prepare(line, context, &hosts);
     const bool isFleet = hosts.size() > 1 || line.options.contains(QStringLiteral("hosts"));
-    if (exitCode == Done && isFleet && line.command->needsBus && !line.command->onePrinter) {
+    if (exitCode == Done && isFleet && line.command->needsBus
+        && !line.command->onePrinter) {
         return runAtFleet(line, hosts, milliseconds);
     }
     if (exitCode == Done && line.command->needsBus) {
@@ -339,9 +447,21 @@ int main(int argc, char *argv[])
     if (argc > 2 && qstrcmp(argv[1], becomeSshOption) == 0) {
         return becomeSsh(argv + 2);
     }
-    // Arguments and output are UTF-8, also where no locale is set, as over a serial line.
+    // Output is UTF-8, also where no locale is set, as over a serial line.
     qputenv("LC_ALL", "C.UTF-8");
     Console::start();
+    QStringList words;
+    QString notText;
+    for (int i = 1; i < argc; ++i) {
+        const std::optional<QString> word = exactText(argv[i]);
+        words += word.value_or(QString());
+        if (!word && notText.isNull()) {
+            notText = QStringLiteral("argument %1 of the command line is not UTF-8: \"%2\"")
+                          .arg(QString::number(i), QString::fromLatin1(argv[i]));
+        }
+    }
+    Console::failInJson(words.mid(0, int(words.indexOf(QStringLiteral("--"))))
+                            .contains(QStringLiteral("--json")));
     QCoreApplication application(argc, argv);
-    Console::end(run(parse(QCoreApplication::arguments().mid(1))));
+    Console::end(notText.isNull() ? run(parse(words)) : Console::fail(BadValue, notText));
 }

@@ -120,5 +120,5 @@ const Command monitorCommand = {
     "comes or leaves meanwhile is told of on standard error.",
     { { "count", "N", "end after so many signals" } },
     0, 1, true,
-    [](const Contract &contract) { return contract.signalNames(); }, run, check, true
+    [](const Contract &contract) { return contract.signalNames(); }, run, check, false, true
 };

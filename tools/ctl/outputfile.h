@@ -7,7 +7,8 @@
 
 #include <QtCore/QFile>
 
-/// A file that a command is told to write. One that is there already is kept unless there is --force.
+/// A file that a command is told to write; "-" is standard output. One that is there already is kept
+/// unless there is --force.
 class OutputFile : public QFile
 {
 public:
@@ -17,15 +18,22 @@ public:
     {
     }
 
-    /// Before there is something to be written. Answers the exit code.
+    bool isStandardOutput() const { return fileName() == QLatin1String("-"); }
+
+    /// Before there is something to be written. Returns the exit code.
     int check() const
     {
-        return m_force || !exists()
+        if (fileName().isEmpty()) {
+            return Console::fail(Toolkit::WrongUsage,
+                                 QStringLiteral("the name of the file to be written is empty"));
+        }
+        return m_force || isStandardOutput() || !exists()
             ? int(Toolkit::Done)
             : Console::fail(Toolkit::Failed, fileName()
                                 + QLatin1String(" is there already; --force overwrites it"));
     }
 
+    /// Not for standard output.
     bool create()
     {
         return open(WriteOnly | Unbuffered | (m_force ? Truncate : NewOnly));

@@ -16,13 +16,20 @@ class Lines
 {
 public:
     Lines(const Context &context, const QString &fileName)
-        : m_toOutput(fileName == QLatin1String("-"))
-        , m_file(context, fileName)
+        : m_file(context, fileName)
+        , m_toOutput(m_file.isStandardOutput())
     {
     }
 
-    int check() const { return m_toOutput ? int(Toolkit::Done) : m_file.check(); }
-    bool create() { return m_toOutput || m_file.create(); }
+    int check() const { return m_file.check(); }
+
+    bool create()
+    {
+        if (m_toOutput) {
+            Console::failInJson(false); // a failure is no line of the trace
+        }
+        return m_toOutput || m_file.create();
+    }
 
     bool write(const QJsonObject &object)
     {
@@ -44,8 +51,8 @@ public:
     QString error() const { return m_error.isEmpty() ? m_file.errorString() : m_error; }
 
 private:
-    bool m_toOutput;
     OutputFile m_file;
+    bool m_toOutput;
     QString m_error;
 };
 
@@ -80,8 +87,8 @@ int run(const Context &context, const QStringList &arguments)
         if (isWritable) {
             limit.count();
         } else {
-            Console::note(fileName + QLatin1String(": ") + lines.error());
-            QCoreApplication::exit(Toolkit::Failed);
+            QCoreApplication::exit(Console::fail(
+                Toolkit::Failed, fileName + QLatin1String(": ") + lines.error()));
         }
     });
     Console::note(QStringLiteral("recording %1 signals; Ctrl-C ends").arg(wanted.size()));
@@ -96,5 +103,5 @@ const Command recordCommand = {
     "its time, its arguments and their D-Bus types, as a JSON object in a line of its own.",
     { { "count", "N", "end after so many signals" },
       { "force", nullptr, "overwrite FILE" } },
-    1, 1, true, nullptr, run, check, true, false
+    1, 1, true, nullptr, run, check, true
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "common/daemons.h"
 #include "console.h"
+#include "hosts.h"
 #include "request.h"
 #include "trace.h"
 
@@ -16,12 +17,26 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <tuple>
 
 namespace {
 
-// Whoever sends the signals of a trace.
-class Senders
+// Says to "status" what stands in for a daemon.
+class StandInMark : public QObject
 {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.hnipc.StandIn")
+
+public Q_SLOTS:
+    Q_SCRIPTABLE QString program() const { return QStringLiteral("hnipcctl replay"); }
+};
+
+// The senders of a trace's signals: simulated daemons, and this program in place of those that are not
+// running.
+class Senders : public QObject
+{
+    Q_OBJECT
+
 public:
     explicit Senders(const Context &context)
         : m_context(context)
@@ -30,27 +45,36 @@ public:
     }
 
     // Nothing is sent where any daemon is a real one, also where the trace has no signal of it: its
-    // bus is a printer's, and who listens there acts on what he hears.
+    // bus is a printer's, and applications there act on its signals. Returns the exit code.
     int find(const std::vector<TraceEvent> &events)
     {
+        QDBusConnection bus = m_context.bus;
         for (const Daemon &daemon : m_context.contract.daemons()) {
-            const QString owner
-                = m_context.bus.interface()->serviceOwner(daemon.busName).value();
+            bus.connect(QStringLiteral("org.freedesktop.DBus"),
+                        QStringLiteral("/org/freedesktop/DBus"),
+                        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
+                        { daemon.busName }, QString(), this,
+                        SLOT(onOwnerChanged(QString, QString, QString)));
+        }
+        std::map<const Daemon *, QString> owners;
+        for (const Daemon &daemon : m_context.contract.daemons()) {
+            const ReachingDeadline end(m_context.unreached, m_context.timeout);
+            const QDBusReply<QString> owner
+                = replyOf(ask(m_context, busCall("GetNameOwner", { daemon.busName })));
             const bool isNeeded = std::any_of(events.begin(), events.end(),
                                               [&](const TraceEvent &event) {
                                                   return event.signal->daemon == &daemon;
                                               });
-            if (!owner.isEmpty()) {
-                const QDBusMessage reply = m_context.bus.call(
-                    Toolkit::simulatorCall(owner, QStringLiteral("names")), QDBus::Block,
-                    m_context.timeout);
-                if (reply.type() != QDBusMessage::ReplyMessage) {
-                    return refuse(daemon, owner);
-                }
+            if (owner.isValid()) {
+                owners[&daemon] = owner;
             }
             if (isNeeded) {
                 m_simulators[&daemon] = owner;
             }
+        }
+        const int checked = check(owners);
+        if (checked != Toolkit::Done) {
+            return checked;
         }
         for (const auto &[daemon, simulator] : m_simulators) {
             const int claimed = simulator.isEmpty() ? claim(*daemon) : int(Toolkit::Done);
@@ -61,8 +85,56 @@ public:
         return Toolkit::Done;
     }
 
-    // Has passed the bus when this returns, for signals of several daemons stay in their order.
+    // Of those that have appeared since the last time. Returns the exit code.
+    int checkNew()
+    {
+        std::map<const Daemon *, QString> owners;
+        owners.swap(m_appeared);
+        return check(owners);
+    }
+
+    // Returns the exit code.
     int send(const TraceEvent &event)
+    {
+        const int exitCode = pass(event);
+        m_sent += exitCode == Toolkit::Done ? 1 : 0;
+        return exitCode;
+    }
+
+    // Which daemon is played by whom.
+    QJsonObject players() const
+    {
+        QJsonObject result;
+        for (const auto &[daemon, simulator] : m_simulators) {
+            result[daemon->name] = simulator.isEmpty() ? QStringLiteral("stand-in")
+                                                       : QStringLiteral("simulated");
+        }
+        return result;
+    }
+
+Q_SIGNALS:
+    void appeared();
+
+private Q_SLOTS:
+    void onOwnerChanged(const QString &name, const QString &, const QString &owner)
+    {
+        for (const Daemon &daemon : m_context.contract.daemons()) {
+            if (daemon.busName == name && owner != m_context.bus.baseService()) {
+                m_appeared.erase(&daemon);
+                if (!owner.isEmpty()) {
+                    m_appeared[&daemon] = owner;
+                    Q_EMIT appeared();
+                }
+            }
+        }
+    }
+
+private:
+    // One object stands in for each daemon that is not there.
+    static constexpr auto noDaemon = static_cast<HNIPCServer::ServerType>(-1);
+
+    // Has passed the bus when this returns, for signals of several daemons stay in their order.
+    int pass(const TraceEvent &event)
     {
         const ClientSignal &signal = *event.signal;
         const QString simulator = m_simulators.at(signal.daemon);
@@ -83,62 +155,84 @@ public:
                                   .arg(event.line).arg(outcome.error));
     }
 
-    // Which daemon is played by whom.
-    QJsonObject players() const
-    {
-        QJsonObject result;
-        for (const auto &[daemon, simulator] : m_simulators) {
-            result[daemon->name] = simulator.isEmpty() ? QStringLiteral("stand-in")
-                                                       : QStringLiteral("simulated");
-        }
-        return result;
-    }
-
-private:
-    // One object stands in for each daemon that is not there.
-    static constexpr auto noDaemon = static_cast<HNIPCServer::ServerType>(-1);
-
     int claim(const Daemon &daemon)
     {
+        const ReachingDeadline end(m_context.unreached, m_context.timeout);
+        QDBusConnection bus = m_context.bus;
+        bus.registerObject(QStringLiteral("/simulator"), &m_mark,
+                           QDBusConnection::ExportScriptableSlots);
         m_standIn.registerDbusService(daemon.busName);
         m_standIn.registerDbusObject(objectPath(), QString());
         const QString owner = m_context.bus.interface()->serviceOwner(daemon.busName).value();
         if (owner != m_context.bus.baseService()) {
             return Console::fail(Toolkit::NoBus,
-                                 QStringLiteral("the bus does not give this user the name %1; "
-                                                "nothing was sent").arg(daemon.busName));
+                                 QStringLiteral("the bus does not give this user the name %1; %2")
+                                     .arg(daemon.busName, sentText()));
         }
         return Toolkit::Done;
     }
 
-    static int refuse(const Daemon &daemon, const QString &owner)
+    // Whether all of these are simulated: only those have this method.
+    int check(const std::map<const Daemon *, QString> &owners)
     {
-        return Console::fail(Toolkit::Failed,
-                             QStringLiteral("%1 (%2) is no simulated daemon: a trace is not replayed "
-                                            "to a real printer; nothing was sent")
-                                 .arg(daemon.name, owner));
+        std::vector<std::tuple<const Daemon *, QString, QDBusPendingCall>> questions;
+        for (const auto &[daemon, owner] : owners) {
+            questions.emplace_back(
+                daemon, owner,
+                ask(m_context, Toolkit::simulatorCall(owner, QStringLiteral("names"))));
+        }
+        for (const auto &[daemon, owner, question] : questions) {
+            const Outcome outcome = outcomeOf(
+                *daemon, HNIPCFailure::ofReply(replyOf(question), owner, m_context.timeout));
+            if (outcome.reason == HNIPCRequest::DaemonError) {
+                return Console::fail(
+                    Toolkit::Failed, QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
+                                                    "replayed to a real printer; %3")
+                                         .arg(daemon->name, owner, sentText()));
+            }
+            // One that has left again is none.
+            if (!outcome.ok() && outcome.reason != HNIPCRequest::DaemonAbsent
+                && outcome.reason != HNIPCRequest::DaemonLeft) {
+                return Console::fail(outcome.exitCode(),
+                                     QStringLiteral("whether %1 is a simulated daemon is not known: "
+                                                    "%2; %3")
+                                         .arg(daemon->name, outcome.error, sentText()));
+            }
+        }
+        return Toolkit::Done;
+    }
+
+    QString sentText() const
+    {
+        return m_sent == 0 ? QStringLiteral("nothing was sent")
+                           : QStringLiteral("stopped after %1").arg(Console::signalCount(m_sent));
     }
 
     const Context &m_context;
+    StandInMark m_mark;
     HNIPCServer m_standIn;
     std::map<const Daemon *, QString> m_simulators; // empty where this program stands in
+    std::map<const Daemon *, QString> m_appeared;   // and are not checked yet
+    std::size_t m_sent = 0;
 };
 
-// Calls of the stand-in are answered meanwhile. False when the bus has gone.
-bool waitUntil(const QDBusConnection &bus, const QElapsedTimer &clock, double due)
+// Calls of the stand-in are answered meanwhile. Returns the exit code where the replay has to stop.
+int waitUntil(const Context &context, const QElapsedTimer &clock, double due, Senders *senders)
 {
     QCoreApplication::processEvents();
-    for (double left = due; bus.isConnected(); ) {
-        left = due - double(clock.nsecsElapsed()) / 1e9;
-        if (left <= 0) {
-            return true;
+    while (context.bus.isConnected()) {
+        const int checked = senders->checkNew();
+        const double left = due - double(clock.nsecsElapsed()) / 1e9;
+        if (left <= 0 || checked != Toolkit::Done) {
+            return checked;
         }
         QEventLoop loop;
+        QObject::connect(senders, &Senders::appeared, &loop, &QEventLoop::quit);
         const int milliseconds = int(std::ceil(std::min(left, 1.0) * 1000));
         QTimer::singleShot(milliseconds, Qt::PreciseTimer, &loop, &QEventLoop::quit);
         loop.exec();
     }
-    return false;
+    return busLost();
 }
 
 // Above 0; 0 for all at once. Negative where it is none of both.
@@ -153,8 +247,12 @@ double speedOf(const Context &context)
     return isNumber && speed > 0 && std::isfinite(speed) ? speed : -1;
 }
 
-int check(const Context &context, const QStringList &)
+int check(const Context &context, const QStringList &arguments)
 {
+    if (arguments.first().isEmpty()) {
+        return Console::fail(Toolkit::WrongUsage,
+                             QStringLiteral("the name of the file to be read is empty"));
+    }
     return speedOf(context) >= 0
         ? int(Toolkit::Done)
         : Console::fail(Toolkit::WrongUsage,
@@ -168,16 +266,16 @@ int play(const Context &context, const std::vector<TraceEvent> &events, Senders 
     QElapsedTimer clock;
     clock.start();
     for (const TraceEvent &event : events) {
-        if (!waitUntil(context.bus, clock, speed > 0 ? event.at / speed : 0)) {
-            return busLost();
-        }
-        const int sent = senders->send(event);
+        const int waited
+            = waitUntil(context, clock, speed > 0 ? event.at / speed : 0, senders);
+        const int sent = waited == Toolkit::Done ? senders->send(event) : waited;
         if (sent != Toolkit::Done) {
             return sent;
         }
     }
     // The last of them leave before the program does.
-    context.bus.interface()->isServiceRegistered(context.bus.baseService());
+    const ReachingDeadline end(context.unreached, context.timeout);
+    replyOf(ask(context, busCall("GetId")));
     return Toolkit::Done;
 }
 
@@ -218,3 +316,5 @@ const Command replayCommand = {
     { { "speed", "N", "so many times as fast, as 2 or 0.5; \"max\": at once" } },
     1, 1, true, nullptr, run, check, true
 };
+
+#include "replay.moc"

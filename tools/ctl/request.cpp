@@ -97,6 +97,44 @@ readProperties(const Context &context, const std::vector<const Property *> &prop
     return result;
 }
 
+QDBusPendingCall ask(const Context &context, const QDBusMessage &call)
+{
+    return context.bus.asyncCall(call, context.timeout);
+}
+
+QDBusMessage replyOf(QDBusPendingCall call)
+{
+    call.waitForFinished();
+    return call.reply();
+}
+
+QDBusMessage busCall(const char *member, const QVariantList &arguments)
+{
+    QDBusMessage result = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QLatin1String(member));
+    result.setArguments(arguments);
+    return result;
+}
+
+QDBusMessage playerCall(const QString &busName)
+{
+    QDBusMessage result = QDBusMessage::createMethodCall(
+        busName, QStringLiteral("/simulator"), QStringLiteral("org.freedesktop.DBus.Introspectable"),
+        QStringLiteral("Introspect"));
+    result.setAutoStartService(false);
+    return result;
+}
+
+Player playerIn(const QDBusMessage &reply)
+{
+    const QString text = reply.type() == QDBusMessage::ReplyMessage
+        ? reply.arguments().value(0).toString() : QString();
+    return text.contains(QLatin1String("\"org.hnipc.Simulator\"")) ? Player::Simulator
+        : text.contains(QLatin1String("\"org.hnipc.StandIn\""))     ? Player::StandIn
+                                                                     : Player::Real;
+}
+
 int busLost()
 {
     return Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away"));

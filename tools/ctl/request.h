@@ -9,6 +9,8 @@
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QVariant>
+#include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingCall>
 
 #include <utility>
 #include <vector>
@@ -46,6 +48,21 @@ void finish(const std::vector<HNIPCRequest *> &requests);
 /// The values of these properties.
 std::vector<std::pair<const Property *, Outcome>>
 readProperties(const Context &context, const std::vector<const Property *> &properties);
+
+/// @name For what the library has no request for: calls that are all sent at once, and whose replies are
+/// then waited for, no longer than for one.
+/// @{
+QDBusPendingCall ask(const Context &context, const QDBusMessage &call);
+QDBusMessage replyOf(QDBusPendingCall call);
+/// A call of the bus itself.
+QDBusMessage busCall(const char *member, const QVariantList &arguments = {});
+/// @}
+
+/// What "status" calls a daemon that is not a real one.
+enum class Player { Real, Simulator, StandIn };
+/// An introspection of the place where a simulated daemon, or a stand-in of "replay", says so.
+QDBusMessage playerCall(const QString &busName);
+Player playerIn(const QDBusMessage &reply); ///< Real where it says nothing
 
 /// Reports that the bus connection was lost. Returns the exit code.
 int busLost();

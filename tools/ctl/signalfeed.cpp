@@ -2,6 +2,7 @@
 #include "signalfeed.h"
 
 #include "console.h"
+#include "hosts.h"
 #include "request.h"
 
 #include <QtCore/QCoreApplication>
@@ -13,6 +14,7 @@ SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSig
     : m_bus(context.bus)
     , m_handler(std::move(handler))
 {
+    const ReachingDeadline end(context.unreached, context.timeout);
     // Until the event loop has turned once, Qt holds back what comes, and Qt 6 then hands it over
     // behind what came later.
     QCoreApplication::processEvents();
@@ -27,9 +29,7 @@ SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSig
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                   this, SLOT(onDisconnected()));
     // Replied after the subscriptions, which have no reply themselves.
-    m_bus.call(QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId")));
+    m_bus.call(busCall("GetId"));
 }
 
 int SignalFeed::run()

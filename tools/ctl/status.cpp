@@ -4,7 +4,6 @@
 #include "values.h"
 
 #include <QtCore/QJsonArray>
-#include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusReply>
 
 namespace {
@@ -14,17 +13,37 @@ using Answers = std::vector<std::pair<const Property *, Outcome>>;
 // What there is to say of one daemon.
 struct DaemonState
 {
-    QString owner; ///< on the bus; empty where the daemon is absent
+    bool isKnown = true; ///< false where the bus does not reply
+    QString owner;       ///< on the bus; empty where the daemon is absent
     int pid = 0;   ///< 0 where the bus does not tell
+    Player player = Player::Real;
     Answers answers;
 };
 
-DaemonState stateOf(const Context &context, const Daemon &daemon, const Answers &answers)
+// What is asked beside the properties.
+struct Questions
+{
+    Questions(const Context &context, const Daemon &daemon)
+        : owner(ask(context, busCall("GetNameOwner", { daemon.busName })))
+        , pid(ask(context, busCall("GetConnectionUnixProcessID", { daemon.busName })))
+        , player(ask(context, playerCall(daemon.busName)))
+    {
+    }
+
+    QDBusPendingCall owner;
+    QDBusPendingCall pid;
+    QDBusPendingCall player;
+};
+
+DaemonState stateOf(const Daemon &daemon, const Questions &questions, const Answers &answers)
 {
     DaemonState state;
-    state.owner = context.bus.interface()->serviceOwner(daemon.busName).value();
-    const QDBusReply<uint> pid = context.bus.interface()->servicePid(daemon.busName);
-    state.pid = pid.isValid() ? int(pid.value()) : 0;
+    const QDBusReply<QString> owner = replyOf(questions.owner);
+    state.isKnown = owner.isValid()
+        || owner.error().name() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
+    state.owner = owner.value();
+    state.pid = int(QDBusReply<uint>(replyOf(questions.pid)).value());
+    state.player = playerIn(replyOf(questions.player));
     for (const auto &answer : answers) {
         if (answer.first->method->daemon == &daemon) {
             state.answers.push_back(answer);
@@ -57,6 +76,10 @@ QJsonObject jsonOf(const Daemon &daemon, const DaemonState &state)
         if (state.pid != 0) {
             object.insert(QStringLiteral("pid"), state.pid);
         }
+        if (state.player != Player::Real) {
+            object.insert(state.player == Player::Simulator ? QStringLiteral("simulated")
+                                                            : QStringLiteral("standIn"), true);
+        }
     }
     return object;
 }
@@ -68,8 +91,12 @@ void print(const Daemon &daemon, const DaemonState &state)
         Console::print(name + Console::warning(QStringLiteral("absent")));
         return;
     }
+    const char *player = state.player == Player::Simulator ? ", simulated"
+        : state.player == Player::StandIn                 ? ", stand-in of replay"
+                                                           : "";
     Console::print(name + QLatin1String("present, ") + state.owner
-                   + (state.pid == 0 ? QString() : QStringLiteral(", process %1").arg(state.pid)));
+                   + (state.pid == 0 ? QString() : QStringLiteral(", process %1").arg(state.pid))
+                   + Console::warning(QLatin1String(player)));
     for (const auto &[property, answer] : state.answers) {
         Console::print(QLatin1String("  ") + property->name.leftJustified(25)
                        + (answer.ok() ? colouredText(answer.value)
@@ -83,6 +110,10 @@ int run(const Context &context, const QStringList &)
     for (const Property &property : context.contract.properties()) {
         properties.push_back(&property);
     }
+    std::vector<Questions> questions;
+    for (const Daemon &daemon : context.contract.daemons()) {
+        questions.emplace_back(context, daemon);
+    }
     const Answers answers = readProperties(context, properties);
 
     int exitCode = Toolkit::Done;
@@ -94,7 +125,14 @@ int run(const Context &context, const QStringList &)
     }
     QJsonArray daemons;
     for (const Daemon &daemon : context.contract.daemons()) {
-        const DaemonState state = stateOf(context, daemon, answers);
+        const auto &asked = questions[size_t(&daemon - context.contract.daemons().data())];
+        const DaemonState state = stateOf(daemon, asked, answers);
+        if (!state.isKnown) {
+            return context.bus.isConnected()
+                ? Console::fail(Toolkit::NoAnswer, QStringLiteral("%1 within %2 ms")
+                                                       .arg(context.unreached).arg(context.timeout))
+                : busLost();
+        }
         const int own = exitCodeOf(state);
         exitCode = own == Toolkit::Done ? exitCode : own;
         if (context.json) {

@@ -6,6 +6,7 @@
 #include "names.h"
 #include "values.h"
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDateTime>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -21,19 +22,6 @@ const double longest = 1e9; // seconds
 QString formatName()
 {
     return QStringLiteral("hnipc-trace");
-}
-
-// A number that JSON has no form for is a text.
-QJsonValue exactJsonOf(const QVariant &value)
-{
-    const double number = value.toDouble();
-    if (value.userType() != QMetaType::Double) {
-        return jsonOf(value);
-    }
-    if (number == 0 && std::signbit(number)) {
-        return QStringLiteral("-0");
-    }
-    return std::isfinite(number) ? QJsonValue(number) : QString::number(number);
 }
 
 bool isText(const QJsonValue &value)
@@ -234,7 +222,7 @@ QJsonObject traceLine(double at, const ClientSignal &signal, const QDBusMessage 
     QJsonArray arguments;
     const QVariantList values = message.arguments();
     for (const QVariant &value : values) {
-        arguments += exactJsonOf(plain(value));
+        arguments += jsonOf(plain(value));
     }
     return { { QStringLiteral("at"), at },
              { QStringLiteral("daemon"), signal.daemon->name },
@@ -246,21 +234,22 @@ QJsonObject traceLine(double at, const ClientSignal &signal, const QDBusMessage 
 int readTrace(const Contract &contract, const QString &fileName, std::vector<TraceEvent> *events)
 {
     QFile file(fileName);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    // What can be opened cannot always be read.
-    if (isOpen) {
-        file.peek(1);
-    }
+    const bool isInput = fileName == QLatin1String("-");
+    const bool isOpen = isInput ? file.open(stdin, QIODevice::ReadOnly)
+                                : file.open(QIODevice::ReadOnly);
+    // What can be opened cannot always be read; and of a pipe, nothing tells whether it is at its end.
+    QByteArray text = isOpen ? file.readAll() : QByteArray();
     if (file.error() != QFile::NoError) {
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());
     }
+    QBuffer lines(&text);
+    lines.open(QIODevice::ReadOnly);
     int line = 1;
     try {
-        checkHeader(objectIn(file.readLine()));
-        while (!file.atEnd()) {
+        checkHeader(objectIn(lines.readLine()));
+        while (!lines.atEnd()) {
             ++line;
-            const QByteArray text = file.readLine();
-            events->push_back(eventOf(contract, objectIn(text),
+            events->push_back(eventOf(contract, objectIn(lines.readLine()),
                                       events->empty() ? 0 : events->back().at));
             events->back().line = line;
         }

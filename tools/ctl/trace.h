@@ -23,7 +23,7 @@ struct TraceEvent
 QJsonObject traceHeader();
 QJsonObject traceLine(double at, const ClientSignal &signal, const QDBusMessage &message);
 
-/// Reads all of a file. Answers the exit code; where a line is wrong, what was expected is said in
+/// Reads all of a file, or of standard input for "-". Returns the exit code; where a line is wrong, what was expected is said in
 /// the form "FILE:LINE: expected ..., not ...".
 int readTrace(const Contract &contract, const QString &fileName, std::vector<TraceEvent> *events);
 

@@ -14,6 +14,8 @@
 #include <QtDBus/QDBusSignature>
 #include <QtDBus/QDBusVariant>
 
+#include <cmath>
+
 namespace {
 
 const ArgumentType argumentTypes[] = {
@@ -173,6 +175,13 @@ QString shownType(const QByteArray &name)
     return QLatin1String(type ? type->shown : name.constData());
 }
 
+std::optional<QString> exactText(const QByteArray &utf8)
+{
+    // Behind another character, Qt takes no U+FEFF for a mark of the encoding, which it drops.
+    const QString text = QString::fromUtf8(' ' + utf8).mid(1);
+    return text.toUtf8() == utf8 ? std::optional<QString>(text) : std::nullopt;
+}
+
 QVariant parsed(const QString &text, const ArgumentType &type)
 {
     switch (type.wire[0]) {
@@ -302,6 +311,13 @@ QStringList linesOf(const QVariant &value)
 
 QJsonValue jsonOf(const QVariant &value)
 {
+    if (holds<double>(value)) {
+        const double number = value.toDouble();
+        if (number == 0 && std::signbit(number)) {
+            return QStringLiteral("-0");
+        }
+        return std::isfinite(number) ? QJsonValue(number) : QString::number(number);
+    }
     if (holds<quint64>(value) || holds<qint64>(value)) {
         return value.toString();
     }

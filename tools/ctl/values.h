@@ -10,6 +10,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
+#include <optional>
+
 /// A type that arguments have.
 struct ArgumentType
 {
@@ -25,6 +27,9 @@ const ArgumentType *argumentType(const QByteArray &name);
 
 /// The type's name as the client's header has it, whatever the meta-object calls it.
 QString shownType(const QByteArray &name);
+
+/// The text of these bytes; none where they are not UTF-8, and so would be sent as another text.
+std::optional<QString> exactText(const QByteArray &utf8);
 
 /// What a person typed for a value of this type; invalid where it is none.
 QVariant parsed(const QString &text, const ArgumentType &type);
@@ -45,7 +50,8 @@ QString textOf(const QVariant &value);
 QString colouredText(const QVariant &value, int width = 10000);
 /// At length: a row for each element of a list, table or record, bytes as numbers, text as it is.
 QStringList linesOf(const QVariant &value);
-/// 64-bit numbers as text, because few readers of JSON keep them whole, and bytes in base64.
+/// 64-bit numbers as text, because few readers of JSON keep them whole, and real numbers that JSON has
+/// no form for: "inf", "-inf", "nan" and "-0". Bytes are in base64.
 QJsonValue jsonOf(const QVariant &value);
 
 #endif

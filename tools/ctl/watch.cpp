@@ -70,7 +70,10 @@ Watch::Watch(const Context &context)
     m_redraw.setInterval(40);
     QObject::connect(&m_redraw, &QTimer::timeout, [this]() { draw(); });
     if (m_isTable) {
-        Console::hideCursor();
+        Console::hideCursor([this]() {
+            m_drawn = false; // below what the shell has printed meanwhile
+            draw();
+        });
         m_redraw.start();
     }
 }
