@@ -16,6 +16,7 @@
 #include <QtCore/QScopedPointer>
 #include <QtCore/QTemporaryDir>
 
+#include <algorithm>
 #include <unistd.h>
 
 using namespace Expected;
@@ -263,6 +264,9 @@ private Q_SLOTS:
 
     void listsEveryMethod();
     void listsByPattern();
+    void listsSignalsAndProperties();
+    void suggestsForPatterns_data();
+    void suggestsForPatterns();
     void takesAWrongPatternAsText();
     void namesSignalsAsClientsDo();
 
@@ -403,7 +407,8 @@ void tst_Ctl::wrongUsage_data()
     row("call", "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
                 "[ARGUMENT...]");
     row("get", "usage: hnipcctl get PROPERTY...|all");
-    row("list a b", "usage: hnipcctl list [PATTERN]");
+    row("list a b", "usage: hnipcctl list [--signals] [--properties] [PATTERN]");
+    row("list --signals --properties", "--signals and --properties list different things");
     row("status --timeout 0", "--timeout is not a number of milliseconds from 1: \"0\"");
     row("status --timeout 1s", "--timeout is not a number of milliseconds from 1: \"1s\"");
     row("monitor --count 0", "--count is not a number from 1: \"0\"");
@@ -534,7 +539,66 @@ void tst_Ctl::listsByPattern()
     Ctl none(words("list feed*"));
     QCOMPARE(none.exitCode(), 7);
     QCOMPARE(none.out(), QByteArray());
-    QCOMPARE(none.err(), QByteArray("hnipcctl: no method matches \"feed*\"\n"));
+    QCOMPARE(none.err(), QByteArray("hnipcctl: no method matches \"feed*\"; did you mean forwardFeed, "
+                                    "backwardFeed?\n"));
+}
+
+void tst_Ctl::listsSignalsAndProperties()
+{
+    const QList<QByteArray> signalRows = lines(Ctl(words("list --signals")).out());
+    QCOMPARE(signalRows.size(), 59);
+    QVERIFY2(signalRows.contains("m4       Error(int value)   The error code; the daemon's."),
+             signalRows.first());
+    const QJsonArray ofDac = array(Ctl(words("--json list --signals m4dac0")).out());
+    QCOMPARE(ofDac, array("[{\"name\":\"M4Dac0\",\"daemon\":\"m4\",\"arguments\":[{\"name\":\"value\","
+                          "\"type\":\"quint32\"}],\"summary\":\"The DAC value; unit the daemon's.\"}]"));
+    const QJsonArray lists = array(Ctl(words("--json list --signals Ribbon2RGBsChanged")).out());
+    QCOMPARE(lists.first().toObject().value(text("arguments")).toArray().first().toObject()
+                 .value(text("type")), QJsonValue(text("QStringList")));
+
+    const QList<QByteArray> properties = lines(Ctl(words("list --properties")).out());
+    QCOMPARE(properties.size(), 8);
+    for (const PropertyRow &row : propertyRows) {
+        const QByteArray start
+            = QByteArray(daemonNames[row.server]).leftJustified(9) + row.name + " -> ";
+        const QByteArray end = QByteArray(" (") + row.reader + ')';
+        QVERIFY2(std::count_if(properties.begin(), properties.end(), [&](const QByteArray &line) {
+                     return line.startsWith(start) && line.endsWith(end);
+                 }) == 1, row.name);
+    }
+    QCOMPARE(array(Ctl(words("--json list --properties qmlSupplySKU")).out()).first().toObject()
+                 .value(text("method")), QJsonValue(text("supplySKUCached")));
+}
+
+void tst_Ctl::suggestsForPatterns_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QByteArray>("message");
+
+    const auto row = [](const char *command, const char *message) {
+        QTest::newRow(command) << QByteArray(command) << QByteArray(message);
+    };
+    row("list forwrdFeed", "no method matches \"forwrdFeed\"; did you mean forwardFeed?");
+    row("list forwrd*", "no method matches \"forwrd*\"; did you mean forwardFeed?");
+    row("list qmlBat", "no method matches \"qmlBat\", but a property does: "
+                       "hnipcctl list --properties 'qmlBat'");
+    row("list M4PrinterLid", "no method matches \"M4PrinterLid\", but a signal does: "
+                             "hnipcctl list --signals 'M4PrinterLid'");
+    row("list --properties getErr", "no property matches \"getErr\", but a method does: "
+                                    "hnipcctl list 'getErr'");
+    row("monitor qml*", "no signal matches \"qml*\", but properties do: "
+                        "hnipcctl list --properties 'qml*'");
+    row("list zzzzzz", "no method matches \"zzzzzz\"");
+}
+
+void tst_Ctl::suggestsForPatterns()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QByteArray, message);
+
+    Ctl ctl(words(command));
+    QCOMPARE(ctl.exitCode(), 7);
+    QCOMPARE(ctl.err(), "hnipcctl: " + message + '\n');
 }
 
 void tst_Ctl::takesAWrongPatternAsText()

@@ -215,5 +215,5 @@ const Command callCommand = {
       { "force", nullptr, "overwrite FILE" },
       { "deadline", "MS", "wait so long, and say in words what became of the call" } },
     1, -1, true,
-    [](const Contract &contract) { return contract.methodNames(); }, run, check
+    [](const Contract &contract) { return contract.methodNames(); }, run, check, false, false, false
 };

@@ -47,6 +47,7 @@ struct Command
     int (*check)(const Context &context, const QStringList &arguments) = nullptr;
     bool onePrinter = false;  ///< makes no sense for several side by side
     bool inLines = false;     ///< prints lines as they come, also for each printer of several
+    bool described = true;    ///< needs the descriptions of the interfaces
 };
 
 extern const Command statusCommand;

@@ -9,6 +9,7 @@
 #include <hnipc/ihnipcm4.h>
 #include <hnipc/ihnipcsupplyd.h>
 
+#include <QtCore/QHash>
 #include <QtCore/QMetaClassInfo>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaProperty>
@@ -29,6 +30,9 @@ const struct { const char *property; const char *method; } readers[] = {
     { "qmlPrintEngineAlertCode", "getAlert" },
     { "qmlBatteryStatus", "getBatteryStatus" },
 };
+
+const QMetaObject *const servers[] = { &IHNIPCIOEXPD::staticMetaObject, &IHNIPCM4::staticMetaObject,
+                                       &IHNIPCSUPPLYD::staticMetaObject };
 
 // The named element of a list, null where there is none.
 template <typename List>
@@ -75,6 +79,12 @@ QString wireSignature(const QList<Parameter> &parameters)
     return result;
 }
 
+// Of a method, or of a signal, among those that share its name.
+QString keyOf(const QString &name, const QString &signature)
+{
+    return name + QLatin1Char(' ') + signature;
+}
+
 QString wirePrefix(const Daemon &daemon)
 {
     return daemon.name.toUpper() + QLatin1Char('_');
@@ -83,11 +93,18 @@ QString wirePrefix(const Daemon &daemon)
 // A daemon's own names of its signals become those that its clients know, which "monitor" prints.
 void nameSignalsAsClients(Daemon *daemon)
 {
+    const QString prefix = wirePrefix(*daemon);
+    QStringList names;
     for (const InterfaceMember &signal : daemon->interface.members(InterfaceMember::Signal)) {
-        const QRegularExpression word(QLatin1String("\\b") + signal.name + QLatin1String("\\b"));
-        const QString clientName = signal.name.mid(wirePrefix(*daemon).size());
-        for (InterfaceMember &member : daemon->interface.allMembers) {
-            member.documentation.replace(word, clientName);
+        names += signal.name;
+    }
+    for (InterfaceMember &member : daemon->interface.allMembers) {
+        if (!member.documentation.contains(prefix)) {
+            continue;
+        }
+        for (const QString &name : qAsConst(names)) {
+            const QRegularExpression word(QLatin1String("\\b") + name + QLatin1String("\\b"));
+            member.documentation.replace(word, name.mid(prefix.size()));
         }
     }
 }
@@ -119,13 +136,20 @@ QString Method::result() const
     return shownType(resultType);
 }
 
-std::unique_ptr<Contract> Contract::load(QString *error)
+std::unique_ptr<Contract> Contract::ofLibrary(QString *error)
 {
     std::unique_ptr<Contract> result(new Contract);
-    if (!result->loadDaemons(error) || !result->loadMembers(error)
-        || !result->loadProperties(error)) {
+    result->loadDaemons();
+    return result->loadMethods(error) && result->loadProperties(error) ? std::move(result) : nullptr;
+}
+
+std::unique_ptr<Contract> Contract::load(QString *error)
+{
+    std::unique_ptr<Contract> result = ofLibrary(error);
+    if (!result || !result->describeDaemons(error) || !result->describeMethods(error)) {
         return nullptr;
     }
+    result->loadSignals();
     return result;
 }
 
@@ -159,84 +183,124 @@ QStringList Contract::signalNames() const
     return namesOf(m_signals);
 }
 
-bool Contract::loadDaemons(QString *error)
+void Contract::loadDaemons()
 {
-    for (const QMetaObject *server : { &IHNIPCIOEXPD::staticMetaObject,
-                                       &IHNIPCM4::staticMetaObject,
-                                       &IHNIPCSUPPLYD::staticMetaObject }) {
-        const QString interface = QLatin1String(
+    for (const QMetaObject *server : servers) {
+        Daemon daemon;
+        daemon.interface.name = QLatin1String(
             server->classInfo(server->indexOfClassInfo("D-Bus Interface")).value());
-        const QString file = interfaceFile(interface);
+        daemon.name = daemon.interface.name.mid(int(qstrlen("local.IHNIPC"))).toLower();
+        daemon.busName = QLatin1String("org.hnipc.") + daemon.name;
+        m_daemons.push_back(daemon);
+    }
+}
+
+bool Contract::loadMethods(QString *error)
+{
+    QHash<QString, const Daemon *> owners;
+    for (size_t i = 0; i < m_daemons.size(); ++i) {
+        const QMetaObject *server = servers[i];
+        for (int n = server->methodOffset(); n < server->methodCount(); ++n) {
+            const QMetaMethod method = server->method(n);
+            owners.insert(keyOf(QString::fromLatin1(method.name()),
+                                wireSignature(parametersOf(method))), &m_daemons[i]);
+        }
+    }
+    const QMetaObject &client = HNIPC::staticMetaObject;
+    for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
+        const QMetaMethod member = client.method(i);
+        if (member.methodType() == QMetaMethod::Signal) {
+            continue;
+        }
+        if (member.attributes() & QMetaMethod::Cloned) {
+            // The full form, which is the one on the bus, stands before its shortened ones.
+            m_methods.back().required = member.parameterCount();
+            continue;
+        }
+        const QString name = QString::fromLatin1(member.name());
+        const QList<Parameter> parameters = parametersOf(member);
+        const QByteArray result = member.typeName();
+        const Daemon *daemon = owners.value(keyOf(name, wireSignature(parameters)));
+        if (!daemon) {
+            *error = QStringLiteral("no daemon of this library has the method %1")
+                         .arg(QString::fromLatin1(member.methodSignature()));
+            return false;
+        }
+        m_methods.push_back({ name, parameters, int(parameters.size()),
+                              result == "void" ? QByteArray() : result, QString(), daemon });
+    }
+    return true;
+}
+
+bool Contract::describeDaemons(QString *error)
+{
+    for (Daemon &daemon : m_daemons) {
+        const QString name = daemon.interface.name;
+        const QString file = interfaceFile(name);
         if (file.isEmpty()) {
-            *error = QStringLiteral("the description of %1 is not installed").arg(interface);
+            *error = QStringLiteral("the description of %1 is not installed").arg(name);
             return false;
         }
         std::optional<Interface> description = readInterfaceFile(file, error);
         if (!description) {
             return false;
         }
-        const QString name = interface.mid(int(qstrlen("local.IHNIPC"))).toLower();
-        m_daemons.push_back({ name, QLatin1String("org.hnipc.") + name, *description });
-        nameSignalsAsClients(&m_daemons.back());
+        daemon.interface = *description;
+        nameSignalsAsClients(&daemon);
     }
     return true;
 }
 
-bool Contract::loadMembers(QString *error)
+bool Contract::describeMethods(QString *error)
 {
-    const QMetaObject &client = HNIPC::staticMetaObject;
-    for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
-        const QMetaMethod member = client.method(i);
-        if (member.attributes() & QMetaMethod::Cloned) {
-            // The full form, which is the one on the bus, stands before its shortened ones.
-            m_methods.back().required = member.parameterCount();
-        } else if (member.methodType() == QMetaMethod::Signal) {
-            addSignal(member);
-        } else if (!addMethod(member)) {
+    QHash<QString, QString> summaries;
+    for (const Daemon &daemon : m_daemons) {
+        for (const InterfaceMember &method : daemon.interface.allMembers) {
+            if (method.kind == InterfaceMember::Method) {
+                summaries.insert(daemon.name
+                                     + keyOf(method.name, method.signature(InterfaceArgument::In)),
+                                 method.documentation);
+            }
+        }
+    }
+    for (Method &method : m_methods) {
+        method.summary = summaries.value(method.daemon->name
+                                         + keyOf(method.name, wireSignature(method.parameters)));
+        if (method.summary.isEmpty()) {
             *error = QStringLiteral("no installed description has the method %1 of this library")
-                         .arg(QString::fromLatin1(member.methodSignature()));
+                         .arg(method.signature());
             return false;
         }
     }
     return true;
 }
 
-// A signal that no daemon sends is the application's own.
-void Contract::addSignal(const QMetaMethod &member)
+// A signal of the client that no daemon sends is the application's own.
+void Contract::loadSignals()
 {
-    const QString name = QString::fromLatin1(member.name());
-    QStringList parameters;
-    for (const QByteArray &parameter : member.parameterNames()) {
-        parameters += QString::fromLatin1(parameter);
-    }
-    for (const Daemon &daemon : m_daemons) {
-        for (const InterfaceMember &signal : daemon.interface.members(InterfaceMember::Signal)) {
-            if (signal.name == wirePrefix(daemon) + name) {
-                m_signals.push_back({ name, parameters, signal.name,
-                                      signal.signature(InterfaceArgument::Out),
-                                      signal.documentation, &daemon });
+    const QMetaObject &client = HNIPC::staticMetaObject;
+    for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
+        const QMetaMethod member = client.method(i);
+        if (member.methodType() != QMetaMethod::Signal
+            || (member.attributes() & QMetaMethod::Cloned)) {
+            continue;
+        }
+        const QString name = QString::fromLatin1(member.name());
+        QStringList parameters;
+        for (const QByteArray &parameter : member.parameterNames()) {
+            parameters += QString::fromLatin1(parameter);
+        }
+        for (const Daemon &daemon : m_daemons) {
+            const QString wireName = wirePrefix(daemon) + name;
+            for (const InterfaceMember &signal : daemon.interface.allMembers) {
+                if (signal.kind == InterfaceMember::Signal && signal.name == wireName) {
+                    m_signals.push_back({ name, parameters, signal.name,
+                                          signal.signature(InterfaceArgument::Out),
+                                          signal.documentation, &daemon });
+                }
             }
         }
     }
-}
-
-bool Contract::addMethod(const QMetaMethod &member)
-{
-    const QString name = QString::fromLatin1(member.name());
-    const QList<Parameter> parameters = parametersOf(member);
-    const QString wire = wireSignature(parameters);
-    const QByteArray result = member.typeName();
-    for (const Daemon &daemon : m_daemons) {
-        for (const InterfaceMember &method : daemon.interface.members(InterfaceMember::Method)) {
-            if (method.name == name && method.signature(InterfaceArgument::In) == wire) {
-                m_methods.push_back({ name, parameters, member.parameterCount(),
-                                      result == "void" ? QByteArray() : result,
-                                      method.documentation, &daemon });
-                return true;
-            }
-        }
-    }
-    return false;
 }
 
 bool Contract::loadProperties(QString *error)

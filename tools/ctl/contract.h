@@ -62,12 +62,16 @@ struct Property
     const Method *method = nullptr; ///< that reads it
 };
 
-/// All that the tool knows of the printer's bus: what the meta-object of the client class says, and
-/// what the installed descriptions of the daemons' interfaces add to it.
+/// All that the tool knows of the printer's bus: what the meta-objects of the library say, and what the
+/// installed descriptions of the daemons' interfaces add to it.
 class Contract
 {
 public:
-    /// Null, with the reason, where a description is missing, or wrong.
+    /// What the library says: no signals, no interfaces but their names, and no summaries. It takes a
+    /// small part of the time that the descriptions take to be read. Null, with the reason, if something
+    /// of the library is unknown here.
+    static std::unique_ptr<Contract> ofLibrary(QString *error);
+    /// All. Null, with the reason, also if a description is missing, or wrong.
     static std::unique_ptr<Contract> load(QString *error);
 
     const std::vector<Daemon> &daemons() const { return m_daemons; }
@@ -83,11 +87,12 @@ public:
     QStringList signalNames() const;
 
 private:
-    bool loadDaemons(QString *error);
-    bool loadMembers(QString *error);
-    void addSignal(const QMetaMethod &member);
-    bool addMethod(const QMetaMethod &member);
+    void loadDaemons();
+    bool loadMethods(QString *error);
     bool loadProperties(QString *error);
+    bool describeDaemons(QString *error);
+    bool describeMethods(QString *error);
+    void loadSignals();
 
     std::vector<Daemon> m_daemons;
     std::vector<Method> m_methods;

@@ -63,5 +63,5 @@ const Command getCommand = {
     [](const Contract &contract) {
         return contract.propertyNames() << QStringLiteral("all");
     },
-    run, check
+    run, check, false, false, false
 };

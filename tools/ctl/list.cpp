@@ -27,41 +27,113 @@ QJsonObject json(const Method &method)
              { QStringLiteral("summary"), method.summary } };
 }
 
+void printRow(const Daemon &daemon, const QString &name, const QString &types, const QString &summary)
+{
+    Console::print(daemon.name.leftJustified(9) + Console::bold(name) + types
+                   + QLatin1String(Console::isTerminal() ? "\n         " : "   ")
+                   + Console::dim(summary));
+}
+
 void print(const Method &method)
 {
     const QString result = method.resultType.isEmpty()
         ? QString() : QLatin1String(" -> ") + method.result();
-    Console::print(method.daemon->name.leftJustified(9) + Console::bold(method.name)
-                   + method.declaration().mid(method.name.size()) + result
-                   + QLatin1String(Console::isTerminal() ? "\n         " : "   ")
-                   + Console::dim(method.summary));
+    printRow(*method.daemon, method.name, method.declaration().mid(method.name.size()) + result,
+             method.summary);
+}
+
+QJsonObject json(const ClientSignal &signal)
+{
+    const QStringList types = typesIn(signal.signature);
+    QJsonArray parameters;
+    for (int i = 0; i < types.size(); ++i) {
+        parameters += QJsonObject { { QStringLiteral("name"), signal.parameters.value(i) },
+                                    { QStringLiteral("type"), wireTypeShown(types.at(i)) } };
+    }
+    return { { QStringLiteral("name"), signal.name },
+             { QStringLiteral("daemon"), signal.daemon->name },
+             { QStringLiteral("arguments"), parameters },
+             { QStringLiteral("summary"), signal.summary } };
+}
+
+void print(const ClientSignal &signal)
+{
+    const QStringList types = typesIn(signal.signature);
+    QStringList parameters;
+    for (int i = 0; i < types.size(); ++i) {
+        parameters += wireTypeShown(types.at(i)) + QLatin1Char(' ') + signal.parameters.value(i);
+    }
+    printRow(*signal.daemon, signal.name,
+             QLatin1Char('(') + parameters.join(QLatin1String(", ")) + QLatin1Char(')'),
+             signal.summary);
+}
+
+QJsonObject json(const Property &property)
+{
+    return { { QStringLiteral("name"), property.name },
+             { QStringLiteral("daemon"), property.method->daemon->name },
+             { QStringLiteral("type"), property.method->result() },
+             { QStringLiteral("method"), property.method->name },
+             { QStringLiteral("summary"), property.method->summary } };
+}
+
+void print(const Property &property)
+{
+    printRow(*property.method->daemon, property.name,
+             QLatin1String(" -> ") + property.method->result(),
+             QStringLiteral("%1 (%2)").arg(property.method->summary, property.method->name));
+}
+
+// Those of a kind that match.
+template <typename Row>
+int listRows(const Context &context, const std::vector<Row> &rows, const char *kind,
+             const QStringList &names, const QString &text)
+{
+    const Pattern pattern(text);
+    QJsonArray all;
+    bool hasAny = false;
+    for (const Row &row : rows) {
+        if (pattern.matches(row.name)) {
+            hasAny = true;
+            if (context.json) {
+                all += json(row);
+            } else {
+                print(row);
+            }
+        }
+    }
+    if (!hasAny) {
+        return Console::fail(Toolkit::NoSuchName,
+                             noMatch(kind, text, names, context.contract));
+    }
+    if (context.json) {
+        Console::print(all);
+    }
+    return Toolkit::Done;
+}
+
+bool hasOption(const Context &context, const char *name)
+{
+    return context.options.contains(QLatin1String(name));
+}
+
+int check(const Context &context, const QStringList &)
+{
+    return hasOption(context, "signals") && hasOption(context, "properties")
+        ? Console::fail(Toolkit::WrongUsage,
+                        QStringLiteral("--signals and --properties list different things"))
+        : int(Toolkit::Done);
 }
 
 int run(const Context &context, const QStringList &arguments)
 {
-    const Pattern pattern(arguments.value(0));
-    std::vector<const Method *> methods;
-    for (const Method &method : context.contract.methods()) {
-        if (pattern.matches(method.name)) {
-            methods.push_back(&method);
-        }
-    }
-    if (methods.empty()) {
-        return Console::fail(Toolkit::NoSuchName, QStringLiteral("no method matches \"%1\"")
-                                 .arg(arguments.value(0)));
-    }
-    if (context.json) {
-        QJsonArray all;
-        for (const Method *method : methods) {
-            all += json(*method);
-        }
-        Console::print(all);
-        return Toolkit::Done;
-    }
-    for (const Method *method : methods) {
-        print(*method);
-    }
-    return Toolkit::Done;
+    const Contract &contract = context.contract;
+    const QString text = arguments.value(0);
+    return hasOption(context, "signals")
+        ? listRows(context, contract.clientSignals(), "signal", contract.signalNames(), text)
+        : hasOption(context, "properties")
+        ? listRows(context, contract.properties(), "property", contract.propertyNames(), text)
+        : listRows(context, contract.methods(), "method", contract.methodNames(), text);
 }
 
 } // namespace
@@ -70,7 +142,13 @@ const Command listCommand = {
     "list", "[PATTERN]", "Every method, with its arguments, its result and its daemon",
     "Lists the methods whose names match PATTERN, all without one. A pattern with\n"
     "*, ? or [ has to match the whole name, any other a part of it. An argument in\n"
-    "brackets may be left out.",
-    {}, 0, 1, false,
-    [](const Contract &contract) { return contract.methodNames(); }, run
+    "brackets may be left out. With --signals, lists signals, with --properties,\n"
+    "properties and the methods that read them.",
+    { { "signals", nullptr, "list the signals" },
+      { "properties", nullptr, "list the properties" } },
+    0, 1, false,
+    [](const Contract &contract) {
+        return contract.methodNames() + contract.signalNames() + contract.propertyNames();
+    },
+    run, check
 };

@@ -421,7 +421,8 @@ int run(const CommandLine &line)
         return exitCode;
     }
     QString error;
-    const std::unique_ptr<Contract> contract = Contract::load(&error);
+    const std::unique_ptr<Contract> contract
+        = line.command->described ? Contract::load(&error) : Contract::ofLibrary(&error);
     if (!contract) {
         return Console::fail(Failed, error);
     }

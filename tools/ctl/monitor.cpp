@@ -79,8 +79,9 @@ void noteChanges(const HNIPCAvailability *daemons, void (HNIPCAvailability::*cha
 int check(const Context &context, const QStringList &arguments)
 {
     if (signalsLike(context.contract, Pattern(arguments.value(0))).empty()) {
-        return Console::fail(Toolkit::NoSuchName, QStringLiteral("no signal matches \"%1\"")
-                                 .arg(arguments.first()));
+        return Console::fail(Toolkit::NoSuchName,
+                             noMatch("signal", arguments.first(), context.contract.signalNames(),
+                                     context.contract));
     }
     return SignalLimit::check(context);
 }

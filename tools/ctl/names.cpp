@@ -68,10 +68,14 @@ QString didYouMean(const QString &name, const QStringList &names)
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract)
 {
+    // The signals are worth the time that their descriptions take, where there is an error to be told.
+    QString error;
+    const std::unique_ptr<Contract> described = Contract::load(&error);
     const struct { QStringList names; const char *hint; } others[] = {
         { contract.methodNames(), "%1 is a method: hnipcctl call %1" },
         { contract.propertyNames(), "%1 is a property: hnipcctl get %1" },
-        { contract.signalNames(), "%1 is a signal: hnipcctl monitor %1" },
+        { described ? described->signalNames() : QStringList(),
+          "%1 is a signal: hnipcctl monitor %1" },
     };
     for (const auto &other : others) {
         if (other.names.contains(name)) {
@@ -80,4 +84,51 @@ QString noSuch(const char *kind, const QString &name, const QStringList &names,
     }
     return QStringLiteral("no %1 %2%3")
         .arg(QLatin1String(kind), name, didYouMean(name, names));
+}
+
+QString noMatch(const char *kind, const QString &pattern, const QStringList &names,
+                const Contract &contract)
+{
+    const QString start
+        = QStringLiteral("no %1 matches \"%2\"").arg(QLatin1String(kind), pattern);
+    const Pattern wanted(pattern);
+    const struct {
+        const char *kind;
+        const char *one;
+        const char *many;
+        QStringList names;
+        const char *command;
+    } others[] = {
+        { "method", "a method does", "methods do", contract.methodNames(), "hnipcctl list" },
+        { "property", "a property does", "properties do", contract.propertyNames(),
+          "hnipcctl list --properties" },
+        { "signal", "a signal does", "signals do", contract.signalNames(),
+          "hnipcctl list --signals" },
+    };
+    for (const auto &other : others) {
+        const auto matches = [&](const QString &name) { return wanted.matches(name); };
+        const int count = int(std::count_if(other.names.begin(), other.names.end(), matches));
+        if (qstrcmp(other.kind, kind) != 0 && count > 0) {
+            return QStringLiteral("%1, but %2: %3 '%4'")
+                .arg(start, QLatin1String(count == 1 ? other.one : other.many),
+                     QLatin1String(other.command), pattern);
+        }
+    }
+    QString letters = pattern;
+    letters.remove(QLatin1Char('*')).remove(QLatin1Char('?'));
+    const QString hint = didYouMean(letters, names);
+    if (!hint.isEmpty() || letters.size() < 4) {
+        return start + hint;
+    }
+    // A pattern may be meant for the beginning of a name.
+    QStringList near;
+    for (const QString &name : names) {
+        if (distance(letters.toLower(), name.left(letters.size()).toLower()) <= letters.size() / 4
+            || distance(letters.toLower(), name.left(letters.size() + 1).toLower()) <= 1) {
+            near += name;
+        }
+    }
+    return near.isEmpty() ? start
+                          : start + QStringLiteral("; did you mean %1?")
+                                        .arg(near.mid(0, 4).join(QLatin1String(", ")));
 }

@@ -30,4 +30,8 @@ QString didYouMean(const QString &name, const QStringList &names);
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract);
 
+/// "no method matches "PATTERN"; did you mean A, B?", or the option of "list" that finds it.
+QString noMatch(const char *kind, const QString &pattern, const QStringList &names,
+                const Contract &contract);
+
 #endif

@@ -155,5 +155,5 @@ const Command statusCommand = {
     "status", "", "Which daemons are there, and the values of their properties",
     "Ends with 4 where a daemon is absent, and as \"call\" does where one does not\n"
     "answer.",
-    {}, 0, 0, true, nullptr, run
+    {}, 0, 0, true, nullptr, run, nullptr, false, false, false
 };

@@ -163,23 +163,9 @@ const ClientSignal *signalIn(const Contract &contract, const QJsonObject &object
     return result;
 }
 
-// An argument of a signal is of a basic type, or a list of one.
-QStringList typesOf(const ClientSignal &signal)
-{
-    QStringList types;
-    for (const QChar letter : signal.signature) {
-        if (!types.isEmpty() && types.last() == QLatin1String("a")) {
-            types.last() += letter;
-        } else {
-            types += letter;
-        }
-    }
-    return types;
-}
-
 QVariantList argumentsIn(const QJsonObject &object, const ClientSignal &signal)
 {
-    const QStringList types = typesOf(signal);
+    const QStringList types = typesIn(signal.signature);
     QVariantList result;
     const QJsonValue arguments = object.value(QLatin1String("arguments"));
     if (!arguments.isArray() || arguments.toArray().size() != types.size()) {

@@ -175,6 +175,29 @@ QString shownType(const QByteArray &name)
     return QLatin1String(type ? type->shown : name.constData());
 }
 
+QStringList typesIn(const QString &signature)
+{
+    QStringList types;
+    for (const QChar letter : signature) {
+        if (!types.isEmpty() && types.last() == QLatin1String("a")) {
+            types.last() += letter;
+        } else {
+            types += letter;
+        }
+    }
+    return types;
+}
+
+QString wireTypeShown(const QString &wire)
+{
+    for (const ArgumentType &type : argumentTypes) {
+        if (wire == QLatin1String(type.wire)) {
+            return QLatin1String(type.shown);
+        }
+    }
+    return wire == QLatin1String("d") ? QStringLiteral("double") : wire;
+}
+
 std::optional<QString> exactText(const QByteArray &utf8)
 {
     // Behind another character, Qt takes no U+FEFF for a mark of the encoding, which it drops.

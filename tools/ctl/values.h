@@ -28,6 +28,11 @@ const ArgumentType *argumentType(const QByteArray &name);
 /// The type's name as the client's header has it, whatever the meta-object calls it.
 QString shownType(const QByteArray &name);
 
+/// The types of a signal's arguments, one for each: basic ones, and lists of such.
+QStringList typesIn(const QString &signature);
+/// The name that the client's header has for a type on the bus.
+QString wireTypeShown(const QString &type);
+
 /// The text of these bytes; none where they are not UTF-8, and so would be sent as another text.
 std::optional<QString> exactText(const QByteArray &utf8);
 

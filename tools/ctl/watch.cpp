@@ -142,5 +142,5 @@ const Command watchCommand = {
     "On a terminal, a table that is kept up to date until Ctrl-C; elsewhere, or with\n"
     "--json, a line for each new value. A value is read anew when its signal comes,\n"
     "and when its daemon comes or goes; a read that fails is repeated.",
-    {}, 0, 0, true, nullptr, run, nullptr, true
+    {}, 0, 0, true, nullptr, run, nullptr, true, false, false
 };
