@@ -93,6 +93,7 @@ public:
     void interrupt() { send(SIGINT); }
     void send(int signal) { ::kill(pid_t(m_process.processId()), signal); }
     void type(const QByteArray &keys) { m_process.write(keys); }
+    void endInput() { m_process.closeWriteChannel(); }
 
 private:
     Q_DISABLE_COPY(Ctl)

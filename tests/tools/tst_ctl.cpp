@@ -287,6 +287,8 @@ private Q_SLOTS:
     void keepsFiles();
     void savesAndTells();
     void showsManyBytes();
+    void batch();
+    void batchAnswersAtOnce();
 
     void tellsWhatWentWrong_data();
     void tellsWhatWentWrong();
@@ -1034,6 +1036,100 @@ void tst_Ctl::showsManyBytes()
     QCOMPARE(printed.at(1), QByteArray("0000  01 ab ab ab ab ab ab ab ab ab ab ab ab ab ab ab"));
     QVERIFY(printed.at(16).startsWith("00f0  "));
     QCOMPARE(printed.last(), QByteArray("...   all of them with --output FILE"));
+}
+
+void tst_Ctl::batch()
+{
+    FakeDaemons daemons;
+    answerProperties(&daemons);
+    daemons[M4].answer("setDac", "(true,)");
+    daemons[M4].answer("m4Version", "('4.2\\n1',)");
+    daemons[IOEXPD].answer("enableBacklight", "()");
+    daemons[SUPPLYD].answer("supplyWidth", "(1.0,)");
+    daemons[M4].answerError("dac0", "org.example.Cold", "too cold");
+    const QByteArray input = "getError\n"
+                             "  # nothing to be done\n"
+                             "\n"
+                             "call setDac 5\n"
+                             "setDac x\n"
+                             "enableBacklight on # with a comment\n"
+                             "m4Version\n"
+                             "dac0\n"
+                             "get qmlBatteryStatus\n"
+                             "get qmlBatteryStatus qmlPrintEngineErrorCode\n"
+                             "supplyWidth 'a b' \"c \\\" #\\d\"\n"
+                             "supplyWidth \"\" \\'\n"
+                             "nothing\n"
+                             "getError 'x\n"
+                             "\xff\n"
+                             "call\n"
+                             "get qmlSupplySKU"; // without an end
+    const QByteArray output
+        = "17\n"
+          "true\n"
+          "error: argument 1 (value) is not an unsigned number: \"x\" (0 to 4294967295)\n"
+          "done\n"
+          "\"4.2\\n1\"\n"
+          "error: m4 answered org.example.Cold: too cold\n"
+          "87\n"
+          "qmlBatteryStatus=87 qmlPrintEngineErrorCode=17\n"
+          "1\n"
+          "1\n"
+          "error: no method nothing\n"
+          "error: expected a closing '\n"
+          "error: expected UTF-8\n"
+          "error: call needs a name\n"
+          "\"S-100\"\n";
+    Ctl ctl(words("batch"));
+    ctl.type(input);
+    ctl.endInput();
+    QCOMPARE(ctl.out(), output);
+    QCOMPARE(ctl.err(), QByteArray());
+    QCOMPARE(ctl.exitCode(), 8);
+    QList<QByteArray> widths;
+    for (const WireMessage &message : daemons.takeCalls()) {
+        widths += message.member == "supplyWidth" ? QList<QByteArray> { wireText(message.body) }
+                                                  : QList<QByteArray>();
+    }
+    QCOMPARE(widths, (QList<QByteArray> { wireText("('a b', 'c \" #\\\\d')"),
+                                          wireText("('', \"'\")") }));
+
+    Ctl stops(words("--json batch --stop"));
+    stops.type("getError\n\ndac0\nsetDac 5\n");
+    stops.endInput();
+    QCOMPARE(stops.exitCode(), 5);
+    const QList<QByteArray> rows = lines(stops.out());
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(object(rows.at(0)), object("{\"line\":1,\"value\":17,\"method\":\"getError()\","
+                                        "\"daemon\":\"m4\"}"));
+    QCOMPARE(object(rows.at(1)).value(text("line")), QJsonValue(3));
+    QCOMPARE(object(rows.at(1)).value(text("errorName")), QJsonValue(text("org.example.Cold")));
+    QCOMPARE(daemons.takeCalls().size(), 2);
+}
+
+// A program that asks one thing after another gets each answer before it asks again.
+void tst_Ctl::batchAnswersAtOnce()
+{
+    FakeDaemons daemons;
+    daemons[M4].answer("getError", "(17,)");
+    Ctl ctl(words("batch"));
+    ctl.type("getErr");
+    ctl.type("or\n");
+    QVERIFY(ctl.prints("17\n"));
+    daemons[M4].answer("getError", "(18,)");
+    ctl.type("getError\n");
+    QVERIFY(ctl.prints("17\n18\n"));
+    QVERIFY(ctl.isRunning());
+    ctl.endInput();
+    QCOMPARE(ctl.exitCode(), 0);
+
+    QScopedPointer<Ctl> closed(Ctl::inShell(text("hnipcctl batch <&-")));
+    QCOMPARE(closed->exitCode(), 0);
+    QScopedPointer<Ctl> directory(Ctl::inShell(text("hnipcctl batch </tmp")));
+    QCOMPARE(directory->exitCode(), 1);
+    QVERIFY2(directory->err().startsWith("hnipcctl: standard input: "), directory->err());
+    QScopedPointer<Ctl> full(Ctl::inShell(text("echo getError | hnipcctl batch >/dev/full")));
+    QCOMPARE(full->exitCode(), 1);
 }
 
 // ---- Failures ------------------------------------------------------------------------------

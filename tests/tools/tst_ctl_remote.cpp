@@ -16,6 +16,7 @@
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTemporaryDir>
 
+#include <algorithm>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -130,6 +131,7 @@ private Q_SLOTS:
     void fleetInJson();
     void fleetInJsonInterrupted();
     void monitorsAFleet();
+    void batchesForAFleet();
     void fleetFromFile();
     void fleetActs();
     void fiftyPrinters();
@@ -155,6 +157,7 @@ void tst_CtlRemote::init()
                   "printf '%s\\n' \"$@\" > arguments\n"
                   "while test \"$1\" != --; do shift; done\n"
                   "host=${2#*@}\n"
+                  "echo \"$host\" >> logins\n"
                   "case $host in banner*) printf 'Warning: Permanently added\\nWelcome\\n' >&2\n"
                   "    host=${host#banner} ;; esac\n"
                   "if test -p gate; then : > \"$host.running\"; read -r line < gate; fi\n"
@@ -705,6 +708,37 @@ void tst_CtlRemote::monitorsAFleet()
     QVERIFY(endless->complains("hnipcctl: p1: listening to "));
     endless->interrupt();
     QCOMPARE(endless->exitCode(), 130);
+}
+
+// One login a printer.
+void tst_CtlRemote::batchesForAFleet()
+{
+    start(QStringLiteral("p1"), "(1,)");
+    start(QStringLiteral("p2"), "(2,)");
+    for (const bool json : { false, true }) {
+        QScopedPointer<Ctl> ctl(ask(words("batch --host p1 --host p2 --host down")
+                                    + (json ? words("--json") : QStringList())));
+        ctl->type("getError\nsetDac x\nget qmlBatteryStatus\n");
+        ctl->endInput();
+        QCOMPARE(ctl->exitCode(), 8);
+        const QList<QByteArray> rows = lines(ctl->out());
+        QCOMPARE(rows.size(), 7);
+        if (!json) {
+            QList<QByteArray> first;
+            for (const QByteArray &row : rows) {
+                first += row.startsWith("p1") ? QList<QByteArray> { row } : QList<QByteArray>();
+            }
+            QCOMPARE(first, (QList<QByteArray> {
+                "p1    1", "p1    error: argument 1 (value) is not an unsigned number: \"x\" (0 to "
+                           "4294967295)", "p1    87" }));
+            QVERIFY(rows.contains("p2    2"));
+            QVERIFY(rows.contains("down  ssh: connect to host down port 22: No route to host"));
+        }
+        QCOMPARE(int(std::count_if(rows.begin(), rows.end(), [](const QByteArray &row) {
+                     return row.contains("\"host\":\"p2\"") && row.contains("\"line\":");
+                 })), json ? 3 : 0);
+    }
+    QCOMPARE(content(path(QStringLiteral("logins"))).count("p1\n"), 2);
 }
 
 void tst_CtlRemote::fleetFromFile()

@@ -40,9 +40,10 @@ QString countText(int count)
                       : QStringLiteral("%1 arguments").arg(count);
 }
 
-// Chooses among the overloads, in their order: the first that takes these arguments.
-int choose(const Contract &contract, const QString &wanted, const QStringList &texts,
-           const Method **method, QVariantList *values)
+} // namespace
+
+int chooseMethod(const Contract &contract, const QString &wanted, const QStringList &texts,
+                 const Method **method, QVariantList *values, QString *message)
 {
     QString normalized = QString::fromLatin1(
         QMetaObject::normalizedSignature(wanted.toLatin1().constData()));
@@ -54,11 +55,11 @@ int choose(const Contract &contract, const QString &wanted, const QStringList &t
     }
     if (overloads.empty()) {
         const QString name = wanted.section(QLatin1Char('('), 0, 0);
-        return Console::fail(Toolkit::NoSuchName,
-                             wanted == name
-                                 ? noSuch("method", name, contract.methodNames(), contract)
-                                 : QStringLiteral("no method %1%2").arg(
-                                       wanted, didYouMean(name, contract.methodNames())));
+        *message = wanted == name
+            ? noSuch("method", name, contract.methodNames(), contract)
+            : QStringLiteral("no method %1%2").arg(wanted,
+                                                   didYouMean(name, contract.methodNames()));
+        return Toolkit::NoSuchName;
     }
 
     QString error;
@@ -69,11 +70,16 @@ int choose(const Contract &contract, const QString &wanted, const QStringList &t
         }
     }
     if (!error.isEmpty()) {
-        return Console::fail(Toolkit::BadValue, error);
+        *message = error;
+        return Toolkit::BadValue;
     }
-    return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 given to %2")
-                             .arg(countText(texts.size()), overloads.front()->declaration()));
+    *message = QStringLiteral("%1 given to %2")
+                   .arg(countText(int(texts.size())), overloads.front()->declaration());
+    return Toolkit::WrongUsage;
 }
+
+namespace {
+
 
 // A method answers no bytes where it has none for these arguments, such as a picture of no supply.
 // Returns what is wrong, null if it is written.
@@ -115,10 +121,11 @@ int check(const Context &context, const QStringList &arguments)
 {
     const Method *method = nullptr;
     QVariantList values;
-    const int chosen
-        = choose(context.contract, arguments.first(), arguments.mid(1), &method, &values);
+    QString wrong;
+    const int chosen = chooseMethod(context.contract, arguments.first(), arguments.mid(1), &method,
+                                    &values, &wrong);
     if (chosen != Toolkit::Done) {
-        return chosen;
+        return Console::fail(chosen, wrong);
     }
     const QString output = context.options.value(QStringLiteral("output"));
     if (!output.isNull() && method->resultType != "QByteArray") {
@@ -144,7 +151,8 @@ int run(const Context &context, const QStringList &arguments)
 {
     const Method *method = nullptr;
     QVariantList values;
-    choose(context.contract, arguments.first(), arguments.mid(1), &method, &values);
+    QString wrong;
+    chooseMethod(context.contract, arguments.first(), arguments.mid(1), &method, &values, &wrong);
     const QString output = context.options.value(QStringLiteral("output"));
     const QString deadline = context.options.value(QStringLiteral("deadline"));
     HNIPCRequest request;

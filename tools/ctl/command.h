@@ -54,6 +54,7 @@ extern const Command statusCommand;
 extern const Command listCommand;
 extern const Command callCommand;
 extern const Command getCommand;
+extern const Command batchCommand;
 extern const Command watchCommand;
 extern const Command monitorCommand;
 extern const Command recordCommand;

@@ -371,7 +371,7 @@ private:
     void show(const Printer &printer)
     {
         // All that there was to be said has been.
-        if (m_question.inLines && printer.reached && printer.exitCode == Toolkit::Done) {
+        if (m_question.inLines && printer.reached && printer.error.isEmpty()) {
             return;
         }
         if (m_question.json) {

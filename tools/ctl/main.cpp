@@ -10,6 +10,7 @@
 #include <hnipc/hnipc_version.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
 #include <QtDBus/QDBusError>
 
 #include <optional>
@@ -19,9 +20,9 @@ using namespace Toolkit;
 const std::vector<const Command *> &commands()
 {
     static const std::vector<const Command *> table = {
-        &statusCommand, &listCommand, &callCommand, &getCommand, &watchCommand, &monitorCommand,
-        &recordCommand, &replayCommand, &introspectCommand, &completionCommand,
-        &simulateCommand,
+        &statusCommand, &listCommand, &callCommand, &getCommand, &batchCommand, &watchCommand,
+        &monitorCommand, &recordCommand, &replayCommand, &simulateCommand, &introspectCommand,
+        &completionCommand,
     };
     return table;
 }
@@ -332,6 +333,14 @@ int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
         }
     }
     question.words << QStringLiteral("--") << line.arguments;
+    if (line.command == &batchCommand) {
+        QFile input;
+        const bool isOpen = input.open(stdin, QIODevice::ReadOnly);
+        question.input = isOpen ? input.readAll() : QByteArray();
+        if (input.error() != QFile::NoError) {
+            return Console::fail(Failed, QLatin1String("standard input: ") + input.errorString());
+        }
+    }
     return askFleet(question);
 }
 

@@ -42,6 +42,11 @@ Outcome outcomeOf(const Daemon &daemon, const Source &source)
                                source.errorText() }, source.value());
 }
 
+/// Chooses among the overloads, in their order: the first that takes these arguments. Returns the exit
+/// code, and what is wrong.
+int chooseMethod(const Contract &contract, const QString &wanted, const QStringList &texts,
+                 const Method **method, QVariantList *values, QString *message);
+
 /// Sends them all at once, and returns when the last one has finished.
 void finish(const std::vector<HNIPCRequest *> &requests);
 
