@@ -355,9 +355,8 @@ private Q_SLOTS:
 
 void tst_Ctl::helpAndVersion()
 {
-    const QList<QByteArray> commands { "status", "list", "call", "get", "watch", "monitor",
-                                       "record", "replay", "introspect", "completion",
-                                       "simulate" };
+    const QList<QByteArray> commands { "status", "list", "call", "get", "batch", "watch", "monitor",
+                                       "record", "replay", "simulate", "introspect", "completion" };
     Ctl help(words("--help"));
     QCOMPARE(help.exitCode(), 0);
     QCOMPARE(help.err(), QByteArray());
@@ -2009,7 +2008,7 @@ void tst_Ctl::introspects()
     daemons[IOEXPD].setIntrospection("<node><interface name='x'>");
     Ctl broken(words("introspect ioexpd"));
     QCOMPARE(broken.exitCode(), 1);
-    QVERIFY(broken.err().startsWith("hnipcctl: what ioexpd says of itself is no description: "));
+    QVERIFY(broken.err().startsWith("hnipcctl: ioexpd's introspection data is not valid XML: "));
 }
 
 void tst_Ctl::introspectsNamesOfAnyKind()

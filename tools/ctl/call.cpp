@@ -205,23 +205,24 @@ int run(const Context &context, const QStringList &arguments)
 } // namespace
 
 const Command callCommand = {
-    "call", "METHOD [ARGUMENT...]", "Calls a method, and prints what it answers",
-    "Each ARGUMENT is read as the method declares it, see \"list\":\n"
+    "call", "METHOD [ARGUMENT...]", "Calls a method, and prints what it returns",
+    "Each ARGUMENT is of the type that the method declares, see \"list\":\n"
     "  bool      true, on, 1 or false, off, 0\n"
     "  int, quint32, quint64\n"
     "            a number in decimal, or in hexadecimal after 0x\n"
-    "  QString   the text as it is\n"
+    "  QString   the string as it is\n"
     "  QStringList\n"
-    "            texts with commas between them: R1,R2; or a JSON array:\n"
+    "            strings with commas between them: R1,R2; or a JSON array:\n"
     "            '[\"R1\", \"a,b\"]'; an empty argument is the empty list\n"
-    "Of overloads the first one that takes the arguments is called; METHOD may name\n"
-    "another with the types of its arguments: 'sendMCCMessage(int,int,QString)'. A\n"
-    "text that begins with \"--\" has to stand behind the argument \"--\".\n"
-    "With --deadline the outcome is said in words: answered; refused, by the daemon;\n"
-    "not sent, so that nothing was done; or outcome unknown, where it may have been.",
-    { { "output", "FILE", "write the bytes that the method answers to FILE" },
+    "The first overload that takes the arguments is called. METHOD may name another\n"
+    "with the types of its parameters: 'sendMCCMessage(int,int,QString)'. An argument\n"
+    "that begins with \"--\" has to follow the argument \"--\".\n"
+    "With --deadline, prints the outcome in words: answered; refused, by the daemon;\n"
+    "not sent: nothing was done; outcome unknown: it may have been done.",
+    { { "output", "FILE", "write the bytes that the method returns to FILE; - is\n"
+                          "                      standard output" },
       { "force", nullptr, "overwrite FILE" },
-      { "deadline", "MS", "wait so long, and say in words what became of the call" } },
+      { "deadline", "MS", "wait so many milliseconds at most, and print the outcome" } },
     1, -1, true,
     [](const Contract &contract) { return contract.methodNames(); }, run, check, false, false, false
 };

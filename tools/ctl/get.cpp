@@ -56,9 +56,8 @@ int run(const Context &context, const QStringList &arguments)
 
 const Command getCommand = {
     "get", "PROPERTY...|all", "The values of properties",
-    "Prints the value of one property, or a line for each of several. Where some\n"
-    "cannot be read, the others are printed, and the exit code tells of the last that\n"
-    "could not.",
+    "Prints the value of one property, or a line for each of several. If some cannot\n"
+    "be read, the others are still printed; the exit code is that of the last failure.",
     {}, 1, -1, true,
     [](const Contract &contract) {
         return contract.propertyNames() << QStringLiteral("all");

@@ -210,7 +210,7 @@ int run(const Context &context, const QStringList &arguments)
     QString error;
     const QList<Interface> interfaces = readLive(reply.arguments().value(0).toString(), &error);
     if (!error.isEmpty()) {
-        return Console::fail(Failed, QStringLiteral("what %1 says of itself is no description: %2")
+        return Console::fail(Failed, QStringLiteral("%1's introspection data is not valid XML: %2")
                                          .arg(daemon->name, error));
     }
     if (context.options.contains(QStringLiteral("check"))) {
@@ -223,10 +223,10 @@ int run(const Context &context, const QStringList &arguments)
 } // namespace
 
 const Command introspectCommand = {
-    "introspect", "DAEMON", "What a daemon says of its interface",
+    "introspect", "DAEMON", "The interfaces that a daemon declares",
     "Prints the interfaces that the daemon's object declares, with D-Bus types. With\n"
-    "--check, names what differs from the installed description, and ends with 1\n"
-    "where anything does.",
+    "--check, prints the differences from the installed description; the exit code is\n"
+    "1 if there are any.",
     { { "check", nullptr, "compare with the installed description" } },
     1, 1, true,
     [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemon

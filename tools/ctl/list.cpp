@@ -140,10 +140,10 @@ int run(const Context &context, const QStringList &arguments)
 
 const Command listCommand = {
     "list", "[PATTERN]", "Every method, with its arguments, its result and its daemon",
-    "Lists the methods whose names match PATTERN, all without one. A pattern with\n"
-    "*, ? or [ has to match the whole name, any other a part of it. An argument in\n"
-    "brackets may be left out. With --signals, lists signals, with --properties,\n"
-    "properties and the methods that read them.",
+    "Lists the methods whose names match PATTERN; default all. A pattern with *, ? or [\n"
+    "has to match the whole name, any other a part of it. A parameter in brackets is\n"
+    "optional. With --signals, lists signals; with --properties, properties and the\n"
+    "methods that read them.",
     { { "signals", nullptr, "list the signals" },
       { "properties", nullptr, "list the properties" } },
     0, 1, false,

@@ -32,9 +32,9 @@ const std::vector<Option> &globalOptions()
     static const std::vector<Option> table = {
         { "address", "ADDRESS", "use the bus at this D-Bus address, not the system bus" },
         { "host", "PRINTER", "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
-        { "hosts", "FILE", "ask the printers of a file, one a line, side by side" },
+        { "hosts", "FILE", "ask all printers in FILE, which has one a line" },
         { "json", nullptr, "print JSON, for programs" },
-        { "timeout", "MS", "wait so many milliseconds for the bus, and for a reply; default 25000" },
+        { "timeout", "MS", "wait MS milliseconds for the bus, and for replies; default 25000" },
         { "help", nullptr, "print this, or the help of a command" },
         { "version", nullptr, "print the version" },
     };
@@ -108,7 +108,7 @@ int printHelp(const Command *command)
         return Done;
     }
     Console::print(QStringLiteral("Usage: hnipcctl [OPTION...] COMMAND [ARGUMENT...]\n"
-                                  "Asks and watches the daemons of the label printer.\n\nCommands:"));
+                                  "Calls and watches the daemons of the label printer.\n\nCommands:"));
     for (const Command *each : commands()) {
         Console::print(QLatin1String("  ") + QString::fromLatin1(each->name).leftJustified(12)
                        + QLatin1String(each->summary));

@@ -116,10 +116,11 @@ int run(const Context &context, const QStringList &arguments)
 
 const Command monitorCommand = {
     "monitor", "[PATTERN]", "Every signal as it comes, with its time and its arguments",
-    "Prints the signals whose names match PATTERN, all without one, see \"list\", until\n"
-    "Ctrl-C. With --json, each is a JSON object in a line of its own. A daemon that\n"
-    "comes or leaves meanwhile is told of on standard error.",
-    { { "count", "N", "end after so many signals" } },
+    "Prints the signals whose names match PATTERN, see \"list\", until Ctrl-C; default\n"
+    "all. With --json, each is a JSON object in a line of its own. Standard error says\n"
+    "when a daemon appears or disappears. With several printers, each line begins with\n"
+    "the printer.",
+    { { "count", "N", "end after N signals, of all printers together" } },
     0, 1, true,
     [](const Contract &contract) { return contract.signalNames(); }, run, check, false, true
 };

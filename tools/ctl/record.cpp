@@ -99,9 +99,10 @@ int run(const Context &context, const QStringList &arguments)
 
 const Command recordCommand = {
     "record", "FILE", "Writes every signal to a file, to be replayed",
-    "Writes every signal of the daemons to FILE, or to standard output where it is -, until Ctrl-C:\n"
-    "its time, its arguments and their D-Bus types, as a JSON object in a line of its own.",
-    { { "count", "N", "end after so many signals" },
+    "Writes every signal of the daemons to FILE until Ctrl-C: its time, its arguments\n"
+    "and their D-Bus types, as a JSON object in a line of its own. FILE - is standard\n"
+    "output.",
+    { { "count", "N", "end after N signals" },
       { "force", nullptr, "overwrite FILE" } },
     1, 1, true, nullptr, run, check, true
 };

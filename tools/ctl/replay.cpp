@@ -311,9 +311,11 @@ int run(const Context &context, const QStringList &arguments)
 
 const Command replayCommand = {
     "replay", "FILE", "Sends the signals of such a file again, as the daemons do",
-    "Sends the signals that \"record\" wrote to FILE, with their times: by the simulated daemons, and in\n"
-    "place of daemons that are not there. Where any daemon is a real one, nothing is sent.",
-    { { "speed", "N", "so many times as fast, as 2 or 0.5; \"max\": at once" } },
+    "Sends the signals that \"record\" wrote to FILE, with their times. A simulated\n"
+    "daemon sends its own; this program stands in for a daemon that is not running. If\n"
+    "a daemon is a real one, nothing is sent; if a real one appears, the replay stops.\n"
+    "FILE - is standard input, which is read to its end first.",
+    { { "speed", "N", "2 is twice as fast, 0.5 half as fast; max: without pauses" } },
     1, 1, true, nullptr, run, check, true
 };
 

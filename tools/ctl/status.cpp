@@ -152,8 +152,8 @@ int run(const Context &context, const QStringList &)
 } // namespace
 
 const Command statusCommand = {
-    "status", "", "Which daemons are there, and the values of their properties",
-    "Ends with 4 where a daemon is absent, and as \"call\" does where one does not\n"
-    "answer.",
+    "status", "", "Which daemons are running, and the values of their properties",
+    "Marks simulated daemons and stand-ins of \"replay\". The exit code is 4 if a daemon\n"
+    "is absent, and that of \"call\" if one does not reply.",
     {}, 0, 0, true, nullptr, run, nullptr, false, false, false
 };

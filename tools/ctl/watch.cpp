@@ -139,8 +139,9 @@ int run(const Context &context, const QStringList &)
 
 const Command watchCommand = {
     "watch", "", "The values of all properties, as they change",
-    "On a terminal, a table that is kept up to date until Ctrl-C; elsewhere, or with\n"
-    "--json, a line for each new value. A value is read anew when its signal comes,\n"
-    "and when its daemon comes or goes; a read that fails is repeated.",
+    "Shows a table on a terminal, and keeps it up to date until Ctrl-C. Elsewhere, or\n"
+    "with --json, prints a line for each new value. A value is read again when its\n"
+    "signal arrives and when its daemon appears or disappears. A failed read is\n"
+    "repeated.",
     {}, 0, 0, true, nullptr, run, nullptr, true, false, false
 };
