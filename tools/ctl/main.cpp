@@ -118,7 +118,8 @@ int printHelp(const Command *command)
     return Done;
 }
 
-// What was typed, taken apart. Only "--" begins an option, so that "-3" is a number.
+// What was typed, taken apart. Only "--" begins an option, so that "-3" is a number, and "-h" behind a
+// method a string. All other words reach a printer as they were typed.
 struct CommandLine
 {
     const Command *command = nullptr;
