@@ -165,16 +165,6 @@ QByteArray typeOfWire(const QString &wire)
     return "double";
 }
 
-// The complete types of a signature, of which all are one letter or an array of one.
-QStringList typesIn(const QString &signature)
-{
-    QStringList result;
-    for (int i = 0; i < signature.size(); i += int(result.last().size())) {
-        result += signature.mid(i, signature.at(i) == QLatin1Char('a') ? 2 : 1);
-    }
-    return result;
-}
-
 // What "load" puts in: the supply's SKU, and those of the ribbons.
 std::optional<QVariantList> readRolls(const QStringList &words)
 {
