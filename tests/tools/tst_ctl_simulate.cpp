@@ -38,7 +38,7 @@ class tst_CtlSimulate : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void init();
     void cleanupTestCase();
 
     void acts_data();
@@ -65,9 +65,12 @@ private:
     QScopedPointer<Desk> m_desk;
 };
 
-void tst_CtlSimulate::initTestCase()
+// Some tests leave it without daemons.
+void tst_CtlSimulate::init()
 {
-    m_desk.reset(new Desk({ "ioexpd", "m4", "supplyd" }));
+    if (!m_desk) {
+        m_desk.reset(new Desk({ "ioexpd", "m4", "supplyd" }));
+    }
 }
 
 void tst_CtlSimulate::cleanupTestCase()
@@ -357,22 +360,18 @@ void tst_CtlSimulate::noSimulatedDaemon()
     Ctl print(simulate("print 3"));
     QCOMPARE(print.exitCode(), 4);
     QVERIFY2(print.err().contains("m4"), print.err().constData());
-    initTestCase();
 }
 
 void tst_CtlSimulate::realDaemonIsNotTouched()
 {
     m_desk.reset();
-    {
-        FakeDaemons daemons;
-        for (const char *act : { "set printerLid true", "print 3", "names", "fault getError die",
-                                 "emit Error 3" }) {
-            Ctl ctl(simulate(act));
-            QCOMPARE(ctl.exitCode(), 1);
-            QVERIFY2(ctl.err().endsWith(" is not a simulated daemon\n"), ctl.err().constData());
-        }
+    const FakeDaemons daemons;
+    for (const char *act : { "set printerLid true", "print 3", "names", "fault getError die",
+                             "emit Error 3" }) {
+        Ctl ctl(simulate(act));
+        QCOMPARE(ctl.exitCode(), 1);
+        QVERIFY2(ctl.err().endsWith(" is not a simulated daemon\n"), ctl.err().constData());
     }
-    initTestCase();
 }
 
 void tst_CtlSimulate::stoppedDaemon()
