@@ -349,7 +349,7 @@ void tst_Sandbox::currentDirectoryIsNotInThePath()
 {
     QFETCH(QStringList, variables);
     const QString program = write("found-here", "#!/bin/sh\necho run\n");
-    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
+    QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     const QStringList options = { "--daemons", "none", "--" };
 
     Sandbox path("env", QStringList("-i") + variables + QStringList(sandboxProgram) + options
