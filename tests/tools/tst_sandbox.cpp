@@ -516,7 +516,8 @@ void tst_Sandbox::refuses_data()
     QTest::newRow("no scenario") << QStringList { "--scenario", "/nowhere/day.json" }
         << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
     QTest::newRow("unknown scenario") << QStringList { "--scenario", "nosuch" }
-        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that name; installed are "
+        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that "
+                      "name; installed are "
                       "bad-day, ordinary-day\n");
 }
 
@@ -566,7 +567,8 @@ void tst_Sandbox::saysWhatDoesNotComeUp()
     Sandbox noBusProgram({ "--", "/bin/echo", "run" }, { { "PATH", "/nonexistent" } });
     QCOMPARE(noBusProgram.exitCode(), 125);
     QCOMPARE(noBusProgram.errors(),
-             QByteArray("hnipc-sandbox: the bus did not start: dbus-daemon: No such file or directory\n"));
+             QByteArray("hnipc-sandbox: the bus did not start: dbus-daemon: No such file or "
+                        "directory\n"));
     QCOMPARE(noBusProgram.output(), QByteArray());
 
     if (isOnDBusBroker()) {
@@ -732,7 +734,8 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
                                     "\"method\": \"cancelPrintJob\" }";
     const QByteArray unknown = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"call\", "
                                "\"method\": \"noSuchMethod\" }";
-    const QByteArray one = "hnipc-sandbox: 1 act of the scenario failed; the exit code of the command was ";
+    const QByteArray failed = " of the scenario failed; the exit code of the command was ";
+    const QByteArray one = "hnipc-sandbox: 1 act" + failed;
     QTest::newRow("none failed") << good << "exit 0" << 0 << QByteArray("-- End.");
     QTest::newRow("none failed, command did") << good << "exit 7" << 7 << QByteArray("-- End.");
     QTest::newRow("refused") << refused << "exit 0" << 125 << one + '0';
@@ -742,7 +745,7 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
     QTest::newRow("command failed, too") << refused << "exit 7" << 125 << one + '7';
     QTest::newRow("command was killed") << refused << "kill -KILL $$" << 125 << one + "137";
     QTest::newRow("two") << refused + ",\n" + good + ",\n" + absent << "exit 0" << 125
-        << QByteArray("hnipc-sandbox: 2 acts of the scenario failed; the exit code of the command was 0");
+        << "hnipc-sandbox: 2 acts" + failed + '0';
 }
 
 void tst_Sandbox::failedActDecidesTheExitCode()
@@ -913,7 +916,8 @@ void tst_Sandbox::checksAScenario_data()
         "ribbonIDs has to be a list of strings");
     row("signal", "'daemon': 'm4', 'do': 'emit', 'signal': 'Eror', 'arguments': [1]",
         "no signal is called \"Eror\"");
-    row("signal of another daemon", "'daemon': 'ioexpd', 'do': 'emit', 'signal': 'Error', 'arguments': [1]",
+    row("signal of another daemon",
+        "'daemon': 'ioexpd', 'do': 'emit', 'signal': 'Error', 'arguments': [1]",
         "no signal is called \"Error\"");
     row("number of arguments", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error'",
         "Error takes 1 argument, not 0");
@@ -927,7 +931,8 @@ void tst_Sandbox::checksAScenario_data()
         "no ribbon has the SKU \"RIB-0\"");
     row("member", "'daemon': 'm4', 'do': 'fault', 'member': 'getEror', 'kind': 'never'",
         "no member is called \"getEror\"");
-    row("error name", "'daemon': 'm4', 'do': 'fault', 'member': '*', 'kind': 'error', 'detail': 'no dot'",
+    row("error name",
+        "'daemon': 'm4', 'do': 'fault', 'member': '*', 'kind': 'error', 'detail': 'no dot'",
         "the detail of error is the name of a D-Bus error and a text");
     row("method", "'daemon': 'm4', 'do': 'call', 'method': 'retryPrint'",
         "m4 has no method retryPrint");
@@ -995,7 +1000,8 @@ void tst_Sandbox::checkOfNoScenario_data()
     QTest::newRow("missing file") << QStringList { "--check", "/nowhere/day.json" } << 8
         << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
     QTest::newRow("unknown name") << QStringList { "--check", "nosuch" } << 8
-        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that name; installed are "
+        << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that "
+                      "name; installed are "
                       "bad-day, ordinary-day\n");
 }
 

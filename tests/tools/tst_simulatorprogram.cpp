@@ -485,7 +485,8 @@ void tst_SimulatorProgram::unknownScenarioIsRefused()
     const Outcome outcome = run({ "m4", "--scenario", "nosuch" });
     QCOMPARE(outcome.code, 8);
     QCOMPARE(outcome.errors,
-             QByteArray("hnipc-simulator: there is no file nosuch, and no installed scenario of that name; installed are "
+             QByteArray("hnipc-simulator: there is no file nosuch, and no installed scenario of that "
+                      "name; installed are "
                         "bad-day, ordinary-day\n"));
 }
 

@@ -197,7 +197,8 @@ std::optional<Scenario> Toolkit::readScenario(const QString &fileName, QString *
     if (!QFileInfo::exists(fileName) && !fileName.contains(QLatin1Char('/'))) {
         result.fileName = dataFile(QStringLiteral("scenarios/%1.json").arg(fileName));
         if (result.fileName.isEmpty()) {
-            *error = QStringLiteral("there is no file %1, and no installed scenario of that name; installed are %2")
+            *error = QStringLiteral("there is no file %1, and no installed scenario of that name; "
+                                    "installed are %2")
                          .arg(fileName, shippedScenarios().join(QLatin1String(", ")));
             return std::nullopt;
         }

@@ -73,9 +73,8 @@ QStringList actNames()
 
 const InterfaceMember *actNamed(const QString &name)
 {
-    const auto act = std::find_if(acts().begin(), acts().end(), [&name](const InterfaceMember &each) {
-        return each.name == name;
-    });
+    const auto isIt = [&name](const InterfaceMember &each) { return each.name == name; };
+    const auto act = std::find_if(acts().begin(), acts().end(), isIt);
     return act == acts().end() ? nullptr : &*act;
 }
 
@@ -286,7 +285,8 @@ int readPlain(const QStringList &words, Request *request)
     for (int i = 0; i < arguments.size(); ++i) {
         const QStringList choices = choicesOf(arguments.at(i).name);
         if (!choices.isEmpty() && !choices.contains(words.at(i))) {
-            return Console::fail(BadValue, QStringLiteral("argument %1 (%2) is not one of %3: \"%4\"")
+            return Console::fail(BadValue,
+                                 QStringLiteral("argument %1 (%2) is not one of %3: \"%4\"")
                                      .arg(QString::number(i + 1), arguments.at(i).name,
                                           choices.join(QLatin1String(", ")), words.at(i)));
         }
@@ -304,7 +304,8 @@ int readRequest(const Context &context, const QStringList &words, Request *reque
         return Console::fail(Failed, error);
     }
     if (words.isEmpty()) {
-        return Console::fail(WrongUsage, QStringLiteral("usage: hnipcctl simulate ACT [ARGUMENT...]"));
+        return Console::fail(WrongUsage,
+                             QStringLiteral("usage: hnipcctl simulate ACT [ARGUMENT...]"));
     }
     request->act = actNamed(words.first());
     if (!request->act) {
@@ -392,12 +393,13 @@ public:
             watchers.push_back(std::make_unique<QDBusPendingCallWatcher>(
                 m_context.bus.asyncCall(call, left)));
             const QDBusPendingCallWatcher *watcher = watchers.back().get();
-            QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, [&, watcher, daemon]() {
+            const auto onFinished = [&, watcher, daemon]() {
                 result[daemon] = read(*daemon, watcher->reply());
                 if (result.size() == daemons.size() || (isEnough && isEnough(result[daemon]))) {
                     loop.quit();
                 }
-            });
+            };
+            QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &loop, onFinished);
         }
         loop.exec();
         return result;
@@ -423,8 +425,8 @@ private:
     QElapsedTimer m_clock;
 };
 
-// The daemons among these that are simulated and reply. If there is none, @p why says it of the one that
-// matters most: a real daemon and one that hangs rather than one that is not running.
+// The daemons among these that are simulated and reply. @p why is of the one among the others that
+// matters most: a real daemon, or one that hangs, rather than one that is not running.
 std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome *why)
 {
     std::vector<const Daemon *> result;
@@ -442,7 +444,8 @@ int fail(const Outcome &why)
 {
     return Console::fail(why.exitCode(),
                          why.reason == HNIPCRequest::DaemonAbsent
-                             ? QStringLiteral("no simulated daemon is running; hnipc-sandbox starts them")
+                             ? QStringLiteral("no simulated daemon is running; hnipc-sandbox starts "
+                                              "them")
                              : why.error);
 }
 
@@ -450,9 +453,11 @@ int fail(const Outcome &why)
 int findReading(Simulators *simulators, Request *request)
 {
     const QString reading = request->reading;
-    const Simulators::Answers answers = simulators->ask(
-        request->daemons, QStringLiteral("names"), {},
-        [&reading](const Outcome &answer) { return answer.value.toStringList().contains(reading); });
+    const auto hasIt = [&reading](const Outcome &answer) {
+        return answer.value.toStringList().contains(reading);
+    };
+    const Simulators::Answers answers
+        = simulators->ask(request->daemons, QStringLiteral("names"), {}, hasIt);
     Outcome why;
     const std::vector<const Daemon *> simulated = present(answers, &why);
     QStringList names;

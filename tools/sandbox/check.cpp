@@ -83,7 +83,8 @@ QString mistakeIn(const Act &act, const QDBusConnection &bus)
     QVariantList arguments = act.arguments;
     if (act.verb == QLatin1String("flood")) {
         arguments[1] = 1u;
-    } else if (act.verb == QLatin1String("fault") && act.arguments.at(1) != QLatin1String("error")) {
+    } else if (act.verb == QLatin1String("fault")
+               && act.arguments.at(1) != QLatin1String("error")) {
         // The daemons call each other, and one that dies cannot be asked any more.
         arguments[1] = QStringLiteral("none");
     }

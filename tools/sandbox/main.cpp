@@ -27,7 +27,8 @@ QStringList readDaemons(const QString &list)
     for (const QString &name : qAsConst(result)) {
         if (!daemonNames().contains(name)) {
             throw Failure { SandboxFailed,
-                            QStringLiteral("--daemons takes none, or some of %1 with commas between, not \"%2\"")
+                            QStringLiteral("--daemons takes none, or some of %1 with commas "
+                                           "between, not \"%2\"")
                                 .arg(daemonNames().join(QLatin1Char(',')), name) };
         }
     }
@@ -64,7 +65,8 @@ Sandbox::Request readCommandLine(int argc, char **argv)
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
-        QStringLiteral("Start only these daemons: none, or some of %1; default all.").arg(allDaemons),
+        QStringLiteral("Start only these daemons: none, or some of %1; default all.")
+            .arg(allDaemons),
         QStringLiteral("list"), allDaemons);
     parser.addOptions({ scenario, check, daemons, help });
     parser.addPositionalArgument(QStringLiteral("command"),

@@ -186,7 +186,8 @@ void Sandbox::startBus()
     }
     close(output[0]);
     if (!m_address.endsWith('\n')) {
-        fail(QStringLiteral("the bus did not start: ") + QString::fromLocal8Bit(contentOf(error).trimmed()));
+        fail(QStringLiteral("the bus did not start: ")
+             + QString::fromLocal8Bit(contentOf(error).trimmed()));
     }
     close(error);
     m_address = m_address.trimmed();

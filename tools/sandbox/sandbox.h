@@ -32,8 +32,8 @@ public:
     Sandbox();
     ~Sandbox();
 
-    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed; of a check,
-    /// 0, or 8 if something is wrong with the scenario.
+    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed; of a
+    /// check, 0, or 8 if something is wrong with the scenario.
     int run(const Request &request);
 
 private:

@@ -52,23 +52,23 @@ Request readCommandLine()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Simulates one daemon of the label printer, until it is interrupted. It serves on the bus that "
-        "DBUS_SYSTEM_BUS_ADDRESS names, as hnipc-sandbox sets it."));
+        "Simulates one daemon of the label printer, until it is interrupted. It serves on the bus "
+        "that DBUS_SYSTEM_BUS_ADDRESS names, as hnipc-sandbox sets it."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this."));
     parser.addOption(help);
     parser.addVersionOption();
     parser.addOption({ QStringLiteral("scenario"),
-                       QStringLiteral("Play the acts that a scenario has for this daemon: a file, or "
-                                      "the name of an installed one."),
+                       QStringLiteral("Play the acts that a scenario has for this daemon: a file, "
+                                      "or the name of an installed one."),
                        QStringLiteral("file") });
     parser.addOption({ QStringLiteral("catalogue"),
                        QStringLiteral("Read supplies and ribbons from this file (supplyd only)."),
                        QStringLiteral("file") });
     const QCommandLineOption systemBus(
         QStringLiteral("system-bus"),
-        QStringLiteral("Serve on this machine's system bus where DBUS_SYSTEM_BUS_ADDRESS is not set. "
-                       "Not on a printer: its programs take what is simulated for real."));
+        QStringLiteral("Serve on this machine's system bus if DBUS_SYSTEM_BUS_ADDRESS is not set. Not "
+                       "on a printer: its programs would take what is simulated for real."));
     parser.addOption(systemBus);
     parser.addPositionalArgument(QStringLiteral("daemon"),
                                  daemonsInWords());
@@ -88,7 +88,8 @@ Request readCommandLine()
     result.onSystemBus = parser.isSet(systemBus);
     const bool isSupplyd = result.daemon == QLatin1String("supplyd");
     if (daemons.size() != 1 || !daemonNames().contains(result.daemon)) {
-        throw Failure { WrongUsage, QStringLiteral("which daemon? Name one of ") + daemonsInWords() };
+        throw Failure { WrongUsage,
+                        QStringLiteral("which daemon? Name one of ") + daemonsInWords() };
     }
     QString error;
     if (isSupplyd) {
@@ -182,9 +183,10 @@ int serve(const Request &request)
 {
     // The bus library takes an empty address for the system's own, too.
     if (!request.onSystemBus && qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) {
-        throw Failure { NoBus, QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system "
-                                              "bus may be a printer's: run this in hnipc-sandbox, or "
-                                              "with --system-bus") };
+        throw Failure { NoBus,
+                        QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system bus may "
+                                       "be a printer's: run this in hnipc-sandbox, or with "
+                                       "--system-bus") };
     }
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) {
