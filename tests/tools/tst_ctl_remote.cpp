@@ -127,6 +127,7 @@ private Q_SLOTS:
     void fleetTellsTheReason();
     void fleetAsksNobody();
     void fleetWithUnusualNumbers();
+    void fleetMarksSimulated();
     void fleetWithDeadline();
     void fleetInJson();
     void fleetInJsonInterrupted();
@@ -611,6 +612,23 @@ void tst_CtlRemote::fleetWithUnusualNumbers()
     start(QStringLiteral("p2")).peer().answer("supplySupplyPercent", "(-inf,)");
     QScopedPointer<Ctl> ctl(ask(words("get qmlSupplyPercent --host p1 --host p2")));
     QCOMPARE(ctl->out(), QByteArray("p1  \"nan\"\np2  \"-inf\"\n"));
+}
+
+void tst_CtlRemote::fleetMarksSimulated()
+{
+    start(QStringLiteral("p1")).peer().setIntrospection(
+        "<node><interface name=\"org.hnipc.Simulator\"/></node>");
+    start(QStringLiteral("p2")).peer().setIntrospection(
+        "<node><interface name=\"org.hnipc.StandIn\"/></node>");
+    start(QStringLiteral("p3"));
+    QScopedPointer<Ctl> ctl(ask(words("status --host p1 --host p2 --host p3")));
+    const QList<QByteArray> rows = lines(ctl->out());
+    QCOMPARE(rows.size(), 3);
+    QVERIFY2(rows.at(0).startsWith("p1  ioexpd=simulated m4=simulated supplyd=simulated qml"),
+             rows.at(0));
+    QVERIFY2(rows.at(1).startsWith("p2  ioexpd=stand-in m4=stand-in supplyd=stand-in qml"),
+             rows.at(1));
+    QVERIFY2(rows.at(2).startsWith("p3  ioexpd=present m4=present supplyd=present qml"), rows.at(2));
 }
 
 void tst_CtlRemote::fleetWithDeadline()

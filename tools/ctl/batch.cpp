@@ -16,8 +16,8 @@ using namespace Toolkit;
 
 namespace {
 
-// The words of a line, as a shell takes them: '...' as it is, "..." and \ before a character. False with
-// what is wrong.
+// The words of a line, as a shell takes them: '...' as it is, "..." and \ before a character. False
+// with what is wrong.
 bool split(const QString &line, QStringList *words, QString *error)
 {
     QChar quote;
@@ -118,8 +118,8 @@ Answer get(const Context &context, const QStringList &names)
     QJsonObject values;
     QStringList texts;
     for (const auto &[property, outcome] : readProperties(context, properties)) {
-        const QString text
-            = outcome.ok() ? textOf(outcome.value) : QLatin1Char('(') + outcome.error + QLatin1Char(')');
+        const QString text = outcome.ok() ? textOf(outcome.value)
+                                          : QLatin1Char('(') + outcome.error + QLatin1Char(')');
         texts += properties.size() == 1 ? outcome.ok() ? text : outcome.error
                                         : property->name + QLatin1Char('=') + text;
         values.insert(property->name, outcome.json());

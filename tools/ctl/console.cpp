@@ -29,7 +29,7 @@ bool manyColours = false;
 bool failuresInJson = false;
 volatile std::sig_atomic_t cursorHidden = 0;
 volatile std::sig_atomic_t isInterruptHandled = 0;
-int wakeUp[2] = { -1, -1 }; // from the signal handlers to the event loop; a byte is a signal's number
+int wakeUp[2] = { -1, -1 }; // from the signal handlers to the event loop, a byte a signal
 std::map<int, std::function<void()>> wakeUpHandlers; // by the signal's number
 
 void writeFromHandler(int stream, const char *bytes, size_t size)

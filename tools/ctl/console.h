@@ -40,8 +40,9 @@ void failInJson(bool json = true);
 /// What fail() has to print on standard output: nothing, or a line of JSON.
 QByteArray failureLine(int exitCode, const QString &text);
 
-/// The text with escapes, as in JSON, in place of all characters that a terminal does not show: controls,
-/// formats such as those that turn the direction of writing, and separators of lines and paragraphs.
+/// The text with escapes, as in JSON, in place of all characters that a terminal does not show:
+/// controls, formats such as those that turn the direction of writing, and separators of lines and
+/// paragraphs.
 QString printable(const QString &text);
 
 /// "1 signal", "2 signals".
@@ -56,12 +57,12 @@ QString warning(const QString &text);
 /// has not so many colours, or where it is no such text.
 QString swatch(const QString &colour);
 
-/// Until the program ends, and not while it is stopped. @p onContinued is called from the event loop
-/// when it goes on after that: the terminal may show something else by then.
+/// Until the program ends, and not while it is stopped. @p onContinued is called from the event
+/// loop when it goes on after that: the terminal may show something else by then.
 void hideCursor(std::function<void()> onContinued);
 
-/// Instead of ending the program, Ctrl-C, SIGTERM and SIGHUP call this from the event loop, with the exit
-/// code. The second one ends it as ever.
+/// Instead of ending the program, Ctrl-C, SIGTERM and SIGHUP call this from the event loop, with
+/// the exit code. The second one ends it as ever.
 void onInterrupt(std::function<void(int exitCode)> handler);
 
 } // namespace Console

@@ -62,14 +62,14 @@ struct Property
     const Method *method = nullptr; ///< that reads it
 };
 
-/// All that the tool knows of the printer's bus: what the meta-objects of the library say, and what the
-/// installed descriptions of the daemons' interfaces add to it.
+/// All that the tool knows of the printer's bus: what the meta-objects of the library say, and what
+/// the installed descriptions of the daemons' interfaces add to it.
 class Contract
 {
 public:
-    /// What the library says: no signals, no interfaces but their names, and no summaries. It takes a
-    /// small part of the time that the descriptions take to be read. Null, with the reason, if something
-    /// of the library is unknown here.
+    /// What the library says: no signals, no interfaces but their names, and no summaries. It takes
+    /// a small part of the time that the descriptions take to be read. Null, with the reason, if
+    /// something of the library is unknown here.
     static std::unique_ptr<Contract> ofLibrary(QString *error);
     /// All. Null, with the reason, also if a description is missing, or wrong.
     static std::unique_ptr<Contract> load(QString *error);

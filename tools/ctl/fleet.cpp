@@ -166,8 +166,8 @@ QString rowOf(const QJsonValue &result)
     return Console::printable(compact(result));
 }
 
-// The last line on standard error that is the program's own, or that is not @p own, without the program's
-// name: why it failed, or what ssh said, or why ssh cannot be run.
+// The last line on standard error that is the program's own, or that is not @p own, without the
+// program's name: why it failed, or what ssh said, or why ssh cannot be run.
 QString lastWord(const QByteArray &errors, const QString &own = QString())
 {
     const QString name = QStringLiteral("hnipcctl: ");
@@ -366,8 +366,8 @@ private:
         }
     }
 
-    // In the order of the hosts, each as soon as those before it are there; with JSON, and beside lines,
-    // in that in which they end.
+    // In the order of the hosts, each as soon as those before it are there; with JSON, and beside
+    // lines, in that in which they end.
     void show(const Printer &printer)
     {
         // All that there was to be said has been.

@@ -16,9 +16,9 @@ struct FleetQuestion
     QByteArray input;     ///< the standard input of each
 };
 
-/// Asks printers side by side, each by a process of this program, and prints a row for each printer, or
-/// for each of its lines. With JSON, a row is an object, and comes as soon as it is known. Returns the
-/// highest of their exit codes.
+/// Asks printers side by side, each by a process of this program, and prints a row for each
+/// printer, or for each of its lines. With JSON, a row is an object, and comes as soon as it is
+/// known. Returns the highest of their exit codes.
 int askFleet(const FleetQuestion &question);
 
 #endif

@@ -12,19 +12,19 @@ QString wrongHost(const QString &host);
 /// Adds the printers of a file: one a line, # begins a comment. Answers the exit code.
 int readHosts(const QString &fileName, QStringList *hosts);
 
-/// The address of a printer's system bus: ssh to the bridge that the system has there. @p timeout is in
-/// milliseconds.
+/// The address of a printer's system bus: ssh to the bridge that the system has there. @p timeout
+/// is in milliseconds.
 QString busAddress(const QString &host, int timeout);
 
 /// Why there is no ssh to be run; empty where there is one.
 QString missingSsh();
 
-/// Set for the programs that ask the printers of a fleet: ssh asks for no password there, and has no
-/// more to say than errors.
+/// Set for the programs that ask the printers of a fleet: ssh asks for no password there, and has
+/// no more to say than errors.
 extern const char unattendedVariable[];
 
-/// Ends the program with @p text and the time where this object lives for longer. For what blocks, and
-/// has no deadline itself: to reach a printer or a bus, which need not be running.
+/// Ends the program with @p text and the time where this object lives for longer. For what blocks,
+/// and has no deadline itself: to reach a printer or a bus, which need not be running.
 class ReachingDeadline
 {
 public:

@@ -68,7 +68,7 @@ QString didYouMean(const QString &name, const QStringList &names)
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract)
 {
-    // The signals are worth the time that their descriptions take, where there is an error to be told.
+    // In an error, the signals are worth the time that their descriptions take to be read.
     QString error;
     const std::unique_ptr<Contract> described = Contract::load(&error);
     const struct { QStringList names; const char *hint; } others[] = {

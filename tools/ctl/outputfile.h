@@ -7,8 +7,8 @@
 
 #include <QtCore/QFile>
 
-/// A file that a command is told to write; "-" is standard output. One that is there already is kept
-/// unless there is --force.
+/// A file that a command is told to write; "-" is standard output. One that is there already is
+/// kept unless there is --force.
 class OutputFile : public QFile
 {
 public:
@@ -29,8 +29,8 @@ public:
         }
         return m_force || isStandardOutput() || !exists()
             ? int(Toolkit::Done)
-            : Console::fail(Toolkit::Failed, fileName()
-                                + QLatin1String(" is there already; --force overwrites it"));
+            : Console::fail(Toolkit::Failed,
+                            fileName() + QLatin1String(" is there already; --force overwrites it"));
     }
 
     /// Not for standard output.

@@ -31,8 +31,8 @@ public Q_SLOTS:
     Q_SCRIPTABLE QString program() const { return QStringLiteral("hnipcctl replay"); }
 };
 
-// The senders of a trace's signals: simulated daemons, and this program in place of those that are not
-// running.
+// The senders of a trace's signals: simulated daemons, and this program in place of those that are
+// not running.
 class Senders : public QObject
 {
     Q_OBJECT

@@ -42,8 +42,8 @@ Outcome outcomeOf(const Daemon &daemon, const Source &source)
                                source.errorText() }, source.value());
 }
 
-/// Chooses among the overloads, in their order: the first that takes these arguments. Returns the exit
-/// code, and what is wrong.
+/// Chooses among the overloads, in their order: the first that takes these arguments. Returns the
+/// exit code, and what is wrong.
 int chooseMethod(const Contract &contract, const QString &wanted, const QStringList &texts,
                  const Method **method, QVariantList *values, QString *message);
 
@@ -54,8 +54,8 @@ void finish(const std::vector<HNIPCRequest *> &requests);
 std::vector<std::pair<const Property *, Outcome>>
 readProperties(const Context &context, const std::vector<const Property *> &properties);
 
-/// @name For what the library has no request for: calls that are all sent at once, and whose replies are
-/// then waited for, no longer than for one.
+/// @name For what the library has no request for: calls that are all sent at once, and whose
+/// replies are then waited for, no longer than for one.
 /// @{
 QDBusPendingCall ask(const Context &context, const QDBusMessage &call);
 QDBusMessage replyOf(QDBusPendingCall call);

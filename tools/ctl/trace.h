@@ -23,8 +23,8 @@ struct TraceEvent
 QJsonObject traceHeader();
 QJsonObject traceLine(double at, const ClientSignal &signal, const QDBusMessage &message);
 
-/// Reads all of a file, or of standard input for "-". Returns the exit code; where a line is wrong, what was expected is said in
-/// the form "FILE:LINE: expected ..., not ...".
+/// Reads all of a file, or of standard input for "-". Returns the exit code; if a line is wrong, the
+/// message is of the form "FILE:LINE: expected ..., not ...".
 int readTrace(const Contract &contract, const QString &fileName, std::vector<TraceEvent> *events);
 
 #endif

@@ -55,8 +55,8 @@ QString textOf(const QVariant &value);
 QString colouredText(const QVariant &value, int width = 10000);
 /// At length: a row for each element of a list, table or record, bytes as numbers, text as it is.
 QStringList linesOf(const QVariant &value);
-/// 64-bit numbers as text, because few readers of JSON keep them whole, and real numbers that JSON has
-/// no form for: "inf", "-inf", "nan" and "-0". Bytes are in base64.
+/// 64-bit numbers as text, because few readers of JSON keep them whole, and real numbers that JSON
+/// has no form for: "inf", "-inf", "nan" and "-0". Bytes are in base64.
 QJsonValue jsonOf(const QVariant &value);
 
 #endif
