@@ -230,6 +230,7 @@ private Q_SLOTS:
     void helpIntoAClosedPipe();
 
     void playsAScenario();
+    void quietScenario();
     void scenarioStopsADaemon();
     void scenarioStartsADaemonAgain();
     void daemonThatIsReplacedIsHeardToItsEnd();
@@ -620,6 +621,18 @@ void tst_Sandbox::playsAScenario()
     sandbox.process().closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
     QVERIFY(sandbox.leavesNothing());
+}
+
+// The lines of the scenario are left out, and what fails is not.
+void tst_Sandbox::quietScenario()
+{
+    OpenSandbox sandbox(QStringList { "--quiet" } + scenario(
+        "{ \"at\": 0, \"do\": \"say\", \"text\": \"The lid is open.\" },\n"
+        "{ \"at\": 0.01, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nosuch\", "
+        "\"value\": true }"));
+    QVERIFY(sandbox.says("nosuch"));
+    QVERIFY2(sandbox.errors().startsWith("hnipc-sandbox: "), sandbox.errors().constData());
+    QCOMPARE(int(sandbox.errors().count('\n')), 1);
 }
 
 void tst_Sandbox::scenarioStopsADaemon()

@@ -62,13 +62,16 @@ Sandbox::Request readCommandLine(int argc, char **argv)
         QStringLiteral("check"),
         QStringLiteral("Say what is wrong with a scenario, instead of playing it."),
         QStringLiteral("file"));
+    const QCommandLineOption quiet(
+        QStringLiteral("quiet"),
+        QStringLiteral("Do not print the lines that the scenario says."));
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
         QStringLiteral("Start only these daemons: none, or some of %1; default all.")
             .arg(allDaemons),
         QStringLiteral("list"), allDaemons);
-    parser.addOptions({ scenario, check, daemons, help });
+    parser.addOptions({ scenario, check, quiet, daemons, help });
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("The command to run; default your shell."),
                                  QStringLiteral("[--] [command...]"));
@@ -86,6 +89,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
     }
 
     Sandbox::Request result;
+    result.isQuiet = parser.isSet(quiet);
     result.daemons = readDaemons(parser.value(daemons));
     result.isCheck = parser.isSet(check);
     if (result.isCheck && (parser.isSet(scenario) || !parser.positionalArguments().isEmpty())) {

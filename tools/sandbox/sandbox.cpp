@@ -134,7 +134,7 @@ int Sandbox::run(const Request &request)
         return check(request);
     }
     if (request.scenario) {
-        play(*request.scenario);
+        play(*request.scenario, request.isQuiet);
     }
     if (!m_exitCode) {
         startCommand(request.command);
@@ -358,12 +358,14 @@ int Sandbox::check(const Request &request)
     return mistakes.isEmpty() ? Done : BadValue;
 }
 
-void Sandbox::play(const Scenario &scenario)
+void Sandbox::play(const Scenario &scenario, bool isQuiet)
 {
     m_player.reset(new ScenarioPlayer(scenario, connectToBus(QStringLiteral("scenario"))));
-    QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
-        fprintf(stderr, "-- %s\n", text.toUtf8().constData());
-    });
+    if (!isQuiet) {
+        QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
+            fprintf(stderr, "-- %s\n", text.toUtf8().constData());
+        });
+    }
     QObject::connect(m_player.get(), &ScenarioPlayer::failed, [this](const QString &message) {
         ++m_failedActs;
         note(message);

@@ -26,6 +26,7 @@ public:
         QStringList daemons;
         std::optional<Toolkit::Scenario> scenario;
         bool isCheck = false; ///< of the scenario, instead of a command
+        bool isQuiet = false; ///< does not print what the scenario says
         QList<QByteArray> command;
     };
 
@@ -56,7 +57,7 @@ private:
     void closeOutput(Daemon *daemon);
     QDBusConnection connectToBus(const QString &name) const;
     int check(const Request &request);
-    void play(const Toolkit::Scenario &scenario);
+    void play(const Toolkit::Scenario &scenario, bool isQuiet);
     void startCommand(const QList<QByteArray> &command);
 
     void readSignals();
