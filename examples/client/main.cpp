@@ -1,123 +1,77 @@
 // SPDX-License-Identifier: MIT
-// Asks each daemon a few questions and prints the answers. With --listen it stays and prints
-// events too, until the supply daemon asks applications to close or a signal ends it.
+// Shows which supply is loaded and whether the lid is open, feeds when the print button is pressed,
+// and ends when the supply daemon asks applications to close.
 
-#include "watcher.h"
+#include "words.h"
 
-#include <hnipc/hnipc.h>
+#include <hnipc/hnipcevents.h>
+#include <hnipc/hnipcreading.h>
+#include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QMetaProperty>
-#include <QtCore/QStringList>
-#include <QtCore/QVariant>
-#include <QtDBus/QDBusConnection>
-#include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusReply>
 
-#include <cstdio>
-
-namespace {
-
-void say(const char *what, const QString &value)
+// A screen would set the text of a label; this program prints a line when the text is another one.
+class Label
 {
-    say(QString(QLatin1String("%1: %2")).arg(QLatin1String(what), value));
-}
-
-// The client's answers do not tell an absent daemon from one that says 0; the bus does.
-bool isPresent(const char *busName)
-{
-    const bool present = QDBusConnection::systemBus().interface()->isServiceRegistered(
-        QLatin1String(busName));
-    say(busName, QLatin1String(present ? "on the bus" : "absent, so it would answer 0 or empty"));
-    return present;
-}
-
-void askIoExpander(HNIPC &hnipc)
-{
-    if (!isPresent("org.hnipc.ioexpd"))
-        return;
-    hnipc.enableBacklight(true);
-    say("  backlight", QLatin1String("asked to be on"));
-}
-
-void askPrintEngine(HNIPC &hnipc)
-{
-    if (!isPresent("org.hnipc.m4"))
-        return;
-    say("  version", hnipc.m4Version());
-    say("  lid", QString::number(hnipc.printerLid()));
-    say("  status", QString::number(hnipc.getPrinterStatus(QLatin1String("labelprinter"))));
-
-    // A measurement: ask for a fresh reading, then read what the daemon holds.
-    if (!hnipc.reqTph1Therm())
-        say("  print head 1", QLatin1String("refused to measure"));
-    say("  print head 1", QString::number(hnipc.tph1Therm()));
-}
-
-void askSupplies(HNIPC &hnipc)
-{
-    if (!isPresent("org.hnipc.supplyd"))
-        return;
-    say("  supplies", hnipc.supplySKUList().join(QLatin1String(" ")));
-    say("  ribbons", hnipc.supplyRibbonSKUList().join(QLatin1String(" ")));
-
-    const QString sku = hnipc.supplySKUCached();
-    say("  loaded", sku);
-    say("  material", hnipc.supplyMaterialName(sku));
-    say("  width", QString::number(hnipc.supplyWidth(sku)));
-
-    const SupplyInformation information = hnipc.supplyInformation();
-    say("  record", information.text1 + QLatin1String(", ribbons ")
-                        + information.textList1.join(QLatin1String(" ")));
-}
-
-// What QML screens bind to: each property is read from its daemon at this moment.
-void readProperties(const HNIPC &hnipc)
-{
-    say(QLatin1String("properties, 0 or empty where the daemon is absent"));
-    const QMetaObject *meta = hnipc.metaObject();
-    for (int i = meta->propertyOffset(); i < meta->propertyCount(); ++i) {
-        const QVariant value = meta->property(i).read(&hnipc);
-        const bool isList = value.userType() == QMetaType::QStringList;
-        say(meta->property(i).name(),
-            isList ? value.toStringList().join(QLatin1String(" ")) : value.toString());
+public:
+    void setText(const QString &text)
+    {
+        if (text == m_text)
+            return;
+        m_text = text;
+        say(text);
     }
-}
 
-void watch(HNIPC &hnipc, Watcher &watcher)
-{
-    QObject::connect(&hnipc, SIGNAL(PrintButton()), &watcher, SLOT(printButton()));
-    QObject::connect(&hnipc, SIGNAL(HelpButton()), &watcher, SLOT(helpButton()));
-    QObject::connect(&hnipc, SIGNAL(CancelButton()), &watcher, SLOT(cancelButton()));
-    QObject::connect(&hnipc, SIGNAL(M4PrinterLid(bool)), &watcher, SLOT(printerLid(bool)));
-    QObject::connect(&hnipc, SIGNAL(Error(int)), &watcher, SLOT(error(int)));
-    QObject::connect(&hnipc, SIGNAL(M4TphTherm(int,qint32)), &watcher, SLOT(tphTherm(int,qint32)));
-    QObject::connect(&hnipc, SIGNAL(SupplyChanged(QString,QString)), &watcher,
-                     SLOT(supplyChanged(QString,QString)));
-    QObject::connect(&hnipc, SIGNAL(CloseApplicationSignal()), qApp, SLOT(quit()));
-}
-
-}
+private:
+    QString m_text;
+};
 
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    if (!QDBusConnection::systemBus().isConnected()) {
-        fputs("There is no system bus.\n", stderr);
-        return 1;
-    }
 
-    HNIPC hnipc;
-    Watcher watcher;
-    watch(hnipc, watcher);
+    //! [reading]
+    HNIPCReading supply;
+    supply.setCall(HNIPC_METHOD(supplySKUCached));
+    supply.setSignalNames({ "SupplyChanged" });
 
-    askIoExpander(hnipc);
-    askPrintEngine(hnipc);
-    askSupplies(hnipc);
-    readProperties(hnipc);
+    Label loaded;
+    QObject::connect(&supply, &HNIPCReading::changed, &application, [&supply, &loaded]() {
+        loaded.setText(supply.isKnown() ? "supply " + supply.value().toString()
+                                        : "supply not known");
+    });
+    //! [reading]
 
-    if (!application.arguments().contains(QLatin1String("--listen")))
-        return 0;
-    say(QLatin1String("listening"));
+    //! [valueargument]
+    HNIPCReading lid;
+    lid.setCall(HNIPC_METHOD(printerLid));
+    lid.setSignalNames({ "M4PrinterLid" });
+    lid.setValueArgument(0);
+
+    Label open;
+    QObject::connect(&lid, &HNIPCReading::changed, &application, [&lid, &open]() {
+        if (!lid.isKnown())
+            open.setText("lid not known");
+        else
+            open.setText(lid.value().toBool() ? "lid open" : "lid closed");
+    });
+    //! [valueargument]
+
+    //! [events]
+    HNIPCEvents events;
+    QObject::connect(&events, &HNIPCEvents::CloseApplicationSignal, &application,
+                     &QCoreApplication::quit);
+    //! [events]
+
+    //! [call]
+    QObject::connect(&events, &HNIPCEvents::PrintButton, &application, [&application]() {
+        hnipcCall(HNIPC_METHOD(forwardFeed), 400)
+            .within(5000)
+            .then(&application, [](const HNIPCAnswer<bool> &fed) {
+                say("feed: " + inWords(fed));
+            });
+    });
+    //! [call]
+
     return application.exec();
 }

@@ -1,58 +1,92 @@
 // SPDX-License-Identifier: MIT
-// A complete I/O-expander daemon. Where a real one drives the hardware, this one prints.
+// An I/O-expander daemon over a directory that is its hardware: it writes to the files "backlight"
+// and "amplifier" there to switch them, and each byte that it reads from "buttons" is a button.
 
 #include <hnipc/ihnipcioexpd.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QTimer>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QSocketNotifier>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
-#include <QtDBus/QDBusReply>
+#include <QtDBus/QDBusContext>
 
 #include <cstdio>
 
-class FrontPanel : public IHNIPCIOEXPD
+//! [class]
+class FrontPanel : public IHNIPCIOEXPD, protected QDBusContext
 {
-public:
-    void enableAudioAmp(bool value) override { say(value ? "amplifier on" : "amplifier off"); }
-    void enableBacklight(bool value) override { say(value ? "backlight on" : "backlight off"); }
+    Q_OBJECT // for QDBusContext, which Qt looks for by name
 
-    // A cancel from an application is to every other one as if the button had been pressed.
-    void printerSoftCancel() override
+public:
+    explicit FrontPanel(const QDir &hardware) : m_hardware(hardware) {}
+
+    void enableAudioAmp(bool value) override { write("amplifier", value); }
+    void enableBacklight(bool value) override { write("backlight", value); }
+    void printerSoftCancel() override { pulseCancelButtonSignal(); }
+    //! [class]
+
+    //! [event]
+    void press(char button)
     {
-        say("soft cancel");
-        pulseCancelButtonSignal();
+        if (button == 'p')
+            pulsePrintButtonSignal();
+        else if (button == 'h')
+            pulseHelpButtonSignal();
+        else if (button == 'c')
+            pulseCancelButtonSignal();
     }
+    //! [event]
 
 private:
-    static void say(const char *what)
+    //! [error]
+    void write(const char *name, bool value)
     {
-        puts(what);
-        fflush(stdout);
+        QFile file(m_hardware.filePath(name));
+        if (file.open(QIODevice::WriteOnly | QIODevice::ExistingOnly))
+            file.write(value ? "1\n" : "0\n");
+        else
+            sendErrorReply("org.example.Hardware", QString("The %1 does not answer").arg(name));
     }
+    //! [error]
+
+    const QDir m_hardware;
 };
 
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    // The library reports no failure here, so a daemon asks the bus itself.
+    //! [main]
+    const QDir hardware(application.arguments().value(1));
+    QFile buttons(hardware.filePath("buttons"));
+    // Both ways, so that it also opens, and stays open, while nobody is at the other end.
+    if (!buttons.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
+        fprintf(stderr, "%s: %s\n", qPrintable(buttons.fileName()),
+                qPrintable(buttons.errorString()));
+        return 1;
+    }
+
+    FrontPanel panel(hardware); // from here on clients find the daemon, and wait for its answers
+
     const QDBusConnection bus = QDBusConnection::systemBus();
-    if (!bus.isConnected()) {
-        fputs("There is no system bus.\n", stderr);
+    if (!bus.isConnected()
+        || bus.interface()->serviceOwner("org.hnipc.ioexpd").value() != bus.baseService()) {
+        fputs("the system bus did not give this process the name org.hnipc.ioexpd\n", stderr);
         return 1;
     }
-    FrontPanel panel; // on the bus from here on
-    const QString owner = bus.interface()->serviceOwner(QLatin1String("org.hnipc.ioexpd")).value();
-    if (owner != bus.baseService()) {
-        fputs("The system bus did not give this process the name org.hnipc.ioexpd.\n", stderr);
-        return 1;
-    }
+    puts("serving");
+    fflush(stdout);
 
-    // The pulse operations are slots: whatever sees a button can be connected to one of them.
-    QTimer finger;
-    QObject::connect(&finger, SIGNAL(timeout()), &panel, SLOT(pulsePrintButtonSignal()));
-    finger.start(5000);
-
+    QSocketNotifier notifier(buttons.handle(), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [&buttons, &panel]() {
+        char button;
+        if (buttons.getChar(&button))
+            panel.press(button);
+    });
     return application.exec();
+    //! [main]
 }
+
+#include "main.moc"

@@ -1,9 +1,10 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix and builds the
-# examples against what is there, through CMake and through pkg-config alone; then the programs meet
-# on a bus. A QML engine finds the module there, and the libraries know nothing of QML.
+# install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix. Every program
+# starts there, a QML engine finds the module there, and the libraries know nothing of QML. With Qt 4,
+# a client and a daemon are built against what is there, through CMake and through pkg-config alone,
+# and meet on a bus; with Qt 5 and 6 the tests of the guides do that with the examples.
 
 set -euo pipefail
 source=$1
@@ -101,19 +102,15 @@ done
 diff <(cd "$source/include" && find hnipc -type f | sed 's/\.in$//' | sort) \
      <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)
 
-examples="daemon client"
-if has_panel "$build"; then
-    examples+=" screen"
+if [ "$qt" -ne 4 ]; then
+    exit 0
 fi
-for example in $examples; do
-    cmake -S "$source/examples/$example" -B "$work/cmake-$example" -DHNIPC_QT="$qt" \
+for program in daemon client; do
+    cmake -S "$source/tests/install/$program" -B "$work/cmake-$program" \
         -DCMAKE_PREFIX_PATH="$prefix" >>"$work/log"
-    cmake --build "$work/cmake-$example" >>"$work/log"
-    test -x "$work/cmake-$example/hnipc-example-$example"
-
-    cp -r "$source/examples/$example" "$work/make-$example"
-    make --silent -C "$work/make-$example" HNIPC="$name" CXXFLAGS="-Wall -Wextra -Werror"
-    test -x "$work/make-$example/hnipc-example-$example"
+    cmake --build "$work/cmake-$program" >>"$work/log"
+    cp -r "$source/tests/install/$program" "$work/make-$program"
+    make --silent -C "$work/make-$program" CXXFLAGS="-Wall -Wextra -Werror"
 done
 
 # The run-time path of the programs built by make is the user's business.
@@ -121,29 +118,14 @@ export LD_LIBRARY_PATH=$libdir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 for kind in cmake make; do
     dbus-run-session -- bash -euc '
         export DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
-        "$1-daemon/hnipc-example-daemon" >"$1-daemon/output" &
+        "$1-daemon/hnipc-qt4-daemon" >"$1-daemon/output" &
         trap "kill $!" EXIT
         until dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
                 org.freedesktop.DBus.NameHasOwner string:org.hnipc.ioexpd | grep --quiet true; do
             kill -0 $!
         done
-        "$1-client/hnipc-example-client" >"$1-client/output"' - "$work/$kind"
+        "$1-client/hnipc-qt4-client" >"$1-client/output"' - "$work/$kind"
     grep --quiet "^backlight on$" "$work/$kind-daemon/output"
     grep --quiet "^org.hnipc.ioexpd: on the bus$" "$work/$kind-client/output"
     grep --quiet "^org.hnipc.m4: absent" "$work/$kind-client/output"
 done
-
-# The screen, with the installed module, until the supply daemon asks applications to close.
-if has_panel "$build"; then
-    for kind in cmake make; do
-        QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software \
-            QML2_IMPORT_PATH=$modules QML_IMPORT_PATH=$modules \
-            "$prefix/bin/hnipc-sandbox" -- bash -euc '
-                "$1" "$2" 2>"$3" &
-                until grep --quiet "Print engine: no error$" "$3"; do kill -0 $!; done
-                "$4/bin/hnipcctl" call applicationWasClicked
-                wait $!' - "$work/$kind-screen/hnipc-example-screen" \
-            "$source/examples/screen/Screen.qml" "$work/$kind-screen/output" "$prefix" \
-            || { cat "$work/$kind-screen/output"; exit 1; }
-    done
-fi

@@ -1,0 +1,204 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""pages_test.py SOURCE INSTALLED QT PAGE: types each command that a page shows into a terminal, and
+compares what comes. INSTALLED is the prefix that scripts/demo has installed to. With "--all" in
+place of a page: that each command of each page is in a page that is played, or has its reason here.
+"""
+
+import glob
+import os
+import shutil
+import sys
+import tempfile
+
+sys.dont_write_bytecode = True
+
+import shown
+
+SIM = ('dbus-send --system --print-reply --dest=org.hnipc.{0} /simulator '
+       'org.hnipc.Simulator.{1} >sim.log')
+LID = SIM.format('m4', 'set string:printerLid variant:boolean:{}')
+
+# What is done before a command, and the page does not say: which daemons run, and what happens. A
+# page not named here is read at a shell that has the installed programs on its PATH.
+STAGES = {
+    'docs/guides/application.md': {},
+    'docs/guides/daemon.md': {},
+    'docs/guides/screen.md': {},
+    'docs/guides/printer.md': {
+        'hnipcctl status': ['hnipc-sandbox'],
+    },
+    'data/man/hnipc-panel.1': {},
+    'data/man/hnipc-sandbox.1': {
+        'hnipc-sandbox --scenario ordinary-day -- ./my-screen': [
+            "printf '%s\\n' '#!/bin/sh' 'exec hnipcctl status' >my-screen",
+            "printf '%s\\n' '#!/bin/sh' 'hnipc-simulator m4 &' "
+            "'until hnipcctl status; do :; done' >my-daemon",
+            'chmod +x my-screen my-daemon'],
+    },
+    'data/man/hnipc-simulator.1': {
+        'S="org.hnipc.m4 /simulator org.hnipc.Simulator"': ['hnipc-sandbox'],
+    },
+    'data/man/hnipcctl.1': {
+        'hnipcctl status': ['hnipc-sandbox --daemons ioexpd,m4'],
+        'hnipcctl list feed': ['exit 0', 'hnipc-sandbox'],
+        'hnipcctl monitor --json --count 10 M4PrinterLid': [
+            'while sleep 0.1; do ' + LID.format('true') + '; ' + LID.format('false') + '; done &'],
+        'hnipcctl --host service@printer7 record jam.trace': [
+            'export HNIPCCTL_SSH=$PWD/ssh PRINTER7=$DBUS_SYSTEM_BUS_ADDRESS'],
+        'hnipcctl --hosts hall.txt get qmlSupplyPercent': [
+            'kill %%', 'wait',
+            SIM.format('supplyd', 'set string:supplyPercent variant:double:62.5'),
+            r"printf '%s\n' printer7 service@printer8 >hall.txt"],
+    },
+    'README.md': {},
+}
+README_SECTION = 'At your desk, without a printer'  # scripts/newcomer plays the others, too
+
+# Commands that show a window until it is closed, and what comes when it is there.
+WINDOWS = {
+    'hnipc-sandbox --scenario ordinary-day -- hnipc-panel',
+}
+WINDOW_IS_THERE = ['...', 'qt.scenegraph.general: Loading backend software', '...', '^C']
+
+# Commands that no test can run, and why.
+NOT_PLAYED = {
+    'README.md': {
+        'scripts/demo': 'the test "demo" runs it, and so does scripts/newcomer',
+        'scripts/test': 'this is part of it; scripts/newcomer runs it',
+        'cmake -S . -B build -DHNIPC_QT=5 -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_TESTING=OFF':
+            'scripts/newcomer runs it',
+        'cmake --build build -j2': 'scripts/newcomer runs it',
+        'cmake --install build': 'scripts/newcomer runs it',
+        'groupadd --system hnipc': 'takes root; scripts/newcomer runs it',
+        'usermod --append --groups hnipc kiosk': 'takes root; scripts/newcomer runs it',
+        'systemctl reload dbus': 'takes systemd as the first process',
+    },
+    'docs/guides/printer.md': {
+        'sudo adduser kiosk hnipc': 'takes root and the bus of the system',
+        'sudo -u kiosk hnipcctl status': 'takes root and the bus of the system',
+    },
+    'docs/performance.md': {'scripts/bench': 'measures for minutes, by hand'},
+    'docs/size.md': {'scripts/size': 'makes builds of its own, by hand'},
+    'docs/reliability.md': {
+        'mkdir found': 'goes with the next one',
+        'build/qt6-sanitized/tests/fuzz/hnipc-fuzz-record -max_total_time=600 found '
+        'tests/fuzz/record': 'takes ten minutes, by hand',
+    },
+}
+
+# In place of ssh: printer7 is the sandbox's own bus.
+SSH = '''#!/bin/bash
+case "$*" in
+*printer8*)
+    echo "ssh: connect to host printer8 port 22: No route to host" >&2
+    exit 255 ;;
+esac
+exec systemd-stdio-bridge --bus-path="$PRINTER7"
+'''
+
+
+def pages():
+    return ['README.md', 'CONTRIBUTING.md'] + sorted(
+        glob.glob('docs/*.md') + glob.glob('docs/guides/*.md') + glob.glob('data/man/*.1'))
+
+
+def reason(page, command):
+    return NOT_PLAYED.get(page, {}).get(command.text)
+
+
+def check_all():
+    """No command is forgotten, and nothing is said of commands that no page shows."""
+    wrong = []
+    for page in pages():
+        all_commands = shown.commands(page)
+        played = []
+        if page in STAGES:
+            section = README_SECTION if page == 'README.md' else None
+            played = [each.text for each in shown.commands(page, section)]
+        for command in all_commands:
+            if command.text not in played and not reason(page, command):
+                wrong.append(f'{command}: is not played, and tests/pages/pages_test.py has no reason')
+        texts = [command.text for command in all_commands]
+        for text in list(STAGES.get(page, {})) + list(NOT_PLAYED.get(page, {})):
+            if text not in texts:
+                wrong.append(f'{page} does not show: {text}')
+    for page in list(STAGES) + list(NOT_PLAYED):
+        if page not in pages():
+            wrong.append(f'there is no {page}')
+    if wrong:
+        raise shown.Failed('\n'.join(wrong))
+
+
+def environment(source, installed, qt, home):
+    """As the guides say it for a library under another prefix than /usr."""
+    found = glob.glob(f'{installed}/lib/**/libhnipc-qt{qt}.so', recursive=True)
+    library = os.path.dirname(found[0])
+    result = {key: value for key, value in os.environ.items()
+              if key in ('PATH', 'CXX', 'ASAN_OPTIONS', 'XDG_RUNTIME_DIR')}
+    result.update({
+        'HOME': home,
+        'SHELL': '/bin/bash',
+        'LC_ALL': 'C.UTF-8',
+        'MANPAGER': 'cat',
+        'DBUS_SYSTEM_BUS_ADDRESS': 'unix:path=/nowhere',  # never the machine's own
+        'PATH': f'{installed}/bin:' + os.environ['PATH'],
+        'CMAKE_PREFIX_PATH': installed,
+        'PKG_CONFIG_PATH': f'{library}/pkgconfig',
+        'LDFLAGS': f'-Wl,-rpath,{library}',
+        'QML_IMPORT_PATH': f'{library}/qt{qt}/qml',
+        'QML2_IMPORT_PATH': f'{library}/qt{qt}/qml',
+        'QT_QPA_PLATFORM': 'offscreen',
+        'QT_QUICK_BACKEND': 'software',
+        'QSG_INFO': '1',  # says when a window is drawn
+    })
+    return result
+
+
+def for_qt(text, qt):
+    """What the guides say to add for Qt 5."""
+    if qt != '6' and text.startswith('cmake -S examples/'):
+        return f'{text} -DHNIPC_QT={qt}'
+    if qt != '6' and text.startswith('make '):
+        return f'{text} HNIPC_QT={qt}'
+    return text
+
+
+def play(source, installed, qt, page):
+    with tempfile.TemporaryDirectory() as work:
+        shutil.copytree(f'{source}/examples', f'{work}/examples')
+        with open(f'{work}/ssh', 'w', encoding='utf-8') as ssh:
+            ssh.write(SSH)
+        os.chmod(f'{work}/ssh', 0o700)
+        os.makedirs(f'{work}/build/qt6')  # where the README expects it
+        os.symlink(installed, f'{work}/build/qt6/demo')
+
+        section = README_SECTION if page == 'README.md' else None
+        commands = [each for each in shown.commands(page, section) if not reason(page, each)]
+        variables = environment(source, installed, qt, work)
+        terminal = shown.Terminal(['/bin/bash', '--norc'], variables, work)
+        for command in commands:
+            for text in STAGES[page].get(command.text, []):
+                terminal.type(shown.Command(page, command.number, text))
+            if command.text in WINDOWS:
+                command.shown = WINDOW_IS_THERE
+            command.text = for_qt(command.text, qt)
+            terminal.type(command)
+        terminal.close()
+        print(f'{len(commands)} commands of {page}')
+
+
+def main():
+    source, installed, qt, page = sys.argv[1:]
+    os.chdir(source)
+    try:
+        if page == '--all':
+            check_all()
+        else:
+            play(source, os.path.realpath(installed), qt, page)
+    except shown.Failed as failure:
+        sys.exit(str(failure))
+
+
+if __name__ == '__main__':
+    main()
