@@ -18,6 +18,7 @@ import pyte
 # Only against hanging: a build on a loaded machine ends before it, and so does a whole scenario.
 PATIENCE = int(os.environ.get('HNIPC_PAGES_PATIENCE', 1800))
 COLUMNS, LINES = 250, 200
+INTERRUPTED = 130  # the exit code
 PROMPT = re.compile(r'@@(\d+)@@ ?')
 
 
@@ -50,8 +51,15 @@ def commands(page, section=None):
 
 def spans(page, section):
     """The text in code quotes in the paragraphs of a section of a Markdown page."""
-    text = ' '.join(line for _, line in _lines(page, section) if not line.startswith('    '))
+    text = '\n'.join(line for _, line in _lines(page, section) if not line.startswith('    '))
+    text = re.sub(r'^```.*?^```', '', text, flags=re.S | re.M)
     return [' '.join(span.split()) for span in re.findall(r'`([^`]+)`', text)]
+
+
+def fenced(page, section, language):
+    """The lines of the first block of a language."""
+    text = '\n'.join(line for _, line in _lines(page, section))
+    return re.search(rf'^```{language}\n(.*?)^```', text, re.S | re.M).group(1).splitlines()
 
 
 def _lines(page, section=None):
@@ -100,7 +108,7 @@ def _plain(line):
     return line
 
 
-def _is_command(text):
+def is_command(text):
     word = text.split(' ')[0]
     return bool(re.match(r'\w+=', word) or '/' in word and not word.startswith('/')
                 or shutil.which(word) or word in ('export',) or word.startswith('hnipc'))
@@ -108,7 +116,7 @@ def _is_command(text):
 
 def _commands_of(page, block):
     has_prompts = any(text.startswith('$ ') for _, text in block)
-    if not has_prompts and not _is_command(block[0][1]):
+    if not has_prompts and not is_command(block[0][1]):
         return []
     result = []
     goes_on = False
@@ -163,6 +171,8 @@ class Terminal:
             self._until(lambda: self._fits(command, shown, False), command)
             self._child.sendintr()
             self._until(lambda: self._exit_code() is not None, command)
+            if self._exit_code() != INTERRUPTED:
+                self._fail(command, f'ended with {self._exit_code()}, and should go on')
         elif shown and self._has_jobs:
             self._until(lambda: self._exit_code() is not None
                         and self._fits(command, shown, True), command)
@@ -182,6 +192,10 @@ class Terminal:
             except (pexpect.EOF, OSError):
                 break
         self._child.close()
+
+    def kill(self):
+        """Hangs up, whatever runs."""
+        self._child.close(force=True)
 
     def _exit_code(self):
         for line in self.lines():

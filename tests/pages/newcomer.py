@@ -1,0 +1,180 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""newcomer.py DIRECTORY [--without-tests]: goes through README.md in two empty systems, DIRECTORY/desk
+and DIRECTORY/build, each with the checkout in /root/hnipc. See scripts/newcomer."""
+
+import os
+import re
+import sys
+
+sys.dont_write_bytecode = True
+
+import pages_test
+import shown
+
+CHECKOUT = '/root/hnipc'
+
+# Nothing that is mounted or left running there outlives it.
+ENTER = '''
+root=$1
+shift
+mount -t proc proc "$root/proc"
+mount -t tmpfs -o mode=1777 tmpfs "$root/tmp"
+mount -t tmpfs -o mode=1777 tmpfs "$root/dev/shm"
+mount -t devpts -o newinstance,ptmxmode=666 devpts "$root/dev/pts"
+exec chroot "$root" /usr/bin/env --ignore-environment HOME=/root SHELL=/bin/bash LC_ALL=C.UTF-8 \
+    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin TERM="$TERM" \
+    PROMPT_COMMAND="$PROMPT_COMMAND" "$@" bash --norc -i
+'''
+
+# For want of a display. The last one says when a window is drawn; MANPAGER, that man shows all.
+DESK = ['MANPAGER=cat', 'QT_QPA_PLATFORM=offscreen', 'QT_QUICK_BACKEND=software', 'QSG_INFO=1']
+
+
+class Newcomer:
+    def __init__(self, directory):
+        self._directory = directory
+        self._log = open(f'{directory}/log', 'w', encoding='utf-8')
+
+    def terminal(self, system):
+        terminal = shown.Terminal(
+            ['unshare', '--mount', '--pid', '--fork', '--kill-child', '--',
+             'bash', '-euc', ENTER, '-', f'{self._directory}/{system}'] + DESK,
+            {'PATH': os.environ['PATH']}, '/', self._log)
+        self.type(terminal, f'cd {CHECKOUT}')
+        return terminal
+
+    def type(self, terminal, text, lines=()):
+        """A command that no page shows in this form."""
+        command = shown.Command('scripts/newcomer', 0, text)
+        command.shown = list(lines)
+        terminal.type(command)
+        return terminal.came(command)
+
+
+def inline(section, known):
+    """The commands in a section's sentences. Each has to be known."""
+    result = []
+    for span in shown.spans('README.md', section):
+        if ' ' in span and shown.is_command(span):
+            if span not in known:
+                raise shown.Failed(f'README.md, "{section}": nothing plays `{span}`')
+            result.append(span)
+    if sorted(result) != sorted(known):
+        raise shown.Failed(f'README.md, "{section}" shows {result}, not {known}')
+
+
+def two_commands(newcomer, without_tests):
+    terminal = newcomer.terminal('desk')
+    for command in shown.commands('README.md', 'Two commands'):
+        if without_tests and command.text == 'scripts/test':
+            print('NOT PLAYED: scripts/test')
+            continue
+        terminal.type(command)
+    terminal.close()
+
+
+def at_your_desk(newcomer):
+    section = pages_test.README_SECTION
+    man, panel = 'man hnipcctl', 'hnipc-sandbox -- hnipc-panel'
+    pictures = 'scripts/demo --screenshot DIR'
+    address, join = 'echo $DBUS_SYSTEM_BUS_ADDRESS', "export DBUS_SYSTEM_BUS_ADDRESS='...'"
+    inline(section, [man, panel, pictures, address, join])
+
+    terminal = newcomer.terminal('desk')
+    commands = shown.commands('README.md', section)
+    for command in commands:
+        terminal.type(command)
+
+    # From here on in the sandbox that the last commands were typed in.
+    came = newcomer.type(terminal, address)
+    bus = next(line for line in came if line.startswith('unix:'))
+    other = newcomer.terminal('desk')
+    other.type(commands[0])  # the PATH
+    newcomer.type(other, join.replace('...', bus))
+    if not any(line.startswith('supplyd  present') for line in newcomer.type(other,
+                                                                             'hnipcctl status')):
+        raise shown.Failed('the other terminal does not join the sandbox')
+    other.close()
+    newcomer.type(terminal, 'exit')
+
+    if not any(line.startswith('HNIPCCTL(1)') for line in newcomer.type(terminal, man)):
+        raise shown.Failed(f'{man} shows no manual page')
+    newcomer.type(terminal, panel, pages_test.WINDOW_IS_THERE)
+    newcomer.type(terminal, pictures.replace('DIR', '/tmp/pictures'))
+    newcomer.type(terminal, 'ls /tmp/pictures', ['panel-1.png  panel-2.png  panel-3.png'])
+    terminal.close()
+
+
+def build_and_install(newcomer):
+    section = 'Build and install'
+    terminal = newcomer.terminal('build')
+    commands = shown.commands('README.md', section)
+    qt = re.search(r'-DHNIPC_QT=(\d)', commands[0].text).group(1)
+    module = 'qml-module' if qt == '5' else f'qml{qt}-module'
+    packages = [span for span in shown.spans('README.md', section)
+                if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|dbus|pkg)-[a-z0-9-]+', span)]
+    newcomer.type(terminal, 'apt-get update')
+    newcomer.type(terminal, 'DEBIAN_FRONTEND=noninteractive apt-get install --yes g++ cmake '
+                  + ' '.join(packages))
+    for command in commands:
+        terminal.type(command)
+
+    # The two forms that README.md shows, for the program of the guide.
+    client = [each for each in shown.commands('README.md', pages_test.README_SECTION)
+              if each.text.endswith('hnipc-example-client')][0]
+    without_cmake = [span for span in shown.spans('README.md', section)
+                     if span.startswith('g++ ')][0]
+    newcomer.type(terminal, f'cp -r {CHECKOUT}/examples /root/examples && cd /root/examples/client')
+    newcomer.type(terminal, without_cmake)
+    newcomer.type(terminal, 'hnipc-sandbox -- ./a.out', client.shown)
+    find, link = [line for line in shown.fenced('README.md', section, 'cmake') if line]
+    target = re.search(r'\((\S+)', link).group(1)
+    for line in ('cmake_minimum_required(VERSION 3.16)', f'project({target} LANGUAGES CXX)', find,
+                 f'add_executable({target} main.cpp)', link):
+        newcomer.type(terminal, f"echo '{line}' >>/root/examples/form")
+    newcomer.type(terminal, 'mv ../form CMakeLists.txt && cmake -S . -B form && cmake --build form')
+    newcomer.type(terminal, f'hnipc-sandbox -- form/{target}', client.shown)
+    terminal.close()
+    return qt
+
+
+def on_a_printer(newcomer):
+    terminal = newcomer.terminal('build')
+    newcomer.type(terminal, 'useradd kiosk')
+    for command in shown.commands('README.md', 'On a printer'):
+        if command.text.startswith('systemctl '):  # no systemd is the first process
+            print(f'NOT PLAYED: {command.text}')
+            continue
+        terminal.type(command)
+    terminal.close()
+
+
+def guides(newcomer, qt):
+    for page in ('docs/guides/application.md', 'docs/guides/daemon.md', 'docs/guides/screen.md'):
+        terminal = newcomer.terminal('build')
+        newcomer.type(terminal, f'mkdir /tmp/guide && cp -r {CHECKOUT}/examples /tmp/guide')
+        newcomer.type(terminal, 'cd /tmp/guide')
+        for command in shown.commands(page):
+            command.text = pages_test.for_qt(command.text, qt)
+            terminal.type(command)
+        terminal.close()
+
+
+def main():
+    directory = sys.argv[1]
+    os.chdir(os.path.dirname(os.path.realpath(__file__)) + '/../..')
+    newcomer = Newcomer(directory)
+    try:
+        two_commands(newcomer, '--without-tests' in sys.argv)
+        at_your_desk(newcomer)
+        qt = build_and_install(newcomer)
+        on_a_printer(newcomer)
+        guides(newcomer, qt)
+    except shown.Failed as failure:
+        sys.exit(f'{failure}\nFAILED. What the terminals showed: {directory}/log')
+    print('README.md does what it shows.')
+
+
+if __name__ == '__main__':
+    main()
