@@ -52,18 +52,6 @@ class Newcomer:
         return terminal.came(command)
 
 
-def inline(section, known):
-    """The commands in a section's sentences. Each has to be known."""
-    result = []
-    for span in shown.spans('README.md', section):
-        if ' ' in span and shown.is_command(span):
-            if span not in known:
-                raise shown.Failed(f'README.md, "{section}": nothing plays `{span}`')
-            result.append(span)
-    if sorted(result) != sorted(known):
-        raise shown.Failed(f'README.md, "{section}" shows {result}, not {known}')
-
-
 def two_commands(newcomer, without_tests):
     terminal = newcomer.terminal('desk')
     for command in shown.commands('README.md', 'Two commands'):
@@ -76,10 +64,7 @@ def two_commands(newcomer, without_tests):
 
 def at_your_desk(newcomer):
     section = pages_test.README_SECTION
-    man, panel = 'man hnipcctl', 'hnipc-sandbox -- hnipc-panel'
-    pictures = 'scripts/demo --screenshot DIR'
-    address, join = 'echo $DBUS_SYSTEM_BUS_ADDRESS', "export DBUS_SYSTEM_BUS_ADDRESS='...'"
-    inline(section, [man, panel, pictures, address, join])
+    man, panel, pictures, address, join = pages_test.README_INLINE[section]
 
     terminal = newcomer.terminal('desk')
     commands = shown.commands('README.md', section)
@@ -123,8 +108,8 @@ def build_and_install(newcomer):
     # The two forms that README.md shows, for the program of the guide.
     client = [each for each in shown.commands('README.md', pages_test.README_SECTION)
               if each.text.endswith('hnipc-example-client')][0]
-    without_cmake = [span for span in shown.spans('README.md', section)
-                     if span.startswith('g++ ')][0]
+    without_cmake, presets = pages_test.README_INLINE[section]
+    newcomer.type(terminal, presets)
     newcomer.type(terminal, f'cp -r {CHECKOUT}/examples /root/examples && cd /root/examples/client')
     newcomer.type(terminal, without_cmake)
     newcomer.type(terminal, 'hnipc-sandbox -- ./a.out', client.shown)
@@ -166,6 +151,7 @@ def main():
     os.chdir(os.path.dirname(os.path.realpath(__file__)) + '/../..')
     newcomer = Newcomer(directory)
     try:
+        pages_test.check_all()
         two_commands(newcomer, '--without-tests' in sys.argv)
         at_your_desk(newcomer)
         qt = build_and_install(newcomer)

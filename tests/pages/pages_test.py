@@ -7,6 +7,7 @@ place of a page: that each command of each page is in a page that is played, or 
 
 import glob
 import os
+import re
 import shutil
 import sys
 import tempfile
@@ -60,6 +61,16 @@ WINDOWS = {
     'hnipc-sandbox --scenario ordinary-day -- hnipc-panel',
 }
 WINDOW_IS_THERE = ['...', 'qt.scenegraph.general: Loading backend software', '...', '^C']
+
+# The commands in README's sentences, by section. scripts/newcomer plays them, but for the first two.
+README_INLINE = {
+    'Two commands': ['scripts/test --qt 5', 'scripts/test --sanitize'],
+    README_SECTION: ['man hnipcctl', 'hnipc-sandbox -- hnipc-panel',
+                     'scripts/demo --screenshot DIR', 'echo $DBUS_SYSTEM_BUS_ADDRESS',
+                     "export DBUS_SYSTEM_BUS_ADDRESS='...'"],
+    'Build and install': ['g++ -fPIC main.cpp $(pkg-config --cflags --libs hnipcasync-qt5)',
+                          'cmake --list-presets'],
+}
 
 # Commands that no test can run, and why.
 NOT_PLAYED = {
@@ -126,6 +137,12 @@ def check_all():
     for page in list(STAGES) + list(NOT_PLAYED):
         if page not in pages():
             wrong.append(f'there is no {page}')
+    for section in re.findall('^## (.*)$', open('README.md', encoding='utf-8').read(), re.M):
+        spans = [span for span in shown.spans('README.md', section)
+                 if ' ' in span and shown.is_command(span)]
+        if sorted(spans) != sorted(README_INLINE.get(section, [])):
+            wrong.append(f'README.md, "{section}", shows {spans}, and scripts/newcomer plays '
+                         f'{README_INLINE.get(section, [])}')
     if wrong:
         raise shown.Failed('\n'.join(wrong))
 

@@ -111,7 +111,7 @@ def _plain(line):
 def is_command(text):
     word = text.split(' ')[0]
     return bool(re.match(r'\w+=', word) or '/' in word and not word.startswith('/')
-                or shutil.which(word) or word in ('export',) or word.startswith('hnipc'))
+                or word in ('export', 'man') or word.startswith('hnipc') or shutil.which(word))
 
 
 def _commands_of(page, block):
