@@ -83,7 +83,7 @@ def at_your_desk(newcomer):
     other.close()
     newcomer.type(terminal, 'exit')
 
-    if not any(line.startswith('HNIPCCTL(1)') for line in newcomer.type(terminal, man)):
+    if not any('HNIPCCTL(1)' in line for line in newcomer.type(terminal, man)):
         raise shown.Failed(f'{man} shows no manual page')
     newcomer.type(terminal, panel, pages_test.WINDOW_IS_THERE)
     newcomer.type(terminal, pictures.replace('DIR', '/tmp/pictures'))
@@ -97,7 +97,7 @@ def build_and_install(newcomer):
     commands = shown.commands('README.md', section)
     qt = re.search(r'-DHNIPC_QT=(\d)', commands[0].text).group(1)
     module = 'qml-module' if qt == '5' else f'qml{qt}-module'
-    packages = [span for span in shown.spans('README.md', section)
+    packages = [span for span in dict.fromkeys(shown.spans('README.md', section))
                 if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|dbus|pkg)-[a-z0-9-]+', span)]
     newcomer.type(terminal, 'apt-get update')
     newcomer.type(terminal, 'DEBIAN_FRONTEND=noninteractive apt-get install --yes g++ cmake '

@@ -10,6 +10,7 @@ whatever it prints. A block without "$ " may be commands only.
 import os
 import re
 import shutil
+import signal
 import time
 
 import pexpect
@@ -142,6 +143,12 @@ def _without_what_varies(line):
     return line.rstrip()
 
 
+def _heed_keys():
+    """What runs in the background was told to ignore them, and so would all that it starts."""
+    for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
+
+
 class Terminal:
     """An interactive bash, and what its terminal shows."""
 
@@ -152,7 +159,8 @@ class Terminal:
         self._has_jobs = False
         environment = dict(environment, TERM='xterm-256color', PROMPT_COMMAND='PS1="@@$?@@ "')
         self._child = pexpect.spawn(arguments[0], arguments[1:], env=environment, cwd=directory,
-                                    encoding='utf-8', dimensions=(LINES, COLUMNS), timeout=None)
+                                    encoding='utf-8', dimensions=(LINES, COLUMNS), timeout=None,
+                                    preexec_fn=_heed_keys)
         self._until(lambda: self._exit_code() is not None, 'a prompt')
 
     def lines(self):

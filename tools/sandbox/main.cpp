@@ -63,8 +63,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
         QStringLiteral("Say what is wrong with a scenario, instead of playing it."),
         QStringLiteral("file"));
     const QCommandLineOption quiet(
-        QStringLiteral("quiet"),
-        QStringLiteral("Do not print the lines that the scenario says."));
+        QStringLiteral("quiet"), QStringLiteral("Do not print the lines that the scenario says."));
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
