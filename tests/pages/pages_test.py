@@ -163,6 +163,7 @@ def environment(source, installed, qt, home):
         'CMAKE_PREFIX_PATH': installed,
         'PKG_CONFIG_PATH': f'{library}/pkgconfig',
         'LDFLAGS': f'-Wl,-rpath,{library}',
+        'CXXFLAGS': '-Wall -Wextra -Werror',  # the examples compile without a warning
         'QML_IMPORT_PATH': f'{library}/qt{qt}/qml',
         'QML2_IMPORT_PATH': f'{library}/qt{qt}/qml',
         'QT_QPA_PLATFORM': 'offscreen',
