@@ -20,16 +20,12 @@ SIM = ('dbus-send --system --print-reply --dest=org.hnipc.{0} /simulator '
        'org.hnipc.Simulator.{1} >sim.log')
 LID = SIM.format('m4', 'set string:printerLid variant:boolean:{}')
 
-# What is done before a command, and the page does not say: which daemons run, and what happens. A
-# page not named here is read at a shell that has the installed programs on its PATH.
+# What is done before a command, and the page does not say: which daemons run, and what happens.
+# Without it, a page is read at a shell that has the installed programs on its PATH.
 STAGES = {
-    'docs/guides/application.md': {},
-    'docs/guides/daemon.md': {},
-    'docs/guides/screen.md': {},
     'docs/guides/printer.md': {
         'hnipcctl status': ['hnipc-sandbox'],
     },
-    'data/man/hnipc-panel.1': {},
     'data/man/hnipc-sandbox.1': {
         'hnipc-sandbox --scenario ordinary-day -- ./my-screen': [
             "printf '%s\\n' '#!/bin/sh' 'exec hnipcctl status' >my-screen",
@@ -52,7 +48,6 @@ STAGES = {
             SIM.format('supplyd', 'set string:supplyPercent variant:double:62.5'),
             r"printf '%s\n' printer7 service@printer8 >hall.txt"],
     },
-    'README.md': {},
 }
 README_SECTION = 'At your desk, without a printer'  # scripts/newcomer plays the others, too
 
@@ -85,10 +80,6 @@ NOT_PLAYED = {
         'usermod --append --groups hnipc kiosk': 'takes root; scripts/newcomer runs it',
         'systemctl reload dbus': 'takes systemd as the first process',
     },
-    'docs/guides/printer.md': {
-        'sudo adduser kiosk hnipc': 'takes root and the bus of the system',
-        'sudo -u kiosk hnipcctl status': 'takes root and the bus of the system',
-    },
     'docs/performance.md': {'scripts/bench': 'measures for minutes, by hand'},
     'docs/size.md': {'scripts/size': 'makes builds of its own, by hand'},
     'docs/reliability.md': {
@@ -114,7 +105,14 @@ def pages():
         glob.glob('docs/*.md') + glob.glob('docs/guides/*.md') + glob.glob('data/man/*.1'))
 
 
+def played_pages():
+    """Those that CMakeLists.txt makes a test of."""
+    return ['README.md'] + [page for page in pages() if re.match('docs/guides/|data/man/', page)]
+
+
 def reason(page, command):
+    if command.text.startswith('sudo '):
+        return 'takes root, and is for the real system'
     return NOT_PLAYED.get(page, {}).get(command.text)
 
 
@@ -124,7 +122,7 @@ def check_all():
     for page in pages():
         all_commands = shown.commands(page)
         played = []
-        if page in STAGES:
+        if page in played_pages():
             section = README_SECTION if page == 'README.md' else None
             played = [each.text for each in shown.commands(page, section)]
         for command in all_commands:
@@ -196,7 +194,7 @@ def play(source, installed, qt, page):
         variables = environment(source, installed, qt, work)
         terminal = shown.Terminal(['/bin/bash', '--norc'], variables, work)
         for command in commands:
-            for text in STAGES[page].get(command.text, []):
+            for text in STAGES.get(page, {}).get(command.text, []):
                 terminal.type(shown.Command(page, command.number, text))
             if command.text in WINDOWS:
                 command.shown = WINDOW_IS_THERE
