@@ -114,7 +114,7 @@ def _plain(line):
 def is_command(text):
     """Whether a line without "$ " is a command. It depends on nothing that is installed."""
     word = text.split(' ')[0]
-    return bool(re.match(r'(\w+=|hnipc|(\.|scripts|build)/)', word)) or word in PROGRAMS
+    return bool(re.match(r'(\w+=|hnipcctl$|hnipc-|(\.|scripts|build)/)', word)) or word in PROGRAMS
 
 
 def _commands_of(page, block):
