@@ -136,8 +136,7 @@ def check_all():
         if page not in pages():
             wrong.append(f'there is no {page}')
     for section in re.findall('^## (.*)$', open('README.md', encoding='utf-8').read(), re.M):
-        spans = [span for span in shown.spans('README.md', section)
-                 if ' ' in span and shown.is_command(span)]
+        spans = shown.inline_commands('README.md', section)
         if sorted(spans) != sorted(README_INLINE.get(section, [])):
             wrong.append(f'README.md, "{section}", shows {spans}, and scripts/newcomer plays '
                          f'{README_INLINE.get(section, [])}')

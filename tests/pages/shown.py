@@ -65,6 +65,13 @@ def fenced(page, section, language):
     return re.search(rf'^```{language}\n(.*?)^```', text, re.S | re.M).group(1).splitlines()
 
 
+def inline_commands(page, section):
+    """The commands in the sentences of a section. A program of ours with one word behind it, and
+    what that takes, is a name: `hnipcctl status`, `hnipc-sandbox --scenario FILE`."""
+    return [span for span in spans(page, section)
+            if ' ' in span and is_command(span) and not re.fullmatch(r'hnipc\S* \S+( [A-Z]+)*', span)]
+
+
 def _lines(page, section=None):
     inside = section is None
     found = inside
