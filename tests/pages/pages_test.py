@@ -32,9 +32,14 @@ STAGES = {
             "printf '%s\\n' '#!/bin/sh' 'hnipc-simulator m4 &' "
             "'until hnipcctl status; do :; done' >my-daemon",
             'chmod +x my-screen my-daemon'],
+        'hnipc-sandbox --check shift.json': [
+            """printf '%s\\n' '{' '"name": "Shift",' '"about": "The lid is opened.",' '"acts": [' """
+            """'{ "at": 0, "do": "say", "text": "It opens." },' '' """
+            """'{ "at": 1, "daemon": "m4", "do": "set",' '"name": "printerLidd", "value": true }' """
+            """']' '}' >shift.json"""],
     },
     'data/man/hnipc-simulator.1': {
-        'S="org.hnipc.m4 /simulator org.hnipc.Simulator"': ['hnipc-sandbox'],
+        'hnipcctl simulate print 500': ['hnipc-sandbox'],
     },
     'data/man/hnipcctl.1': {
         'hnipcctl status': ['hnipc-sandbox --daemons ioexpd,m4'],
