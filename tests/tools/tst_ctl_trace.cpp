@@ -120,6 +120,7 @@ private Q_SLOTS:
     void standInLeaves();
     void refusesRealDaemon_data();
     void refusesRealDaemon();
+    void refusesABusWithRules();
     void stopsForARealDaemon();
     void haltedSimulator();
     void refusedName();
@@ -393,6 +394,25 @@ void tst_CtlTrace::refusesRealDaemon()
     for (const WireMessage &call : daemons.takeCalls()) {
         QCOMPARE(call.member, QByteArray("names"));
     }
+}
+
+// Its rules say that it is a printer's.
+void tst_CtlTrace::refusesABusWithRules()
+{
+    OtherBus bus(busConfiguration(*m_directory, "<deny send_destination='org.hnipc.m4' "
+                                                "send_interface='org.hnipc.Simulator'/>"));
+    const QByteArray usual = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLatin1());
+    WirePeer m4;
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", usual);
+    QVERIFY(m4.own("org.hnipc.m4"));
+    m4.answerAll("(@as [],)");
+    const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
+    Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
+    QCOMPARE(ctl.exitCode(), 1);
+    QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+                                "nothing was sent"), ctl.err());
+    QVERIFY(m4.calls().isEmpty());
 }
 
 // One that comes while the trace is played. Another simulated one is no reason.

@@ -184,7 +184,9 @@ private:
         for (const auto &[daemon, owner, question] : questions) {
             const Outcome outcome = outcomeOf(
                 *daemon, HNIPCFailure::ofReply(replyOf(question), owner, m_context.timeout));
-            if (outcome.reason == HNIPCRequest::DaemonError) {
+            // The rules of a printer's bus let no caller through to what only a simulated daemon has.
+            if (outcome.reason == HNIPCRequest::DaemonError
+                || outcome.reason == HNIPCRequest::AccessDenied) {
                 return Console::fail(
                     Toolkit::Failed, QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
                                                     "replayed to a real printer; %3")
