@@ -1,0 +1,187 @@
+# SPDX-License-Identifier: MIT
+"""What the daemons for tests have in common."""
+
+from __future__ import annotations
+
+import pathlib
+import threading
+import traceback
+from typing import Any, List, NamedTuple, Optional, Tuple, TypeVar
+
+from jeepney import (  # type: ignore[import]
+    DBusAddress, HeaderFields, MessageFlag, MessageType, new_error, new_method_return, new_signal)
+
+from .. import _core as core
+from .._blocking import Link
+
+Self = TypeVar("Self", bound="Daemon")
+PEER = "org.freedesktop.DBus.Peer"
+INTROSPECTABLE = "org.freedesktop.DBus.Introspectable"
+
+
+class Call(NamedTuple):
+    """A call that a daemon has received."""
+
+    method: str
+    arguments: Tuple[Any, ...]
+
+
+class ErrorReply(Exception):
+    """Raised by a method of a daemon: the caller gets this error."""
+
+    def __init__(self, name: str, text: str = "") -> None:
+        super().__init__(name, text)
+        self.name = name
+        self.text = text
+
+
+class Raw(NamedTuple):
+    """Returned by a method of a daemon: a reply of these D-Bus types, whatever is declared."""
+
+    signature: str
+    values: Tuple[Any, ...]
+
+
+#: Returned by a method of a daemon: the caller gets no reply.
+SILENCE: Any = object()
+
+
+class Daemon:
+    """A daemon of the printer on the bus. The methods of a class derived from IOEXPD, M4 or SUPPLYD
+    are called by the bus, in a thread of the daemon's own. The others carry nothing out: a command
+    replies true, a switch is not active, and all else is 0 or empty.
+
+    It is on the bus within its with statement, or from start() to stop(). If a method raises
+    something else than ErrorReply, the caller gets that as an error, and stop() raises it.
+    """
+
+    KIND = ""
+    METHODS: Tuple[core.Method, ...] = ()
+
+    def __init__(self, address: Optional[str] = None) -> None:
+        self.address = core.bus_address(address)
+        #: The calls that it has received, the oldest first.
+        self.calls: List[Call] = []
+        self._forms = {(form.name, form.signature): form for form in self.METHODS}
+        self._received = threading.Condition()
+        self._sending = threading.Lock()
+        self._error: Optional[BaseException] = None
+        self._link: Optional[Link] = None
+        self._thread: Optional[threading.Thread] = None
+
+    def __enter__(self: Self) -> Self:
+        self.start()
+        return self
+
+    def __exit__(self, *unused: object) -> None:
+        self.stop()
+
+    def start(self) -> None:
+        """Acquires the bus name and serves; RuntimeError if another daemon has the name."""
+        if self._link is not None:
+            raise RuntimeError("the daemon is running")
+        link = Link(self.address, 25.0)
+        name = core.busname_of(self.KIND)
+        # 4: not to wait for the name. 1: it is ours.
+        if link.ask_bus(25.0, "RequestName", "su", name, 4) != 1:
+            link.lose()
+            raise RuntimeError(f"{name} is on the bus already, or the bus does not allow it")
+        link.connection.sock.settimeout(None)
+        self._link = link
+        self._thread = threading.Thread(target=self._serve, args=(link,), daemon=True)
+        self._thread.start()
+
+    def stop(self) -> None:
+        """Leaves the bus, as a daemon that dies: calls without a reply stay without."""
+        link, self._link = self._link, None
+        if link is not None and self._thread is not None:
+            try:
+                link.connection.sock.shutdown(2)  # it wakes the thread, which closes it
+            except OSError:
+                pass
+            if self._thread is not threading.current_thread():
+                self._thread.join()
+        error, self._error = self._error, None
+        if error is not None:
+            raise error
+
+    def wait_for_call(self, method: str, *, timeout: float = 5.0) -> Call:
+        """The first call of a method; AssertionError if none has come within that time."""
+        core.seconds_of(timeout)
+        with self._received:
+            found = self._received.wait_for(lambda: self._first(method), timeout)
+            if found is None:
+                raise AssertionError(f"{method} was not called within {timeout:g} s; "
+                                     f"received: {self.calls}")
+            return found
+
+    def _first(self, method: str) -> Optional[Call]:
+        return next((call for call in self.calls if call.method == method), None)
+
+    def emit(self, member: str, signature: str, values: Tuple[Any, ...]) -> bool:
+        """Sends a signal of its interface; the pulse methods do this with the right types."""
+        fitted = tuple(core.FIT[kind](value) if kind in core.FIT else value
+                       for value, kind in zip(values, core.complete_types(signature)))
+        return self._send(new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
+                                     signature or None, fitted))
+
+    def _send(self, message: Any) -> bool:
+        link = self._link
+        if link is None:
+            return False
+        with self._sending:
+            try:
+                link.connection.send(message)
+            except OSError:
+                return False
+        return True
+
+    def _serve(self, link: Link) -> None:
+        while True:
+            message = link.receive(None)
+            if message is None:
+                return
+            if message.header.message_type is MessageType.method_call:
+                reply = self._reply_to(message)
+                if reply and not message.header.flags & MessageFlag.no_reply_expected:
+                    self._send(reply)
+
+    def _reply_to(self, message: Any) -> Any:
+        fields = message.header.fields
+        name, interface = fields[HeaderFields.member], fields.get(HeaderFields.interface)
+        signature = fields.get(HeaderFields.signature, "")
+        if interface == PEER and name == "Ping":
+            return new_method_return(message)
+        if interface == INTROSPECTABLE and name == "Introspect":
+            file = pathlib.Path(__file__).with_name(f"{core.INTERFACES[self.KIND]}.xml")
+            return new_method_return(message, "s", (file.read_text(encoding="utf-8"),))
+        form = self._forms.get((name, signature))
+        if (form is None or fields.get(HeaderFields.path) != "/"
+                or interface not in (None, core.INTERFACES[self.KIND])):
+            return new_error(message, core.standard("UnknownMethod"), "s",
+                             (f"no method {name} with the types \"{signature}\"",))
+        return self._carry_out(form, message)
+
+    def _carry_out(self, form: core.Method, message: Any) -> Any:
+        kinds = [kind for _, kind in form.parameters]
+        arguments = tuple(map(core.plain, message.body, kinds))
+        with self._received:
+            self.calls.append(Call(form.name, arguments))
+            self._received.notify_all()
+        try:
+            result = getattr(self, form.name)(*arguments)
+            if result is SILENCE:
+                return None
+            if isinstance(result, Raw):
+                return new_method_return(message, result.signature or None, result.values)
+            if not form.result:
+                return new_method_return(message)
+            return new_method_return(message, form.result, (core.FIT[form.result](result),))
+        except ErrorReply as error:
+            return new_error(message, error.name, "s", (error.text,))
+        except core.Misfit as misfit:
+            self._error = TypeError(f"{form.name} returned {result!r}, which is not {misfit}")
+        except Exception as error:
+            self._error = error
+        return new_error(message, "org.hnipc.Error.Failed", "s",
+                         (traceback.format_exception_only(type(self._error), self._error)[-1],))

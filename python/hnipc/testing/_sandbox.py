@@ -1,0 +1,226 @@
+# SPDX-License-Identifier: MIT
+"""A private bus with simulated daemons, and the world around them."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from typing import Any, Dict, List, Optional, Sequence, Tuple
+
+from jeepney import DBusAddress, MessageType, new_method_call  # type: ignore[import]
+
+from .. import _core as core
+from .._blocking import Link
+from .._methods import METHODS
+
+SIMULATOR = "org.hnipc.Simulator"
+LIMIT = 60.0  # seconds: long enough for a loaded machine
+
+
+def program(name: str) -> str:
+    path = shutil.which(name)
+    if path is None:
+        raise FileNotFoundError(f"{name} is not on the PATH; it comes with the package hnipc-tools")
+    return path
+
+
+class Sandbox:
+    """hnipc-sandbox as an object: a private bus with simulated daemons, from start() to stop() or
+    within a with statement. address is that of the bus. It ends with this process, however that
+    ends.
+    """
+
+    def __init__(self, scenario: Optional[str] = None,
+                 daemons: Sequence[str] = ("ioexpd", "m4", "supplyd")) -> None:
+        for daemon in daemons:
+            core.busname_of(daemon)
+        self.scenario = scenario
+        self.daemons = tuple(daemons)
+        self.address = ""
+        self._errors = tempfile.TemporaryFile()
+        self._process: Optional[subprocess.Popen[bytes]] = None
+        self._started: List[subprocess.Popen[bytes]] = []
+
+    def __enter__(self) -> Sandbox:
+        self.start()
+        return self
+
+    def __exit__(self, *unused: object) -> None:
+        self.stop()
+
+    def start(self) -> None:
+        command = [program("hnipc-sandbox"), "--daemons", ",".join(self.daemons) or "none"]
+        if self.scenario:
+            command += ["--scenario", self.scenario]
+        # The pipe to the command ends with this process, and the sandbox with the command. In a
+        # session of its own, the keys of the terminal do not reach it.
+        command += ["--", "sh", "-c", 'echo "$DBUS_SYSTEM_BUS_ADDRESS"; exec cat']
+        self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                         stderr=self._errors, start_new_session=True)
+        assert self._process.stdout
+        self.address = self._process.stdout.readline().decode().strip()
+        if not self.address:
+            self.stop()
+            raise RuntimeError(f"there is no sandbox: {self.output().strip()}")
+
+    def stop(self) -> None:
+        process, self._process = self._process, None
+        if process is not None:
+            assert process.stdin and process.stdout
+            process.stdin.close()
+            try:
+                process.wait(LIMIT)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+            process.stdout.close()
+        for daemon in self._started:  # they have lost their bus
+            daemon.wait()
+        self._started.clear()
+
+    def output(self) -> str:
+        """What the daemons and the scenario have printed."""
+        return os.pread(self._errors.fileno(), 1 << 20, 0).decode(errors="replace")
+
+    def stop_daemon(self, daemon: str) -> None:
+        """Ends a daemon, as systemd would, and waits until it is off the bus."""
+        link = Link(self.address, LIMIT)
+        try:
+            link.subscribe(LIMIT)
+            name = core.busname_of(daemon)
+            process = link.ask_bus(LIMIT, "GetConnectionUnixProcessID", "s", name)
+            if process is None:
+                raise RuntimeError(f"{daemon} is not running")
+            os.kill(process, signal.SIGTERM)
+            deadline = time.monotonic() + LIMIT
+            while link.inbox.owners.get(name):
+                message = link.receive(deadline)
+                if message is None:
+                    raise core.not_seen(daemon, False, LIMIT)
+                link.inbox.put(message)
+        finally:
+            link.lose()
+
+    def start_daemon(self, daemon: str) -> None:
+        """Starts a simulated daemon that does not run, and waits until it serves."""
+        core.busname_of(daemon)
+        process = subprocess.Popen(
+            [program("hnipc-simulator"), daemon], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+            stderr=self._errors, start_new_session=True,
+            env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
+        assert process.stdout
+        is_ready = process.stdout.readline() == b"ready\n"
+        process.stdout.close()
+        if not is_ready:
+            process.wait()
+            raise RuntimeError(f"{daemon} does not start: {self.output().strip()}")
+        self._started.append(process)
+
+
+class World:
+    """The world around simulated daemons: what their object /simulator can do, which
+    hnipc-simulator(1) describes. What the simulator refuses raises hnipc.Refused."""
+
+    def __init__(self, address: Optional[str] = None) -> None:
+        self._link = Link(address, LIMIT)
+        self._names: Dict[str, str] = {}
+
+    def close(self) -> None:
+        self._link.lose()
+
+    def _act(self, daemon: str, member: str, signature: str = "", *arguments: Any) -> Any:
+        name = core.busname_of(daemon)
+        place = DBusAddress("/simulator", bus_name=name, interface=SIMULATOR)
+        try:
+            fitted = tuple(core.FIT[kind](argument) for argument, kind
+                           in zip(arguments, core.complete_types(signature)))
+        except core.Misfit as misfit:
+            raise misfit.kind(f"{member}: {arguments!r}: not {misfit}") from None
+        message = new_method_call(place, member, signature or None, fitted)
+        reply = self._link.call(message, name, LIMIT)
+        fields = reply.header.fields
+        if reply.header.message_type is MessageType.error:
+            raise core.failure(name, fields.get(4, ""), reply.body, fields.get(7) == core.BUS)
+        types = core.complete_types(fields.get(8, ""))
+        return core.plain(reply.body[0], types[0]) if types else None
+
+    def names(self, daemon: str) -> List[str]:
+        """The readings and switches of a daemon that can be set."""
+        result: List[str] = self._act(daemon, "names")
+        return result
+
+    def _daemon_with(self, name: str) -> str:
+        for daemon in core.BUS_NAMES:
+            if name in self._names:
+                break
+            try:
+                self._names.update(dict.fromkeys(self.names(daemon), daemon))
+            except core.NotSent:  # it does not run
+                pass
+        if name not in self._names:
+            raise ValueError(f"{name!r} is not a reading or switch of a daemon that is running")
+        return self._names[name]
+
+    def set(self, name: str, value: Any) -> None:
+        """Gives a reading or a switch a value, which its daemon announces."""
+        self._act(self._daemon_with(name), "set", "sv", name, value)
+
+    def get(self, name: str) -> Any:
+        """The value of a reading or a switch."""
+        return self._act(self._daemon_with(name), "get", "s", name)
+
+    def press(self, button: str) -> None:
+        """Presses a button of the front panel: print, help or cancel."""
+        self._act("ioexpd", "press", "s", button)
+
+    def load_supply(self, supply: str = "", ribbons: Sequence[str] = ()) -> None:
+        """Puts in new rolls, by their SKUs. What is empty stays in."""
+        self._act("supplyd", "load", "sas", supply, list(ribbons))
+
+    def print(self, labels: int) -> None:
+        """Queues a print job."""
+        self._act("m4", "print", "u", labels)
+
+    def emit(self, event: str, *values: Any) -> None:
+        """Sends an event, by the name that clients know."""
+        self._act(self._sender_of(event), "emit", "sav", event, list(values))
+
+    def flood(self, event: str, count: int) -> None:
+        """Sends an event so many times, as fast as the bus takes it."""
+        self._act(self._sender_of(event), "flood", "su", event, count)
+
+    def _sender_of(self, event: str) -> str:
+        cls = core.kinds_of((event,))[0]
+        return next(daemon for daemon, known, _ in core.BY_MEMBER.values() if known is cls)
+
+    def fault(self, method: str, kind: str, detail: Any = "", *, daemon: Optional[str] = None) -> None:
+        """Spoils the calls of a method: kind is delay (detail: milliseconds), never, error (detail:
+        "NAME TEXT"), wrongtype, die, or none to end it. With "*" as the method, all calls of
+        daemon."""
+        if daemon is None:
+            if method not in METHODS:
+                raise ValueError(f"{method!r} is not a method of the printer")
+            daemon = METHODS[method][0].daemon
+        self._act(daemon, "fault", "ssv", method, kind, detail)
+
+    def malform(self, shape: str) -> None:
+        """Spoils the supply records to come: short, wrongtype, dictionary, plain, empty, long, or
+        none to end it."""
+        self._act("supplyd", "malform", "s", shape)
+
+    def faults(self, daemon: str) -> List[str]:
+        """The faults of a daemon that are on."""
+        result: List[str] = self._act(daemon, "faults")
+        return result
+
+    def reset(self) -> None:
+        """Ends all faults of the daemons that are running."""
+        for daemon in core.BUS_NAMES:
+            try:
+                self._act(daemon, "reset")
+            except core.NotSent:
+                pass

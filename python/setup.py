@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: MIT
+"""Builds the package within the tree, whose contract it is made from: pip install ./python"""
+
+import pathlib
+import sys
+
+from setuptools import setup
+from setuptools.command.build_py import build_py
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+import generate  # noqa: E402
+
+if not (generate.TREE / "interfaces").is_dir():
+    sys.exit("hnipc is built within its source tree: interfaces/ is not beside python/")
+
+
+class BuildWithContract(build_py):
+    def run(self):
+        super().run()
+        generate.generate(pathlib.Path(self.build_lib) / "hnipc")
+
+
+setup(version=generate.version(), cmdclass={"build_py": BuildWithContract})

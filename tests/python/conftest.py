@@ -1,0 +1,191 @@
+# SPDX-License-Identifier: MIT
+"""A private bus without the package's own sandbox, the test daemons of the tree on it, and a look at
+what goes over it."""
+
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import uuid
+
+import pytest
+from jeepney import (DBusAddress, HeaderFields, MessageType, message_bus, new_method_call,
+                     new_signal)
+from jeepney.bus import get_bus
+from jeepney.io.blocking import DBusConnection, prep_socket
+
+import hnipc
+
+pytest_plugins = ["pytester"]
+os.environ["PATH"] = os.pathsep.join([os.environ.get("HNIPC_TOOLS_DIR", ""), os.environ["PATH"]])
+
+TREE = pathlib.Path(__file__).resolve().parents[2]
+EXPECTED = TREE / "tests" / "expected"
+SERVERS = {"IOEXPD": "ioexpd", "M4": "m4", "SUPPLYD": "supplyd"}
+RECORD = "(sasdisdisisisdiayddiiiddddasavavavavav)"
+
+
+def rows(header, table):
+    """The rows of a table that is typed in a header of tests/expected, as tuples of its cells."""
+    text = (EXPECTED / header).read_text(encoding="utf-8")
+    body = re.search(rf"{table}\[\] = {{\n(.*?)\n}};", text, re.S).group(1)
+    for row in re.findall(r"^    { (.*?) },$", body, re.S | re.M):
+        yield tuple(text if text is not None and not bare else bare for text, bare in (
+            (cell[0].replace("\\\"", '"') if not cell[1] else None, cell[1])
+            for cell in re.findall(r'"((?:[^"\\]|\\.)*)"|([\w-]+)', row)))
+
+
+def slots():
+    """The methods of the client: name, parameters, daemon, types of the call and of the reply, and
+    how many arguments can be left out."""
+    result = {}
+    for _, signature, _, parameters, server, types, reply, *added in rows(
+            "clientslots.h", "clientSlots"):
+        name = signature[:signature.index("(")]
+        if added != ["0"]:
+            result[name][-1]["optional"] += 1
+            continue
+        result.setdefault(name, []).append({
+            "name": name, "daemon": SERVERS[server], "in": types,
+            "parameters": parameters.split(",") if parameters else [],
+            "out": RECORD if reply == "recordType" else reply, "optional": 0})
+    return [form for forms in result.values() for form in forms]
+
+
+def types_of(signature):
+    return re.findall(r"a\{sv\}|a[a-z]|[a-z]", signature)
+
+
+def ended(process):
+    process.stdin.close()
+    process.wait(60)
+    process.stdout.close()
+
+
+class Bus:
+    """A bus that ends with this process."""
+
+    def __init__(self):
+        command = ["dbus-daemon", f"--config-file={TREE}/data/sandbox-bus.conf", "--nofork",
+                   "--nopidfile", f"--address=unix:abstract=hnipc-python-{uuid.uuid4().hex}",
+                   "--print-address"]
+        self.process = subprocess.Popen(
+            ["sh", "-c", '"$@" & echo $!; cat >/dev/null; kill -KILL $! 2>/dev/null; wait',
+             "-"]
+            + command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        lines = sorted((self.process.stdout.readline().decode().strip() for _ in range(2)),
+                       key=lambda line: not line.isdigit())
+        self.pid, self.address = int(lines[0]), lines[1]
+        self.programs = []
+
+    def start(self, program):
+        """A daemon that says "ready"."""
+        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                   env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
+        self.programs.append(process)
+        assert process.stdout.readline() == b"ready\n"
+        return process
+
+    def kill(self):
+        os.kill(self.pid, signal.SIGKILL)
+
+    def stop(self):
+        for program in self.programs:
+            program.kill()
+            ended(program)
+        ended(self.process)
+
+
+class Peer:
+    """A connection without the package."""
+
+    def __init__(self, address):
+        self.connection = DBusConnection(prep_socket(get_bus(address), timeout=25.0))
+        self.name = self.connection.unique_name
+
+    def call(self, name, path, interface, member, signature=None, *values):
+        place = DBusAddress(path, bus_name=name, interface=interface)
+        reply = self.connection.send_and_get_reply(
+            new_method_call(place, member, signature, values), timeout=25)
+        assert reply.header.message_type is MessageType.method_return, reply.body
+        return reply.body
+
+    def own(self, name):
+        reply = self.connection.send_and_get_reply(message_bus.RequestName(name, 4), timeout=25)
+        assert reply.body == (1,)
+
+    def emit(self, interface, member, signature=None, *values, to=None, path="/"):
+        message = new_signal(DBusAddress(path, interface=interface), member, signature, values)
+        if to:
+            message.header.fields[HeaderFields.destination] = to
+        self.connection.send(message)
+        self.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetId")
+
+    def close(self):
+        self.connection.close()
+
+
+class Wire(Peer):
+    """All that goes over the bus, from its construction on."""
+
+    def __init__(self, address):
+        super().__init__(address)
+        self.address = address
+        self.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                  "org.freedesktop.DBus.Monitoring", "BecomeMonitor", "asu", [], 0)
+
+    def calls(self):
+        """The calls of the daemons since the last time, as the fields that matter."""
+        fence = Peer(self.address)
+        result = []
+        while True:
+            message = self.connection.receive(timeout=25)
+            fields = message.header.fields
+            if fields.get(HeaderFields.sender) == fence.name:
+                break
+            if (message.header.message_type is MessageType.method_call
+                    and fields.get(HeaderFields.destination, "").startswith("org.hnipc.")):
+                result.append((fields[HeaderFields.destination], fields[HeaderFields.path],
+                               fields[HeaderFields.interface], fields[HeaderFields.member],
+                               fields.get(HeaderFields.signature, ""), message.body))
+        fence.close()
+        return result
+
+
+@pytest.fixture
+def bus(monkeypatch):
+    result = Bus()
+    monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", result.address)
+    yield result
+    result.stop()
+
+
+@pytest.fixture(scope="module")
+def served():
+    """A bus with the three test daemons of the tree."""
+    result = Bus()
+    for daemon in SERVERS.values():
+        result.start(f"{os.environ['HNIPC_TEST_DAEMON_DIR']}/hnipc-test-{daemon}")
+    yield result
+    result.stop()
+
+
+@pytest.fixture
+def client(served):
+    with hnipc.Printer(served.address) as result:
+        yield result
+
+
+@pytest.fixture
+def wire(served):
+    result = Wire(served.address)
+    yield result
+    result.close()
+
+
+@pytest.fixture
+def peer(bus):
+    result = Peer(bus.address)
+    yield result
+    result.close()

@@ -1,0 +1,151 @@
+# SPDX-License-Identifier: MIT
+"""The plugin as pytest runs it: what tests see, what a failed one shows, and what one leaves."""
+
+import os
+import pathlib
+import subprocess
+import sys
+
+import pytest
+
+from hnipc.testing import Sandbox
+
+PLUGIN = ("-p", "hnipc.testing.plugin", "-p", "no:cacheprovider")
+
+
+def programs_of(address):
+    """The processes whose environment or command line names a bus."""
+    key = address.split("=", 1)[1].split(",", 1)[0].encode()
+    result = []
+    for directory in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            text = (directory / "environ").read_bytes() + (directory / "cmdline").read_bytes()
+        except OSError:
+            continue
+        if key in text:
+            result.append(int(directory.name))
+    return [process for process in result if process != os.getpid()]
+
+
+def test_what_a_failed_test_shows(pytester):
+    pytester.makepyfile("""
+        import pytest, hnipc
+
+        def test_lid(printer, world):
+            world.set("printerLid", True)
+            printer.forwardFeed(steps=400)
+            world.fault("getError", "error", "org.example.Busy not now")
+            with pytest.raises(hnipc.Refused):
+                printer.getError()
+            world.fault("getAlert", "die")
+            with pytest.raises(hnipc.Unknown):
+                printer.getAlert()
+            assert False
+        """)
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(failed=1)
+    result.stdout.re_match_lines_random([
+        r"-+ hnipc: calls and events -+",
+        r"world  :1\.\d+ to m4: set\('printerLid', True\) done",
+        r"event  m4: M4PrinterLid\(value=True\)", r"event  m4: Error\(value=10\)",
+        r"call   :1\.\d+ to m4: forwardFeed\(steps=400\) = False",
+        r"call   :1\.\d+ to m4: getError\(\): org.example.Busy: not now",
+        r"call   :1\.\d+ to m4: getAlert\(\): org.freedesktop.DBus.Error.NoReply: .*",
+        r"daemon m4 left the bus",
+        r"-+ hnipc: output of the daemons -+", r"hnipc-sandbox: m4 has ended, with 1"])
+
+
+def test_a_passed_test_shows_nothing(pytester):
+    pytester.makepyfile("def test_lid(printer, world): world.set('printerLid', True)")
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(passed=1)
+    result.stdout.no_fnmatch_line("*hnipc: calls*")
+
+
+def test_a_bus_that_is_gone_does_not_hide_the_failure(pytester):
+    pytester.makepyfile("""
+        import os
+
+        def test_bus(sandbox, printer):
+            bus = printer._link.ask_bus(5, "GetConnectionUnixProcessID", "s", "org.freedesktop.DBus")
+            printer.getError()
+            os.kill(bus, 9)
+            printer.getError()
+        """)
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(failed=1)
+    result.stdout.fnmatch_lines(["*hnipc._core.*bus was lost*", "*getError() = 0"])
+
+
+def test_scenario_by_marker(pytester):
+    pytester.makefile(".json", play="""{ "name": "Lid", "about": "The lid opens.", "acts": [
+        { "at": 0, "do": "say", "text": "Now." },
+        { "at": 0.5, "daemon": "m4", "do": "set", "name": "printerLid", "value": true } ] }""")
+    pytester.makepyfile("""
+        import pytest
+
+        pytestmark = pytest.mark.hnipc(scenario="play.json")
+
+        def test_lid(printer):
+            with printer.expect("M4PrinterLid", value=True, timeout=60):
+                pass
+        """)
+    pytester.runpytest_subprocess(*PLUGIN, "--strict-markers").assert_outcomes(passed=1)
+
+
+def test_a_marker_that_is_wrong(pytester):
+    pytester.makepyfile("""
+        import pytest
+
+        @pytest.mark.hnipc(scenery="play.json")
+        def test_lid(printer):
+            pass
+        """)
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(errors=1)
+    result.stdout.fnmatch_lines(["*unexpected keyword argument 'scenery'*"])
+
+
+@pytest.mark.parametrize("end", ["assert False", "os.kill(os.getpid(), 9)", "os._exit(3)",
+                                 "os.kill(os.getpid(), 15)", "raise KeyboardInterrupt"])
+def test_nothing_is_left(pytester, end):
+    pytester.makepyfile(f"""
+        import os, pathlib, subprocess
+
+        def test_end(sandbox, printer, world):
+            sandbox.stop_daemon("supplyd")
+            sandbox.start_daemon("supplyd")
+            pathlib.Path("address").write_text(sandbox.address)
+            {end}
+        """)
+    pytester.runpytest_subprocess(*PLUGIN)
+    address = pathlib.Path("address").read_text()
+    while programs_of(address):  # they end by themselves
+        pass
+
+
+def test_sandboxes_side_by_side_leave_nothing():
+    count = int(os.environ.get("HNIPC_TEST_SANDBOXES", "20"))
+    addresses = []
+    descriptors = len(os.listdir("/proc/self/fd"))
+    for _ in range(count):
+        with Sandbox() as sandbox:
+            addresses.append(sandbox.address)
+            assert programs_of(sandbox.address)
+        assert not programs_of(sandbox.address)
+    assert len(set(addresses)) == count
+    assert len(os.listdir("/proc/self/fd")) <= descriptors + 1
+
+
+def test_the_keys_of_the_terminal_end_the_test_before_the_sandbox(tmp_path):
+    program = """
+import os, signal, hnipc
+from hnipc.testing import Sandbox
+with Sandbox() as sandbox:
+    signal.signal(signal.SIGINT, signal.SIG_IGN)
+    os.killpg(0, signal.SIGINT)
+    print(hnipc.Printer(sandbox.address).m4Version())
+"""
+    output = subprocess.run([sys.executable, "-c", program], start_new_session=True,
+                            stdout=subprocess.PIPE, text=True, check=True).stdout
+    assert output == "4.2.1-simulated\n"

@@ -1,0 +1,192 @@
+# SPDX-License-Identifier: MIT
+"""Daemons in Python: with the package's own client, and with a peer that knows only the wire."""
+
+import pytest
+
+import hnipc
+from conftest import EXPECTED, Peer, RECORD, rows, slots
+from hnipc import Reason
+from hnipc.testing import IOEXPD, M4, SILENCE, SUPPLYD, ErrorReply, Raw
+from test_calls import BUS_NAMES, INTERFACES, sample_arguments
+from test_events import VALUES, types_of
+
+CLASSES = {"ioexpd": IOEXPD, "m4": M4, "supplyd": SUPPLYD}
+
+
+@pytest.fixture
+def daemons(bus):
+    with IOEXPD() as ioexpd, M4() as m4, SUPPLYD() as supplyd:
+        yield {"ioexpd": ioexpd, "m4": m4, "supplyd": supplyd}
+
+
+@pytest.fixture
+def client(bus):
+    with hnipc.Printer() as result:
+        yield result
+
+
+def test_what_is_not_overridden_carries_nothing_out(daemons, client):
+    switches = {"cutterCover", "cutterHome", "printerLid", "supplyLatch"}
+    empty = {"": None, "b": True, "i": 0, "u": 0, "t": 0, "d": 0.0, "s": "", "as": [], "ay": b"",
+             "a{sv}": {}, RECORD: hnipc.SupplyInformation()}
+    for slot in slots():
+        arguments = sample_arguments(slot["in"])
+        value = getattr(client, slot["name"])(*arguments)
+        expected = False if slot["name"] in switches else empty[slot["out"]]
+        assert value == expected and type(value) is type(expected), slot["name"]
+        call = daemons[slot["daemon"]].calls[-1]
+        assert call == (slot["name"], tuple(arguments))
+    assert sum(len(daemon.calls) for daemon in daemons.values()) == 131
+
+
+def test_all_pulses(daemons, client):
+    expected = []
+    for daemon, table in (("ioexpd", "ioexpdPulses"), ("m4", "m4Pulses"),
+                          ("supplyd", "supplydPulses")):
+        for operation, member, types in rows("pulses.h", table):
+            values = [VALUES[kind] for kind in types_of(types)]
+            assert getattr(daemons[daemon], operation)(*values) is True
+            expected.append((member, tuple(values)))
+    assert len(expected) == 58  # supplies have a signal that no pulse sends
+    events = [(event, next(member for (_, member), (cls, _) in hnipc._core.EVENTS.items()
+                           if cls is type(event))) for event in client.events(timeout=0)]
+    # Of three connections, each has an order of its own.
+    key = repr
+    assert sorted(((member, tuple(event)) for event, member in events), key=key) \
+        == sorted(expected, key=key)
+
+
+def test_a_pulse_that_the_bus_calls(daemons, client, peer):
+    assert peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "pulseErrorSignal", "i", 10) == (True,)
+    assert next(client.events(timeout=25)) == hnipc.events.Error(10)
+
+
+def test_overridden_methods(client):
+    class Engine(M4):
+        def forwardFeed(self, steps: int) -> bool:
+            self.pulseErrorSignal(steps)
+            return False
+
+        def sendMCCMessage(self, type, definedMessage, value=0):
+            return value in (0, 5, "x")
+
+    with Engine() as engine:
+        with client.expect("Error", value=7):
+            assert client.forwardFeed(7) is False
+        assert client.sendMCCMessage(1, 2, 5) and client.sendMCCMessage(1, 2, "x")
+        assert client.sendMCCMessage(1, 2) and not client.sendMCCMessage(1, 2, "y")
+        assert engine.calls == [
+            ("forwardFeed", (7,)), ("sendMCCMessage", (1, 2, 5)), ("sendMCCMessage", (1, 2, "x")),
+            ("sendMCCMessage", (1, 2)), ("sendMCCMessage", (1, 2, "y"))]
+        assert engine.wait_for_call("sendMCCMessage") == ("sendMCCMessage", (1, 2, 5))
+        with pytest.raises(AssertionError, match="setDac was not called within 0.05 s.*forwardFeed"):
+            engine.wait_for_call("setDac", timeout=0.05)
+
+
+@pytest.fixture(autouse=True)
+def _bus(bus):
+    pass
+
+
+def test_values_of_all_types(client):
+    record = hnipc.SupplyInformation(
+        text1="LBL", textList1=["a"], real1=1.5, bytes1=b"\0\xff", integer5=3,
+        variantList1=[1, "two", True, 2.5, b"x", ["v", "w"], [1, "x"], {"a": 1}, 2**40, 2**63])
+
+    class Supplies(SUPPLYD):
+        def supplyInformation(self, printerName):
+            return record
+
+        def supplyColorHash(self):
+            return {"number": 1, "text": "x", "list": ["a", "b"]}
+
+        def supplyBackgroundImage(self, sku):
+            return b"\x89PNG"
+
+    with Supplies():
+        assert client.supplyInformation() == record
+        assert client.supplyColorHash() == {"number": 1, "text": "x", "list": ["a", "b"]}
+        assert client.supplyBackgroundImage("LBL") == b"\x89PNG"
+
+
+def test_refusing_silent_and_wrong_replies(client):
+    class Engine(M4):
+        def getError(self):
+            raise ErrorReply("org.example.Busy", "not now")
+
+        def getAlert(self):
+            return SILENCE
+
+        def m4Version(self):
+            return Raw("i", (5,))
+
+        def resetMotor(self):
+            self.stop()
+            return True
+
+    with Engine() as engine:
+        with pytest.raises(hnipc.Refused) as raised:
+            client.getError()
+        assert (raised.value.error_name, raised.value.error_text) == ("org.example.Busy", "not now")
+        with pytest.raises(hnipc.Unknown) as raised:
+            client.getAlert(timeout=0.05)
+        assert raised.value.reason is Reason.TimedOut
+        with pytest.raises(hnipc.Unknown) as raised:
+            client.m4Version()
+        assert raised.value.reason is Reason.WrongType
+        with pytest.raises(hnipc.Unknown) as raised:
+            client.resetMotor()
+        assert raised.value.reason is Reason.DaemonLeft
+        client.wait_for_daemon("m4", present=False)
+        engine.start()
+        assert client.getBatteryStatus() == 0
+
+
+def test_mistakes_of_a_daemon_fail_its_test(client):
+    class Engine(M4):
+        def getError(self):
+            return "lots"
+
+        def getAlert(self):
+            raise ZeroDivisionError("in the test's daemon")
+
+    for method, kind, text in ((client.getError, TypeError, "getError returned 'lots'"),
+                               (client.getAlert, ZeroDivisionError, "in the test's daemon")):
+        with pytest.raises(kind, match=text):
+            with Engine():
+                with pytest.raises(hnipc.Refused, match=text):
+                    method()
+
+
+def test_one_name_has_one_daemon():
+    with M4() as first:
+        with pytest.raises(RuntimeError, match="org.hnipc.m4 is on the bus already"):
+            M4().start()
+        with pytest.raises(RuntimeError, match="is running"):
+            first.start()
+    with M4():
+        pass
+    assert not first.pulseErrorSignal(1)
+
+
+def test_calls_that_are_none_of_its_interface(peer):
+    with M4() as engine:
+        for path, interface, member in (("/", "local.IHNIPCM4", "noSuchMethod"),
+                                        ("/other", "local.IHNIPCM4", "getError"),
+                                        ("/", "local.Other", "getError")):
+            with pytest.raises(AssertionError, match="no method"):
+                peer.call("org.hnipc.m4", path, interface, member)
+        with pytest.raises(AssertionError, match="no method setDac with the types \"s\""):
+            peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "setDac", "s", "x")
+        assert engine.calls == []
+        assert peer.call("org.hnipc.m4", "/", None, "getError") == (0,)
+
+
+@pytest.mark.parametrize("daemon", CLASSES)
+def test_what_it_says_of_itself(peer, daemon):
+    with CLASSES[daemon]():
+        name = BUS_NAMES[daemon]
+        peer.call(name, "/", "org.freedesktop.DBus.Peer", "Ping")
+        text, = peer.call(name, "/", "org.freedesktop.DBus.Introspectable", "Introspect")
+        file = EXPECTED.parents[1] / "interfaces" / f"{INTERFACES[daemon]}.xml"
+        assert text == file.read_text(encoding="utf-8")

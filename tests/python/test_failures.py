@@ -1,0 +1,293 @@
+# SPDX-License-Identifier: MIT
+"""Calls that fail: absent, refusing, silent, dying and wrong daemons, and a bus that goes away."""
+
+import os
+import signal
+
+import pytest
+from jeepney import HeaderFields, MessageType, new_error, new_method_return
+
+import hnipc
+from conftest import Peer, RECORD, rows
+from hnipc import Reason
+
+ERROR = "org.freedesktop.DBus.Error."
+
+
+@pytest.fixture
+def client(bus):
+    with hnipc.Printer(bus.address) as result:
+        yield result
+
+
+class Server(Peer):
+    """A daemon of which one call is answered by hand."""
+
+    def __init__(self, address, name):
+        super().__init__(address)
+        self.own(name)
+
+    def next_call(self):
+        while True:
+            message = self.connection.receive(timeout=25)
+            if message.header.message_type is MessageType.method_call:
+                return message
+
+
+def answered(bus, name, call, answer):
+    """The result of a call to a daemon that answers in a process of its own."""
+    # The client must have its bus name before there are two processes.
+    server = Server(bus.address, name)
+    child = os.fork()
+    if child == 0:
+        try:
+            answer(server, server.next_call())
+            signal.pause()
+        finally:
+            os._exit(0)
+    server.connection.sock.close()
+    try:
+        return call()
+    finally:
+        os.kill(child, signal.SIGKILL)
+        os.waitpid(child, 0)
+
+
+def replying(signature, *values):
+    return lambda server, call: server.connection.send(new_method_return(call, signature, values))
+
+
+def check(raised, kind, reason, name, text=None):
+    assert type(raised.value) is kind
+    assert raised.value.reason is reason
+    assert raised.value.error_name == name
+    assert raised.value.error_text == str(raised.value) and raised.value.error_text
+    if text is not None:
+        assert text in raised.value.error_text
+
+
+def test_absent_daemon(client):
+    for call in (client.getError, client.enableAudioAmp, client.supplySKUList):
+        with pytest.raises(hnipc.CallFailed) as raised:
+            call(*[True] * (call == client.enableAudioAmp))
+        check(raised, hnipc.NotSent, Reason.DaemonAbsent, ERROR + "ServiceUnknown",
+              "is not on the bus")
+
+
+def test_refusing_daemon(bus, client):
+    def refuse(server, call):
+        server.connection.send(new_error(call, "org.example.Busy", "s", ("not now",)))
+
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, "org.hnipc.m4", client.getError, refuse)
+    check(raised, hnipc.Refused, Reason.DaemonError, "org.example.Busy", "not now")
+
+
+@pytest.mark.parametrize("name", ["NoReply", "ServiceUnknown", "AccessDenied", "Timeout"])
+def test_errors_with_names_of_the_bus_are_the_daemons_if_it_sends_them(bus, client, name):
+    def refuse(server, call):
+        server.connection.send(new_error(call, ERROR + name))
+
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, "org.hnipc.m4", client.getError, refuse)
+    check(raised, hnipc.Refused, Reason.DaemonError, ERROR + name)
+
+
+def test_silent_daemon(bus, client):
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, "org.hnipc.m4", lambda: client.getError(timeout=0.05), lambda *_: None)
+    check(raised, hnipc.Unknown, Reason.TimedOut, ERROR + "Timeout",
+          "org.hnipc.m4 did not reply within 0.05 s")
+
+
+def test_the_deadline_of_the_object(bus):
+    with hnipc.Printer(bus.address, timeout=0.5) as printer:
+        with pytest.raises(hnipc.Unknown, match="within 0.5 s"):
+            answered(bus, "org.hnipc.m4", printer.getError, lambda *_: None)
+
+
+def test_a_late_reply_is_not_taken_for_that_of_the_next_call(bus, client):
+    def late(server, first):
+        second = server.next_call()
+        server.connection.send(new_method_return(first, "i", (1,)))
+        server.connection.send(new_method_return(second, "i", (2,)))
+
+    def calls():
+        with pytest.raises(hnipc.Unknown):
+            client.getError(timeout=0.05)
+        return client.getError()
+
+    assert answered(bus, "org.hnipc.m4", calls, late) == 2
+
+
+def test_dying_daemon(bus, client):
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, "org.hnipc.m4", client.getError, lambda *_: os._exit(1))
+    check(raised, hnipc.Unknown, Reason.DaemonLeft, ERROR + "NoReply",
+          "org.hnipc.m4 left the bus before it replied")
+
+
+@pytest.mark.parametrize("method, signature, values", [
+    ("getError", None, ()), ("getError", "u", (1,)), ("getError", "s", ("1",)),
+    ("getError", "v", (("i", 1),)), ("getError", "(i)", ((1,),)), ("dac0", "i", (1,)),
+    ("printerLid", "i", (1,)), ("m4Version", "as", (["1"],)), ("supplyColorHash", "a{ss}", ({},)),
+    ("supplyInformation", "s", ("",)), ("supplyInformation", "a{sv}", ({},)),
+    ("supplyInformation", None, ()), ("supplySKUList", "s", ("",))])
+def test_reply_of_another_type(bus, client, method, signature, values):
+    name = "org.hnipc.supplyd" if method.startswith("supply") else "org.hnipc.m4"
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, name, getattr(client, method), replying(signature, *values))
+    check(raised, hnipc.Unknown, Reason.WrongType, ERROR + "InvalidSignature",
+          f"replied with the type \"{signature or ''}\"")
+
+
+def test_reply_with_more_values(bus, client):
+    assert answered(bus, "org.hnipc.m4", client.getError, replying("is", 5, "more")) == 5
+    assert answered(bus, "org.hnipc.ioexpd", client.printerSoftCancel, replying("i", 5)) is None
+
+
+def test_nested_values_are_plain(bus, client):
+    answer = replying("a{sv}", {"a": ("v", ("i", 1)), "b": ("ay", b"\0"), "c": ("as", ["x"]),
+                                "d": ("a{sv}", {"e": ("d", 0.5)}), "f": ("(is)", (1, "y")),
+                                "g": ("av", [("s", "z"), ("b", True)])})
+    assert answered(bus, "org.hnipc.supplyd", client.supplyColorHash, answer) == {
+        "a": 1, "b": b"\0", "c": ["x"], "d": {"e": 0.5}, "f": (1, "y"), "g": ["z", True]}
+
+
+# What each field of the table's record has, on the bus and in Python.
+TELLING = {
+    "text1": "text ä 1", "textList1": ["list", "", "one"], "real1": 1.5, "integer1": 101,
+    "text2": "text 2", "real2": -2.25, "integer2": -102, "text3": "text 3",
+    "integer3": 2147483647, "text4": "text 4", "integer4": -2147483648, "text5": "text 5",
+    "real3": 3.125, "integer5": 105, "bytes1": b"\x00\xff\x00\x7f", "real4": 4.5, "real5": 5.5,
+    "integer6": 106, "integer7": 107, "integer8": 108, "real6": 6.5, "real7": 7.5, "real8": 8.5,
+    "real9": 9.5, "textList2": ["list two"], "variantList1": [("i", 1), ("s", "two")],
+    "variantList2": [("b", True)], "variantList3": [("u", 3), ("t", 33)],
+    "variantList4": [("d", 4.5)], "variantList5": [("s", "five"), ("i", 5), ("as", ["v", "w"])]}
+FIELDS = [(row[0], row[1]) for row in rows("record.h", "recordFields")]
+
+
+def plain(name):
+    value = TELLING[name]
+    return [each for _, each in value] if name.startswith("variantList") else value
+
+
+def up_to(count):
+    return hnipc.SupplyInformation(**{name: plain(name) for name, _ in FIELDS[:count]})
+
+
+def record(bus, client, signature, values):
+    return answered(bus, "org.hnipc.supplyd", client.supplyInformation,
+                    replying(f"({signature})", tuple(values)))
+
+
+def test_whole_record(bus, client):
+    values = [TELLING[name] for name, _ in FIELDS]
+    signature = "".join(kind for _, kind in FIELDS)
+    assert f"({signature})" == RECORD
+    assert record(bus, client, signature, values) == up_to(30)
+    assert record(bus, client, signature + "si", values + ["more", 1]) == up_to(30)
+
+
+@pytest.mark.parametrize("count", range(1, 30))
+def test_record_that_is_short_or_has_another_member(bus, client, count):
+    values = [TELLING[name] for name, _ in FIELDS]
+    kinds = [kind for _, kind in FIELDS]
+    assert record(bus, client, "".join(kinds[:count]), values[:count]) == up_to(count)
+    kinds[count], values[count] = "x", 7
+    assert record(bus, client, "".join(kinds), values) == up_to(count)
+
+
+def test_no_bus():
+    for address in ("unix:path=/nonexistent/bus", "unix:abstract=no-such-bus", "tcp:host=x",
+                    "nonsense", "unix:"):
+        with pytest.raises(hnipc.CallFailed) as raised:
+            hnipc.Printer(address)
+        check(raised, hnipc.NotSent, Reason.BusLost, ERROR + "Disconnected", address)
+
+
+def test_the_address_of_the_environment(monkeypatch):
+    monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/named")
+    with pytest.raises(hnipc.NotSent, match="/nonexistent/named"):
+        hnipc.Printer()
+
+
+def test_bus_that_goes_away_during_a_call(bus, client):
+    with pytest.raises(hnipc.CallFailed) as raised:
+        answered(bus, "org.hnipc.m4", client.getError, lambda *_: bus.kill())
+    check(raised, hnipc.Unknown, Reason.BusLost, ERROR + "Disconnected")
+    for _ in range(2):
+        with pytest.raises(hnipc.CallFailed) as raised:
+            client.getError()
+        check(raised, hnipc.NotSent, Reason.BusLost, ERROR + "Disconnected")
+
+
+@pytest.mark.parametrize("wait", [
+    lambda client: next(client.events()), lambda client: next(client.events(timeout=25)),
+    lambda client: client.availability(), lambda client: client.wait_for_daemon("m4"),
+    lambda client: client.expect("Error").__enter__()])
+def test_waiting_for_a_bus_that_goes_away(bus, client, wait):
+    bus.kill()
+    with pytest.raises(hnipc.CallFailed) as raised:
+        wait(client)
+    assert raised.value.reason is Reason.BusLost
+
+
+def test_expecting_from_a_bus_that_goes_away(bus, client):
+    with pytest.raises(hnipc.CallFailed):
+        with client.expect("Error"):
+            bus.kill()
+
+
+def test_halted_bus(bus, client):
+    os.kill(bus.pid, signal.SIGSTOP)
+    with pytest.raises(hnipc.CallFailed) as raised:
+        client.getError(timeout=0.05)
+    check(raised, hnipc.Unknown, Reason.TimedOut, ERROR + "Timeout")
+    with pytest.raises(hnipc.NotSent):
+        hnipc.Printer(bus.address, timeout=0.05)
+    os.kill(bus.pid, signal.SIGCONT)
+    with pytest.raises(hnipc.NotSent, match="org.hnipc.m4 is not on the bus"):
+        client.getError()
+
+
+def test_a_call_that_the_halted_bus_does_not_take_is_not_sent(bus, client):
+    os.kill(bus.pid, signal.SIGSTOP)
+    with pytest.raises(hnipc.CallFailed) as raised:
+        client.supplyMaterialName("x" * 16 * 1024 * 1024, timeout=0.2)
+    check(raised, hnipc.NotSent, Reason.TimedOut, ERROR + "Timeout", "did not take the call")
+    with pytest.raises(hnipc.CallFailed) as raised:
+        client.getError()
+    check(raised, hnipc.NotSent, Reason.BusLost, ERROR + "Disconnected")
+
+
+def test_closed_printer(bus):
+    printer = hnipc.Printer(bus.address)
+    printer.close()
+    printer.close()
+    with pytest.raises(hnipc.NotSent, match="the bus was lost"):
+        printer.getError()
+
+
+def test_refused_by_the_policy_of_the_bus(tmp_path, bus):
+    # A bus of its own, whose policy lets nobody call the print engine.
+    config = tmp_path / "bus.conf"
+    config.write_text("""<busconfig><type>system</type><listen>unix:tmpdir=/tmp</listen>
+        <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
+        <allow receive_sender="*"/><deny send_destination="org.hnipc.m4"/></policy></busconfig>""")
+    import subprocess
+    process = subprocess.Popen(["dbus-daemon", f"--config-file={config}", "--nofork",
+                                "--nopidfile", f"--address=unix:path={tmp_path}/bus",
+                                "--print-address"], stdout=subprocess.PIPE)
+    try:
+        address = process.stdout.readline().decode().strip()
+        server = Server(address, "org.hnipc.m4")
+        with hnipc.Printer(address) as printer:
+            with pytest.raises(hnipc.CallFailed) as raised:
+                printer.getError()
+            check(raised, hnipc.NotSent, Reason.AccessDenied, ERROR + "AccessDenied")
+        server.close()
+    finally:
+        process.kill()
+        process.wait()
+        process.stdout.close()

@@ -1,0 +1,70 @@
+# SPDX-License-Identifier: MIT
+"""The package as pip installs it from the tree."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+import pytest
+
+import hnipc
+from conftest import TREE
+
+BUILT = pathlib.Path(hnipc.__file__).parent
+
+
+def test_what_is_installed_is_what_the_tests_use(tmp_path):
+    # A copy of what it is built from: setuptools writes beside its setup.py.
+    for part in ("python", "interfaces", "include", "CMakeLists.txt"):
+        source = TREE / part
+        (shutil.copytree if source.is_dir() else shutil.copy)(source, tmp_path / part)
+    target = tmp_path / "site"
+    pip = [sys.executable, "-m", "pip", "install", "--quiet", "--no-index", "--no-deps",
+           "--no-build-isolation", "--disable-pip-version-check", "--target", target]
+    process = subprocess.run(pip + [tmp_path / "python"], text=True, cwd=tmp_path,
+                             stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                             env={**os.environ, "PIP_ROOT_USER_ACTION": "ignore"})
+    assert process.returncode == 0, process.stdout
+
+    def files(directory):
+        return {path.relative_to(directory): path.read_bytes()
+                for path in directory.rglob("*") if path.is_file() and path.suffix != ".pyc"}
+
+    assert files(target / "hnipc") == files(BUILT)
+    metadata, = target.glob("hnipc-*.dist-info")
+    version = re.search(r"project\(HNIPC VERSION (\S+)", (TREE / "CMakeLists.txt").read_text())
+    assert metadata.name == f"hnipc-{version.group(1)}.dist-info"
+
+    # pytest finds the plugin by itself, and a test runs with nothing else.
+    (tmp_path / "test_own.py").write_text("def test_own(printer): assert printer.getError() == 0\n")
+    environment = {name: value for name, value in os.environ.items()
+                   if name != "PYTEST_DISABLE_PLUGIN_AUTOLOAD"}
+    process = subprocess.run([sys.executable, "-m", "pytest", "test_own.py"], cwd=tmp_path,
+                             stdout=subprocess.PIPE, text=True,
+                             env={**environment, "PYTHONPATH": str(target)})
+    assert process.returncode == 0 and "1 passed" in process.stdout, process.stdout
+
+
+def test_it_says_what_it_is_built_from(tmp_path):
+    shutil.copytree(TREE / "python", tmp_path / "python")
+    process = subprocess.run([sys.executable, "setup.py", "--version"], cwd=tmp_path / "python",
+                             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    assert process.returncode != 0
+    assert "interfaces/ is not beside python/" in process.stderr
+
+
+@pytest.mark.parametrize("old, new, text", [
+    ("int panel = 1);", "int panel = first());", "supplyRibbonColorName: the default first()"),
+    ("int panel = 1);", "int panel = defaultPanel);", "supplyRibbonColorName")])
+def test_a_default_that_it_does_not_know_is_an_error(tmp_path, old, new, text):
+    for part in ("python", "interfaces", "include"):
+        shutil.copytree(TREE / part, tmp_path / part)
+    header = tmp_path / "include/hnipc/hnipc.h"
+    assert old in header.read_text()
+    header.write_text(header.read_text().replace(old, new))
+    process = subprocess.run([sys.executable, "generate.py", tmp_path / "site"],
+                             cwd=tmp_path / "python", stderr=subprocess.PIPE, text=True)
+    assert process.returncode != 0 and text in process.stderr
