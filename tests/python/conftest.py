@@ -18,7 +18,6 @@ from jeepney.io.blocking import DBusConnection, prep_socket
 import hnipc
 
 pytest_plugins = ["pytester"]
-os.environ["PATH"] = os.pathsep.join([os.environ.get("HNIPC_TOOLS_DIR", ""), os.environ["PATH"]])
 
 TREE = pathlib.Path(__file__).resolve().parents[2]
 EXPECTED = TREE / "tests" / "expected"

@@ -66,6 +66,20 @@ class Sandbox:
         if not self.address:
             self.stop()
             raise RuntimeError(f"there is no sandbox: {self.output().strip()}")
+        self._settle()
+
+    def _settle(self) -> None:
+        """Waits until the supply daemon has told the print engine what is loaded."""
+        world = World(self.address)
+        try:
+            while world._act("supplyd", "names") and not world._act("m4", "get", "s", "supplyID"):
+                pass
+            world._act("supplyd", "names")  # it has sent the rest
+            world._act("m4", "names")  # which has arrived
+        except core.CallFailed:  # one of them does not run
+            pass
+        finally:
+            world.close()
 
     def stop(self) -> None:
         process, self._process = self._process, None
@@ -119,6 +133,7 @@ class Sandbox:
             process.wait()
             raise RuntimeError(f"{daemon} does not start: {self.output().strip()}")
         self._started.append(process)
+        self._settle()
 
 
 class World:

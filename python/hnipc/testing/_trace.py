@@ -60,7 +60,7 @@ class Trace:
         kind = message.header.message_type
         if kind is MessageType.method_call:
             daemon = DAEMON_OF.get(fields.get(HeaderFields.destination))
-            if daemon:
+            if daemon and fields.get(HeaderFields.member) != "names":  # which World asks for
                 key = (fields.get(HeaderFields.sender), message.header.serial)
                 self._calls[key] = len(self._lines)
                 self._lines.append(self._call(daemon, fields, values))

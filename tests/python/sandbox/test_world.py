@@ -25,6 +25,22 @@ def test_every_test_has_its_own(sandbox, printer, world):
         assert (printer.getError(), another.getError()) == (10, 0)
 
 
+@pytest.mark.parametrize("time", range(10))
+def test_nothing_happens_by_itself(printer, time):
+    assert list(printer.events(timeout=0)) == []
+    assert printer.supplySensor() != 0
+
+
+def test_nothing_happens_after_a_start(sandbox, printer, world):
+    sandbox.stop_daemon("m4")
+    sandbox.start_daemon("m4")
+    world.set("ribbonClr2", 4000)
+    list(printer.events(timeout=0))
+    assert world.get("ribbonClr2") == 4000
+    sandbox.stop_daemon("supplyd")
+    sandbox.start_daemon("supplyd")
+
+
 @pytest.mark.parametrize("time", [1, 2])
 def test_the_next_test_begins_anew(printer, world, time):
     assert printer.printerLid() is False
