@@ -20,10 +20,11 @@ from typing import Dict, List, NamedTuple, Tuple
 HERE = pathlib.Path(__file__).resolve().parent
 TREE = HERE.parent
 DAEMONS = {"ioexpd": "IOEXPD", "m4": "M4", "supplyd": "SUPPLYD"}
-TYPES = {"": "None", "b": "bool", "i": "int", "u": "int", "t": "int", "d": "float", "s": "str",
-         "as": "List[str]", "ay": "bytes", "av": "List[Any]", "a{sv}": "Dict[str, Any]"}
-EMPTY = {"": "None", "b": "True", "i": "0", "u": "0", "t": "0", "d": "0.0", "s": '""', "as": "[]",
-         "ay": 'b""', "av": "[]", "a{sv}": "{}"}
+# Of each D-Bus type: the type in Python, and what a daemon for tests replies.
+TYPES = {"": ("None", "None"), "b": ("bool", "True"), "i": ("int", "0"), "u": ("int", "0"),
+         "t": ("int", "0"), "d": ("float", "0.0"), "s": ("str", '""'), "as": ("List[str]", "[]"),
+         "ay": ("bytes", 'b""'), "av": ("List[Any]", "[]"), "a{sv}": ("Dict[str, Any]", "{}"),
+         "(": ("SupplyInformation", "SupplyInformation()")}
 DOC = "{http://www.freedesktop.org/dbus/1.0/doc.dtd}"
 
 
@@ -36,7 +37,7 @@ class Member(NamedTuple):
 
 
 def python_type(signature: str) -> str:
-    return "SupplyInformation" if signature.startswith("(") else TYPES[signature]
+    return TYPES["(" if signature.startswith("(") else signature][0]
 
 
 def read_interface(daemon: str) -> Tuple[List[Member], List[Member]]:
@@ -80,10 +81,7 @@ def read_record() -> List[Tuple[str, str, str, str]]:
         signature = member.group(2) if member else ""
         if member and int(member.group(1)) != len([row for row in result if row[1]]) + 1:
             sys.exit(f"supplyinformation.h: {name} is not member {member.group(1)}")
-        if default:
-            default = default.rstrip("f")
-        else:
-            default = EMPTY[signature or "s"]
+        default = default.rstrip("f") or TYPES[signature or "s"][1]
         result.append((name, signature, default, text))
     return result
 
@@ -121,10 +119,21 @@ def descriptors(methods: List[Member]) -> str:
     return result
 
 
-def declared(form: Member, defaults: Dict[str, str]) -> str:
-    return "".join(f", {name}: {python_type(signature)}"
-                   + (f" = {defaults[name]}" if name in defaults else "")
-                   for name, signature in form.parameters)
+def declared(forms: List[Member], defaults: Dict[str, str], omitted: str = "") -> str:
+    """The parameters of a method, whose forms have different ones."""
+    longest = max(forms, key=lambda form: len(form.parameters)).parameters
+    least = min(len(form.parameters) for form in forms)
+    result = ""
+    for place, (name, signature) in enumerate(longest):
+        default = omitted if place >= least else defaults.get(name)
+        result += f", {name}: {python_type(signature) if len(forms) == 1 else 'Any'}"
+        result += f" = {default}" if default else ""
+    return result
+
+
+def values(form: Member) -> str:
+    """Its arguments, as a tuple."""
+    return "(" + "".join(f"{name}, " for name, _ in form.parameters).rstrip() + ")"
 
 
 def client_method(forms: List[Member], defaults: Dict[str, str], asynchronous: bool) -> str:
@@ -132,21 +141,15 @@ def client_method(forms: List[Member], defaults: Dict[str, str], asynchronous: b
     define, wait = ("async def", "await ") if asynchronous else ("def", "")
     end = f", *, timeout: Optional[float] = None) -> {result}:"
     text = ""
-    if len(forms) == 1:
-        parameters = declared(forms[0], defaults)
-        given = "".join(f"{parameter}, " for parameter, _ in forms[0].parameters)
-        given = f"({given.rstrip() if len(forms[0].parameters) == 1 else given.rstrip(', ')})"
-    else:
+    arguments = values(forms[0])
+    if len(forms) > 1:
         for form in forms:
-            text += f"    @overload\n    {define} {name}(self{declared(form, {})}{end}\n"
+            text += f"    @overload\n    {define} {name}(self{declared([form], {})}{end}\n"
             text += documented(form.text) + "        ...\n\n"
-        longest = max(forms, key=lambda form: len(form.parameters)).parameters
-        least = min(len(form.parameters) for form in forms)
-        parameters = "".join(f", {parameter}: Any" + (" = OMITTED" if place >= least else "")
-                             for place, (parameter, _) in enumerate(longest))
-        given = f"given({', '.join(parameter for parameter, _ in longest)})"
-    text += f"    {define} {name}(self{parameters}{end}\n" + documented(forms[0].text)
-    call = f"{wait}self._call(_{name}, {given}, timeout)"
+        arguments = f"given{arguments}"
+    text += f"    {define} {name}(self{declared(forms, defaults, 'OMITTED')}{end}\n"
+    text += documented(forms[0].text)
+    call = f"{wait}self._call(_{name}, {arguments}, timeout)"
     if result == "None":
         return text + f"        {call}\n\n"
     return text + f"        result: {result} = {call}\n        return result\n\n"
@@ -181,7 +184,7 @@ def write_events(signals: List[Member]) -> str:
         text += "".join(f"    {parameter}: {python_type(kind)}\n"
                         for parameter, kind in signal.parameters) + "\n"
         rows += f"    ({signal.daemon!r}, {signal.name!r}): ({name}, {signature!r}),\n"
-    return (text + "\n# By daemon and name on the bus: the class, and the D-Bus types of its values.\n"
+    return (text + "\n# By daemon and name on the bus: the class, and the D-Bus types of it.\n"
             f"EVENTS: Dict[Tuple[str, str], Tuple[Type[Any], str]] = {{\n{rows}}}\n")
 
 
@@ -201,7 +204,7 @@ def write_record(fields: List[Tuple[str, str, str, str]]) -> str:
 
 def write_daemons(methods: List[Member], signals: List[Member]) -> str:
     text = HEAD.format("Daemons for tests: override the methods that matter for the test.")
-    text += ("from typing import Any, Dict, List, Optional\n\nfrom .._core import Method\n"
+    text += ("from typing import Any, Dict, List\n\nfrom .._core import Method\n"
              "from ..record import SupplyInformation\nfrom ._daemon import Daemon\n\n")
     types = {(signal.daemon, signal.name): "".join(kind for _, kind in signal.parameters)
              for signal in signals}
@@ -212,27 +215,31 @@ def write_daemons(methods: List[Member], signals: List[Member]) -> str:
                         f"{tuple(method.parameters)!r}, {method.result!r}),\n" for method in own)
         text += "    )\n\n"
         for name, forms in by_name(own).items():
-            longest = max(forms, key=lambda form: len(form.parameters)).parameters
-            if len(forms) == 1:
-                parameters = declared(forms[0], {})
-            else:
-                least = min(len(form.parameters) for form in forms)
-                parameters = "".join(f", {parameter}: Any" + (" = 0" if place >= least else "")
-                                     for place, (parameter, _) in enumerate(longest))
-            text += f"    def {name}(self{parameters}) -> {python_type(forms[0].result)}:\n"
+            text += f"    def {name}(self{declared(forms, {}, '0')}) -> "
+            text += f"{python_type(forms[0].result)}:\n"
             text += documented(forms[0].text)
             pulsed = re.fullmatch(r"pulse(\w+)Signal", name)
             if pulsed:
                 member = f"{label}_{pulsed.group(1)}"
-                values = "".join(f"{parameter}, " for parameter, _ in longest)
                 text += (f"        return self.emit({member!r}, {types[daemon, member]!r}, "
-                         f"({values.rstrip()}))\n\n")
+                         f"{values(forms[0])})\n\n")
                 continue
-            answer = EMPTY.get(forms[0].result, "SupplyInformation()")
+            answer = TYPES["(" if "(" in forms[0].result else forms[0].result][1]
             # What reads a switch says that it is not active.
             if types.get((daemon, f"{label}_M4{name[0].upper()}{name[1:]}")) == "b":
                 answer = "False"
             text += f"        return {answer}\n\n" if answer != "None" else "\n"
+    return text
+
+
+def write_blocking() -> str:
+    text = (HERE / "hnipc/aio.py").read_text(encoding="utf-8")
+    text = HEAD.format("The printer, with calls that wait.") + text[text.index("from typing"):]
+    for old, new in (("async def", "def"), ("await ", ""), ("AsyncIterator", "Iterator"),
+                     ("StopAsync", "Stop"), ("AsyncLink", "Link"), ("AsyncMethods", "Methods"),
+                     ("__aenter__", "__enter__"), ("__aexit__", "__exit__"),
+                     ("__aiter__", "__iter__"), ("__anext__", "__next__"), ("# blocking: ", "")):
+        text = text.replace(old, new)
     return text
 
 
@@ -245,6 +252,7 @@ def generate(package: pathlib.Path) -> None:
         signals += own_signals
     called = [method for method in methods if not re.fullmatch(r"pulse\w+Signal", method.name)]
     files = {
+        "_blocking.py": write_blocking(),
         "_methods.py": write_methods(called, read_defaults()),
         "events.py": write_events(signals),
         "record.py": write_record(read_record()),

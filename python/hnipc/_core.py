@@ -13,15 +13,14 @@ from collections import deque
 from typing import Any, Callable, Deque, Dict, List, NamedTuple, Optional, Tuple, Type, Union
 
 from jeepney import (  # type: ignore[import]
-    DBusAddress, HeaderFields, Message, MessageFlag, MessageType, new_method_call)
+    DBusAddress, HeaderFields, MessageFlag, MessageType, new_method_call)
 
 from .events import EVENTS
 from .record import MEMBERS, SupplyInformation
 
 BUS = "org.freedesktop.DBus"
 BUS_NAMES = {"ioexpd": "org.hnipc.ioexpd", "m4": "org.hnipc.m4", "supplyd": "org.hnipc.supplyd"}
-INTERFACES = {"ioexpd": "local.IHNIPCIOEXPD", "m4": "local.IHNIPCM4",
-              "supplyd": "local.IHNIPCSUPPLYD"}
+INTERFACES = {daemon: f"local.IHNIPC{daemon.upper()}" for daemon in BUS_NAMES}
 OMITTED: Any = object()
 
 
@@ -62,28 +61,27 @@ class Unknown(CallFailed):
     """The daemon may or may not have carried out the call."""
 
 
-def standard(name: str) -> str:
-    return "org.freedesktop.DBus.Error." + name
+ERROR = "org.freedesktop.DBus.Error."
 
 
 def no_bus(why: object) -> NotSent:
-    return NotSent(Reason.BusLost, standard("Disconnected"), f"there is no bus: {why}")
+    return NotSent(Reason.BusLost, ERROR + "Disconnected", f"there is no bus: {why}")
 
 
 def bus_lost(daemon: Optional[str] = None) -> CallFailed:
     """Without a daemon, nothing was sent."""
     if daemon is None:
-        return NotSent(Reason.BusLost, standard("Disconnected"), "the bus was lost")
-    return Unknown(Reason.BusLost, standard("Disconnected"),
+        return NotSent(Reason.BusLost, ERROR + "Disconnected",
+                       "the connection to the bus is closed or was lost")
+    return Unknown(Reason.BusLost, ERROR + "Disconnected",
                    f"the bus was lost before {daemon} replied")
 
 
 def timed_out(daemon: str, seconds: Optional[float], is_sent: bool) -> CallFailed:
-    if is_sent:
-        return Unknown(Reason.TimedOut, standard("Timeout"),
-                       f"{daemon} did not reply within {seconds:g} s")
-    return NotSent(Reason.TimedOut, standard("Timeout"),
-                   f"the bus did not take the call to {daemon} within {seconds:g} s")
+    text = "{} did not reply within {:g} s" if is_sent else \
+        "the bus did not take the call to {} within {:g} s"
+    return (Unknown if is_sent else NotSent)(Reason.TimedOut, ERROR + "Timeout",
+                                             text.format(daemon, seconds))
 
 
 # ---- Arguments -------------------------------------------------------------------------------
@@ -109,98 +107,62 @@ class Misfit(Exception):
         self.kind = kind
 
 
-def integer(low: int, high: int) -> Callable[[Any], int]:
-    def fit(value: Any) -> int:
-        if type(value) is not int:
-            if isinstance(value, bool) or not hasattr(type(value), "__index__"):
-                raise Misfit(f"an int from {low} to {high}", TypeError)
-            value = operator.index(value)
-        if not low <= value <= high:
-            raise Misfit(f"an int from {low} to {high}", ValueError)
-        return int(value)
-    return fit
+RANGES = {"i": (-2**31, 2**31 - 1), "u": (0, 2**32 - 1), "x": (-2**63, 2**63 - 1),
+          "t": (0, 2**64 - 1)}
+RECORD = "(" + "".join(kind for _, kind in MEMBERS) + ")"
+ACCEPTED: Dict[str, Tuple[Any, str]] = {
+    "b": (bool, "a bool"), "d": ((int, float), "a float"), "s": (str, "a str"),
+    "as": ((list, tuple), "a list of str"), "ay": ((bytes, bytearray), "a bytes object"),
+    "av": ((list, tuple), "a list"), "a{sv}": (dict, "a dict"),
+    RECORD: (SupplyInformation, "a SupplyInformation")}
+VARIANTS: Tuple[Tuple[Any, str], ...] = (
+    (bool, "b"), (int, "i x t"), (float, "d"), (str, "s"), ((bytes, bytearray), "ay"),
+    (dict, "a{sv}"), ((list, tuple), "as av"))
 
 
-def boolean(value: Any) -> bool:
-    if not isinstance(value, bool):
-        raise Misfit("a bool", TypeError)
-    return value
+def integer(kind: str, value: Any) -> int:
+    low, high = RANGES[kind]
+    if type(value) is not int:
+        if isinstance(value, bool) or not hasattr(type(value), "__index__"):
+            raise Misfit(f"an int from {low} to {high}", TypeError)
+        value = operator.index(value)
+    if not low <= value <= high:
+        raise Misfit(f"an int from {low} to {high}", ValueError)
+    return int(value)
 
 
-def number(value: Any) -> float:
-    if isinstance(value, bool) or not isinstance(value, (int, float)):
-        raise Misfit("a float", TypeError)
-    return float(value)
-
-
-def string(value: Any) -> str:
-    if not isinstance(value, str):
-        raise Misfit("a str", TypeError)
-    if "\0" in value or not value.isascii() and any("\ud800" <= c <= "\udfff" for c in value):
-        raise Misfit("a str without NUL characters and surrogates", ValueError)
-    return value
-
-
-def strings(value: Any) -> List[str]:
-    if not isinstance(value, (list, tuple)):
-        raise Misfit("a list of str", TypeError)
-    return [string(element) for element in value]
-
-
-def octets(value: Any) -> bytes:
-    if not isinstance(value, (bytes, bytearray, memoryview)):
-        raise Misfit("a bytes object", TypeError)
-    return bytes(value)
+def fit(kind: str, value: Any) -> Any:
+    """The value as the binding takes it for a D-Bus type; Misfit if nothing but that would do."""
+    if kind in RANGES:
+        return integer(kind, value)
+    if kind == "v":
+        return variant(value)
+    accepted, text = ACCEPTED[kind]
+    if not isinstance(value, accepted) or kind == "d" and isinstance(value, bool):
+        raise Misfit(text, TypeError)
+    if kind == "s":
+        if "\0" in value or not value.isascii() and any("\ud800" <= c <= "\udfff" for c in value):
+            raise Misfit("a str without NUL characters and surrogates", ValueError)
+    elif kind in ("as", "av"):
+        return [fit(kind[1], element) for element in value]
+    elif kind == "a{sv}":
+        return {fit("s", key): variant(element) for key, element in value.items()}
+    elif kind == RECORD:
+        return tuple(fit(each, getattr(value, name)) for name, each in MEMBERS)
+    return float(value) if kind == "d" else bytes(value) if kind == "ay" else value
 
 
 def variant(value: Any) -> Tuple[str, Any]:
     """A value that carries its D-Bus type with it."""
-    if isinstance(value, bool):
-        return "b", value
-    if isinstance(value, int):
-        for kind in "ixt":
+    misfit = Misfit("a bool, int, float, str, bytes, list or dict", TypeError)
+    for kinds in (kinds for accepted, kinds in VARIANTS if isinstance(value, accepted)):
+        for kind in kinds.split():
             try:
-                return kind, FIT[kind](value)
-            except Misfit:
-                pass
-        raise Misfit("an int of at most 64 bits", ValueError)
-    if isinstance(value, float):
-        return "d", value
-    if isinstance(value, str):
-        return "s", string(value)
-    if isinstance(value, (bytes, bytearray)):
-        return "ay", bytes(value)
-    if isinstance(value, dict):
-        return "a{sv}", table(value)
-    if isinstance(value, (list, tuple)):
-        is_strings = bool(value) and all(isinstance(element, str) for element in value)
-        return ("as", strings(value)) if is_strings else ("av", variants(value))
-    raise Misfit("a bool, int, float, str, bytes, list or dict", TypeError)
-
-
-def variants(value: Any) -> List[Tuple[str, Any]]:
-    if not isinstance(value, (list, tuple)):
-        raise Misfit("a list", TypeError)
-    return [variant(element) for element in value]
-
-
-def table(value: Any) -> Dict[str, Tuple[str, Any]]:
-    if not isinstance(value, dict):
-        raise Misfit("a dict", TypeError)
-    return {string(key): variant(element) for key, element in value.items()}
-
-
-def record(value: Any) -> Tuple[Any, ...]:
-    if not isinstance(value, SupplyInformation):
-        raise Misfit("a SupplyInformation", TypeError)
-    return tuple(FIT[kind](getattr(value, name)) for name, kind in MEMBERS)
-
-
-RECORD = "(" + "".join(kind for _, kind in MEMBERS) + ")"
-FIT: Dict[str, Callable[[Any], Any]] = {
-    "b": boolean, "i": integer(-2**31, 2**31 - 1), "u": integer(0, 2**32 - 1),
-    "x": integer(-2**63, 2**63 - 1), "t": integer(0, 2**64 - 1), "d": number, "s": string,
-    "as": strings, "ay": octets, "v": variant, "av": variants, "a{sv}": table, RECORD: record}
+                return kind, fit(kind, value)
+            except Misfit as error:
+                misfit = error
+        break
+    raise misfit
 
 
 def given(*arguments: Any) -> Tuple[Any, ...]:
@@ -208,7 +170,8 @@ def given(*arguments: Any) -> Tuple[Any, ...]:
     return tuple(argument for argument in arguments if argument is not OMITTED)
 
 
-def fitting(forms: Tuple[Method, ...], arguments: Tuple[Any, ...]) -> Tuple[Method, Tuple[Any, ...]]:
+def fitting(forms: Tuple[Method, ...],
+            arguments: Tuple[Any, ...]) -> Tuple[Method, Tuple[Any, ...]]:
     """The form that the arguments fit, and the arguments in its types."""
     furthest = -1  # those that came furthest are what was meant
     misfits: Dict[str, Type[Exception]] = {}
@@ -218,7 +181,7 @@ def fitting(forms: Tuple[Method, ...], arguments: Tuple[Any, ...]) -> Tuple[Meth
         fitted = []
         try:
             for argument, parameter in zip(arguments, form.parameters):
-                fitted.append(FIT[parameter[1]](argument))
+                fitted.append(fit(parameter[1], argument))
             return form, tuple(fitted)
         except Misfit as misfit:
             if len(fitted) > furthest:
@@ -308,34 +271,39 @@ def read_record(value: Tuple[Any, ...], signature: str) -> SupplyInformation:
 
 def judge(form: Method, reply: Any) -> Any:
     """The value of a reply, or the exception that it means."""
-    fields = reply.header.fields
     busname = BUS_NAMES[form.daemon]
-    if reply.header.message_type is MessageType.error:
-        raise failure(busname, fields.get(HeaderFields.error_name, ""), reply.body,
-                      fields.get(HeaderFields.sender) == BUS)
+    types = types_of(reply, busname)
     if not form.result:
         return None
-    types = complete_types(fields.get(HeaderFields.signature, ""))
     if types and types[0] == form.result and form.result != RECORD:
         value = reply.body[0]
         return plain(value, form.result) if form.result[0] == "a" else value
     if types and types[0][0] == "(" and form.result == RECORD:
         return read_record(reply.body[0], types[0])
-    raise Unknown(Reason.WrongType, standard("InvalidSignature"),
+    raise Unknown(Reason.WrongType, ERROR + "InvalidSignature",
                   f"{busname} replied with the type \"{''.join(types)}\" in place of "
                   f"\"{form.result}\"")
+
+
+def types_of(reply: Any, busname: str) -> Tuple[str, ...]:
+    """The D-Bus types of a reply, or the exception that an error reply means."""
+    fields = reply.header.fields
+    if reply.header.message_type is MessageType.error:
+        raise failure(busname, fields.get(HeaderFields.error_name, ""), reply.body,
+                      fields.get(HeaderFields.sender) == BUS)
+    return complete_types(fields.get(HeaderFields.signature, ""))
 
 
 def failure(busname: str, name: str, body: Tuple[Any, ...], is_of_bus: bool) -> CallFailed:
     text = body[0] if body and isinstance(body[0], str) else name
     if not is_of_bus:
         return Refused(Reason.DaemonError, name, text)
-    if name == standard("NoReply"):
+    if name == ERROR + "NoReply":
         return Unknown(Reason.DaemonLeft, name, f"{busname} left the bus before it replied")
-    if name in (standard("ServiceUnknown"), standard("NameHasNoOwner")):
-        return NotSent(Reason.DaemonAbsent, standard("ServiceUnknown"),
+    if name in (ERROR + "ServiceUnknown", ERROR + "NameHasNoOwner"):
+        return NotSent(Reason.DaemonAbsent, ERROR + "ServiceUnknown",
                        f"{busname} is not on the bus")
-    is_denied = name == standard("AccessDenied")
+    is_denied = name == ERROR + "AccessDenied"
     return NotSent(Reason.AccessDenied if is_denied else Reason.BusError, name, text)
 
 
@@ -367,16 +335,18 @@ def kinds_of(kinds: Tuple[Kind, ...]) -> Tuple[Type[Any], ...]:
 
 
 class Inbox:
-    """The events of the printer that nobody has taken yet, and who owns the daemons' names."""
+    """What has come: replies, events that nobody has taken yet, owners of the daemons' names."""
 
     def __init__(self) -> None:
         self.owners: Dict[str, str] = {}
         self.events: Deque[Tuple[int, Any]] = deque()
         self.count = 0  # of all events that ever came
+        self.replies: Dict[int, Any] = {}  # to the calls that wait; None until it has come
 
     def put(self, message: Any) -> None:
-        """Any message but a reply."""
         fields = message.header.fields
+        if fields.get(HeaderFields.reply_serial) in self.replies:
+            self.replies[fields[HeaderFields.reply_serial]] = message
         if message.header.message_type is not MessageType.signal:
             return
         member, sender = fields.get(HeaderFields.member), fields.get(HeaderFields.sender)
@@ -397,14 +367,11 @@ class Inbox:
     def take(self, kinds: Tuple[Type[Any], ...], after: int = 0,
              suits: Callable[[Any], bool] = lambda event: True) -> Any:
         """The oldest of these events, which leaves the inbox; None if there is none."""
-        for place, (number_, event) in enumerate(self.events):
-            if number_ > after and (not kinds or type(event) in kinds) and suits(event):
+        for place, (count, event) in enumerate(self.events):
+            if count > after and (not kinds or type(event) in kinds) and suits(event):
                 del self.events[place]
                 return event
         return None
-
-    def since(self, after: int) -> List[Any]:
-        return [event for number_, event in self.events if number_ > after]
 
     def availability(self) -> Availability:
         return Availability(*(bool(self.owners.get(name)) for name in BUS_NAMES.values()))
@@ -442,21 +409,15 @@ class Expectation:
 
     def failure(self, inbox: Inbox, seconds: float) -> NotExpected:
         wanted = ", ".join(f"{name}={value!r}" for name, value in self.values.items())
-        came = "".join(f"\n    {event!r}" for event in inbox.since(self.after))
+        came = "".join(f"\n    {event!r}" for count, event in inbox.events if count > self.after)
         return NotExpected(f"no {self.kinds[0].__name__}({wanted}) came within {seconds:g} s; "
                            + (f"these events came instead:{came}" if came else "no event came"))
 
 
 def bus_address(address: Optional[str]) -> str:
     """For the binding, which reads the first address of a list."""
-    if address is None:
-        address = os.environ.get("DBUS_SYSTEM_BUS_ADDRESS")
-    return address or "unix:path=/run/dbus/system_bus_socket"
-
-
-def not_seen(daemon: str, present: bool, seconds: float) -> TimeoutError:
-    return TimeoutError(f"{BUS_NAMES[daemon]} did not {'appear' if present else 'disappear'} "
-                        f"within {seconds:g} s")
+    return (address or os.environ.get("DBUS_SYSTEM_BUS_ADDRESS")
+            or "unix:path=/run/dbus/system_bus_socket")
 
 
 def busname_of(daemon: str) -> str:

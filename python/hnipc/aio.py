@@ -5,114 +5,62 @@
         async with printer.expect("M4PrintDone"):
             await printer.forwardFeed(steps=400)
 """
+# generate.py makes the blocking client of this file: it leaves out async and await, and the mark of
+# the line that only the blocking client has.
 
 from __future__ import annotations
 
-import asyncio
-import time
-from typing import (Any, AsyncIterator, Callable, Dict, Generic, List, Optional, Tuple, Type,
-                    TypeVar, Union, overload)
+from typing import (Any, AsyncIterator, Generic, Optional, Tuple, Type, TypeVar, Union, overload)
 
-from jeepney import HeaderFields, MessageType  # type: ignore[import]
-from jeepney.io.asyncio import open_dbus_connection  # type: ignore[import]
+from jeepney import MessageType  # type: ignore[import]
 
 from . import _core as core
+from ._link import AsyncLink
 from ._methods import AsyncMethods
 
 E = TypeVar("E")
-__all__ = ["Events", "Expect", "Printer"]
+__all__ = ["Client", "Events", "Expect", "Printer"]
 
 
-class Link:
-    """A connection whose messages a task gives to the calls and to the inbox."""
-
-    def __init__(self, connection: Any) -> None:
-        self.connection = connection
-        self.inbox = core.Inbox()
-        self.is_lost = False
-        self._replies: Dict[int, asyncio.Future[Any]] = {}
-        self._waiting: List[asyncio.Future[None]] = []
-        self._task = asyncio.get_running_loop().create_task(self._receive())
-
-    async def _receive(self) -> None:
-        while not self.is_lost:
-            try:
-                message = await self.connection.receive()
-            except (EOFError, OSError):
-                self.lose()
-                return
-            except Exception:
-                # A message that the binding cannot read. It has been taken off the stream.
-                self.connection.parser.next_msg_size = None
-                continue
-            reply = self._replies.get(message.header.fields.get(HeaderFields.reply_serial))
-            if reply is not None:
-                if not reply.done():
-                    reply.set_result(message)
-                continue
-            self.inbox.put(message)
-            self._wake()
-
-    def _wake(self) -> None:
-        waiting, self._waiting = self._waiting, []
-        for future in waiting:
-            if not future.done():
-                future.set_result(None)
-
-    def lose(self) -> None:
-        self.is_lost = True
-        self.connection.writer.close()
-        for reply in self._replies.values():
-            if not reply.done():
-                reply.set_result(None)
-        self._wake()
-
-    async def close(self) -> None:
-        self.lose()
-        self._task.cancel()
-        await asyncio.gather(self._task, return_exceptions=True)
-
-    async def until(self, found: Callable[[], Any], deadline: Optional[float]) -> Any:
-        """What is found in the inbox, or None if the deadline passes before."""
-        while True:
-            result = found()
-            if result is not None:
-                return result
-            if self.is_lost:
-                raise core.bus_lost()
-            left = None if deadline is None else deadline - time.monotonic()
-            if left is not None and left <= 0:
-                return None
-            changed: asyncio.Future[None] = asyncio.get_running_loop().create_future()
-            self._waiting.append(changed)
-            await asyncio.wait([changed], timeout=left)
+class Client(AsyncLink):
+    """Calls, each with its reply."""
 
     async def call(self, message: Any, daemon: str, seconds: Optional[float]) -> Any:
         """The reply, whatever it is."""
-        if self.is_lost:
-            raise core.bus_lost()
-        serial = next(self.connection.outgoing_serial)
-        future: asyncio.Future[Any] = asyncio.get_running_loop().create_future()
-        self._replies[serial] = future
+        deadline = core.deadline_of(seconds)
+        serial = await self.send(message, daemon, seconds)
+        replies = self.inbox.replies
+        replies[serial] = None
         try:
-            # Not drained: what is written is sent before anything that is written later.
-            self.connection.writer.write(message.serialise(serial))
-            await asyncio.wait([future], timeout=seconds)
-            if not future.done():
-                raise core.timed_out(daemon, seconds, True)
-            if future.result() is None:
-                raise core.bus_lost(daemon)
-            return future.result()
+            reply = await self.until(lambda: replies[serial], deadline, daemon)
         finally:
-            del self._replies[serial]
+            del replies[serial]
+        if reply is None:
+            raise core.timed_out(daemon, seconds, True)
+        return reply
 
-    async def ask_bus(self, timeout: float, member: str, signature: Optional[str] = None,
+    async def ask_bus(self, seconds: Optional[float], member: str, signature: Optional[str] = None,
                       *arguments: Any) -> Any:
-        message = core.bus_message(member, signature, *arguments)
-        reply = await self.call(message, "the bus", core.seconds_of(timeout))
+        """What the bus replies, or None for an error."""
+        reply = await self.call(core.bus_message(member, signature, *arguments), "the bus", seconds)
         if reply.header.message_type is MessageType.error:
             return None
         return reply.body[0] if reply.body else True
+
+    async def subscribe(self, seconds: Optional[float]) -> None:
+        for rule in core.rules():
+            if await self.ask_bus(seconds, "AddMatch", "s", rule) is None:
+                raise core.no_bus(f"{self.address}: it refuses to send the daemons' signals")
+        for name in core.BUS_NAMES.values():
+            owner = await self.ask_bus(seconds, "GetNameOwner", "s", name)
+            self.inbox.owners[name] = owner or ""
+
+    async def until_daemon(self, daemon: str, present: bool, timeout: float) -> None:
+        owners, name = self.inbox.owners, core.busname_of(daemon)
+        if not await self.until(lambda: bool(owners.get(name)) == present or None,
+                                core.deadline_of(timeout)):
+            raise TimeoutError(f"{name} did not {'appear' if present else 'disappear'} within "
+                               f"{timeout:g} s")
 
 
 class Events(Generic[E]):
@@ -129,7 +77,7 @@ class Events(Generic[E]):
         return self
 
     async def __anext__(self) -> E:
-        link = self._printer._open_link()
+        link = self._printer._link
         if not self._is_synced:
             self._is_synced = True
             await self._printer.sync()
@@ -140,7 +88,7 @@ class Events(Generic[E]):
 
 
 class Expect:
-    """The async with statement of Printer.expect()."""
+    """The statement of Printer.expect()."""
 
     def __init__(self, printer: Printer, expected: core.Expectation, timeout: float) -> None:
         self._printer = printer
@@ -149,13 +97,13 @@ class Expect:
 
     async def __aenter__(self) -> core.Expectation:
         await self._printer.sync()
-        self._expected.after = self._printer._open_link().inbox.count
+        self._expected.after = self._printer._link.inbox.count
         return self._expected
 
     async def __aexit__(self, kind: Optional[Type[BaseException]], *unused: object) -> None:
         if kind is not None:
             return
-        expected, link = self._expected, self._printer._open_link()
+        expected, link = self._expected, self._printer._link
         deadline = core.deadline_of(self._timeout)
         await self._printer.sync()
         expected.event = await link.until(
@@ -165,53 +113,54 @@ class Expect:
 
 
 class Printer(AsyncMethods):
-    """hnipc.Printer for asyncio. Used as "async with Printer() as printer", which connects; without
-    a bus that raises NotSent. A call that is cancelled may have been carried out."""
+    """The printer. Each method is one call of a daemon and returns its reply. A method without a
+    reply raises NotSent, Refused or Unknown; arguments that do not fit raise TypeError or
+    ValueError, and nothing is sent. Nothing is ever sent twice.
+
+    address is that of the bus, by default the system bus; timeout is the deadline of a call in
+    seconds, which each call can set for itself. An object belongs to one thread. Connecting raises
+    NotSent if there is no bus, and so does each call after the bus was lost: hnipc.Printer connects
+    when it is constructed, hnipc.aio.Printer at the start of its statement.
+    """
 
     def __init__(self, address: Optional[str] = None, *, timeout: float = 25.0) -> None:
-        core.seconds_of(timeout)
         self.timeout = timeout
-        self.address = core.bus_address(address)
-        self._link: Optional[Link] = None
+        self._seconds = core.seconds_of(timeout)
+        self._link = Client(address)
+        self.address = self._link.address
+        # blocking: self._open()
 
-    def _open_link(self) -> Link:
-        if self._link is None:
-            raise RuntimeError("the printer is used outside of its async with statement")
-        return self._link
+    async def _open(self) -> None:
+        await self._link.open(self._seconds)
+        try:
+            await self._link.subscribe(self._seconds)
+        except BaseException:
+            await self._link.close()
+            raise
+
+    async def close(self) -> None:
+        """Ends the connection to the bus."""
+        await self._link.close()
 
     async def __aenter__(self) -> Printer:
-        try:
-            connection = await asyncio.wait_for(open_dbus_connection(self.address),
-                                                core.seconds_of(self.timeout))
-        except Exception as error:  # the binding raises what its parts raise
-            raise core.no_bus(f"{self.address}: {error}") from error
-        self._link = link = Link(connection)
-        try:
-            for rule in core.rules():
-                if await link.ask_bus(self.timeout, "AddMatch", "s", rule) is None:
-                    raise core.no_bus(f"{self.address}: it refuses to send the daemons' signals")
-            for name in core.BUS_NAMES.values():
-                owner = await link.ask_bus(self.timeout, "GetNameOwner", "s", name)
-                link.inbox.owners[name] = owner or ""
-        except BaseException:
-            await link.close()
-            raise
+        if not self._link.is_open:
+            await self._open()
         return self
 
     async def __aexit__(self, *unused: object) -> None:
-        await self._open_link().close()
+        await self.close()
 
     async def _call(self, forms: Tuple[core.Method, ...], arguments: Tuple[Any, ...],
                     timeout: Optional[float]) -> Any:
         form, fitted = core.fitting(forms, arguments)
-        seconds = core.seconds_of(self.timeout if timeout is None else timeout)
-        reply = await self._open_link().call(core.call_message(form, fitted),
-                                             core.BUS_NAMES[form.daemon], seconds)
+        seconds = self._seconds if timeout is None else core.seconds_of(timeout)
+        reply = await self._link.call(core.call_message(form, fitted),
+                                      core.BUS_NAMES[form.daemon], seconds)
         return core.judge(form, reply)
 
     async def sync(self) -> None:
-        """See hnipc.Printer.sync()."""
-        await self._open_link().ask_bus(self.timeout, "GetId")
+        """Waits until all has arrived that the bus has passed on before this call."""
+        await self._link.ask_bus(self._seconds, "GetId")
 
     @overload
     def events(self, *kinds: Type[E], timeout: Optional[float] = None) -> Events[E]:
@@ -223,30 +172,34 @@ class Printer(AsyncMethods):
         ...
 
     def events(self, *kinds: Any, timeout: Optional[float] = None) -> Events[Any]:
-        """See hnipc.Printer.events(); for "async for"."""
+        """Iterates over the events of the daemons in the order in which they came, from the time of
+        connecting on. kinds are names or classes of hnipc.events; without any, all events. An event
+        is taken by one iteration only, and events of other kinds stay for the next.
+
+        The iteration ends when timeout seconds have passed since this call, or never. With 0, it
+        has all events that the bus has passed on before it begins.
+        """
         if timeout is not None and timeout != 0:
             core.seconds_of(timeout)
         return Events(self, kinds, timeout)
 
     def expect(self, kind: Union[str, Type[Any]], *, timeout: float = 5.0, **values: Any) -> Expect:
-        """See hnipc.Printer.expect(); for "async with"."""
+        """A with statement that ends when this event has come, and fails with NotExpected if it has
+        not come timeout seconds after the block. Events from before the block do not count. values
+        are those of the event's parameters, or functions that judge them. The event is taken.
+        """
         core.seconds_of(timeout)
         return Expect(self, core.Expectation(kind, values), timeout)
 
     async def availability(self) -> core.Availability:
         """Which daemons are running."""
         await self.sync()
-        return self._open_link().inbox.availability()
+        return self._link.inbox.availability()
 
     async def wait_for_daemon(self, daemon: str, present: bool = True, *,
                               timeout: float = 25.0) -> None:
-        """See hnipc.Printer.wait_for_daemon()."""
-        name = core.busname_of(daemon)
+        """Waits until ioexpd, m4 or supplyd is on the bus, or not; TimeoutError after that time."""
+        core.busname_of(daemon)
         core.seconds_of(timeout)
         await self.sync()
-        link = self._open_link()
-        seen = await link.until(
-            lambda: bool(link.inbox.owners.get(name)) == present or None,
-            core.deadline_of(timeout))
-        if seen is None:
-            raise core.not_seen(daemon, present, timeout)
+        await self._link.until_daemon(daemon, present, timeout)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""A private bus without the package's own sandbox, the test daemons of the tree on it, and a look at
-what goes over it."""
+"""A private bus without the package's own sandbox, the test daemons of the tree on it, and all that
+goes over it."""
 
 import os
 import pathlib

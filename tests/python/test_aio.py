@@ -201,5 +201,5 @@ def test_halted_bus(bus):
 
 def test_outside_of_its_statement():
     printer = hnipc.aio.Printer()
-    with pytest.raises(RuntimeError, match="async with"):
+    with pytest.raises(hnipc.NotSent, match="is closed or was lost"):
         asyncio.run(printer.getError())

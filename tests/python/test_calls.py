@@ -137,8 +137,8 @@ def test_wrong_arguments_are_refused_and_not_sent(client, wire, method, argument
     assert wire.calls() == []
 
 
-@pytest.mark.parametrize("timeout, kind", [(0, ValueError), (-1, ValueError), (math.nan, ValueError),
-                                           ("5", TypeError), (True, TypeError)])
+@pytest.mark.parametrize("timeout, kind", [
+    (0, ValueError), (-1, ValueError), (math.nan, ValueError), ("5", TypeError), (True, TypeError)])
 def test_wrong_deadlines_are_refused_and_not_sent(client, wire, served, timeout, kind):
     with pytest.raises(kind, match="timeout"):
         client.getError(timeout=timeout)

@@ -55,7 +55,8 @@ def test_all_events_arrive_in_order_with_their_values(peers, client):
         emit(peers, member, *values, types=types, daemon=daemon)
         expected.append((name, dict(zip(parameters, values))))
     assert len(expected) == 59
-    assert [(type(event).__name__, event._asdict()) for event in client.events(timeout=0)] == expected
+    came = [(type(event).__name__, event._asdict()) for event in client.events(timeout=0)]
+    assert came == expected
     assert all(hasattr(hnipc.events, name) for name, _ in expected)
 
 

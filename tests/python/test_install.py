@@ -1,18 +1,22 @@
 # SPDX-License-Identifier: MIT
 """The package as pip installs it from the tree."""
 
+import ast
+import io
 import os
 import pathlib
 import re
 import shutil
 import subprocess
 import sys
+import tokenize
 
 import pytest
 
 import hnipc
 from conftest import TREE
 
+LIMIT = 1200
 BUILT = pathlib.Path(hnipc.__file__).parent
 
 
@@ -68,3 +72,26 @@ def test_a_default_that_it_does_not_know_is_an_error(tmp_path, old, new, text):
     process = subprocess.run([sys.executable, "generate.py", tmp_path / "site"],
                              cwd=tmp_path / "python", stderr=subprocess.PIPE, text=True)
     assert process.returncode != 0 and text in process.stderr
+
+
+def code_lines(path):
+    """The lines with code: neither blank, nor a comment, nor documentation."""
+    text = path.read_text(encoding="utf-8")
+    aside = (tokenize.COMMENT, tokenize.NL, tokenize.NEWLINE, tokenize.INDENT, tokenize.DEDENT,
+             tokenize.ENDMARKER)
+    lines = set()
+    for token in tokenize.generate_tokens(io.StringIO(text).readline):
+        if token.type not in aside:
+            lines.update(range(token.start[0], token.end[0] + 1))
+    for node in ast.walk(ast.parse(text)):
+        if (isinstance(node, (ast.Module, ast.ClassDef, ast.FunctionDef, ast.AsyncFunctionDef))
+                and ast.get_docstring(node) is not None):
+            lines -= set(range(node.body[0].lineno, node.body[0].end_lineno + 1))
+    return len(lines)
+
+
+def test_the_hand_written_part_stays_small():
+    files = [path for path in (TREE / "python").rglob("*.py")
+             if not {"build", ".pybuild"} & set(path.parts)]
+    assert len(files) > 10
+    assert sum(map(code_lines, files)) < LIMIT

@@ -13,13 +13,14 @@ PACKAGE = pathlib.Path(hnipc.__file__).parent
 
 
 def mypy(path, tmp_path):
-    process = subprocess.run([sys.executable, "-m", "mypy", "--strict", "--cache-dir", tmp_path, path],
-                             cwd=tmp_path, stdout=subprocess.PIPE, text=True)
+    process = subprocess.run(
+        [sys.executable, "-m", "mypy", "--strict", "--cache-dir", tmp_path, path], cwd=tmp_path,
+        stdout=subprocess.PIPE, text=True)
     return process.returncode, process.stdout
 
 
 def test_the_package(tmp_path):
-    assert mypy(PACKAGE, tmp_path) == (0, "Success: no issues found in 13 source files\n")
+    assert mypy(PACKAGE, tmp_path) == (0, "Success: no issues found in 14 source files\n")
 
 
 def test_a_test(tmp_path):

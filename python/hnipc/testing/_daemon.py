@@ -12,7 +12,7 @@ from jeepney import (  # type: ignore[import]
     DBusAddress, HeaderFields, MessageFlag, MessageType, new_error, new_method_return, new_signal)
 
 from .. import _core as core
-from .._blocking import Link
+from .._blocking import Client
 
 Self = TypeVar("Self", bound="Daemon")
 PEER = "org.freedesktop.DBus.Peer"
@@ -66,7 +66,7 @@ class Daemon:
         self._received = threading.Condition()
         self._sending = threading.Lock()
         self._error: Optional[BaseException] = None
-        self._link: Optional[Link] = None
+        self._link: Optional[Client] = None
         self._thread: Optional[threading.Thread] = None
 
     def __enter__(self: Self) -> Self:
@@ -80,11 +80,12 @@ class Daemon:
         """Acquires the bus name and serves; RuntimeError if another daemon has the name."""
         if self._link is not None:
             raise RuntimeError("the daemon is running")
-        link = Link(self.address, 25.0)
+        link = Client(self.address)
+        link.open(25.0)
         name = core.busname_of(self.KIND)
         # 4: not to wait for the name. 1: it is ours.
         if link.ask_bus(25.0, "RequestName", "su", name, 4) != 1:
-            link.lose()
+            link.close()
             raise RuntimeError(f"{name} is on the bus already, or the bus does not allow it")
         link.connection.sock.settimeout(None)
         self._link = link
@@ -108,20 +109,18 @@ class Daemon:
     def wait_for_call(self, method: str, *, timeout: float = 5.0) -> Call:
         """The first call of a method; AssertionError if none has come within that time."""
         core.seconds_of(timeout)
+        def found() -> List[Call]:
+            return [call for call in self.calls if call.method == method]
+
         with self._received:
-            found = self._received.wait_for(lambda: self._first(method), timeout)
-            if found is None:
+            if not self._received.wait_for(found, timeout):
                 raise AssertionError(f"{method} was not called within {timeout:g} s; "
                                      f"received: {self.calls}")
-            return found
-
-    def _first(self, method: str) -> Optional[Call]:
-        return next((call for call in self.calls if call.method == method), None)
+            return found()[0]
 
     def emit(self, member: str, signature: str, values: Tuple[Any, ...]) -> bool:
         """Sends a signal of its interface; the pulse methods do this with the right types."""
-        fitted = tuple(core.FIT[kind](value) if kind in core.FIT else value
-                       for value, kind in zip(values, core.complete_types(signature)))
+        fitted = tuple(map(core.fit, core.complete_types(signature), values))
         return self._send(new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
                                      signature or None, fitted))
 
@@ -136,7 +135,7 @@ class Daemon:
                 return False
         return True
 
-    def _serve(self, link: Link) -> None:
+    def _serve(self, link: Client) -> None:
         while True:
             message = link.receive(None)
             if message is None:
@@ -158,7 +157,7 @@ class Daemon:
         form = self._forms.get((name, signature))
         if (form is None or fields.get(HeaderFields.path) != "/"
                 or interface not in (None, core.INTERFACES[self.KIND])):
-            return new_error(message, core.standard("UnknownMethod"), "s",
+            return new_error(message, core.ERROR + "UnknownMethod", "s",
                              (f"no method {name} with the types \"{signature}\"",))
         return self._carry_out(form, message)
 
@@ -176,7 +175,7 @@ class Daemon:
                 return new_method_return(message, result.signature or None, result.values)
             if not form.result:
                 return new_method_return(message)
-            return new_method_return(message, form.result, (core.FIT[form.result](result),))
+            return new_method_return(message, form.result, (core.fit(form.result, result),))
         except ErrorReply as error:
             return new_error(message, error.name, "s", (error.text,))
         except core.Misfit as misfit:

@@ -8,13 +8,12 @@ import shutil
 import signal
 import subprocess
 import tempfile
-import time
-from typing import Any, Dict, List, Optional, Sequence, Tuple
+from typing import Any, List, Optional, Sequence
 
-from jeepney import DBusAddress, MessageType, new_method_call  # type: ignore[import]
+from jeepney import DBusAddress, new_method_call  # type: ignore[import]
 
 from .. import _core as core
-from .._blocking import Link
+from .._blocking import Client
 from .._methods import METHODS
 
 SIMULATOR = "org.hnipc.Simulator"
@@ -102,7 +101,8 @@ class Sandbox:
 
     def stop_daemon(self, daemon: str) -> None:
         """Ends a daemon, as systemd would, and waits until it is off the bus."""
-        link = Link(self.address, LIMIT)
+        link = Client(self.address)
+        link.open(LIMIT)
         try:
             link.subscribe(LIMIT)
             name = core.busname_of(daemon)
@@ -110,14 +110,9 @@ class Sandbox:
             if process is None:
                 raise RuntimeError(f"{daemon} is not running")
             os.kill(process, signal.SIGTERM)
-            deadline = time.monotonic() + LIMIT
-            while link.inbox.owners.get(name):
-                message = link.receive(deadline)
-                if message is None:
-                    raise core.not_seen(daemon, False, LIMIT)
-                link.inbox.put(message)
+            link.until_daemon(daemon, False, LIMIT)
         finally:
-            link.lose()
+            link.close()
 
     def start_daemon(self, daemon: str) -> None:
         """Starts a simulated daemon that does not run, and waits until it serves."""
@@ -141,44 +136,36 @@ class World:
     hnipc-simulator(1) describes. What the simulator refuses raises hnipc.Refused."""
 
     def __init__(self, address: Optional[str] = None) -> None:
-        self._link = Link(address, LIMIT)
-        self._names: Dict[str, str] = {}
+        self._link = Client(address)
+        self._link.open(LIMIT)
 
     def close(self) -> None:
-        self._link.lose()
+        self._link.close()
 
     def _act(self, daemon: str, member: str, signature: str = "", *arguments: Any) -> Any:
         name = core.busname_of(daemon)
         place = DBusAddress("/simulator", bus_name=name, interface=SIMULATOR)
         try:
-            fitted = tuple(core.FIT[kind](argument) for argument, kind
-                           in zip(arguments, core.complete_types(signature)))
+            fitted = tuple(map(core.fit, core.complete_types(signature), arguments))
         except core.Misfit as misfit:
             raise misfit.kind(f"{member}: {arguments!r}: not {misfit}") from None
         message = new_method_call(place, member, signature or None, fitted)
         reply = self._link.call(message, name, LIMIT)
-        fields = reply.header.fields
-        if reply.header.message_type is MessageType.error:
-            raise core.failure(name, fields.get(4, ""), reply.body, fields.get(7) == core.BUS)
-        types = core.complete_types(fields.get(8, ""))
+        types = core.types_of(reply, name)
         return core.plain(reply.body[0], types[0]) if types else None
 
     def names(self, daemon: str) -> List[str]:
         """The readings and switches of a daemon that can be set."""
-        result: List[str] = self._act(daemon, "names")
-        return result
+        return list(map(str, self._act(daemon, "names")))
 
     def _daemon_with(self, name: str) -> str:
         for daemon in core.BUS_NAMES:
-            if name in self._names:
-                break
             try:
-                self._names.update(dict.fromkeys(self.names(daemon), daemon))
+                if name in self.names(daemon):
+                    return daemon
             except core.NotSent:  # it does not run
                 pass
-        if name not in self._names:
-            raise ValueError(f"{name!r} is not a reading or switch of a daemon that is running")
-        return self._names[name]
+        raise ValueError(f"{name!r} is not a reading or switch of a daemon that is running")
 
     def set(self, name: str, value: Any) -> None:
         """Gives a reading or a switch a value, which its daemon announces."""
@@ -209,10 +196,11 @@ class World:
         self._act(self._sender_of(event), "flood", "su", event, count)
 
     def _sender_of(self, event: str) -> str:
-        cls = core.kinds_of((event,))[0]
+        cls, = core.kinds_of((event,))
         return next(daemon for daemon, known, _ in core.BY_MEMBER.values() if known is cls)
 
-    def fault(self, method: str, kind: str, detail: Any = "", *, daemon: Optional[str] = None) -> None:
+    def fault(self, method: str, kind: str, detail: Any = "", *,
+              daemon: Optional[str] = None) -> None:
         """Spoils the calls of a method: kind is delay (detail: milliseconds), never, error (detail:
         "NAME TEXT"), wrongtype, die, or none to end it. With "*" as the method, all calls of
         daemon."""
@@ -226,11 +214,6 @@ class World:
         """Spoils the supply records to come: short, wrongtype, dictionary, plain, empty, long, or
         none to end it."""
         self._act("supplyd", "malform", "s", shape)
-
-    def faults(self, daemon: str) -> List[str]:
-        """The faults of a daemon that are on."""
-        result: List[str] = self._act(daemon, "faults")
-        return result
 
     def reset(self) -> None:
         """Ends all faults of the daemons that are running."""

@@ -22,7 +22,7 @@ def pytest_configure(config: pytest.Config) -> None:
 
 @pytest.fixture
 def sandbox(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> Iterator[Sandbox]:
-    """A private bus with simulated daemons. It plays the system bus for all that the test starts."""
+    """A private bus with simulated daemons, the system bus of all that the test starts."""
     marker = request.node.get_closest_marker("hnipc")
     with Sandbox(**(marker.kwargs if marker else {})) as result:
         monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", result.address)

@@ -1,0 +1,153 @@
+# SPDX-License-Identifier: MIT
+"""The connection to the bus, in two forms: one that blocks, and one for asyncio."""
+
+from __future__ import annotations
+
+import asyncio
+import time
+from typing import Any, Callable, List, Optional
+
+from jeepney.bus import get_bus  # type: ignore[import]
+from jeepney.io.asyncio import open_dbus_connection  # type: ignore[import]
+from jeepney.io.blocking import DBusConnection, prep_socket  # type: ignore[import]
+
+from . import _core as core
+
+
+class Link:
+    """Reads when somebody waits."""
+
+    def __init__(self, address: Optional[str]) -> None:
+        self.address = core.bus_address(address)
+        self.inbox = core.Inbox()
+        self.is_open = False
+        self.connection: Any = None
+
+    def open(self, seconds: Optional[float]) -> None:
+        try:
+            self.connection = DBusConnection(prep_socket(get_bus(self.address), timeout=seconds))
+        except Exception as error:  # the binding raises what its parts raise
+            raise core.no_bus(f"{self.address}: {error}") from error
+        self.is_open = True
+
+    def close(self) -> None:
+        if self.is_open:
+            self.is_open = False
+            self.connection.close()
+
+    def receive(self, deadline: Optional[float]) -> Any:
+        """The next message, or None if the deadline passes before, or the bus is lost."""
+        while self.is_open:
+            left = None if deadline is None else deadline - time.monotonic()
+            if left is not None and left <= 0:  # whatever else has come
+                return None
+            try:
+                return self.connection.receive(timeout=left)
+            except TimeoutError:
+                return None
+            except OSError:
+                self.close()
+            except Exception:
+                # A message that the binding cannot read. It has been taken off the stream.
+                self.connection.parser.next_msg_size = None
+        return None
+
+    def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
+        """The serial number of the message. Half a message cannot be taken back, so a message that
+        the bus does not take in time ends the connection."""
+        if not self.is_open:
+            raise core.bus_lost()
+        serial = next(self.connection.outgoing_serial)
+        self.connection.sock.settimeout(seconds)
+        try:
+            self.connection.send(message, serial=serial)
+        except TimeoutError:
+            self.close()
+            raise core.timed_out(daemon, seconds, False) from None
+        except OSError:
+            self.close()
+            raise core.bus_lost() from None
+        return int(serial)
+
+    def until(self, found: Callable[[], Any], deadline: Optional[float],
+              daemon: Optional[str] = None) -> Any:
+        """What is found in the inbox, or None if the deadline passes before."""
+        while True:
+            result = found()
+            if result is not None:
+                return result
+            message = self.receive(deadline)
+            if message is not None:
+                self.inbox.put(message)
+            elif self.is_open:
+                return None
+            else:
+                raise core.bus_lost(daemon)
+
+
+class AsyncLink:
+    """A task of its own reads."""
+
+    def __init__(self, address: Optional[str]) -> None:
+        self.address = core.bus_address(address)
+        self.inbox = core.Inbox()
+        self.is_open = False
+        self._waiting: List[asyncio.Future[None]] = []
+
+    async def open(self, seconds: Optional[float]) -> None:
+        try:
+            self._connection = await asyncio.wait_for(open_dbus_connection(self.address), seconds)
+        except Exception as error:  # the binding raises what its parts raise
+            raise core.no_bus(f"{self.address}: {error}") from error
+        self.is_open = True
+        self._task = asyncio.get_running_loop().create_task(self._receive())
+
+    async def close(self) -> None:
+        if self.is_open:
+            self._lose()
+            self._task.cancel()
+            await asyncio.gather(self._task, return_exceptions=True)
+
+    def _lose(self) -> None:
+        self.is_open = False
+        self._connection.writer.close()
+        self._wake()
+
+    async def _receive(self) -> None:
+        while self.is_open:
+            try:
+                self.inbox.put(await self._connection.receive())
+                self._wake()
+            except (EOFError, OSError):
+                self._lose()
+            except Exception:
+                self._connection.parser.next_msg_size = None  # as above
+
+    def _wake(self) -> None:
+        waiting, self._waiting = self._waiting, []
+        for future in waiting:
+            if not future.done():
+                future.set_result(None)
+
+    async def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
+        if not self.is_open:
+            raise core.bus_lost()
+        serial = next(self._connection.outgoing_serial)
+        # Not drained: what is written is sent before all that is written later.
+        self._connection.writer.write(message.serialise(serial))
+        return int(serial)
+
+    async def until(self, found: Callable[[], Any], deadline: Optional[float],
+                    daemon: Optional[str] = None) -> Any:
+        while True:
+            result = found()
+            if result is not None:
+                return result
+            if not self.is_open:
+                raise core.bus_lost(daemon)
+            left = None if deadline is None else deadline - time.monotonic()
+            if left is not None and left <= 0:
+                return None
+            changed: asyncio.Future[None] = asyncio.get_running_loop().create_future()
+            self._waiting.append(changed)
+            await asyncio.wait([changed], timeout=left)
