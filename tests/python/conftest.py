@@ -86,8 +86,14 @@ class Bus:
         assert process.stdout.readline() == b"ready\n"
         return process
 
+    def signal(self, number):
+        """dbus-broker does the work in a child."""
+        children = pathlib.Path(f"/proc/{self.pid}/task/{self.pid}/children").read_text().split()
+        for process in [self.pid, *map(int, children)]:
+            os.kill(process, number)
+
     def kill(self):
-        os.kill(self.pid, signal.SIGKILL)
+        self.signal(signal.SIGKILL)
 
     def stop(self):
         for program in self.programs:
@@ -138,6 +144,7 @@ class Wire(Peer):
         """The calls of the daemons since the last time, as the fields that matter."""
         fence = Peer(self.address)
         result = []
+        self.flags = set()
         while True:
             message = self.connection.receive(timeout=25)
             fields = message.header.fields
@@ -145,6 +152,7 @@ class Wire(Peer):
                 break
             if (message.header.message_type is MessageType.method_call
                     and fields.get(HeaderFields.destination, "").startswith("org.hnipc.")):
+                self.flags.add(message.header.flags)
                 result.append((fields[HeaderFields.destination], fields[HeaderFields.path],
                                fields[HeaderFields.interface], fields[HeaderFields.member],
                                fields.get(HeaderFields.signature, ""), message.body))

@@ -2,7 +2,6 @@
 """The printer for asyncio: all methods, events, and what fails otherwise than in blocking calls."""
 
 import asyncio
-import os
 import signal
 
 import pytest
@@ -20,6 +19,13 @@ def run(address, act, **options):
         async with hnipc.aio.Printer(address, **options) as printer:
             return await act(printer)
     return asyncio.run(inside())
+
+
+async def begun(call):
+    """A call that has been sent, and not been replied to."""
+    result = asyncio.ensure_future(call)
+    await asyncio.sleep(0)
+    return result
 
 
 def test_all_methods(served, wire):
@@ -61,8 +67,8 @@ def test_wrong_arguments(served, wire):
 def test_pending_calls_finish_in_any_order(bus, monkeypatch):
     async def act(printer):
         server = Server(bus.address, "org.hnipc.m4")
-        first = asyncio.ensure_future(printer.getError())
-        second = asyncio.ensure_future(printer.getAlert())
+        first = await begun(printer.getError())
+        second = await begun(printer.getAlert())
         await printer.sync()
         calls = {}
         for _ in range(2):
@@ -104,7 +110,7 @@ def test_an_iteration_waits(served):
             async for event in printer.events("Alert"):
                 return event
 
-        waiting = asyncio.ensure_future(next_alert())
+        waiting = await begun(next_alert())
         await printer.sync()
         assert not waiting.done()
         await printer.emitAlert(5)
@@ -117,7 +123,7 @@ def test_an_iteration_waits(served):
 def test_availability(bus):
     async def act(printer):
         assert await printer.availability() == (False, False, False)
-        waiting = asyncio.ensure_future(printer.wait_for_daemon("m4"))
+        waiting = await begun(printer.wait_for_daemon("m4"))
         await printer.sync()
         server = Server(bus.address, "org.hnipc.m4")
         await waiting
@@ -139,7 +145,7 @@ def test_absent_silent_and_dying_daemons(bus):
         with pytest.raises(hnipc.CallFailed) as raised:
             await printer.getError(timeout=0.05)
         check(raised, hnipc.Unknown, Reason.TimedOut, ERROR + "Timeout", "within 0.05 s")
-        pending = asyncio.ensure_future(printer.getError())
+        pending = await begun(printer.getError())
         await printer.sync()
         server.close()
         with pytest.raises(hnipc.CallFailed) as raised:
@@ -151,8 +157,7 @@ def test_absent_silent_and_dying_daemons(bus):
 
 def test_a_call_that_is_cancelled(served):
     async def act(printer):
-        call = asyncio.ensure_future(printer.getError())
-        await asyncio.sleep(0)
+        call = await begun(printer.getError())
         call.cancel()
         with pytest.raises(asyncio.CancelledError):
             await call
@@ -164,8 +169,8 @@ def test_a_call_that_is_cancelled(served):
 def test_bus_that_goes_away(bus):
     async def act(printer):
         server = Server(bus.address, "org.hnipc.m4")
-        pending = asyncio.ensure_future(printer.getError())
-        events = asyncio.ensure_future(printer.events("Error").__anext__())
+        pending = await begun(printer.getError())
+        events = await begun(printer.events("Error").__anext__())
         await printer.sync()
         bus.kill()
         with pytest.raises(hnipc.CallFailed) as raised:
@@ -190,7 +195,7 @@ def test_no_bus():
 
 
 def test_halted_bus(bus):
-    os.kill(bus.pid, signal.SIGSTOP)
+    bus.signal(signal.SIGSTOP)
 
     async def act(printer):
         raise AssertionError("connected")

@@ -5,6 +5,7 @@ import enum
 import math
 
 import pytest
+from jeepney import MessageFlag
 
 import hnipc
 import hnipc.aio
@@ -59,6 +60,13 @@ def test_three_forms_of_one_method(client, wire):
     assert [(types, values) for _, _, _, _, types, values in wire.calls()] == [
         ("iit", (1, 2, 5)), ("iis", (1, 2, "five")), ("ii", (1, 2)),
         ("iit", (1, 2, 18446744073709551615))]
+
+
+def test_a_call_starts_no_daemon_and_takes_a_reply(client, wire):
+    client.getError()
+    client.enableAudioAmp(True)
+    assert len(wire.calls()) == 2
+    assert wire.flags == {MessageFlag.no_auto_start}
 
 
 def test_values_that_the_daemon_keeps(client):

@@ -240,19 +240,19 @@ def test_expecting_from_a_bus_that_goes_away(bus, client):
 
 
 def test_halted_bus(bus, client):
-    os.kill(bus.pid, signal.SIGSTOP)
+    bus.signal(signal.SIGSTOP)
     with pytest.raises(hnipc.CallFailed) as raised:
         client.getError(timeout=0.05)
     check(raised, hnipc.Unknown, Reason.TimedOut, ERROR + "Timeout")
     with pytest.raises(hnipc.NotSent):
         hnipc.Printer(bus.address, timeout=0.05)
-    os.kill(bus.pid, signal.SIGCONT)
+    bus.signal(signal.SIGCONT)
     with pytest.raises(hnipc.NotSent, match="org.hnipc.m4 is not on the bus"):
         client.getError()
 
 
 def test_a_call_that_the_halted_bus_does_not_take_is_not_sent(bus, client):
-    os.kill(bus.pid, signal.SIGSTOP)
+    bus.signal(signal.SIGSTOP)
     with pytest.raises(hnipc.CallFailed) as raised:
         client.supplyMaterialName("x" * 16 * 1024 * 1024, timeout=0.2)
     check(raised, hnipc.NotSent, Reason.TimedOut, ERROR + "Timeout", "did not take the call")
