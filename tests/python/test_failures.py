@@ -118,6 +118,7 @@ def test_a_late_reply_is_not_taken_for_that_of_the_next_call(bus, client):
         return client.getError()
 
     assert answered(bus, "org.hnipc.m4", calls, late) == 2
+    assert client._link.inbox.replies == {}
 
 
 def test_dying_daemon(bus, client):

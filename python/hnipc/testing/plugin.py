@@ -24,7 +24,7 @@ def pytest_configure(config: pytest.Config) -> None:
 def sandbox(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> Iterator[Sandbox]:
     """A private bus with simulated daemons, the system bus of all that the test starts."""
     marker = request.node.get_closest_marker("hnipc")
-    with Sandbox(**(marker.kwargs if marker else {})) as result:
+    with Sandbox(*marker.args, **marker.kwargs) if marker else Sandbox() as result:
         monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", result.address)
         trace = Trace(result.address)
         request.node.stash[TRACE] = (result, trace)
@@ -54,7 +54,7 @@ def pytest_runtest_makereport(item: pytest.Item) -> Generator[None, Any, None]:
     """A test that fails shows what went over the bus, and what the daemons printed."""
     outcome = yield
     report = outcome.get_result()
-    if report.when == "call" and report.failed and TRACE in item.stash:
+    if report.when != "teardown" and report.failed and TRACE in item.stash:
         sandbox, trace = item.stash[TRACE]
         lines = trace.lines() or ["nothing"]
         report.sections.append(("hnipc: calls and events", "\n".join(lines)))

@@ -55,6 +55,23 @@ def test_what_a_failed_test_shows(pytester):
         r"-+ hnipc: output of the daemons -+", r"hnipc-sandbox: m4 has ended, with 1"])
 
 
+def test_what_a_fixture_shows_that_fails(pytester):
+    pytester.makepyfile("""
+        import pytest
+
+        @pytest.fixture
+        def open_lid(world):
+            world.set("printerLid", True)
+            assert False
+
+        def test_lid(open_lid):
+            pass
+        """)
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(errors=1)
+    result.stdout.re_match_lines([r"world  :1\.\d+ to m4: set\('printerLid', True\) done"])
+
+
 def test_a_passed_test_shows_nothing(pytester):
     pytester.makepyfile("def test_lid(printer, world): world.set('printerLid', True)")
     result = pytester.runpytest_subprocess(*PLUGIN)
@@ -91,8 +108,12 @@ def test_scenario_by_marker(pytester):
         def test_lid(printer):
             with printer.expect("M4PrinterLid", value=True, timeout=60):
                 pass
+
+        @pytest.mark.hnipc("play.json")
+        def test_lid_again(printer):
+            test_lid(printer)
         """)
-    pytester.runpytest_subprocess(*PLUGIN, "--strict-markers").assert_outcomes(passed=1)
+    pytester.runpytest_subprocess(*PLUGIN, "--strict-markers").assert_outcomes(passed=2)
 
 
 def test_a_marker_that_is_wrong(pytester):
