@@ -8,10 +8,11 @@ import re
 import signal
 import subprocess
 import uuid
+from collections import deque
 
 import pytest
-from jeepney import (DBusAddress, HeaderFields, MessageType, message_bus, new_method_call,
-                     new_signal)
+from jeepney import (DBusAddress, HeaderFields, MatchRule, MessageType, message_bus,
+                     new_method_call, new_signal)
 from jeepney.bus import get_bus
 from jeepney.io.blocking import DBusConnection, prep_socket
 
@@ -111,8 +112,12 @@ class Peer:
 
     def call(self, name, path, interface, member, signature=None, *values):
         place = DBusAddress(path, bus_name=name, interface=interface)
-        reply = self.connection.send_and_get_reply(
-            new_method_call(place, member, signature, values), timeout=25)
+        aside = deque()  # what comes before the reply
+        with self.connection.filter(MatchRule(), queue=aside):
+            reply = self.connection.send_and_get_reply(
+                new_method_call(place, member, signature, values), timeout=25)
+        self.replies_aside = [message for message in aside
+                              if message.header.message_type is not MessageType.signal]
         assert reply.header.message_type is MessageType.method_return, reply.body
         return reply.body
 

@@ -2,6 +2,7 @@
 """Daemons in Python: with the package's own client, and with a peer that knows only the wire."""
 
 import pytest
+from jeepney import DBusAddress, MessageFlag, new_method_call
 
 import hnipc
 from conftest import EXPECTED, Peer, RECORD, rows, slots
@@ -158,6 +159,16 @@ def test_mistakes_of_a_daemon_fail_its_test(client):
             with Engine():
                 with pytest.raises(hnipc.Refused, match=text):
                     method()
+
+
+def test_a_caller_that_wants_no_reply_gets_none(peer):
+    with M4() as engine:
+        message = new_method_call(DBusAddress("/", "org.hnipc.m4", "local.IHNIPCM4"), "getError")
+        message.header.flags |= MessageFlag.no_reply_expected
+        peer.connection.send(message, serial=1000)
+        assert peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "getAlert") == (0,)
+        assert [call.method for call in engine.calls] == ["getError", "getAlert"]
+        assert peer.replies_aside == []
 
 
 def test_one_name_has_one_daemon():

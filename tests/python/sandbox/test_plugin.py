@@ -3,8 +3,6 @@
 
 import os
 import pathlib
-import subprocess
-import sys
 
 import pytest
 
@@ -133,7 +131,7 @@ def test_a_marker_that_is_wrong(pytester):
                                  "os.kill(os.getpid(), 15)", "raise KeyboardInterrupt"])
 def test_nothing_is_left(pytester, end):
     pytester.makepyfile(f"""
-        import os, pathlib, subprocess
+        import os, pathlib
 
         def test_end(sandbox, printer, world):
             sandbox.stop_daemon("supplyd")
@@ -160,15 +158,5 @@ def test_sandboxes_side_by_side_leave_nothing():
     assert len(os.listdir("/proc/self/fd")) <= descriptors + 1
 
 
-def test_the_keys_of_the_terminal_end_the_test_before_the_sandbox(tmp_path):
-    program = """
-import os, signal, hnipc
-from hnipc.testing import Sandbox
-with Sandbox() as sandbox:
-    signal.signal(signal.SIGINT, signal.SIG_IGN)
-    os.killpg(0, signal.SIGINT)
-    print(hnipc.Printer(sandbox.address).m4Version())
-"""
-    output = subprocess.run([sys.executable, "-c", program], start_new_session=True,
-                            stdout=subprocess.PIPE, text=True, check=True).stdout
-    assert output == "4.2.1-simulated\n"
+def test_the_keys_of_the_terminal_are_for_the_test_alone(sandbox):
+    assert os.getsid(sandbox._process.pid) != os.getsid(0)
