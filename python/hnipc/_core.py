@@ -245,6 +245,8 @@ def complete_types(signature: str) -> Tuple[str, ...]:
 
 def plain(value: Any, signature: str) -> Any:
     """What the binding read, without the types that variants carry."""
+    if signature[0] not in "av(":
+        return value
     if signature == "v":
         return plain(value[1], value[0])
     if signature == "ay":
@@ -254,9 +256,7 @@ def plain(value: Any, signature: str) -> Any:
         return {plain(name, key): plain(each, element) for name, each in value.items()}
     if signature.startswith("a"):
         return [plain(element, signature[1:]) for element in value]
-    if signature.startswith("("):
-        return tuple(map(plain, value, complete_types(signature[1:-1])))
-    return value
+    return tuple(map(plain, value, complete_types(signature[1:-1])))
 
 
 def read_record(value: Tuple[Any, ...], signature: str) -> SupplyInformation:
