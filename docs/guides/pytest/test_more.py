@@ -1,4 +1,6 @@
 # SPDX-License-Identifier: MIT
+
+# [imports]
 import asyncio
 import subprocess
 
@@ -8,6 +10,7 @@ import hnipc
 import hnipc.aio
 from hnipc import events
 from hnipc.testing import M4, ErrorReply
+# [imports]
 
 
 # [call]
