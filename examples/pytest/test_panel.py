@@ -55,6 +55,14 @@ def test_a_roll_that_runs_low(printer, world, reading, alert):
     assert printer.getAlert() == alert
 
 
+def test_a_supply_daemon_that_is_slow(printer, world):
+    world.fault("*", "delay", 800, daemon="supplyd")
+    with pytest.raises(hnipc.Unknown) as unknown:
+        printer.supplyId(timeout=0.1)
+    assert unknown.value.reason is hnipc.Reason.TimedOut
+    assert printer.supplyId() == "LBL-100060-WH"
+
+
 def test_what_is_loaded_reads_back(printer, world):
     with printer.expect("SupplyChanged", supplySku="LBL-100150-WH"):
         world.load_supply("LBL-100150-WH", ["RIB-110-CMYK"])
