@@ -3,7 +3,7 @@
 
 # What it takes to build the programs and the QML module, and to run them. The panel needs its QML
 # modules and a font when it starts.
-packages_of_programs=(cmake g++ make pkg-config libglib2.0-dev dbus fonts-dejavu-core)
+packages_of_programs=(cmake g++ make pkg-config libglib2.0-dev libdbus-1-dev dbus fonts-dejavu-core)
 packages_of_programs_qt5=(qtbase5-dev qtdeclarative5-dev qttools5-dev-tools qml-module-qtquick2)
 packages_of_programs_qt6=(qt6-base-dev qt6-declarative-dev qt6-l10n-tools qml6-module-qtquick
     qml6-module-qtqml-workerscript)

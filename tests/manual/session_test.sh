@@ -9,8 +9,8 @@
 #   $ COMMAND           is shown, and what follows it is what it prints
 #   [NAME]              around what the manual shows; # is a comment
 #
-# Processes and connections have other numbers each time, and events other times; the group of the
-# bus policy has the name that the build gave it.
+# Processes and connections have other numbers each time, events other times, and calls other
+# durations; the group of the bus policy has the name that the build gave it.
 
 set -euo pipefail
 session=$1
@@ -20,7 +20,8 @@ here=$(realpath "$(dirname "$0")")
 what_differs_aside() {
     sed -E 's/process [0-9]+/process N/; s/:1\.[0-9]+/:1.N/g
             s/members of the group [^ ]+/members of GROUP/
-            s/^[0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3}/TIME/'
+            s/^[0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3}/TIME/
+            s/^TIME +[0-9]+\.[0-9]{2} ms ([^ ]+) [0-9]+ +/TIME DURATION \1 N /'
 }
 
 for program in $(sed -n 's/^needs: //p' "$session"); do

@@ -356,7 +356,8 @@ private Q_SLOTS:
 void tst_Ctl::helpAndVersion()
 {
     const QList<QByteArray> commands { "status", "list", "call", "get", "batch", "watch", "monitor",
-                                       "record", "replay", "simulate", "introspect", "completion" };
+                                       "trace", "record", "replay", "simulate", "introspect",
+                                       "completion" };
     Ctl help(words("--help"));
     QCOMPARE(help.exitCode(), 0);
     QCOMPARE(help.err(), QByteArray());

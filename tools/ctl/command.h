@@ -57,6 +57,7 @@ extern const Command getCommand;
 extern const Command batchCommand;
 extern const Command watchCommand;
 extern const Command monitorCommand;
+extern const Command traceCommand;
 extern const Command recordCommand;
 extern const Command replayCommand;
 extern const Command simulateCommand;

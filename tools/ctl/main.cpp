@@ -21,8 +21,8 @@ const std::vector<const Command *> &commands()
 {
     static const std::vector<const Command *> table = {
         &statusCommand, &listCommand, &callCommand, &getCommand, &batchCommand, &watchCommand,
-        &monitorCommand, &recordCommand, &replayCommand, &simulateCommand, &introspectCommand,
-        &completionCommand,
+        &monitorCommand, &traceCommand, &recordCommand, &replayCommand, &simulateCommand,
+        &introspectCommand, &completionCommand,
     };
     return table;
 }
