@@ -14,6 +14,7 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QStandardPaths>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
@@ -107,6 +108,7 @@ private Q_SLOTS:
     void reaches_data();
     void reaches();
     void hearsSignals();
+    void traces();
     void namesTheHostExactly();
     void tellsWhyNot_data();
     void tellsWhyNot();
@@ -252,6 +254,26 @@ void tst_CtlRemote::hearsSignals()
     QVERIFY2(record->out().contains("\"arguments\":[12]"), record->out());
     QCOMPARE(monitor->exitCode(), 0);
     QCOMPARE(record->exitCode(), 0);
+}
+
+// A process there has a number, but no name here.
+void tst_CtlRemote::traces()
+{
+    start(QStringLiteral("p1"), "(7,)");
+    QScopedPointer<Ctl> text(ask(words("trace --host p1 --count 1")));
+    QScopedPointer<Ctl> json(ask(words("trace --host p1 --count 1 --json")));
+    QVERIFY(text->complains("tracing"));
+    QVERIFY(json->complains("tracing"));
+    QScopedPointer<Ctl> call(ask(words("call --host p1 getError")));
+    QCOMPARE(call->out(), QByteArray("7\n"));
+    QCOMPARE(json->exitCode(), 0);
+    const QJsonObject object = QJsonDocument::fromJson(json->out()).object();
+    QCOMPARE(object.value(QLatin1String("value")).toInt(), 7);
+    QVERIFY(!object.value(QLatin1String("caller")).toObject().contains(QLatin1String("program")));
+    QCOMPARE(text->exitCode(), 0);
+    static const QRegularExpression line(QStringLiteral(
+        "^\\S+ +[0-9.]+ ms (process \\d+|:\\d+\\.\\d+) +m4      getError -> 7\n$"));
+    QVERIFY2(line.match(QString::fromUtf8(text->out())).hasMatch(), text->out());
 }
 
 void tst_CtlRemote::namesTheHostExactly()

@@ -62,12 +62,11 @@ int noAnswer(int timeout)
 int cannotMonitor(const Context &context, const Reply &reply)
 {
     if (reply.errorName == DBUS_ERROR_ACCESS_DENIED) {
-        const bool isRemote = context.options.contains(QStringLiteral("host"));
         return Console::fail(
             Toolkit::NoBus,
             QStringLiteral("no right to trace: the bus lets only root, and the user whom the bus "
                            "itself runs as, see the calls of others; try: %1")
-                .arg(isRemote ? QStringLiteral("hnipcctl --host root@PRINTER trace")
+                .arg(isBusRemote() ? QStringLiteral("hnipcctl --host root@PRINTER trace")
                               : QStringLiteral("sudo hnipcctl trace")));
     }
     if (reply.errorName == DBUS_ERROR_NO_REPLY || reply.errorName == DBUS_ERROR_TIMEOUT) {
@@ -84,6 +83,11 @@ int cannotMonitor(const Context &context, const Reply &reply)
 
 } // namespace
 
+bool isBusRemote()
+{
+    return qgetenv("DBUS_SYSTEM_BUS_ADDRESS").startsWith("unixexec:");
+}
+
 BusMonitor::~BusMonitor()
 {
     if (m_connection) {
@@ -97,10 +101,10 @@ int BusMonitor::connect(const Context &context)
     // The other connection of this program has the address from here, too, and has reached the bus.
     const QByteArray set = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
     const QByteArray address = set.isEmpty() ? "unix:path=/var/run/dbus/system_bus_socket" : set;
-    const QString host = context.options.value(QStringLiteral("host"));
     std::optional<ReachingDeadline> deadline;
-    if (!host.isNull()) {
-        deadline.emplace(host, context.timeout);
+    if (isBusRemote()) {
+        const QString host = context.options.value(QStringLiteral("host"));
+        deadline.emplace(host.isNull() ? QStringLiteral("the printer") : host, context.timeout);
     }
     Error error;
     m_connection = dbus_connection_open_private(address.constData(), error.get());

@@ -14,6 +14,9 @@ struct DBusMessage;
 
 using WireMessagePointer = std::shared_ptr<DBusMessage>;
 
+/// Whether the bus that the program is connected to is reached by another program, such as ssh.
+bool isBusRemote();
+
 /// A connection that receives what others send each other, and sends nothing itself. It is not one of
 /// Qt's, which takes each call that it receives for a call of this program, and sends an error reply.
 class BusMonitor

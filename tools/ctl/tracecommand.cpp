@@ -814,7 +814,7 @@ int run(const Context &context, const QStringList &arguments)
     qint64 left = context.options.value(QStringLiteral("count"), QStringLiteral("-1")).toLongLong();
     bool isEnough = false;
     CallQueue queue;
-    Callers callers(context.bus, context.options.contains(QStringLiteral("host")), context.timeout);
+    Callers callers(context.bus, isBusRemote(), context.timeout);
     Traffic traffic(context.contract, wish, &callers, [&](TracedCall &&call) {
         if (!isEnough) {
             queue.push(std::move(call));
