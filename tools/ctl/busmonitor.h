@@ -17,16 +17,17 @@ using WireMessagePointer = std::shared_ptr<DBusMessage>;
 /// Whether the bus that the program is connected to is reached by another program, such as ssh.
 bool isBusRemote();
 
-/// A connection that receives what others send each other, and sends nothing itself. It is not one of
-/// Qt's, which takes each call that it receives for a call of this program, and sends an error reply.
+/// A connection that receives what others send each other, and sends nothing itself. It is not one
+/// of Qt's, which takes each call that it receives for a call of this program, and sends an error
+/// reply.
 class BusMonitor
 {
 public:
     BusMonitor() = default;
     ~BusMonitor();
 
-    /// Connects to the bus that the context is connected to, and receives the messages that one of the
-    /// match rules matches from here on. Returns the exit code.
+    /// Connects to the bus that the context is connected to, and receives the messages that one of
+    /// the match rules matches from here on. Returns the exit code.
     int start(const Context &context, const QList<QByteArray> &matchRules);
 
     enum Event { Received, Stopped, Lost };

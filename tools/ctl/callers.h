@@ -27,9 +27,9 @@ struct Caller
     QString daemon;           ///< as which it has called; usually empty
 };
 
-/// Asks the bus for the processes of its connections. It asks as soon as a connection is seen, and has a
-/// thread that waits for the replies: a program may have left the bus by the time when its call is
-/// printed.
+/// Asks the bus for the processes of its connections. It asks as soon as a connection is seen, and
+/// has a thread that waits for the replies: a program may have left the bus by the time when its call
+/// is printed.
 class Callers
 {
 public:

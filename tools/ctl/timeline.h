@@ -8,8 +8,8 @@
 
 #include <vector>
 
-/// A picture of calls: time runs from left to right, each caller has a lane, each call is a bar. Times
-/// are nanoseconds since the start.
+/// A picture of calls: time runs from left to right, each caller has a lane, each call is a bar.
+/// Times are nanoseconds since the start.
 struct Timeline
 {
     enum Look { Plain, Failed, Open };
