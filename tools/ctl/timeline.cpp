@@ -292,8 +292,8 @@ void Picture::drawAxis(const Strip &strip, double bottom)
         step = qint64(std::llround(std::pow(10.0, i / 3) * (i % 3 == 0 ? 1 : i % 3 == 1 ? 2 : 5)));
     }
     double free = plotLeft;
-    const auto label = [&](qint64 time) {
-        const QString words = clock(time, step);
+    const auto label = [&](qint64 time, qint64 exactness) {
+        const QString words = clock(time, exactness);
         const double x = strip.x(time);
         const double width = letterWidth * double(words.size()) + 8;
         if (x >= free && x + width < plotRight) {
@@ -303,13 +303,16 @@ void Picture::drawAxis(const Strip &strip, double bottom)
         }
     };
     // A strip and what follows a break begin with their time.
-    label(strip.begin);
+    label(strip.begin, step / 10);
     qint64 from = strip.begin;
+    // The others are round times of the day.
+    const qint64 midnight = m_timeline.start.toMSecsSinceEpoch() % (24 * 3600 * 1000) * -1000000;
     for (size_t i = 0; i <= strip.breaks.size(); ++i) {
         const bool isLast = i == strip.breaks.size();
         const qint64 until = isLast ? strip.end : strip.breaks[i].first;
-        for (qint64 time = from / step * step + step; time < until; time += step) {
-            label(time);
+        for (qint64 time = (from - midnight) / step * step + midnight + step; time < until;
+             time += step) {
+            label(time, step);
         }
         if (!isLast) {
             const auto &gap = strip.breaks[i];
@@ -321,7 +324,7 @@ void Picture::drawAxis(const Strip &strip, double bottom)
                     QStringLiteral("no calls for ") + length(gap.second - gap.first));
             text(middle, bottom + 11, length(gap.second - gap.first), "gapText");
             from = gap.second;
-            label(from);
+            label(from, step / 10);
         }
     }
 }
