@@ -98,7 +98,7 @@ def build_and_install(newcomer):
     qt = re.search(r'-DHNIPC_QT=(\d)', commands[0].text).group(1)
     module = 'qml-module' if qt == '5' else f'qml{qt}-module'
     packages = [span for span in dict.fromkeys(shown.spans('README.md', section))
-                if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|dbus|pkg)-[a-z0-9-]+', span)]
+                if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|(lib)?dbus|pkg)-[a-z0-9-]+', span)]
     newcomer.type(terminal, 'apt-get update')
     newcomer.type(terminal, 'DEBIAN_FRONTEND=noninteractive apt-get install --yes g++ cmake '
                   + ' '.join(packages))

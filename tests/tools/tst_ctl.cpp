@@ -399,7 +399,7 @@ void tst_Ctl::wrongUsage_data()
     row("--json", "no command given");
     row("--nothing status", "no option --nothing");
     row("status --check", "no option --check for status: it is an option of introspect; see");
-    row("--count 3 monitor", "--count is an option of monitor, record: it has to follow the command");
+    row("--count 3 monitor", "--count is an option of monitor, trace, record: it has to follow the command");
     row("--timeuot 3 status", "no option --timeuot; did you mean --timeout?");
     row("call --frce setDac 5", "no option --frce; did you mean --force?");
     row("status -h", "usage: hnipcctl status; -h is an argument: options begin with --");

@@ -815,7 +815,8 @@ void tst_CtlTraffic::wrongUsage_data()
     row("no picture", { text("--picture="), }, 2, "--picture needs the name of a file, not \"\"");
     row("output", words("--picture -"), 2, "--picture needs the name of a file, not \"-\"");
     row("force alone", words("--force"), 2, "--force is for --picture");
-    row("two patterns", words("a b"), 2, "usage: hnipcctl trace [PATTERN]");
+    row("two patterns", words("a b"), 2,
+        "usage: hnipcctl trace [--slow MS] [--count N] [--summary] [--picture FILE] [--force] [PATTERN]");
     row("no directory", words("--picture /nonexistent/p.svg"), 1,
         "/nonexistent/p.svg: No such file or directory");
     row("two printers", words("--host a --host b"), 2,

@@ -50,7 +50,7 @@ def test_what_a_failed_test_shows(pytester):
         r"call   :1\.\d+ to m4: getError\(\): org.example.Busy: not now",
         r"call   :1\.\d+ to m4: getAlert\(\): org.freedesktop.DBus.Error.NoReply: .*",
         r"daemon m4 left the bus",
-        r"-+ hnipc: output of the daemons -+", r"hnipc-sandbox: m4 has ended, with 1"])
+        r"-+ hnipc: output of the daemons -+", r"hnipc-sandbox: m4 exited with 1"])
 
 
 def test_what_a_fixture_shows_that_fails(pytester):
