@@ -37,36 +37,56 @@ class Link:
 
     def receive(self, deadline: Optional[float]) -> Any:
         """The next message, or None if the deadline passes before, or the bus is lost."""
+        parser = self.connection.parser
         while self.is_open:
             left = None if deadline is None else deadline - time.monotonic()
             if left is not None and left <= 0:  # whatever else has come
                 return None
             try:
-                return self.connection.receive(timeout=left)
-            except TimeoutError:
-                return None
-            except OSError:
-                self.close()
+                message = parser.get_next_message()
             except Exception:
                 # A message that the binding cannot read. It has been taken off the stream.
-                self.connection.parser.next_msg_size = None
+                parser.next_msg_size = None
+                continue
+            except BaseException:  # an interrupt, which may have lost a part of the stream
+                self.close()
+                raise
+            if message is not None:
+                return message
+            # An interrupt of this wait loses nothing.
+            if not self.connection.selector.select(left):
+                return None
+            try:
+                data = self.connection.sock.recv(1 << 16)
+                parser.add_data(data)
+            except OSError:
+                data = b""
+            except BaseException:
+                self.close()
+                raise
+            if not data:
+                self.close()
         return None
 
     def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
         """The serial number of the message. Half a message cannot be taken back, so a message that
-        the bus does not take in time ends the connection."""
+        the bus does not take in time, or that is interrupted, ends the connection."""
         if not self.is_open:
             raise core.bus_lost()
         serial = next(self.connection.outgoing_serial)
+        data = message.serialise(serial)
         self.connection.sock.settimeout(seconds)
         try:
-            self.connection.send(message, serial=serial)
+            self.connection.sock.sendall(data)
         except TimeoutError:
             self.close()
             raise core.timed_out(daemon, seconds, False) from None
         except OSError:
             self.close()
             raise core.bus_lost() from None
+        except BaseException:
+            self.close()
+            raise
         return int(serial)
 
     def until(self, found: Callable[[], Any], deadline: Optional[float],

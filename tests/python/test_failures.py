@@ -121,6 +121,68 @@ def test_a_late_reply_is_not_taken_for_that_of_the_next_call(bus, client):
     assert client._link.inbox.replies == {}
 
 
+class Interrupt(BaseException):
+    """As KeyboardInterrupt, which would end pytest."""
+
+
+def test_a_reply_to_an_interrupted_call_is_not_taken_for_that_of_the_next(bus, client):
+    def interrupt(*_):
+        raise Interrupt
+
+    def late(server, first):
+        os.kill(os.getppid(), signal.SIGUSR1)
+        second = server.next_call()
+        server.connection.send(new_method_return(first, "i", (1,)))
+        server.connection.send(new_method_return(second, "i", (2,)))
+
+    def calls():
+        with pytest.raises(Interrupt):
+            client.getError()
+        return client.getError()
+
+    before = signal.signal(signal.SIGUSR1, interrupt)
+    try:
+        assert answered(bus, "org.hnipc.m4", calls, late) == 2
+    finally:
+        signal.signal(signal.SIGUSR1, before)
+
+
+class Interrupted:
+    """A socket that is interrupted within a message."""
+
+    def __init__(self, sock):
+        self.sock = sock
+
+    def __getattr__(self, name):
+        return getattr(self.sock, name)
+
+    def sendall(self, data):
+        self.sock.sendall(data[:20])
+        raise Interrupt
+
+
+def test_a_call_whose_sending_is_interrupted_ends_the_connection(client):
+    client._link.connection.sock = Interrupted(client._link.connection.sock)
+    with pytest.raises(Interrupt):
+        client.getError()
+    with pytest.raises(hnipc.NotSent, match="is closed or was lost"):
+        client.getError()
+
+
+def test_an_interrupt_within_a_message_ends_the_connection(bus, client, monkeypatch):
+    def interrupt(*_):
+        raise Interrupt
+
+    for place in ("add_data", "get_next_message"):
+        with hnipc.Printer(bus.address) as printer:
+            with monkeypatch.context() as patch:
+                patch.setattr(printer._link.connection.parser, place, interrupt)
+                with pytest.raises(Interrupt):
+                    printer.getError()
+            with pytest.raises(hnipc.NotSent, match="is closed or was lost"):
+                printer.getError()
+
+
 def test_dying_daemon(bus, client):
     with pytest.raises(hnipc.CallFailed) as raised:
         answered(bus, "org.hnipc.m4", client.getError, lambda *_: os._exit(1))
