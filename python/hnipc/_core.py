@@ -345,8 +345,10 @@ class Inbox:
 
     def put(self, message: Any) -> None:
         fields = message.header.fields
-        if fields.get(HeaderFields.reply_serial) in self.replies:
-            self.replies[fields[HeaderFields.reply_serial]] = message
+        if message.header.message_type in (MessageType.method_return, MessageType.error):
+            if fields.get(HeaderFields.reply_serial) in self.replies:
+                self.replies[fields[HeaderFields.reply_serial]] = message
+            return
         if message.header.message_type is not MessageType.signal:
             return
         member, sender = fields.get(HeaderFields.member), fields.get(HeaderFields.sender)

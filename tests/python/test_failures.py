@@ -5,7 +5,8 @@ import os
 import signal
 
 import pytest
-from jeepney import MessageType, new_error, new_method_return
+from jeepney import (DBusAddress, HeaderFields, MessageType, new_error, new_method_call,
+                     new_method_return, new_signal)
 
 import hnipc
 from conftest import Peer, RECORD, rows
@@ -181,6 +182,23 @@ def test_an_interrupt_within_a_message_ends_the_connection(bus, client, monkeypa
                     printer.getError()
             with pytest.raises(hnipc.NotSent, match="is closed or was lost"):
                 printer.getError()
+
+
+@pytest.mark.parametrize("forged", [
+    new_signal(DBusAddress("/", interface="org.example"), "Forged", "i", (1,)),
+    new_method_call(DBusAddress("/", "x.y", "org.example"), "Forged", "i", (1,))])
+def test_only_a_reply_is_a_reply(bus, client, forged):
+    stranger = Peer(bus.address)
+
+    def forge_first(server, call):
+        forged.header.fields[HeaderFields.destination] = call.header.fields[HeaderFields.sender]
+        forged.header.fields[HeaderFields.reply_serial] = call.header.serial
+        stranger.connection.send(forged)
+        stranger.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                      "GetId")
+        server.connection.send(new_method_return(call, "i", (2,)))
+
+    assert answered(bus, "org.hnipc.m4", client.getError, forge_first) == 2
 
 
 def test_dying_daemon(bus, client):
