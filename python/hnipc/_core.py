@@ -5,7 +5,6 @@ from __future__ import annotations
 
 import enum
 import functools
-import math
 import operator
 import os
 import time
@@ -199,18 +198,21 @@ def fitting(forms: Tuple[Method, ...],
                f"{arguments[furthest]!r} is not {' or '.join(misfits)}")
 
 
+LONGEST = 20 * 24 * 3600  # seconds: what waits longer waits without a limit, as epoll() does
+
+
 def seconds_of(timeout: Any) -> Optional[float]:
     """None for no limit."""
     if isinstance(timeout, bool) or not isinstance(timeout, (int, float)):
         raise TypeError(f"timeout: {timeout!r} is not a number of seconds")
     if not timeout > 0:
         raise ValueError(f"timeout: {timeout!r} is not a number of seconds above 0")
-    return None if timeout == math.inf else float(timeout)
+    return float(timeout) if timeout <= LONGEST else None
 
 
 def deadline_of(seconds: Optional[float]) -> Optional[float]:
     """On the clock of time.monotonic(); None for never."""
-    return None if seconds is None or seconds == math.inf else time.monotonic() + seconds
+    return None if seconds is None or seconds > LONGEST else time.monotonic() + seconds
 
 
 @functools.lru_cache(maxsize=None)

@@ -124,16 +124,17 @@ class Printer(AsyncMethods):
     """
 
     def __init__(self, address: Optional[str] = None, *, timeout: float = 25.0) -> None:
+        core.seconds_of(timeout)
         self.timeout = timeout
-        self._seconds = core.seconds_of(timeout)
         self._link = Client(address)
         self.address = self._link.address
         # blocking: self._open()
 
     async def _open(self) -> None:
-        await self._link.open(self._seconds)
+        seconds = core.seconds_of(self.timeout)
+        await self._link.open(seconds)
         try:
-            await self._link.subscribe(self._seconds)
+            await self._link.subscribe(seconds)
         except BaseException:
             await self._link.close()
             raise
@@ -153,14 +154,14 @@ class Printer(AsyncMethods):
     async def _call(self, forms: Tuple[core.Method, ...], arguments: Tuple[Any, ...],
                     timeout: Optional[float]) -> Any:
         form, fitted = core.fitting(forms, arguments)
-        seconds = self._seconds if timeout is None else core.seconds_of(timeout)
+        seconds = core.seconds_of(self.timeout if timeout is None else timeout)
         reply = await self._link.call(core.call_message(form, fitted),
                                       core.BUS_NAMES[form.daemon], seconds)
         return core.judge(form, reply)
 
     async def sync(self) -> None:
         """Waits until all has arrived that the bus has passed on before this call."""
-        await self._link.ask_bus(self._seconds, "GetId")
+        await self._link.ask_bus(core.seconds_of(self.timeout), "GetId")
 
     @overload
     def events(self, *kinds: Type[E], timeout: Optional[float] = None) -> Events[E]:

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """All methods with the test daemons of the tree, by what crosses the bus."""
 
+import asyncio
 import enum
 import math
 
@@ -157,9 +158,23 @@ def test_wrong_deadlines_are_refused_and_not_sent(client, wire, served, timeout,
     assert wire.calls() == []
 
 
-def test_no_deadline(served):
-    with hnipc.Printer(served.address, timeout=math.inf) as printer:
-        assert printer.getError(timeout=math.inf) == 0
+@pytest.mark.parametrize("timeout", [math.inf, 1e300, 1e10, 3e6, 10**400],
+                         ids=["inf", "1e300", "1e10", "3e6", "10**400"])
+def test_no_deadline(served, timeout):
+    async def inside():
+        async with hnipc.aio.Printer(served.address, timeout=timeout) as printer:
+            await printer.wait_for_daemon("m4", timeout=timeout)
+            async with printer.expect("Error", timeout=timeout):
+                await printer.emitError(0, timeout=timeout)
+
+    with hnipc.Printer(served.address, timeout=timeout) as printer:
+        assert printer.getError(timeout=timeout) == 0
+        printer.wait_for_daemon("m4", timeout=timeout)
+        with printer.expect("Error", timeout=timeout):
+            printer.emitError(0)
+        printer.emitError(0)
+        assert next(printer.events(timeout=timeout)) == (0,)
+    asyncio.run(inside())
 
 
 def test_names_that_do_not_exist(client):

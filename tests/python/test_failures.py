@@ -105,6 +105,12 @@ def test_the_deadline_of_the_object(bus):
     with hnipc.Printer(bus.address, timeout=0.5) as printer:
         with pytest.raises(hnipc.Unknown, match="within 0.5 s"):
             answered(bus, "org.hnipc.m4", printer.getError, lambda *_: None)
+        printer.timeout = 0.25
+        with pytest.raises(hnipc.Unknown, match="within 0.25 s"):
+            answered(bus, "org.hnipc.m4", printer.getError, lambda *_: None)
+        printer.timeout = 0
+        with pytest.raises(ValueError, match="timeout"):
+            printer.getError()
 
 
 def test_a_late_reply_is_not_taken_for_that_of_the_next_call(bus, client):

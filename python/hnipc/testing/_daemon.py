@@ -108,12 +108,13 @@ class Daemon:
 
     def wait_for_call(self, method: str, *, timeout: float = 5.0) -> Call:
         """The first call of a method; AssertionError if none has come within that time."""
-        core.seconds_of(timeout)
+        seconds = core.seconds_of(timeout)
+
         def found() -> List[Call]:
             return [call for call in self.calls if call.method == method]
 
         with self._received:
-            if not self._received.wait_for(found, timeout):
+            if not self._received.wait_for(found, seconds):
                 raise AssertionError(f"{method} was not called within {timeout:g} s; "
                                      f"received: {self.calls}")
             return found()[0]
