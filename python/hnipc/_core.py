@@ -151,6 +151,17 @@ def fit(kind: str, value: Any) -> Any:
     return float(value) if kind == "d" else bytes(value) if kind == "ay" else value
 
 
+def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ...]:
+    """The values of a message, or the exception that says what does not fit."""
+    types = complete_types(signature)
+    if len(types) != len(values):
+        raise TypeError(f"{name}: {len(values)} values in place of {len(types)}")
+    try:
+        return tuple(map(fit, types, values))
+    except Misfit as misfit:
+        raise misfit.kind(f"{name}: {values!r}: not {misfit}") from None
+
+
 def variant(value: Any) -> Tuple[str, Any]:
     """A value that carries its D-Bus type with it."""
     misfit = Misfit("a bool, int, float, str, bytes, list or dict", TypeError)

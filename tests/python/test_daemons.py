@@ -1,6 +1,8 @@
 # SPDX-License-Identifier: MIT
 """Daemons in Python: with the package's own client, and with a peer that knows only the wire."""
 
+import struct
+
 import pytest
 from jeepney import DBusAddress, MessageFlag, new_method_call
 
@@ -153,12 +155,45 @@ def test_mistakes_of_a_daemon_fail_its_test(client):
         def getAlert(self):
             raise ZeroDivisionError("in the test's daemon")
 
+        def dac0(self):
+            raise ErrorReply("Busy", "not now")
+
+        def gap(self):
+            raise ErrorReply("org.example.Busy", "not\0now")
+
+        def bMark(self):
+            return Raw("u", ("lots",))
+
+        def preCutter(self):
+            raise ValueError("not\0now, \ud800")
+
+        def m4Version(self):
+            pytest.fail("it is not asked for")
+
     for method, kind, text in ((client.getError, TypeError, "getError returned 'lots'"),
-                               (client.getAlert, ZeroDivisionError, "in the test's daemon")):
+                               (client.getAlert, ZeroDivisionError, "in the test's daemon"),
+                               (client.dac0, ValueError, "'Busy' is not the name of an error"),
+                               (client.gap, ValueError, "a str without NUL"),
+                               (client.bMark, struct.error, "not an integer"),
+                               (client.preCutter, ValueError, "not.?now"),
+                               (client.m4Version, pytest.fail.Exception, "it is not asked for")):
         with pytest.raises(kind, match=text):
             with Engine():
                 with pytest.raises(hnipc.Refused, match=text):
                     method()
+                assert client.getBatteryStatus() == 0
+
+
+def test_pulses_with_wrong_values(client):
+    with M4() as engine:
+        with pytest.raises(TypeError, match="M4_Error: .*'ten'.* an int from -2147483648"):
+            engine.pulseErrorSignal("ten")
+        with pytest.raises(ValueError, match="M4_Error: .* an int from -2147483648"):
+            engine.pulseErrorSignal(2**31)
+        with pytest.raises(TypeError, match="M4_Error: 2 values in place of 1"):
+            engine.emit("M4_Error", "i", (1, 2))
+        with client.expect("Error", value=10):
+            assert engine.pulseErrorSignal(10)
 
 
 def test_a_caller_that_wants_no_reply_gets_none(peer):

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import pathlib
+import re
 import threading
 import traceback
 from typing import Any, List, NamedTuple, Optional, Tuple, TypeVar
@@ -31,6 +32,9 @@ class ErrorReply(Exception):
 
     def __init__(self, name: str, text: str = "") -> None:
         super().__init__(name, text)
+        if len(name) > 255 or not re.fullmatch(r"[A-Za-z_]\w*(\.[A-Za-z_]\w*)+", name, re.ASCII):
+            raise ValueError(f"{name!r} is not the name of an error, such as org.example.Busy")
+        core.fit_all("ErrorReply", "s", (text,))
         self.name = name
         self.text = text
 
@@ -121,7 +125,7 @@ class Daemon:
 
     def emit(self, member: str, signature: str, values: Tuple[Any, ...]) -> bool:
         """Sends a signal of its interface; the pulse methods do this with the right types."""
-        fitted = tuple(map(core.fit, core.complete_types(signature), values))
+        fitted = core.fit_all(member, signature, values)
         return self._send(new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
                                      signature or None, fitted))
 
@@ -144,7 +148,10 @@ class Daemon:
             if message.header.message_type is MessageType.method_call:
                 reply = self._reply_to(message)
                 if reply and not message.header.flags & MessageFlag.no_reply_expected:
-                    self._send(reply)
+                    try:
+                        self._send(reply)
+                    except Exception as error:  # values that are not of the types of Raw
+                        self._send(self._mistake(message, error))
 
     def _reply_to(self, message: Any) -> Any:
         fields = message.header.fields
@@ -180,8 +187,14 @@ class Daemon:
         except ErrorReply as error:
             return new_error(message, error.name, "s", (error.text,))
         except core.Misfit as misfit:
-            self._error = TypeError(f"{form.name} returned {result!r}, which is not {misfit}")
-        except Exception as error:
-            self._error = error
+            return self._mistake(
+                message, TypeError(f"{form.name} returned {result!r}, which is not {misfit}"))
+        except BaseException as error:  # pytest.fail() is no Exception
+            return self._mistake(message, error)
+
+    def _mistake(self, message: Any, error: BaseException) -> Any:
+        """What the caller gets for a fault of the test's own, which stop() raises."""
+        self._error = error
+        text = traceback.format_exception_only(type(error), error)[-1].replace("\0", "")
         return new_error(message, "org.hnipc.Error.Failed", "s",
-                         (traceback.format_exception_only(type(self._error), self._error)[-1],))
+                         (text.encode(errors="replace").decode(),))

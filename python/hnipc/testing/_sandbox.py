@@ -145,10 +145,7 @@ class World:
     def _act(self, daemon: str, member: str, signature: str = "", *arguments: Any) -> Any:
         name = core.busname_of(daemon)
         place = DBusAddress("/simulator", bus_name=name, interface=SIMULATOR)
-        try:
-            fitted = tuple(map(core.fit, core.complete_types(signature), arguments))
-        except core.Misfit as misfit:
-            raise misfit.kind(f"{member}: {arguments!r}: not {misfit}") from None
+        fitted = core.fit_all(member, signature, arguments)
         message = new_method_call(place, member, signature or None, fitted)
         reply = self._link.call(message, name, LIMIT)
         types = core.types_of(reply, name)
