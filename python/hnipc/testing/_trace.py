@@ -74,7 +74,8 @@ class Trace(Client):
 
     def _add_signal(self, fields: Any, values: Tuple[Any, ...]) -> None:
         member = fields.get(HeaderFields.member)
-        if member == "NameOwnerChanged" and values[0] in DAEMON_OF:
+        is_of_bus = fields.get(HeaderFields.sender) == core.BUS
+        if is_of_bus and member == "NameOwnerChanged" and values[0] in DAEMON_OF:
             verb = "is on" if values[2] else "left"
             self._lines.append(f"daemon {DAEMON_OF[values[0]]} {verb} the bus")
         known = core.BY_MEMBER.get((fields.get(HeaderFields.interface), member))

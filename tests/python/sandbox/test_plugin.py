@@ -94,6 +94,28 @@ def test_a_bus_that_is_gone_does_not_hide_the_failure(pytester):
     result.stdout.fnmatch_lines(["*hnipc._core.*was lost*", "*getError() = 0"])
 
 
+def test_signals_of_strangers_do_not_hide_the_failure(pytester):
+    pytester.makepyfile("""
+        from jeepney import DBusAddress, new_signal
+        from hnipc._blocking import Client
+
+        def test_signals(sandbox, printer):
+            stranger = Client(sandbox.address)
+            stranger.open(25)
+            place = DBusAddress("/", interface="org.example")
+            stranger.connection.send(new_signal(place, "NameOwnerChanged"))
+            stranger.connection.send(new_signal(place, "NameOwnerChanged", "as", ([],)))
+            stranger.connection.send(new_signal(place, "NameOwnerChanged", "sss",
+                                                ("org.hnipc.m4", "", ":1.0")))
+            stranger.ask_bus(25, "GetId")
+            assert printer.getError() == 1
+        """)
+    result = pytester.runpytest_subprocess(*PLUGIN)
+    result.assert_outcomes(failed=1)
+    result.stdout.re_match_lines([r"-+ hnipc: calls and events -+", r"call   .*getError\(\) = 0"])
+    result.stdout.no_fnmatch_line("daemon m4 is on the bus")
+
+
 def test_scenario_by_marker(pytester):
     pytester.makefile(".json", play="""{ "name": "Lid", "about": "The lid opens.", "acts": [
         { "at": 0, "do": "say", "text": "Now." },

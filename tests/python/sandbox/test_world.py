@@ -168,6 +168,13 @@ def test_daemons_stop_and_start(sandbox, printer, world):
     assert not printer.availability().m4
 
 
+def test_a_daemon_starts_beside_a_print_engine_without_supply(sandbox, printer, world):
+    world.set("supplyID", "")
+    sandbox.stop_daemon("ioexpd")
+    sandbox.start_daemon("ioexpd")
+    assert printer.availability().ioexpd
+
+
 @pytest.mark.hnipc(daemons=["supplyd"])
 def test_some_daemons(printer, world):
     assert printer.availability() == (False, False, True)
