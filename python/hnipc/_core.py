@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import bisect
 import enum
 import functools
 import operator
@@ -379,17 +380,31 @@ class Inbox:
             self.count += 1
             self.events.append((self.count, cls(*message.body[:len(types)])))
 
-    def take(self, kinds: Tuple[Type[Any], ...], after: int = 0,
-             suits: Callable[[Any], bool] = lambda event: True) -> Any:
-        """The oldest of these events, which leaves the inbox; None if there is none."""
-        for place, (count, event) in enumerate(self.events):
-            if count > after and (not kinds or type(event) in kinds) and suits(event):
-                del self.events[place]
-                return event
-        return None
-
     def availability(self) -> Availability:
         return Availability(*(bool(self.owners.get(name)) for name in BUS_NAMES.values()))
+
+
+class Search:
+    """Takes the oldest event in the inbox that fits, of those after a place. What it has seen and
+    not taken, it does not see again: an inbox can be long."""
+
+    def __init__(self, inbox: Inbox, kinds: Tuple[Type[Any], ...], after: int = 0,
+                 suits: Callable[[Any], bool] = lambda event: True) -> None:
+        self._inbox = inbox
+        self._kinds = kinds
+        self._after = after
+        self._suits = suits
+
+    def __call__(self) -> Any:
+        """The event, which leaves the inbox; None if there is none."""
+        events = self._inbox.events
+        for place in range(bisect.bisect(events, self._after, key=lambda row: row[0]),
+                           len(events)):
+            self._after, event = events[place]
+            if (not self._kinds or type(event) in self._kinds) and self._suits(event):
+                del events[place]
+                return event
+        return None
 
 
 def rules() -> List[str]:

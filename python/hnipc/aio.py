@@ -69,7 +69,7 @@ class Events(Generic[E]):
     def __init__(self, printer: Printer, kinds: Tuple[core.Kind, ...],
                  timeout: Optional[float]) -> None:
         self._printer = printer
-        self._kinds = core.kinds_of(kinds)
+        self._search = core.Search(printer._link.inbox, core.kinds_of(kinds))
         self._is_synced = timeout is None
         self._deadline = core.deadline_of(timeout)
 
@@ -81,7 +81,7 @@ class Events(Generic[E]):
         if not self._is_synced:
             self._is_synced = True
             await self._printer.sync()
-        event: Optional[E] = await link.until(lambda: link.inbox.take(self._kinds), self._deadline)
+        event: Optional[E] = await link.until(self._search, self._deadline)
         if event is None:
             raise StopAsyncIteration
         return event
@@ -106,8 +106,8 @@ class Expect:
         expected, link = self._expected, self._printer._link
         deadline = core.deadline_of(self._timeout)
         await self._printer.sync()
-        expected.event = await link.until(
-            lambda: link.inbox.take(expected.kinds, expected.after, expected.suits), deadline)
+        search = core.Search(link.inbox, expected.kinds, expected.after, expected.suits)
+        expected.event = await link.until(search, deadline)
         if expected.event is None:
             raise expected.failure(link.inbox, self._timeout)
 

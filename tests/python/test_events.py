@@ -111,6 +111,21 @@ def test_expect_takes_the_event_that_fits(peers, client):
     assert list(client.events(timeout=0)) == [(2, 100), (3, 101)]
 
 
+def test_no_event_is_judged_twice(peers, client):
+    judged = []
+
+    def judge(value):
+        judged.append(value)
+        if value < 9:
+            emit(peers, "M4_Error", value + 1, types="i")
+        return value == 9
+
+    with client.expect("Error", value=judge):
+        emit(peers, "M4_Error", 0, types="i")
+    assert judged == list(range(10))
+    assert list(client.events(timeout=0)) == [(value,) for value in range(9)]
+
+
 def test_expect_fails_with_what_came_instead(peers, client):
     emit(peers, "M4_M4PrinterLid", True, types="b")
     with pytest.raises(AssertionError) as raised:
