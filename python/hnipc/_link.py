@@ -4,6 +4,8 @@
 from __future__ import annotations
 
 import asyncio
+import os
+import threading
 import time
 from typing import Any, Callable, List, Optional
 
@@ -22,8 +24,11 @@ class Link:
         self.inbox = core.Inbox()
         self.is_open = False
         self.connection: Any = None
+        self._process = 0
+        self._thread: Optional[int] = None  # that waits
 
     def open(self, seconds: Optional[float]) -> None:
+        self._process = os.getpid()
         try:
             self.connection = DBusConnection(prep_socket(get_bus(self.address), timeout=seconds))
         except Exception as error:  # the binding raises what its parts raise
@@ -34,6 +39,13 @@ class Link:
         if self.is_open:
             self.is_open = False
             self.connection.close()
+
+    def _check_user(self) -> None:
+        """Two that read from one connection would take each other's replies."""
+        if self.is_open and os.getpid() != self._process:
+            raise RuntimeError("the printer was connected before a fork: connect after it")
+        if self._thread not in (None, threading.get_ident()):
+            raise RuntimeError("the printer is in use by another thread")
 
     def receive(self, deadline: Optional[float]) -> Any:
         """The next message, or None if the deadline passes before, or the bus is lost."""
@@ -71,6 +83,7 @@ class Link:
     def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
         """The serial number of the message. Half a message cannot be taken back, so a message that
         the bus does not take in time, or that is interrupted, ends the connection."""
+        self._check_user()
         if not self.is_open:
             raise core.bus_lost()
         serial = next(self.connection.outgoing_serial)
@@ -92,17 +105,22 @@ class Link:
     def until(self, found: Callable[[], Any], deadline: Optional[float],
               daemon: Optional[str] = None) -> Any:
         """What is found in the inbox, or None if the deadline passes before."""
-        while True:
-            result = found()
-            if result is not None:
-                return result
-            message = self.receive(deadline)
-            if message is not None:
-                self.inbox.put(message)
-            elif self.is_open:
-                return None
-            else:
-                raise core.bus_lost(daemon)
+        self._check_user()
+        self._thread = threading.get_ident()
+        try:
+            while True:
+                result = found()
+                if result is not None:
+                    return result
+                message = self.receive(deadline)
+                if message is not None:
+                    self.inbox.put(message)
+                elif self.is_open:
+                    return None
+                else:
+                    raise core.bus_lost(daemon)
+        finally:
+            self._thread = None
 
 
 class AsyncLink:
