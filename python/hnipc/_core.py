@@ -6,7 +6,7 @@ from __future__ import annotations
 import bisect
 import enum
 import functools
-import operator
+import numbers
 import os
 import time
 from collections import deque
@@ -123,12 +123,21 @@ VARIANTS: Tuple[Tuple[Any, str], ...] = (
 def integer(kind: str, value: Any) -> int:
     low, high = RANGES[kind]
     if type(value) is not int:
-        if isinstance(value, bool) or not hasattr(type(value), "__index__"):
+        # numpy's integers are Integral. Its bool and arrays are not, but have an index, too.
+        if isinstance(value, bool) or not isinstance(value, numbers.Integral):
             raise Misfit(f"an int from {low} to {high}", TypeError)
-        value = operator.index(value)
     if not low <= value <= high:
         raise Misfit(f"an int from {low} to {high}", ValueError)
     return int(value)
+
+
+def shown(value: Any) -> str:
+    """A value for a message that a person reads."""
+    try:
+        text = repr(value)
+    except Exception:  # as that of an int with too many digits
+        text = f"this {type(value).__name__}"
+    return text if len(text) <= 200 else text[:200] + "..."
 
 
 def fit(kind: str, value: Any) -> Any:
@@ -160,7 +169,7 @@ def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ..
     try:
         return tuple(map(fit, types, values))
     except Misfit as misfit:
-        raise misfit.kind(f"{name}: {values!r}: not {misfit}") from None
+        raise misfit.kind(f"{name}: {shown(values)}: not {misfit}") from None
 
 
 def variant(value: Any) -> Tuple[str, Any]:
@@ -207,7 +216,7 @@ def fitting(forms: Tuple[Method, ...],
     # A number out of range is of the right kind for one of the forms.
     kind = ValueError if ValueError in misfits.values() else TypeError
     raise kind(f"{forms[0].name}: argument {furthest + 1} ({longest[furthest][0]}): "
-               f"{arguments[furthest]!r} is not {' or '.join(misfits)}")
+               f"{shown(arguments[furthest])} is not {' or '.join(misfits)}")
 
 
 LONGEST = 20 * 24 * 3600  # seconds: what waits longer waits without a limit, as epoll() does

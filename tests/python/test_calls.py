@@ -3,7 +3,9 @@
 
 import asyncio
 import enum
+import fractions
 import math
+import numbers
 
 import pytest
 from jeepney import MessageFlag
@@ -83,12 +85,21 @@ class Number(enum.IntEnum):
     SEVEN = 7
 
 
+class Whole(fractions.Fraction):
+    """As the integers of numpy: no int, but registered as one."""
+
+
+numbers.Integral.register(Whole)
+
+
 class Indexed:
+    """As the bool of numpy: it has an index, and is no whole number."""
+
     def __index__(self):
-        return 7
+        return 1
 
 
-@pytest.mark.parametrize("seven", [7, Number.SEVEN, Indexed()])
+@pytest.mark.parametrize("seven", [7, Number.SEVEN, Whole(7)])
 def test_whole_numbers_of_any_kind(client, wire, seven):
     client.setDac(seven)
     client.emitAlert(seven)
@@ -105,6 +116,9 @@ WRONG = [
     ("forwardFeed", (True,), TypeError, "steps"),
     ("forwardFeed", (None,), TypeError, "steps"),
     ("forwardFeed", ([1],), TypeError, "steps"),
+    ("forwardFeed", (Indexed(),), TypeError, "steps"),
+    ("forwardFeed", (10**5000,), ValueError, r"steps\): this int is not an int from 0"),
+    ("forwardFeed", ("x" * 201,), TypeError, r"\): 'x{199}\.\.\. is not an int"),
     ("forwardFeed", (-1,), ValueError, "steps.*0 to 4294967295"),
     ("forwardFeed", (4294967296,), ValueError, "steps.*0 to 4294967295"),
     ("emitError", (2147483648,), ValueError, "value.*-2147483648 to 2147483647"),
