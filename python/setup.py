@@ -3,10 +3,12 @@
 
 import pathlib
 import sys
+import tempfile
 
 from setuptools import setup
 from setuptools.command.build_py import build_py
 
+sys.dont_write_bytecode = True  # the tree stays as it is, and may be read-only
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import generate  # noqa: E402
 
@@ -20,4 +22,6 @@ class BuildWithContract(build_py):
         generate.generate(pathlib.Path(self.build_lib) / "hnipc")
 
 
-setup(version=generate.version(), cmdclass={"build_py": BuildWithContract})
+with tempfile.TemporaryDirectory() as aside:
+    setup(version=generate.version(), cmdclass={"build_py": BuildWithContract},
+          options={"build": {"build_base": aside}, "egg_info": {"egg_base": aside}})

@@ -21,17 +21,22 @@ BUILT = pathlib.Path(hnipc.__file__).parent
 
 
 def test_what_is_installed_is_what_the_tests_use(tmp_path):
-    # A copy of what it is built from: setuptools writes beside its setup.py.
+    # A copy of what it is built from, which has to stay as it is.
     for part in ("python", "interfaces", "include", "CMakeLists.txt"):
         source = TREE / part
         (shutil.copytree if source.is_dir() else shutil.copy)(source, tmp_path / part)
     target = tmp_path / "site"
     pip = [sys.executable, "-m", "pip", "install", "--quiet", "--no-index", "--no-deps",
            "--no-build-isolation", "--disable-pip-version-check", "--target", target]
+    before = sorted(tmp_path.rglob("*"))
     process = subprocess.run(pip + [tmp_path / "python"], text=True, cwd=tmp_path,
                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                             env={**os.environ, "PIP_ROOT_USER_ACTION": "ignore"})
+                             env={name: value for name, value in os.environ.items()
+                                  if name != "PYTHONDONTWRITEBYTECODE"}
+                             | {"PIP_ROOT_USER_ACTION": "ignore"})
     assert process.returncode == 0, process.stdout
+    assert [path for path in sorted(tmp_path.rglob("*"))
+            if path not in before and target not in (path, *path.parents)] == []
 
     def files(directory):
         return {path.relative_to(directory): path.read_bytes()
