@@ -136,9 +136,9 @@ def values(form: Member) -> str:
     return "(" + "".join(f"{name}, " for name, _ in form.parameters).rstrip() + ")"
 
 
-def client_method(forms: List[Member], defaults: Dict[str, str], asynchronous: bool) -> str:
+def client_method(forms: List[Member], defaults: Dict[str, str], define: str) -> str:
     name, result = forms[0].name, python_type(forms[0].result)
-    define, wait = ("async def", "await ") if asynchronous else ("def", "")
+    wait = "" if define == "def" else "await "
     end = f", *, timeout: Optional[float] = None) -> {result}:"
     text = ""
     arguments = values(forms[0])
@@ -160,13 +160,12 @@ def write_methods(methods: List[Member], defaults: Dict[str, Dict[str, str]]) ->
     text += ("from typing import Any, Dict, List, Optional, Tuple, overload\n\n"
              "from ._core import OMITTED, Method, given\nfrom .record import SupplyInformation\n\n")
     text += descriptors(methods) + "\n"
-    for name, asynchronous in (("Methods", False), ("AsyncMethods", True)):
-        define = "async def" if asynchronous else "def"
+    for name, define in (("Methods", "def"), ("AsyncMethods", "async def")):
         text += (f"\nclass {name}:\n    {define} _call(self, forms: Tuple[Method, ...], "
                  "arguments: Tuple[Any, ...],\n              timeout: Optional[float]) -> Any:\n"
                  "        raise NotImplementedError\n\n")
         for method, forms in by_name(methods).items():
-            text += client_method(forms, defaults.get(method, {}), asynchronous)
+            text += client_method(forms, defaults.get(method, {}), define)
     all_names = ", ".join(f"{name!r}: _{name}" for name in by_name(methods))
     return text + f"\nMETHODS: Dict[str, Tuple[Method, ...]] = {{{all_names}}}\n"
 
@@ -235,12 +234,8 @@ def write_daemons(methods: List[Member], signals: List[Member]) -> str:
 def write_blocking() -> str:
     text = (HERE / "hnipc/aio.py").read_text(encoding="utf-8")
     text = HEAD.format("The printer, with calls that wait.") + text[text.index("from typing"):]
-    for old, new in (("async def", "def"), ("await ", ""), ("AsyncIterator", "Iterator"),
-                     ("StopAsync", "Stop"), ("AsyncLink", "Link"), ("AsyncMethods", "Methods"),
-                     ("__aenter__", "__enter__"), ("__aexit__", "__exit__"),
-                     ("__aiter__", "__iter__"), ("__anext__", "__next__"), ("# blocking: ", "")):
-        text = text.replace(old, new)
-    return text
+    text = re.sub(r"\b(async|await) |Async|# blocking: ", "", text)
+    return re.sub("__a(enter|exit|iter|next)__", r"__\1__", text)
 
 
 def generate(package: pathlib.Path) -> None:
@@ -259,9 +254,7 @@ def generate(package: pathlib.Path) -> None:
         "testing/daemons.py": write_daemons(methods, signals),
     }
     for name, text in files.items():
-        path = package / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
+        (package / name).write_text(text, encoding="utf-8")
     for daemon in DAEMONS.values():
         name = f"local.IHNIPC{daemon}.xml"
         shutil.copyfile(TREE / "interfaces" / name, package / "testing" / name)
@@ -269,9 +262,7 @@ def generate(package: pathlib.Path) -> None:
 
 def version() -> str:
     text = (TREE / "CMakeLists.txt").read_text(encoding="utf-8")
-    found = re.search(r"project\(HNIPC VERSION ([0-9.]+)", text)
-    assert found
-    return found.group(1)
+    return str(re.findall(r"project\(HNIPC VERSION ([0-9.]+)", text)[0])
 
 
 if __name__ == "__main__":

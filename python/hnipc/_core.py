@@ -6,11 +6,12 @@ from __future__ import annotations
 import bisect
 import enum
 import functools
-import numbers
 import os
 import time
 from collections import deque
-from typing import Any, Callable, Deque, Dict, List, NamedTuple, Optional, Tuple, Type, Union
+from numbers import Integral
+from typing import (
+    Any, Callable, Deque, Dict, Iterator, List, NamedTuple, Optional, Tuple, Type, Union)
 
 from jeepney import (  # type: ignore[import]
     DBusAddress, HeaderFields, MessageFlag, MessageType, new_method_call)
@@ -21,6 +22,8 @@ from .record import MEMBERS, SupplyInformation
 BUS = "org.freedesktop.DBus"
 BUS_NAMES = {"ioexpd": "org.hnipc.ioexpd", "m4": "org.hnipc.m4", "supplyd": "org.hnipc.supplyd"}
 INTERFACES = {daemon: f"local.IHNIPC{daemon.upper()}" for daemon in BUS_NAMES}
+ADDRESSES = {daemon: DBusAddress("/", bus_name=name, interface=INTERFACES[daemon])
+             for daemon, name in BUS_NAMES.items()}
 OMITTED: Any = object()
 
 
@@ -70,11 +73,9 @@ def no_bus(why: object) -> NotSent:
 
 def bus_lost(daemon: Optional[str] = None) -> CallFailed:
     """Without a daemon, nothing was sent."""
-    if daemon is None:
-        return NotSent(Reason.BusLost, ERROR + "Disconnected",
-                       "the connection to the bus is closed or was lost")
-    return Unknown(Reason.BusLost, ERROR + "Disconnected",
-                   f"the bus was lost before {daemon} replied")
+    text = f"the bus was lost before {daemon} replied" if daemon else \
+        "the connection to the bus is closed or was lost"
+    return (Unknown if daemon else NotSent)(Reason.BusLost, ERROR + "Disconnected", text)
 
 
 def timed_out(daemon: str, seconds: Optional[float], is_sent: bool) -> CallFailed:
@@ -107,37 +108,25 @@ class Misfit(Exception):
         self.kind = kind
 
 
-RANGES = {"i": (-2**31, 2**31 - 1), "u": (0, 2**32 - 1), "x": (-2**63, 2**63 - 1),
-          "t": (0, 2**64 - 1)}
+RANGES = {"i": (-2**31, 2**31 - 1), "u": (0, 2**32 - 1),
+          "x": (-2**63, 2**63 - 1), "t": (0, 2**64 - 1)}
 RECORD = "(" + "".join(kind for _, kind in MEMBERS) + ")"
 ACCEPTED: Dict[str, Tuple[Any, str]] = {
-    "b": (bool, "a bool"), "d": ((int, float), "a float"), "s": (str, "a str"),
-    "as": ((list, tuple), "a list of str"), "ay": ((bytes, bytearray), "a bytes object"),
-    "av": ((list, tuple), "a list"), "a{sv}": (dict, "a dict"),
-    RECORD: (SupplyInformation, "a SupplyInformation")}
-VARIANTS: Tuple[Tuple[Any, str], ...] = (
-    (bool, "b"), (int, "i x t"), (float, "d"), (str, "s"), ((bytes, bytearray), "ay"),
-    (dict, "a{sv}"), ((list, tuple), "as av"))
+    "b": (bool, "a bool"), "d": ((int, float), "a float"), "a{sv}": (dict, "a dict"),
+    "s": (str, "a str"), "as": ((list, tuple), "a list of str"), "av": ((list, tuple), "a list"),
+    "ay": ((bytes, bytearray), "a bytes object"), RECORD: (SupplyInformation, "a supply record")}
+VARIANTS: Tuple[Tuple[Any, str], ...] = ((bool, "b"), (int, "i x t"), (float, "d"), (str, "s"),
+    ((bytes, bytearray), "ay"), (dict, "a{sv}"), ((list, tuple), "as av"))
 
 
 def integer(kind: str, value: Any) -> int:
     low, high = RANGES[kind]
-    if type(value) is not int:
-        # numpy's integers are Integral. Its bool and arrays are not, but have an index, too.
-        if isinstance(value, bool) or not isinstance(value, numbers.Integral):
-            raise Misfit(f"an int from {low} to {high}", TypeError)
-    if not low <= value <= high:
+    # numpy's integers are Integral. Its bool and arrays are not, but have an index, too.
+    if type(value) is not int and (isinstance(value, bool) or not isinstance(value, Integral)):
+        raise Misfit(f"an int from {low} to {high}", TypeError)
+    if not low <= int(value) <= high:
         raise Misfit(f"an int from {low} to {high}", ValueError)
     return int(value)
-
-
-def shown(value: Any) -> str:
-    """A value for a message that a person reads."""
-    try:
-        text = repr(value)
-    except Exception:  # as that of an int with too many digits
-        text = f"this {type(value).__name__}"
-    return text if len(text) <= 200 else text[:200] + "..."
 
 
 def fit(kind: str, value: Any) -> Any:
@@ -169,7 +158,7 @@ def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ..
     try:
         return tuple(map(fit, types, values))
     except Misfit as misfit:
-        raise misfit.kind(f"{name}: {shown(values)}: not {misfit}") from None
+        raise misfit.kind(f"{name}: {values!r:.200}: not {misfit}") from None
 
 
 def variant(value: Any) -> Tuple[str, Any]:
@@ -216,7 +205,7 @@ def fitting(forms: Tuple[Method, ...],
     # A number out of range is of the right kind for one of the forms.
     kind = ValueError if ValueError in misfits.values() else TypeError
     raise kind(f"{forms[0].name}: argument {furthest + 1} ({longest[furthest][0]}): "
-               f"{shown(arguments[furthest])} is not {' or '.join(misfits)}")
+               f"{arguments[furthest]!r:.200} is not {' or '.join(misfits)}")
 
 
 LONGEST = 20 * 24 * 3600  # seconds: what waits longer waits without a limit, as epoll() does
@@ -236,13 +225,8 @@ def deadline_of(seconds: Optional[float]) -> Optional[float]:
     return None if seconds is None or seconds > LONGEST else time.monotonic() + seconds
 
 
-@functools.lru_cache(maxsize=None)
-def address_of(daemon: str) -> Any:
-    return DBusAddress("/", bus_name=BUS_NAMES[daemon], interface=INTERFACES[daemon])
-
-
 def call_message(form: Method, arguments: Tuple[Any, ...]) -> Any:
-    message = new_method_call(address_of(form.daemon), form.name, form.signature or None, arguments)
+    message = new_method_call(ADDRESSES[form.daemon], form.name, form.signature or None, arguments)
     message.header.flags |= MessageFlag.no_auto_start
     return message
 
@@ -303,9 +287,8 @@ def judge(form: Method, reply: Any) -> Any:
         return plain(value, form.result) if form.result[0] == "a" else value
     if types and types[0][0] == "(" and form.result == RECORD:
         return read_record(reply.body[0], types[0])
-    raise Unknown(Reason.WrongType, ERROR + "InvalidSignature",
-                  f"{busname} replied with the type \"{''.join(types)}\" in place of "
-                  f"\"{form.result}\"")
+    raise Unknown(Reason.WrongType, ERROR + "InvalidSignature", f"{busname} replied with the type "
+                  f"\"{''.join(types)}\" in place of \"{form.result}\"")
 
 
 def types_of(reply: Any, busname: str) -> Tuple[str, ...]:
@@ -348,13 +331,10 @@ BY_MEMBER = {(INTERFACES[daemon], member): (daemon, cls, complete_types(signatur
 
 def kinds_of(kinds: Tuple[Kind, ...]) -> Tuple[Type[Any], ...]:
     """The classes of events that are named; none for all."""
-    result: List[Type[Any]] = []
     for kind in kinds:
-        cls = EVENT_NAMES.get(kind) if isinstance(kind, str) else kind
-        if cls is None or cls not in EVENT_NAMES.values():
+        if kind not in EVENT_NAMES and kind not in EVENT_NAMES.values():
             raise ValueError(f"{kind!r} is not an event of the printer")
-        result.append(cls)
-    return tuple(result)
+    return tuple(EVENT_NAMES[kind] if isinstance(kind, str) else kind for kind in kinds)
 
 
 class Inbox:
@@ -367,12 +347,11 @@ class Inbox:
         self.replies: Dict[int, Any] = {}  # to the calls that wait; None until it has come
 
     def put(self, message: Any) -> None:
-        fields = message.header.fields
-        if message.header.message_type in (MessageType.method_return, MessageType.error):
-            if fields.get(HeaderFields.reply_serial) in self.replies:
-                self.replies[fields[HeaderFields.reply_serial]] = message
-            return
-        if message.header.message_type is not MessageType.signal:
+        fields, kind = message.header.fields, message.header.message_type
+        if kind is not MessageType.signal:
+            serial = fields.get(HeaderFields.reply_serial)
+            if serial in self.replies and kind is not MessageType.method_call:
+                self.replies[serial] = message
             return
         member, sender = fields.get(HeaderFields.member), fields.get(HeaderFields.sender)
         if sender == BUS:
@@ -389,41 +368,30 @@ class Inbox:
             self.count += 1
             self.events.append((self.count, cls(*message.body[:len(types)])))
 
+    def search(self, kinds: Tuple[Type[Any], ...], after: int = 0,
+               suits: Callable[[Any], bool] = lambda event: True) -> Iterator[Any]:
+        """The oldest of these events, which leaves the inbox, or None if there is none, time and
+        again. It looks at each event once: an inbox can be long."""
+        while True:
+            first = bisect.bisect(self.events, after, key=lambda row: row[0])
+            for place in range(first, len(self.events)):
+                after, event = self.events[place]
+                if (not kinds or type(event) in kinds) and suits(event):
+                    del self.events[place]
+                    yield event
+                    break
+            else:
+                yield None
+
     def availability(self) -> Availability:
         return Availability(*(bool(self.owners.get(name)) for name in BUS_NAMES.values()))
 
 
-class Search:
-    """Takes the oldest event in the inbox that fits, of those after a place. What it has seen and
-    not taken, it does not see again: an inbox can be long."""
-
-    def __init__(self, inbox: Inbox, kinds: Tuple[Type[Any], ...], after: int = 0,
-                 suits: Callable[[Any], bool] = lambda event: True) -> None:
-        self._inbox = inbox
-        self._kinds = kinds
-        self._after = after
-        self._suits = suits
-
-    def __call__(self) -> Any:
-        """The event, which leaves the inbox; None if there is none."""
-        events = self._inbox.events
-        for place in range(bisect.bisect(events, self._after, key=lambda row: row[0]),
-                           len(events)):
-            self._after, event = events[place]
-            if (not self._kinds or type(event) in self._kinds) and self._suits(event):
-                del events[place]
-                return event
-        return None
-
-
 def rules() -> List[str]:
     """What a client asks the bus for: the daemons' signals, and who owns their names."""
-    result = []
-    for daemon, name in BUS_NAMES.items():
-        result.append(f"type='signal',sender='{BUS}',interface='{BUS}',"
-                      f"member='NameOwnerChanged',arg0='{name}'")
-        result.append(f"type='signal',sender='{name}',path='/',interface='{INTERFACES[daemon]}'")
-    return result
+    return [rule for daemon, name in BUS_NAMES.items() for rule in (
+        f"type='signal',sender='{BUS}',interface='{BUS}',member='NameOwnerChanged',arg0='{name}'",
+        f"type='signal',sender='{name}',path='/',interface='{INTERFACES[daemon]}'")]
 
 
 class NotExpected(AssertionError):

@@ -5,13 +5,12 @@ from __future__ import annotations
 
 import asyncio
 import os
-import threading
 import time
 from typing import Any, Callable, List, Optional
 
 from jeepney.bus import get_bus  # type: ignore[import]
 from jeepney.io.asyncio import open_dbus_connection  # type: ignore[import]
-from jeepney.io.blocking import DBusConnection, prep_socket  # type: ignore[import]
+from jeepney.io.blocking import DBusConnection, prep_socket, unwrap_read  # type: ignore[import]
 
 from . import _core as core
 
@@ -25,7 +24,6 @@ class Link:
         self.is_open = False
         self.connection: Any = None
         self._process = 0
-        self._thread: Optional[int] = None  # that waits
 
     def open(self, seconds: Optional[float]) -> None:
         self._process = os.getpid()
@@ -40,12 +38,10 @@ class Link:
             self.is_open = False
             self.connection.close()
 
-    def _check_user(self) -> None:
-        """Two that read from one connection would take each other's replies."""
+    def _check_process(self) -> None:
+        """Two processes that read from one connection would take each other's replies."""
         if self.is_open and os.getpid() != self._process:
             raise RuntimeError("the printer was connected before a fork: connect after it")
-        if self._thread not in (None, threading.get_ident()):
-            raise RuntimeError("the printer is in use by another thread")
 
     def receive(self, deadline: Optional[float]) -> Any:
         """The next message, or None if the deadline passes before, or the bus is lost."""
@@ -54,36 +50,31 @@ class Link:
             left = None if deadline is None else deadline - time.monotonic()
             if left is not None and left <= 0:  # whatever else has come
                 return None
+            is_waiting = False
             try:
                 message = parser.get_next_message()
+                if message is not None:
+                    return message
+                is_waiting = True
+                if not self.connection.selector.select(left):
+                    return None
+                is_waiting = False
+                parser.add_data(unwrap_read(self.connection.sock.recv(1 << 16)))
+            except OSError:
+                self.close()
             except Exception:
                 # A message that the binding cannot read. It has been taken off the stream.
                 parser.next_msg_size = None
-                continue
-            except BaseException:  # an interrupt, which may have lost a part of the stream
-                self.close()
-                raise
-            if message is not None:
-                return message
-            # An interrupt of this wait loses nothing.
-            if not self.connection.selector.select(left):
-                return None
-            try:
-                data = self.connection.sock.recv(1 << 16)
-                parser.add_data(data)
-            except OSError:
-                data = b""
             except BaseException:
-                self.close()
+                if not is_waiting:  # a part of the stream may be lost
+                    self.close()
                 raise
-            if not data:
-                self.close()
         return None
 
     def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
         """The serial number of the message. Half a message cannot be taken back, so a message that
         the bus does not take in time, or that is interrupted, ends the connection."""
-        self._check_user()
+        self._check_process()
         if not self.is_open:
             raise core.bus_lost()
         serial = next(self.connection.outgoing_serial)
@@ -91,36 +82,29 @@ class Link:
         self.connection.sock.settimeout(seconds)
         try:
             self.connection.sock.sendall(data)
-        except TimeoutError:
+        except BaseException as error:
             self.close()
-            raise core.timed_out(daemon, seconds, False) from None
-        except OSError:
-            self.close()
-            raise core.bus_lost() from None
-        except BaseException:
-            self.close()
+            if isinstance(error, OSError):
+                raise (core.timed_out(daemon, seconds, False) if isinstance(error, TimeoutError)
+                       else core.bus_lost()) from None
             raise
         return int(serial)
 
     def until(self, found: Callable[[], Any], deadline: Optional[float],
               daemon: Optional[str] = None) -> Any:
         """What is found in the inbox, or None if the deadline passes before."""
-        self._check_user()
-        self._thread = threading.get_ident()
-        try:
-            while True:
-                result = found()
-                if result is not None:
-                    return result
-                message = self.receive(deadline)
-                if message is not None:
-                    self.inbox.put(message)
-                elif self.is_open:
-                    return None
-                else:
-                    raise core.bus_lost(daemon)
-        finally:
-            self._thread = None
+        self._check_process()
+        while True:
+            result = found()
+            if result is not None:
+                return result
+            message = self.receive(deadline)
+            if message is not None:
+                self.inbox.put(message)
+            elif self.is_open:
+                return None
+            else:
+                raise core.bus_lost(daemon)
 
 
 class AsyncLink:

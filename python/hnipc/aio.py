@@ -10,7 +10,7 @@
 
 from __future__ import annotations
 
-from typing import (Any, AsyncIterator, Generic, Optional, Tuple, Type, TypeVar, Union, overload)
+from typing import (Any, AsyncIterator, Generic, Optional, Tuple, Type, TypeVar, overload)
 
 from jeepney import MessageType  # type: ignore[import]
 
@@ -43,24 +43,15 @@ class Client(AsyncLink):
                       *arguments: Any) -> Any:
         """What the bus replies, or None for an error."""
         reply = await self.call(core.bus_message(member, signature, *arguments), "the bus", seconds)
-        if reply.header.message_type is MessageType.error:
-            return None
-        return reply.body[0] if reply.body else True
+        is_error = reply.header.message_type is MessageType.error
+        return None if is_error else reply.body[0] if reply.body else True
 
     async def subscribe(self, seconds: Optional[float]) -> None:
         for rule in core.rules():
             if await self.ask_bus(seconds, "AddMatch", "s", rule) is None:
                 raise core.no_bus(f"{self.address}: it refuses to send the daemons' signals")
         for name in core.BUS_NAMES.values():
-            owner = await self.ask_bus(seconds, "GetNameOwner", "s", name)
-            self.inbox.owners[name] = owner or ""
-
-    async def until_daemon(self, daemon: str, present: bool, timeout: float) -> None:
-        owners, name = self.inbox.owners, core.busname_of(daemon)
-        if not await self.until(lambda: bool(owners.get(name)) == present or None,
-                                core.deadline_of(timeout)):
-            raise TimeoutError(f"{name} did not {'appear' if present else 'disappear'} within "
-                               f"{timeout:g} s")
+            self.inbox.owners[name] = await self.ask_bus(seconds, "GetNameOwner", "s", name) or ""
 
 
 class Events(Generic[E]):
@@ -69,7 +60,7 @@ class Events(Generic[E]):
     def __init__(self, printer: Printer, kinds: Tuple[core.Kind, ...],
                  timeout: Optional[float]) -> None:
         self._printer = printer
-        self._search = core.Search(printer._link.inbox, core.kinds_of(kinds))
+        self._search = printer._link.inbox.search(core.kinds_of(kinds))
         self._is_synced = timeout is None
         self._deadline = core.deadline_of(timeout)
 
@@ -81,7 +72,7 @@ class Events(Generic[E]):
         if not self._is_synced:
             self._is_synced = True
             await self._printer.sync()
-        event: Optional[E] = await link.until(self._search, self._deadline)
+        event: Optional[E] = await link.until(self._search.__next__, self._deadline)
         if event is None:
             raise StopAsyncIteration
         return event
@@ -106,8 +97,8 @@ class Expect:
         expected, link = self._expected, self._printer._link
         deadline = core.deadline_of(self._timeout)
         await self._printer.sync()
-        search = core.Search(link.inbox, expected.kinds, expected.after, expected.suits)
-        expected.event = await link.until(search, deadline)
+        search = link.inbox.search(expected.kinds, expected.after, expected.suits)
+        expected.event = await link.until(search.__next__, deadline)
         if expected.event is None:
             raise expected.failure(link.inbox, self._timeout)
 
@@ -168,8 +159,7 @@ class Printer(AsyncMethods):
         ...
 
     @overload
-    def events(self, *kinds: Union[str, Type[Any]],
-               timeout: Optional[float] = None) -> Events[Any]:
+    def events(self, *kinds: core.Kind, timeout: Optional[float] = None) -> Events[Any]:
         ...
 
     def events(self, *kinds: Any, timeout: Optional[float] = None) -> Events[Any]:
@@ -184,7 +174,7 @@ class Printer(AsyncMethods):
             core.seconds_of(timeout)
         return Events(self, kinds, timeout)
 
-    def expect(self, kind: Union[str, Type[Any]], *, timeout: float = 5.0, **values: Any) -> Expect:
+    def expect(self, kind: core.Kind, *, timeout: float = 5.0, **values: Any) -> Expect:
         """A with statement that ends when this event has come, and fails with NotExpected if it has
         not come timeout seconds after the block. Events from before the block do not count. values
         are those of the event's parameters, or functions that judge them. The event is taken.
@@ -200,7 +190,9 @@ class Printer(AsyncMethods):
     async def wait_for_daemon(self, daemon: str, present: bool = True, *,
                               timeout: float = 25.0) -> None:
         """Waits until ioexpd, m4 or supplyd is on the bus, or not; TimeoutError after that time."""
-        core.busname_of(daemon)
-        core.seconds_of(timeout)
+        name, deadline = core.busname_of(daemon), core.deadline_of(core.seconds_of(timeout))
         await self.sync()
-        await self._link.until_daemon(daemon, present, timeout)
+        owners = self._link.inbox.owners
+        if not await self._link.until(lambda: bool(owners.get(name)) == present or None, deadline):
+            raise TimeoutError(f"{name} did not {'appear' if present else 'disappear'} within "
+                               f"{timeout:g} s")

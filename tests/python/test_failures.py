@@ -3,7 +3,6 @@
 
 import os
 import signal
-import threading
 
 import pytest
 from jeepney import (DBusAddress, HeaderFields, MessageType, new_error, new_method_call,
@@ -206,26 +205,6 @@ def test_only_a_reply_is_a_reply(bus, client, forged):
         server.connection.send(new_method_return(call, "i", (2,)))
 
     assert answered(bus, "org.hnipc.m4", client.getError, forge_first) == 2
-
-
-def test_a_printer_that_waits_in_another_thread(client):
-    waiting, done = threading.Event(), threading.Event()
-
-    def judge(*_):  # it is called within the wait
-        waiting.set()
-        assert done.wait(25)
-        return True
-
-    thread = threading.Thread(target=client._link.until, args=(judge, None))
-    thread.start()
-    assert waiting.wait(25)
-    for act in (client.getError, lambda: next(client.events()), client.availability):
-        with pytest.raises(RuntimeError, match="in use by another thread"):
-            act()
-    done.set()
-    thread.join()
-    with pytest.raises(hnipc.NotSent, match="is not on the bus"):
-        client.getError()
 
 
 def test_a_printer_in_a_forked_process(client):

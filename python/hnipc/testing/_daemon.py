@@ -7,6 +7,7 @@ import pathlib
 import re
 import threading
 import traceback
+from contextlib import suppress
 from typing import Any, List, NamedTuple, Optional, Tuple, TypeVar
 
 from jeepney import (  # type: ignore[import]
@@ -16,8 +17,6 @@ from .. import _core as core
 from .._blocking import Client
 
 Self = TypeVar("Self", bound="Daemon")
-PEER = "org.freedesktop.DBus.Peer"
-INTROSPECTABLE = "org.freedesktop.DBus.Introspectable"
 
 
 class Call(NamedTuple):
@@ -100,10 +99,8 @@ class Daemon:
         """Leaves the bus, as a daemon that dies: calls without a reply stay without."""
         link, self._link = self._link, None
         if link is not None and self._thread is not None:
-            try:
+            with suppress(OSError):
                 link.connection.sock.shutdown(2)  # it wakes the thread, which closes it
-            except OSError:
-                pass
             if self._thread is not threading.current_thread():
                 self._thread.join()
         error, self._error = self._error, None
@@ -133,12 +130,10 @@ class Daemon:
         link = self._link
         if link is None:
             return False
-        with self._sending:
-            try:
-                link.connection.send(message)
-            except OSError:
-                return False
-        return True
+        with self._sending, suppress(OSError):
+            link.connection.send(message)
+            return True
+        return False
 
     def _serve(self, link: Client) -> None:
         while True:
@@ -148,18 +143,15 @@ class Daemon:
             if message.header.message_type is MessageType.method_call:
                 reply = self._reply_to(message)
                 if reply and not message.header.flags & MessageFlag.no_reply_expected:
-                    try:
-                        self._send(reply)
-                    except Exception as error:  # values that are not of the types of Raw
-                        self._send(self._mistake(message, error))
+                    self._send(reply)
 
     def _reply_to(self, message: Any) -> Any:
         fields = message.header.fields
         name, interface = fields[HeaderFields.member], fields.get(HeaderFields.interface)
         signature = fields.get(HeaderFields.signature, "")
-        if interface == PEER and name == "Ping":
+        if interface == core.BUS + ".Peer" and name == "Ping":
             return new_method_return(message)
-        if interface == INTROSPECTABLE and name == "Introspect":
+        if interface == core.BUS + ".Introspectable" and name == "Introspect":
             file = pathlib.Path(__file__).with_name(f"{core.INTERFACES[self.KIND]}.xml")
             return new_method_return(message, "s", (file.read_text(encoding="utf-8"),))
         form = self._forms.get((name, signature))
@@ -180,7 +172,9 @@ class Daemon:
             if result is SILENCE:
                 return None
             if isinstance(result, Raw):
-                return new_method_return(message, result.signature or None, result.values)
+                reply = new_method_return(message, result.signature or None, result.values)
+                reply.serialise(1)  # it raises what does not fit
+                return reply
             if not form.result:
                 return new_method_return(message)
             return new_method_return(message, form.result, (core.fit(form.result, result),))

@@ -8,12 +8,13 @@ import shutil
 import signal
 import subprocess
 import tempfile
+from contextlib import closing, suppress
 from typing import Any, List, Optional, Sequence
 
 from jeepney import DBusAddress, new_method_call  # type: ignore[import]
 
 from .. import _core as core
-from .._blocking import Client
+from .._blocking import Client, Printer
 from .._methods import METHODS
 
 SIMULATOR = "org.hnipc.Simulator"
@@ -69,16 +70,12 @@ class Sandbox:
 
     def _settle(self) -> None:
         """Waits until the supply daemon has told the print engine what is loaded."""
-        world = World(self.address)
-        try:
+        # Unless one of them does not run.
+        with closing(World(self.address)) as world, suppress(core.CallFailed):
             while world._act("supplyd", "names") and not world._act("m4", "get", "s", "supplyID"):
                 pass
             world._act("supplyd", "names")  # it has sent the rest
             world._act("m4", "names")  # which has arrived
-        except core.CallFailed:  # one of them does not run
-            pass
-        finally:
-            world.close()
 
     def stop(self) -> None:
         process, self._process = self._process, None
@@ -101,18 +98,13 @@ class Sandbox:
 
     def stop_daemon(self, daemon: str) -> None:
         """Ends a daemon, as systemd would, and waits until it is off the bus."""
-        link = Client(self.address)
-        link.open(LIMIT)
-        try:
-            link.subscribe(LIMIT)
-            name = core.busname_of(daemon)
-            process = link.ask_bus(LIMIT, "GetConnectionUnixProcessID", "s", name)
+        name = core.busname_of(daemon)
+        with Printer(self.address, timeout=LIMIT) as printer:
+            process = printer._link.ask_bus(LIMIT, "GetConnectionUnixProcessID", "s", name)
             if process is None:
                 raise RuntimeError(f"{daemon} is not running")
             os.kill(process, signal.SIGTERM)
-            link.until_daemon(daemon, False, LIMIT)
-        finally:
-            link.close()
+            printer.wait_for_daemon(daemon, present=False, timeout=LIMIT)
 
     def start_daemon(self, daemon: str) -> None:
         """Starts a simulated daemon that does not run, and waits until it serves."""
@@ -120,7 +112,7 @@ class Sandbox:
         process = subprocess.Popen(
             [program("hnipc-simulator"), daemon], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
             stderr=self._errors, start_new_session=True,
-            env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
+            env=os.environ | {"DBUS_SYSTEM_BUS_ADDRESS": self.address})
         assert process.stdout
         is_ready = process.stdout.readline() == b"ready\n"
         process.stdout.close()
@@ -158,11 +150,9 @@ class World:
 
     def _daemon_with(self, name: str) -> str:
         for daemon in core.BUS_NAMES:
-            try:
+            with suppress(core.NotSent):  # it does not run
                 if name in self.names(daemon):
                     return daemon
-            except core.NotSent:  # it does not run
-                pass
         raise ValueError(f"{name!r} is not a reading or switch of a daemon that is running")
 
     def set(self, name: str, value: Any) -> None:
@@ -216,7 +206,5 @@ class World:
     def reset(self) -> None:
         """Ends all faults of the daemons that are running."""
         for daemon in core.BUS_NAMES:
-            try:
+            with suppress(core.NotSent):
                 self._act(daemon, "reset")
-            except core.NotSent:
-                pass

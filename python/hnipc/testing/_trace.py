@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import time
+from contextlib import suppress
 from typing import Any, Dict, List, Tuple
 
 from jeepney import DBusAddress, HeaderFields, MessageType, new_method_call  # type: ignore[import]
@@ -32,10 +33,8 @@ class Trace(Client):
         """One line a call or event, in the order in which the bus passed them on."""
         deadline = time.monotonic() + 5
         fence = Client(self.address)
-        try:
+        with suppress(core.NotSent):  # the bus is gone; what it has sent can still be read
             fence.open(5.0)
-        except core.NotSent:  # the bus is gone; what it has sent can still be read
-            pass
         while True:
             message = self.receive(deadline)
             if message is None:

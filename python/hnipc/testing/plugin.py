@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+from contextlib import closing
 from typing import Any, Generator, Iterator, Tuple
 
 import pytest
@@ -44,9 +45,8 @@ def printer(sandbox: Sandbox) -> Iterator[Printer]:
 @pytest.fixture
 def world(sandbox: Sandbox) -> Iterator[World]:
     """The world around the simulated daemons of the sandbox."""
-    result = World(sandbox.address)
-    yield result
-    result.close()
+    with closing(World(sandbox.address)) as result:
+        yield result
 
 
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
