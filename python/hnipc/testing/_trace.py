@@ -59,7 +59,7 @@ class Trace(Client):
                 who = "world" if fields.get(HeaderFields.path) == "/simulator" else "call"
                 self._calls[sender, message.header.serial] = len(self._lines)
                 self._lines.append(f"{who:6} {sender} to {daemon}: {member}"
-                                   f"({', '.join(map(repr, values))})")
+                                   f"({', '.join(map('{!r:.1000}'.format, values))})")
         elif kind is MessageType.signal:
             self._add_signal(fields, values)
         else:
@@ -69,7 +69,7 @@ class Trace(Client):
                 error = fields.get(HeaderFields.error_name)
                 self._lines[place] += f": {error}: {' '.join(map(str, values))}"
             elif place is not None:
-                self._lines[place] += f" = {values[0]!r}" if values else " done"
+                self._lines[place] += f" = {values[0]!r:.1000}" if values else " done"
 
     def _add_signal(self, fields: Any, values: Tuple[Any, ...]) -> None:
         member = fields.get(HeaderFields.member)

@@ -32,6 +32,7 @@ def test_what_a_failed_test_shows(pytester):
         def test_lid(printer, world):
             world.set("printerLid", True)
             printer.forwardFeed(steps=400)
+            printer.supplyMaterialName("x" * 2000)
             world.fault("getError", "error", "org.example.Busy not now")
             with pytest.raises(hnipc.Refused):
                 printer.getError()
@@ -47,6 +48,7 @@ def test_what_a_failed_test_shows(pytester):
         r"world  :1\.\d+ to m4: set\('printerLid', True\) done",
         r"event  m4: M4PrinterLid\(value=True\)", r"event  m4: Error\(value=10\)",
         r"call   :1\.\d+ to m4: forwardFeed\(400\) = False",
+        r"call   :1\.\d+ to supplyd: supplyMaterialName\('x{999}, ''\) = ''$",
         r"call   :1\.\d+ to m4: getError\(\): org.example.Busy: not now",
         r"call   :1\.\d+ to m4: getAlert\(\): org.freedesktop.DBus.Error.NoReply: .*",
         r"daemon m4 left the bus",
