@@ -170,6 +170,9 @@ void tst_CtlRemote::init()
                   "bare*) echo 'bash: line 1: systemd-stdio-bridge: command not found' >&2\n"
                   "    exit 127 ;;\n"
                   "mute*) exit 255 ;;\n"
+                  "rude*) printf 'a\\033[2Jb\\302\\233c\\342\\200\\256d\\177e\\r\\n\\n\\303\\244 \\377\\rf' >&2\n"
+                  "    exit 255 ;;\n"
+                  "long*) { printf 'x\\303\\244%.0s' $(seq 4000); echo; } >&2; exit 255 ;;\n"
                   "hang*) echo $$ > \"$host.pid\"; exec sleep 100000 ;;\n"
                   "esac\n"
                   "exec ${BRIDGE:-'" HNIPC_TEST_BRIDGE "'} \"$host\"\n"));
@@ -299,6 +302,13 @@ void tst_CtlRemote::tellsWhyNot_data()
         << QByteArray("get all --host bare")
         << QByteArray("bash: line 1: systemd-stdio-bridge: command not found\n"
                       "hnipcctl: no system bus of bare\n") << 3;
+    QTest::newRow("commands to a terminal")
+        << QByteArray("status --host rude")
+        << QByteArray("a\\u001b[2Jb\\u009bc\\u202ed\\u007fe\n\n\xc3\xa4 \xef\xbf\xbd\\u000df\n"
+                      "hnipcctl: no system bus of rude\n") << 3;
+    QTest::newRow("more than is read at once")
+        << QByteArray("status --host long")
+        << QByteArray("x\xc3\xa4").repeated(4000) + "\nhnipcctl: no system bus of long\n" << 3;
     QTest::newRow("silent")
         << QByteArray("call getError --timeout 200 --host hang")
         << QByteArray("hnipcctl: hang was not reached within 200 ms\n") << 6;
@@ -680,14 +690,16 @@ QMap<QString, QJsonObject> byHost(const QByteArray &output)
 void tst_CtlRemote::fleetInJson()
 {
     start(QStringLiteral("p1"), "(1,)");
-    QScopedPointer<Ctl> ctl(ask(words("--json call getError --host p1 --host down")));
+    QScopedPointer<Ctl> ctl(ask(words("--json call getError --host p1 --host down --host rude")));
     QMap<QString, QJsonObject> expected;
     expected[QStringLiteral("p1")] = QJsonDocument::fromJson(
         "{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\",\"method\":\"getError()\"}}").object();
     expected[QStringLiteral("down")] = QJsonDocument::fromJson(
         "{\"exit\":3,\"error\":\"ssh: connect to host down port 22: No route to host\"}").object();
-    QCOMPARE(byHost(ctl->out()), expected);
-    QCOMPARE(lines(ctl->out()).size(), 2);
+    expected[QStringLiteral("rude")] = QJsonDocument::fromJson(
+        "{\"exit\":3,\"error\":\"\xc3\xa4 \xef\xbf\xbd\\rf\"}").object();
+    QVERIFY2(byHost(ctl->out()) == expected, ctl->out());
+    QCOMPARE(lines(ctl->out()).size(), 3);
     QCOMPARE(ctl->exitCode(), 3);
 }
 

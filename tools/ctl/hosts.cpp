@@ -14,8 +14,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -50,6 +53,107 @@ QByteArray sshProgram()
 QByteArray escaped(const QByteArray &value)
 {
     return value.toPercentEncoding(QByteArray("/\\*"), QByteArray("~"));
+}
+
+int cannotRun(const char *program)
+{
+    std::fprintf(stderr, "hnipcctl: cannot run %s: %s\n", program, std::strerror(errno));
+    return Toolkit::NotFound;
+}
+
+// How many bytes at the end may belong to what follows: the first ones of a character, or the first
+// one of ssh's ends of lines, "\r\n".
+int unfinishedBytes(const QByteArray &bytes)
+{
+    if (bytes.endsWith('\r')) {
+        return 1;
+    }
+    for (int count = 1; count <= 3 && count <= bytes.size(); ++count) {
+        const uchar byte = uchar(bytes.at(bytes.size() - count));
+        if (byte >= 0xc0) {
+            const int length = byte >= 0xf0 ? 4 : byte >= 0xe0 ? 3 : 2;
+            return count < length ? count : 0;
+        }
+        if (byte < 0x80) {
+            return 0;
+        }
+    }
+    return 0;
+}
+
+// Prints what ssh writes to its standard error: escaped, as all that this program prints there, but
+// for a fleet, which does so itself, line by line.
+class SshNotes
+{
+public:
+    explicit SshNotes(int stream)
+        : m_stream(stream)
+    {
+        fcntl(stream, F_SETFL, O_NONBLOCK);
+    }
+
+    // All that is there by now. False when there will be no more.
+    bool relay()
+    {
+        char buffer[4096];
+        ssize_t size = 0;
+        while ((size = read(m_stream, buffer, sizeof buffer)) > 0) {
+            m_bytes.append(buffer, int(size));
+            print(int(m_bytes.size()) - unfinishedBytes(m_bytes));
+        }
+        return size < 0 && (errno == EAGAIN || errno == EINTR);
+    }
+
+    // A last line without an end gets one.
+    void end()
+    {
+        print(int(m_bytes.size()));
+        if (!m_isLineEnded) {
+            std::fputc('\n', stderr);
+        }
+    }
+
+private:
+    void print(int size)
+    {
+        QByteArray text = m_bytes.left(size);
+        m_bytes.remove(0, size);
+        QList<QByteArray> lines = text.replace("\r\n", "\n").split('\n');
+        for (QByteArray &line : lines) {
+            if (!m_isForFleet) {
+                line = Console::printable(QString::fromUtf8(line)).toUtf8();
+            }
+        }
+        text = lines.join('\n');
+        std::fwrite(text.constData(), 1, size_t(text.size()), stderr);
+        m_isLineEnded = text.isEmpty() ? m_isLineEnded : text.endsWith('\n');
+    }
+
+    const bool m_isForFleet = qEnvironmentVariableIsSet(unattendedVariable);
+    int m_stream;
+    bool m_isLineEnded = true;
+    QByteArray m_bytes;
+};
+
+void onChildEnded(int) { }
+
+// Answers how it ended, as waitpid() does. The bus is kept open until all of ssh's words are printed,
+// so that they come before what they are the reason for. What ssh leaves behind to share its
+// connection may keep its standard error open for longer.
+int relayUntilSshEnds(pid_t ssh, int stream, const sigset_t &signalsBefore)
+{
+    SshNotes notes(stream);
+    pollfd readable = { stream, POLLIN, 0 };
+    int status = 0;
+    while (waitpid(ssh, &status, WNOHANG) == 0) {
+        ppoll(&readable, 1, nullptr, &signalsBefore);
+        if (!notes.relay()) {
+            readable.fd = -1;
+        }
+    }
+    notes.relay();
+    notes.end();
+    return status;
 }
 
 } // namespace
@@ -134,7 +238,32 @@ ReachingDeadline::~ReachingDeadline()
 int becomeSsh(char *words[])
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
-    execvp(words[0], words);
-    std::fprintf(stderr, "hnipcctl: cannot run %s: %s\n", words[0], std::strerror(errno));
-    return Toolkit::NotFound;
+    int ends[2] = { -1, -1 };
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        return cannotRun(words[0]);
+    }
+    sigset_t childEnded = {};
+    sigset_t before = {};
+    sigemptyset(&childEnded);
+    sigaddset(&childEnded, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &childEnded, &before);
+    std::signal(SIGCHLD, onChildEnded);
+    const pid_t self = getpid();
+    const pid_t ssh = fork();
+    if (ssh == 0) {
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != self) {
+            _exit(Toolkit::Failed);
+        }
+        dup2(ends[1], STDERR_FILENO);
+        execvp(words[0], words);
+        _exit(cannotRun(words[0]));
+    }
+    close(ends[1]);
+    if (ssh < 0) {
+        return cannotRun(words[0]);
+    }
+    const int status = relayUntilSshEnds(ssh, ends[0], before);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
