@@ -4,6 +4,7 @@
 
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
+#include "support/wirepeer.h"
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -55,6 +56,7 @@ private Q_SLOTS:
     void completes();
     void helpNamesEveryAct();
 
+    void hostileWords();
     void noSimulatedDaemon();
     void realDaemonIsNotTouched();
     void stoppedDaemon();
@@ -346,6 +348,34 @@ void tst_CtlSimulate::helpNamesEveryAct()
     }
     // And no act is without: these are all that the daemons take.
     QCOMPARE(Ctl(simulate("--words")).out().split('\n').size(), 12 + 1);
+}
+
+// What a daemon says is neither a command to the shell that completes, nor to a terminal.
+void tst_CtlSimulate::hostileWords()
+{
+    m_desk.reset();
+    WirePeer peer;
+    for (const char *name : { "org.hnipc.ioexpd", "org.hnipc.m4", "org.hnipc.supplyd" }) {
+        QVERIFY(peer.own(name));
+    }
+    peer.setIntrospection("<node><interface name=\"org.hnipc.Simulator\"/></node>");
+    const QTemporaryDir directory;
+    const QByteArray file = directory.filePath("made").toUtf8();
+    const QByteArray words = "(['$(touch " + file + ")', '$(touch$IFS" + file + ")', '`touch\\t" + file
+        + "`', '>" + file + "', 'a\\u001bb', 'LBL-1.5_x'],)";
+    peer.answer("names", words);
+    peer.answer("supplySKUList", words);
+    for (const char *typed : { "set", "get", "load supply" }) {
+        QScopedPointer<Ctl> shell(Ctl::inShell(
+            QStringLiteral("eval \"$(hnipcctl completion bash)\"; COMP_WORDS=(hnipcctl simulate %1 ''); "
+                           "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _hnipcctl; "
+                           "printf '%s\\n' \"${COMPREPLY[@]}\" | uniq").arg(typed)));
+        QCOMPARE(shell->out(), QByteArray("LBL-1.5_x\n"));
+        QVERIFY(!QFile::exists(file));
+    }
+    peer.answer("faults", "(['a\\nm4       none', 'b\\u202e'],)");
+    QCOMPARE(Ctl(simulate("faults --daemon ioexpd")).out(),
+             QByteArray("ioexpd   a\\u000am4       none\nioexpd   b\\u202e\n"));
 }
 
 void tst_CtlSimulate::noSimulatedDaemon()

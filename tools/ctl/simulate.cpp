@@ -495,8 +495,17 @@ void print(const Request &request, const Daemon &daemon, const Outcome &answer)
         return;
     }
     for (const QString &line : linesOf(answer.value)) {
-        Console::print((isOfSeveral ? daemon.name.leftJustified(9) : QString()) + line);
+        Console::print(isOfSeveral ? daemon.name.leftJustified(9) + Console::printable(line) : line);
     }
+}
+
+// Bash expands the words of a completion: a daemon's word could be a command to it.
+bool isPlainWord(const QString &word)
+{
+    static const QString plain = QStringLiteral("_-.,:+@%/");
+    return std::all_of(word.begin(), word.end(), [](QChar letter) {
+        return letter.isLetterOrNumber() || plain.contains(letter);
+    });
 }
 
 // The words that may follow these, for the completion.
@@ -550,7 +559,9 @@ int run(const Context &context, const QStringList &arguments)
 {
     if (context.options.contains(QStringLiteral("words"))) {
         for (const QString &word : nextWords(context, arguments)) {
-            Console::print(word);
+            if (isPlainWord(word)) {
+                Console::print(word);
+            }
         }
         return Done;
     }
