@@ -426,6 +426,7 @@ void tst_CtlRemote::refusesHosts_data()
     row("status --host a --address unix:path=/x", "--address and --host name different buses");
     row("status --hosts a --address unix:path=/x", "--address and --host name different buses");
     row("status --address=", "--address is empty");
+    row("status --hosts=", "the name of the file to be read is empty\n");
     row("watch --host a --host b", "watch is for one printer at a time; 2 are given");
     row("record f --host a --host b --host c", "record is for one printer at a time; 3 are given");
     row("replay f --host a --host b", "replay is for one printer at a time; 2 are given");
@@ -457,6 +458,8 @@ void tst_CtlRemote::refusesHostsFiles_data()
     QTest::newRow("comments only") << QByteArray("# a\n\n") << QByteArray(": expected a printer");
     QTest::newRow("option") << QByteArray("a\n\n-oProxyCommand=x\n")
                             << QByteArray(":3: expected the name of a printer, not \"-oProxy");
+    QTest::newRow("invisible") << QByteArray("a\n\xef\xbb\xbf" "b\n")
+                               << QByteArray(":2: expected the name of a printer, not \"\\ufeffb\"");
     QTest::newRow("two in a line") << QByteArray("# all\na b\n")
                                    << QByteArray(":2: expected the name of a printer, not \"a b\"");
 }
@@ -809,6 +812,11 @@ void tst_CtlRemote::fleetFromFile()
                                                       << QStringLiteral("down")));
     QCOMPARE(lines(both->out()).size(), 3);
     QVERIFY2(both->out().startsWith("down        ssh: "), both->out());
+
+    // As an editor of another system writes it.
+    QVERIFY(write(file, "\xef\xbb\xbfp2\r\np1\r\n"));
+    QScopedPointer<Ctl> other(ask(command));
+    QCOMPARE(other->out(), QByteArray("p2  2\np1  1\n"));
 
     // A file of one is a row; for what takes one printer it is that printer.
     QVERIFY(write(file, "p1"));

@@ -163,22 +163,32 @@ const char unattendedVariable[] = "HNIPCCTL_UNATTENDED";
 
 QString wrongHost(const QString &host)
 {
-    static const QRegularExpression spaces(QStringLiteral("[\\s\\x00-\\x1f]"));
+    static const QRegularExpression spaces(QStringLiteral("\\s"));
     if (host.isEmpty()) {
         return QStringLiteral("expected the name of a printer, not an empty string");
     }
     return host.startsWith(QLatin1Char('-')) || host.contains(spaces)
+            || host != Console::printable(host)
         ? QStringLiteral("expected the name of a printer, not \"%1\"").arg(host) : QString();
 }
 
 int readHosts(const QString &fileName, QStringList *hosts)
 {
+    if (fileName.isEmpty()) {
+        return Console::fail(Toolkit::WrongUsage,
+                             QStringLiteral("the name of the file to be read is empty"));
+    }
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) {
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());
     }
     for (int line = 1; !file.atEnd(); ++line) {
-        const std::optional<QString> text = exactText(file.readLine());
+        QByteArray bytes = file.readLine();
+        // Editors of other systems begin a file of UTF-8 with this.
+        if (line == 1 && bytes.startsWith("\xef\xbb\xbf")) {
+            bytes.remove(0, 3);
+        }
+        const std::optional<QString> text = exactText(bytes);
         const QString host = text.value_or(QString()).section(QLatin1Char('#'), 0, 0).trimmed();
         const QString wrong = !text ? QStringLiteral("expected UTF-8")
             : host.isEmpty() ? QString() : wrongHost(host);
