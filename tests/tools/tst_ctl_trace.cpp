@@ -121,6 +121,7 @@ private Q_SLOTS:
     void refusesRealDaemon_data();
     void refusesRealDaemon();
     void refusesABusWithRules();
+    void refusesADaemonThatRepliesToAll();
     void stopsForARealDaemon();
     void haltedSimulator();
     void refusedName();
@@ -413,6 +414,28 @@ void tst_CtlTrace::refusesABusWithRules()
     QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
                                 "nothing was sent"), ctl.err());
     QVERIFY(m4.calls().isEmpty());
+}
+
+// A reply alone does not make a simulated daemon.
+void tst_CtlTrace::refusesADaemonThatRepliesToAll()
+{
+    WirePeer m4;
+    QVERIFY(m4.own("org.hnipc.m4"));
+    WirePeer listener;
+    listen(&listener);
+    const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
+    for (const char *reply : { "()", "('names',)", "(true,)" }) {
+        m4.answerAll(reply);
+        Ctl ctl(replay(file));
+        QCOMPARE(ctl.exitCode(), 1);
+        QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+                                    "nothing was sent"), ctl.err());
+    }
+    for (const WireMessage &call : m4.calls()) {
+        QCOMPARE(call.member, QByteArray("names"));
+    }
+    listener.sync();
+    QCOMPARE(heard(listener), QByteArray());
 }
 
 // One that comes while the trace is played. Another simulated one is no reason.

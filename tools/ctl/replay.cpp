@@ -172,7 +172,8 @@ private:
         return Toolkit::Done;
     }
 
-    // Whether all of these are simulated: only those have this method.
+    // Whether all of these are simulated: only those have this method. Others may reply to what they
+    // do not know, too, but not with a list.
     int check(const std::map<const Daemon *, QString> &owners)
     {
         std::vector<std::tuple<const Daemon *, QString, QDBusPendingCall>> questions;
@@ -182,11 +183,13 @@ private:
                 ask(m_context, Toolkit::simulatorCall(owner, QStringLiteral("names"))));
         }
         for (const auto &[daemon, owner, question] : questions) {
+            const QDBusMessage reply = replyOf(question);
             const Outcome outcome = outcomeOf(
-                *daemon, HNIPCFailure::ofReply(replyOf(question), owner, m_context.timeout));
+                *daemon, HNIPCFailure::ofReply(reply, owner, m_context.timeout));
             // The rules of a printer's bus let no caller through to what only a simulated daemon has.
             if (outcome.reason == HNIPCRequest::DaemonError
-                || outcome.reason == HNIPCRequest::AccessDenied) {
+                || outcome.reason == HNIPCRequest::AccessDenied
+                || (outcome.ok() && reply.signature() != QLatin1String("as"))) {
                 return Console::fail(
                     Toolkit::Failed, QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
                                                     "replayed to a real printer; %3")
