@@ -722,12 +722,14 @@ void tst_Sandbox::playGoesOnAfterAMistake()
     const QStringList options = scenario(
         "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nothing\", \"value\": 1 },\n"
         "{ \"at\": 0, \"daemon\": \"supplyd\", \"do\": \"reset\" },\n"
+        "{ \"at\": 0, \"daemon\": \"ioexpd\", \"do\": \"stop\" },\n"
         "{ \"at\": 0.1, \"do\": \"say\", \"text\": \"On.\" }");
     OpenSandbox sandbox(options + QStringList { "--daemons", "m4" });
     QVERIFY(sandbox.says("-- On.\n"));
     const QByteArray file = "hnipc-sandbox: " + options.last().toLocal8Bit();
     QVERIFY(sandbox.says(file + ":2: "));
     QVERIFY(sandbox.says(file + ":3: supplyd is not running\n"));
+    QVERIFY(sandbox.says(file + ":4: ioexpd is not running\n"));
     sandbox.process().closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 125);
 }
@@ -743,6 +745,7 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
     const QByteArray refused = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", "
                                "\"name\": \"nothing\", \"value\": 1 }";
     const QByteArray absent = "{ \"at\": 0, \"daemon\": \"supplyd\", \"do\": \"reset\" }";
+    const QByteArray stopped = "{ \"at\": 0, \"daemon\": \"supplyd\", \"do\": \"stop\" }";
     const QByteArray answersFalse = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"call\", "
                                     "\"method\": \"cancelPrintJob\" }";
     const QByteArray unknown = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"call\", "
@@ -753,6 +756,7 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
     QTest::newRow("none failed, command did") << good << "exit 7" << 7 << QByteArray("-- End.");
     QTest::newRow("refused") << refused << "exit 0" << 125 << one + '0';
     QTest::newRow("absent daemon") << absent << "exit 0" << 125 << one + '0';
+    QTest::newRow("stops an absent daemon") << stopped << "exit 0" << 125 << one + '0';
     QTest::newRow("false") << answersFalse << "exit 0" << 125 << one + '0';
     QTest::newRow("no such method") << unknown << "exit 0" << 125 << one + '0';
     QTest::newRow("command failed, too") << refused << "exit 7" << 125 << one + '7';

@@ -247,7 +247,7 @@ void ScenarioPlayer::play(const Act &act)
     } else if (act.verb == QLatin1String("start")) {
         Q_EMIT startRequested(act.daemon, placeOf(act));
     } else if (act.verb == QLatin1String("stop")) {
-        Q_EMIT stopRequested(act.daemon);
+        Q_EMIT stopRequested(act.daemon, placeOf(act));
     } else {
         ask(act);
         return;

@@ -51,7 +51,7 @@ public:
 Q_SIGNALS:
     void said(const QString &text);
     void startRequested(const QString &daemon, const QString &where); ///< where: "FILE:LINE: "
-    void stopRequested(const QString &daemon);
+    void stopRequested(const QString &daemon, const QString &where);
     void failed(const QString &message); ///< "FILE:LINE: ..."; the play goes on
     void finished();                     ///< the last act has been played and answered
 

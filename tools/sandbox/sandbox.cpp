@@ -370,8 +370,14 @@ void Sandbox::play(const Scenario &scenario, bool isQuiet)
         ++m_failedActs;
         note(message);
     });
-    QObject::connect(m_player.get(), &ScenarioPlayer::stopRequested, [this](const QString &name) {
-        stopDaemon(name);
+    QObject::connect(m_player.get(), &ScenarioPlayer::stopRequested,
+                     [this](const QString &name, const QString &where) {
+        if (m_daemons[name].process) {
+            stopDaemon(name);
+        } else {
+            ++m_failedActs;
+            note(where + name + QLatin1String(" is not running"));
+        }
     });
     QObject::connect(m_player.get(), &ScenarioPlayer::startRequested,
                      [this](const QString &name, const QString &where) {
