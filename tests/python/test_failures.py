@@ -132,11 +132,19 @@ class Interrupt(BaseException):
     """As KeyboardInterrupt, which would end pytest."""
 
 
+def state_of(process):
+    """As ps has it: S for one that sleeps."""
+    with open(f"/proc/{process}/stat", encoding="utf-8") as stat:
+        return stat.read().rsplit(")", 1)[1].split()[0]
+
+
 def test_a_reply_to_an_interrupted_call_is_not_taken_for_that_of_the_next(bus, client):
     def interrupt(*_):
         raise Interrupt
 
     def late(server, first):
+        while state_of(os.getppid()) != "S":  # it waits; an interrupt before ends the connection
+            pass
         os.kill(os.getppid(), signal.SIGUSR1)
         second = server.next_call()
         server.connection.send(new_method_return(first, "i", (1,)))
