@@ -32,8 +32,8 @@ private:
 };
 
 /**
- * What HNIPC and HNIPCEvents offer to each object of a document: the handlers of an object that C++
- * has made. The engine extends only those that it makes itself.
+ * Attached to HNIPC and HNIPCEvents: gives QML the handlers of an object that C++ has made. The
+ * engine extends only objects that it makes itself.
  *
  *     Connections {
  *         target: HNIPCEvents.handlersOf(events)

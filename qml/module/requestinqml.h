@@ -9,7 +9,7 @@
 #include <QtQml/qqml.h>
 
 /**
- * What HNIPCRequest offers to each object of a document: a single call in one line.
+ * Attached to HNIPCRequest: a single call in one line.
  *
  *     HNIPCRequest.call("forwardFeed", [400], function (answer) { text = answer.errorText; })
  */

@@ -77,7 +77,7 @@ QtObject {
         isOfAbsence = false;
     }
 
-    // What became of it after the printer said yes; nothing when that is told already.
+    // The final outcome of a command to which the printer said yes. Ignored if it has one already.
     function settle(text: string, isGood: bool, error: int) {
         if (isOpen)
             show(text, text, isGood, error);

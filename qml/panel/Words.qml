@@ -47,7 +47,7 @@ QtObject {
         }
     }
 
-    // What a daemon's signal tells a person; empty for one that tells a person nothing.
+    // A daemon's signal in words; empty for one that is of no interest to a person.
     function event(name: string, values): string {
         const value = values[0];
         switch (name) {

@@ -49,7 +49,7 @@ int fail(int exitCode, const QString &text)
     return exitCode;
 }
 
-// What Qt says while it looks for a display. It aborts if there is none, even for --help.
+// The messages of Qt while it looks for a display. It aborts if there is none, even for --help.
 struct Start
 {
     QStringList messages;

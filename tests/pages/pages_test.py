@@ -20,7 +20,7 @@ SIM = ('dbus-send --system --print-reply --dest=org.hnipc.{0} /simulator '
        'org.hnipc.Simulator.{1} >sim.log')
 LID = SIM.format('m4', 'set string:printerLid variant:boolean:{}')
 
-# What is done before a command, and the page does not say: which daemons run, and what happens.
+# The preparations of a command that the page does not show, such as the daemons that run.
 # Without it, a page is read at a shell that has the installed programs on its PATH.
 STAGES = {
     'docs/guides/printer.md': {

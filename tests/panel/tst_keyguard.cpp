@@ -13,8 +13,8 @@
 
 #include <memory>
 
-// What of a keyboard, and of a scanner, arrives at a window. That something does not arrive is seen
-// by what arrives after it.
+// The keys of a keyboard and of a scanner, and those of them that a window receives. To see that it
+// has not received one, each test waits for a later key.
 class tst_KeyGuard : public QObject
 {
     Q_OBJECT

@@ -1043,7 +1043,7 @@ void tst_Panel::wholeScenario()
     QCOMPARE(screen.missingInPicture(), QString());
 }
 
-// Whatever the daemons have said before is heard and acted upon.
+// Waits until the panel has handled all earlier signals of the daemons.
 static bool isQuiet(Screen &screen, Desk &desk)
 {
     const auto told = [&]() { return screen.events().count("Print queue is full"); };

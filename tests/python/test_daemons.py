@@ -51,7 +51,7 @@ def test_all_pulses(daemons, client):
             assert getattr(daemons[daemon], operation)(*values) is True
             expected.append((member, tuple(values)))
     assert len(expected) == 58  # supplies have a signal that no pulse sends
-    # What a daemon has sent before a reply, the bus has passed on before the reply.
+    # A reply of each daemon: the bus has delivered its earlier signals by then.
     client.printerSoftCancel(), client.getError(), client.supplyId()
     events = [(event, next(member for (_, member), (cls, _) in hnipc._core.EVENTS.items()
                            if cls is type(event))) for event in client.events(timeout=0)]

@@ -269,7 +269,7 @@ def test_nested_values_are_plain(bus, client):
         "a": 1, "b": b"\0", "c": ["x"], "d": {"e": 0.5}, "f": (1, "y"), "g": ["z", True]}
 
 
-# What each field of the table's record has, on the bus and in Python.
+# A record with another value in each field.
 TELLING = {
     "text1": "text ä 1", "textList1": ["list", "", "one"], "real1": 1.5, "integer1": 101,
     "text2": "text 2", "real2": -2.25, "integer2": -102, "text3": "text 3",

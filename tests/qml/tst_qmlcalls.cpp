@@ -65,7 +65,7 @@ QtObject {
 }
 )";
 
-// What is not referred to is gone then, or will be when the event loop runs.
+// Collects garbage: unreferenced objects are deleted now, or when the event loop runs.
 static void collect(Scene &scene)
 {
     scene.js("litter()");

@@ -154,7 +154,8 @@ void tst_QmlRequest::argumentsOfOneCallArrive()
     }
     QCOMPARE(bodies, (QList<QByteArray> { "(uint32 7,)", "(uint32 200,)", "(uint32 8,)",
                                           "(uint32 9,)", "(uint32 9,)" }));
-    // What is no list of the method's arguments is never replaced by those that are set.
+    // If send() gets anything but a list that fits the method, it does not use `parameters`
+    // instead.
     for (const QByteArray argument : { "[]", "[-1]", "[1, 2]", "'lots'", "{}", "null" }) {
         scene.js("request.send(" + argument + ")");
         QVERIFY(settles(scene));

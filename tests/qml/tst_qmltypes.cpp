@@ -129,8 +129,8 @@ private Q_SLOTS:
     void otherMembersAreNot();
 
 private:
-    // What qmllint says; empty for a clean document. Qt 6 has a compiler, which warns of what it would
-    // leave to the interpreter.
+    // The warnings of qmllint. With Qt 6 it can also warn of code that its compiler would leave to
+    // the interpreter.
     QByteArray lint(const QString &file, const QStringList &compiler = QStringList())
     {
         QProcess process;

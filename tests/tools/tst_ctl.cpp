@@ -1429,7 +1429,7 @@ void tst_Ctl::refusesWhatIsNotUtf8()
     }
     QVERIFY(daemons.takeCalls().isEmpty());
 
-    // What looks like a mark of the encoding, and what is no character, is text as any other.
+    // A byte order mark and noncharacters are passed on like all others.
     for (const char *same : { "\xef\xbb\xbfx", "\xef\xbf\xbf", "\xef\xbf\xbd", "\xf4\x8f\xbf\xbf" }) {
         Ctl ctl({ text("call"), text("supplyWidth"), QString::fromUtf8(QByteArray(" ") + same).mid(1) });
         ctl.exitCode();

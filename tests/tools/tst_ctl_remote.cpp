@@ -607,7 +607,7 @@ void tst_CtlRemote::fleetTellsTheReason()
     QCOMPARE(reached->out(), QByteArray("bannerp1  (m4 answered org.example.Cold: too cold)\n"
                                         "p1        (m4 answered org.example.Cold: too cold)\n"));
 
-    // Which ssh there is not.
+    // An ssh that is not installed
     for (const char *program : { "/nonexistent/ssh", "no-such-ssh" }) {
         m_environment[QStringLiteral("HNIPCCTL_SSH")] = QString::fromLatin1(program);
         const QByteArray error

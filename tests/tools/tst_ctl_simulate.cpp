@@ -350,7 +350,7 @@ void tst_CtlSimulate::helpNamesEveryAct()
     QCOMPARE(Ctl(simulate("--words")).out().split('\n').size(), 12 + 1);
 }
 
-// What a daemon says is neither a command to the shell that completes, nor to a terminal.
+// The completing shell does not run a daemon's words, and the terminal does not interpret them.
 void tst_CtlSimulate::hostileWords()
 {
     m_desk.reset();
@@ -433,7 +433,7 @@ void tst_CtlSimulate::noBus()
     const Environment nowhere { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus" } };
     Ctl ctl(simulate("names"), nowhere);
     QCOMPARE(ctl.exitCode(), 3);
-    // What is wrong without a bus is said without one.
+    // Faults that are seen without a bus are reported without one.
     QCOMPARE(Ctl(simulate("press stop"), nowhere).exitCode(), 8);
     QCOMPARE(Ctl(simulate("emit Nothing"), nowhere).exitCode(), 7);
 }

@@ -214,8 +214,8 @@ private:
         return waitUntil([=]() { return daemon(server).held() > number; });
     }
 
-    // Whether the program has learnt all about those that have called before: it is told of
-    // connections in their order, and this one's call is printed.
+    // Returns true when the program knows all earlier callers: it learns of them in their order,
+    // and this caller is the last.
     bool knowsCallers(Ctl *ctl)
     {
         daemon(IOEXPD).answer("printerSoftCancel", "()");
@@ -674,7 +674,7 @@ void tst_CtlTraffic::beforeTheTrace()
                  .toInt(), 1);
 }
 
-// What else is on the bus is no call of a daemon, nor is a reply to one of its own calls.
+// Calls of other programs, and the daemons' own calls and their replies, are not printed.
 void tst_CtlTraffic::otherCalls()
 {
     WirePeer other;

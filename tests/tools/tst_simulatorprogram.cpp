@@ -780,7 +780,7 @@ void tst_SimulatorProgram::valueIsNestedTooDeep()
     QCOMPARE(outcome.code, 8);
 }
 
-// What follows a comment is still where it is; in a text there is none.
+// A fault behind a comment is reported at its true place, and a string has no comments.
 void tst_SimulatorProgram::commentsAreSkipped()
 {
     const QByteArray comments = "// one \"line\", /* and no more\n"

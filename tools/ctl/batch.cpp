@@ -64,7 +64,7 @@ bool split(const QString &line, QStringList *words, QString *error)
     return true;
 }
 
-// What a line came to.
+// The result of a line.
 struct Answer
 {
     int exitCode = Done;

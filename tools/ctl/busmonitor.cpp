@@ -148,7 +148,7 @@ BusMonitor::Event BusMonitor::wait(int stop)
 {
     int bus = -1;
     dbus_connection_get_unix_fd(m_connection, &bus);
-    // What came together with the reply to BecomeMonitor has been read already.
+    // Messages that came together with the reply to BecomeMonitor have been read already.
     const bool isWaiting
         = dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_COMPLETE;
     pollfd files[] = { { stop, POLLIN, 0 }, { bus, POLLIN, 0 } };

@@ -15,7 +15,7 @@
 #include <thread>
 #include <utility>
 
-/// Who calls: what is known of a connection of the bus.
+/// A caller: a connection of the bus, and its program.
 struct Caller
 {
     QString text() const;     ///< "hnipc-panel 412", or less
@@ -37,7 +37,7 @@ public:
     ~Callers();
 
     void ask(const QByteArray &busName); ///< once for each name
-    /// What is known by now.
+    /// With as much as the bus has told so far.
     Caller known(const QByteArray &busName);
     /// Waits until the bus has replied.
     Caller of(const QByteArray &busName);

@@ -58,7 +58,7 @@ void onSignal(int number)
     _exit(128 + number);
 }
 
-// What the caller has told the program to ignore, as nohup does, it goes on ignoring.
+// A signal that the parent process has set to be ignored, as nohup does, stays ignored.
 void handleUnlessIgnored(int number, void (*handler)(int))
 {
     struct sigaction action = {};

@@ -67,11 +67,11 @@ struct Property
 class Contract
 {
 public:
-    /// What the library says: no signals, no interfaces but their names, and no summaries. It takes
-    /// a small part of the time that the descriptions take to be read. Null, with the reason, if
-    /// something of the library is unknown here.
+    /// The methods and properties, from the library alone: without signals, members of interfaces
+    /// and summaries. It is many times faster than load(). Null, with the reason, if the tool does
+    /// not know something that the library has.
     static std::unique_ptr<Contract> ofLibrary(QString *error);
-    /// All. Null, with the reason, also if a description is missing, or wrong.
+    /// Everything. Null, with the reason, also if a description is missing or wrong.
     static std::unique_ptr<Contract> load(QString *error);
 
     const std::vector<Daemon> &daemons() const { return m_daemons; }

@@ -281,7 +281,8 @@ private:
         showNotes(printer);
     }
 
-    // What the program notes once the printer has been reached, such as that it listens.
+    // Prints the notes that the program prints after it has reached the printer, such as
+    // "listening".
     static void showNotes(Printer *printer)
     {
         while (printer->reached && printer->notes.indexOf('\n', printer->notesShown) >= 0) {

@@ -61,8 +61,8 @@ int cannotRun(const char *program)
     return Toolkit::NotFound;
 }
 
-// How many bytes at the end may belong to what follows: the first ones of a character, or the first
-// one of ssh's ends of lines, "\r\n".
+// The number of bytes at the end that need the next ones: an incomplete UTF-8 character, or a "\r",
+// since ssh ends its lines with "\r\n".
 int unfinishedBytes(const QByteArray &bytes)
 {
     if (bytes.endsWith('\r')) {

@@ -118,8 +118,8 @@ int printHelp(const Command *command)
     return Done;
 }
 
-// What was typed, taken apart. Only "--" begins an option, so that "-3" is a number, and "-h" behind a
-// method a string. All other words reach a printer as they were typed.
+// The arguments of the program, parsed. Only "--" begins an option, so that "-3" is a number, and
+// "-h" behind a method a string. All other words reach a printer as they were typed.
 struct CommandLine
 {
     const Command *command = nullptr;
@@ -142,7 +142,7 @@ const Option *optionNamed(const QString &name, const Command *command)
     return nullptr;
 }
 
-// What is wrong with an option that there is not, or not for this command.
+// The message for an option that does not exist, or not for this command.
 QString noOption(const QString &name, const Command *command)
 {
     QStringList owners;
@@ -222,7 +222,7 @@ CommandLine parse(QStringList words)
     return result;
 }
 
-// Which bus it is, for messages.
+// The bus, for messages.
 QString busText(const QString &address, const QString &host)
 {
     return !host.isNull()  ? host

@@ -101,7 +101,7 @@ public:
         return exitCode;
     }
 
-    // Which daemon is played by whom.
+    // The sender of each daemon's signals: the simulated daemon, or this program.
     QJsonObject players() const
     {
         QJsonObject result;
@@ -172,8 +172,8 @@ private:
         return Toolkit::Done;
     }
 
-    // Whether all of these are simulated: only those have this method. Others may reply to what they
-    // do not know, too, but not with a list.
+    // Checks that all owners are simulated daemons: only they reply to this method with a list. A
+    // program may reply to any method.
     int check(const std::map<const Daemon *, QString> &owners)
     {
         std::vector<std::tuple<const Daemon *, QString, QDBusPendingCall>> questions;

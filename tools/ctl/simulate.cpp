@@ -25,7 +25,7 @@ namespace {
 const QString daemonAnnotation = QStringLiteral("org.hnipc.Simulator.Daemon");
 const QString everyMember = QStringLiteral("*");
 
-// What may be loaded, and where a SKU stands in the list of ribbons.
+// The places of rolls. In the list of ribbons, empty SKUs stand before and after that of a place.
 const struct { const char *name; bool isSupply; int before; int after; } places[] = {
     { "supply", true, 0, 0 },
     { "ribbons", false, 0, 0 },
@@ -164,7 +164,7 @@ QByteArray typeOfWire(const QString &wire)
     return "double";
 }
 
-// What "load" puts in: the supply's SKU, and those of the ribbons.
+// The arguments of "load": the supply's SKU, and the list of the ribbons' SKUs.
 std::optional<QVariantList> readRolls(const QStringList &words)
 {
     for (const auto &place : places) {
@@ -585,7 +585,7 @@ int run(const Context &context, const QStringList &arguments)
     int exitCode = Done;
     QJsonObject daemons;
     for (const auto &[daemon, answer] : answers) {
-        // Where all are meant, these are not.
+        // An act for all is not for daemons that are not running or not simulated.
         if (isForAll && (answer.reason == HNIPCRequest::DaemonAbsent
                          || answer.reason == HNIPCRequest::WrongType)) {
             continue;

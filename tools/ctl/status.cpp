@@ -20,7 +20,7 @@ struct DaemonState
     Answers answers;
 };
 
-// What is asked beside the properties.
+// The calls beside those for the properties.
 struct Questions
 {
     Questions(const Context &context, const Daemon &daemon)

@@ -223,7 +223,7 @@ int readTrace(const Contract &contract, const QString &fileName, std::vector<Tra
     const bool isInput = fileName == QLatin1String("-");
     const bool isOpen = isInput ? file.open(stdin, QIODevice::ReadOnly)
                                 : file.open(QIODevice::ReadOnly);
-    // What can be opened cannot always be read; and of a pipe, nothing tells whether it is at its end.
+    // Some files can be opened and not read, such as directories; a pipe does not know its end.
     QByteArray text = isOpen ? file.readAll() : QByteArray();
     if (file.error() != QFile::NoError) {
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());

@@ -59,7 +59,8 @@ bool handleStops()
 
 // ---- From the thread that reads to the one that prints ---------------------------------------
 
-// What is printed too slowly is not kept without end: neither here, nor, unread, by the bus.
+// The calls that wait to be printed. It is limited, and full drops calls, so that the messages of a
+// busy bus fill neither this program nor, unread, the bus.
 class CallQueue
 {
 public:
@@ -692,7 +693,7 @@ QDBusMessage askBus(const Context &context, const char *member, const QVariantLi
     return context.bus.call(call, QDBus::Block, context.timeout);
 }
 
-// What changes meanwhile is among the messages that the monitor has received, but not yet read.
+// Later changes are among the messages that the monitor has received and not yet read.
 void tellPresent(const Context &context, Traffic *traffic)
 {
     QSet<QByteArray> connections;

@@ -152,7 +152,7 @@ void Traffic::takeReply(const WireMessagePointer &message, qint64 now)
                                                                            : CallEnd::Reply);
 }
 
-// What is called is not known, so no pattern matches it; nor is when.
+// Its method and its time are not known, so no pattern matches it.
 void Traffic::takeOldReply(const WireMessagePointer &message, qint64 now)
 {
     const int daemon = daemonAt(dbus_message_get_sender(message.get()));

@@ -57,7 +57,8 @@ QString wrongDaemon(const Act &act)
     return QString();
 }
 
-// What the simulated daemon refuses; null if nothing, or when it is time to end.
+// The reason for which the simulated daemon refuses the act; null if it does not, or when it is
+// time to end.
 QString refusal(const QDBusConnection &bus, const QString &daemon, const QString &member,
                 const QVariantList &arguments)
 {

@@ -70,7 +70,7 @@ QString endInWords(int status)
                                : QStringLiteral("exited with %1").arg(WEXITSTATUS(status));
 }
 
-// How many sandboxes this is inside of, itself included.
+// The number of sandboxes around the command: 1, or more if this one was started in another.
 QByteArray depth()
 {
     return QByteArray::number(qlonglong(qEnvironmentVariableIntValue("HNIPC_SANDBOX")) + 1);

@@ -71,7 +71,7 @@ void askSupplies(HNIPC &hnipc)
                         + information.textList1.join(QLatin1String(" ")));
 }
 
-// What QML screens bind to: each property is read from its daemon at this moment.
+// The properties that QML screens bind to. Each is read from its daemon now.
 void readProperties(const HNIPC &hnipc)
 {
     say(QLatin1String("properties, 0 or empty where the daemon is absent"));
