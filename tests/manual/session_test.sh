@@ -28,6 +28,7 @@ for program in $(sed -n 's/^needs: //p' "$session"); do
     command -v "$program" >/dev/null || { echo "skipped: there is no $program"; exit 77; }
 done
 
+unset CI BUILD_NUMBER # pytest prints longer lines where one of them is set
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 export HOME=$work SESSION_DIRECTORY=$here
