@@ -15,6 +15,7 @@ static void compareArguments(HNIPCPrivate *client, QDBusInterface *supplyd)
     static const HNIPCServer::ServerType daemon = HNIPCServer::SUPPLYD;
     const int turns = 40;
     const int calls = 200;
+    // clang-format off
     compare("a call without arguments", turns, calls,
             { { "Qt", [=] { ask<bool>(supplyd, "take0"); } },
               { "HNIPC", [=] { client->ask<bool>(daemon, "take0"); } } });
@@ -33,6 +34,7 @@ static void compareArguments(HNIPCPrivate *client, QDBusInterface *supplyd)
     compare("5 arguments", turns, calls,
             { { "Qt", [=] { ask<bool>(supplyd, "take5", { 1, 2, 3, 4, 5 }); } },
               { "HNIPC", [=] { client->ask<bool>(daemon, "take5", 1, 2, 3, 4, 5); } } });
+    // clang-format on
 
     const QString text(1000, QLatin1Char('x'));
     compare("a text of 1,000 characters", turns, calls,
@@ -40,8 +42,9 @@ static void compareArguments(HNIPCPrivate *client, QDBusInterface *supplyd)
               { "HNIPC", [=] { client->ask<bool>(daemon, "takeText", text); } } });
 
     QStringList list;
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) {
         list += QString::fromLatin1("LBL-1000%1-WH").arg(i + 10);
+    }
     compare("a list of 20 texts", turns, calls,
             { { "Qt", [=] { ask<bool>(supplyd, "takeList", { list }); } },
               { "HNIPC", [=] { client->ask<bool>(daemon, "takeList", list); } } });

@@ -18,8 +18,9 @@ int main(int argc, char **argv)
     while (std::scanf("%d", &calls) == 1) {
         QElapsedTimer clock;
         clock.start();
-        for (int i = 0; i < calls; ++i)
+        for (int i = 0; i < calls; ++i) {
             printer.printerLid();
+        }
         std::printf("%lld\n", static_cast<long long>(clock.nsecsElapsed()));
         std::fflush(stdout);
     }

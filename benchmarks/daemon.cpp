@@ -44,8 +44,9 @@ public Q_SLOTS:
 public:
     BenchDaemon() : m_image(1024 * 1024, 'x')
     {
-        for (int i = 0; i < 20; ++i)
+        for (int i = 0; i < 20; ++i) {
             m_skus += QString::fromLatin1("LBL-1000%1-WH").arg(i + 10);
+        }
         m_record.bytes1 = QByteArray(1000, 'x');
         m_record.textList1 = m_skus;
     }
@@ -63,8 +64,9 @@ int main(int argc, char **argv)
     BenchDaemon daemon;
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.registerObject(QLatin1String("/"), &daemon, QDBusConnection::ExportAllSlots)
-        || !bus.registerService(QLatin1String("org.hnipc.supplyd")))
+        || !bus.registerService(QLatin1String("org.hnipc.supplyd"))) {
         qFatal("not on the bus");
+    }
     return application.exec();
 }
 

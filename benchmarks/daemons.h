@@ -17,12 +17,14 @@ public:
     {
         m_process.forwardErrors();
         m_process.start(QLatin1String(program), QStringList());
-        if (!m_process.waitForStarted())
+        if (!m_process.waitForStarted()) {
             qFatal("no %s", program);
+        }
         const QLatin1String name(busName);
         while (!QDBusConnection::systemBus().interface()->isServiceRegistered(name).value()) {
-            if (m_process.waitForFinished(10))
+            if (m_process.waitForFinished(10)) {
                 qFatal("%s has ended", program);
+            }
         }
     }
 
@@ -36,8 +38,9 @@ private:
 inline QByteArray lineOf(QProcess *process)
 {
     while (!process->canReadLine()) {
-        if (!process->waitForReadyRead(60 * 1000))
+        if (!process->waitForReadyRead(60 * 1000)) {
             qFatal("a process has ended, or prints nothing any more");
+        }
     }
     return process->readLine().trimmed();
 }

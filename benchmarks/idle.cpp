@@ -26,21 +26,24 @@
 static double privateKilobytes()
 {
     QFile file(QLatin1String("/proc/self/smaps_rollup"));
-    if (!file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly)) {
         qFatal("no %s", qPrintable(file.fileName()));
+    }
     double result = 0;
     const QList<QByteArray> lines = file.readAll().split('\n');
     for (const QByteArray &line : lines) {
-        if (line.startsWith("Private_"))
+        if (line.startsWith("Private_")) {
             result += line.simplified().split(' ').at(1).toDouble();
+        }
     }
     return result;
 }
 
 int main(int argc, char **argv)
 {
-    if (argc > 1) // --nothing
+    if (argc > 1) { // --nothing
         return 0;
+    }
     QCoreApplication application(argc, argv);
     QElapsedTimer clock;
     clock.start();
@@ -55,14 +58,16 @@ int main(int argc, char **argv)
     QDBusConnection::systemBus();
 #endif
     const double started = double(clock.nsecsElapsed()) / 1000;
-    if (!QDBusConnection::systemBus().isConnected())
+    if (!QDBusConnection::systemBus().isConnected()) {
         qFatal("no bus");
+    }
 #ifdef WITH_EVENTS
     Readings readings;
     for (const char *name : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
                               "qmlRibbonColorRGBs", "qmlSupplySKU", "qmlPrintEngineErrorCode",
-                              "qmlPrintEngineAlertCode", "qmlBatteryStatus" })
+                              "qmlPrintEngineAlertCode", "qmlBatteryStatus" }) {
         readings.add(name);
+    }
     readings.waitUntilKnown();
 #endif
     QCoreApplication::processEvents();

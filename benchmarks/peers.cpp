@@ -21,8 +21,9 @@ void GlibPeer::connectToBus()
 {
     GError *error = nullptr;
     glibConnection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
-    if (!glibConnection)
+    if (!glibConnection) {
         fail("GDBus", error->message);
+    }
 }
 
 bool GlibPeer::printerLid()
@@ -31,8 +32,9 @@ bool GlibPeer::printerLid()
     GVariant *reply = g_dbus_connection_call_sync(
         glibConnection, "org.hnipc.m4", "/", "local.IHNIPCM4", "printerLid", nullptr,
         G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &error);
-    if (!reply)
+    if (!reply) {
         fail("GDBus", error->message);
+    }
     gboolean open = FALSE;
     g_variant_get(reply, "(b)", &open);
     g_variant_unref(reply);
@@ -43,8 +45,9 @@ static sd_bus *systemdConnection;
 
 void SystemdPeer::connectToBus()
 {
-    if (sd_bus_open_system(&systemdConnection) < 0)
+    if (sd_bus_open_system(&systemdConnection) < 0) {
         fail("sd-bus", "no connection");
+    }
 }
 
 bool SystemdPeer::printerLid()
@@ -53,10 +56,13 @@ bool SystemdPeer::printerLid()
     sd_bus_message *reply = nullptr;
     int open = 0;
     if (sd_bus_call_method(systemdConnection, "org.hnipc.m4", "/", "local.IHNIPCM4", "printerLid",
-                           &error, &reply, "") < 0)
+                           &error, &reply, "")
+        < 0) {
         fail("sd-bus", error.message);
-    if (sd_bus_message_read(reply, "b", &open) < 0)
+    }
+    if (sd_bus_message_read(reply, "b", &open) < 0) {
         fail("sd-bus", "not a boolean");
+    }
     sd_bus_message_unref(reply);
     return open;
 }
@@ -70,8 +76,9 @@ static bool pass(int socket, ssize_t (*act)(int, char *, size_t))
     size_t done = 0;
     while (done < sizeof packet) {
         const ssize_t count = act(socket, packet + done, sizeof packet - done);
-        if (count <= 0)
+        if (count <= 0) {
             return false;
+        }
         done += size_t(count);
     }
     return true;
@@ -83,14 +90,16 @@ static ssize_t give(int socket, char *data, size_t size) { return write(socket, 
 void SocketPeer::start()
 {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) {
         fail("socket", "none to be had");
+    }
     const pid_t process = fork();
-    if (process < 0)
+    if (process < 0) {
         fail("socket", "no process to be had");
+    }
     if (process == 0) {
         close(ends[0]);
-        while (pass(ends[1], take) && pass(ends[1], give)) { }
+        while (pass(ends[1], take) && pass(ends[1], give)) {}
         _exit(0);
     }
     close(ends[1]);
@@ -99,6 +108,7 @@ void SocketPeer::start()
 
 void SocketPeer::roundTrip()
 {
-    if (!pass(echo, give) || !pass(echo, take))
+    if (!pass(echo, give) || !pass(echo, take)) {
         fail("socket", "lost");
+    }
 }

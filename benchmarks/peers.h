@@ -8,18 +8,18 @@
 namespace GlibPeer {
 void connectToBus();
 bool printerLid();
-}
+} // namespace GlibPeer
 
 namespace SystemdPeer {
 void connectToBus();
 bool printerLid();
-}
+} // namespace SystemdPeer
 
 // A process that sends back what it is sent, without a bus in between: what no D-Bus can be faster
 // than.
 namespace SocketPeer {
 void start();
 void roundTrip();
-}
+} // namespace SocketPeer
 
 #endif

@@ -9,11 +9,12 @@
 
 inline QDBusInterface *newProxy(const char *daemon, const char *interface)
 {
-    QDBusInterface *proxy
-        = new QDBusInterface(QLatin1String(daemon), QLatin1String("/"), QLatin1String(interface),
-                             QDBusConnection::systemBus(), QCoreApplication::instance());
-    if (!proxy->isValid())
+    QDBusInterface *proxy = new QDBusInterface(
+        QLatin1String(daemon), QLatin1String("/"), QLatin1String(interface),
+        QDBusConnection::systemBus(), QCoreApplication::instance());
+    if (!proxy->isValid()) {
         qFatal("no %s", daemon);
+    }
     return proxy;
 }
 
@@ -22,10 +23,10 @@ template <typename T>
 T ask(QDBusInterface *proxy, const char *method, const QVariantList &arguments = QVariantList(),
       QDBus::CallMode mode = QDBus::AutoDetect)
 {
-    QDBusReply<T> reply
-        = proxy->callWithArgumentList(mode, QLatin1String(method), arguments);
-    if (!reply.isValid())
+    QDBusReply<T> reply = proxy->callWithArgumentList(mode, QLatin1String(method), arguments);
+    if (!reply.isValid()) {
         qFatal("%s: %s", method, qPrintable(reply.error().message()));
+    }
     return reply.value();
 }
 

@@ -22,16 +22,18 @@ public:
     RawClient()
     {
         for (const Expected::ClientSignal &signal : Expected::clientSignals) {
-            if (!signal.member)
+            if (!signal.member) {
                 continue; // the one that is no daemon's
+            }
             const Expected::Identity &daemon = Expected::identities[signal.server];
             const QByteArray signature = withoutAliases(signal.signature);
             const QByteArray slot = "1on" + signature.mid(signature.indexOf('('));
             if (!QDBusConnection::systemBus().connect(
                     QLatin1String(daemon.busName), QLatin1String("/"),
                     QLatin1String(daemon.interface), QLatin1String(signal.member), this,
-                    slot.constData()))
+                    slot.constData())) {
                 qFatal("no subscription of %s", signal.signature);
+            }
         }
         m_watcher.setConnection(QDBusConnection::systemBus());
         m_watcher.setWatchMode(QDBusServiceWatcher::WatchForRegistration
@@ -42,8 +44,9 @@ public:
             m_watcher.addWatchedService(QLatin1String(daemon.busName));
         }
         for (int i = 0; i < Expected::ServerCount; ++i) {
-            if (!m_proxies[i])
+            if (!m_proxies[i]) {
                 renew(&m_proxies[i], Expected::identities[i]);
+            }
         }
     }
 
@@ -69,8 +72,9 @@ private:
         proxy->reset(new QDBusInterface(QLatin1String(daemon.busName), QLatin1String("/"),
                                         QLatin1String(daemon.interface),
                                         QDBusConnection::systemBus()));
-        if (!(*proxy)->isValid())
+        if (!(*proxy)->isValid()) {
             proxy->reset();
+        }
     }
 
     QScopedPointer<QDBusInterface> m_proxies[Expected::ServerCount];

@@ -39,11 +39,13 @@ private Q_SLOTS:
     void onChanged()
     {
         HNIPCReading *reading = static_cast<HNIPCReading *>(sender());
-        if (!reading->isKnown())
+        if (!reading->isKnown()) {
             qFatal("%s: %s", qPrintable(reading->method()), qPrintable(reading->errorText()));
+        }
         reading->disconnect(this);
-        if (--m_unknown == 0)
+        if (--m_unknown == 0) {
             Q_EMIT known();
+        }
     }
 
 private:

@@ -34,8 +34,9 @@ public:
     {
         m_toSend = callsOfATurn;
         m_toFinish = callsOfATurn;
-        for (int i = 0; i < inFlight; ++i)
+        for (int i = 0; i < inFlight; ++i) {
             start(i);
+        }
         m_loop.exec();
     }
 
@@ -46,10 +47,11 @@ protected:
 
     void onFinished(int index)
     {
-        if (--m_toFinish == 0)
+        if (--m_toFinish == 0) {
             m_loop.quit();
-        else
+        } else {
             start(index);
+        }
     }
 
 private:
@@ -76,16 +78,18 @@ public:
 protected:
     virtual void start(int index)
     {
-        if (takeOne())
+        if (takeOne()) {
             m_requests.at(index)->send();
+        }
     }
 
 private Q_SLOTS:
     void onRequest()
     {
         HNIPCRequest *request = static_cast<HNIPCRequest *>(sender());
-        if (request->outcome() != HNIPCRequest::Answered)
+        if (request->outcome() != HNIPCRequest::Answered) {
             qFatal("%s", qPrintable(request->errorText()));
+        }
         onFinished(int(m_requests.indexOf(request)));
     }
 
@@ -101,22 +105,24 @@ class RawLoad : public Load
 protected:
     virtual void start(int)
     {
-        if (!takeOne())
+        if (!takeOne()) {
             return;
+        }
         const QDBusMessage message = QDBusMessage::createMethodCall(
             QLatin1String("org.hnipc.m4"), QLatin1String("/"), QLatin1String("local.IHNIPCM4"),
             QLatin1String("printerLid"));
-        QDBusPendingCallWatcher *watcher
-            = new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(message));
-        connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)),
-                SLOT(onReply(QDBusPendingCallWatcher*)));
+        QDBusPendingCallWatcher *watcher = new QDBusPendingCallWatcher(
+            QDBusConnection::systemBus().asyncCall(message));
+        connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher *)),
+                SLOT(onReply(QDBusPendingCallWatcher *)));
     }
 
 private Q_SLOTS:
     void onReply(QDBusPendingCallWatcher *watcher)
     {
-        if (watcher->isError())
+        if (watcher->isError()) {
             qFatal("%s", qPrintable(watcher->error().message()));
+        }
         watcher->deleteLater();
         onFinished(0);
     }
@@ -128,8 +134,9 @@ static void compareCosts()
     RequestLoad requests;
     RawLoad raw;
     const auto blocking = [&printer] {
-        for (int i = 0; i < callsOfATurn; ++i)
+        for (int i = 0; i < callsOfATurn; ++i) {
             printer.printerLid();
+        }
     };
     compare("one request at a time", turns, 1,
             { { "blocking call", blocking, callsOfATurn },
@@ -168,8 +175,9 @@ public:
         m_clock.start();
         m_beat.start();
         loop.exec();
-        if (request.outcome() != HNIPCRequest::Answered)
+        if (request.outcome() != HNIPCRequest::Answered) {
             qFatal("%s", qPrintable(request.errorText()));
+        }
     }
 
 private Q_SLOTS:

@@ -12,18 +12,16 @@
 // One thing that is measured beside others.
 struct Contender
 {
-    Contender(const char *contenderName, const std::function<void()> &act, int callsOfIt = 1,
-              const std::function<void()> &cleanUp = [] {})
-        : name(contenderName)
-        , once(act)
-        , calls(callsOfIt)
-        , after(cleanUp)
+    Contender(
+        const char *contenderName, const std::function<void()> &act, int callsOfIt = 1,
+        const std::function<void()> &cleanUp = [] {})
+        : name(contenderName), once(act), calls(callsOfIt), after(cleanUp)
     {
     }
 
     QByteArray name;
     std::function<void()> once;
-    int calls; // that one act makes; the time is that of one
+    int calls;                   // that one act makes; the time is that of one
     std::function<void()> after; // each turn, not measured
 };
 
@@ -45,13 +43,15 @@ inline void compare(const QByteArray &work, int turns, int timesATurn,
             const Contender &contender = contenders.at(size_t((i + turn + count) % count));
             QElapsedTimer clock;
             clock.start();
-            for (int time = 0; time < timesATurn; ++time)
+            for (int time = 0; time < timesATurn; ++time) {
                 contender.once();
+            }
             const double elapsed = double(clock.nsecsElapsed()) / 1000;
             contender.after();
-            if (turn >= 0)
+            if (turn >= 0) {
                 printSample(work, contender.name, turn, elapsed / timesATurn / contender.calls,
                             "us");
+            }
         }
     }
 }

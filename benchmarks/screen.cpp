@@ -38,8 +38,10 @@ struct Value
     void (*block)(HNIPC *printer);
 };
 
-#define VALUE(daemon, method, signal) \
-    { Expected::daemon, #method, signal, [](HNIPC *printer) { printer->method(); } }
+#define VALUE(daemon, method, signal)                                                              \
+    {                                                                                              \
+        Expected::daemon, #method, signal, [](HNIPC *printer) { printer->method(); }               \
+    }
 
 static const Value values[] = {
     VALUE(M4, getError, "Error"),
@@ -76,8 +78,9 @@ static const Value values[] = {
 
 static void block(HNIPC *printer)
 {
-    for (const Value &value : values)
+    for (const Value &value : values) {
         value.block(printer);
+    }
 }
 
 // Calls in flight, each by an object of its own.
@@ -103,12 +106,12 @@ public:
         for (const Value &value : values) {
             const Expected::Identity &daemon = Expected::identities[value.daemon];
             const QDBusMessage message = QDBusMessage::createMethodCall(
-                QLatin1String(daemon.busName), QLatin1String("/"),
-                QLatin1String(daemon.interface), QLatin1String(value.method));
+                QLatin1String(daemon.busName), QLatin1String("/"), QLatin1String(daemon.interface),
+                QLatin1String(value.method));
             QDBusPendingCallWatcher *watcher = new QDBusPendingCallWatcher(
                 QDBusConnection::systemBus().asyncCall(message), this);
-            connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)),
-                    SLOT(onReply(QDBusPendingCallWatcher*)));
+            connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher *)),
+                    SLOT(onReply(QDBusPendingCallWatcher *)));
         }
         wait();
     }
@@ -117,16 +120,18 @@ private Q_SLOTS:
     void onRequest()
     {
         HNIPCRequest *request = static_cast<HNIPCRequest *>(sender());
-        if (request->outcome() != HNIPCRequest::Answered)
+        if (request->outcome() != HNIPCRequest::Answered) {
             qFatal("%s", qPrintable(request->errorText()));
+        }
         request->deleteLater();
         onFinished();
     }
 
     void onReply(QDBusPendingCallWatcher *watcher)
     {
-        if (watcher->isError())
+        if (watcher->isError()) {
             qFatal("%s", qPrintable(watcher->error().message()));
+        }
         watcher->deleteLater();
         onFinished();
     }
@@ -140,8 +145,9 @@ private:
 
     void onFinished()
     {
-        if (--m_left == 0)
+        if (--m_left == 0) {
             m_loop.quit();
+        }
     }
 
     QEventLoop m_loop;
@@ -154,8 +160,9 @@ static void compareScreens(const QByteArray &program, HNIPC *printer)
     QScopedPointer<Readings> readings;
     const auto read = [&readings] {
         readings.reset(new Readings);
-        for (const Value &value : values)
+        for (const Value &value : values) {
             readings->add(value.method, QStringList(QLatin1String(value.signal)));
+        }
         readings->waitUntilKnown();
     };
     // Also what the library's thread does about it: it comes before this request.
@@ -206,12 +213,13 @@ private Q_SLOTS:
     void onBeat()
     {
         ++m_beats;
-        if (m_beats > beatsBefore)
+        if (m_beats > beatsBefore) {
             m_longest = qMax(m_longest, m_clock.nsecsElapsed());
+        }
         m_clock.start();
-        if (m_beats == beatsBefore)
+        if (m_beats == beatsBefore) {
             start();
-        else if (m_beats > beatsBefore && isComplete() && ++m_beatsAfterwards == 30) {
+        } else if (m_beats > beatsBefore && isComplete() && ++m_beatsAfterwards == 30) {
             std::printf("%.3f\n", double(m_longest) / 1e6);
             QCoreApplication::quit();
         }
@@ -222,20 +230,24 @@ private:
 
     void start()
     {
-        if (m_kind == "HNIPC")
+        if (m_kind == "HNIPC") {
             m_printer.reset(new HNIPC);
-        if (m_kind != "HNIPCEvents")
+        }
+        if (m_kind != "HNIPCEvents") {
             return;
+        }
         m_availability.reset(new HNIPCAvailability);
         m_events.reset(new HNIPCEvents);
         m_supply.reset(new Readings);
         for (const char *name : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
-                                  "qmlRibbonColorRGBs", "qmlSupplySKU" })
+                                  "qmlRibbonColorRGBs", "qmlSupplySKU" }) {
             m_supply->add(name);
+        }
         m_printEngine.reset(new Readings);
-        for (const char *name : { "qmlPrintEngineErrorCode", "qmlPrintEngineAlertCode",
-                                  "qmlBatteryStatus" })
+        for (const char *name :
+             { "qmlPrintEngineErrorCode", "qmlPrintEngineAlertCode", "qmlBatteryStatus" }) {
             m_printEngine->add(name);
+        }
         m_request.reset(new HNIPCRequest);
         m_request->setMethod(QLatin1String("printerLid"));
         m_request->setDeadline(1000);
@@ -245,8 +257,9 @@ private:
     // Calls to the daemon that hangs end by their deadline only.
     bool isComplete() const
     {
-        if (m_kind != "HNIPCEvents")
+        if (m_kind != "HNIPCEvents") {
             return true;
+        }
         return m_availability->isKnown() && m_events->isListening() && m_supply->areKnown()
             && m_request->reason() == HNIPCRequest::TimedOut;
     }
@@ -283,8 +296,9 @@ static void compareStarts(pid_t daemon)
     for (int turn = 0; turn < 20; ++turn) {
         measureStart("HNIPCEvents", "HNIPCEvents, readings and a request", turn);
         measureStart("nothing", "nothing is started", turn);
-        if (turn < 2) // it takes 25 seconds
+        if (turn < 2) { // it takes 25 seconds
             measureStart("HNIPC", "HNIPC", turn);
+        }
     }
     kill(daemon, SIGCONT);
 }

@@ -52,14 +52,17 @@ public Q_SLOTS:
 
     void onPercent(double value)
     {
-        if (value != m_heard)
+        if (value != m_heard) {
             qFatal("heard %d where %d was next", int(value), m_heard);
-        if (++m_heard % m_portion != 0)
+        }
+        if (++m_heard % m_portion != 0) {
             return;
+        }
         std::printf("%.1f\n", processorMicroseconds() - m_before);
         std::fflush(stdout);
-        if (m_heard == count)
+        if (m_heard == count) {
             QCoreApplication::quit();
+        }
     }
 
 private:
@@ -101,12 +104,13 @@ static void flood(int clients, const QByteArray &kind, int turn)
         listeners.emplace_back(new MortalProcess);
         listeners.back()->forwardErrors();
         listeners.back()->start(QCoreApplication::applicationFilePath(),
-                                QStringList() << QLatin1String("--listen")
-                                              << QString::fromLatin1(kind)
-                                              << QString::number(portion));
+                                QStringList()
+                                    << QLatin1String("--listen") << QString::fromLatin1(kind)
+                                    << QString::number(portion));
     }
-    for (auto &listener : listeners)
+    for (auto &listener : listeners) {
         lineOf(listener.get());
+    }
 
     QElapsedTimer clock;
     clock.start();
@@ -118,18 +122,21 @@ static void flood(int clients, const QByteArray &kind, int turn)
         call << first << portion;
         QDBusConnection::systemBus().send(call);
         spent = 0;
-        for (auto &listener : listeners)
+        for (auto &listener : listeners) {
             spent += lineOf(listener.get()).toDouble();
+        }
     }
     const double delivered = double(count) * clients;
     const double elapsed = double(clock.nsecsElapsed()) / 1000;
-    for (auto &listener : listeners)
+    for (auto &listener : listeners) {
         listener->waitForFinished();
+    }
 
     const QByteArray to = " to " + QByteArray::number(clients) + " clients, ";
     for (const QByteArray what : { "events", "signals" }) {
-        if (kind == (what == "events" ? "Qt's subscriptions" : "HNIPCEvents"))
+        if (kind == (what == "events" ? "Qt's subscriptions" : "HNIPCEvents")) {
             continue;
+        }
         printSample(what + to + "time of a delivery", kind, turn, elapsed / delivered, "us");
         printSample(what + to + "processor of the client", kind, turn, spent / delivered, "us");
     }
@@ -139,16 +146,18 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     const QStringList arguments = application.arguments();
-    if (arguments.value(1) == QLatin1String("--listen"))
+    if (arguments.value(1) == QLatin1String("--listen")) {
         return listenAs(arguments.value(2).toLatin1(), arguments.value(3).toInt());
+    }
 
     const DaemonProcess m4(HNIPC_BENCH_M4, "org.hnipc.m4");
     const DaemonProcess supplyd(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");
     const QByteArray kinds[] = { "HNIPCEvents", "HNIPC", "Qt's subscriptions" };
     for (int clients : { 1, 5, 20, 50 }) {
         for (int turn = 0; turn < (clients < 10 ? 10 : 4); ++turn) {
-            for (int i = 0; i < 3; ++i)
+            for (int i = 0; i < 3; ++i) {
                 flood(clients, kinds[(turn + i) % 3], turn);
+            }
         }
     }
     return 0;

@@ -19,8 +19,7 @@
 static void compareClients(const char *daemons)
 {
     compare(QByteArray("a client made and deleted, daemons ") + daemons, 100, 5,
-            { { "Qt's steps", [] { RawClient client; } },
-              { "HNIPC", [] { HNIPC client; } } });
+            { { "Qt's steps", [] { RawClient client; } }, { "HNIPC", [] { HNIPC client; } } });
 }
 
 static void run(const char *program)
@@ -30,12 +29,14 @@ static void run(const char *program)
     pid_t process = 0;
     int status = 0;
     if (posix_spawn(&process, program, nullptr, nullptr, arguments, environ) != 0
-        || waitpid(process, &status, 0) != process || status != 0)
+        || waitpid(process, &status, 0) != process || status != 0) {
         qFatal("%s does not run", program);
+    }
 }
 
 // A program that prints how long it took to start and what memory it holds.
-static void measureIdle(const char *program, const char *startName, const char *memoryName, int turn)
+static void measureIdle(const char *program, const char *startName, const char *memoryName,
+                        int turn)
 {
     MortalProcess process;
     process.forwardErrors();
@@ -43,8 +44,8 @@ static void measureIdle(const char *program, const char *startName, const char *
     const QList<QByteArray> figures = lineOf(&process).split(' ');
     process.waitForFinished();
     printSample("start in a fresh process", startName, turn, figures.value(0).toDouble(), "us");
-    printSample("private memory of an idle program", memoryName, turn,
-                figures.value(1).toDouble(), "KiB");
+    printSample("private memory of an idle program", memoryName, turn, figures.value(1).toDouble(),
+                "KiB");
 }
 
 int main(int argc, char **argv)

@@ -76,7 +76,7 @@ def read_record() -> List[Tuple[str, str, str, str]]:
     """The fields of the record: name, D-Bus type (none for one that stays), default, text."""
     header = (TREE / "include/hnipc/supplyinformation.h").read_text(encoding="utf-8")
     result = []
-    for name, default, text in re.findall(r"^    \w+ (\w+)(?: = (\S+))?; ///< (.*)$", header, re.M):
+    for name, default, text in re.findall(r"^    \w+ (\w+)(?: = (\S+))?; +///< (.*)$", header, re.M):
         member = re.match(r"Member (\d+): (\w+)\.", text)
         signature = member.group(2) if member else ""
         if member and int(member.group(1)) != len([row for row in result if row[1]]) + 1:

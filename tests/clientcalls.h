@@ -11,6 +11,7 @@
 // Every form in which C++ can call a method of the client.
 
 // No name for a reference: arguments are taken by value.
+// clang-format off
 template <typename T> struct TypeName;
 template <> struct TypeName<void> { static const char *name() { return ""; } };
 template <> struct TypeName<bool> { static const char *name() { return "bool"; } };
@@ -26,6 +27,7 @@ template <> struct TypeName<SupplyInformation>
 {
     static const char *name() { return "SupplyInformation"; }
 };
+// clang-format on
 
 struct ClientCall
 {
@@ -34,9 +36,11 @@ struct ClientCall
     std::function<QVariant(HNIPC &, const QVariantList &)> invoke;
 };
 
+// clang-format off
 template <int... I> struct Indexes {};
 template <int N, int... I> struct IndexesUpTo : IndexesUpTo<N - 1, N - 1, I...> {};
 template <int... I> struct IndexesUpTo<0, I...> { typedef Indexes<I...> Type; };
+// clang-format on
 
 template <typename Result, typename... Arguments, int... I>
 QVariant invoke(const std::function<Result(HNIPC &, Arguments...)> &function, HNIPC &client,

@@ -84,8 +84,8 @@ QByteArray Member::form() const
 {
     QByteArray text;
     for (const Argument &argument : arguments) {
-        text += (text.isEmpty() ? "" : ", ") + argument.name
-            + (argument.name.isEmpty() ? "" : " ") + argument.type;
+        text += (text.isEmpty() ? "" : ", ") + argument.name + (argument.name.isEmpty() ? "" : " ")
+            + argument.type;
     }
     text = '(' + text + ')';
     if (!result.isEmpty()) {
@@ -139,21 +139,15 @@ Lines disagreementsInOrder(const Side &one, const Side &other)
         const Member &there = other.members.at(i);
         if (member.name != there.name || member.form() != there.form()) {
             return Lines() << member.kind + ' ' + member.name + ": stands in " + one.name
-                    + " where " + other.name + " has " + there.name;
+                + " where " + other.name + " has " + there.name;
         }
     }
     return lines;
 }
 
-Members methodsAmong(const Members &members)
-{
-    return of(members, "method");
-}
+Members methodsAmong(const Members &members) { return of(members, "method"); }
 
-Members signalsAmong(const Members &members)
-{
-    return of(members, "signal");
-}
+Members signalsAmong(const Members &members) { return of(members, "signal"); }
 
 QMap<QByteArray, Members> interfacesIn(const QByteArray &xml)
 {

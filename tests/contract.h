@@ -14,20 +14,20 @@ namespace Contract {
 struct Argument
 {
     QByteArray name;
-    QByteArray type;            // on the bus
+    QByteArray type; // on the bus
 };
 
 struct Member
 {
-    QByteArray signature() const;   // of the arguments: "iit"
-    QByteArray form() const;        // "(type i, definedMessage i) -> b"
+    QByteArray signature() const; // of the arguments: "iit"
+    QByteArray form() const;      // "(type i, definedMessage i) -> b"
 
-    QByteArray kind;            // "method" or "signal"
+    QByteArray kind; // "method" or "signal"
     QByteArray name;
     QList<Argument> arguments;
-    QByteArray result;          // on the bus; empty for none
+    QByteArray result; // on the bus; empty for none
     QByteArray resultName;
-    QByteArray resultClass;     // in Qt, where the type on the bus does not tell
+    QByteArray resultClass; // in Qt, where the type on the bus does not tell
     QByteArray documentation;
 };
 

@@ -60,12 +60,9 @@ class NumberSender
 {
 public:
     explicit NumberSender(WirePeer *m4)
-        : m_begun(0)
-        , m_isEnding(false)
-        , m_thread([this, m4]() {
-            while (!m_isEnding && emitNumber(m4, ++m_begun)) {
-            }
-        })
+        : m_begun(0), m_isEnding(false), m_thread([this, m4]() {
+              while (!m_isEnding && emitNumber(m4, ++m_begun)) {}
+          })
     {
     }
 

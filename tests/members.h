@@ -16,9 +16,9 @@ struct AreOfType : std::true_type
 };
 
 template <typename Member, typename First, typename... Others>
-struct AreOfType<Member, First, Others...>
-    : std::integral_constant<bool, std::is_same<Member, First>::value
-                                   && AreOfType<Member, Others...>::value>
+struct AreOfType<Member, First, Others...> :
+    std::integral_constant<
+        bool, std::is_same<Member, First>::value && AreOfType<Member, Others...>::value>
 {
 };
 

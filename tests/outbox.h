@@ -10,10 +10,7 @@
 class Outbox
 {
 public:
-    QByteArray ownName() const
-    {
-        return QDBusConnection::systemBus().baseService().toLatin1();
-    }
+    QByteArray ownName() const { return QDBusConnection::systemBus().baseService().toLatin1(); }
 
     // The messages of this type since the last call.
     QList<WireMessage> take(WireMessage::Type type)

@@ -20,9 +20,7 @@ inline QByteArray callText(const QByteArray &member, const QVariantList &argumen
 class Recorder
 {
 public:
-    virtual ~Recorder()
-    {
-    }
+    virtual ~Recorder() {}
 
     QList<QByteArray> calls;
     QVariant nextAnswer;
@@ -38,7 +36,7 @@ protected:
     }
 
     template <typename Result, typename... Arguments>
-    Result answer(const char *member, const Arguments &... arguments)
+    Result answer(const char *member, const Arguments &...arguments)
     {
         note(member, { QVariant(arguments)... });
         return nextAnswer.value<Result>();

@@ -13,8 +13,8 @@
 inline QByteArray outcomeOf(const HNIPCRequest &request)
 {
     const QMetaObject &meta = HNIPCRequest::staticMetaObject;
-    QByteArray line =
-        meta.enumerator(meta.indexOfEnumerator("Outcome")).valueToKey(request.outcome());
+    QByteArray line = meta.enumerator(meta.indexOfEnumerator("Outcome"))
+                          .valueToKey(request.outcome());
     if (!request.errorName().isEmpty() || !request.errorText().isEmpty()) {
         line += ' ' + request.errorName().toUtf8() + ": " + request.errorText().toUtf8();
     }

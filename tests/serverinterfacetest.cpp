@@ -35,20 +35,11 @@ QList<QByteArray> typesOf(const ServerSlot &slot)
     return types.isEmpty() ? QList<QByteArray>() : types.split(',');
 }
 
-bool isPulse(const ServerSlot &slot)
-{
-    return slot.kind == PulseOperation;
-}
+bool isPulse(const ServerSlot &slot) { return slot.kind == PulseOperation; }
 
-bool isPureVirtual(const ServerSlot &slot)
-{
-    return slot.kind == PureVirtual;
-}
+bool isPureVirtual(const ServerSlot &slot) { return slot.kind == PureVirtual; }
 
-bool isAny(const ServerSlot &)
-{
-    return true;
-}
+bool isAny(const ServerSlot &) { return true; }
 
 // What an operation gets when it is called with argumentSamples(): all of them, and the empty value
 // for the parameter that a cloned slot is without.
@@ -95,8 +86,8 @@ QList<QByteArray> membersIn(const QByteArray &xml, const QByteArray &interface)
         } else if (!inside || !reader.isStartElement() || tag == "annotation") {
             continue;
         } else if (tag == "arg") {
-            const QByteArray direction =
-                attributes.value(QLatin1String("direction")).toString().toUtf8();
+            const QByteArray
+                direction = attributes.value(QLatin1String("direction")).toString().toUtf8();
             const QByteArray type = attributes.value(QLatin1String("type")).toString().toUtf8();
             members.last() += ' ' + direction + ':' + type + (name.isEmpty() ? "" : ' ' + name);
         } else {
@@ -111,15 +102,9 @@ QList<QByteArray> membersIn(const QByteArray &xml, const QByteArray &interface)
 
 } // namespace
 
-HNIPCServer *ServerInterfaceTest::server() const
-{
-    return m_server;
-}
+HNIPCServer *ServerInterfaceTest::server() const { return m_server; }
 
-Recorder *ServerInterfaceTest::recorder() const
-{
-    return m_recorder;
-}
+Recorder *ServerInterfaceTest::recorder() const { return m_recorder; }
 
 WireMessage ServerInterfaceTest::call(const QByteArray &member, const QByteArray &body)
 {
@@ -131,8 +116,8 @@ QByteArray ServerInterfaceTest::sentSignals()
     QList<QByteArray> lines;
     const QList<WireMessage> sent = m_outbox.take(WireMessage::Signal);
     for (const WireMessage &signal : sent) {
-        lines.append(signal.line() + (signal.destination.isEmpty()
-                                      ? "" : " to " + signal.destination));
+        lines.append(signal.line()
+                     + (signal.destination.isEmpty() ? "" : " to " + signal.destination));
     }
     return joined(lines, "\n");
 }
@@ -162,17 +147,14 @@ void ServerInterfaceTest::init()
     m_recorder->nextAnswer = QVariant();
 }
 
-void ServerInterfaceTest::cleanupTestCase()
-{
-    delete m_server;
-}
+void ServerInterfaceTest::cleanupTestCase() { delete m_server; }
 
 void ServerInterfaceTest::claimsItsNameAndIsExported()
 {
     QCOMPARE(int(m_server->getServerType()), int(m_daemon));
-    const WireMessage owner = m_peer.call(
-        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner",
-        QByteArray("('") + identities[m_daemon].busName + "',)");
+    const WireMessage owner = m_peer.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                          "org.freedesktop.DBus", "GetNameOwner",
+                                          QByteArray("('") + identities[m_daemon].busName + "',)");
     QCOMPARE(owner.body, "('" + m_outbox.ownName() + "',)");
     QVERIFY(QDBusConnection::systemBus().objectRegisteredAt(QLatin1String("/")) == m_server);
 }
@@ -199,10 +181,7 @@ void ServerInterfaceTest::metaObjectHasOnlyTheSlots()
     QCOMPARE(QByteArray(info.value()), m_interface);
 }
 
-void ServerInterfaceTest::slotIsDeclared_data()
-{
-    addRows(isAny);
-}
+void ServerInterfaceTest::slotIsDeclared_data() { addRows(isAny); }
 
 void ServerInterfaceTest::slotIsDeclared()
 {
@@ -248,10 +227,7 @@ void ServerInterfaceTest::introspectionShowsTheSlotsAndNothingElse()
     QCOMPARE(joined(members, "\n"), joined(expected, "\n"));
 }
 
-void ServerInterfaceTest::operationTakesAndAnswersOnTheWire_data()
-{
-    addRows(isPureVirtual);
-}
+void ServerInterfaceTest::operationTakesAndAnswersOnTheWire_data() { addRows(isPureVirtual); }
 
 void ServerInterfaceTest::operationTakesAndAnswersOnTheWire()
 {
@@ -288,30 +264,18 @@ void ServerInterfaceTest::everyPulseHasItsSlot()
     }
 }
 
-void ServerInterfaceTest::pulseSendsItsSignal_data()
-{
-    addRows(isPulse);
-}
+void ServerInterfaceTest::pulseSendsItsSignal_data() { addRows(isPulse); }
 
-void ServerInterfaceTest::pulseSendsItsSignal()
-{
-    pulse(&ServerInterfaceTest::callInProcess);
-}
+void ServerInterfaceTest::pulseSendsItsSignal() { pulse(&ServerInterfaceTest::callInProcess); }
 
-void ServerInterfaceTest::remotePulseSendsItsSignalAndAnswersTrue_data()
-{
-    addRows(isPulse);
-}
+void ServerInterfaceTest::remotePulseSendsItsSignalAndAnswersTrue_data() { addRows(isPulse); }
 
 void ServerInterfaceTest::remotePulseSendsItsSignalAndAnswersTrue()
 {
     pulse(&ServerInterfaceTest::callRemotely);
 }
 
-void ServerInterfaceTest::otherArgumentsAreRefused_data()
-{
-    addRows(isAny);
-}
+void ServerInterfaceTest::otherArgumentsAreRefused_data() { addRows(isAny); }
 
 void ServerInterfaceTest::otherArgumentsAreRefused()
 {
@@ -319,7 +283,7 @@ void ServerInterfaceTest::otherArgumentsAreRefused()
     const ServerSlot &slot = m_slots.at(index);
     const QList<QByteArray> types = typesOf(slot);
 
-    QList<QList<QByteArray> > others;
+    QList<QList<QByteArray>> others;
     others.append(types + (QList<QByteArray>() << "bool"));
     for (int i = 0; i < types.size(); ++i) {
         QList<QByteArray> changed = types;
@@ -371,7 +335,7 @@ Pulse ServerInterfaceTest::pulseOf(const ServerSlot &slot) const
             return pulse;
         }
     }
-    return Pulse{ 0, 0, 0 };
+    return Pulse { 0, 0, 0 };
 }
 
 void ServerInterfaceTest::pulse(bool (ServerInterfaceTest::*callWith)(int, int))
@@ -381,8 +345,9 @@ void ServerInterfaceTest::pulse(bool (ServerInterfaceTest::*callWith)(int, int))
     QVERIFY(pulse.slot);
     for (int round = index; round < index + roundCount; ++round) {
         QVERIFY((this->*callWith)(index, round));
-        QCOMPARE(sentSignals(), signalLine(pulse.member, pulse.signature,
-                                           wireBody(parameterSamples(m_slots, index, round))));
+        QCOMPARE(sentSignals(),
+                 signalLine(pulse.member, pulse.signature,
+                            wireBody(parameterSamples(m_slots, index, round))));
     }
     QCOMPARE(joined(m_recorder->calls, "\n"), QByteArray());
 }

@@ -22,11 +22,8 @@ protected:
     ServerInterfaceTest(Expected::Server daemon, const QMetaObject &metaObject,
                         const Expected::ServerSlot (&slotTable)[slotCount],
                         const Expected::Pulse (&pulseTable)[pulseCount])
-        : m_daemon(daemon)
-        , m_interface(Expected::identities[daemon].interface)
-        , m_metaObject(&metaObject)
-        , m_server(0)
-        , m_recorder(0)
+        : m_daemon(daemon), m_interface(Expected::identities[daemon].interface),
+          m_metaObject(&metaObject), m_server(0), m_recorder(0)
     {
         for (const Expected::ServerSlot &row : slotTable) {
             m_slots.append(row);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
 #include "support/busprocess.h"
-#include "support/privatebus.h"
 #include "support/listener.h"
+#include "support/privatebus.h"
 #include "support/signalrecorder.h"
 #include "support/waituntil.h"
 
@@ -102,15 +102,9 @@ private:
     QScopedPointer<AsyncDaemons> m_daemons;
 };
 
-void tst_Availability::initTestCase()
-{
-    m_daemons.reset(new AsyncDaemons(false));
-}
+void tst_Availability::initTestCase() { m_daemons.reset(new AsyncDaemons(false)); }
 
-void tst_Availability::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_Availability::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Availability::init()
 {
@@ -127,14 +121,13 @@ void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
     HNIPCAvailability availability;
     QVERIFY(becomesKnown(availability));
     // Each name is watched before it is asked for, or what happens between would be lost.
-    Lines expected = Lines()
-        << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
-           "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
+    Lines expected = Lines() << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
+                                "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
     for (const Identity &identity : identities) {
         const QByteArray name = identity.busName;
         expected << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
-                    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='" + name
-                + "'\",)"
+                    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
+                + name + "'\",)"
                  << "GetNameOwner ('" + name + "',)";
     }
     Lines sent;
@@ -239,10 +232,7 @@ void tst_Availability::daemonsThatAreThereBefore()
     QVERIFY(availability.isKnown());
 }
 
-void tst_Availability::daemonComesAndGoes_data()
-{
-    addServers();
-}
+void tst_Availability::daemonComesAndGoes_data() { addServers(); }
 
 void tst_Availability::daemonComesAndGoes()
 {

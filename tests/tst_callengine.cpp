@@ -24,7 +24,7 @@ struct Kind
 {
     const char *name;
     Member member;
-    const char *fits;   // the one D-Bus type that a reply may have
+    const char *fits; // the one D-Bus type that a reply may have
 };
 
 // No D-Bus type is a float; a record is taken from any type, and nothing is taken by void.
@@ -40,9 +40,9 @@ const Kind kinds[] = {
     { "QByteArray", &HNIPCPrivate::call<QByteArray>, "ay" },
     { "QString", &HNIPCPrivate::call<QString>, "s" },
     { "QStringList", &HNIPCPrivate::call<QStringList>, "as" },
-    { "QList<QVariant>", &HNIPCPrivate::call<QList<QVariant> >, "av" },
-    { "QMap<QString, QVariant>", &HNIPCPrivate::call<QMap<QString, QVariant> >, "a{sv}" },
-    { "QHash<QString, QVariant>", &HNIPCPrivate::call<QHash<QString, QVariant> >, "a{sv}" },
+    { "QList<QVariant>", &HNIPCPrivate::call<QList<QVariant>>, "av" },
+    { "QMap<QString, QVariant>", &HNIPCPrivate::call<QMap<QString, QVariant>>, "a{sv}" },
+    { "QHash<QString, QVariant>", &HNIPCPrivate::call<QHash<QString, QVariant>>, "a{sv}" },
 };
 
 const int kindCount = sizeof kinds / sizeof kinds[0];
@@ -52,7 +52,7 @@ struct Reply
 {
     const char *type;
     const char *wire;
-    QVariant value;     // for the kind that it fits
+    QVariant value; // for the kind that it fits
 };
 
 QList<Reply> replies()
@@ -159,9 +159,8 @@ private:
                   const QVariant &a3 = QVariant(), const QVariant &a4 = QVariant(),
                   const QVariant &a5 = QVariant())
     {
-        return (m_private.data()->*kinds[kind].member)(HNIPCServer::ServerType(server),
-                                                       QString::fromLatin1(method), a1, a2, a3, a4,
-                                                       a5);
+        return (m_private.data()->*kinds[kind].member)(
+            HNIPCServer::ServerType(server), QString::fromLatin1(method), a1, a2, a3, a4, a5);
     }
 
     WirePeer &m4() { return (*m_daemons)[M4]; }
@@ -238,8 +237,8 @@ void tst_CallEngine::resultIsOfExactlyTheKind()
     QCOMPARE(result.isValid(), expected.isValid());
     QCOMPARE(result.userType(), expected.userType());
     if (kind == recordKind) {
-        QCOMPARE(difference(result.value<SupplyInformation>(),
-                            expected.value<SupplyInformation>()), QByteArray());
+        QCOMPARE(difference(result.value<SupplyInformation>(), expected.value<SupplyInformation>()),
+                 QByteArray());
     } else {
         QCOMPARE(result, expected);
     }
@@ -261,8 +260,8 @@ void tst_CallEngine::intIsNoString()
 void tst_CallEngine::plainValueForARecordGivesDefaultRecord()
 {
     m4().answer("method", "('text',)");
-    const QVariant result =
-        m_private->call<SupplyInformation>(HNIPCServer::M4, QLatin1String("method"));
+    const QVariant result = m_private->call<SupplyInformation>(HNIPCServer::M4,
+                                                               QLatin1String("method"));
     QCOMPARE(result.userType(), qMetaTypeId<SupplyInformation>());
     QCOMPARE(difference(result.value<SupplyInformation>(), SupplyInformation()), QByteArray());
 }
@@ -276,19 +275,18 @@ void tst_CallEngine::successOfACallForVoidGivesNothing()
     QCOMPARE(m4().calls().size(), 1);
 }
 
-void tst_CallEngine::argumentsEndAtTheFirstInvalidOne_data()
-{
-    addKinds();
-}
+void tst_CallEngine::argumentsEndAtTheFirstInvalidOne_data() { addKinds(); }
 
 void tst_CallEngine::argumentsEndAtTheFirstInvalidOne()
 {
     QFETCH(int, kind);
     m4().answer("method", "()");
     const QVariant valid[] = { 1, QLatin1String("two"), 3u, true, 5ull };
+    // clang-format off
     const char *const sent[] = { "()", "(1,)", "(1, 'two')", "(1, 'two', uint32 3)",
                                  "(1, 'two', uint32 3, true)",
                                  "(1, 'two', uint32 3, true, uint64 5)" };
+    // clang-format on
     for (int mask = 0; mask < 32; ++mask) {
         QVariant arguments[5];
         for (int i = 0; i < 5; ++i) {
@@ -329,10 +327,7 @@ void tst_CallEngine::methodNameIsSentUnchanged()
              QByteArray("/ local.IHNIPCSUPPLYD.M4_Some_METHOD9  ()"));
 }
 
-void tst_CallEngine::failureGivesNothing_data()
-{
-    addKinds();
-}
+void tst_CallEngine::failureGivesNothing_data() { addKinds(); }
 
 void tst_CallEngine::failureGivesNothing()
 {
@@ -361,10 +356,7 @@ void tst_CallEngine::failureGivesNothing()
     m_daemons->start(M4);
 }
 
-void tst_CallEngine::absentDaemonIsNotCalled_data()
-{
-    addKinds();
-}
+void tst_CallEngine::absentDaemonIsNotCalled_data() { addKinds(); }
 
 void tst_CallEngine::absentDaemonIsNotCalled()
 {
@@ -382,10 +374,7 @@ void tst_CallEngine::absentDaemonIsNotCalled()
     QCOMPARE(m4().calls().size(), 1);
 }
 
-void tst_CallEngine::otherServerTypesAreNotCalled_data()
-{
-    addKinds();
-}
+void tst_CallEngine::otherServerTypesAreNotCalled_data() { addKinds(); }
 
 void tst_CallEngine::otherServerTypesAreNotCalled()
 {

@@ -122,14 +122,10 @@ struct Property
 };
 
 const Property properties[] = {
-    { "qmlSupplyPercent", "double", 53 },
-    { "qmlSupplyColorRGB", "QString", 56 },
-    { "qmlRibbonPercent", "double", 54 },
-    { "qmlRibbonColorRGBs", "QStringList", 57 },
-    { "qmlSupplySKU", "QString", 51 },
-    { "qmlPrintEngineErrorCode", "int", 39 },
-    { "qmlPrintEngineAlertCode", "int", 40 },
-    { "qmlBatteryStatus", "int", 38 },
+    { "qmlSupplyPercent", "double", 53 },     { "qmlSupplyColorRGB", "QString", 56 },
+    { "qmlRibbonPercent", "double", 54 },     { "qmlRibbonColorRGBs", "QStringList", 57 },
+    { "qmlSupplySKU", "QString", 51 },        { "qmlPrintEngineErrorCode", "int", 39 },
+    { "qmlPrintEngineAlertCode", "int", 40 }, { "qmlBatteryStatus", "int", 38 },
 };
 
 } // namespace
@@ -257,15 +253,15 @@ void tst_ClientMetaObject::emissionAnswersWhatTheReceiverAnswers()
     const QVariantList values = Expected::values(argumentSamples(signal, 1));
     const char *const receivers[] = { SLOT(answersTrue()), SLOT(answersFalse()) };
     for (int i = 0; i < 2; ++i) {
-        QVERIFY(connect(&client, ('2' + signal).constData(), this, receivers[i],
-                        Qt::DirectConnection));
+        QVERIFY(
+            connect(&client, ('2' + signal).constData(), this, receivers[i], Qt::DirectConnection));
         bool result = i != 0;
         emitThroughMetaObject(&client, index, values, &result);
         QCOMPARE(result, i == 0);
         QVERIFY(disconnect(&client, 0, this, 0));
     }
-    QCOMPARE(recorder.take(), QList<QByteArray>() << emission(signal, values)
-                                                  << emission(signal, values));
+    QCOMPARE(recorder.take(),
+             QList<QByteArray>() << emission(signal, values) << emission(signal, values));
 }
 
 void tst_ClientMetaObject::emissionWithoutReceiverIsHarmless()

@@ -22,10 +22,7 @@ QByteArray nameOf(const ClientSlot &slot)
     return signature.left(signature.indexOf('('));
 }
 
-bool answersNothing(const ClientSlot &slot)
-{
-    return QByteArray(slot.result).isEmpty();
-}
+bool answersNothing(const ClientSlot &slot) { return QByteArray(slot.result).isEmpty(); }
 
 QVariant emptyResult(const ClientSlot &slot)
 {
@@ -148,10 +145,7 @@ void tst_ClientMethods::init()
     m_monitor->clear();
 }
 
-void tst_ClientMethods::declarationHasTheTypes_data()
-{
-    addRows();
-}
+void tst_ClientMethods::declarationHasTheTypes_data() { addRows(); }
 
 void tst_ClientMethods::declarationHasTheTypes()
 {
@@ -165,10 +159,7 @@ void tst_ClientMethods::declarationHasTheTypes()
     QCOMPARE(clientCalls[row].result, withoutAliases(clientSlots[row].result));
 }
 
-void tst_ClientMethods::oneCallCarriesTheArgumentsAndTheAnswer_data()
-{
-    addRows();
-}
+void tst_ClientMethods::oneCallCarriesTheArgumentsAndTheAnswer_data() { addRows(); }
 
 void tst_ClientMethods::oneCallCarriesTheArgumentsAndTheAnswer()
 {
@@ -211,10 +202,7 @@ void tst_ClientMethods::resultNeedsNoPlace()
     }
 }
 
-void tst_ClientMethods::failedCallGivesTheEmptyValue_data()
-{
-    addRows();
-}
+void tst_ClientMethods::failedCallGivesTheEmptyValue_data() { addRows(); }
 
 void tst_ClientMethods::failedCallGivesTheEmptyValue()
 {
@@ -223,9 +211,8 @@ void tst_ClientMethods::failedCallGivesTheEmptyValue()
     const QVariantList arguments = values(argumentSamples(slot.signature, 1));
 
     QList<QByteArray> wrongReplies;
-    const char *const types[] = { "bool",   "int",     "uint",        "qulonglong",
-                                  "double", "QString", "QStringList", "QByteArray",
-                                  "QVariantHash" };
+    const char *const types[] = { "bool",    "int",         "uint",       "qulonglong",  "double",
+                                  "QString", "QStringList", "QByteArray", "QVariantHash" };
     for (const char *const type : types) {
         if (withoutAliases(slot.result) != type) {
             wrongReplies.append('(' + samplesOf(type).at(1).wire + ",)");
@@ -244,10 +231,7 @@ void tst_ClientMethods::failedCallGivesTheEmptyValue()
     }
 }
 
-void tst_ClientMethods::absentDaemonGivesTheEmptyValueAndIsNotCalled_data()
-{
-    addRows();
-}
+void tst_ClientMethods::absentDaemonGivesTheEmptyValueAndIsNotCalled_data() { addRows(); }
 
 void tst_ClientMethods::absentDaemonGivesTheEmptyValueAndIsNotCalled()
 {
@@ -346,8 +330,9 @@ void tst_ClientMethods::defaultPanelIsOne()
 void tst_ClientMethods::shortFormsThroughTheMetaObjectAddTheirDefault()
 {
     const int offset = m_client->metaObject()->methodOffset();
-    QVERIFY(m_client->metaObject()->method(offset + 196).invoke(
-        m_client.data(), Q_ARG(QString, QLatin1String("R1"))));
+    QVERIFY(m_client->metaObject()
+                ->method(offset + 196)
+                .invoke(m_client.data(), Q_ARG(QString, QLatin1String("R1"))));
     QCOMPARE(onlyCall(), QByteArray("/ local.IHNIPCSUPPLYD.supplyRibbonColorName si ('R1', 1)"));
     QVERIFY(m_client->metaObject()->method(offset + 157).invoke(m_client.data()));
     QCOMPARE(onlyCall(), QByteArray("/ local.IHNIPCSUPPLYD.supplySKUCached s ('',)"));
@@ -364,10 +349,11 @@ void tst_ClientMethods::defaultPrinterNameIsSentAsEmptyText()
 
 void tst_ClientMethods::informationBySkusSendsTheListInTheMiddle()
 {
-    m_client->supplyInformationBySKUs(QLatin1String("S1"), QStringList() << QLatin1String("R1")
-                                                                         << QLatin1String("R2"));
-    QCOMPARE(onlyCall(), QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
-                                    "('S1', ['R1', 'R2'], '')"));
+    m_client->supplyInformationBySKUs(QLatin1String("S1"),
+                                      QStringList() << QLatin1String("R1") << QLatin1String("R2"));
+    QCOMPARE(onlyCall(),
+             QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
+                        "('S1', ['R1', 'R2'], '')"));
 }
 
 void tst_ClientMethods::emptySkuIsSent()

@@ -24,10 +24,7 @@ private Q_SLOTS:
     void nothingIsEmitted();
 };
 
-void tst_ClientWithoutBus::initTestCase()
-{
-    QVERIFY(!QDBusConnection::systemBus().isConnected());
-}
+void tst_ClientWithoutBus::initTestCase() { QVERIFY(!QDBusConnection::systemBus().isConnected()); }
 
 void tst_ClientWithoutBus::everyMethodGivesTheEmptyValue_data()
 {
@@ -45,7 +42,8 @@ void tst_ClientWithoutBus::everyMethodGivesTheEmptyValue()
     const QVariantList arguments = values(argumentSamples(slot.signature, 1));
     const QVariant result = clientCalls[row].invoke(client, arguments);
     const bool answersNothing = QByteArray(slot.result).isEmpty();
-    QVERIFY(sameOnFailure(result, answersNothing ? QVariant() : samplesOf(slot.result).first().value));
+    QVERIFY(
+        sameOnFailure(result, answersNothing ? QVariant() : samplesOf(slot.result).first().value));
 }
 
 void tst_ClientWithoutBus::propertiesReadAsEmpty()

@@ -109,8 +109,9 @@ void tst_ConnectionManager::withoutDaemonsAllLookupsAreNullUntilOneStarts()
 void tst_ConnectionManager::proxiesOfPresentDaemonsExistAfterConstruction_data()
 {
     QTest::addColumn<int>("present");
-    const char *const names[] = { "none",    "ioexpd",           "m4",             "ioexpd and m4",
-                                  "supplyd", "ioexpd and supplyd", "m4 and supplyd", "all" };
+    const char *const names[] = { "none",           "ioexpd",  "m4",
+                                  "ioexpd and m4",  "supplyd", "ioexpd and supplyd",
+                                  "m4 and supplyd", "all" };
     for (int present = 0; present < 8; ++present) {
         QTest::newRow(names[present]) << present;
     }
@@ -130,10 +131,7 @@ void tst_ConnectionManager::proxiesOfPresentDaemonsExistAfterConstruction()
     }
 }
 
-void tst_ConnectionManager::proxyAddressesItsDaemon_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::proxyAddressesItsDaemon_data() { addServers(); }
 
 void tst_ConnectionManager::proxyAddressesItsDaemon()
 {
@@ -142,14 +140,10 @@ void tst_ConnectionManager::proxyAddressesItsDaemon()
     QCOMPARE(proxy(server)->service(), QString::fromLatin1(daemon.busName));
     QCOMPARE(proxy(server)->path(), QString::fromLatin1("/"));
     QCOMPARE(proxy(server)->interface(), QString::fromLatin1(daemon.interface));
-    QCOMPARE(proxy(server)->connection().baseService(),
-             QDBusConnection::systemBus().baseService());
+    QCOMPARE(proxy(server)->connection().baseService(), QDBusConnection::systemBus().baseService());
 }
 
-void tst_ConnectionManager::restartGivesANewProxy_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::restartGivesANewProxy_data() { addServers(); }
 
 void tst_ConnectionManager::restartGivesANewProxy()
 {
@@ -166,9 +160,11 @@ void tst_ConnectionManager::restartGivesANewProxy()
 void tst_ConnectionManager::otherNamesChangeNothing_data()
 {
     QTest::addColumn<QByteArray>("name");
+    // clang-format off
     const char *const names[] = { "org.hnipc.M4", "ORG.HNIPC.IOEXPD", "Org.Hnipc.Supplyd",
                                   "org.hnipc.m4 ", "org.hnipc.m", "org.hnipc.m44", "org.hnipc",
                                   ".m4", "local.IHNIPCM4", "M4", "" };
+    // clang-format on
     for (const char *const name : names) {
         QTest::newRow(name) << QByteArray(name);
     }
@@ -199,10 +195,7 @@ void tst_ConnectionManager::otherServerTypesHaveNoProxy()
     QVERIFY(!proxy(2147483647));
 }
 
-void tst_ConnectionManager::unregistrationDeletesTheProxyAtOnce_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::unregistrationDeletesTheProxyAtOnce_data() { addServers(); }
 
 void tst_ConnectionManager::unregistrationDeletesTheProxyAtOnce()
 {
@@ -218,10 +211,7 @@ void tst_ConnectionManager::unregistrationDeletesTheProxyAtOnce()
     QVERIFY(!proxy(server));
 }
 
-void tst_ConnectionManager::registrationOfAnAbsentDaemonLeavesNoProxy_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::registrationOfAnAbsentDaemonLeavesNoProxy_data() { addServers(); }
 
 void tst_ConnectionManager::registrationOfAnAbsentDaemonLeavesNoProxy()
 {
@@ -231,10 +221,7 @@ void tst_ConnectionManager::registrationOfAnAbsentDaemonLeavesNoProxy()
     QVERIFY(!proxy(server));
 }
 
-void tst_ConnectionManager::secondRegistrationLeavesTheFirstProxyUndeleted_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::secondRegistrationLeavesTheFirstProxyUndeleted_data() { addServers(); }
 
 void tst_ConnectionManager::secondRegistrationLeavesTheFirstProxyUndeleted()
 {
@@ -263,10 +250,7 @@ void tst_ConnectionManager::changeOfOwnerKeepsTheProxy()
     QVERIFY(kept && proxy(Expected::M4) == kept);
 }
 
-void tst_ConnectionManager::createAndDeleteConcernTheirDaemonOnly_data()
-{
-    addServers();
-}
+void tst_ConnectionManager::createAndDeleteConcernTheirDaemonOnly_data() { addServers(); }
 
 void tst_ConnectionManager::createAndDeleteConcernTheirDaemonOnly()
 {

@@ -43,22 +43,27 @@ const Deliberate clientMethods[] = {
     { "SUPPLYD: method supplyRibbon1RGBs: () -> as in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyRibbon2RGBs: () -> as in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyInformation: () -> (sasdisdisisisdiayddiiiddddasavavavavav) "
-      "as SupplyInformation in the client, not in the XML", defaulted },
+      "as SupplyInformation in the client, not in the XML",
+      defaulted },
     { "SUPPLYD: method supplyInformationBySKUs: (supplySku s, ribbonSkus as) -> "
       "(sasdisdisisisdiayddiiiddddasavavavavav) as SupplyInformation in the client, "
-      "not in the XML", defaulted },
+      "not in the XML",
+      defaulted },
     { "SUPPLYD: method supplyMaterialName: (sku s) -> s in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyFormatName: (sku s) -> s in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyColorRGB: (sku s) -> i in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyColorName: (sku s) -> s in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyWidth: (sku s) -> d in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyNonContinuousLength: (sku s) -> d "
-      "in the client, not in the XML", defaulted },
+      "in the client, not in the XML",
+      defaulted },
     { "SUPPLYD: method supplyTypeIndex: (sku s) -> i in the client, not in the XML", defaulted },
     { "SUPPLYD: method supplyRibbonColorName: (ribbonSku s) -> s "
-      "in the client, not in the XML", defaulted },
+      "in the client, not in the XML",
+      defaulted },
     { "SUPPLYD: method supplyRibbonColorRGB: (ribbonSku s) -> i "
-      "in the client, not in the XML", defaulted },
+      "in the client, not in the XML",
+      defaulted },
 };
 
 const Deliberate clientSignals[] = {
@@ -93,13 +98,13 @@ Lines ofServer(int server, Lines lines)
     return lines;
 }
 
-#define VERIFY_AGREEMENT(found, deliberate) \
-    do { \
-        const Lines verifiedLines = unexpected(found, deliberate); \
-        for (const QByteArray &line : verifiedLines) { \
-            qWarning("%s", line.constData()); \
-        } \
-        QVERIFY2(verifiedLines.isEmpty(), verifiedLines.value(0).constData()); \
+#define VERIFY_AGREEMENT(found, deliberate)                                                        \
+    do {                                                                                           \
+        const Lines verifiedLines = unexpected(found, deliberate);                                 \
+        for (const QByteArray &line : verifiedLines) {                                             \
+            qWarning("%s", line.constData());                                                      \
+        }                                                                                          \
+        QVERIFY2(verifiedLines.isEmpty(), verifiedLines.value(0).constData());                     \
     } while (false)
 
 const QMetaObject *const serverClasses[ServerCount] = {
@@ -153,8 +158,8 @@ Members withoutNames(Members members)
 QByteArray sampleOf(const QByteArray &type)
 {
     static const char *const samples[][2] = {
-        { "b", "true" }, { "i", "7" }, { "u", "uint32 8" }, { "t", "uint64 9" }, { "d", "1.5" },
-        { "s", "'text'" }, { "as", "['one', 'two']" },
+        { "b", "true" }, { "i", "7" },      { "u", "uint32 8" },        { "t", "uint64 9" },
+        { "d", "1.5" },  { "s", "'text'" }, { "as", "['one', 'two']" },
     };
     for (const auto &row : samples) {
         if (type == row[0]) {
@@ -206,8 +211,9 @@ public:
     bool isReady()
     {
         return waitUntil([this]() {
-            return m_process.canReadLine() || m_process.state() == QProcess::NotRunning;
-        }) && m_process.readLine() == "ready\n";
+                   return m_process.canReadLine() || m_process.state() == QProcess::NotRunning;
+               })
+            && m_process.readLine() == "ready\n";
     }
 
 private:
@@ -269,8 +275,8 @@ void tst_Contract::descriptionIsComplete()
         if (member.resultName != (member.result.isEmpty() ? "" : "result")) {
             lines.append(subject + "calls its result \"" + member.resultName + '"');
         }
-        if (member.kind == "signal" && !member.name.startsWith(identities[server].tag
-                                                               + QByteArray("_"))) {
+        if (member.kind == "signal"
+            && !member.name.startsWith(identities[server].tag + QByteArray("_"))) {
             lines.append(subject + "lacks the daemon's tag");
         }
     }
@@ -328,11 +334,11 @@ void tst_Contract::liveObject()
     const QMap<QByteArray, Members> interfaces = interfacesIn(text);
 
     // Beside the contract, an object has what Qt gives to every object.
-    QCOMPARE(QList<QByteArray>(interfaces.keys()),
-             QList<QByteArray>() << identities[server].interface
-                                 << "org.freedesktop.DBus.Introspectable"
-                                 << "org.freedesktop.DBus.Peer"
-                                 << "org.freedesktop.DBus.Properties");
+    QCOMPARE(
+        QList<QByteArray>(interfaces.keys()),
+        QList<QByteArray>() << identities[server].interface << "org.freedesktop.DBus.Introspectable"
+                            << "org.freedesktop.DBus.Peer"
+                            << "org.freedesktop.DBus.Properties");
     // Signals are no part of it: they are sent without being declared to Qt.
     const Side xml = { "the XML", methodsAmong(described(server)) };
     const Side object = { "the live object", interfaces.value(identities[server].interface) };
@@ -538,40 +544,34 @@ void tst_Contract::disagreementIsNamed_data()
     QTest::newRow("name of an argument")
         << QByteArray("'n' type") << QByteArray("'m' type")
         << QByteArray("method feed: (n u) -> b in one, (m u) -> b in other");
-    QTest::newRow("result")
-        << QByteArray("type='b' direction='out'") << QByteArray("type='i' direction='out'")
-        << QByteArray("method feed: (n u) -> b in one, (n u) -> i in other");
-    QTest::newRow("no result")
-        << QByteArray("<arg type='b' direction='out'/>") << QByteArray()
-        << QByteArray("method feed: (n u) -> b in one, (n u) in other");
+    QTest::newRow("result") << QByteArray("type='b' direction='out'")
+                            << QByteArray("type='i' direction='out'")
+                            << QByteArray("method feed: (n u) -> b in one, (n u) -> i in other");
+    QTest::newRow("no result") << QByteArray("<arg type='b' direction='out'/>") << QByteArray()
+                               << QByteArray("method feed: (n u) -> b in one, (n u) in other");
     QTest::newRow("further argument")
         << QByteArray("<arg type='b'")
         << QByteArray("<arg name='x' type='s' direction='in'/><arg type='b'")
         << QByteArray("method feed: (n u) -> b in one, (n u, x s) -> b in other");
-    QTest::newRow("method less")
-        << QByteArray("<method name='stop'/>") << QByteArray()
-        << QByteArray("method stop: () in one, not in other");
-    QTest::newRow("method more")
-        << QByteArray("<method name='stop'/>")
-        << QByteArray("<method name='stop'/><method name='go'/>")
-        << QByteArray("method go: () in other, not in one");
-    QTest::newRow("overload less")
-        << QByteArray("<method name='say'/>") << QByteArray()
-        << QByteArray("method say: () in one, not in other");
-    QTest::newRow("overload more")
-        << QByteArray("<method name='stop'/>")
-        << QByteArray("<method name='stop'/><method name='stop'>"
-                      "<arg name='n' type='u' direction='in'/></method>")
-        << QByteArray("method stop: (n u) in other, not in one");
+    QTest::newRow("method less") << QByteArray("<method name='stop'/>") << QByteArray()
+                                 << QByteArray("method stop: () in one, not in other");
+    QTest::newRow("method more") << QByteArray("<method name='stop'/>")
+                                 << QByteArray("<method name='stop'/><method name='go'/>")
+                                 << QByteArray("method go: () in other, not in one");
+    QTest::newRow("overload less") << QByteArray("<method name='say'/>") << QByteArray()
+                                   << QByteArray("method say: () in one, not in other");
+    QTest::newRow("overload more") << QByteArray("<method name='stop'/>")
+                                   << QByteArray("<method name='stop'/><method name='stop'>"
+                                                 "<arg name='n' type='u' direction='in'/></method>")
+                                   << QByteArray("method stop: (n u) in other, not in one");
     QTest::newRow("another name")
         << QByteArray("'stop'") << QByteArray("'Stop'")
         << QByteArray("method stop: () in one, not in other\nmethod Stop: () in other, not in one");
     QTest::newRow("signal as a method")
         << QByteArray("<signal name='Said'/>") << QByteArray("<method name='Said'/>")
         << QByteArray("signal Said: () in one, not in other\nmethod Said: () in other, not in one");
-    QTest::newRow("type of a signal")
-        << QByteArray("'v' type='t'") << QByteArray("'v' type='u'")
-        << QByteArray("signal Fed: (v t) in one, (v u) in other");
+    QTest::newRow("type of a signal") << QByteArray("'v' type='t'") << QByteArray("'v' type='u'")
+                                      << QByteArray("signal Fed: (v t) in one, (v u) in other");
     QTest::newRow("class of a result")
         << QByteArray("'Record'") << QByteArray("'Table'")
         << QByteArray("method look: () -> a{sv} as Record in one, () -> a{sv} as Table in other");

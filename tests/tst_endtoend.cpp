@@ -122,14 +122,15 @@ void tst_EndToEnd::printEngine()
     const QString number = QString::fromLatin1("1 2 18446744073709551615");
     const QString text = QString::fromUtf8("1 2 \"\xc3\xa4\"");
     const QString received = QString::fromLatin1("1 2 ok");
-    QCOMPARE(recorder.take(), QList<QByteArray>()
-             << emission("M4Dac0(uint)", QVariantList() << 4294967295u)
-             << emission("Error(int)", QVariantList() << -3)
-             << emission("M4UserSetting(int,int)", QVariantList() << 5 << -3)
-             << emission("M4MessageSent(QString)", QVariantList() << number)
-             << emission("M4MessageReceived(QString)", QVariantList() << received)
-             << emission("M4MessageSent(QString)", QVariantList() << text)
-             << emission("M4MessageReceived(QString)", QVariantList() << received));
+    QCOMPARE(
+        recorder.take(),
+        QList<QByteArray>() << emission("M4Dac0(uint)", QVariantList() << 4294967295u)
+                            << emission("Error(int)", QVariantList() << -3)
+                            << emission("M4UserSetting(int,int)", QVariantList() << 5 << -3)
+                            << emission("M4MessageSent(QString)", QVariantList() << number)
+                            << emission("M4MessageReceived(QString)", QVariantList() << received)
+                            << emission("M4MessageSent(QString)", QVariantList() << text)
+                            << emission("M4MessageReceived(QString)", QVariantList() << received));
     QVERIFY(daemon.stop());
 }
 
@@ -139,8 +140,8 @@ void tst_EndToEnd::supplies()
     QVERIFY(daemon.start());
     HNIPC client(0);
     const QString supply = QLatin1String("S-100-WHITE");
-    const QStringList ribbons = QStringList() << QLatin1String("R-110-CMY")
-                                              << QLatin1String("R-60-BLACK");
+    const QStringList ribbons = QStringList()
+        << QLatin1String("R-110-CMY") << QLatin1String("R-60-BLACK");
     QCOMPARE(client.supplySKUCached(), supply);
     QCOMPARE(client.supplyRibbonSKUsCached(), ribbons);
     QCOMPARE(client.supplyWidth(supply), 100.0);
@@ -175,9 +176,9 @@ void tst_EndToEnd::daemonsComeAndGo()
         QCOMPARE(client.supplySupplyPercent(), 81.5);
         client.printerSoftCancel();
         QVERIFY(m_fence.pass());
-        QCOMPARE(recorder.take(), QList<QByteArray>()
-                 << emission("Alert(int)", QVariantList() << round + 1)
-                 << emission("CancelButton()"));
+        QCOMPARE(recorder.take(),
+                 QList<QByteArray>() << emission("Alert(int)", QVariantList() << round + 1)
+                                     << emission("CancelButton()"));
 
         QVERIFY(ioexpd.stop() && m4.crash() && supplyd.stop());
         QVERIFY(m_fence.pass());

@@ -283,9 +283,11 @@ void tst_Events::furtherArgumentsAreLeftOut()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
-    const char *const further[] = { "42", "'text'", "(true, 'x')", "@a{sv} {}", "{'a': <1>}",
-                                    "<(1, 2)>", "[(1, 'a'), (2, 'b')]", "@aai []", "@ax [1]",
-                                    "[<1>, <'a'>]", "{1: {2: [<3>]}}" };
+    const char *const further[] = {
+        "42",         "'text'",       "(true, 'x')",          "@a{sv} {}",
+        "{'a': <1>}", "<(1, 2)>",     "[(1, 'a'), (2, 'b')]", "@aai []",
+        "@ax [1]",    "[<1>, <'a'>]", "{1: {2: [<3>]}}"
+    };
     Lines expected;
     Lines all;
     for (const char *const one : further) {
@@ -311,6 +313,7 @@ void tst_Events::misfitIsNotRelayed()
         const QList<Sample> swapped = QList<Sample>() << fitting.at(1) << fitting.at(0);
         QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(swapped)));
     }
+    // clang-format off
     const struct { const char *type; const char *wire; } others[] = {
         { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
         { "qulonglong", "uint64 42" }, { "double", "42.5" }, { "QString", "'42'" },
@@ -325,6 +328,7 @@ void tst_Events::misfitIsNotRelayed()
         { "", "@av []" },          { "", "<<'42'>>" },     { "", "<(1, 2)>" },
         { "", "('42', ['42'])" },
     };
+    // clang-format on
     const int tried = sizeof others / sizeof others[0] - 1;
     int misfits = 0;
     for (int position = 0; position < fitting.size(); ++position) {
@@ -352,8 +356,8 @@ void tst_Events::foreignAddressIsNotRelayed()
     const QByteArray member = row.member;
     const QByteArray body = wireBody(argumentSamples(row.signature, 1));
     // All of them come to this process, whatever it subscribed to.
-    const QByteArray destinations[]
-        = { QByteArray(), QDBusConnection::systemBus().baseService().toLatin1() };
+    const QByteArray destinations[] = { QByteArray(),
+                                        QDBusConnection::systemBus().baseService().toLatin1() };
 
     for (const QByteArray &destination : destinations) {
         QVERIFY(daemon.emitSignal("/a", interface, member, body, destination));
@@ -462,11 +466,13 @@ void tst_Events::orderIsThatOfTheBus()
 {
     WirePeer witness;
     QVERIFY(witness.listen("type='signal',path='/'"));
+    // clang-format off
     const struct { int server; const char *member; const char *signal; } streams[] = {
         { IOEXPD, "IOEXPD_HelpButton", "HelpButton()" },
         { M4, "M4_M4UserSetting", "M4UserSetting(int,qint32)" },
         { SUPPLYD, "SUPPLYD_SupplyRGBChanged", "SupplyRGBChanged(QString)" },
     };
+    // clang-format on
     const int each = 200;
     std::thread threads[ServerCount];
     for (int server = 0; server < ServerCount; ++server) {
@@ -476,8 +482,8 @@ void tst_Events::orderIsThatOfTheBus()
             for (int i = 0; i < each; ++i) {
                 const QByteArray number = QByteArray::number(i);
                 const QByteArray body = server == IOEXPD ? QByteArray("()")
-                    : server == M4 ? '(' + number + ", " + number + ')'
-                                   : "('" + number + "',)";
+                    : server == M4                       ? '(' + number + ", " + number + ')'
+                                                         : "('" + number + "',)";
                 daemon->emitSignal("/", identities[server].interface, member, body);
             }
         });
@@ -498,7 +504,7 @@ void tst_Events::orderIsThatOfTheBus()
             if (message.member == streams[server].member) {
                 const int number = numbers[server]++;
                 const QVariantList values = server == IOEXPD ? QVariantList()
-                    : server == M4 ? QVariantList() << number << number
+                    : server == M4                           ? QVariantList() << number << number
                                    : QVariantList() << QString::number(number);
                 expected += relayed(streams[server].signal, values);
             }
@@ -626,7 +632,7 @@ void tst_Events::destroyedInItsSlot_data()
     QTest::addColumn<int>("emissions");
     QTest::newRow("listeningChanged") << QByteArray(SIGNAL(listeningChanged(bool))) << 1;
     QTest::newRow("its own signal") << QByteArray(SIGNAL(M4Dac0(quint32))) << 2;
-    QTest::newRow("received") << QByteArray(SIGNAL(received(QString,QVariantList))) << 3;
+    QTest::newRow("received") << QByteArray(SIGNAL(received(QString, QVariantList))) << 3;
 }
 
 void tst_Events::destroyedInItsSlot()
@@ -715,8 +721,8 @@ void tst_Events::eventLoopInASlotAndDestroyed()
     }
     QVERIFY(waitUntil([&]() { return heard == 3; }));
     emitted();
-    QCOMPARE(recorder.take(), relayedNumber(0).mid(0, 1) + relayedNumber(1).mid(0, 1)
-                                  + relayedNumber(2).mid(0, 1));
+    QCOMPARE(recorder.take(),
+             relayedNumber(0).mid(0, 1) + relayedNumber(1).mid(0, 1) + relayedNumber(2).mid(0, 1));
 }
 
 HNIPC_TEST_MAIN(tst_Events)

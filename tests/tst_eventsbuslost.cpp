@@ -57,8 +57,9 @@ void tst_EventsBusLost::everyObjectIsToldOnce()
         QVERIFY(outcomeOfSending(request).startsWith("NotSent"));
     }
     for (const auto &recorder : recorders) {
-        QCOMPARE(recorder->take(), Lines() << listeningChangedTo(true) << relayedNumber(3)
-                                           << listeningChangedTo(false));
+        QCOMPARE(recorder->take(),
+                 Lines() << listeningChangedTo(true) << relayedNumber(3)
+                         << listeningChangedTo(false));
     }
     for (int i = 0; i < 10; ++i) {
         QVERIFY(!later[i]->isListening());

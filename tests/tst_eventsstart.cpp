@@ -51,7 +51,8 @@ private:
 
 static QByteArray signalRule(int server)
 {
-    return QByteArray("\"type='signal',path='/',interface='") + identities[server].interface + "'\"";
+    return QByteArray("\"type='signal',path='/',interface='")
+        + identities[server].interface + "'\"";
 }
 
 static QByteArray ownerRule(int server)
@@ -123,10 +124,7 @@ void tst_EventsStart::releaseNames()
     m_monitor.clear();
 }
 
-void tst_EventsStart::initTestCase()
-{
-    ownNames();
-}
+void tst_EventsStart::initTestCase() { ownNames(); }
 
 // Also puts behind what makeRequestsLeave() itself makes the library send, which is once.
 void tst_EventsStart::cleanup()
@@ -360,8 +358,8 @@ void tst_EventsStart::hungDaemonDelaysNothing()
     mutex.unlock();
     QCOMPARE(introspections, 0);
     QVERIFY(m_daemons[M4].calls().isEmpty());
-    QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true)
-                                      << relayed("HelpButton()", QVariantList()));
+    QCOMPARE(recorder.take(),
+             Lines() << listeningChangedTo(true) << relayed("HelpButton()", QVariantList()));
 }
 
 HNIPC_TEST_MAIN(tst_EventsStart)

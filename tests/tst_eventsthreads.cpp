@@ -36,10 +36,7 @@ class Traveller : public QObject
 
 public:
     Traveller(HNIPCEvents *events, const QList<QThread *> &threads, int every)
-        : QObject(events)
-        , m_threads(threads)
-        , m_every(every)
-        , m_isInPlace(true)
+        : QObject(events), m_threads(threads), m_every(every), m_isInPlace(true)
     {
         connect(events, SIGNAL(M4Dac0(quint32)), SLOT(onNumber(quint32)), Qt::DirectConnection);
     }
@@ -121,15 +118,9 @@ private:
     QScopedPointer<AsyncDaemons> m_daemons;
 };
 
-void tst_EventsThreads::initTestCase()
-{
-    m_daemons.reset(new AsyncDaemons);
-}
+void tst_EventsThreads::initTestCase() { m_daemons.reset(new AsyncDaemons); }
 
-void tst_EventsThreads::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_EventsThreads::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_EventsThreads::movesWhileEventsFlow_data()
 {

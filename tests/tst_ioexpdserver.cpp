@@ -55,9 +55,8 @@ class tst_IoexpdServer : public ServerInterfaceTest
 public:
     tst_IoexpdServer()
         : ServerInterfaceTest(Expected::IOEXPD, IHNIPCIOEXPD::staticMetaObject,
-                              Expected::ioexpdSlots, Expected::ioexpdPulses)
-        , m_presses(0)
-        , m_pressesWithValue(0)
+                              Expected::ioexpdSlots, Expected::ioexpdPulses),
+          m_presses(0), m_pressesWithValue(0)
     {
     }
 
@@ -92,8 +91,7 @@ void tst_IoexpdServer::cannotBeConstructedWithoutItsThreeOperations()
 void tst_IoexpdServer::virtualOperationsStandInTheOrderOfTheSlots()
 {
     QCOMPARE(virtualIndexes(&IHNIPCIOEXPD::enableAudioAmp, &IHNIPCIOEXPD::enableBacklight,
-                            &IHNIPCIOEXPD::printerSoftCancel,
-                            &WithOneMore<IHNIPCIOEXPD>::oneMore),
+                            &IHNIPCIOEXPD::printerSoftCancel, &WithOneMore<IHNIPCIOEXPD>::oneMore),
              virtualIndexesAfterQObject(4));
 }
 

@@ -122,6 +122,7 @@ typedef IHNIPCM4 M4;
 static_assert(!std::is_convertible<QObject *, const M4Recorder &>::value, "not explicit");
 
 // Daemons call the pulse operations with just these types.
+// clang-format off
 static_assert(areOfType<bool (M4::*)()>(
     &M4::pulseM4Tph2FaultSignal, &M4::pulseM4Tph1FaultSignal, &M4::pulseM4PrintDoneSignal), "");
 static_assert(areOfType<bool (M4::*)(const int &, const qint32 &)>(
@@ -150,6 +151,7 @@ static_assert(areOfType<bool (M4::*)(const quint32 &)>(
 static_assert(areOfType<bool (M4::*)(const bool &)>(
     &M4::pulseM4SupplyLatchSignal, &M4::pulseM4PrinterLidSignal, &M4::pulseM4CutterHomeSignal,
     &M4::pulseM4CutterCoverSignal), "");
+// clang-format on
 
 } // namespace
 
@@ -185,7 +187,8 @@ void tst_M4Server::virtualOperationsStandInTheOrderOfTheSlots()
     QVERIFY(std::is_abstract<IHNIPCM4>::value);
     bool (M4::*const number)(int, int, quint64) = &M4::sendMCCMessage;
     bool (M4::*const text)(int, int, QString) = &M4::sendMCCMessage;
-    QCOMPARE(virtualIndexes(
+    QCOMPARE(
+        virtualIndexes(
             &M4::getError, &M4::getAlert, &M4::emitError, &M4::emitAlert, &M4::getPrinterStatus,
             &M4::resetCutter, &M4::resetPrinter, &M4::cycleCutter, &M4::calibrateSupply,
             &M4::setDac, &M4::setClearTailRibbon1, &M4::setClearTailRibbon2, &M4::setSupplySensor,
@@ -207,8 +210,7 @@ void tst_M4Server::virtualOperationsStandInTheOrderOfTheSlots()
             &M4::reqRibbon2Verify, &M4::reqRibbon1Mileage, &M4::reqRibbon2Mileage,
             &M4::reqSupplyMileage, &M4::tph1Therm, &M4::tph2Therm, &M4::tph1HeatIndexOffset,
             &M4::tph2HeatIndexOffset, &M4::tach1Tension, &M4::tach2Tension, &M4::tach3Tension,
-            &M4::tach4Tension,
-            &WithOneMore<M4>::oneMore),
+            &M4::tach4Tension, &WithOneMore<M4>::oneMore),
         virtualIndexesAfterQObject(89 + 1));
 }
 
@@ -216,24 +218,27 @@ void tst_M4Server::messageWithoutValueHasTheValueZero()
 {
     recorder()->nextAnswer = true;
     QCOMPARE(call("sendMCCMessage", "(7, -8)").body, QByteArray("(true,)"));
-    QCOMPARE(recorder()->calls, QList<QByteArray>() << callText(
-        "sendMCCMessage", QVariantList() << 7 << -8 << Q_UINT64_C(0)));
+    QCOMPARE(recorder()->calls,
+             QList<QByteArray>() << callText("sendMCCMessage",
+                                             QVariantList() << 7 << -8 << Q_UINT64_C(0)));
 }
 
 void tst_M4Server::messageWithNumber()
 {
     recorder()->nextAnswer = true;
     QCOMPARE(call("sendMCCMessage", "(7, -8, uint64 9000000000)").body, QByteArray("(true,)"));
-    QCOMPARE(recorder()->calls, QList<QByteArray>() << callText(
-        "sendMCCMessage", QVariantList() << 7 << -8 << Q_UINT64_C(9000000000)));
+    QCOMPARE(recorder()->calls,
+             QList<QByteArray>() << callText("sendMCCMessage",
+                                             QVariantList() << 7 << -8 << Q_UINT64_C(9000000000)));
 }
 
 void tst_M4Server::messageWithText()
 {
     recorder()->nextAnswer = true;
     QCOMPARE(call("sendMCCMessage", "(7, -8, '9')").body, QByteArray("(true,)"));
-    QCOMPARE(recorder()->calls, QList<QByteArray>() << callText(
-        "sendMCCMessage", QVariantList() << 7 << -8 << QString(QLatin1Char('9'))));
+    QCOMPARE(recorder()->calls,
+             QList<QByteArray>() << callText(
+                 "sendMCCMessage", QVariantList() << 7 << -8 << QString(QLatin1Char('9'))));
 }
 
 void tst_M4Server::remoteLidPulseIsBroadcastAndAnswered()

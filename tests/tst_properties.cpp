@@ -19,8 +19,8 @@ struct Property
     const char *type;
     Server server;
     const char *method;
-    const char *call;       // what a read sends: D-Bus types and body
-    const char *signal;     // the daemon's signal that has it read again
+    const char *call;   // what a read sends: D-Bus types and body
+    const char *signal; // the daemon's signal that has it read again
     const char *body;
     const char *emission;
 };
@@ -34,8 +34,8 @@ const Property properties[] = {
       "SUPPLYD_Ribbon1PercentChanged", "(1.5,)", "Ribbon1PercentChanged(double)" },
     { "qmlRibbonColorRGBs", "QStringList", SUPPLYD, "supplyRibbon1RGBs", "s ('',)",
       "SUPPLYD_Ribbon1RGBsChanged", "(['x'],)", "Ribbon1RGBsChanged(QStringList)" },
-    { "qmlSupplySKU", "QString", SUPPLYD, "supplySKUCached", "s ('',)",
-      "SUPPLYD_SupplyChanged", "('sku', 'printer')", "SupplyChanged(QString,QString)" },
+    { "qmlSupplySKU", "QString", SUPPLYD, "supplySKUCached", "s ('',)", "SUPPLYD_SupplyChanged",
+      "('sku', 'printer')", "SupplyChanged(QString,QString)" },
     { "qmlPrintEngineErrorCode", "int", M4, "getError", " ()", "M4_Error", "(99,)", "Error(int)" },
     { "qmlPrintEngineAlertCode", "int", M4, "getAlert", " ()", "M4_Alert", "(99,)", "Alert(int)" },
     { "qmlBatteryStatus", "int", M4, "getBatteryStatus", " ()", "M4_M4BatteryUpdate", "(99,)",
@@ -104,15 +104,9 @@ void tst_Properties::cleanupTestCase()
     m_daemons.reset();
 }
 
-void tst_Properties::init()
-{
-    m_daemons->takeCalls();
-}
+void tst_Properties::init() { m_daemons->takeCalls(); }
 
-void tst_Properties::eachReadIsOneCall_data()
-{
-    addProperties();
-}
+void tst_Properties::eachReadIsOneCall_data() { addProperties(); }
 
 void tst_Properties::eachReadIsOneCall()
 {
@@ -131,10 +125,7 @@ void tst_Properties::eachReadIsOneCall()
     }
 }
 
-void tst_Properties::absentOrFailingDaemonReadsAsEmpty_data()
-{
-    addProperties();
-}
+void tst_Properties::absentOrFailingDaemonReadsAsEmpty_data() { addProperties(); }
 
 void tst_Properties::absentOrFailingDaemonReadsAsEmpty()
 {
@@ -151,10 +142,7 @@ void tst_Properties::absentOrFailingDaemonReadsAsEmpty()
     QVERIFY(same(m_client->property(property.name), samplesOf(property.type).at(1).value));
 }
 
-void tst_Properties::writeIsRefused_data()
-{
-    addProperties();
-}
+void tst_Properties::writeIsRefused_data() { addProperties(); }
 
 void tst_Properties::writeIsRefused()
 {
@@ -168,10 +156,7 @@ void tst_Properties::writeIsRefused()
     QVERIFY(recorder.take().isEmpty());
 }
 
-void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon_data()
-{
-    addProperties();
-}
+void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon_data() { addProperties(); }
 
 void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon()
 {
@@ -203,8 +188,9 @@ void tst_Properties::secondRibbonNotifiesNoProperty()
     SignalRecorder recorder(m_client.data());
     QVERIFY(m_daemons->emitSignal(SUPPLYD, "SUPPLYD_Ribbon2PercentChanged", "(1.5,)"));
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), QList<QByteArray>() << emission("Ribbon2PercentChanged(double)",
-                                                              QVariantList() << 1.5));
+    QCOMPARE(
+        recorder.take(),
+        QList<QByteArray>() << emission("Ribbon2PercentChanged(double)", QVariantList() << 1.5));
     for (int index = 0; index < propertyCount; ++index) {
         QVERIFY(signatureOf(metaProperty(index).notifySignal()) != "Ribbon2PercentChanged(double)");
     }

@@ -29,13 +29,13 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-#define VERIFY_SHOWS(reading, expected) \
+#define VERIFY_SHOWS(reading, expected)                                                            \
     QCOMPARE(awaited(reading, QByteArray(expected)), QByteArray(expected))
 
 namespace {
 
-const char absent[] =
-    "unknown DaemonAbsent org.freedesktop.DBus.Error.ServiceUnknown: org.hnipc.m4 is not on the bus";
+const char absent[] = "unknown DaemonAbsent org.freedesktop.DBus.Error.ServiceUnknown: "
+                      "org.hnipc.m4 is not on the bus";
 
 QStringList names(const char *first, const char *second = nullptr)
 {
@@ -50,10 +50,7 @@ QStringList names(const char *first, const char *second = nullptr)
 class Worker : public QThread
 {
 public:
-    Worker()
-    {
-        start();
-    }
+    Worker() { start(); }
 
     ~Worker()
     {
@@ -90,10 +87,7 @@ protected:
 private:
     struct Task : QObject
     {
-        explicit Task(const std::function<void()> &itsFunction)
-            : function(itsFunction)
-        {
-        }
+        explicit Task(const std::function<void()> &itsFunction) : function(itsFunction) {}
         // Destroyed by the event loop of its thread.
         ~Task() { function(); }
 
@@ -105,10 +99,7 @@ private:
 class HastyThread : public QThread
 {
 public:
-    explicit HastyThread(bool turns)
-        : m_turns(turns)
-    {
-    }
+    explicit HastyThread(bool turns) : m_turns(turns) {}
 
 protected:
     void run() override
@@ -274,10 +265,7 @@ void tst_Reading::initTestCase()
     (*m_daemons)[IOEXPD].answer("printerSoftCancel", "()");
 }
 
-void tst_Reading::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_Reading::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Reading::init()
 {
@@ -457,7 +445,9 @@ void tst_Reading::readsWhenTheDaemonIsRunning()
 
     m_daemons->start(M4);
     VERIFY_SHOWS(reading, "current int 7");
-    QCOMPARE(history.take(), Lines() << "unknown" << "current int 7");
+    QCOMPARE(history.take(),
+             Lines() << "unknown"
+                     << "current int 7");
     settle();
     const QList<WireMessage> calls = m4().calls();
     QCOMPARE(calls.size(), 1);
@@ -480,12 +470,18 @@ void tst_Reading::readsAgainAtItsSignals()
     m4().answer("getError", "(8,)");
     QVERIFY(emitM4("M4_Error", "(1,)"));
     VERIFY_SHOWS(reading, "current int 8");
-    QCOMPARE(history.take(), Lines() << "known int 7" << "current int 8");
+    QCOMPARE(history.take(),
+             Lines() << "known int 7"
+                     << "current int 8");
     m4().answer("getError", "(9,)");
     QVERIFY(emitM4("M4_M4PrintDone"));
     VERIFY_SHOWS(reading, "current int 9");
-    QCOMPARE(history.take(), Lines() << "known int 8" << "current int 9");
-    QCOMPARE(takeCalls(), Lines() << "getError()" << "getError()");
+    QCOMPARE(history.take(),
+             Lines() << "known int 8"
+                     << "current int 9");
+    QCOMPARE(takeCalls(),
+             Lines() << "getError()"
+                     << "getError()");
 
     // Signals of others, and what only looks like one of its own.
     QVERIFY(emitM4("M4_Alert", "(1,)"));
@@ -646,8 +642,9 @@ void tst_Reading::readBeforeTheSignalIsNotUsed()
         QVERIFY(isHeld(4 + 2 * i));
         m4().answerHeld(3 + 2 * i, '(' + QByteArray::number(3 + i) + ",)");
         VERIFY_SHOWS(*reading, "current int " + QByteArray::number(3 + i));
-        QCOMPARE(history.take(), Lines() << "known int " + QByteArray::number(2 + i)
-                                         << "current int " + QByteArray::number(3 + i));
+        QCOMPARE(history.take(),
+                 Lines() << "known int " + QByteArray::number(2 + i)
+                         << "current int " + QByteArray::number(3 + i));
     }
     QCOMPARE(takeCalls().size(), 8);
 }
@@ -786,8 +783,9 @@ void tst_Reading::valueArgument_data()
         { "list for string", "m4Version", "M4RibbonIDs", "(['a'],)", 0, "" },
     };
     for (const auto &row : rows) {
-        QTest::newRow(row.name) << QString::fromLatin1(row.method) << QString::fromLatin1(row.signal)
-                                << QByteArray(row.body) << row.index << QByteArray(row.expected);
+        QTest::newRow(row.name) << QString::fromLatin1(row.method)
+                                << QString::fromLatin1(row.signal) << QByteArray(row.body)
+                                << row.index << QByteArray(row.expected);
     }
 }
 
@@ -839,14 +837,19 @@ void tst_Reading::valueOfTheSignalIsConfirmed()
     QCOMPARE(shown(*reading), QByteArray("known int 3"));
     m4().answerHeld(2, "(3,)");
     VERIFY_SHOWS(*reading, "current int 3");
-    QCOMPARE(history.take(), Lines() << "current int 1" << "known int 2" << "known int 3"
-                                     << "current int 3");
+    QCOMPARE(history.take(),
+             Lines() << "current int 1"
+                     << "known int 2"
+                     << "known int 3"
+                     << "current int 3");
     // The read has the last word.
     QVERIFY(emitM4("M4_Alert", "(4,)"));
     QVERIFY(isHeld(4));
     m4().answerHeld(3, "(5,)");
     VERIFY_SHOWS(*reading, "current int 5");
-    QCOMPARE(history.take(), Lines() << "known int 4" << "current int 5");
+    QCOMPARE(history.take(),
+             Lines() << "known int 4"
+                     << "current int 5");
     QCOMPARE(takeCalls().size(), 4);
 }
 
@@ -867,8 +870,10 @@ void tst_Reading::valueOfTheSignalStaysIfTheConfirmationFails()
     m4().answerError("getError", "org.hnipc.Error.Busy", "no");
     QVERIFY(emitM4("M4_Error", "(8,)"));
     VERIFY_SHOWS(reading, "known int 8" + busy);
-    QCOMPARE(history.take(), Lines() << "unknown" + busy << "known int 5" + busy << "current int 6"
-                                     << "known int 8" << "known int 8" + busy);
+    QCOMPARE(history.take(),
+             Lines() << "unknown" + busy << "known int 5" + busy << "current int 6"
+                     << "known int 8"
+                     << "known int 8" + busy);
 
     // After a signal that does not say the value, it is not the daemon's value any more.
     QVERIFY(emitM4("M4_M4PrintDone"));
@@ -889,7 +894,9 @@ void tst_Reading::valueOfTheSignalStaysIfTheConfirmationFails()
     m_daemons->stop(M4);
     m_daemons->start(M4);
     VERIFY_SHOWS(reading, "unknown" + busy);
-    QCOMPARE(history.take(), Lines() << absent << "unknown" << "unknown" + busy);
+    QCOMPARE(history.take(),
+             Lines() << absent << "unknown"
+                     << "unknown" + busy);
 }
 
 // With its own property's signal, the supply's other argument says of which printer it is.
@@ -963,9 +970,8 @@ void tst_Reading::repeatsBecomeRarer()
     reading.setCall(HNIPC_METHOD(getError));
     const auto calls = [this](const QByteArray &member) {
         const QList<WireMessage> all = m4().calls();
-        return int(std::count_if(all.begin(), all.end(), [&](const WireMessage &call) {
-            return call.member == member;
-        }));
+        return int(std::count_if(all.begin(), all.end(),
+                                 [&](const WireMessage &call) { return call.member == member; }));
     };
     // Each of these takes as long as the first pause, one after the other.
     const int rounds = 8;
@@ -994,9 +1000,8 @@ void tst_Reading::repeatsStartAgain()
     m4().answerError("getAlert", "org.hnipc.Error.Busy", "no");
     const auto calls = [this](const QByteArray &member) {
         const QList<WireMessage> all = m4().calls();
-        return int(std::count_if(all.begin(), all.end(), [&](const WireMessage &call) {
-            return call.member == member;
-        }));
+        return int(std::count_if(all.begin(), all.end(),
+                                 [&](const WireMessage &call) { return call.member == member; }));
     };
     HNIPCReading reading;
     reading.setCall(HNIPC_METHOD(getError));
@@ -1110,8 +1115,9 @@ void tst_Reading::timedOutReadIsRepeated()
     HNIPCReading reading;
     reading.setCall(HNIPC_METHOD(getError));
     reading.setDeadline(50);
-    VERIFY_SHOWS(reading, "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
-                          "org.hnipc.m4 did not answer within 50 ms");
+    VERIFY_SHOWS(reading,
+                 "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
+                 "org.hnipc.m4 did not answer within 50 ms");
     QVERIFY(isHeld(2));
     m4().answer("getError", "(8,)");
     VERIFY_SHOWS(reading, "current int 8");
@@ -1129,8 +1135,9 @@ void tst_Reading::invalidDeadline()
     HNIPCReading reading;
     reading.setCall(HNIPC_METHOD(getError));
     reading.setDeadline(0);
-    VERIFY_SHOWS(reading, "unknown InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
-                          "the deadline has to be 1 ms or more, or -1, not 0");
+    VERIFY_SHOWS(reading,
+                 "unknown InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
+                 "the deadline has to be 1 ms or more, or -1, not 0");
     QCOMPARE(takeCalls(), Lines());
     reading.setDeadline(30 * 1000);
     VERIFY_SHOWS(reading, "current int 7");
@@ -1152,10 +1159,10 @@ void tst_Reading::whatCannotBeRead_data()
         << getError << QVariantList() << names("Error", "M4_Error")
         << QByteArray("InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
                       "the printer has no signal \"M4_Error\"");
-    QTest::newRow("empty signal")
-        << getError << QVariantList() << names("")
-        << QByteArray("InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
-                      "the printer has no signal \"\"");
+    QTest::newRow("empty signal") << getError << QVariantList() << names("")
+                                  << QByteArray(
+                                         "InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
+                                         "the printer has no signal \"\"");
     QTest::newRow("too many arguments")
         << getError << (QVariantList() << 1) << names("Error")
         << QByteArray("InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
@@ -1272,7 +1279,8 @@ void tst_Reading::propertyOfTheClient()
     QVERIFY(m_daemons->emitSignal(property.server, property.signal, property.body));
     QVERIFY(waitUntil([&]() { return daemon.held() == 1; }));
     QVERIFY(settle());
-    QCOMPARE(history.take(), Lines() << QByteArray("known ")
+    QCOMPARE(history.take(),
+             Lines() << QByteArray("known ")
                      + (property.known ? property.known : property.current));
     daemon.answerHeld(0, property.reply);
     VERIFY_SHOWS(reading, current);
@@ -1302,13 +1310,17 @@ void tst_Reading::propertyOfTheClientWithOtherSignals()
     m4().answer("getError", "(8,)");
     QVERIFY(emitM4("M4_Alert", "(5,)"));
     VERIFY_SHOWS(reading, "current int 8");
-    QCOMPARE(history.take(), Lines() << "known int 7" << "current int 8");
+    QCOMPARE(history.take(),
+             Lines() << "known int 7"
+                     << "current int 8");
     reading.setValueArgument(0);
     VERIFY_SHOWS(reading, "current int 8");
     history.take();
     QVERIFY(emitM4("M4_Alert", "(5,)"));
     QVERIFY(settle());
-    QCOMPARE(history.take(), Lines() << "known int 5" << "current int 8");
+    QCOMPARE(history.take(),
+             Lines() << "known int 5"
+                     << "current int 8");
 }
 
 void tst_Reading::propertyOfTheClientWithArguments()
@@ -1328,10 +1340,11 @@ void tst_Reading::setCall()
     supplyd().answer("supplyRibbonHeat", "(5,)");
     HNIPCReading reading;
     SignalRecorder recorder(&reading);
-    reading.setCall(HNIPC_METHOD(supplyRibbonHeat), QLatin1String("R"), 2, QString::fromLatin1("S"));
+    reading.setCall(HNIPC_METHOD(supplyRibbonHeat), QLatin1String("R"), 2,
+                    QString::fromLatin1("S"));
     QCOMPARE(reading.method(), QString::fromLatin1("supplyRibbonHeat"));
-    QCOMPARE(reading.arguments(), QVariantList() << QString::fromLatin1("R") << 2
-                                                 << QString::fromLatin1("S"));
+    QCOMPARE(reading.arguments(),
+             QVariantList() << QString::fromLatin1("R") << 2 << QString::fromLatin1("S"));
     QCOMPARE(recorder.take(),
              Lines() << emission("methodChanged()") << emission("argumentsChanged()"));
     VERIFY_SHOWS(reading, "current int 5");
@@ -1388,8 +1401,11 @@ void tst_Reading::everyMethod()
         QVERIFY(waitUntil([&]() { return reading.isKnown(); }));
         QVERIFY(reading.isCurrent());
         QVERIFY(same(reading.value(), result.value));
-        QCOMPARE(takeCalls(), Lines() << member + wireBody(arguments, slot.added
-                     ? QList<QByteArray>() << slot.added : QList<QByteArray>()));
+        QCOMPARE(takeCalls(),
+                 Lines() << member
+                         + wireBody(arguments,
+                                    slot.added ? QList<QByteArray>() << slot.added
+                                               : QList<QByteArray>()));
     }
 }
 
@@ -1517,7 +1533,9 @@ void tst_Reading::manyChangesCostOneRead()
     }
     VERIFY_SHOWS(reading, "current int 7");
     QCOMPARE(takeCalls(), Lines() << "getError()");
-    QCOMPARE(history.take(), Lines() << "unknown" << "current int 7");
+    QCOMPARE(history.take(),
+             Lines() << "unknown"
+                     << "current int 7");
     // And one subscription is left.
     reading.setValueArgument(-1);
     VERIFY_SHOWS(reading, "current int 7");
@@ -1537,8 +1555,9 @@ void tst_Reading::deadlineIsOfTheNextRead()
     QVERIFY(emitM4("M4_Alert", "(1,)"));
     QVERIFY(settle());
     m4().answerHeld(0, "(1,)");
-    VERIFY_SHOWS(*reading, "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
-                           "org.hnipc.m4 did not answer within 50 ms");
+    VERIFY_SHOWS(*reading,
+                 "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
+                 "org.hnipc.m4 did not answer within 50 ms");
     reading->setDeadline(-1);
     QVERIFY(isHeld(3)); // the repetition has it
     QVERIFY(waitUntil([&]() { return reading->deadline() == -1; }));
@@ -1596,7 +1615,9 @@ void tst_Reading::changedOnlyIfSomethingChanged()
     m4().answer("dac0", "(uint32 7,)");
     reading.setCall(HNIPC_METHOD(dac0));
     VERIFY_SHOWS(reading, "current uint 7");
-    QCOMPARE(history.take(), Lines() << "unknown" << "current uint 7");
+    QCOMPARE(history.take(),
+             Lines() << "unknown"
+                     << "current uint 7");
 
     // The same failure with another name, text, or reason.
     history.take();
@@ -1653,8 +1674,8 @@ void tst_Reading::destroyedInASignal_data()
     QTest::newRow("signals") << QByteArray(SIGNAL(signalNamesChanged())) << 1;
     QTest::newRow("valueArgument") << QByteArray(SIGNAL(valueArgumentChanged())) << 1;
     QTest::newRow("deadline") << QByteArray(SIGNAL(deadlineChanged())) << 1;
-    const char *const changes[] = { "unknown method", "read", "signal", "confirmed", "failed",
-                                    "absent", "present", "reconfigured" };
+    const char *const changes[] = { "unknown method", "read",   "signal",  "confirmed",
+                                    "failed",         "absent", "present", "reconfigured" };
     for (int i = 0; i < 8; ++i) {
         QTest::newRow(changes[i]) << QByteArray(SIGNAL(changed())) << i + 1;
     }
@@ -1671,6 +1692,7 @@ void tst_Reading::destroyedInASignal()
             delete reading.data();
         }
     });
+    // clang-format off
     const std::function<bool()> steps[] = {
         [&]() { reading->setMethod(QLatin1String("nothing")); return settle(); },
         [&]() {
@@ -1697,6 +1719,7 @@ void tst_Reading::destroyedInASignal()
         [&]() { m_daemons->start(M4); return settle(); },
         [&]() { reading->setMethod(QString()); return settle(); },
     };
+    // clang-format on
     for (const std::function<bool()> &step : steps) {
         if (reading) {
             QVERIFY(step());
@@ -1800,7 +1823,9 @@ void tst_Reading::reconfiguredInChanged()
     });
     QVERIFY(waitUntil([&]() { return reading.method() == QLatin1String("getError"); }));
     VERIFY_SHOWS(reading, "current int 7");
-    QCOMPARE(takeCalls(), Lines() << "getBatteryStatus()" << "getError()");
+    QCOMPARE(takeCalls(),
+             Lines() << "getBatteryStatus()"
+                     << "getError()");
 }
 
 void tst_Reading::severalOfTheSameMethod()
@@ -1914,7 +1939,8 @@ void tst_Reading::threadMayEnd()
         std::thread([]() { // one that Qt knows nothing of
             HNIPCReading reading;
             reading.setCall(HNIPC_METHOD(getError));
-        }).join();
+        })
+            .join();
     }
     m4().answer("getError", "(8,)");
     takeCalls();

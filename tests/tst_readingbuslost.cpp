@@ -61,8 +61,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     History knownHistory(&known);
     History failedHistory(&failed);
     History absentHistory(&absent);
-    History *const histories[] = { &currentHistory, &knownHistory, &failedHistory,
-                                   &absentHistory };
+    History *const histories[] = { &currentHistory, &knownHistory, &failedHistory, &absentHistory };
     HNIPCReading hasty; // which the bus may not have told anything when it dies
     hasty.setCall(HNIPC_METHOD(getError));
     bus.kill();

@@ -25,10 +25,7 @@ private Q_SLOTS:
     void mayBeDestroyedAtAnyTime();
 };
 
-void tst_ReadingWithoutBus::initTestCase()
-{
-    QVERIFY(!QDBusConnection::systemBus().isConnected());
-}
+void tst_ReadingWithoutBus::initTestCase() { QVERIFY(!QDBusConnection::systemBus().isConnected()); }
 
 void tst_ReadingWithoutBus::nothingIsKnown_data()
 {

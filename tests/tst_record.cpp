@@ -53,14 +53,18 @@ QList<Shape> fittingShapes()
     const QByteArray record = wireStructure(tellingFields());
     QList<Shape> shapes;
     shapes << shape("the record", record, recordFieldCount);
-    shapes << shape("more arguments", QList<QByteArray>() << record << "5" << "'x'",
+    shapes << shape("more arguments",
+                    QList<QByteArray>() << record << "5"
+                                        << "'x'",
                     recordFieldCount);
     const char *const more[] = { "'x'", "42", "[<1>]", "{'a': <1>}", "(1, 'x')" };
     for (const char *const member : more) {
-        shapes << shape(QByteArray("longer by ") + member,
-                        wireStructure(tellingFields() << member), recordFieldCount);
+        shapes << shape(QByteArray("longer by ") + member, wireStructure(tellingFields() << member),
+                        recordFieldCount);
     }
-    shapes << shape("longer by two", wireStructure(tellingFields() << "1" << "'x'"),
+    shapes << shape("longer by two",
+                    wireStructure(tellingFields() << "1"
+                                                  << "'x'"),
                     recordFieldCount);
     return shapes;
 }
@@ -91,6 +95,7 @@ QList<Shape> misfittingShapes()
         }
     }
 
+    // clang-format off
     const char *const plain[] = {
         "true", "7", "uint32 7", "int64 7", "uint64 7", "7.5", "byte 0x07", "int16 7", "'text'",
         "''",
@@ -98,6 +103,7 @@ QList<Shape> misfittingShapes()
         "[byte 0x01, 0x02]", "@ay []", "[<1>, <'a'>]", "@av []", "{'a': <1>}", "@a{sv} {}",
         "{1: 2}", "[(1, 'x')]", "@a(is) []", "(1,)", "((1, 'x'),)",
     };
+    // clang-format on
     for (const char *const value : plain) {
         shapes << shape(value, QByteArray(value), 0);
     }
@@ -123,9 +129,9 @@ QDBusArgument received(const QByteArray &record)
 {
     WirePeer peer;
     peer.answer("record", '(' + record + ",)");
-    const QDBusMessage reply = QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(
-        QString::fromLatin1(peer.uniqueName()), QLatin1String("/"), QLatin1String("local.Record"),
-        QLatin1String("record")));
+    const QDBusMessage reply = QDBusConnection::systemBus().call(
+        QDBusMessage::createMethodCall(QString::fromLatin1(peer.uniqueName()), QLatin1String("/"),
+                                       QLatin1String("local.Record"), QLatin1String("record")));
     return qvariant_cast<QDBusArgument>(reply.arguments().value(0));
 }
 
@@ -253,8 +259,8 @@ void tst_Record::isSentAsOneStructure()
 
     const WireMessage message = sent(record);
     QCOMPARE(message.signature, QByteArray("(sasdisdisisisdiayddiiiddddasavavavavav)"));
-    QCOMPARE(message.body, wireRecord(tellingFields().mid(0, telling)
-                                      + initialFields().mid(telling)));
+    QCOMPARE(message.body,
+             wireRecord(tellingFields().mid(0, telling) + initialFields().mid(telling)));
 }
 
 void tst_Record::nullByteArrayIsSentAsEmptyArray()
@@ -334,20 +340,11 @@ void tst_Record::operatorsReturnTheirArgument()
     QCOMPARE(&(in >> arrived), &in);
 }
 
-void tst_Record::fittingShapeIsReadWhole_data()
-{
-    addShapes(fittingShapes());
-}
+void tst_Record::fittingShapeIsReadWhole_data() { addShapes(fittingShapes()); }
 
-void tst_Record::fittingShapeIsReadWhole()
-{
-    misfittingShapeIsReadUpToTheMisfit();
-}
+void tst_Record::fittingShapeIsReadWhole() { misfittingShapeIsReadUpToTheMisfit(); }
 
-void tst_Record::misfittingShapeIsReadUpToTheMisfit_data()
-{
-    addShapes(misfittingShapes());
-}
+void tst_Record::misfittingShapeIsReadUpToTheMisfit_data() { addShapes(misfittingShapes()); }
 
 void tst_Record::misfittingShapeIsReadUpToTheMisfit()
 {
@@ -369,8 +366,12 @@ void tst_Record::fieldsNotReadKeepTheirValues()
 {
     QFETCH(int, fitting);
     SupplyInformation before;
-    before.text0 = before.text1 = before.text2 = before.text3 = before.text4 = before.text5 =
-        QLatin1String("before");
+    before.text0 = before.text1 = before
+                                      .text2 = before
+                                                   .text3 = before
+                                                                .text4 = before
+                                                                             .text5 = QLatin1String(
+        "before");
     before.textList1 << QLatin1String("before");
     before.textList2 = before.textList1;
     before.bytes1 = "before";

@@ -73,10 +73,7 @@ void tst_Relay::cleanupTestCase()
     m_daemons.reset();
 }
 
-void tst_Relay::signalIsRelayedWithItsValues_data()
-{
-    addRows();
-}
+void tst_Relay::signalIsRelayedWithItsValues_data() { addRows(); }
 
 void tst_Relay::signalIsRelayedWithItsValues()
 {
@@ -90,17 +87,17 @@ void tst_Relay::signalIsRelayedWithItsValues()
     QCOMPARE(relayed(), expected);
 }
 
-void tst_Relay::furtherArgumentsAreIgnored_data()
-{
-    addRows();
-}
+void tst_Relay::furtherArgumentsAreIgnored_data() { addRows(); }
 
 void tst_Relay::furtherArgumentsAreIgnored()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
     QVERIFY(emitRow(row, 1, Lines() << "42"));
-    QVERIFY(emitRow(row, 2, Lines() << "'text'" << "[1, 2]" << "(true, 'x')"));
+    QVERIFY(emitRow(row, 2,
+                    Lines() << "'text'"
+                            << "[1, 2]"
+                            << "(true, 'x')"));
     QCOMPARE(relayed(), Lines() << emissionOf(row, 1) << emissionOf(row, 2));
 }
 
@@ -124,6 +121,7 @@ void tst_Relay::misfitIsNotRelayed()
         QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
     }
     // No structures and lists of other types: over those Qt itself brings the receiver down.
+    // clang-format off
     const struct { const char *type; const char *wire; } others[] = {
         { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
         { "qulonglong", "uint64 42" }, { "double", "42.5" }, { "QString", "'42'" },
@@ -131,6 +129,7 @@ void tst_Relay::misfitIsNotRelayed()
         { "", "uint16 42" },       { "", "byte 0x2a" },    { "", "objectpath '/a'" },
         { "", "signature 's'" },   { "", "[byte 0x2a]" },  { "", "<42>" },
     };
+    // clang-format on
     int misfits = 0;
     for (int position = 0; position < fitting.size(); ++position) {
         for (const auto &other : others) {
@@ -153,10 +152,7 @@ void tst_Relay::signedValueIsNoUnsignedOne()
     QCOMPARE(relayed(), Lines() << emission("M4Dac0(quint32)", QVariantList() << 5u));
 }
 
-void tst_Relay::foreignAddressIsNotRelayed_data()
-{
-    addRows();
-}
+void tst_Relay::foreignAddressIsNotRelayed_data() { addRows(); }
 
 void tst_Relay::foreignAddressIsNotRelayed()
 {
@@ -177,10 +173,7 @@ void tst_Relay::foreignAddressIsNotRelayed()
     QCOMPARE(relayed(), Lines());
 }
 
-void tst_Relay::strangerIsNotRelayed_data()
-{
-    addRows();
-}
+void tst_Relay::strangerIsNotRelayed_data() { addRows(); }
 
 void tst_Relay::strangerIsNotRelayed()
 {
@@ -209,10 +202,7 @@ void tst_Relay::orderIsKept()
     QCOMPARE(relayed(), expected);
 }
 
-void tst_Relay::daemonMayStartLaterAndAgain_data()
-{
-    addServers();
-}
+void tst_Relay::daemonMayStartLaterAndAgain_data() { addServers(); }
 
 void tst_Relay::daemonMayStartLaterAndAgain()
 {

@@ -35,8 +35,8 @@ namespace {
 
 const char cancelled[] = "Unknown org.hnipc.Error.Cancelled: cancelled";
 const char cancelledWaiting[] = "NotSent org.hnipc.Error.Cancelled: cancelled";
-const char absent[] =
-    "NotSent org.freedesktop.DBus.Error.ServiceUnknown: org.hnipc.m4 is not on the bus";
+const char
+    absent[] = "NotSent org.freedesktop.DBus.Error.ServiceUnknown: org.hnipc.m4 is not on the bus";
 const char noMethod[] = "NotSent org.freedesktop.DBus.Error.UnknownMethod: "
                         "the printer has no method \"nothing\"";
 
@@ -62,15 +62,9 @@ bool isTimeOut(const QByteArray &outcome, int deadline)
     return outcome == timedOut(deadline) || outcome == waitedTooLong(deadline);
 }
 
-Lines sentLines()
-{
-    return Lines() << emission("stateChanged()");
-}
+Lines sentLines() { return Lines() << emission("stateChanged()"); }
 
-Lines finishedLines()
-{
-    return Lines() << emission("stateChanged()") << emission("finished()");
-}
+Lines finishedLines() { return Lines() << emission("stateChanged()") << emission("finished()"); }
 
 // A number of requests, and how often and in which order they have finished.
 class Requests : public QObject
@@ -299,15 +293,9 @@ private:
     QScopedPointer<AsyncDaemons> m_daemons;
 };
 
-void tst_Request::initTestCase()
-{
-    m_daemons.reset(new AsyncDaemons);
-}
+void tst_Request::initTestCase() { m_daemons.reset(new AsyncDaemons); }
 
-void tst_Request::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_Request::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Request::init()
 {
@@ -390,9 +378,9 @@ void tst_Request::settersTellOfChanges()
     QVERIFY(request.setProperty("method", QLatin1String("setUserSetting")));
     QVERIFY(request.setProperty("parameters", arguments));
     QVERIFY(request.setProperty("deadline", 5000));
-    QCOMPARE(recorder.take(), Lines() << emission("methodChanged()")
-                                      << emission("argumentsChanged()")
-                                      << emission("deadlineChanged()"));
+    QCOMPARE(recorder.take(),
+             Lines() << emission("methodChanged()") << emission("argumentsChanged()")
+                     << emission("deadlineChanged()"));
     QCOMPARE(request.method(), QString::fromLatin1("setUserSetting"));
     QCOMPARE(request.arguments(), arguments);
     QCOMPARE(request.deadline(), 5000);
@@ -492,9 +480,10 @@ void tst_Request::refusedWithTheDaemonsOwnWords_data()
     QTest::newRow("not Latin") << QByteArray("org.hnipc.Error.Busy")
                                << QByteArray("zu hei\xc3\x9f: 80 \xe2\x84\x83");
     // Those that a request has names for itself, when the daemon uses them.
-    const char *const names[] = { "NoReply", "Timeout", "TimedOut", "ServiceUnknown",
-                                  "UnknownMethod", "InvalidArgs", "Disconnected", "AccessDenied",
-                                  "LimitsExceeded", "InvalidSignature", "Failed", "NoMemory" };
+    const char *const names[] = { "NoReply",          "Timeout",       "TimedOut",
+                                  "ServiceUnknown",   "UnknownMethod", "InvalidArgs",
+                                  "Disconnected",     "AccessDenied",  "LimitsExceeded",
+                                  "InvalidSignature", "Failed",        "NoMemory" };
     for (const char *const name : names) {
         QTest::newRow(name) << QByteArray("org.freedesktop.DBus.Error.") + name
                             << QByteArray("from the daemon");
@@ -604,7 +593,8 @@ void tst_Request::deadlineBelowOneIsRefused()
     WireMonitor monitor;
     QCOMPARE(outcomeOfSending(request),
              "NotSent org.freedesktop.DBus.Error.InvalidArgs: the deadline has to be 1 ms or more, "
-             "or -1, not " + QByteArray::number(deadline));
+             "or -1, not "
+                 + QByteArray::number(deadline));
     makeRoundTrip();
     QVERIFY(monitor.takeCallsFrom(QDBusConnection::systemBus().baseService().toLatin1()).isEmpty());
 
@@ -726,16 +716,15 @@ void tst_Request::cancelledNotSentRequestMayBeSentAgain()
     QVERIFY(answerHeld(0, "(5,)"));
     QCOMPARE(outcomeOf(request), QByteArray("Answered"));
     const Lines changed = Lines() << emission("methodChanged()");
-    QCOMPARE(recorder.take(), changed + sentLines() + finishedLines() + changed + sentLines()
-             + finishedLines());
+    QCOMPARE(recorder.take(),
+             changed + sentLines() + finishedLines() + changed + sentLines() + finishedLines());
 
     request.setMethod(QLatin1String("nothing"));
     recorder.take();
     HNIPCRequest between; // whose failure is told after that of the cancelled one
     between.setMethod(QLatin1String("nothing"));
     bool isPendingThen = false;
-    Listener listener(&between, SIGNAL(finished()),
-                      [&]() { isPendingThen = request.isPending(); });
+    Listener listener(&between, SIGNAL(finished()), [&]() { isPendingThen = request.isPending(); });
     QVERIFY(request.send());
     request.cancel();
     QVERIFY(between.send());
@@ -1246,7 +1235,8 @@ void tst_Request::eachDaemonHasItsShare()
     QVERIFY(isHeld(mostInFlight));
     for (int i = 0; i < mostInFlight + 50; ++i) {
         requests[i].cancel();
-        QCOMPARE(outcomeOf(requests[i]), QByteArray(i < mostInFlight ? cancelled : cancelledWaiting));
+        QCOMPARE(outcomeOf(requests[i]),
+                 QByteArray(i < mostInFlight ? cancelled : cancelledWaiting));
     }
     HNIPCRequest other;
     other.setCall(HNIPC_METHOD(supplySupplyPercent));
@@ -1429,9 +1419,9 @@ void tst_Request::onAThreadOfItsOwn()
             QVERIFY(waitUntil([&thread]() { return thread.isFinished(); }));
             QCOMPARE(thread.outcome, QByteArray("Answered"));
             QCOMPARE(thread.value, QVariant(7));
-            QCOMPARE(thread.emissions, Lines() << emission("methodChanged()")
-                                               << emission("argumentsChanged()")
-                                               << sentLines() << finishedLines());
+            QCOMPARE(thread.emissions,
+                     Lines() << emission("methodChanged()") << emission("argumentsChanged()")
+                             << sentLines() << finishedLines());
         }
     }
 }
@@ -1617,7 +1607,7 @@ void tst_Request::deadlineRacesWithTheAnswer()
         for (int i = 0; i < size; ++i) {
             const QByteArray outcome = outcomeOf(requests[i]);
             QVERIFY2(isTimeOut(outcome, 1)
-                     || (outcome == "Answered" && requests[i].value() == QVariant(7)),
+                         || (outcome == "Answered" && requests[i].value() == QVariant(7)),
                      outcome.constData());
             sent += outcome == waitedTooLong(1) ? 0 : 1;
         }
@@ -1661,7 +1651,7 @@ void tst_Request::cancelRacesWithTheAnswer()
             found += outcome == "Answered" ? 0 : 1;
             sent += outcome == cancelledWaiting ? 0 : 1;
             QVERIFY2(outcome == cancelled || outcome == cancelledWaiting
-                     || (outcome == "Answered" && requests[i].value() == QVariant(7)),
+                         || (outcome == "Answered" && requests[i].value() == QVariant(7)),
                      outcome.constData());
         }
         QCOMPARE(found, unanswered);

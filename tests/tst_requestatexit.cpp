@@ -133,9 +133,11 @@ private Q_SLOTS:
 void tst_RequestAtExit::programEndsWithoutAFault_data()
 {
     QTest::addColumn<QByteArray>("way");
+    // clang-format off
     const char *const ways[] = { "application after requests", "requests after application",
                                  "cancelled after application", "static", "exit", "children",
                                  "cancelled", "deleted", "answers under way" };
+    // clang-format on
     for (const char *const way : ways) {
         QTest::newRow(way) << QByteArray(way);
     }

@@ -30,8 +30,8 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
 {
     const QByteArray lost = "Unknown org.freedesktop.DBus.Error.Disconnected: "
                             "the bus was lost before org.hnipc.m4 answered";
-    const QByteArray noBus =
-        "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
+    const QByteArray
+        noBus = "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
     const QByteArray sent = emission("stateChanged()");
     const Lines finished = Lines() << emission("stateChanged()") << emission("finished()");
     const int inFlight = 32;

@@ -45,8 +45,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
     QVERIFY(isResumedHere);
 #else
     // The application's event loop opens the connection, and waits for the bus meanwhile.
-    while (late.elapsed() <= late.deadline()) {
-    }
+    while (late.elapsed() <= late.deadline()) {}
     bus.resume();
     QVERIFY(waitUntilFinished(late));
 #endif
@@ -55,9 +54,8 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
                         "its turn to be sent to org.hnipc.m4 did not come within 50 ms"));
     QVERIFY(waitUntilFinished(patient));
     QCOMPARE(outcomeOf(patient), QByteArray("Answered"));
-    QVERIFY(waitUntil([&]() {
-        return availability.hasM4() && events.isListening() && reading.isKnown();
-    }));
+    QVERIFY(waitUntil(
+        [&]() { return availability.hasM4() && events.isListening() && reading.isKnown(); }));
     QCOMPARE(reading.value(), QVariant(7));
     m4.sync();
     const QList<WireMessage> calls = m4.calls();

@@ -65,7 +65,8 @@ void tst_RequestLocal::daemonIsCalledAfterSend()
     request.setCall(HNIPC_METHOD(getAlert));
     QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
     request.setCall(HNIPC_METHOD(resetCutter)); // which it does not implement
-    QVERIFY(outcomeOfSending(request).startsWith("Refused org.freedesktop.DBus.Error.UnknownMethod"));
+    QVERIFY(
+        outcomeOfSending(request).startsWith("Refused org.freedesktop.DBus.Error.UnknownMethod"));
     QCOMPARE(engine.calls, 4);
 }
 

@@ -33,20 +33,11 @@ QByteArray nameOf(const ClientSlot &slot)
     return signature.left(signature.indexOf('('));
 }
 
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
+QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
-QVariantList list(const QVariant &a)
-{
-    return QVariantList() << a;
-}
+QVariantList list(const QVariant &a) { return QVariantList() << a; }
 
-QVariantList list(const QVariant &a, const QVariant &b)
-{
-    return QVariantList() << a << b;
-}
+QVariantList list(const QVariant &a, const QVariant &b) { return QVariantList() << a << b; }
 
 QVariantList list(const QVariant &a, const QVariant &b, const QVariant &c)
 {
@@ -54,10 +45,7 @@ QVariantList list(const QVariant &a, const QVariant &b, const QVariant &c)
 }
 
 // A list as an argument, not in place of the arguments.
-QVariant oneValue(const QVariantList &values)
-{
-    return QVariant(values);
-}
+QVariant oneValue(const QVariantList &values) { return QVariant(values); }
 
 void addRows()
 {
@@ -212,19 +200,16 @@ void tst_RequestMethods::everyMethodIsCalledByItsName()
         QCOMPARE(sent.size(), 1);
         const WireMessage &call = sent.first();
         QCOMPARE(int(call.type), int(WireMessage::MethodCall));
-        QCOMPARE(call.line(), QByteArray("/ ") + identities[slot.server].interface + '.'
-                                  + nameOf(slot) + ' ' + slot.in + ' '
-                                  + wireBody(arguments, added));
+        QCOMPARE(call.line(),
+                 QByteArray("/ ") + identities[slot.server].interface + '.' + nameOf(slot) + ' '
+                     + slot.in + ' ' + wireBody(arguments, added));
         QCOMPARE(call.destination, QByteArray(identities[slot.server].busName));
         QVERIFY(call.replyExpected);
         QVERIFY(!call.autoStart);
     }
 }
 
-void tst_RequestMethods::theBlockingCallSendsTheSame_data()
-{
-    addRows();
-}
+void tst_RequestMethods::theBlockingCallSendsTheSame_data() { addRows(); }
 
 void tst_RequestMethods::theBlockingCallSendsTheSame()
 {
@@ -408,8 +393,8 @@ void tst_RequestMethods::argumentDoesNotFit_data()
         for (const auto &row : noNumbers) {
             QTest::newRow((QByteArray(taker.name) + ": " + row.name).constData())
                 << QByteArray(taker.method) << list(row.value)
-                << QByteArray("argument 1 (value) of ") + taker.method + " has to be "
-                    + taker.range + ", not " + row.shown;
+                << QByteArray("argument 1 (value) of ") + taker.method + " has to be " + taker.range
+                    + ", not " + row.shown;
         }
     }
 
@@ -550,17 +535,16 @@ void tst_RequestMethods::numberOfArgumentsDoesNotFit_data()
                                                         " arguments, not 1");
 }
 
-void tst_RequestMethods::numberOfArgumentsDoesNotFit()
-{
-    argumentDoesNotFit();
-}
+void tst_RequestMethods::numberOfArgumentsDoesNotFit() { argumentDoesNotFit(); }
 
 void tst_RequestMethods::thereIsNoSuchMethod_data()
 {
     QTest::addColumn<QByteArray>("method");
+    // clang-format off
     const char *const methods[] = { "", "nothing", "GetError", "getError()", " getError",
                                     "Error", "M4Dac0", "qmlBatteryStatus", "deleteLater",
                                     "pulseErrorSignal", "registerDbusService" };
+    // clang-format on
     for (const char *const method : methods) {
         QTest::newRow(*method ? method : "no name") << QByteArray(method);
     }
@@ -570,7 +554,8 @@ void tst_RequestMethods::thereIsNoSuchMethod()
 {
     QFETCH(QByteArray, method);
     const QByteArray outcome = "NotSent org.freedesktop.DBus.Error.UnknownMethod: "
-                               "the printer has no method \"" + method + '"';
+                               "the printer has no method \""
+        + method + '"';
     QCOMPARE(outcomeOfCalling(method.constData(), QVariantList()), outcome);
     QCOMPARE(outcomeOfCalling(method.constData(), list(1)), outcome);
     QVERIFY(takeSent().isEmpty());
@@ -590,12 +575,14 @@ void tst_RequestMethods::otherArgumentReplacesAnEqualOne()
 
     request.setArguments(list(1, 2, 9007199254740991.0));
     outcomeOfSending(request);
-    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.sendMCCMessage iit "
-                                       "(1, 2, uint64 9007199254740991)"));
+    QCOMPARE(onlyMessage(),
+             QByteArray("/ local.IHNIPCM4.sendMCCMessage iit "
+                        "(1, 2, uint64 9007199254740991)"));
     request.setArguments(list(1, 2, 9007199254740990.0));
     outcomeOfSending(request);
-    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.sendMCCMessage iit "
-                                       "(1, 2, uint64 9007199254740990)"));
+    QCOMPARE(onlyMessage(),
+             QByteArray("/ local.IHNIPCM4.sendMCCMessage iit "
+                        "(1, 2, uint64 9007199254740990)"));
 
     request.setMethod(text("setSupplySensor"));
     request.setArguments(list(true));
@@ -609,8 +596,9 @@ void tst_RequestMethods::otherArgumentReplacesAnEqualOne()
     QVERIFY(outcomeOfSending(request).startsWith("NotSent"));
     request.setArguments(list(text("S"), oneValue(list(text("5")))));
     outcomeOfSending(request);
-    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
-                                       "('S', ['5'], '')"));
+    QCOMPARE(onlyMessage(),
+             QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
+                        "('S', ['5'], '')"));
 }
 
 void tst_RequestMethods::typedCallHasTheDeclaredTypes()
@@ -642,14 +630,16 @@ void tst_RequestMethods::typedCallHasTheDeclaredTypes()
     QCOMPARE(request.arguments().size(), 2);
     QCOMPARE(request.arguments().value(0).userType(), int(QMetaType::QString));
     outcomeOfSending(request);
-    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
-                                       "('S', ['R'], '')"));
+    QCOMPARE(onlyMessage(),
+             QByteArray("/ local.IHNIPCSUPPLYD.supplyInformationBySKUs sass "
+                        "('S', ['R'], '')"));
 
     request.setCall(HNIPC_METHOD(supplyModuleReady), 1, -1, text("label"));
     (*m_daemons)[SUPPLYD].answer("supplyModuleReady", "()");
     QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-    QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCSUPPLYD.supplyModuleReady iis "
-                                       "(1, -1, 'label')"));
+    QCOMPARE(onlyMessage(),
+             QByteArray("/ local.IHNIPCSUPPLYD.supplyModuleReady iis "
+                        "(1, -1, 'label')"));
 }
 
 void tst_RequestMethods::typedOverloadIsNamedByItsType()
@@ -726,8 +716,7 @@ void tst_RequestMethods::numberOutOfRangeIsRefused()
     HNIPCRequest request;
     request.setMethod(method);
     request.setArguments(arguments);
-    QCOMPARE(outcomeOfSending(request),
-             "NotSent org.freedesktop.DBus.Error.InvalidArgs: " + error);
+    QCOMPARE(outcomeOfSending(request), "NotSent org.freedesktop.DBus.Error.InvalidArgs: " + error);
     QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
     QVERIFY(takeSent().isEmpty());
 
@@ -868,10 +857,13 @@ void tst_RequestMethods::singleCallCallsAFunction()
     (*m_daemons)[M4].answer("printerLid", "(true,)");
     QObject context;
     QByteArray lid;
-    const QPointer<HNIPCRequest> request
-        = hnipcCall(HNIPC_METHOD(printerLid)).then(&context, [&](const HNIPCAnswer<bool> &answer) {
-              lid = answer.isAnswered() && answer.value() ? "open" : "not known";
-          });
+    const QPointer<HNIPCRequest> request = hnipcCall(HNIPC_METHOD(printerLid))
+                                               .then(&context,
+                                                     [&](const HNIPCAnswer<bool> &answer) {
+                                                         lid = answer.isAnswered() && answer.value()
+                                                             ? "open"
+                                                             : "not known";
+                                                     });
     QCOMPARE(request->parent(), &context);
     QVERIFY(waitUntil([&]() { return request.isNull(); }));
     QCOMPARE(lid, QByteArray("open"));
@@ -896,10 +888,12 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()
     QTest::addColumn<QVariant>("value");
 
     // A method of each result type, and an answer of each wire type.
+    // clang-format off
     const char *const methods[] = { "emitError(int)", "getError()", "dac0()", "ribbon1Verify()",
                                     "supplySupplyPercent()", "m4Version()", "supplySKUList()",
                                     "supplyBackgroundImage(QString)", "supplyColorHash()",
                                     "supplyInformation(QString)" };
+    // clang-format on
     QVariantHash hash;
     hash.insert(text("a"), 1);
     hash.insert(text("b"), text("text"));
@@ -907,7 +901,7 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()
     {
         const char *type;
         const char *wire;
-        QVariant value;     // for the result type that it fits
+        QVariant value; // for the result type that it fits
     } answers[] = {
         { "b", "true", true },
         { "i", "-5", -5 },
@@ -942,8 +936,8 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()
         }
         QVERIFY(row < clientSlotCount);
         for (const auto &answer : answers) {
-            const QByteArray wire =
-                answer.wire ? QByteArray(answer.wire) : wireStructure(tellingFields());
+            const QByteArray wire = answer.wire ? QByteArray(answer.wire)
+                                                : wireStructure(tellingFields());
             const bool fits = QByteArray(clientSlots[row].out) == answer.type;
             const QByteArray shown = !answer.wire ? "a record" : wire.isEmpty() ? "nothing" : wire;
             QTest::newRow((shown + " for " + clientSlots[row].result).constData())
@@ -961,8 +955,8 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown()
     QFETCH(QVariant, value);
     const ClientSlot &slot = clientSlots[row];
     daemon(slot).answer(nameOf(slot), body);
-    const QByteArray outcome = outcomeOfCalling(
-        nameOf(slot).constData(), values(argumentSamples(slot.signature, 1)));
+    const QByteArray outcome = outcomeOfCalling(nameOf(slot).constData(),
+                                                values(argumentSamples(slot.signature, 1)));
     if (fits) {
         QCOMPARE(outcome, QByteArray("Answered"));
         HNIPCRequest request;
@@ -1010,8 +1004,9 @@ void tst_RequestMethods::recordMayHaveAnyNumberOfFields_data()
         QTest::newRow(QByteArray::number(fields).constData())
             << wireStructure(tellingFields().mid(0, fields)) << fields;
     }
-    QTest::newRow("more than there are")
-        << wireStructure(tellingFields() << "'more'" << "5") << recordFieldCount;
+    QTest::newRow("more than there are") << wireStructure(tellingFields() << "'more'"
+                                                                          << "5")
+                                         << recordFieldCount;
     QTest::newRow("another type in front") << wireStructure({ "5", "['list']" }) << 0;
 }
 

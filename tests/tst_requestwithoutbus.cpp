@@ -28,10 +28,7 @@ private Q_SLOTS:
     void noDaemonIsAvailable();
 };
 
-void tst_RequestWithoutBus::initTestCase()
-{
-    QVERIFY(!QDBusConnection::systemBus().isConnected());
-}
+void tst_RequestWithoutBus::initTestCase() { QVERIFY(!QDBusConnection::systemBus().isConnected()); }
 
 void tst_RequestWithoutBus::noMethodIsSent_data()
 {

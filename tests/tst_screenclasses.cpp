@@ -94,8 +94,7 @@ class Script
 {
 public:
     explicit Script(const char *className)
-        : m_object(screenClass(className).create())
-        , m_recorder(m_object.data())
+        : m_object(screenClass(className).create()), m_recorder(m_object.data())
     {
     }
 
@@ -161,15 +160,9 @@ private:
 };
 
 // A number as JavaScript has it.
-QVariant number(double value)
-{
-    return value;
-}
+QVariant number(double value) { return value; }
 
-QVariantList array(const QVariant &first)
-{
-    return QVariantList() << first;
-}
+QVariantList array(const QVariant &first) { return QVariantList() << first; }
 
 void addClasses()
 {
@@ -218,15 +211,9 @@ private:
     QScopedPointer<AsyncDaemons> m_daemons;
 };
 
-void tst_ScreenClasses::initTestCase()
-{
-    m_daemons.reset(new AsyncDaemons);
-}
+void tst_ScreenClasses::initTestCase() { m_daemons.reset(new AsyncDaemons); }
 
-void tst_ScreenClasses::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_ScreenClasses::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_ScreenClasses::init()
 {
@@ -236,10 +223,7 @@ void tst_ScreenClasses::init()
 
 // ---- The meta-objects ----------------------------------------------------------------------
 
-void tst_ScreenClasses::canBeRegistered_data()
-{
-    addClasses();
-}
+void tst_ScreenClasses::canBeRegistered_data() { addClasses(); }
 
 void tst_ScreenClasses::canBeRegistered()
 {
@@ -330,10 +314,7 @@ void tst_ScreenClasses::properties()
     QCOMPARE(signatureOf(property.notifySignal()), signatureOf(signalOfHandler(*object, handler)));
 }
 
-void tst_ScreenClasses::noOtherProperties_data()
-{
-    addClasses();
-}
+void tst_ScreenClasses::noOtherProperties_data() { addClasses(); }
 
 // Each stands in the table above.
 void tst_ScreenClasses::noOtherProperties()
@@ -383,9 +364,9 @@ void tst_ScreenClasses::handlers_data()
                              << QByteArray();
     QTest::newRow("received") << QByteArray("HNIPCEvents") << QByteArray("onReceived")
                               << QByteArray("QString name,QVariantList values");
-    QTest::newRow("listeningChanged") << QByteArray("HNIPCEvents")
-                                      << QByteArray("onListeningChanged")
-                                      << QByteArray("bool listening");
+    QTest::newRow("listeningChanged")
+        << QByteArray("HNIPCEvents") << QByteArray("onListeningChanged")
+        << QByteArray("bool listening");
     QTest::newRow("m4Changed") << QByteArray("HNIPCAvailability") << QByteArray("onM4Changed")
                                << QByteArray("bool available");
 }

@@ -18,15 +18,16 @@ const HNIPCServer::ServerType noDaemon = HNIPCServer::ServerType(3);
 const char busInterface[] = "org.freedesktop.DBus";
 
 static_assert(std::is_base_of<QObject, HNIPCServer>::value, "");
-static_assert(areOfType<bool (HNIPCServer::*)(const QString &)>(
-    &HNIPCServer::registerDbusService), "");
+static_assert(areOfType<bool (HNIPCServer::*)(const QString &)>(&HNIPCServer::registerDbusService),
+              "");
 static_assert(areOfType<bool (HNIPCServer::*)(const QString &, const QString &)>(
-    &HNIPCServer::registerDbusObject), "");
+                  &HNIPCServer::registerDbusObject),
+              "");
 static_assert(areOfType<bool (HNIPCServer::*)(const QString &, const QString &, const QString &,
-                                              const QList<QVariant> &)>(
-    &HNIPCServer::pulseSignal), "");
-static_assert(areOfType<HNIPCServer::ServerType (HNIPCServer::*)() const>(
-    &HNIPCServer::getServerType), "");
+                                              const QList<QVariant> &)>(&HNIPCServer::pulseSignal),
+              "");
+static_assert(
+    areOfType<HNIPCServer::ServerType (HNIPCServer::*)() const>(&HNIPCServer::getServerType), "");
 
 } // namespace
 
@@ -39,10 +40,7 @@ class Exported : public HNIPCServer
     Q_PROPERTY(int plainProperty READ value SCRIPTABLE false)
 
 public:
-    Exported()
-        : HNIPCServer(noDaemon, 0)
-    {
-    }
+    Exported() : HNIPCServer(noDaemon, 0) {}
 
     int value() const { return 1; }
 
@@ -63,8 +61,8 @@ class Early : public HNIPCServer
 {
 public:
     Early()
-        : HNIPCServer(M4, 0)
-        , object(QDBusConnection::systemBus().objectRegisteredAt(QLatin1String("/")))
+        : HNIPCServer(M4, 0),
+          object(QDBusConnection::systemBus().objectRegisteredAt(QLatin1String("/")))
     {
     }
 
@@ -115,8 +113,10 @@ private:
 
 QByteArray tst_ServerBase::ownerOf(const QByteArray &busName)
 {
-    const QByteArray body = m_peer.call(busInterface, "/org/freedesktop/DBus", busInterface,
-                                        "GetNameOwner", "('" + busName + "',)").body;
+    const QByteArray body = m_peer
+                                .call(busInterface, "/org/freedesktop/DBus", busInterface,
+                                      "GetNameOwner", "('" + busName + "',)")
+                                .body;
     return body.startsWith("(':") ? body.mid(2, body.size() - 5) : QByteArray();
 }
 
@@ -317,11 +317,12 @@ void tst_ServerBase::pulseSignalBroadcastsItsArguments_data()
     QTest::newRow("one") << (QVariantList() << true) << QByteArray("b") << QByteArray("(true,)");
     QTest::newRow("null text") << (QVariantList() << QString()) << QByteArray("s")
                                << QByteArray("('',)");
-    QTest::newRow("several")
-        << (QVariantList() << -1 << 1u << Q_UINT64_C(2) << 0.5 << QString::fromLatin1("text")
-                           << (QStringList() << QLatin1String("a") << QLatin1String("b")) << -1)
-        << QByteArray("iutdsasi")
-        << QByteArray("(-1, uint32 1, uint64 2, 0.5, 'text', ['a', 'b'], -1)");
+    QTest::newRow("several") << (QVariantList()
+                                 << -1 << 1u << Q_UINT64_C(2) << 0.5 << QString::fromLatin1("text")
+                                 << (QStringList() << QLatin1String("a") << QLatin1String("b"))
+                                 << -1)
+                             << QByteArray("iutdsasi")
+                             << QByteArray("(-1, uint32 1, uint64 2, 0.5, 'text', ['a', 'b'], -1)");
 }
 
 void tst_ServerBase::pulseSignalBroadcastsItsArguments()
@@ -344,9 +345,11 @@ void tst_ServerBase::pulseSignalThatCannotBeSentIsFalse_data()
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("interface");
     QTest::addColumn<QString>("member");
+    // clang-format off
     QTest::newRow("path") << "no path" << "local.Some" << "Member";
     QTest::newRow("interface") << "/" << "no interface" << "Member";
     QTest::newRow("member") << "/" << "local.Some" << "no member";
+    // clang-format on
 }
 
 void tst_ServerBase::pulseSignalThatCannotBeSentIsFalse()

@@ -31,9 +31,10 @@ void tst_ServerUnderPolicy::nameIsClaimedThoughTheQuestionForItsOwnerFails()
             conversation.append(message.errorName);
         }
     }
-    QCOMPARE(conversation, QList<QByteArray>() << "NameHasOwner"
-                                               << "org.freedesktop.DBus.Error.AccessDenied"
-                                               << "RequestName");
+    QCOMPARE(conversation,
+             QList<QByteArray>() << "NameHasOwner"
+                                 << "org.freedesktop.DBus.Error.AccessDenied"
+                                 << "RequestName");
 }
 
 void tst_ServerUnderPolicy::refusedNameLeavesTheObjectExported()
@@ -42,7 +43,8 @@ void tst_ServerUnderPolicy::refusedNameLeavesTheObjectExported()
     QVERIFY(!server.registerDbusService(QLatin1String("org.hnipc.m4")));
     WirePeer peer;
     QCOMPARE(int(peer.call(QDBusConnection::systemBus().baseService().toLatin1(), "/",
-                           "org.freedesktop.DBus.Introspectable", "Introspect").type),
+                           "org.freedesktop.DBus.Introspectable", "Introspect")
+                     .type),
              int(WireMessage::MethodReturn));
 }
 

@@ -30,10 +30,7 @@ private slots:
     void signalsAreNotSent();
 };
 
-void tst_ServerWithoutBus::initTestCase()
-{
-    QVERIFY(!QDBusConnection::systemBus().isConnected());
-}
+void tst_ServerWithoutBus::initTestCase() { QVERIFY(!QDBusConnection::systemBus().isConnected()); }
 
 void tst_ServerWithoutBus::isConstructedAndRegistersNothing_data()
 {

@@ -145,19 +145,19 @@ typedef IHNIPCSUPPLYD Supplyd;
 static_assert(!std::is_convertible<QObject *, const SupplydRecorder &>::value, "not explicit");
 
 // Daemons call the pulse operations with just these types.
-static_assert(areOfType<bool (Supplyd::*)()>(
-    &Supplyd::pulseHNIPCReadySignal), "");
-static_assert(areOfType<bool (Supplyd::*)(QStringList)>(
-    &Supplyd::pulseRibbon2RGBsChangedSignal, &Supplyd::pulseRibbon1RGBsChangedSignal), "");
-static_assert(areOfType<bool (Supplyd::*)(QString)>(
-    &Supplyd::pulseSupplyRGBChangedSignal), "");
-static_assert(areOfType<bool (Supplyd::*)(double)>(
-    &Supplyd::pulseRibbon2PercentChangedSignal, &Supplyd::pulseRibbon1PercentChangedSignal,
-    &Supplyd::pulseSupplyPercentChangedSignal), "");
-static_assert(areOfType<bool (Supplyd::*)(QStringList, QString)>(
-    &Supplyd::pulseRibbonChangedSignal), "");
-static_assert(areOfType<bool (Supplyd::*)(QString, QString)>(
-    &Supplyd::pulseSupplyChangedSignal), "");
+static_assert(areOfType<bool (Supplyd::*)()>(&Supplyd::pulseHNIPCReadySignal), "");
+static_assert(areOfType<bool (Supplyd::*)(QStringList)>(&Supplyd::pulseRibbon2RGBsChangedSignal,
+                                                        &Supplyd::pulseRibbon1RGBsChangedSignal),
+              "");
+static_assert(areOfType<bool (Supplyd::*)(QString)>(&Supplyd::pulseSupplyRGBChangedSignal), "");
+static_assert(areOfType<bool (Supplyd::*)(double)>(&Supplyd::pulseRibbon2PercentChangedSignal,
+                                                   &Supplyd::pulseRibbon1PercentChangedSignal,
+                                                   &Supplyd::pulseSupplyPercentChangedSignal),
+              "");
+static_assert(
+    areOfType<bool (Supplyd::*)(QStringList, QString)>(&Supplyd::pulseRibbonChangedSignal), "");
+static_assert(areOfType<bool (Supplyd::*)(QString, QString)>(&Supplyd::pulseSupplyChangedSignal),
+              "");
 
 } // namespace
 
@@ -168,8 +168,8 @@ class tst_SupplydServer : public ServerInterfaceTest
 public:
     tst_SupplydServer()
         : ServerInterfaceTest(Expected::SUPPLYD, IHNIPCSUPPLYD::staticMetaObject,
-                              Expected::supplydSlots, Expected::supplydPulses)
-        , m_recordWasKnown(true)
+                              Expected::supplydSlots, Expected::supplydPulses),
+          m_recordWasKnown(true)
     {
     }
 
@@ -202,24 +202,25 @@ void tst_SupplydServer::virtualOperationsStandInTheOrderOfTheSlots()
 {
     QVERIFY(std::is_abstract<IHNIPCSUPPLYD>::value);
     QCOMPARE(virtualIndexes(
-            &Supplyd::supplySKUList, &Supplyd::supplyRibbonSKUList, &Supplyd::supplyColorHash,
-            &Supplyd::supplyRibbonColorHash, &Supplyd::supplyId, &Supplyd::supplySKUCached,
-            &Supplyd::supplyRibbonSKUsCached, &Supplyd::supplySupplyPercent,
-            &Supplyd::supplyRibbon1Percent, &Supplyd::supplyRibbon2Percent,
-            &Supplyd::supplySupplyRGB, &Supplyd::supplyRibbon1RGBs, &Supplyd::supplyRibbon2RGBs,
-            &Supplyd::supplySupplyUID, &Supplyd::supplyRibbon1UID, &Supplyd::supplyRibbon2UID,
-            &Supplyd::supplyInformation, &Supplyd::supplyInformationBySKUs,
-            &Supplyd::supplyMaterialName, &Supplyd::supplyFormatName, &Supplyd::supplyColorRGB,
-            &Supplyd::supplyColorName, &Supplyd::supplyWidth, &Supplyd::supplyIsLandscape,
-            &Supplyd::supplyBackgroundImage, &Supplyd::supplyNonContinuousLength,
-            &Supplyd::supplyTypeIndex, &Supplyd::supplyRibbonPanels, &Supplyd::supplyRibbonWidth,
-            &Supplyd::supplyRibbonLength, &Supplyd::supplyRibbonColorName,
-            &Supplyd::supplyRibbonColorRGB, &Supplyd::supplyRibbonHeat,
-            &Supplyd::supplyRibbonHeatOffset, &Supplyd::supplyRibbonMaxSpeed,
-            &Supplyd::supplyRibbonTension, &Supplyd::supplyModuleReady,
-            &Supplyd::applicationWasClicked, &Supplyd::setModulePrinterName,
-            &WithOneMore<Supplyd>::oneMore),
-        virtualIndexesAfterQObject(39 + 1));
+                 &Supplyd::supplySKUList, &Supplyd::supplyRibbonSKUList, &Supplyd::supplyColorHash,
+                 &Supplyd::supplyRibbonColorHash, &Supplyd::supplyId, &Supplyd::supplySKUCached,
+                 &Supplyd::supplyRibbonSKUsCached, &Supplyd::supplySupplyPercent,
+                 &Supplyd::supplyRibbon1Percent, &Supplyd::supplyRibbon2Percent,
+                 &Supplyd::supplySupplyRGB, &Supplyd::supplyRibbon1RGBs,
+                 &Supplyd::supplyRibbon2RGBs, &Supplyd::supplySupplyUID, &Supplyd::supplyRibbon1UID,
+                 &Supplyd::supplyRibbon2UID, &Supplyd::supplyInformation,
+                 &Supplyd::supplyInformationBySKUs, &Supplyd::supplyMaterialName,
+                 &Supplyd::supplyFormatName, &Supplyd::supplyColorRGB, &Supplyd::supplyColorName,
+                 &Supplyd::supplyWidth, &Supplyd::supplyIsLandscape,
+                 &Supplyd::supplyBackgroundImage, &Supplyd::supplyNonContinuousLength,
+                 &Supplyd::supplyTypeIndex, &Supplyd::supplyRibbonPanels,
+                 &Supplyd::supplyRibbonWidth, &Supplyd::supplyRibbonLength,
+                 &Supplyd::supplyRibbonColorName, &Supplyd::supplyRibbonColorRGB,
+                 &Supplyd::supplyRibbonHeat, &Supplyd::supplyRibbonHeatOffset,
+                 &Supplyd::supplyRibbonMaxSpeed, &Supplyd::supplyRibbonTension,
+                 &Supplyd::supplyModuleReady, &Supplyd::applicationWasClicked,
+                 &Supplyd::setModulePrinterName, &WithOneMore<Supplyd>::oneMore),
+             virtualIndexesAfterQObject(39 + 1));
 }
 
 void tst_SupplydServer::supplyChangeWithoutPrinterHasAnEmptyName()

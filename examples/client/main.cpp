@@ -16,8 +16,9 @@ class Label
 public:
     void setText(const QString &text)
     {
-        if (text == m_text)
+        if (text == m_text) {
             return;
+        }
         m_text = text;
         say(text);
     }
@@ -50,10 +51,11 @@ int main(int argc, char *argv[])
 
     Label open;
     QObject::connect(&lid, &HNIPCReading::changed, &application, [&lid, &open]() {
-        if (!lid.isKnown())
+        if (!lid.isKnown()) {
             open.setText("lid not known");
-        else
+        } else {
             open.setText(lid.value().toBool() ? "lid open" : "lid closed");
+        }
     });
     //! [valueargument]
 
@@ -67,9 +69,7 @@ int main(int argc, char *argv[])
     QObject::connect(&events, &HNIPCEvents::PrintButton, &application, [&application]() {
         hnipcCall(HNIPC_METHOD(forwardFeed), 400)
             .within(5000)
-            .then(&application, [](const HNIPCAnswer<bool> &fed) {
-                say("feed: " + inWords(fed));
-            });
+            .then(&application, [](const HNIPCAnswer<bool> &fed) { say("feed: " + inWords(fed)); });
     });
     //! [call]
 

@@ -19,8 +19,9 @@ inline void say(const QString &line)
 //! [outcome]
 inline QString inWords(const HNIPCAnswer<bool> &command)
 {
-    if (command.isDone())
+    if (command.isDone()) {
         return "done";
+    }
     switch (command.outcome()) {
     case HNIPCRequest::Answered: // with false
         return "the print engine did not do it";

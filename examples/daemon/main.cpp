@@ -30,12 +30,13 @@ public:
     //! [event]
     void press(char button)
     {
-        if (button == 'p')
+        if (button == 'p') {
             pulsePrintButtonSignal();
-        else if (button == 'h')
+        } else if (button == 'h') {
             pulseHelpButtonSignal();
-        else if (button == 'c')
+        } else if (button == 'c') {
             pulseCancelButtonSignal();
+        }
     }
     //! [event]
 
@@ -44,10 +45,11 @@ private:
     void write(const char *name, bool value)
     {
         QFile file(m_hardware.filePath(name));
-        if (file.open(QIODevice::WriteOnly | QIODevice::ExistingOnly))
+        if (file.open(QIODevice::WriteOnly | QIODevice::ExistingOnly)) {
             file.write(value ? "1\n" : "0\n");
-        else
+        } else {
             sendErrorReply("org.example.Hardware", QString("The %1 does not answer").arg(name));
+        }
     }
     //! [error]
 
@@ -82,8 +84,9 @@ int main(int argc, char *argv[])
     QSocketNotifier notifier(buttons.handle(), QSocketNotifier::Read);
     QObject::connect(&notifier, &QSocketNotifier::activated, [&buttons, &panel]() {
         char button;
-        if (buttons.getChar(&button))
+        if (buttons.getChar(&button)) {
             panel.press(button);
+        }
     });
     return application.exec();
     //! [main]

@@ -10,16 +10,18 @@
 int main(int argc, char *argv[])
 {
     QGuiApplication application(argc, argv);
-    if (argc != 2)
+    if (argc != 2) {
         qFatal("One argument is needed: the QML file");
+    }
 
     QQuickView view;
     QObject::connect(view.engine(), &QQmlEngine::quit, &application, &QGuiApplication::quit,
                      Qt::QueuedConnection);
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setSource(QUrl::fromUserInput(application.arguments().at(1), "."));
-    if (view.status() != QQuickView::Ready)
+    if (view.status() != QQuickView::Ready) {
         return 1;
+    }
     view.show();
     return application.exec();
 }

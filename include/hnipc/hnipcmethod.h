@@ -58,7 +58,7 @@ struct HNIPCArgument<Parameter, true>
         const Parameter converted = static_cast<Parameter>(argument);
         const bool isSame = static_cast<Argument>(converted) == argument
             && (converted > Parameter()) == (argument > Argument());
-        return isSame ? QVariant(converted)
+        return isSame                           ? QVariant(converted)
             : std::is_unsigned<Argument>::value ? QVariant(static_cast<qulonglong>(argument))
                                                 : QVariant(static_cast<qlonglong>(argument));
     }

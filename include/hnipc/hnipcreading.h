@@ -53,8 +53,8 @@ class HNIPC_EXPORT HNIPCReading : public QObject
     /// See signalNames().
     Q_PROPERTY(QStringList signals READ signalNames WRITE setSignalNames NOTIFY signalNamesChanged)
     /// See valueArgument().
-    Q_PROPERTY(int valueArgument READ valueArgument WRITE setValueArgument
-                   NOTIFY valueArgumentChanged)
+    Q_PROPERTY(
+        int valueArgument READ valueArgument WRITE setValueArgument NOTIFY valueArgumentChanged)
     /// See deadline().
     Q_PROPERTY(int deadline READ deadline WRITE setDeadline NOTIFY deadlineChanged)
     /// See isKnown().
@@ -93,8 +93,11 @@ public:
     {
         const QPointer<QObject> guard(this); // a receiver may destroy it
         setMethod(QLatin1String(method.name()));
-        if (guard)
-            setArguments(method.wrapped(arguments...));
+        if (guard) {
+            {
+                setArguments(method.wrapped(arguments...));
+            }
+        }
     }
 
     /// The names of the signals after which the value is read again, such as "M4PrinterLid".

@@ -169,8 +169,11 @@ public:
     {
         const QPointer<QObject> guard(this); // a receiver may destroy it
         setMethod(QLatin1String(method.name()));
-        if (guard)
-            setArguments(method.wrapped(arguments...));
+        if (guard) {
+            {
+                setArguments(method.wrapped(arguments...));
+            }
+        }
     }
 
     /// True from send() until the outcome is known.
@@ -271,8 +274,7 @@ public:
     /// Of a request that has finished. If its reply is of another type than Result, there is no
     /// answer.
     explicit HNIPCAnswer(const HNIPCRequest &request)
-        : HNIPCOutcome(request),
-          m_isAnswered(request.value().userType() == qMetaTypeId<Result>()),
+        : HNIPCOutcome(request), m_isAnswered(request.value().userType() == qMetaTypeId<Result>()),
           m_value(m_isAnswered ? qvariant_cast<Result>(request.value()) : Result())
     {
     }
@@ -344,8 +346,9 @@ public:
         Q_ASSERT_X(context && context->thread() == QThread::currentThread(), "HNIPCCall::then",
                    "the context belongs to the calling thread");
         HNIPCRequest *request = send(context);
-        QObject::connect(request, &HNIPCRequest::finished, context,
-                         [request, function]() mutable { function(HNIPCAnswer<Result>(*request)); });
+        QObject::connect(request, &HNIPCRequest::finished, context, [request, function]() mutable {
+            function(HNIPCAnswer<Result>(*request));
+        });
         return request;
     }
 #endif

@@ -26,8 +26,7 @@ class HNIPC_EXPORT HNIPCServer : public QObject
 public:
     /// The daemons. Any other value, and with the fixed type every int is one, selects none of
     /// them.
-    enum ServerType : int
-    {
+    enum ServerType : int {
         IOEXPD = 0, ///< I/O expander, org.hnipc.ioexpd: buttons, audio amplifier, backlight.
         M4 = 1,     ///< Print engine, org.hnipc.m4: heads, motors, sensors, print queue, battery.
         SUPPLYD = 2 ///< Supplies, org.hnipc.supplyd: the database of supplies and ribbons.

@@ -24,32 +24,32 @@
  */
 struct HNIPC_EXPORT SupplyInformation
 {
-    QString text0; ///< Stays with its owner: neither sent nor received.
-    QString text1; ///< Member 1: s.
-    QStringList textList1; ///< Member 2: as.
-    float real1 = -1.0f; ///< Member 3: d.
-    int integer1 = -1; ///< Member 4: i.
-    QString text2; ///< Member 5: s.
-    float real2 = -1.0f; ///< Member 6: d.
-    int integer2 = -1; ///< Member 7: i.
-    QString text3; ///< Member 8: s.
-    int integer3 = -1; ///< Member 9: i.
-    QString text4; ///< Member 10: s.
-    int integer4 = -1; ///< Member 11: i.
-    QString text5; ///< Member 12: s.
-    float real3 = -1.0f; ///< Member 13: d.
-    int integer5 = 1; ///< Member 14: i. The one number that does not start at -1.
-    QByteArray bytes1; ///< Member 15: ay.
-    float real4 = -1.0f; ///< Member 16: d.
-    float real5 = -1.0f; ///< Member 17: d.
-    int integer6 = -1; ///< Member 18: i.
-    int integer7 = -1; ///< Member 19: i.
-    int integer8 = -1; ///< Member 20: i.
-    float real6 = -1.0f; ///< Member 21: d.
-    float real7 = -1.0f; ///< Member 22: d.
-    float real8 = -1.0f; ///< Member 23: d.
-    float real9 = -1.0f; ///< Member 24: d.
-    QStringList textList2; ///< Member 25: as.
+    QString text0;             ///< Stays with its owner: neither sent nor received.
+    QString text1;             ///< Member 1: s.
+    QStringList textList1;     ///< Member 2: as.
+    float real1 = -1.0f;       ///< Member 3: d.
+    int integer1 = -1;         ///< Member 4: i.
+    QString text2;             ///< Member 5: s.
+    float real2 = -1.0f;       ///< Member 6: d.
+    int integer2 = -1;         ///< Member 7: i.
+    QString text3;             ///< Member 8: s.
+    int integer3 = -1;         ///< Member 9: i.
+    QString text4;             ///< Member 10: s.
+    int integer4 = -1;         ///< Member 11: i.
+    QString text5;             ///< Member 12: s.
+    float real3 = -1.0f;       ///< Member 13: d.
+    int integer5 = 1;          ///< Member 14: i. The one number that does not start at -1.
+    QByteArray bytes1;         ///< Member 15: ay.
+    float real4 = -1.0f;       ///< Member 16: d.
+    float real5 = -1.0f;       ///< Member 17: d.
+    int integer6 = -1;         ///< Member 18: i.
+    int integer7 = -1;         ///< Member 19: i.
+    int integer8 = -1;         ///< Member 20: i.
+    float real6 = -1.0f;       ///< Member 21: d.
+    float real7 = -1.0f;       ///< Member 22: d.
+    float real8 = -1.0f;       ///< Member 23: d.
+    float real9 = -1.0f;       ///< Member 24: d.
+    QStringList textList2;     ///< Member 25: as.
     QVariantList variantList1; ///< Member 26: av. Each element keeps its type.
     QVariantList variantList2; ///< Member 27: av. Each element keeps its type.
     QVariantList variantList3; ///< Member 28: av. Each element keeps its type.

@@ -83,9 +83,8 @@ QVariant readableInQml(const QVariant &value)
 }
 
 ValueInQml::ValueInQml(QObject *object)
-    : QObject(object)
-    , m_request(qobject_cast<HNIPCRequest *>(object))
-    , m_reading(qobject_cast<HNIPCReading *>(object))
+    : QObject(object), m_request(qobject_cast<HNIPCRequest *>(object)),
+      m_reading(qobject_cast<HNIPCReading *>(object))
 {
     if (m_request) {
         connect(m_request, &HNIPCRequest::stateChanged, this, &ValueInQml::valueChanged);

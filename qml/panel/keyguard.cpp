@@ -59,8 +59,7 @@ bool KeyGuard::Moment::isWithin(int milliseconds, const QKeyEvent &later) const
             || (timestamp && now && now - timestamp < ulong(milliseconds)));
 }
 
-KeyGuard::KeyGuard(QObject *window)
-    : QObject(window)
+KeyGuard::KeyGuard(QObject *window) : QObject(window)
 {
     m_pause.setSingleShot(true);
     m_pause.setInterval(burst);

@@ -50,7 +50,7 @@ private:
     int m_key = 0; // that waits
     Qt::KeyboardModifiers m_modifiers;
     QPointer<QObject> m_focus; // where it was pressed
-    QSet<int> m_letThrough; // keys that are down
+    QSet<int> m_letThrough;    // keys that are down
     bool m_isDelivering = false;
 };
 

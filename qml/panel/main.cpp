@@ -59,12 +59,14 @@ struct Start
 void whileStarting(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
     if (type == QtFatalMsg) {
-        fail(Failed, QStringLiteral("no display is available: %1. Set DISPLAY or WAYLAND_DISPLAY, or "
-                                    "QT_QPA_PLATFORM to what shows windows here.")
-                         .arg(start.cause.isEmpty() ? message.simplified() : start.cause));
+        fail(Failed,
+             QStringLiteral("no display is available: %1. Set DISPLAY or WAYLAND_DISPLAY, or "
+                            "QT_QPA_PLATFORM to what shows windows here.")
+                 .arg(start.cause.isEmpty() ? message.simplified() : start.cause));
         std::_Exit(Failed);
     }
-    if (start.cause.isEmpty() && QLatin1String(context.category).startsWith(QLatin1String("qt.qpa"))) {
+    if (start.cause.isEmpty()
+        && QLatin1String(context.category).startsWith(QLatin1String("qt.qpa"))) {
         start.cause = message.simplified();
     }
     start.messages += qFormatLogMessage(type, context, message);
@@ -120,8 +122,9 @@ int main(int argc, char *argv[])
 
     const QString code = parser.value(language);
     if (parser.isSet(language) && !languages().contains(code)) {
-        return fail(WrongUsage, QStringLiteral("--language: expected one of %1, not \"%2\"")
-                                    .arg(languages().join(QStringLiteral(", ")), code));
+        return fail(WrongUsage,
+                    QStringLiteral("--language: expected one of %1, not \"%2\"")
+                        .arg(languages().join(QStringLiteral(", ")), code));
     }
     speak(parser.isSet(language) ? QLocale(code) : QLocale());
 
@@ -150,15 +153,15 @@ int main(int argc, char *argv[])
             QCoreApplication::exit(fail(Failed, QStringLiteral("there is no picture")));
             return;
         }
-        QObject::connect(picture.data(), &QQuickItemGrabResult::ready, &view,
-                         [&shotsLeft, picture, shot]() {
-            if (!picture->image().save(shot.file)) {
-                QCoreApplication::exit(
-                    fail(Failed, QStringLiteral("%1: cannot be written").arg(shot.file)));
-            } else if (--shotsLeft == 0) {
-                QCoreApplication::quit();
-            }
-        });
+        QObject::connect(
+            picture.data(), &QQuickItemGrabResult::ready, &view, [&shotsLeft, picture, shot]() {
+                if (!picture->image().save(shot.file)) {
+                    QCoreApplication::exit(
+                        fail(Failed, QStringLiteral("%1: cannot be written").arg(shot.file)));
+                } else if (--shotsLeft == 0) {
+                    QCoreApplication::quit();
+                }
+            });
     };
     // The clock starts in the event loop, where the window gets its size.
     QTimer::singleShot(0, &view, [&view, &shots, &take]() {

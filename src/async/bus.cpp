@@ -60,8 +60,9 @@ Bus *Bus::instance()
             thread->start();
             std::atexit(stopThread);
 #else
-            if (QCoreApplication *application = QCoreApplication::instance())
+            if (QCoreApplication *application = QCoreApplication::instance()) {
                 bus->moveToThread(application->thread());
+            }
 #endif
         }
 
@@ -80,13 +81,16 @@ void Bus::post(void (Bus::*action)(const Job &), const CallPointer &call,
 
 bool Bus::event(QEvent *event)
 {
-    if (event->type() != letterEvent())
+    if (event->type() != letterEvent()) {
         return QObject::event(event);
-    if (!m_isOpen)
+    }
+    if (!m_isOpen) {
         open();
+    }
     Job job;
-    if (m_jobs.take(&job))
+    if (m_jobs.take(&job)) {
         (this->*job.action)(job);
+    }
     return true;
 }
 
@@ -96,8 +100,8 @@ void Bus::open()
     m_connection = QDBusConnection::systemBus();
     m_isConnected = m_connection.isConnected();
     m_connection.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
-                         QLatin1String("org.freedesktop.DBus.Local"),
-                         QLatin1String("Disconnected"), this, SLOT(onLost()));
+                         QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"),
+                         this, SLOT(onLost()));
 }
 
 void Bus::onLost()
@@ -108,8 +112,9 @@ void Bus::onLost()
     // Qt 4 leaves calls in flight unanswered.
     const QList<CallPointer> calls = m_calls.values();
     m_calls.clear();
-    for (int i = 0; i < calls.size(); ++i)
+    for (int i = 0; i < calls.size(); ++i) {
         calls.at(i)->end(RequestLetter::BusLost);
+    }
     for (int i = 0; i < daemonCount; ++i) {
         m_daemons[i].inFlight = 0;
         m_daemons[i].presence = NotKnown;
@@ -123,39 +128,32 @@ QDBusPendingCallWatcher *Bus::askBus(const char *method, const QString &name, co
     QDBusMessage message = QDBusMessage::createMethodCall(
         QLatin1String("org.freedesktop.DBus"), QLatin1String("/org/freedesktop/DBus"),
         QLatin1String("org.freedesktop.DBus"), QLatin1String(method));
-    if (!name.isEmpty())
+    if (!name.isEmpty()) {
         message << name;
-    QDBusPendingCallWatcher *watcher
-        = new QDBusPendingCallWatcher(m_connection.asyncCall(message, noTimeout), this);
-    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)), slot);
+    }
+    QDBusPendingCallWatcher *watcher = new QDBusPendingCallWatcher(
+        m_connection.asyncCall(message, noTimeout), this);
+    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher *)), slot);
     return watcher;
 }
 
 // ---- Calls ---------------------------------------------------------------------------------
 
-void Bus::send(const CallPointer &call)
-{
-    post(&Bus::onSend, call, SubscriberPointer());
-}
+void Bus::send(const CallPointer &call) { post(&Bus::onSend, call, SubscriberPointer()); }
 
-void Bus::forget(const CallPointer &call)
-{
-    post(&Bus::onForget, call, SubscriberPointer());
-}
+void Bus::forget(const CallPointer &call) { post(&Bus::onForget, call, SubscriberPointer()); }
 
 void Bus::onSend(const Job &job)
 {
     Daemon &daemon = m_daemons[job.call->daemon()];
-    if (daemon.inFlight < mostInFlight)
+    if (daemon.inFlight < mostInFlight) {
         sendNow(job.call);
-    else
+    } else {
         daemon.waiting.append(job.call);
+    }
 }
 
-void Bus::onForget(const Job &job)
-{
-    m_daemons[job.call->daemon()].waiting.removeOne(job.call);
-}
+void Bus::onForget(const Job &job) { m_daemons[job.call->daemon()].waiting.removeOne(job.call); }
 
 void Bus::sendNow(const CallPointer &call)
 {
@@ -163,28 +161,31 @@ void Bus::sendNow(const CallPointer &call)
         call->end(RequestLetter::NoBus);
         return;
     }
-    if (!call->beginSending())
+    if (!call->beginSending()) {
         return;
+    }
     ++m_daemons[call->daemon()].inFlight;
-    QDBusPendingCallWatcher *watcher
-        = new QDBusPendingCallWatcher(m_connection.asyncCall(call->message(), noTimeout), this);
+    QDBusPendingCallWatcher *watcher = new QDBusPendingCallWatcher(
+        m_connection.asyncCall(call->message(), noTimeout), this);
     m_calls.insert(watcher, call);
-    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher*)),
-            SLOT(onReply(QDBusPendingCallWatcher*)));
+    connect(watcher, SIGNAL(finished(QDBusPendingCallWatcher *)),
+            SLOT(onReply(QDBusPendingCallWatcher *)));
 }
 
 void Bus::sendWaiting(Daemon *daemon)
 {
-    while (!daemon->waiting.isEmpty() && daemon->inFlight < mostInFlight)
+    while (!daemon->waiting.isEmpty() && daemon->inFlight < mostInFlight) {
         sendNow(daemon->waiting.takeFirst());
+    }
 }
 
 void Bus::onReply(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
     const CallPointer call = m_calls.take(watcher);
-    if (!call) // it has ended with the bus
+    if (!call) { // it has ended with the bus
         return;
+    }
     call->end(RequestLetter::Replied, watcher->reply());
     Daemon &daemon = m_daemons[call->daemon()];
     --daemon.inFlight;
@@ -217,20 +218,24 @@ void Bus::onSubscribe(const Job &job)
         News news(m_daemons[i].presence == Present ? News::DaemonPresent : News::DaemonAbsent);
         news.daemon = daemonNumber(i);
         const bool isWanted = subscriber->wantsState || m_daemons[i].presence == Absent;
-        if (subscriber->wants(news.daemon) && isWanted && m_daemons[i].presence != NotKnown)
+        if (subscriber->wants(news.daemon) && isWanted && m_daemons[i].presence != NotKnown) {
             subscriber->mailbox.put(news);
+        }
     }
-    if (subscriber->rows && !m_isListening && !m_subscription)
+    if (subscriber->rows && !m_isListening && !m_subscription) {
         connectSignals();
-    if (subscriber->rows && m_isListening && subscriber->wantsState)
+    }
+    if (subscriber->rows && m_isListening && subscriber->wantsState) {
         subscriber->mailbox.put(News(News::Listening));
+    }
 }
 
 void Bus::onUnsubscribe(const Job &job)
 {
     m_subscribers.removeOne(job.subscriber);
-    if ((m_isListening || m_subscription) && !wantsSignals())
+    if ((m_isListening || m_subscription) && !wantsSignals()) {
         disconnectSignals();
+    }
 }
 
 void Bus::tell(const News &news)
@@ -255,26 +260,28 @@ void Bus::tell(const News &news)
         default:
             break;
         }
-        if (isWanted)
+        if (isWanted) {
             subscriber.mailbox.put(news);
+        }
     }
 }
 
 // The watch comes before the question, so that nothing happens unnoticed between the two.
 void Bus::watchDaemons()
 {
-    if (m_watcher)
+    if (m_watcher) {
         return;
+    }
     m_watcher = new QDBusServiceWatcher(this);
     m_watcher->setConnection(m_connection);
     m_watcher->setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
-    connect(m_watcher, SIGNAL(serviceOwnerChanged(QString,QString,QString)),
-            SLOT(onOwnerChanged(QString,QString,QString)));
+    connect(m_watcher, SIGNAL(serviceOwnerChanged(QString, QString, QString)),
+            SLOT(onOwnerChanged(QString, QString, QString)));
     for (int i = 0; i < daemonCount; ++i) {
         const QString name = serviceIdentity(daemonNumber(i))->busName;
         m_watcher->addWatchedService(name);
-        m_daemons[i].question
-            = askBus("GetNameOwner", name, SLOT(onOwnerTold(QDBusPendingCallWatcher*)));
+        m_daemons[i].question = askBus("GetNameOwner", name,
+                                       SLOT(onOwnerTold(QDBusPendingCallWatcher *)));
     }
 }
 
@@ -290,8 +297,9 @@ void Bus::setOwner(HNIPCServer::ServerType daemon, const QString &owner, News::K
 void Bus::onOwnerChanged(const QString &name, const QString &, const QString &newOwner)
 {
     for (int i = 0; i < daemonCount; ++i) {
-        if (name == serviceIdentity(daemonNumber(i))->busName)
+        if (name == serviceIdentity(daemonNumber(i))->busName) {
             setOwner(daemonNumber(i), newOwner, News::DaemonAppeared);
+        }
     }
 }
 
@@ -299,21 +307,24 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
     const QDBusPendingReply<QString> reply = *watcher;
-    if (reply.isError() && reply.error().name() != QLatin1String(noOwner))
+    if (reply.isError() && reply.error().name() != QLatin1String(noOwner)) {
         return;
+    }
     const QString owner = reply.isError() ? QString() : reply.value();
     for (int i = 0; i < daemonCount; ++i) {
         const bool isUnknown = m_daemons[i].presence == NotKnown; // else the watch was faster
-        if (watcher == m_daemons[i].question && isUnknown)
+        if (watcher == m_daemons[i].question && isUnknown) {
             setOwner(daemonNumber(i), owner, News::DaemonPresent);
+        }
     }
 }
 
 bool Bus::wantsSignals() const
 {
     for (int i = 0; i < m_subscribers.size(); ++i) {
-        if (m_subscribers.at(i)->rows)
+        if (m_subscribers.at(i)->rows) {
             return true;
+        }
     }
     return false;
 }
@@ -328,8 +339,7 @@ void Bus::connectSignals()
                              SLOT(onSignal(QDBusMessage)));
     }
     // Replied after the subscriptions, which have no reply themselves.
-    m_subscription
-        = askBus("GetId", QString(), SLOT(onSubscribed(QDBusPendingCallWatcher*)));
+    m_subscription = askBus("GetId", QString(), SLOT(onSubscribed(QDBusPendingCallWatcher *)));
 }
 
 void Bus::disconnectSignals()
@@ -346,8 +356,9 @@ void Bus::disconnectSignals()
 void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
-    if (watcher != m_subscription || watcher->isError())
+    if (watcher != m_subscription || watcher->isError()) {
         return;
+    }
     m_subscription = nullptr;
     m_isListening = true;
     tell(News(News::Listening));
@@ -356,8 +367,9 @@ void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
 void Bus::onSignal(const QDBusMessage &message)
 {
     const int row = rowOfMessage(message);
-    if (row < 0 || message.service() != m_daemons[eventOfRow(row).daemon].owner)
+    if (row < 0 || message.service() != m_daemons[eventOfRow(row).daemon].owner) {
         return;
+    }
     News news(News::Signal);
     news.daemon = eventOfRow(row).daemon;
     news.row = row;

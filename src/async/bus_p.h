@@ -25,12 +25,12 @@ enum { daemonCount = 3 };
 struct News
 {
     enum Kind {
-        DaemonPresent,   // since before
-        DaemonAppeared,  // also when another process has taken over the bus name
+        DaemonPresent,  // since before
+        DaemonAppeared, // also when another process has taken over the bus name
         DaemonAbsent,
-        Listening,       // no signal is missed from here on
-        Signal,          // of this row, with these values
-        BusLost          // or there is none
+        Listening, // no signal is missed from here on
+        Signal,    // of this row, with these values
+        BusLost    // or there is none
     };
 
     explicit News(Kind itsKind) : kind(itsKind), daemon(HNIPCServer::IOEXPD), row(-1) {}
@@ -44,8 +44,7 @@ struct News
 // An object that is told of daemons and signals, in the order in which the bus tells of them.
 struct Subscriber
 {
-    explicit Subscriber(QObject *object)
-        : wantsState(false), daemons(0), rows(0), mailbox(object)
+    explicit Subscriber(QObject *object) : wantsState(false), daemons(0), rows(0), mailbox(object)
     {
     }
 
@@ -111,8 +110,8 @@ private:
 
         int inFlight;
         QList<CallPointer> waiting;
-        std::atomic<Presence> presence; // read by other threads, too
-        QString owner; // its connection's unique name
+        std::atomic<Presence> presence;    // read by other threads, too
+        QString owner;                     // its connection's unique name
         QDBusPendingCallWatcher *question; // whether the daemon is running
     };
 

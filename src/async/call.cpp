@@ -4,13 +4,13 @@
 #include "common/serviceidentity_p.h"
 
 Call::Call(const RemoteMethod &method, const QVariantList &arguments, int deadline, int number,
-           const std::shared_ptr<Mailbox<RequestLetter> > &request)
+           const std::shared_ptr<Mailbox<RequestLetter>> &request)
     : m_daemon(method.daemon), m_deadline(deadline), m_number(number), m_request(request),
       m_isSent(false), m_isWithdrawn(false)
 {
     const ServiceIdentity *daemon = serviceIdentity(m_daemon);
-    m_message = QDBusMessage::createMethodCall(daemon->busName, daemon->path,
-                                               daemon->interfaceName, method.name);
+    m_message = QDBusMessage::createMethodCall(daemon->busName, daemon->path, daemon->interfaceName,
+                                               method.name);
     m_message.setArguments(arguments);
     m_message.setAutoStartService(false);
     m_clock.start();
@@ -27,11 +27,13 @@ bool Call::beginSending()
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_isWithdrawn)
+        if (m_isWithdrawn) {
             return false;
+        }
         m_isSent = m_clock.elapsed() < m_deadline;
-        if (m_isSent)
+        if (m_isSent) {
             return true;
+        }
     }
     end(RequestLetter::TimedOut);
     return false;

@@ -36,7 +36,7 @@ class Call
 {
 public:
     Call(const RemoteMethod &method, const QVariantList &arguments, int deadline, int number,
-         const std::shared_ptr<Mailbox<RequestLetter> > &request);
+         const std::shared_ptr<Mailbox<RequestLetter>> &request);
 
     HNIPCServer::ServerType daemon() const { return m_daemon; }
     const QDBusMessage &message() const { return m_message; }
@@ -53,7 +53,7 @@ private:
     const HNIPCServer::ServerType m_daemon;
     const int m_deadline;
     const int m_number;
-    const std::shared_ptr<Mailbox<RequestLetter> > m_request;
+    const std::shared_ptr<Mailbox<RequestLetter>> m_request;
     QDBusMessage m_message;
     QElapsedTimer m_clock;
 

@@ -29,8 +29,9 @@ struct Events
             event.name = QString::fromLatin1(nameOf(method));
             const QList<int> types = parameterTypesOf(method);
             event.parameterCount = types.size();
-            for (int j = 0; j < types.size(); ++j)
+            for (int j = 0; j < types.size(); ++j) {
                 event.wireSignature += QLatin1String(wireTypeOf(types.at(j)));
+            }
             all.push_back(event);
             rowByName.insert(event.name, i);
             rowByMember.insert(QString::fromLatin1(row.member), i);
@@ -51,21 +52,16 @@ const Events &events()
 
 } // namespace
 
-const Event &eventOfRow(int row)
-{
-    return events().all[row];
-}
+const Event &eventOfRow(int row) { return events().all[row]; }
 
-int rowOfSignal(const QString &name)
-{
-    return events().rowByName.value(name, -1);
-}
+int rowOfSignal(const QString &name) { return events().rowByName.value(name, -1); }
 
 int rowOfMessage(const QDBusMessage &message)
 {
     const int row = events().rowByMember.value(message.member(), -1);
-    if (row < 0)
+    if (row < 0) {
         return -1;
+    }
     const Event &found = eventOfRow(row);
     const bool fits = message.interface() == serviceIdentity(found.daemon)->interfaceName
         && message.signature().startsWith(found.wireSignature);

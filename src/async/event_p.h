@@ -14,10 +14,10 @@ class QDBusMessage;
 struct Event
 {
     HNIPCServer::ServerType daemon;
-    QString name;           // of the signal
-    int methodIndex;        // in the meta-object of HNIPCEvents
+    QString name;    // of the signal
+    int methodIndex; // in the meta-object of HNIPCEvents
     int parameterCount;
-    QString wireSignature;  // what a daemon's signal begins with
+    QString wireSignature; // what a daemon's signal begins with
 };
 
 // The event of a relay row.

@@ -9,7 +9,7 @@
 HNIPCFailure unknownMethod(const QString &method);
 HNIPCFailure invalidArguments(const QString &text);
 HNIPCFailure daemonAbsent(const QString &busName);
-HNIPCFailure noBus();                        // nothing was sent
+HNIPCFailure noBus();                         // nothing was sent
 HNIPCFailure busLost(const QString &busName); // after the call was sent
 HNIPCFailure timedOut(bool isSent, const QString &busName, int milliseconds);
 HNIPCFailure cancelled(bool isSent);

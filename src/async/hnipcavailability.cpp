@@ -39,10 +39,7 @@ HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availabili
     Bus::instance()->subscribe(subscriber);
 }
 
-HNIPCAvailabilityPrivate::~HNIPCAvailabilityPrivate()
-{
-    Bus::instance()->unsubscribe(subscriber);
-}
+HNIPCAvailabilityPrivate::~HNIPCAvailabilityPrivate() { Bus::instance()->unsubscribe(subscriber); }
 
 bool HNIPCAvailabilityPrivate::isKnown() const
 {
@@ -52,15 +49,18 @@ bool HNIPCAvailabilityPrivate::isKnown() const
 
 bool HNIPCAvailabilityPrivate::event(QEvent *event)
 {
-    if (event->type() != letterEvent())
+    if (event->type() != letterEvent()) {
         return QObject::event(event);
+    }
     News news(News::BusLost);
-    if (!subscriber->mailbox.takeForReceivers(&news))
+    if (!subscriber->mailbox.takeForReceivers(&news)) {
         return true;
-    if (news.kind == News::BusLost)
+    }
+    if (news.kind == News::BusLost) {
         onBusLost();
-    else
+    } else {
         onDaemon(news.daemon, news.kind != News::DaemonAbsent);
+    }
     return true;
 }
 
@@ -68,8 +68,9 @@ bool HNIPCAvailabilityPrivate::event(QEvent *event)
 
 void HNIPCAvailabilityPrivate::setAvailable(HNIPCServer::ServerType daemon, bool available)
 {
-    if (available == isAvailable[daemon])
+    if (available == isAvailable[daemon]) {
         return;
+    }
     isAvailable[daemon] = available;
     switch (daemon) {
     case HNIPCServer::IOEXPD:
@@ -89,8 +90,9 @@ void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool ava
     const QPointer<HNIPCAvailability> guard = q;
     hasBeenTold[daemon] = true;
     setAvailable(daemon, available);
-    if (!guard || isKnownTold || !isKnown())
+    if (!guard || isKnownTold || !isKnown()) {
         return;
+    }
     isKnownTold = true;
     emit q->knownChanged(true);
 }
@@ -98,12 +100,15 @@ void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool ava
 void HNIPCAvailabilityPrivate::onBusLost()
 {
     const QPointer<HNIPCAvailability> guard = q;
-    for (int i = 0; i < daemonCount; ++i)
+    for (int i = 0; i < daemonCount; ++i) {
         hasBeenTold[i] = false;
-    for (int i = 0; i < daemonCount && guard; ++i)
+    }
+    for (int i = 0; i < daemonCount && guard; ++i) {
         setAvailable(static_cast<HNIPCServer::ServerType>(i), false);
-    if (!guard || !isKnownTold)
+    }
+    if (!guard || !isKnownTold) {
         return;
+    }
     isKnownTold = false;
     emit q->knownChanged(false);
 }

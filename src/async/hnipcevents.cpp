@@ -34,29 +34,30 @@ HNIPCEventsPrivate::HNIPCEventsPrivate(HNIPCEvents *events)
     Bus::instance()->subscribe(subscriber);
 }
 
-HNIPCEventsPrivate::~HNIPCEventsPrivate()
-{
-    Bus::instance()->unsubscribe(subscriber);
-}
+HNIPCEventsPrivate::~HNIPCEventsPrivate() { Bus::instance()->unsubscribe(subscriber); }
 
 bool HNIPCEventsPrivate::event(QEvent *event)
 {
-    if (event->type() != letterEvent())
+    if (event->type() != letterEvent()) {
         return QObject::event(event);
+    }
     News news(News::BusLost);
-    if (!subscriber->mailbox.takeForReceivers(&news))
+    if (!subscriber->mailbox.takeForReceivers(&news)) {
         return true;
-    if (news.kind == News::Signal)
+    }
+    if (news.kind == News::Signal) {
         relay(news);
-    else
+    } else {
         setListening(news.kind == News::Listening);
+    }
     return true;
 }
 
 void HNIPCEventsPrivate::setListening(bool listening)
 {
-    if (listening == isListening)
+    if (listening == isListening) {
         return;
+    }
     isListening = listening;
     emit q->listeningChanged(listening);
 }
@@ -66,12 +67,14 @@ void HNIPCEventsPrivate::relay(const News &news)
 {
     const Event &event = eventOfRow(news.row);
     void *arguments[] = { nullptr, nullptr, nullptr }; // the result, and the most that a signal has
-    for (int i = 0; i < news.values.size(); ++i)
+    for (int i = 0; i < news.values.size(); ++i) {
         arguments[i + 1] = const_cast<void *>(news.values.at(i).constData());
+    }
     const QPointer<HNIPCEvents> guard = q; // a receiver may destroy it
     q->qt_metacall(QMetaObject::InvokeMetaMethod, event.methodIndex, arguments);
-    if (guard)
+    if (guard) {
         emit guard->received(event.name, news.values);
+    }
 }
 
 HNIPCEvents::HNIPCEvents(QObject *parent) : QObject(parent), d(new HNIPCEventsPrivate(this)) {}

@@ -42,15 +42,13 @@ HNIPCFailure daemonAbsent(const QString &busName)
 
 HNIPCFailure noBus()
 {
-    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::BusLost,
-                        standardError("Disconnected"),
+    return HNIPCFailure(HNIPCRequest::NotSent, HNIPCRequest::BusLost, standardError("Disconnected"),
                         QString::fromLatin1("there is no system bus"));
 }
 
 HNIPCFailure busLost(const QString &busName)
 {
-    return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::BusLost,
-                        standardError("Disconnected"),
+    return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::BusLost, standardError("Disconnected"),
                         QString::fromLatin1("the bus was lost before %1 answered").arg(busName));
 }
 
@@ -82,12 +80,14 @@ HNIPCFailure wrongType(const QString &busName, const QString &errorName, const Q
 static HNIPCFailure ofBus(const QDBusMessage &reply, const QString &busName)
 {
     const QString name = reply.errorName();
-    if (name == standardError("NoReply"))
+    if (name == standardError("NoReply")) {
         return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::DaemonLeft, name,
                             QString::fromLatin1("%1 left the bus before it answered").arg(busName));
+    }
     // The bus has another name for an absent daemon if the call may not start one.
-    if (name == standardError("ServiceUnknown") || name == standardError("NameHasNoOwner"))
+    if (name == standardError("ServiceUnknown") || name == standardError("NameHasNoOwner")) {
         return daemonAbsent(busName);
+    }
     return HNIPCFailure(HNIPCRequest::NotSent,
                         name == standardError("AccessDenied") ? HNIPCRequest::AccessDenied
                                                               : HNIPCRequest::BusError,
@@ -101,8 +101,9 @@ static HNIPCFailure ofThisSide(const QDBusMessage &reply, const QString &busName
     case QDBusError::NoReply:
     case QDBusError::Timeout:
     case QDBusError::TimedOut:
-        if (timeout > 0 && QDBusConnection::systemBus().isConnected())
+        if (timeout > 0 && QDBusConnection::systemBus().isConnected()) {
             return timedOut(true, busName, timeout);
+        }
         // fall through
     case QDBusError::Disconnected:
         return busLost(busName);
@@ -114,12 +115,15 @@ static HNIPCFailure ofThisSide(const QDBusMessage &reply, const QString &busName
 
 HNIPCFailure HNIPCFailure::ofReply(const QDBusMessage &reply, const QString &busName, int timeout)
 {
-    if (reply.type() != QDBusMessage::ErrorMessage)
+    if (reply.type() != QDBusMessage::ErrorMessage) {
         return HNIPCFailure();
-    if (reply.service() == QLatin1String("org.freedesktop.DBus"))
+    }
+    if (reply.service() == QLatin1String("org.freedesktop.DBus")) {
         return ofBus(reply, busName);
-    if (reply.service().isEmpty())
+    }
+    if (reply.service().isEmpty()) {
         return ofThisSide(reply, busName, timeout);
+    }
     return HNIPCFailure(HNIPCRequest::Refused, HNIPCRequest::DaemonError, reply.errorName(),
                         reply.errorMessage());
 }

@@ -41,8 +41,9 @@ const ClientProperty clientProperties[] = {
 const ClientProperty *clientProperty(const QString &name)
 {
     for (const ClientProperty &property : clientProperties) {
-        if (name == QLatin1String(property.name))
+        if (name == QLatin1String(property.name)) {
             return &property;
+        }
     }
     return nullptr;
 }
@@ -55,8 +56,8 @@ struct State
 
     bool operator==(const State &other) const
     {
-        return isKnown == other.isKnown && isCurrent == other.isCurrent
-            && value == other.value && failure.reason == other.failure.reason
+        return isKnown == other.isKnown && isCurrent == other.isCurrent && value == other.value
+            && failure.reason == other.failure.reason
             && failure.errorName == other.failure.errorName
             && failure.errorText == other.failure.errorText;
     }
@@ -72,19 +73,22 @@ bool isSame(const QVariantList &one, const QVariantList &other);
 
 bool isSame(const QVariant &one, const QVariant &other)
 {
-    if (one.userType() != other.userType())
+    if (one.userType() != other.userType()) {
         return false;
+    }
     return one.userType() == QMetaType::QVariantList ? isSame(one.toList(), other.toList())
                                                      : one == other;
 }
 
 bool isSame(const QVariantList &one, const QVariantList &other)
 {
-    if (one.size() != other.size())
+    if (one.size() != other.size()) {
         return false;
+    }
     for (int i = 0; i < one.size(); ++i) {
-        if (!isSame(one.at(i), other.at(i)))
+        if (!isSame(one.at(i), other.at(i))) {
             return false;
+        }
     }
     return true;
 }
@@ -134,18 +138,18 @@ private:
     void becomeUnknown(const State &reason);
 
     HNIPCReading *const q;
-    bool isReconfigured;   // and the event loop has not seen it yet
-    QString called;        // the method, that of the client's property
+    bool isReconfigured;          // and the event loop has not seen it yet
+    QString called;               // the method, that of the client's property
     SubscriberPointer subscriber; // null while there is nothing to read
     HNIPCServer::ServerType daemon;
     int resultType;
     int argumentOfValue;
-    bool isAbsent;         // the daemon, or the bus has not reported yet
+    bool isAbsent; // the daemon, or the bus has not reported yet
     HNIPCRequest *request;
-    bool isOutdated;       // what is under way, since a signal came after it was sent
-    bool isToFollow;       // one more read, when what is under way has finished
-    bool isFromSignal;     // the value, which no read has confirmed
-    QBasicTimer pause;     // until a failed read is repeated
+    bool isOutdated;   // what is under way, since a signal came after it was sent
+    bool isToFollow;   // one more read, when what is under way has finished
+    bool isFromSignal; // the value, which no read has confirmed
+    QBasicTimer pause; // until a failed read is repeated
     int pauseLength;
 };
 
@@ -157,10 +161,7 @@ HNIPCReadingPrivate::HNIPCReadingPrivate(HNIPCReading *reading)
 {
 }
 
-HNIPCReadingPrivate::~HNIPCReadingPrivate()
-{
-    unsubscribe();
-}
+HNIPCReadingPrivate::~HNIPCReadingPrivate() { unsubscribe(); }
 
 // ---- What is read --------------------------------------------------------------------------
 
@@ -169,13 +170,15 @@ void HNIPCReadingPrivate::reconfigure(void (HNIPCReading::*signal)())
     unsubscribe();
     delete request;
     request = nullptr;
-    if (!isReconfigured)
+    if (!isReconfigured) {
         QCoreApplication::postEvent(this, new QEvent(configureEvent()));
+    }
     isReconfigured = true;
     const QPointer<HNIPCReading> guard = q; // a receiver may destroy it, or run an event loop
     setState(State());
-    if (guard)
+    if (guard) {
         emit(q->*signal)();
+    }
 }
 
 void HNIPCReadingPrivate::configure()
@@ -184,11 +187,12 @@ void HNIPCReadingPrivate::configure()
     const ClientProperty *property = clientProperty(method);
     called = property ? QString::fromLatin1(property->method) : method;
     const bool isOwnSignal = property && signalNames.isEmpty();
-    const QStringList names = isOwnSignal
-        ? QStringList(QString::fromLatin1(property->signal)) : signalNames;
+    const QStringList names = isOwnSignal ? QStringList(QString::fromLatin1(property->signal))
+                                          : signalNames;
     argumentOfValue = isOwnSignal ? property->valueArgument : valueArgument;
-    if (called.isEmpty())
+    if (called.isEmpty()) {
         return;
+    }
 
     const QList<RemoteMethod> overloads = remoteMethods(called);
     if (overloads.isEmpty()) {
@@ -233,8 +237,9 @@ void HNIPCReadingPrivate::subscribe(quint64 rows)
 
 void HNIPCReadingPrivate::unsubscribe()
 {
-    if (subscriber)
+    if (subscriber) {
         Bus::instance()->unsubscribe(subscriber);
+    }
     subscriber.reset();
 }
 
@@ -243,12 +248,14 @@ void HNIPCReadingPrivate::unsubscribe()
 void HNIPCReadingPrivate::read()
 {
     pause.stop();
-    if (!request || isAbsent)
+    if (!request || isAbsent) {
         return;
+    }
     request->setDeadline(deadline);
     isToFollow = !request->send();
-    if (!isToFollow)
+    if (!isToFollow) {
         isOutdated = false;
+    }
 }
 
 void HNIPCReadingPrivate::onFinished()
@@ -265,33 +272,33 @@ void HNIPCReadingPrivate::onFinished()
         newState.value = request->value();
         isFromSignal = false;
         pauseLength = shortestPause;
-        if (isOneMoreWanted)
+        if (isOneMoreWanted) {
             read();
+        }
     } else {
-        if (isFromSignal)
+        if (isFromSignal) {
             newState = state;
-        newState.failure = HNIPCFailure(request->outcome(), request->reason(),
-                                        request->errorName(), request->errorText());
+        }
+        newState.failure = HNIPCFailure(request->outcome(), request->reason(), request->errorName(),
+                                        request->errorText());
         pause.start(pauseLength, this);
         pauseLength = qMin(2 * pauseLength, longestPause);
     }
     setState(newState);
 }
 
-void HNIPCReadingPrivate::timerEvent(QTimerEvent *)
-{
-    read();
-}
+void HNIPCReadingPrivate::timerEvent(QTimerEvent *) { read(); }
 
 bool HNIPCReadingPrivate::event(QEvent *event)
 {
     News news(News::Signal);
-    if (event->type() == configureEvent())
+    if (event->type() == configureEvent()) {
         configure();
-    else if (event->type() != letterEvent())
+    } else if (event->type() != letterEvent()) {
         return QObject::event(event);
-    else if (subscriber && subscriber->mailbox.takeForReceivers(&news))
+    } else if (subscriber && subscriber->mailbox.takeForReceivers(&news)) {
         onNews(news);
+    }
     return true;
 }
 
@@ -310,8 +317,9 @@ void HNIPCReadingPrivate::onNews(const News &news)
         becomeUnknown(State(daemonAbsent(serviceIdentity(daemon)->busName)));
         break;
     case News::DaemonPresent:
-        if (!isAbsent) // as it was when the first read was sent
+        if (!isAbsent) { // as it was when the first read was sent
             break;
+        }
         // fall through
     case News::DaemonAppeared:
         isAbsent = false;
@@ -325,8 +333,9 @@ void HNIPCReadingPrivate::onNews(const News &news)
 // A read that is under way was sent to a daemon that is gone.
 void HNIPCReadingPrivate::becomeUnknown(const State &why)
 {
-    if (request->isPending())
+    if (request->isPending()) {
         renewRequest();
+    }
     pauseLength = shortestPause;
     read();
     setState(why);
@@ -343,8 +352,9 @@ void HNIPCReadingPrivate::renewRequest()
 
 void HNIPCReadingPrivate::onSignal(const News &news)
 {
-    if (isAbsent) // a signal of another daemon
+    if (isAbsent) { // a signal of another daemon
         return;
+    }
     State newState = state;
     newState.isCurrent = false;
     const QVariant value = converted(news.values.value(argumentOfValue), resultType);
@@ -355,16 +365,18 @@ void HNIPCReadingPrivate::onSignal(const News &news)
     }
     isOutdated = request->isPending();
     // A daemon that has not replied in time gets no more calls than the pauses allow.
-    if (!pause.isActive() || state.failure.reason != HNIPCRequest::TimedOut)
+    if (!pause.isActive() || state.failure.reason != HNIPCRequest::TimedOut) {
         read();
+    }
     setState(newState);
 }
 
 // The last that is done, for a receiver may destroy the reading.
 void HNIPCReadingPrivate::setState(const State &newState)
 {
-    if (newState == state)
+    if (newState == state) {
         return;
+    }
     state = newState;
     emit q->changed();
 }
@@ -379,8 +391,9 @@ QString HNIPCReading::method() const { return d->method; }
 
 void HNIPCReading::setMethod(const QString &method)
 {
-    if (method == d->method)
+    if (method == d->method) {
         return;
+    }
     d->method = method;
     d->reconfigure(&HNIPCReading::methodChanged);
 }
@@ -390,8 +403,9 @@ QVariantList HNIPCReading::arguments() const { return d->arguments; }
 // A binding of QML sets them again whenever something that it reads has changed.
 void HNIPCReading::setArguments(const QVariantList &arguments)
 {
-    if (isSame(arguments, d->arguments))
+    if (isSame(arguments, d->arguments)) {
         return;
+    }
     d->arguments = arguments;
     d->reconfigure(&HNIPCReading::argumentsChanged);
 }
@@ -400,8 +414,9 @@ QStringList HNIPCReading::signalNames() const { return d->signalNames; }
 
 void HNIPCReading::setSignalNames(const QStringList &names)
 {
-    if (names == d->signalNames)
+    if (names == d->signalNames) {
         return;
+    }
     d->signalNames = names;
     d->reconfigure(&HNIPCReading::signalNamesChanged);
 }
@@ -410,8 +425,9 @@ int HNIPCReading::valueArgument() const { return d->valueArgument; }
 
 void HNIPCReading::setValueArgument(int index)
 {
-    if (index == d->valueArgument)
+    if (index == d->valueArgument) {
         return;
+    }
     d->valueArgument = index;
     d->reconfigure(&HNIPCReading::valueArgumentChanged);
 }
@@ -420,8 +436,9 @@ int HNIPCReading::deadline() const { return d->deadline; }
 
 void HNIPCReading::setDeadline(int milliseconds)
 {
-    if (milliseconds == d->deadline)
+    if (milliseconds == d->deadline) {
         return;
+    }
     d->deadline = milliseconds;
     emit deadlineChanged();
 }

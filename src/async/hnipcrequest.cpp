@@ -19,7 +19,8 @@
 
 #include <limits>
 
-static const int defaultDeadline = 25 * 1000; // the bus library's own timeout, as blocking calls have
+static const int defaultDeadline = 25
+    * 1000; // the bus library's own timeout, as blocking calls have
 
 // A child of the request, so that it goes along to another thread.
 class HNIPCRequestPrivate : public QObject
@@ -58,16 +59,16 @@ private:
     void finish();
     QString daemonName() const { return serviceIdentity(called.daemon)->busName; }
 
-    const std::shared_ptr<Mailbox<RequestLetter> > mailbox;
+    const std::shared_ptr<Mailbox<RequestLetter>> mailbox;
 
     // Of the latest send(), whatever is set for the next one.
     int number; // of the letters that count
     RemoteMethod called;
-    int allowed;     // the deadline
-    CallPointer call; // null if there is none to be sent
-    int timer;       // 0 for none
-    bool isSending;   // within send(), where nothing finishes
-    bool isFinishing; // between stateChanged() and finished()
+    int allowed;               // the deadline
+    CallPointer call;          // null if there is none to be sent
+    int timer;                 // 0 for none
+    bool isSending;            // within send(), where nothing finishes
+    bool isFinishing;          // between stateChanged() and finished()
     QList<RequestLetter> held; // until send() has returned
 };
 
@@ -81,8 +82,9 @@ HNIPCRequestPrivate::HNIPCRequestPrivate(HNIPCRequest *request)
 HNIPCRequestPrivate::~HNIPCRequestPrivate()
 {
     mailbox->close();
-    if (call)
+    if (call) {
         withdraw();
+    }
 }
 
 // ---- Sending -------------------------------------------------------------------------------
@@ -115,8 +117,9 @@ bool HNIPCRequestPrivate::prepare(const QVariantList &with)
 
 bool HNIPCRequestPrivate::send(const QVariantList &with)
 {
-    if (isPending || isFinishing)
+    if (isPending || isFinishing) {
         return false;
+    }
     isPending = true;
     ++number;
     failure = HNIPCFailure();
@@ -132,11 +135,13 @@ bool HNIPCRequestPrivate::send(const QVariantList &with)
     isSending = true;
     const QPointer<HNIPCRequest> request = q; // a receiver may destroy it
     emit q->stateChanged();
-    if (!request)
+    if (!request) {
         return true;
+    }
     isSending = false;
-    while (!held.isEmpty())
+    while (!held.isEmpty()) {
         mailbox->put(held.takeFirst());
+    }
     return true;
 }
 
@@ -158,8 +163,9 @@ void HNIPCRequestPrivate::startTimer()
 
 void HNIPCRequestPrivate::stopTimer()
 {
-    if (timer)
+    if (timer) {
         killTimer(timer);
+    }
     timer = 0;
 }
 
@@ -169,8 +175,9 @@ bool HNIPCRequestPrivate::event(QEvent *event)
 {
     if (event->type() == letterEvent()) {
         RequestLetter letter(RequestLetter::NotSent, 0);
-        if (mailbox->takeForReceivers(&letter))
+        if (mailbox->takeForReceivers(&letter)) {
             deliver(letter);
+        }
         return true;
     }
     // Qt would let the timer count anew in the next thread.
@@ -184,16 +191,18 @@ bool HNIPCRequestPrivate::event(QEvent *event)
 // A timer may be early, and what has come meanwhile is still to be delivered.
 void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 {
-    if (clock.elapsed() < allowed || !mailbox->isEmpty())
+    if (clock.elapsed() < allowed || !mailbox->isEmpty()) {
         startTimer();
-    else
+    } else {
         deliver(RequestLetter(RequestLetter::TimedOut, number));
+    }
 }
 
 void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
 {
-    if (!isPending || letter.number != number) // it has finished, and may have been sent again
+    if (!isPending || letter.number != number) { // it has finished, and may have been sent again
         return;
+    }
     if (isSending) {
         stopTimer();
         held.append(letter);
@@ -226,15 +235,17 @@ void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
 bool HNIPCRequestPrivate::withdraw()
 {
     const bool isUnsent = call->withdraw();
-    if (isUnsent)
+    if (isUnsent) {
         Bus::instance()->forget(call);
+    }
     return isUnsent;
 }
 
 void HNIPCRequestPrivate::giveUp(RequestLetter::Kind kind)
 {
-    if (!call) // the failure is known already
+    if (!call) { // the failure is known already
         return;
+    }
     const bool isSent = !withdraw();
     failure = kind == RequestLetter::Cancelled ? cancelled(isSent)
                                                : timedOut(isSent, daemonName(), allowed);
@@ -249,8 +260,9 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
         return;
     }
     failure.outcome = HNIPCRequest::Answered;
-    if (called.resultType == QMetaType::Void)
+    if (called.resultType == QMetaType::Void) {
         return;
+    }
     if (called.resultType == qMetaTypeId<SupplyInformation>()
         && reply.signature().startsWith(QLatin1Char('('))) {
         SupplyInformation information;
@@ -269,11 +281,13 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
 
 void HNIPCRequestPrivate::cancel()
 {
-    if (!isPending)
+    if (!isPending) {
         return;
-    if (call)
+    }
+    if (call) {
         call->withdraw(); // also if this is within send(), where the rest has to wait
-    ++number;             // and the reply may come first
+    }
+    ++number; // and the reply may come first
     deliver(RequestLetter(RequestLetter::Cancelled, number));
 }
 
@@ -286,8 +300,9 @@ void HNIPCRequestPrivate::finish()
     isFinishing = true;
     const QPointer<HNIPCRequest> request = q; // a receiver may destroy it
     emit q->stateChanged();
-    if (!request)
+    if (!request) {
         return;
+    }
     isFinishing = false;
     emit q->finished();
 }
@@ -302,8 +317,9 @@ QString HNIPCRequest::method() const { return d->method; }
 
 void HNIPCRequest::setMethod(const QString &method)
 {
-    if (method == d->method)
+    if (method == d->method) {
         return;
+    }
     d->method = method;
     d->overloads = remoteMethods(method);
     emit methodChanged();
@@ -322,8 +338,9 @@ int HNIPCRequest::deadline() const { return d->deadline; }
 
 void HNIPCRequest::setDeadline(int milliseconds)
 {
-    if (milliseconds == d->deadline)
+    if (milliseconds == d->deadline) {
         return;
+    }
     d->deadline = milliseconds;
     emit deadlineChanged();
 }
@@ -348,15 +365,9 @@ bool HNIPCRequest::isDone() const
 
 QVariant HNIPCRequest::value() const { return d->value; }
 
-QString HNIPCRequest::errorName() const
-{
-    return d->isPending ? QString() : d->failure.errorName;
-}
+QString HNIPCRequest::errorName() const { return d->isPending ? QString() : d->failure.errorName; }
 
-QString HNIPCRequest::errorText() const
-{
-    return d->isPending ? QString() : d->failure.errorText;
-}
+QString HNIPCRequest::errorText() const { return d->isPending ? QString() : d->failure.errorText; }
 
 int HNIPCRequest::elapsed() const
 {

@@ -29,8 +29,9 @@ public:
     void put(const Letter &letter)
     {
         const std::lock_guard<std::mutex> lock(m_ownerMutex);
-        if (!m_owner)
+        if (!m_owner) {
             return;
+        }
         {
             const std::lock_guard<std::mutex> lettersLock(m_lettersMutex);
             m_letters.push_back(letter);
@@ -42,8 +43,9 @@ public:
     bool take(Letter *letter)
     {
         const std::lock_guard<std::mutex> lock(m_lettersMutex);
-        if (m_letters.empty())
+        if (m_letters.empty()) {
             return false;
+        }
         *letter = m_letters.front();
         m_letters.pop_front();
         return true;
@@ -53,10 +55,12 @@ public:
     // not deliver what was posted before, to any object, until it is woken up.
     bool takeForReceivers(Letter *letter)
     {
-        if (!take(letter))
+        if (!take(letter)) {
             return false;
-        if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance())
+        }
+        if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance()) {
             dispatcher->wakeUp();
+        }
         return true;
     }
 

@@ -25,11 +25,13 @@ inline QList<int> parameterTypesOf(const QMetaMethod &method)
     QList<int> result;
 #if QT_VERSION < 0x050000
     const QList<QByteArray> names = method.parameterTypes();
-    for (int i = 0; i < names.size(); ++i)
+    for (int i = 0; i < names.size(); ++i) {
         result.append(QMetaType::type(names.at(i)));
+    }
 #else
-    for (int i = 0; i < method.parameterCount(); ++i)
+    for (int i = 0; i < method.parameterCount(); ++i) {
         result.append(method.parameterType(i));
+    }
 #endif
     return result;
 }

@@ -22,22 +22,25 @@ static bool hasSlot(const QMetaObject &server, const QByteArray &name, const QLi
 {
     for (int i = server.methodOffset(); i < server.methodCount(); ++i) {
         const QMetaMethod slot = server.method(i);
-        if (nameOf(slot) == name && parameterTypesOf(slot) == types)
+        if (nameOf(slot) == name && parameterTypesOf(slot) == types) {
             return true;
+        }
     }
     return false;
 }
 
 static HNIPCServer::ServerType daemonOf(const QByteArray &name, const QList<int> &types)
 {
-    if (hasSlot(IHNIPCM4::staticMetaObject, name, types))
+    if (hasSlot(IHNIPCM4::staticMetaObject, name, types)) {
         return HNIPCServer::M4;
-    if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types))
+    }
+    if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types)) {
         return HNIPCServer::SUPPLYD;
+    }
     return HNIPCServer::IOEXPD;
 }
 
-typedef QHash<QString, QList<RemoteMethod> > RemoteMethods;
+typedef QHash<QString, QList<RemoteMethod>> RemoteMethods;
 
 static RemoteMethods readMetaObjects()
 {
@@ -46,8 +49,9 @@ static RemoteMethods readMetaObjects()
     const QMetaObject &client = HNIPC::staticMetaObject;
     for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
         const QMetaMethod slot = client.method(i);
-        if (slot.methodType() != QMetaMethod::Slot)
+        if (slot.methodType() != QMetaMethod::Slot) {
             continue;
+        }
         const QByteArray name = nameOf(slot);
         QList<RemoteMethod> &overloads = result[QString::fromLatin1(name)];
         const QList<int> types = parameterTypesOf(slot);
@@ -106,29 +110,33 @@ static QVariant exactly(const QVariant &value)
     const double approximate = value.toDouble();
     const double end = std::ldexp(1.0, std::numeric_limits<T>::digits);
     const double start = std::numeric_limits<T>::is_signed ? -end : 0;
-    if (!isNumber(value) || approximate != std::floor(approximate) || approximate < start)
+    if (!isNumber(value) || approximate != std::floor(approximate) || approximate < start) {
         return QVariant();
-    const bool isFloating
-        = value.userType() == QMetaType::Double || value.userType() == QMetaType::Float;
-    if (isFloating)
+    }
+    const bool isFloating = value.userType() == QMetaType::Double
+        || value.userType() == QMetaType::Float;
+    if (isFloating) {
         return approximate < end ? QVariant(static_cast<T>(approximate)) : QVariant();
+    }
     // Not negative, or small enough for every type that can be.
     const bool fits = approximate < 0
         || value.toULongLong() <= static_cast<quint64>(std::numeric_limits<T>::max());
-    return fits ? QVariant(static_cast<T>(approximate < 0 ? value.toLongLong()
-                                                          : qint64(value.toULongLong())))
+    return fits ? QVariant(
+               static_cast<T>(approximate < 0 ? value.toLongLong() : qint64(value.toULongLong())))
                 : QVariant();
 }
 
 static QVariant listOfTexts(const QVariant &value)
 {
-    if (value.userType() != QMetaType::QVariantList)
+    if (value.userType() != QMetaType::QVariantList) {
         return QVariant();
+    }
     QStringList result;
     const QVariantList list = value.toList();
     for (int i = 0; i < list.size(); ++i) {
-        if (list.at(i).userType() != QMetaType::QString)
+        if (list.at(i).userType() != QMetaType::QString) {
             return QVariant();
+        }
         result.append(list.at(i).toString());
     }
     return result;
@@ -136,8 +144,9 @@ static QVariant listOfTexts(const QVariant &value)
 
 QVariant converted(const QVariant &value, int type)
 {
-    if (value.userType() == type)
+    if (value.userType() == type) {
         return value;
+    }
     switch (type) {
     case QMetaType::Int:
         return exactly<int>(value);
@@ -174,10 +183,12 @@ static QString nameOfType(int type)
 
 static QString shown(const QVariant &value)
 {
-    if (value.userType() == QMetaType::QString)
+    if (value.userType() == QMetaType::QString) {
         return QString::fromLatin1("the text \"%1\"").arg(value.toString());
-    if (isNumber(value) || value.userType() == QMetaType::Bool)
+    }
+    if (isNumber(value) || value.userType() == QMetaType::Bool) {
         return value.toString();
+    }
     return value.isValid() ? QString::fromLatin1("a %1").arg(QLatin1String(value.typeName()))
                            : QString::fromLatin1("undefined");
 }
@@ -188,8 +199,9 @@ static int fit(const RemoteMethod &method, const QVariantList &arguments, QVaria
     fitted->clear();
     for (int i = 0; i < arguments.size(); ++i) {
         const QVariant argument = converted(arguments.at(i), method.parameters.at(i).type);
-        if (!argument.isValid())
+        if (!argument.isValid()) {
             return i;
+        }
         fitted->append(argument);
     }
     return arguments.size();
@@ -206,8 +218,7 @@ const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
             ? QString::fromLatin1("%1 to %2").arg(first.required).arg(most)
             : QString::number(most);
         *error = QString::fromLatin1("%1 takes %2 %3, not %4")
-                     .arg(first.name, range,
-                          QLatin1String(most == 1 ? "argument" : "arguments"),
+                     .arg(first.name, range, QLatin1String(most == 1 ? "argument" : "arguments"),
                           QString::number(arguments.size()));
         return 0;
     }
@@ -219,17 +230,20 @@ const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
         const RemoteMethod &method = overloads.at(i);
         const int good = fit(method, arguments, fitted);
         if (good == arguments.size()) {
-            while (fitted->size() < most)
+            while (fitted->size() < most) {
                 fitted->append(defaultOf(method.parameters.at(fitted->size()).type));
+            }
             return &method;
         }
-        if (good > furthest)
+        if (good > furthest) {
             types.clear();
+        }
         if (good >= furthest) {
             furthest = good;
             const QString type = nameOfType(method.parameters.at(good).type);
-            if (!types.contains(type))
+            if (!types.contains(type)) {
                 types.append(type);
+            }
         }
     }
     *error = QString::fromLatin1("argument %1 (%2) of %3 has to be %4, not ")

@@ -48,12 +48,15 @@ HNIPCPrivate::HNIPCPrivate(HNIPC *client) : q(client), ioexpd(0), m4(0), supplyd
 
     // A daemon that came while the proxies were built, and nobody watched yet, would not be
     // reported again for as long as it stays.
-    if (!ioexpd)
+    if (!ioexpd) {
         createIOEXPDInterface();
-    if (!m4)
+    }
+    if (!m4) {
         createM4Interface();
-    if (!supplyd)
+    }
+    if (!supplyd) {
         createSUPPLYDInterface();
+    }
 }
 
 HNIPCPrivate::~HNIPCPrivate()
@@ -70,22 +73,25 @@ HNIPCPrivate::~HNIPCPrivate()
 void HNIPCPrivate::createIOEXPDInterface()
 {
     ioexpd = newProxy(IOEXPD);
-    if (!ioexpd->isValid())
+    if (!ioexpd->isValid()) {
         deleteIOEXPDInterface();
+    }
 }
 
 void HNIPCPrivate::createM4Interface()
 {
     m4 = newProxy(M4);
-    if (!m4->isValid())
+    if (!m4->isValid()) {
         deleteM4Interface();
+    }
 }
 
 void HNIPCPrivate::createSUPPLYDInterface()
 {
     supplyd = newProxy(SUPPLYD);
-    if (!supplyd->isValid())
+    if (!supplyd->isValid()) {
         deleteSUPPLYDInterface();
+    }
 }
 
 void HNIPCPrivate::deleteIOEXPDInterface()
@@ -108,22 +114,24 @@ void HNIPCPrivate::deleteSUPPLYDInterface()
 
 void HNIPCPrivate::onServiceRegistered(const QString &serviceName)
 {
-    if (serviceName == busName(IOEXPD))
+    if (serviceName == busName(IOEXPD)) {
         createIOEXPDInterface();
-    else if (serviceName == busName(M4))
+    } else if (serviceName == busName(M4)) {
         createM4Interface();
-    else if (serviceName == busName(SUPPLYD))
+    } else if (serviceName == busName(SUPPLYD)) {
         createSUPPLYDInterface();
+    }
 }
 
 void HNIPCPrivate::onServiceUnregistered(const QString &serviceName)
 {
-    if (serviceName == busName(IOEXPD))
+    if (serviceName == busName(IOEXPD)) {
         deleteIOEXPDInterface();
-    else if (serviceName == busName(M4))
+    } else if (serviceName == busName(M4)) {
         deleteM4Interface();
-    else if (serviceName == busName(SUPPLYD))
+    } else if (serviceName == busName(SUPPLYD)) {
         deleteSUPPLYDInterface();
+    }
 }
 
 QDBusInterface *HNIPCPrivate::getInterfaceByServerType(HNIPCServer::ServerType type)
@@ -151,8 +159,9 @@ static QDBusMessage send(QDBusInterface *proxy, const QString &method, const QVa
     const QVariant *const arguments[] = { &a1, &a2, &a3, &a4, &a5 };
     QVariantList leadingRun;
     for (const QVariant *argument : arguments) {
-        if (!argument->isValid())
+        if (!argument->isValid()) {
             break;
+        }
         leadingRun.append(*argument);
     }
     return proxy->callWithArgumentList(QDBus::AutoDetect, method, leadingRun);
@@ -164,8 +173,9 @@ static QVariant fetch(QDBusInterface *proxy, const QString &method, const QVaria
                       const QVariant &a2, const QVariant &a3, const QVariant &a4,
                       const QVariant &a5, int resultType)
 {
-    if (!proxy)
+    if (!proxy) {
         return QVariant();
+    }
 
     QVariant result = emptyValue(resultType);
     QDBusError error;
@@ -187,8 +197,9 @@ QVariant HNIPCPrivate::call<void>(HNIPCServer::ServerType type, const QString &m
                                   const QVariant &a1, const QVariant &a2, const QVariant &a3,
                                   const QVariant &a4, const QVariant &a5)
 {
-    if (QDBusInterface *proxy = getInterfaceByServerType(type))
+    if (QDBusInterface *proxy = getInterfaceByServerType(type)) {
         send(proxy, method, a1, a2, a3, a4, a5);
+    }
     return QVariant();
 }
 
@@ -202,14 +213,16 @@ QVariant HNIPCPrivate::call<SupplyInformation>(HNIPCServer::ServerType type, con
     qDBusRegisterMetaType<SupplyInformation>();
 
     QDBusInterface *proxy = getInterfaceByServerType(type);
-    if (!proxy)
+    if (!proxy) {
         return QVariant();
+    }
 
     const QDBusMessage reply = send(proxy, method, a1, a2, a3, a4, a5);
     // Qt pads an empty reply with one invalid variant.
     const QVariant answer = reply.arguments().value(0);
-    if (reply.type() != QDBusMessage::ReplyMessage || !answer.isValid())
+    if (reply.type() != QDBusMessage::ReplyMessage || !answer.isValid()) {
         return QVariant();
+    }
 
     SupplyInformation information;
     qvariant_cast<QDBusArgument>(answer) >> information;

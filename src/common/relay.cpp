@@ -72,7 +72,4 @@ static const RelayRow rows[relayRowCount] = {
 };
 // clang-format on
 
-const RelayRow *relayRows()
-{
-    return rows;
-}
+const RelayRow *relayRows() { return rows; }

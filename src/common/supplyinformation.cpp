@@ -57,8 +57,9 @@ public:
     void operator()(const QVariantList &field)
     {
         m_argument.beginArray(qMetaTypeId<QDBusVariant>());
-        for (int i = 0; i < field.size(); ++i)
+        for (int i = 0; i < field.size(); ++i) {
             m_argument << QDBusVariant(field.at(i));
+        }
         m_argument.endArray();
     }
 
@@ -80,8 +81,9 @@ public:
 
     void operator()(float &field)
     {
-        if (!nextIs("d"))
+        if (!nextIs("d")) {
             return;
+        }
         double wide;
         m_argument >> wide;
         field = float(wide);
@@ -89,8 +91,9 @@ public:
 
     void operator()(QVariantList &field)
     {
-        if (!nextIs("av"))
+        if (!nextIs("av")) {
             return;
+        }
         m_argument.beginArray();
         field.clear();
         while (!m_argument.atEnd()) {
@@ -107,8 +110,9 @@ private:
     template <typename Field>
     void read(Field &field, const char *signature)
     {
-        if (nextIs(signature))
+        if (nextIs(signature)) {
             m_argument >> field;
+        }
     }
 
     const QDBusArgument &m_argument;
@@ -135,8 +139,9 @@ QDBusArgument &operator<<(QDBusArgument &argument, const SupplyInformation &info
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, SupplyInformation &information)
 {
-    if (argument.currentType() != QDBusArgument::StructureType)
+    if (argument.currentType() != QDBusArgument::StructureType) {
         return argument;
+    }
 
     Reader read(argument);
     argument.beginStructure();

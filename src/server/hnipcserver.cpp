@@ -22,10 +22,12 @@ HNIPCServer::ServerType HNIPCServer::getServerType() const { return m_serverType
 
 bool HNIPCServer::registerDbusService(const QString &serviceName)
 {
-    if (!QDBusConnection::systemBus().isConnected())
+    if (!QDBusConnection::systemBus().isConnected()) {
         return false;
-    if (QDBusConnection::systemBus().interface()->isServiceRegistered(serviceName).value())
+    }
+    if (QDBusConnection::systemBus().interface()->isServiceRegistered(serviceName).value()) {
         return true;
+    }
     return QDBusConnection::systemBus().registerService(serviceName);
 }
 

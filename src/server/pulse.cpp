@@ -7,7 +7,8 @@ bool sendPulse(HNIPCServer *server, const char *name, Arguments arguments)
 {
     const ServiceIdentity *daemon = serviceIdentity(server->getServerType());
     QList<QVariant> list;
-    for (const Argument &argument : arguments)
+    for (const Argument &argument : arguments) {
         list.append(argument.wrapped());
+    }
     return server->pulseSignal(daemon->path, daemon->interfaceName, QLatin1String(name), list);
 }

@@ -5,14 +5,7 @@
 
 namespace {
 
-enum Event
-{
-    Added,
-    Removed,
-    Moved,
-    ResultChanged,
-    NamesChanged
-};
+enum Event { Added, Removed, Moved, ResultChanged, NamesChanged };
 
 struct Rule
 {

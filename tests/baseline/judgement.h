@@ -5,13 +5,7 @@
 #include "entry.h"
 
 // What a change does to those who were there before it, the least first.
-enum Verdict
-{
-    Same,
-    Harmless,
-    Addition,
-    Break
-};
+enum Verdict { Same, Harmless, Addition, Break };
 
 struct Judgement
 {

@@ -17,10 +17,10 @@
 namespace {
 
 const QMetaObject *const classes[] = {
-    &HNIPC::staticMetaObject,        &HNIPCAvailability::staticMetaObject,
-    &HNIPCEvents::staticMetaObject,  &HNIPCReading::staticMetaObject,
-    &HNIPCRequest::staticMetaObject, &HNIPCServer::staticMetaObject,
-    &IHNIPCIOEXPD::staticMetaObject, &IHNIPCM4::staticMetaObject,
+    &HNIPC::staticMetaObject,         &HNIPCAvailability::staticMetaObject,
+    &HNIPCEvents::staticMetaObject,   &HNIPCReading::staticMetaObject,
+    &HNIPCRequest::staticMetaObject,  &HNIPCServer::staticMetaObject,
+    &IHNIPCIOEXPD::staticMetaObject,  &IHNIPCM4::staticMetaObject,
     &IHNIPCSUPPLYD::staticMetaObject,
 };
 

@@ -3,31 +3,27 @@
 
 #include <cstdio>
 
-TestIoexpd::TestIoexpd(QObject *parent)
-    : IHNIPCIOEXPD(parent)
-{
-}
+TestIoexpd::TestIoexpd(QObject *parent) : IHNIPCIOEXPD(parent) {}
 
 void TestIoexpd::enableAudioAmp(bool value)
 {
-    if (value == m_audioAmp)
+    if (value == m_audioAmp) {
         return;
+    }
     m_audioAmp = value;
     say("audio amplifier", m_audioAmp);
 }
 
 void TestIoexpd::enableBacklight(bool value)
 {
-    if (value == m_backlight)
+    if (value == m_backlight) {
         return;
+    }
     m_backlight = value;
     say("backlight", m_backlight);
 }
 
-void TestIoexpd::printerSoftCancel()
-{
-    pulseCancelButtonSignal();
-}
+void TestIoexpd::printerSoftCancel() { pulseCancelButtonSignal(); }
 
 void TestIoexpd::say(const char *what, bool on)
 {

@@ -6,8 +6,7 @@
 
 #include <cstdio>
 
-TestM4::TestM4(QObject *parent)
-    : IHNIPCM4(parent)
+TestM4::TestM4(QObject *parent) : IHNIPCM4(parent)
 {
     m_userSettings.insert(1, 100);
     m_userSettings.insert(2, -20);
@@ -15,15 +14,9 @@ TestM4::TestM4(QObject *parent)
 
 // Codes and status
 
-int TestM4::getError()
-{
-    return m_error;
-}
+int TestM4::getError() { return m_error; }
 
-int TestM4::getAlert()
-{
-    return m_alert;
-}
+int TestM4::getAlert() { return m_alert; }
 
 bool TestM4::emitError(int value)
 {
@@ -39,24 +32,21 @@ bool TestM4::emitAlert(int value)
 
 int TestM4::getPrinterStatus(QString printerName)
 {
-    if (printerName != QLatin1String("labelprinter"))
+    if (printerName != QLatin1String("labelprinter")) {
         return UnknownPrinter;
-    if (m_error != 0)
+    }
+    if (m_error != 0) {
         return Faulty;
-    if (m_jobs == 0)
+    }
+    if (m_jobs == 0) {
         return Ready;
+    }
     return m_jobStopped ? Stopped : Printing;
 }
 
-QString TestM4::m4Version()
-{
-    return QLatin1String("4.2.0-test");
-}
+QString TestM4::m4Version() { return QLatin1String("4.2.0-test"); }
 
-int TestM4::getBatteryStatus()
-{
-    return m_battery;
-}
+int TestM4::getBatteryStatus() { return m_battery; }
 
 // Cutter and printer
 
@@ -77,10 +67,12 @@ bool TestM4::cycleCutter()
 
 bool TestM4::resetPrinter()
 {
-    for (bool &solenoid : m_solenoid)
+    for (bool &solenoid : m_solenoid) {
         solenoid = false;
-    for (bool &ribbon : m_ribbon)
+    }
+    for (bool &ribbon : m_ribbon) {
         ribbon = false;
+    }
     return resetCutter() && emitError(0) && emitAlert(0);
 }
 
@@ -136,8 +128,9 @@ bool TestM4::setUserSetting(int setting, qint32 value)
 bool TestM4::refreshSettings()
 {
     bool sent = true;
-    for (auto it = m_userSettings.constBegin(); it != m_userSettings.constEnd(); ++it)
+    for (auto it = m_userSettings.constBegin(); it != m_userSettings.constEnd(); ++it) {
         sent = pulseM4UserSettingSignal(it.key(), it.value()) && sent;
+    }
     return sent;
 }
 
@@ -154,8 +147,9 @@ bool TestM4::dumpSettings()
         << "ribbon units " << m_ribbon[0] << ' ' << m_ribbon[1] << '\n'
         << "paper motors " << m_paperMotorSteps[0] << ' ' << m_paperMotorSteps[1] << '\n'
         << "motor " << m_motorSteps << '\n';
-    for (auto it = m_userSettings.constBegin(); it != m_userSettings.constEnd(); ++it)
+    for (auto it = m_userSettings.constBegin(); it != m_userSettings.constEnd(); ++it) {
         out << "user setting " << it.key() << ' ' << it.value() << '\n';
+    }
     return true;
 }
 
@@ -163,24 +157,27 @@ bool TestM4::dumpSettings()
 
 bool TestM4::cancelPrintJob()
 {
-    if (m_jobs == 0 || m_jobStopped)
+    if (m_jobs == 0 || m_jobStopped) {
         return false;
+    }
     m_jobStopped = true;
     return true;
 }
 
 bool TestM4::retryPrintJob()
 {
-    if (m_jobs == 0 || !m_jobStopped)
+    if (m_jobs == 0 || !m_jobStopped) {
         return false;
+    }
     m_jobStopped = false;
     return true;
 }
 
 bool TestM4::clearPrintJob()
 {
-    if (m_jobs == 0)
+    if (m_jobs == 0) {
         return false;
+    }
     --m_jobs;
     m_jobStopped = false;
     return pulsePrintQueueClearSignal(static_cast<int>(m_jobs));
@@ -208,80 +205,35 @@ bool TestM4::printQueueComplete(quint32 value)
 
 // Sensors
 
-quint32 TestM4::dac0()
-{
-    return m_dac0;
-}
+quint32 TestM4::dac0() { return m_dac0; }
 
-quint32 TestM4::bMark()
-{
-    return m_bMark;
-}
+quint32 TestM4::bMark() { return m_bMark; }
 
-quint32 TestM4::gap()
-{
-    return m_gap;
-}
+quint32 TestM4::gap() { return m_gap; }
 
-quint32 TestM4::preCutter()
-{
-    return m_preCutter;
-}
+quint32 TestM4::preCutter() { return m_preCutter; }
 
-quint32 TestM4::ribbonClr1()
-{
-    return m_ribbonClr[0];
-}
+quint32 TestM4::ribbonClr1() { return m_ribbonClr[0]; }
 
-quint32 TestM4::ribbonClr2()
-{
-    return m_ribbonClr[1];
-}
+quint32 TestM4::ribbonClr2() { return m_ribbonClr[1]; }
 
-quint32 TestM4::ribbonEnc1()
-{
-    return m_ribbonEnc[0];
-}
+quint32 TestM4::ribbonEnc1() { return m_ribbonEnc[0]; }
 
-quint32 TestM4::ribbonEnc2()
-{
-    return m_ribbonEnc[1];
-}
+quint32 TestM4::ribbonEnc2() { return m_ribbonEnc[1]; }
 
-quint32 TestM4::ribbonEnc3()
-{
-    return m_ribbonEnc[2];
-}
+quint32 TestM4::ribbonEnc3() { return m_ribbonEnc[2]; }
 
-quint32 TestM4::ribbonEnc4()
-{
-    return m_ribbonEnc[3];
-}
+quint32 TestM4::ribbonEnc4() { return m_ribbonEnc[3]; }
 
-bool TestM4::cutterCover()
-{
-    return m_cutterCover;
-}
+bool TestM4::cutterCover() { return m_cutterCover; }
 
-bool TestM4::cutterHome()
-{
-    return m_cutterHome;
-}
+bool TestM4::cutterHome() { return m_cutterHome; }
 
-bool TestM4::printerLid()
-{
-    return m_printerLid;
-}
+bool TestM4::printerLid() { return m_printerLid; }
 
-quint32 TestM4::supplySensor()
-{
-    return m_supplySensor;
-}
+quint32 TestM4::supplySensor() { return m_supplySensor; }
 
-bool TestM4::supplyLatch()
-{
-    return m_supplyLatch;
-}
+bool TestM4::supplyLatch() { return m_supplyLatch; }
 
 bool TestM4::refreshSensors()
 {
@@ -302,8 +254,8 @@ bool TestM4::refreshAll()
 
 bool TestM4::rfidTest()
 {
-    const QStringList ribbonIds = QStringList() << QLatin1String("R-110-CMY")
-                                                << QLatin1String("R-60-BLACK");
+    const QStringList ribbonIds = QStringList()
+        << QLatin1String("R-110-CMY") << QLatin1String("R-60-BLACK");
     return pulseM4SupplyIDSignal(QLatin1String("S-100-WHITE")) && pulseM4RibbonIDsSignal(ribbonIds)
         && pulseM4SupplyUIDSignal(QLatin1String("E004015012345601"))
         && pulseM4Ribbon1UIDSignal(QLatin1String("E004015012345602"))
@@ -332,15 +284,9 @@ bool TestM4::sendMessage(int type, int definedMessage, const QString &value)
 
 // Feeds and motors
 
-bool TestM4::forwardFeed(quint32 steps)
-{
-    return feed(steps);
-}
+bool TestM4::forwardFeed(quint32 steps) { return feed(steps); }
 
-bool TestM4::backwardFeed(quint32 steps)
-{
-    return feed(0 - steps);
-}
+bool TestM4::backwardFeed(quint32 steps) { return feed(0 - steps); }
 
 // The counters wrap around, as they do in the engine.
 bool TestM4::feed(quint32 steps)
@@ -444,15 +390,9 @@ bool TestM4::resetRibbon2()
 
 // Measurements: the request takes a fresh reading and announces it, the query reads it
 
-bool TestM4::reqTph1Therm()
-{
-    return pulseM4TphThermSignal(1, ++m_tphTherm[0]);
-}
+bool TestM4::reqTph1Therm() { return pulseM4TphThermSignal(1, ++m_tphTherm[0]); }
 
-bool TestM4::reqTph2Therm()
-{
-    return pulseM4TphThermSignal(2, ++m_tphTherm[1]);
-}
+bool TestM4::reqTph2Therm() { return pulseM4TphThermSignal(2, ++m_tphTherm[1]); }
 
 bool TestM4::reqTph1HeatIndex()
 {
@@ -464,112 +404,49 @@ bool TestM4::reqTph2HeatIndex()
     return pulseM4TphHeatIndexOffsetSignal(2, ++m_tphHeatIndexOffset[1]);
 }
 
-bool TestM4::reqTach1Tension()
-{
-    return pulseM4TachIndexSignal(1, ++m_tachTension[0]);
-}
+bool TestM4::reqTach1Tension() { return pulseM4TachIndexSignal(1, ++m_tachTension[0]); }
 
-bool TestM4::reqTach2Tension()
-{
-    return pulseM4TachIndexSignal(2, ++m_tachTension[1]);
-}
+bool TestM4::reqTach2Tension() { return pulseM4TachIndexSignal(2, ++m_tachTension[1]); }
 
-bool TestM4::reqTach3Tension()
-{
-    return pulseM4TachIndexSignal(3, ++m_tachTension[2]);
-}
+bool TestM4::reqTach3Tension() { return pulseM4TachIndexSignal(3, ++m_tachTension[2]); }
 
-bool TestM4::reqTach4Tension()
-{
-    return pulseM4TachIndexSignal(4, ++m_tachTension[3]);
-}
+bool TestM4::reqTach4Tension() { return pulseM4TachIndexSignal(4, ++m_tachTension[3]); }
 
-bool TestM4::reqRibbon1Verify()
-{
-    return pulseM4RibbonVerify1Signal(++m_ribbonVerify[0]);
-}
+bool TestM4::reqRibbon1Verify() { return pulseM4RibbonVerify1Signal(++m_ribbonVerify[0]); }
 
-bool TestM4::reqRibbon2Verify()
-{
-    return pulseM4RibbonVerify2Signal(++m_ribbonVerify[1]);
-}
+bool TestM4::reqRibbon2Verify() { return pulseM4RibbonVerify2Signal(++m_ribbonVerify[1]); }
 
-bool TestM4::reqRibbon1Mileage()
-{
-    return pulseM4Ribbon1MileageSignal(++m_ribbonMileage[0]);
-}
+bool TestM4::reqRibbon1Mileage() { return pulseM4Ribbon1MileageSignal(++m_ribbonMileage[0]); }
 
-bool TestM4::reqRibbon2Mileage()
-{
-    return pulseM4Ribbon2MileageSignal(++m_ribbonMileage[1]);
-}
+bool TestM4::reqRibbon2Mileage() { return pulseM4Ribbon2MileageSignal(++m_ribbonMileage[1]); }
 
 bool TestM4::reqSupplyMileage()
 {
     return pulseM4SupplyMileageSignal(static_cast<qint32>(++m_supplyMileage));
 }
 
-quint64 TestM4::ribbon1Verify()
-{
-    return m_ribbonVerify[0];
-}
+quint64 TestM4::ribbon1Verify() { return m_ribbonVerify[0]; }
 
-quint64 TestM4::ribbon2Verify()
-{
-    return m_ribbonVerify[1];
-}
+quint64 TestM4::ribbon2Verify() { return m_ribbonVerify[1]; }
 
-qint32 TestM4::ribbon1Mileage()
-{
-    return m_ribbonMileage[0];
-}
+qint32 TestM4::ribbon1Mileage() { return m_ribbonMileage[0]; }
 
-qint32 TestM4::ribbon2Mileage()
-{
-    return m_ribbonMileage[1];
-}
+qint32 TestM4::ribbon2Mileage() { return m_ribbonMileage[1]; }
 
-qint32 TestM4::supplyMileage()
-{
-    return static_cast<qint32>(m_supplyMileage);
-}
+qint32 TestM4::supplyMileage() { return static_cast<qint32>(m_supplyMileage); }
 
-qint32 TestM4::tph1Therm()
-{
-    return m_tphTherm[0];
-}
+qint32 TestM4::tph1Therm() { return m_tphTherm[0]; }
 
-qint32 TestM4::tph2Therm()
-{
-    return m_tphTherm[1];
-}
+qint32 TestM4::tph2Therm() { return m_tphTherm[1]; }
 
-qint32 TestM4::tph1HeatIndexOffset()
-{
-    return m_tphHeatIndexOffset[0];
-}
+qint32 TestM4::tph1HeatIndexOffset() { return m_tphHeatIndexOffset[0]; }
 
-qint32 TestM4::tph2HeatIndexOffset()
-{
-    return m_tphHeatIndexOffset[1];
-}
+qint32 TestM4::tph2HeatIndexOffset() { return m_tphHeatIndexOffset[1]; }
 
-qint32 TestM4::tach1Tension()
-{
-    return m_tachTension[0];
-}
+qint32 TestM4::tach1Tension() { return m_tachTension[0]; }
 
-qint32 TestM4::tach2Tension()
-{
-    return m_tachTension[1];
-}
+qint32 TestM4::tach2Tension() { return m_tachTension[1]; }
 
-qint32 TestM4::tach3Tension()
-{
-    return m_tachTension[2];
-}
+qint32 TestM4::tach3Tension() { return m_tachTension[2]; }
 
-qint32 TestM4::tach4Tension()
-{
-    return m_tachTension[3];
-}
+qint32 TestM4::tach4Tension() { return m_tachTension[3]; }

@@ -31,8 +31,9 @@ void wakeEventLoop(int)
 
 bool catchSignals()
 {
-    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+    if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
         return false;
+    }
 
     struct sigaction action = {};
     action.sa_handler = wakeEventLoop;
@@ -47,23 +48,27 @@ int fail(const char *busName, const QString &reason)
     return 1;
 }
 
-}
+} // namespace
 
 int serve(const char *busName)
 {
     QDBusConnection bus = QDBusConnection::systemBus();
-    if (!bus.isConnected())
+    if (!bus.isConnected()) {
         return fail(busName, QLatin1String("no system bus: ") + bus.lastError().message());
+    }
 
     // Only the bus knows whether the name is ours: the library takes any owner for success.
     const QString owner = bus.interface()->serviceOwner(QLatin1String(busName)).value();
-    if (owner.isEmpty())
+    if (owner.isEmpty()) {
         return fail(busName, QLatin1String("the system bus refused the name"));
-    if (owner != bus.baseService())
+    }
+    if (owner != bus.baseService()) {
         return fail(busName, QLatin1String("the name is already owned by ") + owner);
+    }
 
-    if (!catchSignals())
+    if (!catchSignals()) {
         return fail(busName, QLatin1String("cannot catch signals"));
+    }
     QSocketNotifier signalled(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&signalled, SIGNAL(activated(int)), qApp, SLOT(quit()));
 

@@ -46,6 +46,7 @@ struct Ribbon
     Panel panel[3];
 };
 
+// clang-format off
 const Ribbon ribbons[] = {
     { "R-110-CMY", 110.0, 74.5, 3,
       { { "Cyan", 0x00aeef, 130, -4, 100, 31 },
@@ -56,6 +57,7 @@ const Ribbon ribbons[] = {
         { "", 0, 0, 0, 0, 0 },
         { "", 0, 0, 0, 0, 0 } } },
 };
+// clang-format on
 
 struct Loaded
 {
@@ -76,8 +78,9 @@ bool isLoadedPrinter(const QString &printerName)
 const Supply *findSupply(const QString &sku)
 {
     for (const Supply &supply : supplies) {
-        if (sku == QLatin1String(supply.sku))
+        if (sku == QLatin1String(supply.sku)) {
             return &supply;
+        }
     }
     return 0;
 }
@@ -85,8 +88,9 @@ const Supply *findSupply(const QString &sku)
 const Ribbon *findRibbon(const QString &sku)
 {
     for (const Ribbon &ribbon : ribbons) {
-        if (sku == QLatin1String(ribbon.sku))
+        if (sku == QLatin1String(ribbon.sku)) {
             return &ribbon;
+        }
     }
     return 0;
 }
@@ -106,16 +110,16 @@ QStringList ribbonRGBs(const QString &ribbonSku)
 {
     QStringList rgbs;
     if (const Ribbon *ribbon = findRibbon(ribbonSku)) {
-        for (int i = 0; i < ribbon->panels; ++i)
+        for (int i = 0; i < ribbon->panels; ++i) {
             rgbs << rgbText(ribbon->panel[i].rgb);
+        }
     }
     return rgbs;
 }
 
-}
+} // namespace
 
-TestSupplyd::TestSupplyd(QObject *parent)
-    : IHNIPCSUPPLYD(parent)
+TestSupplyd::TestSupplyd(QObject *parent) : IHNIPCSUPPLYD(parent)
 {
     // The library leaves this to the daemon; without it the record's two methods cannot answer.
     qDBusRegisterMetaType<SupplyInformation>();
@@ -126,24 +130,27 @@ TestSupplyd::TestSupplyd(QObject *parent)
 QStringList TestSupplyd::supplySKUList()
 {
     QStringList skus;
-    for (const Supply &supply : supplies)
+    for (const Supply &supply : supplies) {
         skus << QLatin1String(supply.sku);
+    }
     return skus;
 }
 
 QStringList TestSupplyd::supplyRibbonSKUList()
 {
     QStringList skus;
-    for (const Ribbon &ribbon : ribbons)
+    for (const Ribbon &ribbon : ribbons) {
         skus << QLatin1String(ribbon.sku);
+    }
     return skus;
 }
 
 QVariantHash TestSupplyd::supplyColorHash()
 {
     QVariantHash colors;
-    for (const Supply &supply : supplies)
+    for (const Supply &supply : supplies) {
         colors.insert(QLatin1String(supply.colorName), rgbText(supply.rgb));
+    }
     return colors;
 }
 
@@ -151,18 +158,16 @@ QVariantHash TestSupplyd::supplyRibbonColorHash()
 {
     QVariantHash colors;
     for (const Ribbon &ribbon : ribbons) {
-        for (int i = 0; i < ribbon.panels; ++i)
+        for (int i = 0; i < ribbon.panels; ++i) {
             colors.insert(QLatin1String(ribbon.panel[i].colorName), rgbText(ribbon.panel[i].rgb));
+        }
     }
     return colors;
 }
 
 // What is loaded
 
-QString TestSupplyd::supplyId()
-{
-    return QLatin1String(loadedSupply.sku);
-}
+QString TestSupplyd::supplyId() { return QLatin1String(loadedSupply.sku); }
 
 QString TestSupplyd::supplySKUCached(QString printerName)
 {
@@ -172,25 +177,17 @@ QString TestSupplyd::supplySKUCached(QString printerName)
 QStringList TestSupplyd::supplyRibbonSKUsCached(QString printerName)
 {
     QStringList skus;
-    if (isLoadedPrinter(printerName))
+    if (isLoadedPrinter(printerName)) {
         skus << QLatin1String(loadedRibbon1.sku) << QLatin1String(loadedRibbon2.sku);
+    }
     return skus;
 }
 
-double TestSupplyd::supplySupplyPercent()
-{
-    return loadedSupply.percent;
-}
+double TestSupplyd::supplySupplyPercent() { return loadedSupply.percent; }
 
-double TestSupplyd::supplyRibbon1Percent()
-{
-    return loadedRibbon1.percent;
-}
+double TestSupplyd::supplyRibbon1Percent() { return loadedRibbon1.percent; }
 
-double TestSupplyd::supplyRibbon2Percent()
-{
-    return loadedRibbon2.percent;
-}
+double TestSupplyd::supplyRibbon2Percent() { return loadedRibbon2.percent; }
 
 QString TestSupplyd::supplySupplyRGB(QString printerName)
 {
@@ -208,20 +205,11 @@ QStringList TestSupplyd::supplyRibbon2RGBs(QString printerName)
     return ribbonRGBs(supplyRibbonSKUsCached(printerName).value(1));
 }
 
-QString TestSupplyd::supplySupplyUID()
-{
-    return QLatin1String(loadedSupply.uid);
-}
+QString TestSupplyd::supplySupplyUID() { return QLatin1String(loadedSupply.uid); }
 
-QString TestSupplyd::supplyRibbon1UID()
-{
-    return QLatin1String(loadedRibbon1.uid);
-}
+QString TestSupplyd::supplyRibbon1UID() { return QLatin1String(loadedRibbon1.uid); }
 
-QString TestSupplyd::supplyRibbon2UID()
-{
-    return QLatin1String(loadedRibbon2.uid);
-}
+QString TestSupplyd::supplyRibbon2UID() { return QLatin1String(loadedRibbon2.uid); }
 
 // The record, which every supply daemon fills as it likes. Here its fields are:
 //   text1 supply SKU            real1 percent of the supply   integer1 colour of the supply
@@ -237,8 +225,9 @@ QString TestSupplyd::supplyRibbon2UID()
 
 SupplyInformation TestSupplyd::supplyInformation(QString printerName)
 {
-    if (!isLoadedPrinter(printerName))
+    if (!isLoadedPrinter(printerName)) {
         return SupplyInformation();
+    }
 
     SupplyInformation record = supplyInformationBySKUs(
         supplySKUCached(printerName), supplyRibbonSKUsCached(printerName), printerName);
@@ -254,8 +243,9 @@ SupplyInformation TestSupplyd::supplyInformationBySKUs(QString supplySku,
 {
     SupplyInformation record;
     const Supply *supply = findSupply(supplySku);
-    if (!supply)
+    if (!supply) {
         return record;
+    }
 
     record.text1 = supplySku;
     record.text2 = QLatin1String(supply->material);
@@ -271,8 +261,9 @@ SupplyInformation TestSupplyd::supplyInformationBySKUs(QString supplySku,
 
     for (const QString &ribbonSku : ribbonSkus) {
         const Ribbon *ribbon = findRibbon(ribbonSku);
-        if (!ribbon)
+        if (!ribbon) {
             continue;
+        }
         if (++record.integer4 == 1) {
             record.integer5 = ribbon->panels;
             record.real6 = static_cast<float>(ribbon->width);
@@ -333,8 +324,9 @@ qint32 TestSupplyd::supplyIsLandscape(QString sku)
 QByteArray TestSupplyd::supplyBackgroundImage(QString sku)
 {
     const Supply *supply = findSupply(sku);
-    if (!supply)
+    if (!supply) {
         return QByteArray();
+    }
 
     QByteArray image("P6\n1 2\n255\n");
     image.append(QByteArray(3, '\0'));
@@ -431,8 +423,9 @@ void TestSupplyd::setModulePrinterName(QString printerName)
 // A module can start when there is one and this daemon knows the printer that it works with.
 void TestSupplyd::announceModule()
 {
-    if (m_moduleReady && isLoadedPrinter(m_modulePrinterName))
+    if (m_moduleReady && isLoadedPrinter(m_modulePrinterName)) {
         pulseHNIPCReadySignal();
+    }
 }
 
 // The first click on an application opens it, the second closes it again. No pulse operation sends

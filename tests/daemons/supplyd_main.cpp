@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "supplyd.h"
 #include "serve.h"
+#include "supplyd.h"
 
 #include <QtCore/QCoreApplication>
 

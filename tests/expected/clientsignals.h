@@ -10,9 +10,9 @@ struct ClientSignal
 {
     int index;
     const char *signature;
-    const char *parameters;     // their names
+    const char *parameters; // their names
     Server server;
-    const char *member;         // of the daemon's signal that is relayed to it
+    const char *member; // of the daemon's signal that is relayed to it
 };
 
 const ClientSignal clientSignals[] = {
@@ -67,10 +67,10 @@ const ClientSignal clientSignals[] = {
     { 48, "M4TachIndex(int,qint32)", "tach,value", M4, "M4_M4TachIndex" },
     { 49, "HNIPCReady()", "", SUPPLYD, "SUPPLYD_HNIPCReady" },
     { 50, "StatusChanged(int,QString)", "status,printerName", NoServer, 0 },
-    { 51, "SupplyChanged(QString,QString)", "supplySku,printerName",
-      SUPPLYD, "SUPPLYD_SupplyChanged" },
-    { 52, "RibbonChanged(QStringList,QString)", "ribbonSkus,printerName",
-      SUPPLYD, "SUPPLYD_RibbonChanged" },
+    { 51, "SupplyChanged(QString,QString)", "supplySku,printerName", SUPPLYD,
+      "SUPPLYD_SupplyChanged" },
+    { 52, "RibbonChanged(QStringList,QString)", "ribbonSkus,printerName", SUPPLYD,
+      "SUPPLYD_RibbonChanged" },
     { 53, "SupplyPercentChanged(double)", "percentage", SUPPLYD, "SUPPLYD_SupplyPercentChanged" },
     { 54, "Ribbon1PercentChanged(double)", "percentage", SUPPLYD, "SUPPLYD_Ribbon1PercentChanged" },
     { 55, "Ribbon2PercentChanged(double)", "percentage", SUPPLYD, "SUPPLYD_Ribbon2PercentChanged" },

@@ -9,7 +9,7 @@ struct Pulse
 {
     const char *slot;
     const char *member;
-    const char *signature;  // wire signature of the signal's body
+    const char *signature; // wire signature of the signal's body
 };
 
 const Pulse ioexpdPulses[] = {

@@ -14,8 +14,8 @@ struct RecordField
 {
     const char *name;
     const char *type;
-    const char *initial;    // of a record as it is constructed
-    const char *telling;    // of tellingRecord(), no two alike
+    const char *initial; // of a record as it is constructed
+    const char *telling; // of tellingRecord(), no two alike
 };
 
 const RecordField recordFields[] = {

@@ -27,21 +27,25 @@ inline QList<Sample> samplesOf(const QByteArray &typeName)
         return { { false, "false" }, { true, "true" } };
     }
     if (type == "int") {
+        // clang-format off
         return { { 0, "0" }, { 7, "7" }, { -1, "-1" }, { 2147483647, "2147483647" },
                  { -2147483647 - 1, "-2147483648" } };
+        // clang-format on
     }
     if (type == "uint") {
         return { { 0u, "uint32 0" }, { 8u, "uint32 8" }, { 4294967295u, "uint32 4294967295" } };
     }
     if (type == "qulonglong") {
-        return { { 0ull, "uint64 0" }, { 4294967297ull, "uint64 4294967297" },
+        return { { 0ull, "uint64 0" },
+                 { 4294967297ull, "uint64 4294967297" },
                  { 18446744073709551615ull, "uint64 18446744073709551615" } };
     }
     if (type == "double") {
         return { { 0.0, "0.0" }, { 99.5, "99.5" }, { -0.1, "-0.1" }, { 1e300, "1e300" } };
     }
     if (type == "QString") {
-        return { { QString(), "''" }, { QString::fromLatin1("S-100 'x'"), "\"S-100 'x'\"" },
+        return { { QString(), "''" },
+                 { QString::fromLatin1("S-100 'x'"), "\"S-100 'x'\"" },
                  { QString::fromUtf8(" \xc3\xa4\xe2\x82\xac\xf0\x9f\x96\xa8 "),
                    "' \xc3\xa4\xe2\x82\xac\xf0\x9f\x96\xa8 '" } };
     }

@@ -102,12 +102,15 @@ int runClient(int argc, char **argv)
 
     say("stopped", 0);
     waitUntil([&ear]() { return ear.stopped; });
-    for (int number : answered)
+    for (int number : answered) {
         printf("done %d\n", number);
-    for (int number : failed)
+    }
+    for (int number : failed) {
         printf("failed %d\n", number);
-    for (int number : ear.alerts)
+    }
+    for (int number : ear.alerts) {
         printf("heard %d\n", number);
+    }
     printf("slowest %lld\n", slowest);
     return 0;
 }

@@ -80,10 +80,10 @@ void tst_Growth::signalsHeard()
     const int times = timesFromEnvironment("HNIPC_SIGNALS", 5000);
     FakeDaemons daemons;
     HNIPC client;
-    QSignalSpy heard(&client, SIGNAL(RibbonChanged(QStringList,QString)));
+    QSignalSpy heard(&client, SIGNAL(RibbonChanged(QStringList, QString)));
     const long grown = growth(times, [&](int) -> bool {
-        const bool isSent
-            = daemons.emitSignal(SUPPLYD, "SUPPLYD_RibbonChanged", "(['RIB-1'], 'labelprinter')");
+        const bool isSent = daemons.emitSignal(SUPPLYD, "SUPPLYD_RibbonChanged",
+                                               "(['RIB-1'], 'labelprinter')");
         return isSent && waitUntil([&]() { return !heard.isEmpty(); })
             && heard.takeFirst().first().toStringList().size() == 1 && heard.isEmpty();
     });

@@ -40,10 +40,10 @@ class Daemon
 public:
     Daemon()
         : m_connection(g_dbus_connection_new_for_address_sync(
-              qgetenv("DBUS_SYSTEM_BUS_ADDRESS").constData(),
-              GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT
-                                   | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-              nullptr, nullptr, nullptr))
+            qgetenv("DBUS_SYSTEM_BUS_ADDRESS").constData(),
+            GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT
+                                 | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr))
     {
         g_dbus_connection_add_filter(m_connection, &Daemon::filter, this, nullptr);
         g_variant_unref(g_dbus_connection_call_sync(
@@ -111,8 +111,8 @@ bool isWireType(const QByteArray &type)
             return false;
         }
     }
-    return type.size() < 256 && !type.contains('m') && !type.contains('h')
-        && !type.contains("()") && g_variant_type_string_is_valid(type.constData())
+    return type.size() < 256 && !type.contains('m') && !type.contains('h') && !type.contains("()")
+        && g_variant_type_string_is_valid(type.constData())
         && g_variant_type_is_definite(reinterpret_cast<const GVariantType *>(type.constData()))
         && g_variant_is_signature(type.constData());
 }
@@ -145,10 +145,8 @@ class Judge
 {
 public:
     Judge(GVariant *answer)
-        : m_answer(answer)
-        , m_member(0)
-        , m_misread(0)
-        , m_fits(*g_variant_get_type_string(answer) == '(')
+        : m_answer(answer), m_member(0), m_misread(0),
+          m_fits(*g_variant_get_type_string(answer) == '(')
     {
     }
 

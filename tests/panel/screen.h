@@ -92,8 +92,8 @@ public:
     QStringList events() const
     {
         QStringList result;
-        QAbstractItemModel *events =
-            item("events")->property("model").value<QAbstractItemModel *>();
+        QAbstractItemModel
+            *events = item("events")->property("model").value<QAbstractItemModel *>();
         const int role = events->roleNames().key("text");
         for (int row = 0; row < events->rowCount(); ++row) {
             result += events->data(events->index(row, 0), role).toString();
@@ -300,7 +300,8 @@ private:
             for (int x = seen.left(); x <= seen.right(); ++x) {
                 const QColor other = picture.pixelColor(x, y);
                 if (qAbs(other.red() - color.red()) + qAbs(other.green() - color.green())
-                        + qAbs(other.blue() - color.blue()) < 60) {
+                        + qAbs(other.blue() - color.blue())
+                    < 60) {
                     return true;
                 }
             }
@@ -340,10 +341,12 @@ private:
         const int horizontal = text->property("effectiveHorizontalAlignment").toInt();
         const int vertical = text->property("verticalAlignment").toInt();
         const double right = text->width() - width, below = text->height() - height;
-        return QRectF(horizontal & Qt::AlignHCenter ? right / 2
-                          : horizontal & Qt::AlignRight ? right : 0,
-                      vertical & Qt::AlignVCenter ? below / 2
-                          : vertical & Qt::AlignBottom ? below : 0,
+        return QRectF(horizontal & Qt::AlignHCenter     ? right / 2
+                          : horizontal & Qt::AlignRight ? right
+                                                        : 0,
+                      vertical & Qt::AlignVCenter      ? below / 2
+                          : vertical & Qt::AlignBottom ? below
+                                                       : 0,
                       width, height);
     }
 

@@ -84,12 +84,14 @@ void tst_KeyGuard::scan(const QString &text)
     for (const QChar character : text) {
         const auto modifier = character.isUpper() ? Qt::ShiftModifier : Qt::NoModifier;
         switch (character.unicode()) {
+        // clang-format off
         case '\r': QTest::keyClick(m_window.get(), Qt::Key_Return); break;
         case '\n': QTest::keyClick(m_window.get(), Qt::Key_Enter, Qt::KeypadModifier); break;
         case '\t': QTest::keyClick(m_window.get(), Qt::Key_Tab); break;
         case '\x02': QTest::keyClick(m_window.get(), Qt::Key_F2); break;
         case '\x1d': QTest::keyClick(m_window.get(), Qt::Key_BracketRight, Qt::ControlModifier); break;
         default: QTest::keyClick(m_window.get(), character.toLatin1(), modifier);
+            // clang-format on
         }
     }
 }
@@ -120,7 +122,8 @@ void tst_KeyGuard::burstIsDropped_data()
     QTest::newRow("digits") << "4006381333931\n";
     QTest::newRow("a letter alone") << "d";
     QTest::newRow("a letter and Enter") << "d\r";
-    QTest::newRow("from F2") << "\x02" "PKD\r";
+    QTest::newRow("from F2") << "\x02"
+                                "PKD\r";
     QTest::newRow("from Space") << " PKD\r";
     QTest::newRow("from Enter") << "\rPKD\r";
     QTest::newRow("keys without text") << "\x02 \r\x02 \r";
@@ -128,7 +131,9 @@ void tst_KeyGuard::burstIsDropped_data()
     QTest::newRow("Space within") << "LOT 7 A\r";
     QTest::newRow("Tab at the end") << "PKD-0C1F\t";
     QTest::newRow("Tab and Enter at the end") << "PKD-0C1F\t\r";
-    QTest::newRow("separators of groups") << "\x1d" "0104006\x1d" "10A\r";
+    QTest::newRow("separators of groups") << "\x1d"
+                                             "0104006\x1d"
+                                             "10A\r";
 }
 
 void tst_KeyGuard::burstIsDropped()

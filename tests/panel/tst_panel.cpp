@@ -23,12 +23,14 @@
 namespace {
 
 const QStringList allDaemons = { "ioexpd", "m4", "supplyd" };
-const QStringList buttons = { "Print", "Feed", "Cut", "Calibrate", "Cancel", "Load", "Help",
-                              "Clear" };
+const QStringList buttons = {
+    "Print", "Feed", "Cut", "Calibrate", "Cancel", "Load", "Help", "Clear"
+};
 const QString atWork = "at work";
 const QString unknown = "unknown: look at the printer";
 
-const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7fd3a0", blue = "#8fc7ea";
+const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7fd3a0",
+              blue = "#8fc7ea";
 const QChar yes(0x2713), no(0x2715); // before an outcome
 
 QStringList complaints; // of the QML engine, and about the QML files
@@ -48,8 +50,8 @@ void keepComplaints(QtMsgType type, const QMessageLogContext &context, const QSt
 QList<QByteArray> calledMembers(WireMonitor &monitor)
 {
     QList<QByteArray> result;
-    const QList<WireMessage> calls =
-        monitor.takeCallsFrom(QDBusConnection::systemBus().baseService().toLatin1());
+    const QList<WireMessage> calls = monitor.takeCallsFrom(
+        QDBusConnection::systemBus().baseService().toLatin1());
     for (const WireMessage &call : calls) {
         result += call.member;
     }
@@ -201,15 +203,9 @@ private slots:
 };
 
 // Qt Test has a handler of its own, so this one has to come after it.
-void tst_Panel::initTestCase()
-{
-    printMessage = qInstallMessageHandler(keepComplaints);
-}
+void tst_Panel::initTestCase() { printMessage = qInstallMessageHandler(keepComplaints); }
 
-void tst_Panel::cleanupTestCase()
-{
-    qInstallMessageHandler(printMessage);
-}
+void tst_Panel::cleanupTestCase() { qInstallMessageHandler(printMessage); }
 
 void tst_Panel::cleanup()
 {
@@ -350,8 +346,9 @@ void tst_Panel::readsThatFailAreRepeated()
         return result;
     };
     QVERIFY(waitUntil([&]() { return readings() >= 2; }));
-    QVERIFY(screen.shows("state", refuses ? "Print engine refuses to say its state"
-                                          : "Print engine does not reply"));
+    QVERIFY(screen.shows("state",
+                         refuses ? "Print engine refuses to say its state"
+                                 : "Print engine does not reply"));
     QCOMPARE(screen.color("m4/text"), refuses ? green : amber); // it replies, or does not
     engine.answer("getError", "(10,)");
     QVERIFY(screen.shows("state", "Stopped: lid open"));
@@ -372,10 +369,13 @@ void tst_Panel::daemonDiesAndReturns_data()
     QTest::addColumn<QString>("there");
     QTest::addColumn<QString>("gone");
     QTest::addColumn<QString>("event");
+    // clang-format off
     QTest::newRow("m4") << "m4" << "lid/text" << "closed" << "not known" << "Print engine has stopped";
     QTest::newRow("supplyd") << "supplyd" << "ribbon2/name" << "Black" << "not known"
                              << "Supply daemon has stopped";
-    QTest::newRow("ioexpd") << "ioexpd" << "ioexpd/text" << QString::fromUtf8("I/O ✓")
+    // clang-format on
+    QTest::newRow("ioexpd") << "ioexpd"
+                            << "ioexpd/text" << QString::fromUtf8("I/O ✓")
                             << QString::fromUtf8("I/O ✗") << "I/O expander has stopped";
 }
 
@@ -473,8 +473,7 @@ void tst_Panel::everyCatalogueEntryFits()
             colors += panels[panel].toObject()["colorName"].toString();
         }
         const QString sku = supply["sku"].toString(), ribbonSku = ribbon["sku"].toString();
-        desk.act("supplyd", "load",
-                 QString("('%1', ['%2', '%2'])").arg(sku, ribbonSku).toUtf8());
+        desk.act("supplyd", "load", QString("('%1', ['%2', '%2'])").arg(sku, ribbonSku).toUtf8());
         const QString name = supply["material"].toString() + ", " + supply["format"].toString()
             + ", " + supply["colorName"].toString();
         QVERIFY(screen.shows("supply/name", name));
@@ -498,30 +497,30 @@ void tst_Panel::stateIsShown_data()
     QTest::addColumn<QString>("event");
     QTest::newRow("lid") << QByteArray("('printerLid', <true>)") << "Stopped: lid open" << red
                          << "Error: lid open";
-    QTest::newRow("cover") << QByteArray("('cutterCover', <true>)") << "Stopped: cutter cover open" << red
-                           << "Error: cutter cover open";
-    QTest::newRow("latch") << QByteArray("('supplyLatch', <true>)") << "Stopped: supply latch open" << red
-                           << "Error: supply latch open";
-    QTest::newRow("supply") << QByteArray("('supplySensor', <0>)") << "Stopped: supply is out" << red
-                            << "Error: supply is out";
-    QTest::newRow("ribbon 1") << QByteArray("('ribbonClr1', <4000>)") << "Stopped: ribbon 1 is out" << red
-                              << "Error: ribbon 1 is out";
-    QTest::newRow("ribbon 2") << QByteArray("('ribbonClr2', <4000>)") << "Stopped: ribbon 2 is out" << red
-                              << "Error: ribbon 2 is out";
-    QTest::newRow("head 1") << QByteArray("('tph1Therm', <800>)") << "Stopped: print head 1 is hot" << red
-                            << "Error: print head 1 is hot";
-    QTest::newRow("head 2") << QByteArray("('tph2Therm', <800>)") << "Stopped: print head 2 is hot" << red
-                            << "Error: print head 2 is hot";
+    QTest::newRow("cover") << QByteArray("('cutterCover', <true>)") << "Stopped: cutter cover open"
+                           << red << "Error: cutter cover open";
+    QTest::newRow("latch") << QByteArray("('supplyLatch', <true>)") << "Stopped: supply latch open"
+                           << red << "Error: supply latch open";
+    QTest::newRow("supply") << QByteArray("('supplySensor', <0>)") << "Stopped: supply is out"
+                            << red << "Error: supply is out";
+    QTest::newRow("ribbon 1") << QByteArray("('ribbonClr1', <4000>)") << "Stopped: ribbon 1 is out"
+                              << red << "Error: ribbon 1 is out";
+    QTest::newRow("ribbon 2") << QByteArray("('ribbonClr2', <4000>)") << "Stopped: ribbon 2 is out"
+                              << red << "Error: ribbon 2 is out";
+    QTest::newRow("head 1") << QByteArray("('tph1Therm', <800>)") << "Stopped: print head 1 is hot"
+                            << red << "Error: print head 1 is hot";
+    QTest::newRow("head 2") << QByteArray("('tph2Therm', <800>)") << "Stopped: print head 2 is hot"
+                            << red << "Error: print head 2 is hot";
     QTest::newRow("other error") << QByteArray("('error', <77>)") << "Stopped: error 77" << red
                                  << "Error: error 77";
-    QTest::newRow("battery") << QByteArray("('batteryStatus', <9>)") << "Ready, but battery is low" << amber
-                             << "Alert: battery is low";
-    QTest::newRow("supply low") << QByteArray("('alert', <20>)") << "Ready, but supply is low" << amber
-                                << "Alert: supply is low";
-    QTest::newRow("ribbon 1 low") << QByteArray("('alert', <21>)") << "Ready, but ribbon 1 is low" << amber
-                                  << "Alert: ribbon 1 is low";
-    QTest::newRow("ribbon 2 low") << QByteArray("('alert', <22>)") << "Ready, but ribbon 2 is low" << amber
-                                  << "Alert: ribbon 2 is low";
+    QTest::newRow("battery") << QByteArray("('batteryStatus', <9>)") << "Ready, but battery is low"
+                             << amber << "Alert: battery is low";
+    QTest::newRow("supply low") << QByteArray("('alert', <20>)") << "Ready, but supply is low"
+                                << amber << "Alert: supply is low";
+    QTest::newRow("ribbon 1 low") << QByteArray("('alert', <21>)") << "Ready, but ribbon 1 is low"
+                                  << amber << "Alert: ribbon 1 is low";
+    QTest::newRow("ribbon 2 low") << QByteArray("('alert', <22>)") << "Ready, but ribbon 2 is low"
+                                  << amber << "Alert: ribbon 2 is low";
     QTest::newRow("other alert") << QByteArray("('alert', <78>)") << "Ready, but alert 78" << amber
                                  << "Alert: alert 78";
 }
@@ -558,8 +557,9 @@ void tst_Panel::errorAndAlertAreShown()
     desk.stop("supplyd");
     QVERIFY(screen.shows("note", "Battery is low; supply daemon is not running"));
     desk.stop("ioexpd");
-    QVERIFY(screen.shows("note", "Battery is low; supply daemon is not running; "
-                                 "the printer's buttons do not work"));
+    QVERIFY(screen.shows("note",
+                         "Battery is low; supply daemon is not running; "
+                         "the printer's buttons do not work"));
     QVERIFY(screen.renders(1));
     QVERIFY(!screen.item("note")->property("truncated").toBool());
     QCOMPARE(screen.faults(), QString());
@@ -582,7 +582,7 @@ void tst_Panel::switchesAreShown_data()
 {
     QTest::addColumn<QString>("place");
     QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QStringList>("words");  // for false and true
+    QTest::addColumn<QStringList>("words"); // for false and true
     QTest::addColumn<QStringList>("events");
     QTest::addColumn<bool>("before");
     const QStringList openOrNot = { "closed", "open" };
@@ -621,8 +621,9 @@ void tst_Panel::batteryIsShown()
 {
     Desk desk(allDaemons);
     Screen screen;
-    const QList<QPair<int, QString>> levels = { { 100, plain }, { 16, plain }, { 15, amber },
-                                                { 0, amber } };
+    const QList<QPair<int, QString>> levels = {
+        { 100, plain }, { 16, plain }, { 15, amber }, { 0, amber }
+    };
     for (const auto &level : levels) {
         const QByteArray percent = QByteArray::number(level.first);
         desk.act("m4", "set", "('batteryStatus', <" + percent + ">)");
@@ -658,6 +659,7 @@ void tst_Panel::clickGivesACommand_data()
     QTest::addColumn<QString>("outcome");
     QTest::addColumn<bool>("good");
     const QByteArray m4 = "/ local.IHNIPCM4.";
+    // clang-format off
     QTest::newRow("Print") << "Print" << Qt::Key_F2 << m4 + "retryPrintJob  ()" << "no stopped job"
                            << false;
     QTest::newRow("Feed") << "Feed" << Qt::Key_F3 << m4 + "forwardFeed u (uint32 400,)" << "fed" << true;
@@ -669,6 +671,7 @@ void tst_Panel::clickGivesACommand_data()
                             << false;
     QTest::newRow("Clear") << "Clear" << Qt::Key_F8 << m4 + "clearPrintJob  ()" << "no job to drop"
                            << false;
+    // clang-format on
 }
 
 // Whether it was given, once, and its outcome is shown.
@@ -708,10 +711,7 @@ void tst_Panel::clickGivesACommand()
     }
 }
 
-void tst_Panel::keyGivesACommand_data()
-{
-    clickGivesACommand_data();
-}
+void tst_Panel::keyGivesACommand_data() { clickGivesACommand_data(); }
 
 void tst_Panel::keyGivesACommand()
 {
@@ -721,10 +721,7 @@ void tst_Panel::keyGivesACommand()
     checkCommand(screen, [&]() { screen.type(key); });
 }
 
-void tst_Panel::tabAndEnterGiveACommand_data()
-{
-    clickGivesACommand_data();
-}
+void tst_Panel::tabAndEnterGiveACommand_data() { clickGivesACommand_data(); }
 
 void tst_Panel::tabAndEnterGiveACommand()
 {
@@ -770,9 +767,9 @@ void tst_Panel::outcomeOfEachKind_data()
                                             "answer']>")
                               << "refused: the tag reader does not answer";
     const QByteArray sentence(60, 'w');
-    QTest::newRow("long error")
-        << "'error', <['org.example.No', '" + sentence + " " + sentence + "']>"
-        << "refused: " + QString(60, 'w') + ' ' + QString(60, 'w');
+    QTest::newRow("long error") << "'error', <['org.example.No', '" + sentence + " " + sentence
+            + "']>"
+                                << "refused: " + QString(60, 'w') + ' ' + QString(60, 'w');
 }
 
 void tst_Panel::outcomeOfEachKind()
@@ -1171,8 +1168,10 @@ void tst_Panel::jobWithoutLabelsEnds_data()
 {
     QTest::addColumn<bool>("isOwn");
     QTest::addColumn<QVariantMap>("times");
-    QTest::newRow("of the panel") << true << QVariantMap { { "movingTime", 1 }, { "jobTime", 1000 } };
-    QTest::newRow("of another") << false << QVariantMap { { "movingTime", 1000 }, { "jobTime", 1 } };
+    QTest::newRow("of the panel") << true
+                                  << QVariantMap { { "movingTime", 1 }, { "jobTime", 1000 } };
+    QTest::newRow("of another") << false
+                                << QVariantMap { { "movingTime", 1000 }, { "jobTime", 1 } };
 }
 
 void tst_Panel::jobWithoutLabelsEnds()
@@ -1355,9 +1354,8 @@ void tst_Panel::longReasonIsReadWhole()
     const QByteArray reason = QByteArray("because of this, ").repeated(60) + "and no other";
     desk.act("m4", "fault", "('calibrateSupply', 'error', <['org.example.No', '" + reason + "']>)");
     screen.click("buttonCalibrate");
-    QVERIFY(waitUntil([&]() {
-        return screen.text("buttonCalibrate/outcome").startsWith("refused: because");
-    }));
+    QVERIFY(waitUntil(
+        [&]() { return screen.text("buttonCalibrate/outcome").startsWith("refused: because"); }));
     QVERIFY(screen.text("buttonCalibrate/outcome").size() < 250);
     const QString whole = "Calibrate: refused: " + QString::fromLatin1(reason);
     QVERIFY(screen.renders(2));
@@ -1390,8 +1388,9 @@ void tst_Panel::listOpensWhereItIsTouched()
     }
     QVERIFY(screen.renders(2));
     QQuickItem *list = screen.item("events");
-    QCOMPARE(list->property("contentY").toDouble(), list->property("originY").toDouble()); // the latest
-    screen.click("events"); // far below the first line
+    QCOMPARE(list->property("contentY").toDouble(),
+             list->property("originY").toDouble()); // the latest
+    screen.click("events");                         // far below the first line
     QVERIFY(screen.text("details/text").startsWith("Error: error 70"));
     screen.type(Qt::Key_Escape);
 
@@ -1512,17 +1511,22 @@ void tst_Panel::oneReadingForEachChange_data()
     QTest::newRow("alert") << QByteArray("m4") << QByteArray("('alert', <21>)") << "state"
                            << "Ready, but ribbon 1 is low" << QByteArray("getAlert");
     QTest::newRow("battery") << QByteArray("m4") << QByteArray("('batteryStatus', <44>)")
-                             << "battery" << "Battery 44 %" << QByteArray("getBatteryStatus");
+                             << "battery"
+                             << "Battery 44 %" << QByteArray("getBatteryStatus");
     QTest::newRow("lid") << QByteArray("m4") << QByteArray("('printerLid', <true>)") << "state"
                          << "Stopped: lid open" << QByteArray("getError printerLid");
     QTest::newRow("cutter") << QByteArray("m4") << QByteArray("('cutterHome', <false>)")
-                            << "cutterHome/text" << "moving" << QByteArray("cutterHome");
+                            << "cutterHome/text"
+                            << "moving" << QByteArray("cutterHome");
     QTest::newRow("supply") << QByteArray("supplyd") << QByteArray("('supplyPercent', <44.0>)")
-                            << "supply/percent" << "44 %" << QByteArray("supplySupplyPercent");
+                            << "supply/percent"
+                            << "44 %" << QByteArray("supplySupplyPercent");
     QTest::newRow("ribbon 1") << QByteArray("supplyd") << QByteArray("('ribbon1Percent', <44.0>)")
-                              << "ribbon1/percent" << "44 %" << QByteArray("supplyRibbon1Percent");
+                              << "ribbon1/percent"
+                              << "44 %" << QByteArray("supplyRibbon1Percent");
     QTest::newRow("ribbon 2") << QByteArray("supplyd") << QByteArray("('ribbon2Percent', <44.0>)")
-                              << "ribbon2/percent" << "44 %" << QByteArray("supplyRibbon2Percent");
+                              << "ribbon2/percent"
+                              << "44 %" << QByteArray("supplyRibbon2Percent");
 }
 
 void tst_Panel::oneReadingForEachChange()
@@ -1677,10 +1681,12 @@ void tst_Panel::colorsAreChecked_data()
     QTest::addColumn<QString>("shown");
     QTest::newRow("lower case") << QByteArray("#12abef") << "#12abef";
     QTest::newRow("upper case") << QByteArray("#12ABEF") << "#12abef";
+    // clang-format off
     const char *const others[] = { "", "red", "#", "#12", "#fff", "#12345", "#1234567", "#ff00ffaa",
                                    "#gg0000", " #ff0000", "#ff0000 ", "#ff0000\\n", "ff0000",
                                    "transparent", "rgb(1,2,3)", "0xff0000",
                                    "#\xef\xbc\x91\x32\x33\x34\x35\x36" };
+    // clang-format on
     for (const char *text : others) {
         QTest::newRow(text) << QByteArray(text) << "?";
     }
@@ -1743,9 +1749,9 @@ void tst_Panel::oddTextsAreHarmless()
     daemon.comeUp();
     QVERIFY(waitUntil([&]() { return screen.item("supply")->property("known").toBool(); }));
     QVERIFY(waitUntil([&]() {
-        return text.isEmpty() || (!screen.text("supply/name").isEmpty()
-                                  && !screen.text("ribbon1/name").isEmpty()
-                                  && !screen.text("ribbon2/name").isEmpty());
+        return text.isEmpty()
+            || (!screen.text("supply/name").isEmpty() && !screen.text("ribbon1/name").isEmpty()
+                && !screen.text("ribbon2/name").isEmpty());
     }));
     daemon.emitSignal("SupplyChanged", "('" + text + "', '')");
     daemon.emitSignal("RibbonChanged", "(['" + text + "', '" + text + "'], '')");
@@ -1755,9 +1761,8 @@ void tst_Panel::oddTextsAreHarmless()
     }));
     desk.act("m4", "fault", "('calibrateSupply', 'error', <['org.example.No', '" + text + "']>)");
     screen.click("buttonCalibrate");
-    QVERIFY(waitUntil([&]() {
-        return screen.text("buttonCalibrate/outcome").startsWith("refused");
-    }));
+    QVERIFY(
+        waitUntil([&]() { return screen.text("buttonCalibrate/outcome").startsWith("refused"); }));
     QVERIFY(screen.renders(2));
     QCOMPARE(screen.faults(), QString());
     const QStringList told = screen.events();
@@ -1906,7 +1911,10 @@ void tst_Panel::edgesAreSeen()
     QVERIFY(screen.shows("ribbon2/name", "Black"));
     const QColor page("#10151b");
     const auto edge = [&](const QString &path) {
-        return screen.item(path)->property("border").value<QObject *>()->property("color")
+        return screen.item(path)
+            ->property("border")
+            .value<QObject *>()
+            ->property("color")
             .value<QColor>();
     };
     for (const QString &button : buttons) {
@@ -1916,26 +1924,36 @@ void tst_Panel::edgesAreSeen()
         QTest::mousePress(&screen.view(), Qt::LeftButton, Qt::NoModifier,
                           screen.middleOf("button" + button));
         QVERIFY(Screen::contrastOf(Screen::colorOf(item), before) >= 3);
-        QVERIFY(Screen::contrastOf(screen.color("button" + button + "/label"),
-                                   Screen::colorOf(item)) >= 4.5);
+        QVERIFY(
+            Screen::contrastOf(screen.color("button" + button + "/label"), Screen::colorOf(item))
+            >= 4.5);
         QTest::mouseRelease(&screen.view(), Qt::LeftButton, Qt::NoModifier, QPoint(1, 1));
     }
     for (const char *roll : { "supply", "ribbon1", "ribbon2" }) {
         const QString place = roll;
-        QVERIFY(Screen::contrastOf(edge(place + "/track"), Screen::colorOf(screen.item(roll))) >= 3);
+        QVERIFY(Screen::contrastOf(edge(place + "/track"), Screen::colorOf(screen.item(roll)))
+                >= 3);
         QVERIFY(Screen::contrastOf(Screen::colorOf(screen.item(place + "/bar")),
-                                   Screen::colorOf(screen.item(place + "/track"))) >= 3);
+                                   Screen::colorOf(screen.item(place + "/track")))
+                >= 3);
     }
     desk.act("m4", "fault", "('calibrateSupply', 'never', <''>)");
-    const double still = screen.item("buttonCalibrate")->property("border").value<QObject *>()
-        ->property("width").toDouble();
+    const double still = screen.item("buttonCalibrate")
+                             ->property("border")
+                             .value<QObject *>()
+                             ->property("width")
+                             .toDouble();
     screen.click("buttonCalibrate");
     QVERIFY(screen.shows("buttonCalibrate/outcome", atWork));
     const QColor face = Screen::colorOf(screen.item("buttonCalibrate"));
     QVERIFY(Screen::contrastOf(edge("buttonCalibrate"), face) >= 3);
     QVERIFY(Screen::contrastOf(screen.color("buttonCalibrate/runner"), face) >= 3);
-    QVERIFY(screen.item("buttonCalibrate")->property("border").value<QObject *>()
-                ->property("width").toDouble() > still);
+    QVERIFY(screen.item("buttonCalibrate")
+                ->property("border")
+                .value<QObject *>()
+                ->property("width")
+                .toDouble()
+            > still);
     QVERIFY(Screen::contrastOf(screen.color("icon/shape"), page) >= 3);
     QVERIFY(Screen::contrastOf(screen.color("icon/sign"), screen.color("icon/shape")) >= 4.5);
 }
@@ -1966,11 +1984,13 @@ void tst_Panel::arrowsMoveTheFocus()
     const bool isWide = size.width() > size.height();
     const Qt::Key forward = direction == Qt::LeftToRight ? Qt::Key_Right : Qt::Key_Left;
     const Qt::Key back = direction == Qt::LeftToRight ? Qt::Key_Left : Qt::Key_Right;
+    // clang-format off
     const QList<QPair<Qt::Key, QString>> steps = {
         { Qt::Key_Down, "Print" }, { forward, "Feed" }, { Qt::Key_Down, isWide ? "Load" : "Calibrate" },
         { back, isWide ? "Cancel" : "Cut" }, { Qt::Key_Up, "Print" }, { Qt::Key_Up, "events" },
         { forward, "Print" }, { back, "events" },
     };
+    // clang-format on
     for (const auto &step : steps) {
         screen.type(step.first);
         QCOMPARE(focused(), step.second);
@@ -2002,7 +2022,7 @@ void tst_Panel::scannerDoesNothing()
     QVERIFY(!screen.isShown("help"));
     QVERIFY(waitUntil([&]() {
         screen.type(Qt::Key_F4); // is heard a second later
-        QTest::qWait(200); // a person is slower than a scanner
+        QTest::qWait(200);       // a person is slower than a scanner
         return screen.text("buttonCut/outcome") == "cut";
     }));
     const QList<QByteArray> calls = calledMembers(monitor);
@@ -2037,7 +2057,8 @@ void tst_Panel::everythingHasANameAndARole()
              QString("Paper, Label 100 x 60 mm, White, LBL-100060-WH, 100 %"));
     QCOMPARE(role("events"), QAccessible::List);
     QAccessibleInterface *feed = QAccessible::queryAccessibleInterface(screen.item("buttonFeed"));
-    QVERIFY(feed->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    QVERIFY(
+        feed->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
     feed->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
     QCOMPARE(text("buttonFeed", QAccessible::Description), QString("fed"));
@@ -2064,8 +2085,10 @@ void tst_Panel::languagesFit_data()
 {
     QTest::addColumn<QString>("language");
     QTest::addColumn<QString>("ready");
-    QTest::newRow("English") << "en" << "Ready";
-    QTest::newRow("German") << "de" << "Bereit";
+    QTest::newRow("English") << "en"
+                             << "Ready";
+    QTest::newRow("German") << "de"
+                            << "Bereit";
     QTest::newRow("French") << "fr" << QString::fromUtf8("Pr\u00eate");
     QTest::newRow("long words") << QString() << "Reeaady";
 }

@@ -88,8 +88,8 @@ void tst_PanelProgram::picturesAreTaken()
     Desk desk({ "m4" });
     QTemporaryDir directory;
     const QStringList names = { directory.filePath("a.png"), directory.filePath("b.png") };
-    const Result result =
-        run(options + QStringList { "--shoot", "0.5=" + names[1], "--shoot", "0=" + names[0] });
+    const Result result = run(
+        options + QStringList { "--shoot", "0.5=" + names[1], "--shoot", "0=" + names[0] });
     QCOMPARE(result.errors, QString());
     QCOMPARE(result.exitCode, 0);
     for (const QString &name : names) {
@@ -115,9 +115,9 @@ void tst_PanelProgram::wrongUsageIsSaid_data()
     QTest::newRow("argument") << QStringList { "now" } << "hnipc-panel: takes no arguments";
     QTest::newRow("option") << QStringList { "--shot", "1=a.png" } << "hnipc-panel: Unknown option";
     for (const char *code : { "xx", "", "german" }) {
-        QTest::addRow("language \"%s\"", code)
-            << QStringList { QString("--language=") + code }
-            << QString("hnipc-panel: --language: expected one of en, de, fr, not \"%1\"\n").arg(code);
+        QTest::addRow("language \"%s\"", code) << QStringList {
+            QString("--language=") + code
+        } << QString("hnipc-panel: --language: expected one of en, de, fr, not \"%1\"\n").arg(code);
     }
     for (const char *shot : { "a.png", "1", "1=", "=a.png", "soon=a.png", "-1=a.png" }) {
         QTest::newRow(shot) << QStringList { QString("--shoot=") + shot }
@@ -148,8 +148,10 @@ void tst_PanelProgram::helpAndVersion_data()
 {
     QTest::addColumn<QString>("option");
     QTest::addColumn<QString>("said");
-    QTest::newRow("help") << "--help" << "--shoot <seconds=file>";
-    QTest::newRow("version") << "--version" << "hnipc-panel ";
+    QTest::newRow("help") << "--help"
+                          << "--shoot <seconds=file>";
+    QTest::newRow("version") << "--version"
+                             << "hnipc-panel ";
 }
 
 void tst_PanelProgram::helpAndVersion()
@@ -178,11 +180,13 @@ void tst_PanelProgram::languageOfTheLocale_data()
 {
     QTest::addColumn<QString>("locale");
     QTest::addColumn<QString>("code");
+    // clang-format off
     QTest::newRow("English") << "en_GB.UTF-8" << "en";
     QTest::newRow("German") << "de_AT.UTF-8" << "de";
     QTest::newRow("French") << "fr_FR.UTF-8" << "fr";
     QTest::newRow("another") << "pt_PT.UTF-8" << "en";
     QTest::newRow("none") << "C.UTF-8" << "en";
+    // clang-format on
 }
 
 void tst_PanelProgram::languageOfTheLocale()

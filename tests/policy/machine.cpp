@@ -24,10 +24,7 @@ namespace {
 
 const char journal[] = "/run/systemd/journal/socket";
 
-QByteArray path(const char *name)
-{
-    return QByteArray(Machine::directory) + '/' + name;
-}
+QByteArray path(const char *name) { return QByteArray(Machine::directory) + '/' + name; }
 
 int boundSocket(int type, const QByteArray &name)
 {
@@ -68,15 +65,9 @@ bool bindOver(const char *file, const QByteArray &text)
     return mount(own.toLatin1().constData(), file, "none", MS_BIND, nullptr) == 0;
 }
 
-QByteArray failed(const char *what)
-{
-    return QByteArray(what).append(std::strerror(errno));
-}
+QByteArray failed(const char *what) { return QByteArray(what).append(std::strerror(errno)); }
 
-QByteArray number(uint value)
-{
-    return QByteArray::number(value);
-}
+QByteArray number(uint value) { return QByteArray::number(value); }
 
 } // namespace
 
@@ -189,8 +180,8 @@ Machine::Bus::Bus(Kind kind, const QByteArray &configuration)
     static int buses = 0;
     const QByteArray name = "bus" + QByteArray::number(++buses);
     m_address = "unix:path=" + path(name.constData());
-    const QByteArray file
-        = write(QString::fromLatin1(name) + QLatin1String(".conf"), configuration).toLatin1();
+    const QByteArray file = write(QString::fromLatin1(name) + QLatin1String(".conf"), configuration)
+                                .toLatin1();
     const QByteArray log = path("log");
 
     const int bound = boundSocket(SOCK_STREAM, path(name.constData()));

@@ -41,8 +41,7 @@ QByteArray obey(WirePeer &peer, const QList<QByteArray> &words)
         return reported(peer.call(words.at(1), "/", words.at(2), words.at(3), words.at(4)));
     }
     if (verb == "signal") { // interface, member, body, destination
-        const bool sent
-            = peer.emitSignal("/", words.at(1), words.at(2), words.at(3), words.at(4));
+        const bool sent = peer.emitSignal("/", words.at(1), words.at(2), words.at(3), words.at(4));
         return sent ? "sent" : "not sent";
     }
     if (verb == "listen") { // match rule
@@ -76,7 +75,7 @@ int main(int argc, char **argv)
     peer.answerAll("(true,)");
     peer.setIntrospection("<node/>");
     std::cout << peer.uniqueName().constData() << std::endl;
-    for (std::string line; std::getline(std::cin, line); ) {
+    for (std::string line; std::getline(std::cin, line);) {
         const QByteArray order(line.data(), int(line.size()));
         std::cout << obey(peer, order.split('\t')).constData() << std::endl;
     }

@@ -24,10 +24,10 @@ namespace {
 
 // The system's own rules, as distributions have them: closed, but for one service, which everybody
 // may be and call.
-const char closedRules[] =
-    "<deny own='*'/><deny send_type='method_call'/>"
-    "<allow send_destination='org.freedesktop.DBus' send_interface='org.freedesktop.DBus'/>"
-    "<allow own='local.Clock'/><allow send_destination='local.Clock'/>";
+const char closedRules
+    [] = "<deny own='*'/><deny send_type='method_call'/>"
+         "<allow send_destination='org.freedesktop.DBus' send_interface='org.freedesktop.DBus'/>"
+         "<allow own='local.Clock'/><allow send_destination='local.Clock'/>";
 
 // A careless file of another package has opened the bus.
 const char openRules[] = "<allow own='*'/><allow send_type='method_call'/>";
@@ -52,7 +52,9 @@ const bool daemonIsRoot = qstrcmp(HNIPC_DAEMON_USER, "root") == 0;
 const gid_t clients = 4200;
 const gid_t otherClients = 4201;
 const QList<Machine::Group> groups = {
-    { "root", 0 }, { HNIPC_CLIENT_GROUP, clients }, { HNIPC_TEST_OTHER_GROUP, otherClients },
+    { "root", 0 },
+    { HNIPC_CLIENT_GROUP, clients },
+    { HNIPC_TEST_OTHER_GROUP, otherClients },
 };
 const User root = { "root", 0, 0, {} };
 const User daemonUser = daemonIsRoot ? root : User { HNIPC_DAEMON_USER, 4100, 4100, {} };
@@ -165,8 +167,7 @@ private:
     QByteArray line()
     {
         const int guard = 60 * 1000; // against hanging
-        while (!m_process.canReadLine() && m_process.waitForReadyRead(guard)) {
-        }
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(guard)) {}
         return m_process.readLine().trimmed();
     }
 
@@ -174,10 +175,7 @@ private:
     QByteArray m_name;
 };
 
-bool hasTool()
-{
-    return QFile::exists(Machine::program("hnipcctl"));
-}
+bool hasTool() { return QFile::exists(Machine::program("hnipcctl")); }
 
 // What a program of a user printed, and how it ended.
 struct Run
@@ -194,8 +192,9 @@ class Printer
 {
 public:
     Printer(Bus::Kind kind, bool isOther)
-        : bus(kind, isOther ? configuration(openRules, HNIPC_TEST_OTHER_POLICY_FILE)
-                            : configuration(closedRules, HNIPC_POLICY_FILE))
+        : bus(kind,
+              isOther ? configuration(openRules, HNIPC_TEST_OTHER_POLICY_FILE)
+                      : configuration(closedRules, HNIPC_POLICY_FILE))
     {
         const User &daemons = isOther ? otherDaemonUser : daemonUser;
         for (int server = 0; server < ServerCount; ++server) {
@@ -276,8 +275,7 @@ private:
     void add(const char *kind, const User &user, Right right)
     {
         const Somebody somebody = { kind, user, right,
-                                    QSharedPointer<Person>(new Person(user, bus)),
-                                    QByteArray() };
+                                    QSharedPointer<Person>(new Person(user, bus)), QByteArray() };
         people << somebody;
     }
 };
@@ -310,7 +308,7 @@ private Q_SLOTS:
 private:
     void addSlots();
 
-    QMap<QByteArray, QSharedPointer<Printer> > m_printers;
+    QMap<QByteArray, QSharedPointer<Printer>> m_printers;
     Printer *m_printer;
     int m_fences = 0;
 };
@@ -333,8 +331,8 @@ void tst_Policy::init()
     if (!Bus::isThere(kind)) {
         HNIPC_SKIP("this bus is not there");
     }
-    QSharedPointer<Printer> &printer
-        = m_printers[QByteArray::number(bus) + (isOther ? "other" : "")];
+    QSharedPointer<Printer>
+        &printer = m_printers[QByteArray::number(bus) + (isOther ? "other" : "")];
     if (!printer) {
         printer = QSharedPointer<Printer>(new Printer(kind, isOther));
         for (int server = 0; server < ServerCount; ++server) {
@@ -380,11 +378,10 @@ void tst_Policy::calls_data()
             << QByteArray();
         QTest::newRow(name + ": ping")
             << name << standard + "Peer" << QByteArray("Ping") << int(Client) << QByteArray();
-        QTest::newRow(name + ": properties")
-            << name << standard + "Properties" << QByteArray("GetAll") << int(Daemon)
-            << QByteArray();
-        QTest::newRow(name + ": simulator") << name << simulator << QByteArray("press")
-                                            << int(Daemon) << simulator + ".press ()";
+        QTest::newRow(name + ": properties") << name << standard + "Properties"
+                                             << QByteArray("GetAll") << int(Daemon) << QByteArray();
+        QTest::newRow(name + ": simulator")
+            << name << simulator << QByteArray("press") << int(Daemon) << simulator + ".press ()";
     }
     const QByteArray interface = identities[M4].interface;
     QTest::newRow("unique name: operation") << QByteArray() << interface << QByteArray("anything")
@@ -396,8 +393,8 @@ void tst_Policy::calls_data()
         << QByteArray() << QByteArray() << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
         << QByteArray(".pulseM4PrinterLidSignal ()");
     QTest::newRow("another daemon's interface")
-        << QByteArray(identities[SUPPLYD].busName) << interface
-        << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
+        << QByteArray(identities[SUPPLYD].busName)
+        << interface << QByteArray("pulseM4PrinterLidSignal") << int(Daemon)
         << interface + ".pulseM4PrinterLidSignal ()";
 }
 
@@ -559,8 +556,9 @@ void tst_Policy::unknownUsersOpenNothing()
 {
     QFETCH_GLOBAL(int, bus);
     QFETCH_GLOBAL(bool, isOther);
-    const Bus unknown(Bus::Kind(bus), configuration(isOther ? openRules : closedRules,
-                                                    HNIPC_TEST_UNKNOWN_POLICY_FILE));
+    const Bus unknown(
+        Bus::Kind(bus),
+        configuration(isOther ? openRules : closedRules, HNIPC_TEST_UNKNOWN_POLICY_FILE));
     for (const User &user : users()) {
         Person person(user, unknown);
         for (const Identity &identity : identities) {
@@ -592,9 +590,8 @@ void tst_Policy::application()
 
     QProcess process;
     m_printer->start(&process, kind, "hnipc-test-application");
-    QVERIFY(waitUntil([&]() {
-        return process.canReadLine() || process.state() == QProcess::NotRunning;
-    }));
+    QVERIFY(waitUntil(
+        [&]() { return process.canReadLine() || process.state() == QProcess::NotRunning; }));
     m4.send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
     QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
     QCOMPARE(process.readAllStandardOutput(), prints);
@@ -611,8 +608,9 @@ void tst_Policy::tool_data()
     QTest::addColumn<QByteArray>("complains");
     const QByteArray member = "member";
     const QByteArray stranger = "stranger";
-    const QByteArray noRight = "no right to call the daemons: the bus lets members of the group "
-        HNIPC_CLIENT_GROUP " do it; a new member has to log in again";
+    const QByteArray noRight = "no right to call the daemons: the bus lets members of the "
+                               "group " HNIPC_CLIENT_GROUP
+                               " do it; a new member has to log in again";
     const QByteArray nothing;
     QTest::newRow("member calls") << member << QByteArray("call forwardFeed 200") << 0
                                   << QByteArray("true\n") << nothing;
@@ -631,8 +629,8 @@ void tst_Policy::tool_data()
         << stranger << QByteArray("--json call forwardFeed 200") << 3
         << "\"error\": \"" + noRight + "\",\n    \"errorName\": \"" + refused + '"'
         << "hnipcctl: " + noRight + '\n';
-    QTest::newRow("stranger introspects") << stranger << QByteArray("introspect m4") << 3 << nothing
-                                          << "hnipcctl: " + noRight + '\n';
+    QTest::newRow("stranger introspects")
+        << stranger << QByteArray("introspect m4") << 3 << nothing << "hnipcctl: " + noRight + '\n';
     QTest::newRow("stranger asks for the state")
         << stranger << QByteArray("status") << 3
         << QByteArray("  qmlPrintEngineErrorCode  no right\n  qmlPrintEngineAlertCode  no right\n")
@@ -688,8 +686,8 @@ int main(int argc, char **argv)
     for (const QString &program : files.split(QLatin1Char('|'))) {
         Machine::publish(program, QLatin1String("bin"));
     }
-    for (const QString &library : QString::fromLocal8Bit(HNIPC_TEST_LIBRARIES)
-                                      .split(QLatin1Char('|'))) {
+    for (const QString &library :
+         QString::fromLocal8Bit(HNIPC_TEST_LIBRARIES).split(QLatin1Char('|'))) {
         Machine::publish(library, QLatin1String("lib"));
     }
     const QDir interfaces(QString::fromLocal8Bit(HNIPC_INTERFACES_DIR));

@@ -54,9 +54,8 @@ void addPulses(Lines *rules, const Identity &identity, const ServerSlot (&all)[C
     for (const ServerSlot &slot : all) {
         if (slot.kind == PulseOperation && !slot.cloned) {
             const QByteArray signature = slot.signature;
-            *rules << QByteArray("deny send_destination=") + identity.busName
-                    + " send_interface=" + identity.interface
-                    + " send_member=" + signature.left(signature.indexOf('('));
+            *rules << QByteArray("deny send_destination=") + identity.busName + " send_interface="
+                    + identity.interface + " send_member=" + signature.left(signature.indexOf('('));
         }
     }
 }
@@ -76,8 +75,9 @@ void tst_PolicyFile::initTestCase()
         QMap<QByteArray, QByteArray> attributes;
         const QXmlStreamAttributes all = xml.attributes();
         for (const QXmlStreamAttribute &attribute : all) {
-            attributes[attribute.name().toString().toLatin1()]
-                = attribute.value().toString().toLatin1();
+            attributes[attribute.name().toString().toLatin1()] = attribute.value()
+                                                                     .toString()
+                                                                     .toLatin1();
         }
         const QByteArray element = xml.name().toString().toLatin1();
         if (element == "policy") {
@@ -100,9 +100,9 @@ void tst_PolicyFile::initTestCase()
 
 void tst_PolicyFile::nobodyElseIsNamed()
 {
-    QCOMPARE(joined(m_rules.keys()), joined(Lines() << "context default"
-                                                    << "group " HNIPC_CLIENT_GROUP
-                                                    << "user " HNIPC_DAEMON_USER));
+    QCOMPARE(joined(m_rules.keys()),
+             joined(Lines() << "context default"
+                            << "group " HNIPC_CLIENT_GROUP << "user " HNIPC_DAEMON_USER));
 }
 
 void tst_PolicyFile::whatIsRefusedToAll()
@@ -110,8 +110,7 @@ void tst_PolicyFile::whatIsRefusedToAll()
     Lines rules;
     for (const Identity &identity : identities) {
         const QByteArray name = identity.busName;
-        rules << "deny own=" + name
-              << "deny send_destination=" + name + " send_type=method_call"
+        rules << "deny own=" + name << "deny send_destination=" + name + " send_type=method_call"
               << QByteArray("deny send_interface=") + identity.interface + " send_type=signal";
     }
     QCOMPARE(joined(m_rules["context default"]), joined(rules));

@@ -38,15 +38,15 @@ inline void addReadableAnswers()
 }
 
 // That of the record of tellingFields().
-const char readableRecord[] =
-    "{\"text1\":\"text \xc3\xa4 1\",\"textList1\":[\"list\",\"\",\"one\"],\"real1\":1.5,"
-    "\"integer1\":101,\"text2\":\"text 2\",\"real2\":-2.25,\"integer2\":-102,"
-    "\"text3\":\"text 3\",\"integer3\":2147483647,\"text4\":\"text 4\","
-    "\"integer4\":-2147483648,\"text5\":\"text 5\",\"real3\":3.125,\"integer5\":105,"
-    "\"bytes1\":\"AP8Afw==\",\"real4\":4.5,\"real5\":5.5,\"integer6\":106,\"integer7\":107,"
-    "\"integer8\":108,\"real6\":6.5,\"real7\":7.5,\"real8\":8.5,\"real9\":9.5,"
-    "\"textList2\":[\"list two\"],\"variantList1\":[1,\"two\"],\"variantList2\":[true],"
-    "\"variantList3\":[3,\"33\"],\"variantList4\":[4.5],"
-    "\"variantList5\":[\"five\",5,[\"v\",\"w\"]]}";
+const char readableRecord
+    [] = "{\"text1\":\"text \xc3\xa4 1\",\"textList1\":[\"list\",\"\",\"one\"],\"real1\":1.5,"
+         "\"integer1\":101,\"text2\":\"text 2\",\"real2\":-2.25,\"integer2\":-102,"
+         "\"text3\":\"text 3\",\"integer3\":2147483647,\"text4\":\"text 4\","
+         "\"integer4\":-2147483648,\"text5\":\"text 5\",\"real3\":3.125,\"integer5\":105,"
+         "\"bytes1\":\"AP8Afw==\",\"real4\":4.5,\"real5\":5.5,\"integer6\":106,\"integer7\":107,"
+         "\"integer8\":108,\"real6\":6.5,\"real7\":7.5,\"real8\":8.5,\"real9\":9.5,"
+         "\"textList2\":[\"list two\"],\"variantList1\":[1,\"two\"],\"variantList2\":[true],"
+         "\"variantList3\":[3,\"33\"],\"variantList4\":[4.5],"
+         "\"variantList5\":[\"five\",5,[\"v\",\"w\"]]}";
 
 #endif

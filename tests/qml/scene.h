@@ -91,15 +91,15 @@ private:
     QScopedPointer<QObject> m_root;
 };
 
-#define HNIPC_QML_TEST_MAIN(TestClass) \
-    int main(int argc, char **argv) \
-    { \
-        PrivateBus bus; \
-        qputenv("QT_QPA_PLATFORM", "offscreen"); \
-        qputenv("QT_QUICK_BACKEND", "software"); \
-        QGuiApplication application(argc, argv); \
-        TestClass test; \
-        return QTest::qExec(&test, argc, argv); \
+#define HNIPC_QML_TEST_MAIN(TestClass)                                                             \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        PrivateBus bus;                                                                            \
+        qputenv("QT_QPA_PLATFORM", "offscreen");                                                   \
+        qputenv("QT_QUICK_BACKEND", "software");                                                   \
+        QGuiApplication application(argc, argv);                                                   \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
     }
 
 #endif

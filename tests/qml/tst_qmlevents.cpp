@@ -66,6 +66,7 @@ void tst_QmlEvents::handlersReceiveArgumentsByName()
     const QByteArray handler = eventHandlerOf(signal);
     FakeDaemons daemons;
     Scene scene;
+    // clang-format off
     scene.show("import QtQml 2.15\n"
                "import HNIPC 1.0\n"
                "HNIPCEvents {\n"
@@ -87,6 +88,7 @@ void tst_QmlEvents::handlersReceiveArgumentsByName()
                "        events.connected.push([" + parameters + "])\n"
                "    })\n"
                "}\n");
+    // clang-format on
     QVERIFY(listens(scene));
     const QList<Sample> samples = argumentSamples(signal.signature, 1);
     QVERIFY(daemons.emitSignal(signal.server, signal.member, wireBody(samples)));
@@ -202,7 +204,8 @@ void tst_QmlEvents::objectOfCppHasHandlers()
                "    function log(name, values) { all.push([name, values]) }\n"
                "    property bool listening: made.listening\n"
                "    property Connections connections: Connections {\n"
-               "        target: HNIPCEvents.handlersOf(made)\n" + functions + "    }\n}");
+               "        target: HNIPCEvents.handlersOf(made)\n"
+               + functions + "    }\n}");
     QVERIFY(listens(scene));
     for (const ClientSignal &signal : clientSignals) {
         if (signal.server != NoServer) {

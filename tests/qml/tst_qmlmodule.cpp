@@ -59,20 +59,11 @@ private:
 
 static const char plainPrinter[] = "import HNIPC 1.0\nHNIPC { id: printer }";
 
-void tst_QmlModule::initTestCase()
-{
-    m_daemons.reset(new FakeDaemons);
-}
+void tst_QmlModule::initTestCase() { m_daemons.reset(new FakeDaemons); }
 
-void tst_QmlModule::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_QmlModule::cleanupTestCase() { m_daemons.reset(); }
 
-void tst_QmlModule::init()
-{
-    m_daemons->takeCalls();
-}
+void tst_QmlModule::init() { m_daemons->takeCalls(); }
 
 // The first of all, since what a module registers is known to every engine of the process.
 void tst_QmlModule::librariesRegisterNothing()
@@ -178,6 +169,7 @@ void tst_QmlModule::handlersReceiveArgumentsByName()
     const QByteArray parameters = signal.parameters;
     const QByteArray handler = handlerOf(signal);
     Scene scene;
+    // clang-format off
     QObject *client = scene.show("import QtQml 2.15\n"
                                  "import HNIPC 1.0\n"
                                  "HNIPC {\n"
@@ -197,6 +189,7 @@ void tst_QmlModule::handlersReceiveArgumentsByName()
                                  "        printer.connected.push([" + parameters + "])\n"
                                  "    })\n"
                                  "}\n");
+    // clang-format on
     const QList<Sample> samples = argumentSamples(signal.signature, 1);
     if (signal.server == NoServer) {
         QVERIFY(QByteArray(signal.signature) == "StatusChanged(int,QString)");
@@ -236,9 +229,10 @@ void tst_QmlModule::methodsThatShareTheNameOfASignalAreCalled()
     QCOMPARE(scene.js("printer.m4Version()"), QByteArray("\"1.2\""));
     QCOMPARE(scene.js("printer.printQueueFull(4294967295)"), QByteArray("true"));
     QCOMPARE(scene.js("printer.printQueueComplete(2)"), QByteArray("true"));
-    QCOMPARE(takeCalls(), QList<QByteArray>() << "m4Version()"
-                                              << "printQueueFull(uint32 4294967295,)"
-                                              << "printQueueComplete(uint32 2,)");
+    QCOMPARE(takeCalls(),
+             QList<QByteArray>() << "m4Version()"
+                                 << "printQueueFull(uint32 4294967295,)"
+                                 << "printQueueComplete(uint32 2,)");
 }
 
 void tst_QmlModule::shortFormsAddTheirDefault_data()
@@ -291,9 +285,10 @@ void tst_QmlModule::fullFormsAreThereToo()
     scene.js("printer.supplySKUCached('p')");
     scene.js("printer.supplyInformationBySKUs('a', [], 'p')");
     scene.js("printer.supplyRibbonColorRGB('a', -2)");
-    QCOMPARE(takeCalls(), QList<QByteArray>() << "supplySKUCached('p',)"
-                                              << "supplyInformationBySKUs('a', @as [], 'p')"
-                                              << "supplyRibbonColorRGB('a', -2)");
+    QCOMPARE(takeCalls(),
+             QList<QByteArray>() << "supplySKUCached('p',)"
+                                 << "supplyInformationBySKUs('a', @as [], 'p')"
+                                 << "supplyRibbonColorRGB('a', -2)");
 }
 
 void tst_QmlModule::argumentsArrive_data()
@@ -353,12 +348,12 @@ void tst_QmlModule::valuesArrive_data()
           "printer.ribbon1Verify()", "9007199254740991" },
         { "64 bits, rounded", M4, "ribbon1Verify", "uint64 9007199254740993",
           "printer.ribbon1Verify()", "9007199254740992" },
-        { "double", SUPPLYD, "supplySupplyPercent", "99.5",
-          "printer.supplySupplyPercent()", "99.5" },
-        { "text", M4, "m4Version", "'\xc3\xa4 \"1\"'",
-          "printer.m4Version()", "\"\xc3\xa4 \\\"1\\\"\"" },
-        { "list", SUPPLYD, "supplySKUList", "['a', '', 'b']",
-          "printer.supplySKUList()", "[\"a\",\"\",\"b\"]" },
+        { "double", SUPPLYD, "supplySupplyPercent", "99.5", "printer.supplySupplyPercent()",
+          "99.5" },
+        { "text", M4, "m4Version", "'\xc3\xa4 \"1\"'", "printer.m4Version()",
+          "\"\xc3\xa4 \\\"1\\\"\"" },
+        { "list", SUPPLYD, "supplySKUList", "['a', '', 'b']", "printer.supplySKUList()",
+          "[\"a\",\"\",\"b\"]" },
         { "items of a list", SUPPLYD, "supplySKUList", "['a', 'b']",
           "printer.supplySKUList().map(sku => sku + '!')", "[\"a!\",\"b!\"]" },
         { "bytes", SUPPLYD, "supplyBackgroundImage", "[byte 0x00, 0xff, 0x7f]",

@@ -13,28 +13,28 @@ namespace {
 
 struct Bound
 {
-    const char *name;       // in Bindings.qml
+    const char *name; // in Bindings.qml
     const char *property;
     Server server;
     const char *method;
-    const char *call;       // what a read sends
-    const char *signal;     // of the daemon
-    const char *first;      // answers, as GVariant and as JSON
+    const char *call;   // what a read sends
+    const char *signal; // of the daemon
+    const char *first;  // answers, as GVariant and as JSON
     const char *firstValue;
     const char *second;
     const char *secondValue;
 };
 
 const Bound bindings[] = {
-    { "supplyPercent", "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent",
-      "supplySupplyPercent()", "SUPPLYD_SupplyPercentChanged", "80.0", "80", "79.5", "79.5" },
+    { "supplyPercent", "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent", "supplySupplyPercent()",
+      "SUPPLYD_SupplyPercentChanged", "80.0", "80", "79.5", "79.5" },
     { "supplyColor", "qmlSupplyColorRGB", SUPPLYD, "supplySupplyRGB", "supplySupplyRGB('',)",
       "SUPPLYD_SupplyRGBChanged", "'#fff'", "\"#fff\"", "'#000'", "\"#000\"" },
     { "ribbonPercent", "qmlRibbonPercent", SUPPLYD, "supplyRibbon1Percent",
       "supplyRibbon1Percent()", "SUPPLYD_Ribbon1PercentChanged", "60.0", "60", "59.5", "59.5" },
-    { "ribbonColors", "qmlRibbonColorRGBs", SUPPLYD, "supplyRibbon1RGBs",
-      "supplyRibbon1RGBs('',)", "SUPPLYD_Ribbon1RGBsChanged", "['#f00']", "[\"#f00\"]",
-      "['#0f0', '#00f']", "[\"#0f0\",\"#00f\"]" },
+    { "ribbonColors", "qmlRibbonColorRGBs", SUPPLYD, "supplyRibbon1RGBs", "supplyRibbon1RGBs('',)",
+      "SUPPLYD_Ribbon1RGBsChanged", "['#f00']", "[\"#f00\"]", "['#0f0', '#00f']",
+      "[\"#0f0\",\"#00f\"]" },
     { "supplySku", "qmlSupplySKU", SUPPLYD, "supplySKUCached", "supplySKUCached('',)",
       "SUPPLYD_SupplyChanged", "'S-1'", "\"S-1\"", "'S-2'", "\"S-2\"" },
     { "errorCode", "qmlPrintEngineErrorCode", M4, "getError", "getError()", "M4_Error", "3", "3",
@@ -87,15 +87,9 @@ private:
     QScopedPointer<FakeDaemons> m_daemons;
 };
 
-void tst_QmlProperties::initTestCase()
-{
-    m_daemons.reset(new FakeDaemons);
-}
+void tst_QmlProperties::initTestCase() { m_daemons.reset(new FakeDaemons); }
 
-void tst_QmlProperties::cleanupTestCase()
-{
-    m_daemons.reset();
-}
+void tst_QmlProperties::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_QmlProperties::init()
 {
@@ -193,13 +187,17 @@ void tst_QmlProperties::twoClientsReadEachForThemselves()
 {
     Scene scene;
     scene.showFile("TwoClients.qml");
-    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()" << "getError()");
+    QCOMPARE(takeCalls(),
+             QList<QByteArray>() << "getError()"
+                                 << "getError()");
     answerAll(true);
     QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(9,)"));
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
     QVERIFY(m_daemons->passFence());
     QCOMPARE(scene.js("[firstError, secondError]"), QByteArray("[4,4]"));
-    QCOMPARE(takeCalls(), QList<QByteArray>() << "getError()" << "getError()");
+    QCOMPARE(takeCalls(),
+             QList<QByteArray>() << "getError()"
+                                 << "getError()");
     const QByteArray lids = scene.js("lids");
     QVERIFY2(lids == "\"12\"" || lids == "\"21\"", lids.constData());
 

@@ -195,9 +195,11 @@ void tst_QmlReading::valuesAreReadable()
     Scene scene;
     scene.show("import QtQml 2.15\nimport HNIPC 1.0\nQtObject {\n"
                "    property HNIPCReading reading: HNIPCReading {\n        id: reading\n"
-               "        method: \"" + method + "\"\n        parameters: "
-               + (method == "supplyBackgroundImage" ? "['a']" : "[]") + "\n    }\n"
-               "    readonly property var bound: reading.value\n}");
+               "        method: \""
+               + method
+               + "\"\n        parameters: " + (method == "supplyBackgroundImage" ? "['a']" : "[]")
+               + "\n    }\n"
+                 "    readonly property var bound: reading.value\n}");
     QVERIFY(becomes(scene, "reading.known", "true"));
     QCOMPARE(scene.js("bound"), value);
     QCOMPARE(scene.js("reading.value"), value);
@@ -220,8 +222,8 @@ void tst_QmlReading::signalsAreAListOrOneText_data()
     QTest::addColumn<QByteArray>("list");
     QTest::newRow("list") << QByteArray("[\"Error\", \"Alert\"]")
                           << QByteArray("[\"Error\",\"Alert\"]");
-    QTest::newRow("list of a function") << QByteArray("[\"Error\"].concat([\"Alert\"])")
-                                        << QByteArray("[\"Error\",\"Alert\"]");
+    QTest::newRow("list of a function")
+        << QByteArray("[\"Error\"].concat([\"Alert\"])") << QByteArray("[\"Error\",\"Alert\"]");
     QTest::newRow("text") << QByteArray("\"Alert\"") << QByteArray("[\"Alert\"]");
 }
 
@@ -256,16 +258,17 @@ void tst_QmlReading::otherParametersAreReadWith_data()
     QTest::newRow("another number of them")
         << QByteArray("supplyWidth") << QByteArray("['a']") << QByteArray("['a', 'p']")
         << QList<QByteArray> { "supplyWidth('a', '')", "supplyWidth('a', 'p')" };
-    QTest::newRow("the same list") << QByteArray("supplyInformationBySKUs")
-                                   << QByteArray("['a', ['b', 'c']]")
-                                   << QByteArray("['a', ['b', 'c']]")
-                                   << QList<QByteArray> {
-                                          "supplyInformationBySKUs('a', ['b', 'c'], '')" };
-    QTest::newRow("another list")
+    QTest::newRow("the same list")
         << QByteArray("supplyInformationBySKUs") << QByteArray("['a', ['b', 'c']]")
-        << QByteArray("['a', ['b', 'd']]")
-        << QList<QByteArray> { "supplyInformationBySKUs('a', ['b', 'c'], '')",
-                               "supplyInformationBySKUs('a', ['b', 'd'], '')" };
+        << QByteArray("['a', ['b', 'c']]")
+        << QList<QByteArray> { "supplyInformationBySKUs('a', ['b', 'c'], '')" };
+    QTest::newRow("another list") << QByteArray("supplyInformationBySKUs")
+                                  << QByteArray("['a', ['b', 'c']]")
+                                  << QByteArray("['a', ['b', 'd']]")
+                                  << QList<QByteArray> {
+                                         "supplyInformationBySKUs('a', ['b', 'c'], '')",
+                                         "supplyInformationBySKUs('a', ['b', 'd'], '')"
+                                     };
     QTest::newRow("another type") // of an overload, and equal as a variant of Qt 5
         << QByteArray("sendMCCMessage") << QByteArray("[1, 2, '3']") << QByteArray("[1, 2, 3]")
         << QList<QByteArray> { "sendMCCMessage(1, 2, '3')", "sendMCCMessage(1, 2, uint64 3)" };
@@ -280,8 +283,7 @@ void tst_QmlReading::otherParametersAreReadWith()
     FakeDaemons daemons;
     daemons[M4].answer("sendMCCMessage", "(true,)");
     daemons[SUPPLYD].answer("supplyWidth", "(1.5,)");
-    daemons[SUPPLYD].answer("supplyInformationBySKUs",
-                            '(' + wireStructure(tellingFields()) + ",)");
+    daemons[SUPPLYD].answer("supplyInformationBySKUs", '(' + wireStructure(tellingFields()) + ",)");
     Scene scene;
     scene.show("import HNIPC 1.0\nHNIPCReading { method: \"" + method + "\"; parameters: " + first
                + "; property int sets: 0; onArgumentsChanged: ++sets }");

@@ -42,8 +42,7 @@ void tst_QmlRegistration::screenWithoutTheModule()
     QObject *const root = scene.show(screenOfTheGuide());
     const auto shows = [root](const char *name, const char *property, const QVariant &value) {
         const QObject *const item = root->findChild<QObject *>(QString::fromLatin1(name));
-        const bool is = item
-            && waitUntil([&]() { return item->property(property) == value; });
+        const bool is = item && waitUntil([&]() { return item->property(property) == value; });
         if (item && !is) {
             qWarning("%s: %s", name, qPrintable(item->property(property).toString()));
         }

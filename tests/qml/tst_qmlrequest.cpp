@@ -91,8 +91,8 @@ void tst_QmlRequest::argumentsOfJavaScriptArrive_data()
     };
     for (const auto &row : rows) {
         const QByteArray name = QByteArray(row.method) + row.arguments;
-        QTest::newRow(name.constData()) << QByteArray(row.method) << QByteArray(row.arguments)
-                                        << QByteArray(row.body);
+        QTest::newRow(name.constData())
+            << QByteArray(row.method) << QByteArray(row.arguments) << QByteArray(row.body);
     }
 }
 
@@ -152,8 +152,9 @@ void tst_QmlRequest::argumentsOfOneCallArrive()
     for (const WireMessage &call : calls) {
         bodies.append(call.body);
     }
-    QCOMPARE(bodies, (QList<QByteArray> { "(uint32 7,)", "(uint32 200,)", "(uint32 8,)",
-                                          "(uint32 9,)", "(uint32 9,)" }));
+    QCOMPARE(bodies,
+             (QList<QByteArray> { "(uint32 7,)", "(uint32 200,)", "(uint32 8,)", "(uint32 9,)",
+                                  "(uint32 9,)" }));
     // If send() gets anything but a list that fits the method, it does not use `parameters`
     // instead.
     for (const QByteArray argument : { "[]", "[-1]", "[1, 2]", "'lots'", "{}", "null" }) {
@@ -278,8 +279,7 @@ void tst_QmlRequest::everythingIsFreshWhenItFinishes_data()
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QByteArray>("bound");
     QTest::newRow("done") << QByteArray("(true,)") << QByteArray("[\"answered\",true,true]");
-    QTest::newRow("not done") << QByteArray("(false,)")
-                              << QByteArray("[\"answered\",false,false]");
+    QTest::newRow("not done") << QByteArray("(false,)") << QByteArray("[\"answered\",false,false]");
     QTest::newRow("refused") << QByteArray() << QByteArray("[\"refused: lid open\",null,false]");
 }
 

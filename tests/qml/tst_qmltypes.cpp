@@ -22,9 +22,10 @@ using namespace Expected;
 
 namespace {
 
-const char *const documents[] = { "Base.qml", "OfTwoFiles.qml", "Bindings.qml", "TwoClients.qml",
-                                  "Requests.qml", "InFlight.qml", "Events.qml", "Readings.qml",
-                                  "Calls.qml", "Screen.qml" };
+const char *const documents[] = { "Base.qml",       "OfTwoFiles.qml", "Bindings.qml",
+                                  "TwoClients.qml", "Requests.qml",   "InFlight.qml",
+                                  "Events.qml",     "Readings.qml",   "Calls.qml",
+                                  "Screen.qml" };
 
 QString pathOf(const char *document)
 {
@@ -96,9 +97,10 @@ Members metaMembers(const QMetaObject &meta)
         const QMetaMethod method = meta.method(i);
         if (method.access() != QMetaMethod::Private) {
             const QByteArray kind = method.methodType() == QMetaMethod::Signal
-                ? QByteArray("signal") : toolsType(method.typeName());
-            result.append(member(kind, method.name(), method.parameterTypes(),
-                                 method.parameterNames()));
+                ? QByteArray("signal")
+                : toolsType(method.typeName());
+            result.append(
+                member(kind, method.name(), method.parameterTypes(), method.parameterNames()));
         }
     }
     return result;
@@ -135,19 +137,22 @@ private:
     {
         QProcess process;
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(QString::fromLatin1(HNIPC_QMLLINT),
-                      QStringList { QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QML_BUILD_DIR),
+        process.start(
+            QString::fromLatin1(HNIPC_QMLLINT), QStringList {
+                QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QML_BUILD_DIR),
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-                        QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QT_QML_MODULES),
-                        QString::fromLatin1("--check-unqualified"),
+                    QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QT_QML_MODULES),
+                    QString::fromLatin1("--check-unqualified"),
 #endif
-                        file } + compiler);
+                    file
+            } + compiler);
         if (!process.waitForFinished()) {
             return "qmllint does not run";
         }
         const QByteArray output = process.readAll();
         return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
-            ? output : "failed: " + output;
+            ? output
+            : "failed: " + output;
     }
 
     QByteArray lintText(const QByteArray &text)
@@ -202,9 +207,8 @@ void tst_QmlTypes::initTestCase()
         } else if (word == "name:" && name.isEmpty()) {
             name = fields.value("name");
         } else if (word == "Property") {
-            m_members[name].append(
-                "property " + fields.value("type") + ' ' + fields.value("name")
-                + (line.contains("isReadonly: true") ? " read-only" : ""));
+            m_members[name].append("property " + fields.value("type") + ' ' + fields.value("name")
+                                   + (line.contains("isReadonly: true") ? " read-only" : ""));
         } else if (word == "Signal" || word == "Method") {
             kind = word == "Signal" ? "signal" : "void";
             called.clear();
@@ -320,8 +324,8 @@ void tst_QmlTypes::readingIsDescribed()
         QVERIFY(m_members.value(name).contains("property " + anything + " value read-only"));
     }
     QVERIFY(m_members.value("HNIPCRequest").contains("property bool done read-only"));
-    QVERIFY(m_members.value("HNIPCRequest").contains(
-        "property HNIPCRequest::Reason reason read-only"));
+    QVERIFY(
+        m_members.value("HNIPCRequest").contains("property HNIPCRequest::Reason reason read-only"));
 }
 
 void tst_QmlTypes::descriptionIsThatOfTheClasses()
@@ -336,13 +340,13 @@ void tst_QmlTypes::descriptionIsThatOfTheClasses()
 
 void tst_QmlTypes::typesAreExported()
 {
-    for (const QByteArray name : { "HNIPC", "HNIPCEvents", "HNIPCRequest", "HNIPCReading",
-                                   "HNIPCAvailability" }) {
+    for (const QByteArray name :
+         { "HNIPC", "HNIPCEvents", "HNIPCRequest", "HNIPCReading", "HNIPCAvailability" }) {
         QVERIFY2(m_components.value(name).contains("exports: [\"HNIPC/" + name + " 1.0\"]"),
                  name.constData());
     }
-    for (const QByteArray name : { "HNIPCInQml", "HNIPCEventsInQml", "ValueInQml", "HandlersInQml",
-                                   "CallInQml" }) {
+    for (const QByteArray name :
+         { "HNIPCInQml", "HNIPCEventsInQml", "ValueInQml", "HandlersInQml", "CallInQml" }) {
         QVERIFY(m_components.contains(name));
         QCOMPARE(int(m_components.value(name).count("exports")), 0);
     }
@@ -352,8 +356,8 @@ void tst_QmlTypes::attachedMethodsAreDescribed()
 {
     QCOMPARE(m_members.value("HandlersInQml"), Members { "QObject handlersOf(QObject client)" });
     QVERIFY(m_components.value("HandlersInQml").contains("type: \"QObject\"; isPointer: true"));
-    QVERIFY(m_members.value("CallInQml").contains(
-        "void call(QString method, QJSValue parameters, QJSValue callback)"));
+    QVERIFY(m_members.value("CallInQml")
+                .contains("void call(QString method, QJSValue parameters, QJSValue callback)"));
     for (const QByteArray name : { "HNIPC", "HNIPCEvents" }) {
         QVERIFY(m_components.value(name).contains("attachedType: \"HandlersInQml\""));
     }
@@ -364,14 +368,15 @@ void tst_QmlTypes::attachedMethodsAreDescribed()
 
 void tst_QmlTypes::outcomesAreDescribed()
 {
-    QVERIFY(m_components.value("HNIPCRequest").contains(
-        "Enum { name: \"Outcome\"; values: { \"NoOutcome\": 0, \"NotSent\": 1, \"Answered\": 2, "
-        "\"Refused\": 3, \"Unknown\": 4 } }"));
-    QVERIFY(m_components.value("HNIPCRequest").contains(
-        "Enum { name: \"Reason\"; values: { \"NoReason\": 0, \"DaemonError\": 1, "
-        "\"UnknownMethod\": 2, \"InvalidArguments\": 3, \"DaemonAbsent\": 4, "
-        "\"AccessDenied\": 5, \"BusError\": 6, \"BusLost\": 7, \"TimedOut\": 8, "
-        "\"Cancelled\": 9, \"DaemonLeft\": 10, \"WrongType\": 11 } }"));
+    QVERIFY(m_components.value("HNIPCRequest")
+                .contains("Enum { name: \"Outcome\"; values: { \"NoOutcome\": 0, \"NotSent\": 1, "
+                          "\"Answered\": 2, "
+                          "\"Refused\": 3, \"Unknown\": 4 } }"));
+    QVERIFY(m_components.value("HNIPCRequest")
+                .contains("Enum { name: \"Reason\"; values: { \"NoReason\": 0, \"DaemonError\": 1, "
+                          "\"UnknownMethod\": 2, \"InvalidArguments\": 3, \"DaemonAbsent\": 4, "
+                          "\"AccessDenied\": 5, \"BusError\": 6, \"BusLost\": 7, \"TimedOut\": 8, "
+                          "\"Cancelled\": 9, \"DaemonLeft\": 10, \"WrongType\": 11 } }"));
 }
 
 void tst_QmlTypes::documentsOfTheTestsAreClean()
@@ -473,9 +478,9 @@ void tst_QmlTypes::everyMemberOfAReadingIsKnown()
                       "    signals: [\"Error\", \"Alert\"]\n    valueArgument: 0\n"
                       "    deadline: 500\n    onChanged: reading.read()\n";
     int functions = 0;
-    for (const char *property : { "method", "parameters", "signals", "valueArgument", "deadline",
-                                  "known", "current", "value", "errorName", "errorText",
-                                  "reason === HNIPCRequest.TimedOut" }) {
+    for (const char *property :
+         { "method", "parameters", "signals", "valueArgument", "deadline", "known", "current",
+           "value", "errorName", "errorText", "reason === HNIPCRequest.TimedOut" }) {
         text += "\n    function use" + QByteArray::number(++functions)
             + "() {\n        return reading." + property + ";\n    }\n";
     }

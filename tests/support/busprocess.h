@@ -18,13 +18,13 @@
 class BusProcess
 {
 public:
-    BusProcess()
-        : m_pid(0)
+    BusProcess() : m_pid(0)
     {
         WirePeer peer;
         const QByteArray body = peer.call("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                           "org.freedesktop.DBus", "GetConnectionUnixProcessID",
-                                          "('org.freedesktop.DBus',)").body;
+                                          "('org.freedesktop.DBus',)")
+                                    .body;
         const QByteArray start = "(uint32 ";
         if (body.startsWith(start)) {
             m_pid = body.mid(start.size()).replace(",)", "").toInt();
@@ -62,10 +62,7 @@ private:
 class HaltedBus
 {
 public:
-    explicit HaltedBus(BusProcess *bus)
-        : m_bus(bus)
-        , m_done(false)
-        , m_hadToResume(false)
+    explicit HaltedBus(BusProcess *bus) : m_bus(bus), m_done(false), m_hadToResume(false)
     {
         m_bus->halt();
         m_guard = std::thread([this]() {

@@ -4,9 +4,7 @@
 
 #include <QtDBus/QDBusConnection>
 
-Fence::Fence()
-    : m_sent(0)
-    , m_received(0)
+Fence::Fence() : m_sent(0), m_received(0)
 {
     // By the unique name, which is as Qt delivers the signals of a known sender.
     QDBusConnection::systemBus().connect(QString::fromLatin1(m_peer.uniqueName()),
@@ -28,7 +26,4 @@ bool Fence::pass()
     return waitUntil([this]() { return m_received == m_sent; });
 }
 
-void Fence::onMarker(int number)
-{
-    m_received = number;
-}
+void Fence::onMarker(int number) { m_received = number; }

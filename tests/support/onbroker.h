@@ -5,9 +5,6 @@
 #include <QtCore/QByteArray>
 
 // Whether "dbus-daemon" is dbus-broker, as "scripts/test --dbus-broker" has it.
-inline bool isOnDBusBroker()
-{
-    return qgetenv("HNIPC_TEST_BUS") == "dbus-broker";
-}
+inline bool isOnDBusBroker() { return qgetenv("HNIPC_TEST_BUS") == "dbus-broker"; }
 
 #endif

@@ -9,8 +9,7 @@ struct PrivateBus::Private
     QByteArray address;
 };
 
-PrivateBus::PrivateBus()
-    : d(new Private)
+PrivateBus::PrivateBus() : d(new Private)
 {
     d->bus = g_test_dbus_new(G_TEST_DBUS_NONE);
     g_test_dbus_up(d->bus);
@@ -26,7 +25,4 @@ PrivateBus::~PrivateBus()
     delete d;
 }
 
-QByteArray PrivateBus::address() const
-{
-    return d->address;
-}
+QByteArray PrivateBus::address() const { return d->address; }

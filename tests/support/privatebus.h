@@ -24,13 +24,13 @@ private:
     Private *d;
 };
 
-#define HNIPC_TEST_MAIN(TestClass) \
-    int main(int argc, char **argv) \
-    { \
-        PrivateBus bus; \
-        QCoreApplication application(argc, argv); \
-        TestClass test; \
-        return QTest::qExec(&test, argc, argv); \
+#define HNIPC_TEST_MAIN(TestClass)                                                                 \
+    int main(int argc, char **argv)                                                                \
+    {                                                                                              \
+        PrivateBus bus;                                                                            \
+        QCoreApplication application(argc, argv);                                                  \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
     }
 
 #endif

@@ -23,8 +23,7 @@ QByteArray emission(const QByteArray &signature, const QVariantList &arguments)
     return withoutAliases(signature) + ' ' + text.toUtf8();
 }
 
-SignalRecorder::SignalRecorder(QObject *sender)
-    : m_sender(sender)
+SignalRecorder::SignalRecorder(QObject *sender) : m_sender(sender)
 {
     const QMetaObject *meta = sender->metaObject();
     for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {

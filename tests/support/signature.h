@@ -8,7 +8,9 @@
 // Qt 4 spells a type as the header does, Qt 5 and 6 as the type that it is an alias of.
 inline QByteArray withoutAliases(QByteArray types)
 {
-    return types.replace("quint32", "uint").replace("qint32", "int").replace("quint64", "qulonglong");
+    return types.replace("quint32", "uint")
+        .replace("qint32", "int")
+        .replace("quint64", "qulonglong");
 }
 
 inline QByteArray signatureOf(const QMetaMethod &method)

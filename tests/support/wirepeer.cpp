@@ -24,25 +24,19 @@ struct Answer
 
     explicit Answer(Kind answerKind = UnknownMethod, const QByteArray &answerBody = "()",
                     const QByteArray &name = QByteArray())
-        : kind(answerKind)
-        , body(answerBody)
-        , errorName(name)
+        : kind(answerKind), body(answerBody), errorName(name)
     {
     }
 
     Kind kind;
-    QByteArray body;        // the text of an error
+    QByteArray body; // the text of an error
     QByteArray errorName;
 };
 
 // Shared with the filter, which may still run on the connection's thread after the peer is gone.
 struct State
 {
-    State()
-        : introspections(0)
-        , monitor(false)
-    {
-    }
+    State() : introspections(0), monitor(false) {}
 
     ~State()
     {
@@ -59,11 +53,11 @@ struct State
     Answer fallback;
     QHash<QByteArray, Answer> answers;
     QList<WireMessage> calls;
-    QList<GDBusMessage *> held;     // null for one that has been answered
+    QList<GDBusMessage *> held; // null for one that has been answered
     QList<WireMessage> receivedSignals;
-    QHash<QByteArray, int> heard;   // how many of them, by member and by member and body
+    QHash<QByteArray, int> heard; // how many of them, by member and by member and body
     QList<WireMessage> monitored;
-    QSet<QByteArray> markers;       // of those that this program sent
+    QSet<QByteArray> markers; // of those that this program sent
     QSet<quint32> awaited;
     QHash<quint32, WireMessage> replies;
 };
@@ -293,10 +287,7 @@ GDBusMessage *filter(GDBusConnection *connection, GDBusMessage *message, gboolea
     return message;
 }
 
-void forget(gpointer userData)
-{
-    delete static_cast<StatePointer *>(userData);
-}
+void forget(gpointer userData) { delete static_cast<StatePointer *>(userData); }
 
 GDBusConnection *connectToBus(const StatePointer &state, guint *filterId)
 {
@@ -352,13 +343,7 @@ bool requestName(GDBusConnection *connection, const QByteArray &name, guint32 fl
 
 } // namespace
 
-WireMessage::WireMessage()
-    : type(Invalid)
-    , replyExpected(false)
-    , autoStart(false)
-    , body("()")
-{
-}
+WireMessage::WireMessage() : type(Invalid), replyExpected(false), autoStart(false), body("()") {}
 
 QByteArray WireMessage::line() const
 {
@@ -368,9 +353,7 @@ QByteArray WireMessage::line() const
 struct WirePeer::Private
 {
     Private()
-        : state(std::make_shared<State>())
-        , filterId(0)
-        , connection(connectToBus(state, &filterId))
+        : state(std::make_shared<State>()), filterId(0), connection(connectToBus(state, &filterId))
     {
     }
 
@@ -385,10 +368,7 @@ struct WirePeer::Private
     GDBusConnection *connection;
 };
 
-WirePeer::WirePeer()
-    : d(new Private)
-{
-}
+WirePeer::WirePeer() : d(new Private) {}
 
 WirePeer::~WirePeer()
 {
@@ -396,15 +376,9 @@ WirePeer::~WirePeer()
     delete d;
 }
 
-QByteArray WirePeer::uniqueName() const
-{
-    return g_dbus_connection_get_unique_name(d->connection);
-}
+QByteArray WirePeer::uniqueName() const { return g_dbus_connection_get_unique_name(d->connection); }
 
-bool WirePeer::own(const QByteArray &name)
-{
-    return requestName(d->connection, name, 0);
-}
+bool WirePeer::own(const QByteArray &name) { return requestName(d->connection, name, 0); }
 
 bool WirePeer::takeOver(const QByteArray &name)
 {
@@ -416,8 +390,8 @@ bool WirePeer::takeOver(const QByteArray &name)
 bool WirePeer::release(const QByteArray &name)
 {
     const guint32 released = 1;
-    return callBusForResult(d->connection, "ReleaseName",
-                            g_variant_new("(s)", name.constData()), released);
+    return callBusForResult(d->connection, "ReleaseName", g_variant_new("(s)", name.constData()),
+                            released);
 }
 
 void WirePeer::sync()
@@ -464,20 +438,11 @@ void WirePeer::answerAll(const QByteArray &body)
     d->state->fallback = Answer(Answer::Reply, body);
 }
 
-void WirePeer::ignore(const QByteArray &member)
-{
-    d->setAnswer(member, Answer(Answer::Silence));
-}
+void WirePeer::ignore(const QByteArray &member) { d->setAnswer(member, Answer(Answer::Silence)); }
 
-void WirePeer::leaveOn(const QByteArray &member)
-{
-    d->setAnswer(member, Answer(Answer::Leave));
-}
+void WirePeer::leaveOn(const QByteArray &member) { d->setAnswer(member, Answer(Answer::Leave)); }
 
-void WirePeer::hold(const QByteArray &member)
-{
-    d->setAnswer(member, Answer(Answer::Hold));
-}
+void WirePeer::hold(const QByteArray &member) { d->setAnswer(member, Answer(Answer::Hold)); }
 
 int WirePeer::held() const
 {
@@ -610,10 +575,8 @@ void WirePeer::clearSignals()
 struct WireMonitor::Private
 {
     Private()
-        : state(std::make_shared<State>())
-        , filterId(0)
-        , connection(connectToBus(state, &filterId))
-        , markers(0)
+        : state(std::make_shared<State>()), filterId(0), connection(connectToBus(state, &filterId)),
+          markers(0)
     {
         {
             const Lock lock(state->mutex);
@@ -634,11 +597,7 @@ struct WireMonitor::Private
     int markers;
 };
 
-WireMonitor::WireMonitor()
-    : d(new Private)
-{
-    clear();
-}
+WireMonitor::WireMonitor() : d(new Private) { clear(); }
 
 WireMonitor::~WireMonitor()
 {
@@ -686,10 +645,7 @@ QList<WireMessage> WireMonitor::takeCallsFrom(const QByteArray &sender)
     return result;
 }
 
-void WireMonitor::clear()
-{
-    take();
-}
+void WireMonitor::clear() { take(); }
 
 QByteArray wireText(const QByteArray &text)
 {

@@ -27,8 +27,8 @@ struct WireMessage
     QByteArray interface;
     QByteArray member;
     QByteArray errorName;
-    QByteArray signature;   // of the body, without outer parentheses: "iit"
-    QByteArray body;        // "(1, 2, uint64 0)"; "()" when empty
+    QByteArray signature; // of the body, without outer parentheses: "iit"
+    QByteArray body;      // "(1, 2, uint64 0)"; "()" when empty
 };
 
 Q_DECLARE_METATYPE(WireMessage)
@@ -39,30 +39,29 @@ class WirePeer
 {
 public:
     WirePeer();
-    ~WirePeer();                                    // leaves the bus at once, with all its names
+    ~WirePeer(); // leaves the bus at once, with all its names
 
     QByteArray uniqueName() const;
-    bool own(const QByteArray &busName);            // true when this peer is now the owner
-    bool takeOver(const QByteArray &busName);       // also from an owner that took it over
+    bool own(const QByteArray &busName);      // true when this peer is now the owner
+    bool takeOver(const QByteArray &busName); // also from an owner that took it over
     bool release(const QByteArray &busName);
-    void sync();                                    // all that was sent has passed the bus daemon
+    void sync(); // all that was sent has passed the bus daemon
 
     // As a daemon. Members without an answer of their own get an UnknownMethod error.
-    void setIntrospection(const QByteArray &xml);   // without it: UnknownMethod error
+    void setIntrospection(const QByteArray &xml); // without it: UnknownMethod error
     int introspections() const;
     // Done on a thread of its own before the answer goes out.
     void whenIntrospected(const std::function<void()> &action);
     void answer(const QByteArray &member, const QByteArray &body);
-    void answerError(const QByteArray &member, const QByteArray &errorName,
-                     const QByteArray &text);
+    void answerError(const QByteArray &member, const QByteArray &errorName, const QByteArray &text);
     void answerAll(const QByteArray &body);
-    void ignore(const QByteArray &member);          // never answers
-    void leaveOn(const QByteArray &member);         // leaves the bus instead of answering
-    void hold(const QByteArray &member);            // answers when answerHeld() says so
+    void ignore(const QByteArray &member);  // never answers
+    void leaveOn(const QByteArray &member); // leaves the bus instead of answering
+    void hold(const QByteArray &member);    // answers when answerHeld() says so
     int held() const;
     void answerHeld(int number, const QByteArray &body); // by arrival, from 0 on; each once
-    void clearAnswers();                            // UnknownMethod error for those held, too
-    QList<WireMessage> calls() const;               // without Introspect, Peer and Properties
+    void clearAnswers();                                 // UnknownMethod error for those held, too
+    QList<WireMessage> calls() const;                    // without Introspect, Peer and Properties
     void clearCalls();
 
     // As a sender of signals. The signal has passed the bus daemon when this returns.

@@ -61,7 +61,8 @@ public:
     // Until it ends.
     int exitCode()
     {
-        return ended() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+        return ended() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
+                                                                         : -1;
     }
 
     QByteArray out()
@@ -128,8 +129,8 @@ inline QString busConfiguration(const QTemporaryDir &directory, const QByteArray
                "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
                "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
                "<auth>EXTERNAL</auth><policy context='default'><allow own='*'/>"
-               "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>" + rule
-               + "</policy></busconfig>");
+               "<allow send_destination='*' eavesdrop='true'/><allow eavesdrop='true'/>"
+               + rule + "</policy></busconfig>");
     return file.fileName();
 }
 

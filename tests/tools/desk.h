@@ -26,9 +26,10 @@ public:
     bool isServing()
     {
         return waitUntil([this]() {
-            m_output += m_process.readAllStandardOutput();
-            return m_output.contains("ready\n") || hasEnded();
-        }) && !hasEnded();
+                   m_output += m_process.readAllStandardOutput();
+                   return m_output.contains("ready\n") || hasEnded();
+               })
+            && !hasEnded();
     }
 
     void stop()
@@ -99,8 +100,8 @@ public:
     QByteArray act(const QByteArray &daemon, const QByteArray &member,
                    const QByteArray &body = "()")
     {
-        return textOf(m_peer.call("org.hnipc." + daemon, "/simulator", "org.hnipc.Simulator",
-                                  member, body));
+        return textOf(
+            m_peer.call("org.hnipc." + daemon, "/simulator", "org.hnipc.Simulator", member, body));
     }
 
     // Whether a signal comes, or has come since the last forget(). An empty body is any.

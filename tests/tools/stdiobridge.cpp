@@ -13,7 +13,7 @@ static bool copy(int from, int to)
 {
     char buffer[65536];
     const ssize_t size = read(from, buffer, sizeof buffer);
-    for (ssize_t done = 0; done < size; ) {
+    for (ssize_t done = 0; done < size;) {
         const ssize_t written = write(to, buffer + done, static_cast<size_t>(size - done));
         if (written < 0) {
             return false;

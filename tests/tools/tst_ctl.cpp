@@ -23,16 +23,10 @@ using namespace Expected;
 
 namespace {
 
-QString text(const char *latin1)
-{
-    return QString::fromLatin1(latin1);
-}
+QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
 // "call setDac 5"
-QStringList words(const char *command)
-{
-    return text(command).split(QLatin1Char(' '));
-}
+QStringList words(const char *command) { return text(command).split(QLatin1Char(' ')); }
 
 QByteArray nameOf(const char *signature)
 {
@@ -49,15 +43,9 @@ QList<QByteArray> typesOf(const QByteArray &signature)
     return list(signature.mid(signature.indexOf('(') + 1).chopped(1));
 }
 
-QJsonObject object(const QByteArray &json)
-{
-    return QJsonDocument::fromJson(json).object();
-}
+QJsonObject object(const QByteArray &json) { return QJsonDocument::fromJson(json).object(); }
 
-QJsonArray array(const QByteArray &json)
-{
-    return QJsonDocument::fromJson(json).array();
-}
+QJsonArray array(const QByteArray &json) { return QJsonDocument::fromJson(json).array(); }
 
 QList<QByteArray> lines(QByteArray output)
 {
@@ -77,46 +65,46 @@ QByteArray initialRecord()
     QByteArray result;
     for (const RecordField &field : recordFields) {
         const QByteArray type = field.type;
-        const QByteArray value = type == "s" ? "\"\""
-            : type == "ay" ? "0 bytes"
-            : type.startsWith('a') ? "[]"
-            : field.name == QByteArray("integer5") ? "1" : "-1";
+        const QByteArray value = type == "s"       ? "\"\""
+            : type == "ay"                         ? "0 bytes"
+            : type.startsWith('a')                 ? "[]"
+            : field.name == QByteArray("integer5") ? "1"
+                                                   : "-1";
         result += (QByteArray(field.name) + ':').leftJustified(14) + value + '\n';
     }
     return result;
 }
 
-const char tellingRecordPrinted[] =
-    "text1:        \"text \xc3\xa4 1\"\n"
-    "textList1:    [\"list\",\"\",\"one\"]\n"
-    "real1:        1.5\n"
-    "integer1:     101\n"
-    "text2:        \"text 2\"\n"
-    "real2:        -2.25\n"
-    "integer2:     -102\n"
-    "text3:        \"text 3\"\n"
-    "integer3:     2147483647\n"
-    "text4:        \"text 4\"\n"
-    "integer4:     -2147483648\n"
-    "text5:        \"text 5\"\n"
-    "real3:        3.125\n"
-    "integer5:     105\n"
-    "bytes1:       4 bytes: 00 ff 00 7f\n"
-    "real4:        4.5\n"
-    "real5:        5.5\n"
-    "integer6:     106\n"
-    "integer7:     107\n"
-    "integer8:     108\n"
-    "real6:        6.5\n"
-    "real7:        7.5\n"
-    "real8:        8.5\n"
-    "real9:        9.5\n"
-    "textList2:    [\"list two\"]\n"
-    "variantList1: [1,\"two\"]\n"
-    "variantList2: [true]\n"
-    "variantList3: [3,\"33\"]\n"
-    "variantList4: [4.5]\n"
-    "variantList5: [\"five\",5,[\"v\",\"w\"]]\n";
+const char tellingRecordPrinted[] = "text1:        \"text \xc3\xa4 1\"\n"
+                                    "textList1:    [\"list\",\"\",\"one\"]\n"
+                                    "real1:        1.5\n"
+                                    "integer1:     101\n"
+                                    "text2:        \"text 2\"\n"
+                                    "real2:        -2.25\n"
+                                    "integer2:     -102\n"
+                                    "text3:        \"text 3\"\n"
+                                    "integer3:     2147483647\n"
+                                    "text4:        \"text 4\"\n"
+                                    "integer4:     -2147483648\n"
+                                    "text5:        \"text 5\"\n"
+                                    "real3:        3.125\n"
+                                    "integer5:     105\n"
+                                    "bytes1:       4 bytes: 00 ff 00 7f\n"
+                                    "real4:        4.5\n"
+                                    "real5:        5.5\n"
+                                    "integer6:     106\n"
+                                    "integer7:     107\n"
+                                    "integer8:     108\n"
+                                    "real6:        6.5\n"
+                                    "real7:        7.5\n"
+                                    "real8:        8.5\n"
+                                    "real9:        9.5\n"
+                                    "textList2:    [\"list two\"]\n"
+                                    "variantList1: [1,\"two\"]\n"
+                                    "variantList2: [true]\n"
+                                    "variantList3: [3,\"33\"]\n"
+                                    "variantList4: [4.5]\n"
+                                    "variantList5: [\"five\",5,[\"v\",\"w\"]]\n";
 
 const char recordsJson[] =
     "[{\"text1\":\"\",\"textList1\":[],\"real1\":-1,\"integer1\":-1,\"text2\":\"\",\"real2\":-1,"
@@ -139,16 +127,20 @@ Shown shown(const QByteArray &type)
     const Shown all[] = {
         { "", { "" }, "[null]" },
         { "bool", { "false\n", "true\n" }, "[false,true]" },
-        { "int", { "0\n", "7\n", "-1\n", "2147483647\n", "-2147483648\n" },
+        { "int",
+          { "0\n", "7\n", "-1\n", "2147483647\n", "-2147483648\n" },
           "[0,7,-1,2147483647,-2147483648]" },
         { "uint", { "0\n", "8\n", "4294967295\n" }, "[0,8,4294967295]" },
-        { "qulonglong", { "0\n", "4294967297\n", "18446744073709551615\n" },
+        { "qulonglong",
+          { "0\n", "4294967297\n", "18446744073709551615\n" },
           "[\"0\",\"4294967297\",\"18446744073709551615\"]" },
         { "double", { "0\n", "99.5\n", "-0.1\n", "1e+300\n" }, "[0,99.5,-0.1,1e300]" },
-        { "QString", { "\n", "S-100 'x'\n", " \xc3\xa4\xe2\x82\xac\xf0\x9f\x96\xa8 \n" },
+        { "QString",
+          { "\n", "S-100 'x'\n", " \xc3\xa4\xe2\x82\xac\xf0\x9f\x96\xa8 \n" },
           "[\"\",\"S-100 'x'\",\" \xc3\xa4\xe2\x82\xac\xf0\x9f\x96\xa8 \"]" },
         { "QStringList", { "", "R1\nR2\n", "\n" }, "[[],[\"R1\",\"R2\"],[\"\"]]" },
-        { "QByteArray", { "0 bytes\n", "6 bytes\n0000  89 50 4e 47 00 ff\n" },
+        { "QByteArray",
+          { "0 bytes\n", "6 bytes\n0000  89 50 4e 47 00 ff\n" },
           "[\"\",\"iVBORwD/\"]" },
         { "QVariantHash", { "", ": \"text\"\nnumber: 1\n" }, "[{},{\"\":\"text\",\"number\":1}]" },
         { "SupplyInformation", { initialRecord(), tellingRecordPrinted }, recordsJson },
@@ -213,8 +205,8 @@ struct PropertyRow
 };
 
 const PropertyRow propertyRows[] = {
-    { "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent", "SUPPLYD_SupplyPercentChanged",
-      "(81.5,)", "81.5" },
+    { "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent", "SUPPLYD_SupplyPercentChanged", "(81.5,)",
+      "81.5" },
     { "qmlSupplyColorRGB", SUPPLYD, "supplySupplyRGB", "SUPPLYD_SupplyRGBChanged", "('#ffd500',)",
       "\"#ffd500\"" },
     { "qmlRibbonPercent", SUPPLYD, "supplyRibbon1Percent", "SUPPLYD_Ribbon1PercentChanged",
@@ -355,9 +347,9 @@ private Q_SLOTS:
 
 void tst_Ctl::helpAndVersion()
 {
-    const QList<QByteArray> commands { "status", "list", "call", "get", "batch", "watch", "monitor",
-                                       "trace", "record", "replay", "simulate", "introspect",
-                                       "completion" };
+    const QList<QByteArray> commands { "status",   "list",       "call",      "get",    "batch",
+                                       "watch",    "monitor",    "trace",     "record", "replay",
+                                       "simulate", "introspect", "completion" };
     Ctl help(words("--help"));
     QCOMPARE(help.exitCode(), 0);
     QCOMPARE(help.err(), QByteArray());
@@ -368,8 +360,8 @@ void tst_Ctl::helpAndVersion()
         QVERIFY(own.out().startsWith("Usage: hnipcctl " + command));
         QCOMPARE(Ctl({ text("help"), QString::fromLatin1(command) }).out(), own.out());
     }
-    for (const char *option : { "--address", "--host", "--hosts", "--json", "--timeout", "--help",
-                                "--version" }) {
+    for (const char *option :
+         { "--address", "--host", "--hosts", "--json", "--timeout", "--help", "--version" }) {
         QVERIFY2(help.out().contains(option), option);
     }
     Ctl version(words("--version"));
@@ -399,15 +391,17 @@ void tst_Ctl::wrongUsage_data()
     row("--json", "no command given");
     row("--nothing status", "no option --nothing");
     row("status --check", "no option --check for status: it is an option of introspect; see");
-    row("--count 3 monitor", "--count is an option of monitor, trace, record: it has to follow the command");
+    row("--count 3 monitor",
+        "--count is an option of monitor, trace, record: it has to follow the command");
     row("--timeuot 3 status", "no option --timeuot; did you mean --timeout?");
     row("call --frce setDac 5", "no option --frce; did you mean --force?");
     row("status -h", "usage: hnipcctl status; -h is an argument: options begin with --");
     row("status --json=yes", "--json takes no value");
     row("status --address", "--address needs a value: ADDRESS");
     row("status now", "usage: hnipcctl status");
-    row("call", "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
-                "[ARGUMENT...]");
+    row("call",
+        "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
+        "[ARGUMENT...]");
     row("get", "usage: hnipcctl get PROPERTY...|all");
     row("list a b", "usage: hnipcctl list [--signals] [--properties] [PATTERN]");
     row("list --signals --properties", "--signals and --properties list different things");
@@ -484,7 +478,8 @@ void tst_Ctl::listsEveryMethod()
         expected += QByteArray(daemonNames[slot.server]).leftJustified(9) + declarationOf(i)
             + (result.isEmpty() ? "" : " -> ") + result + "   ";
         QJsonArray arguments;
-        const QList<QByteArray> types = typesOf(QByteArray(slot.signature).replace("qint32", "int"));
+        const QList<QByteArray> types = typesOf(
+            QByteArray(slot.signature).replace("qint32", "int"));
         for (int n = 0; n < types.size(); ++n) {
             arguments += QJsonObject {
                 { text("name"), QString::fromLatin1(list(slot.parameters).at(n)) },
@@ -541,8 +536,9 @@ void tst_Ctl::listsByPattern()
     Ctl none(words("list feed*"));
     QCOMPARE(none.exitCode(), 7);
     QCOMPARE(none.out(), QByteArray());
-    QCOMPARE(none.err(), QByteArray("hnipcctl: no method matches \"feed*\"; did you mean forwardFeed, "
-                                    "backwardFeed?\n"));
+    QCOMPARE(none.err(),
+             QByteArray("hnipcctl: no method matches \"feed*\"; did you mean forwardFeed, "
+                        "backwardFeed?\n"));
 }
 
 void tst_Ctl::listsSignalsAndProperties()
@@ -552,24 +548,37 @@ void tst_Ctl::listsSignalsAndProperties()
     QVERIFY2(signalRows.contains("m4       Error(int value)   The error code; the daemon's."),
              signalRows.first());
     const QJsonArray ofDac = array(Ctl(words("--json list --signals m4dac0")).out());
-    QCOMPARE(ofDac, array("[{\"name\":\"M4Dac0\",\"daemon\":\"m4\",\"arguments\":[{\"name\":\"value\","
-                          "\"type\":\"quint32\"}],\"summary\":\"The DAC value; unit the daemon's.\"}]"));
+    QCOMPARE(ofDac,
+             array("[{\"name\":\"M4Dac0\",\"daemon\":\"m4\",\"arguments\":[{\"name\":\"value\","
+                   "\"type\":\"quint32\"}],\"summary\":\"The DAC value; unit the daemon's.\"}]"));
     const QJsonArray lists = array(Ctl(words("--json list --signals Ribbon2RGBsChanged")).out());
-    QCOMPARE(lists.first().toObject().value(text("arguments")).toArray().first().toObject()
-                 .value(text("type")), QJsonValue(text("QStringList")));
+    QCOMPARE(lists.first()
+                 .toObject()
+                 .value(text("arguments"))
+                 .toArray()
+                 .first()
+                 .toObject()
+                 .value(text("type")),
+             QJsonValue(text("QStringList")));
 
     const QList<QByteArray> properties = lines(Ctl(words("list --properties")).out());
     QCOMPARE(properties.size(), 8);
     for (const PropertyRow &row : propertyRows) {
-        const QByteArray start
-            = QByteArray(daemonNames[row.server]).leftJustified(9) + row.name + " -> ";
+        const QByteArray start = QByteArray(daemonNames[row.server]).leftJustified(9) + row.name
+            + " -> ";
         const QByteArray end = QByteArray(" (") + row.reader + ')';
-        QVERIFY2(std::count_if(properties.begin(), properties.end(), [&](const QByteArray &line) {
-                     return line.startsWith(start) && line.endsWith(end);
-                 }) == 1, row.name);
+        QVERIFY2(std::count_if(properties.begin(), properties.end(),
+                               [&](const QByteArray &line) {
+                                   return line.startsWith(start) && line.endsWith(end);
+                               })
+                     == 1,
+                 row.name);
     }
-    QCOMPARE(array(Ctl(words("--json list --properties qmlSupplySKU")).out()).first().toObject()
-                 .value(text("method")), QJsonValue(text("supplySKUCached")));
+    QCOMPARE(array(Ctl(words("--json list --properties qmlSupplySKU")).out())
+                 .first()
+                 .toObject()
+                 .value(text("method")),
+             QJsonValue(text("supplySKUCached")));
 }
 
 void tst_Ctl::suggestsForPatterns_data()
@@ -582,6 +591,7 @@ void tst_Ctl::suggestsForPatterns_data()
     };
     row("list forwrdFeed", "no method matches \"forwrdFeed\"; did you mean forwardFeed?");
     row("list forwrd*", "no method matches \"forwrd*\"; did you mean forwardFeed?");
+    // clang-format off
     row("list qmlBat", "no method matches \"qmlBat\", but a property does: "
                        "hnipcctl list --properties 'qmlBat'");
     row("list M4PrinterLid", "no method matches \"M4PrinterLid\", but a signal does: "
@@ -590,6 +600,7 @@ void tst_Ctl::suggestsForPatterns_data()
                                     "hnipcctl list 'getErr'");
     row("monitor qml*", "no signal matches \"qml*\", but properties do: "
                         "hnipcctl list --properties 'qml*'");
+    // clang-format on
     row("list zzzzzz", "no method matches \"zzzzzz\"");
 }
 
@@ -673,11 +684,13 @@ void tst_Ctl::callsEveryMethod()
         if (round == 0) {
             QCOMPARE(ctl.out(), results.printed.at(result));
         } else {
-            QCOMPARE(object(ctl.out()), (QJsonObject {
-                { text("method"), text(slot.signature).replace(text("qint32"), text("int")) },
-                { text("daemon"), text(daemonNames[slot.server]) },
-                { text("value"), array(results.json).at(result) },
-            }));
+            QCOMPARE(
+                object(ctl.out()),
+                (QJsonObject {
+                    { text("method"), text(slot.signature).replace(text("qint32"), text("int")) },
+                    { text("daemon"), text(daemonNames[slot.server]) },
+                    { text("value"), array(results.json).at(result) },
+                }));
         }
     }
 }
@@ -727,7 +740,8 @@ void tst_Ctl::showsEveryType_data()
             seen += type;
         }
     }
-    for (const char *signature : { "supplyBackgroundImage(QString)", "supplyInformation(QString)" }) {
+    for (const char *signature :
+         { "supplyBackgroundImage(QString)", "supplyInformation(QString)" }) {
         for (int i = 0; i < clientSlotCount; ++i) {
             if (clientSlots[i].signature == QByteArray(signature)) {
                 QTest::newRow(clientSlots[i].result) << i;
@@ -834,8 +848,9 @@ void tst_Ctl::refusesArguments_data()
     };
     row("setUserSetting x 1", "argument 1 (setting) is not a signed number: \"x\"");
     row("setUserSetting 1 x", "argument 2 (value) is not a signed number: \"x\"");
-    row("setUserSetting 1 2147483648", "argument 2 (value) is not a signed number: \"2147483648\" "
-                                       "(-2147483648 to 2147483647)");
+    row("setUserSetting 1 2147483648",
+        "argument 2 (value) is not a signed number: \"2147483648\" "
+        "(-2147483648 to 2147483647)");
     row("setUserSetting 1 -2147483649",
         "argument 2 (value) is not a signed number: \"-2147483649\"");
     row("setUserSetting 1 1.5", "argument 2 (value) is not a signed number: \"1.5\"");
@@ -897,8 +912,7 @@ void tst_Ctl::knowsWhatElseItIs_data()
     const auto row = [](const char *command, const char *message) {
         QTest::newRow(command) << QByteArray(command) << QByteArray(message);
     };
-    row("call qmlSupplyPercent",
-        "qmlSupplyPercent is a property: hnipcctl get qmlSupplyPercent");
+    row("call qmlSupplyPercent", "qmlSupplyPercent is a property: hnipcctl get qmlSupplyPercent");
     row("call M4PrinterLid", "M4PrinterLid is a signal: hnipcctl monitor M4PrinterLid");
     row("get printerLid", "printerLid is a method: hnipcctl call printerLid");
     row("get M4PrinterLid", "M4PrinterLid is a signal: hnipcctl monitor M4PrinterLid");
@@ -957,8 +971,8 @@ void tst_Ctl::keepsFiles()
     const QStringList save = words("call supplyBackgroundImage S --output");
     Ctl ctl(QStringList(save) << fileName);
     QCOMPARE(ctl.exitCode(), 1);
-    QCOMPARE(ctl.err(), "hnipcctl: " + fileName.toUtf8()
-                 + " is there already; --force overwrites it\n");
+    QCOMPARE(ctl.err(),
+             "hnipcctl: " + fileName.toUtf8() + " is there already; --force overwrites it\n");
     QCOMPARE(content(), QByteArray("precious"));
     QVERIFY(daemons.takeCalls().isEmpty());
 
@@ -967,8 +981,8 @@ void tst_Ctl::keepsFiles()
     for (const QString &name : { other, fileName }) {
         Ctl none(QStringList(save) << name << text("--force"));
         QCOMPARE(none.exitCode(), 1);
-        QCOMPARE(none.err(), "hnipcctl: the reply is empty; " + name.toUtf8()
-                     + " was not written\n");
+        QCOMPARE(none.err(),
+                 "hnipcctl: the reply is empty; " + name.toUtf8() + " was not written\n");
     }
     QCOMPARE(content(), QByteArray("precious"));
     QVERIFY(!QFile::exists(other));
@@ -1064,22 +1078,22 @@ void tst_Ctl::batch()
                              "\xff\n"
                              "call\n"
                              "get qmlSupplySKU"; // without an end
-    const QByteArray output
-        = "17\n"
-          "true\n"
-          "error: argument 1 (value) is not an unsigned number: \"x\" (0 to 4294967295)\n"
-          "done\n"
-          "\"4.2\\n1\"\n"
-          "error: m4 answered org.example.Cold: too cold\n"
-          "87\n"
-          "qmlBatteryStatus=87 qmlPrintEngineErrorCode=17\n"
-          "1\n"
-          "1\n"
-          "error: no method nothing\n"
-          "error: expected a closing '\n"
-          "error: expected UTF-8\n"
-          "error: call needs a name\n"
-          "\"S-100\"\n";
+    const QByteArray
+        output = "17\n"
+                 "true\n"
+                 "error: argument 1 (value) is not an unsigned number: \"x\" (0 to 4294967295)\n"
+                 "done\n"
+                 "\"4.2\\n1\"\n"
+                 "error: m4 answered org.example.Cold: too cold\n"
+                 "87\n"
+                 "qmlBatteryStatus=87 qmlPrintEngineErrorCode=17\n"
+                 "1\n"
+                 "1\n"
+                 "error: no method nothing\n"
+                 "error: expected a closing '\n"
+                 "error: expected UTF-8\n"
+                 "error: call needs a name\n"
+                 "\"S-100\"\n";
     Ctl ctl(words("batch"));
     ctl.type(input);
     ctl.endInput();
@@ -1091,8 +1105,8 @@ void tst_Ctl::batch()
         widths += message.member == "supplyWidth" ? QList<QByteArray> { wireText(message.body) }
                                                   : QList<QByteArray>();
     }
-    QCOMPARE(widths, (QList<QByteArray> { wireText("('a b', 'c \" #\\\\d')"),
-                                          wireText("('', \"'\")") }));
+    QCOMPARE(widths,
+             (QList<QByteArray> { wireText("('a b', 'c \" #\\\\d')"), wireText("('', \"'\")") }));
 
     Ctl stops(words("--json batch --stop"));
     stops.type("getError\n\ndac0\nsetDac 5\n");
@@ -1100,8 +1114,9 @@ void tst_Ctl::batch()
     QCOMPARE(stops.exitCode(), 5);
     const QList<QByteArray> rows = lines(stops.out());
     QCOMPARE(rows.size(), 2);
-    QCOMPARE(object(rows.at(0)), object("{\"line\":1,\"value\":17,\"method\":\"getError()\","
-                                        "\"daemon\":\"m4\"}"));
+    QCOMPARE(object(rows.at(0)),
+             object("{\"line\":1,\"value\":17,\"method\":\"getError()\","
+                    "\"daemon\":\"m4\"}"));
     QCOMPARE(object(rows.at(1)).value(text("line")), QJsonValue(3));
     QCOMPARE(object(rows.at(1)).value(text("errorName")), QJsonValue(text("org.example.Cold")));
     QCOMPARE(daemons.takeCalls().size(), 2);
@@ -1248,8 +1263,8 @@ void tst_Ctl::failsInJson()
     QFETCH(int, exitCode);
 
     // Also where it stands behind what is wrong.
-    for (const QStringList &line : { words("--json") + words(command),
-                                     words(command) + words("--json") }) {
+    for (const QStringList &line :
+         { words("--json") + words(command), words(command) + words("--json") }) {
         Ctl ctl(line);
         QCOMPARE(ctl.exitCode(), exitCode);
         QCOMPARE(lines(ctl.out()).size(), 1);
@@ -1289,8 +1304,7 @@ void tst_Ctl::noDaemon()
     FakeDaemons daemons(false);
     Ctl ctl(words("call getError"));
     QCOMPARE(ctl.exitCode(), 4);
-    QCOMPARE(ctl.err(),
-             QByteArray("hnipcctl: org.hnipc.m4 is not on the bus\n"));
+    QCOMPARE(ctl.err(), QByteArray("hnipcctl: org.hnipc.m4 is not on the bus\n"));
     QCOMPARE(Ctl(words("get qmlSupplySKU")).exitCode(), 4);
     QCOMPARE(Ctl(words("introspect supplyd")).exitCode(), 4);
 }
@@ -1299,14 +1313,14 @@ void tst_Ctl::noBus()
 {
     const Environment nowhere { { text("DBUS_SYSTEM_BUS_ADDRESS"),
                                   text("unix:path=/nonexistent/bus") } };
-    for (const char *command : { "status", "call getError", "get all", "watch", "monitor",
-                                 "introspect m4" }) {
+    for (const char *command :
+         { "status", "call getError", "get all", "watch", "monitor", "introspect m4" }) {
         Ctl ctl(words(command), nowhere);
         QCOMPARE(ctl.exitCode(), 3);
         QCOMPARE(ctl.out(), QByteArray());
         QVERIFY2(ctl.err().startsWith("hnipcctl: no system bus: "), ctl.err());
-        QVERIFY2(ctl.err().endsWith(
-            "; to try without a printer: hnipc-sandbox hnipcctl status\n"), ctl.err());
+        QVERIFY2(ctl.err().endsWith("; to try without a printer: hnipc-sandbox hnipcctl status\n"),
+                 ctl.err());
     }
     // These need none.
     QCOMPARE(Ctl(words("list"), nowhere).exitCode(), 0);
@@ -1324,8 +1338,9 @@ void tst_Ctl::noBus()
 void tst_Ctl::noRights()
 {
     QTemporaryDir directory;
-    OtherBus bus(busConfiguration(directory, "<deny send_destination='org.hnipc.m4' "
-                                             "send_interface='local.IHNIPCM4'/>"));
+    OtherBus bus(busConfiguration(directory,
+                                  "<deny send_destination='org.hnipc.m4' "
+                                  "send_interface='local.IHNIPCM4'/>"));
     const QScopedPointer<WirePeer> m4(peerAt(bus));
     QVERIFY(m4->own("org.hnipc.m4"));
     m4->answerAll("(1,)");
@@ -1340,8 +1355,9 @@ void tst_Ctl::noRights()
 void tst_Ctl::refusedByTheBus()
 {
     QTemporaryDir directory;
-    OtherBus bus(busConfiguration(directory, "</policy><limit name='max_replies_per_connection'>0"
-                                             "</limit><policy context='default'>"));
+    OtherBus bus(busConfiguration(directory,
+                                  "</policy><limit name='max_replies_per_connection'>0"
+                                  "</limit><policy context='default'>"));
     const QScopedPointer<WirePeer> m4(peerAt(bus));
     QVERIFY(m4->own("org.hnipc.m4"));
     m4->answerAll("(1,)");
@@ -1410,8 +1426,8 @@ void tst_Ctl::haltedBus()
 
     Ctl byAddress(words("call getError --timeout 250 --address") << bus.address());
     QCOMPARE(byAddress.exitCode(), 6);
-    QCOMPARE(byAddress.err(), "hnipcctl: the bus at " + bus.address().toUtf8()
-                 + " was not reached within 250 ms\n");
+    QCOMPARE(byAddress.err(),
+             "hnipcctl: the bus at " + bus.address().toUtf8() + " was not reached within 250 ms\n");
     bus.goOn();
 }
 
@@ -1420,8 +1436,8 @@ void tst_Ctl::refusesWhatIsNotUtf8()
     FakeDaemons daemons;
     daemons[SUPPLYD].answerAll("(uint32 1,)");
     for (const char *bytes : { "\\xff", "a\\xc3", "\\xed\\xa0\\x80", "\\xc0\\xaf" }) {
-        QScopedPointer<Ctl> shell(Ctl::inShell(
-            text("hnipcctl --json call supplyWidth $'%1'").arg(text(bytes))));
+        QScopedPointer<Ctl> shell(
+            Ctl::inShell(text("hnipcctl --json call supplyWidth $'%1'").arg(text(bytes))));
         QCOMPARE(shell->exitCode(), 8);
         QVERIFY2(shell->err().startsWith("hnipcctl: argument 4 of the command line is not UTF-8: "),
                  shell->err());
@@ -1430,8 +1446,10 @@ void tst_Ctl::refusesWhatIsNotUtf8()
     QVERIFY(daemons.takeCalls().isEmpty());
 
     // A byte order mark and noncharacters are passed on like all others.
-    for (const char *same : { "\xef\xbb\xbfx", "\xef\xbf\xbf", "\xef\xbf\xbd", "\xf4\x8f\xbf\xbf" }) {
-        Ctl ctl({ text("call"), text("supplyWidth"), QString::fromUtf8(QByteArray(" ") + same).mid(1) });
+    for (const char *same :
+         { "\xef\xbb\xbfx", "\xef\xbf\xbf", "\xef\xbf\xbd", "\xf4\x8f\xbf\xbf" }) {
+        Ctl ctl({ text("call"), text("supplyWidth"),
+                  QString::fromUtf8(QByteArray(" ") + same).mid(1) });
         ctl.exitCode();
         const QList<WireMessage> calls = daemons.takeCalls();
         QCOMPARE(calls.size(), 1);
@@ -1468,25 +1486,29 @@ void tst_Ctl::status()
     Ctl ctl(words("status"));
     QCOMPARE(ctl.exitCode(), 0);
     const QByteArray process = ", process " + QByteArray::number(int(getpid())) + '\n';
-    QCOMPARE(ctl.out(), "ioexpd   present, " + daemons[IOEXPD].uniqueName() + process
-             + "m4       present, " + daemons[M4].uniqueName() + process
-             + "  qmlPrintEngineErrorCode  17\n"
-               "  qmlPrintEngineAlertCode  -3\n"
-               "  qmlBatteryStatus         87\n"
-               "supplyd  present, " + daemons[SUPPLYD].uniqueName() + process
-             + "  qmlSupplyPercent         81.5\n"
-               "  qmlSupplyColorRGB        \"#ffd500\"\n"
-               "  qmlRibbonPercent         55.25\n"
-               "  qmlRibbonColorRGBs       [\"#00aeef\",\"#ec008c\"]\n"
-               "  qmlSupplySKU             \"S-100\"\n");
+    QCOMPARE(ctl.out(),
+             "ioexpd   present, " + daemons[IOEXPD].uniqueName() + process + "m4       present, "
+                 + daemons[M4].uniqueName() + process
+                 + "  qmlPrintEngineErrorCode  17\n"
+                   "  qmlPrintEngineAlertCode  -3\n"
+                   "  qmlBatteryStatus         87\n"
+                   "supplyd  present, "
+                 + daemons[SUPPLYD].uniqueName() + process
+                 + "  qmlSupplyPercent         81.5\n"
+                   "  qmlSupplyColorRGB        \"#ffd500\"\n"
+                   "  qmlRibbonPercent         55.25\n"
+                   "  qmlRibbonColorRGBs       [\"#00aeef\",\"#ec008c\"]\n"
+                   "  qmlSupplySKU             \"S-100\"\n");
 
     QJsonArray expected;
     for (int server = 0; server < ServerCount; ++server) {
         QJsonObject properties;
         for (const PropertyRow &row : propertyRows) {
             if (row.server == server) {
-                properties.insert(text(row.name), QJsonObject {
-                    { text("value"), array(QByteArray("[") + row.value + ']').first() } });
+                properties.insert(
+                    text(row.name),
+                    QJsonObject {
+                        { text("value"), array(QByteArray("[") + row.value + ']').first() } });
             }
         }
         expected += QJsonObject {
@@ -1511,13 +1533,19 @@ void tst_Ctl::statusOfWhatIsMissing()
     QCOMPARE(absent.exitCode(), 4);
     QVERIFY2(absent.out().endsWith("  qmlBatteryStatus         87\nsupplyd  absent\n"),
              absent.out());
-    const QJsonArray json
-        = object(Ctl(words("status --json")).out()).value(text("daemons")).toArray();
+    const QJsonArray
+        json = object(Ctl(words("status --json")).out()).value(text("daemons")).toArray();
     QCOMPARE(json.at(1).toObject().value(text("present")), QJsonValue(true));
     QCOMPARE(json.at(2).toObject().value(text("present")), QJsonValue(false));
     QVERIFY(!json.at(2).toObject().contains(text("owner")));
-    QCOMPARE(json.at(2).toObject().value(text("properties")).toObject()
-                 .value(text("qmlSupplySKU")).toObject().value(text("exit")), QJsonValue(4));
+    QCOMPARE(json.at(2)
+                 .toObject()
+                 .value(text("properties"))
+                 .toObject()
+                 .value(text("qmlSupplySKU"))
+                 .toObject()
+                 .value(text("exit")),
+             QJsonValue(4));
 
     daemons.start(SUPPLYD);
     daemons.stop(IOEXPD);
@@ -1529,8 +1557,10 @@ void tst_Ctl::statusOfWhatIsMissing()
     daemons[M4].answerError("getAlert", "org.hnipc.Error.Odd", "so it is");
     Ctl refused(words("status"));
     QCOMPARE(refused.exitCode(), 5);
-    QVERIFY2(refused.out().contains("  qmlPrintEngineErrorCode  17\n"
-        "  qmlPrintEngineAlertCode  m4 answered org.hnipc.Error.Odd: so it is\n"), refused.out());
+    QVERIFY2(refused.out().contains(
+                 "  qmlPrintEngineErrorCode  17\n"
+                 "  qmlPrintEngineAlertCode  m4 answered org.hnipc.Error.Odd: so it is\n"),
+             refused.out());
 
     daemons[M4].answer("getAlert", "(0,)");
     daemons[SUPPLYD].ignore("supplySKUCached");
@@ -1538,7 +1568,8 @@ void tst_Ctl::statusOfWhatIsMissing()
     QCOMPARE(silent.exitCode(), 6);
     QVERIFY2(silent.out().contains("  qmlSupplyPercent         81.5\n"), silent.out());
     QVERIFY2(silent.out().endsWith(
-        "  qmlSupplySKU             org.hnipc.supplyd did not answer within 3000 ms\n"), silent.out());
+                 "  qmlSupplySKU             org.hnipc.supplyd did not answer within 3000 ms\n"),
+             silent.out());
 }
 
 void tst_Ctl::statusOnTerminal()
@@ -1574,8 +1605,9 @@ void tst_Ctl::get()
     QCOMPARE(daemons.takeCalls().size(), 2);
     Ctl two(words("get qmlBatteryStatus qmlSupplySKU"));
     QCOMPARE(two.exitCode(), 0);
-    QCOMPARE(two.out(), QByteArray("qmlBatteryStatus         87\n"
-                                   "qmlSupplySKU             \"S-100\"\n"));
+    QCOMPARE(two.out(),
+             QByteArray("qmlBatteryStatus         87\n"
+                        "qmlSupplySKU             \"S-100\"\n"));
     daemons.takeCalls();
 
     QByteArray all;
@@ -1583,8 +1615,9 @@ void tst_Ctl::get()
     QList<QByteArray> readers;
     for (const PropertyRow &row : propertyRows) {
         all += QByteArray(row.name).leftJustified(25) + row.value + '\n';
-        json.insert(text(row.name), QJsonObject {
-            { text("value"), array(QByteArray("[") + row.value + ']').first() } });
+        json.insert(
+            text(row.name),
+            QJsonObject { { text("value"), array(QByteArray("[") + row.value + ']').first() } });
         readers += row.reader;
     }
     QCOMPARE(Ctl(words("get all")).out(), all);
@@ -1605,19 +1638,21 @@ void tst_Ctl::getFailures()
     Ctl unknown(words("get qmlSupplySKU qmlBatteryState"));
     QCOMPARE(unknown.exitCode(), 7);
     QCOMPARE(unknown.out(), QByteArray());
-    QCOMPARE(unknown.err(), QByteArray("hnipcctl: no property qmlBatteryState; "
-                                       "did you mean qmlBatteryStatus?\n"));
+    QCOMPARE(unknown.err(),
+             QByteArray("hnipcctl: no property qmlBatteryState; "
+                        "did you mean qmlBatteryStatus?\n"));
     QVERIFY(daemons.takeCalls().isEmpty());
 
     daemons[M4].answer("getBatteryStatus", "('full',)");
     Ctl some(words("get qmlBatteryStatus qmlSupplySKU"));
     QCOMPARE(some.exitCode(), 1);
     QCOMPARE(some.out(), QByteArray("qmlSupplySKU             \"S-100\"\n"));
-    QVERIFY2(some.err().startsWith("hnipcctl: qmlBatteryStatus: org.hnipc.m4 answered another type: ")
-                 && some.err().contains("\"s\"") && some.err().contains("\"i\""), some.err());
+    QVERIFY2(
+        some.err().startsWith("hnipcctl: qmlBatteryStatus: org.hnipc.m4 answered another type: ")
+            && some.err().contains("\"s\"") && some.err().contains("\"i\""),
+        some.err());
     QCOMPARE(lines(some.err()).size(), 1);
-    const QJsonObject json
-        = object(Ctl(words("get --json qmlBatteryStatus qmlSupplySKU")).out());
+    const QJsonObject json = object(Ctl(words("get --json qmlBatteryStatus qmlSupplySKU")).out());
     QCOMPARE(json.value(text("qmlBatteryStatus")).toObject().value(text("exit")), QJsonValue(1));
     QCOMPARE(json.value(text("qmlSupplySKU")).toObject(),
              (QJsonObject { { text("value"), text("S-100") } }));
@@ -1640,11 +1675,13 @@ void tst_Ctl::watchesInLines()
     for (const PropertyRow &row : propertyRows) {
         const QByteArray type = row.answer;
         const QByteArray body = type.contains('[') ? "(['#010203'],)"
-            : type.contains('\'') ? "('changed',)"
-            : type.contains('.') ? "(1.25,)" : "(42,)";
+            : type.contains('\'')                  ? "('changed',)"
+            : type.contains('.')                   ? "(1.25,)"
+                                                   : "(42,)";
         const QByteArray value = type.contains('[') ? "[\"#010203\"]"
-            : type.contains('\'') ? "\"changed\""
-            : type.contains('.') ? "1.25" : "42";
+            : type.contains('\'')                   ? "\"changed\""
+            : type.contains('.')                    ? "1.25"
+                                                    : "42";
         daemons[row.server].answer(row.reader, body);
         const QByteArray arguments = row.name == QByteArray("qmlSupplySKU") ? "('x', 'y')" : body;
         QVERIFY(daemons.emitSignal(row.server, row.notify, arguments));
@@ -1678,8 +1715,8 @@ void tst_Ctl::watchesInJson()
     for (const QByteArray &line : lines(ctl.soFar())) {
         const QJsonObject row = object(line);
         values.insert(row.value(text("property")).toString(), row.value(text("value")));
-        QVERIFY(QDateTime::fromString(row.value(text("time")).toString(), Qt::ISODateWithMs)
-                    .isValid());
+        QVERIFY(
+            QDateTime::fromString(row.value(text("time")).toString(), Qt::ISODateWithMs).isValid());
     }
     for (const PropertyRow &row : propertyRows) {
         QCOMPARE(values.value(text(row.name)), array(QByteArray("[") + row.value + ']').first());
@@ -1695,8 +1732,8 @@ void tst_Ctl::watchesOnTerminal()
 {
     FakeDaemons daemons;
     answerProperties(&daemons);
-    QScopedPointer<Ctl> ctl(Ctl::onTerminal(text("hnipcctl watch"),
-                                            { { text("NO_COLOR"), text("1") } }));
+    QScopedPointer<Ctl> ctl(
+        Ctl::onTerminal(text("hnipcctl watch"), { { text("NO_COLOR"), text("1") } }));
     QVERIFY(ctl->prints("\033[?25l"));
     QVERIFY(ctl->prints("qmlSupplyPercent         "));
     QVERIFY(ctl->prints("\rqmlBatteryStatus         87\033[K\r\n"));
@@ -1719,8 +1756,8 @@ void tst_Ctl::watchWaitsForNobody()
     FakeDaemons daemons;
     answerProperties(&daemons);
     daemons[M4].ignore("getError");
-    QScopedPointer<Ctl> terminal(Ctl::onTerminal(text("hnipcctl watch"),
-                                                 { { text("NO_COLOR"), text("1") } }));
+    QScopedPointer<Ctl> terminal(
+        Ctl::onTerminal(text("hnipcctl watch"), { { text("NO_COLOR"), text("1") } }));
     QVERIFY(terminal->prints("\rqmlBatteryStatus         87\033[K\r\n"));
     QVERIFY(terminal->prints("\rqmlPrintEngineErrorCode  ...\033[K\r\n"));
 
@@ -1784,8 +1821,8 @@ void tst_Ctl::monitorsEverySignal()
     const QList<QByteArray> printed = lines(ctl.soFar());
     QCOMPARE(printed.size(), expected.size());
     for (int i = 0; i < printed.size(); ++i) {
-        QVERIFY(QTime::fromString(QString::fromLatin1(printed.at(i).left(12)),
-                                  text("HH:mm:ss.zzz")).isValid());
+        QVERIFY(QTime::fromString(QString::fromLatin1(printed.at(i).left(12)), text("HH:mm:ss.zzz"))
+                    .isValid());
         QCOMPARE(printed.at(i).mid(13), expected.at(i));
     }
 
@@ -1833,17 +1870,20 @@ void tst_Ctl::monitorMarksOtherForms()
     daemons.emitSignal(M4, "M4_M4TphTherm", "()");
     QCOMPARE(ctl.exitCode(), 0);
     QVERIFY2(lines(ctl.out()).first().endsWith(
-        " m4      Error \"lid\" 5 (no client hears it: \"si\", not \"i\")"), ctl.out());
+                 " m4      Error \"lid\" 5 (no client hears it: \"si\", not \"i\")"),
+             ctl.out());
     QVERIFY2(lines(ctl.out()).at(1).endsWith(
-        " m4      Error 5 [\"a\",[1]] (clients receive no more than \"i\" of \"i(sai)\")"),
+                 " m4      Error 5 [\"a\",[1]] (clients receive no more than \"i\" of \"i(sai)\")"),
              ctl.out());
     QVERIFY2(lines(ctl.out()).last().endsWith(
-        " m4      M4TphTherm (no client hears it: \"\", not \"ii\")"), ctl.out());
+                 " m4      M4TphTherm (no client hears it: \"\", not \"ii\")"),
+             ctl.out());
     QCOMPARE(json.exitCode(), 0);
     QJsonObject row = object(lines(json.out()).first());
     row.remove(text("time"));
-    QCOMPARE(row, object("{\"daemon\":\"m4\",\"signal\":\"Error\",\"arguments\":[\"lid\",5],"
-                         "\"signature\":\"si\"}"));
+    QCOMPARE(row,
+             object("{\"daemon\":\"m4\",\"signal\":\"Error\",\"arguments\":[\"lid\",5],"
+                    "\"signature\":\"si\"}"));
 }
 
 void tst_Ctl::monitorHearsOnlyTheDaemon()
@@ -1883,10 +1923,12 @@ void tst_Ctl::monitorTellsOfDaemons()
     QVERIFY(ctl.complains("supplyd is on the bus\n"));
     ctl.interrupt();
     QCOMPARE(ctl.exitCode(), 130);
-    QCOMPARE(ctl.err(), listening + "hnipcctl: m4 left the bus\n"
-                                    "hnipcctl: ioexpd is on the bus\n"
-                                    "hnipcctl: supplyd left the bus\n"
-                                    "hnipcctl: supplyd is on the bus\n");
+    QCOMPARE(ctl.err(),
+             listening
+                 + "hnipcctl: m4 left the bus\n"
+                   "hnipcctl: ioexpd is on the bus\n"
+                   "hnipcctl: supplyd left the bus\n"
+                   "hnipcctl: supplyd is on the bus\n");
     QCOMPARE(ctl.out(), QByteArray());
 }
 
@@ -1898,8 +1940,8 @@ void tst_Ctl::monitorTellsTheTime()
     const QDateTime before = QDateTime::currentDateTimeUtc();
     daemons.emitSignal(M4, "M4_Error", "(1,)");
     QCOMPARE(ctl.exitCode(), 0);
-    const QDateTime time = QDateTime::fromString(
-        object(ctl.out()).value(text("time")).toString(), Qt::ISODateWithMs);
+    const QDateTime time = QDateTime::fromString(object(ctl.out()).value(text("time")).toString(),
+                                                 Qt::ISODateWithMs);
     QVERIFY2(time >= before && time <= QDateTime::currentDateTimeUtc(), ctl.out());
 
     // The same for a person, in local time; midnight says nothing.
@@ -1929,8 +1971,7 @@ void tst_Ctl::monitorLosesNothing()
     const QList<QByteArray> printed = lines(ctl.out());
     QCOMPARE(printed.size(), count);
     for (int i = 0; i < count; ++i) {
-        const QJsonObject arguments
-            = object(printed.at(i)).value(text("arguments")).toObject();
+        const QJsonObject arguments = object(printed.at(i)).value(text("arguments")).toObject();
         QCOMPARE(arguments.value(text("value")).toInt(-1), i);
     }
 }
@@ -1970,8 +2011,9 @@ void tst_Ctl::monitorEnds()
     QVERIFY(table->prints("absent"));
     bus.kill();
     QCOMPARE(monitor.exitCode(), 3);
-    QCOMPARE(monitor.err(), QByteArray("hnipcctl: listening to 59 signals; Ctrl-C ends\n"
-                                       "hnipcctl: the bus went away\n"));
+    QCOMPARE(monitor.err(),
+             QByteArray("hnipcctl: listening to 59 signals; Ctrl-C ends\n"
+                        "hnipcctl: the bus went away\n"));
     QCOMPARE(watch.exitCode(), 3);
     QCOMPARE(watch.err(), QByteArray("hnipcctl: the bus went away\n"));
     QCOMPARE(watch.out().count("absent\n"), 8);
@@ -1992,15 +2034,17 @@ void tst_Ctl::introspects()
         "<signal name='Done'><arg name='code' type='i'/></signal></interface></node>");
     Ctl ctl(words("introspect m4"));
     QCOMPARE(ctl.exitCode(), 0);
-    QCOMPARE(ctl.out(), QByteArray("local.Other\n  method put(s key, a{sv}) -> b\n"
-                                   "  signal Done(i code)\n"));
-    QCOMPARE(array(Ctl(words("introspect m4 --json")).out()), array(
-        "[{\"interface\":\"local.Other\",\"members\":[{\"kind\":\"method\",\"name\":\"put\","
-        "\"arguments\":[{\"name\":\"key\",\"type\":\"s\",\"direction\":\"in\"},"
-        "{\"name\":\"\",\"type\":\"a{sv}\",\"direction\":\"in\"},"
-        "{\"name\":\"\",\"type\":\"b\",\"direction\":\"out\"}]},"
-        "{\"kind\":\"signal\",\"name\":\"Done\",\"arguments\":"
-        "[{\"name\":\"code\",\"type\":\"i\",\"direction\":\"out\"}]}]}]"));
+    QCOMPARE(ctl.out(),
+             QByteArray("local.Other\n  method put(s key, a{sv}) -> b\n"
+                        "  signal Done(i code)\n"));
+    QCOMPARE(
+        array(Ctl(words("introspect m4 --json")).out()),
+        array("[{\"interface\":\"local.Other\",\"members\":[{\"kind\":\"method\",\"name\":\"put\","
+              "\"arguments\":[{\"name\":\"key\",\"type\":\"s\",\"direction\":\"in\"},"
+              "{\"name\":\"\",\"type\":\"a{sv}\",\"direction\":\"in\"},"
+              "{\"name\":\"\",\"type\":\"b\",\"direction\":\"out\"}]},"
+              "{\"kind\":\"signal\",\"name\":\"Done\",\"arguments\":"
+              "[{\"name\":\"code\",\"type\":\"i\",\"direction\":\"out\"}]}]}]"));
 
     Ctl unknown(words("introspect m5"));
     QCOMPARE(unknown.exitCode(), 7);
@@ -2021,8 +2065,9 @@ void tst_Ctl::introspectsNamesOfAnyKind()
         "</method></interface></node>");
     Ctl ctl(words("introspect m4"));
     QCOMPARE(ctl.exitCode(), 0);
-    QCOMPARE(ctl.out(), QByteArray("local\\u009b2J\n"
-                                   "  method a\\u009bb(s\\u009b c\\u009bd) -> b\\u009b\n"));
+    QCOMPARE(ctl.out(),
+             QByteArray("local\\u009b2J\n"
+                        "  method a\\u009bb(s\\u009b c\\u009bd) -> b\\u009b\n"));
 }
 
 void tst_Ctl::checksDescription()
@@ -2066,8 +2111,9 @@ void tst_Ctl::checksDescription()
 
     Ctl json(words("introspect --check --json ioexpd"));
     QCOMPARE(json.exitCode(), 1);
-    QCOMPARE(object(json.out()), object("{\"daemon\":\"ioexpd\",\"differences\":"
-                                        "[\"the interface local.IHNIPCIOEXPD is missing\"]}"));
+    QCOMPARE(object(json.out()),
+             object("{\"daemon\":\"ioexpd\",\"differences\":"
+                    "[\"the interface local.IHNIPCIOEXPD is missing\"]}"));
 }
 
 void tst_Ctl::checksRealDaemons_data()
@@ -2115,8 +2161,9 @@ void tst_Ctl::completes_data()
     row("get qmlBatteryStatus al", "all");
     row("monitor Ribbon2", "Ribbon2PercentChanged Ribbon2RGBsChanged");
     row("monitor --c", "--count");
-    row("introspect ", "--address --check --help --host --hosts --json --timeout --version ioexpd m4 "
-                       "supplyd");
+    row("introspect ",
+        "--address --check --help --host --hosts --json --timeout --version ioexpd m4 "
+        "supplyd");
     row("re", "record replay");
     row("record --f", "--force");
     row("replay --sp", "--speed");
@@ -2139,6 +2186,7 @@ void tst_Ctl::completes_data()
 // As bash splits and completes it: at each = and @, too.
 void tst_Ctl::completesAsTyped()
 {
+    // clang-format off
     const struct { const char *line; const char *words; const char *expected; } rows[] = {
         { "hnipcctl --host=p1 st", "--host = p1 st", "status" },
         { "hnipcctl --host service@p1 st", "--host service @ p1 st", "status" },
@@ -2147,6 +2195,7 @@ void tst_Ctl::completesAsTyped()
         { "hnipcctl --address unix:path=/x st", "--address unix : path = /x st", "status" },
         { "hnipcctl --host p1 call enableBacklight t", "--host p1 call enableBacklight t", "true" },
     };
+    // clang-format on
     for (const auto &row : rows) {
         QScopedPointer<Ctl> shell(Ctl::inShell(
             QStringLiteral("eval \"$(hnipcctl completion bash)\"; COMP_LINE='%1'; "
@@ -2251,9 +2300,11 @@ void tst_Ctl::invisibleCharacters()
 void tst_Ctl::numbersWithoutJson()
 {
     FakeDaemons daemons;
+    // clang-format off
     const struct { const char *body; const char *printed; } rows[] = {
         { "(nan,)", "nan" }, { "(inf,)", "inf" }, { "(-inf,)", "-inf" }, { "(-0.0,)", "-0" },
     };
+    // clang-format on
     for (const auto &row : rows) {
         daemons[SUPPLYD].answer("supplySupplyPercent", row.body);
         // Qt 5 has no sign for 0.
@@ -2300,8 +2351,8 @@ void tst_Ctl::stopsAndGoesOn()
 {
     FakeDaemons daemons;
     answerProperties(&daemons);
-    QScopedPointer<Ctl> shell(Ctl::onTerminal(
-        text("bash --norc --noprofile -i"), { { text("HISTFILE"), QString() } }));
+    QScopedPointer<Ctl> shell(
+        Ctl::onTerminal(text("bash --norc --noprofile -i"), { { text("HISTFILE"), QString() } }));
     shell->type("hnipcctl watch\n");
     QVERIFY(shell->prints("87"));
     shell->type("\032");
@@ -2327,8 +2378,8 @@ void tst_Ctl::stopsAndGoesOn()
 void tst_Ctl::closedPipe()
 {
     for (const char *command : { "list", "--help", "completion bash", "list --json" }) {
-        QScopedPointer<Ctl> shell(Ctl::inShell(
-            text("set -o pipefail; hnipcctl ") + text(command) + text(" | head -c 1")));
+        QScopedPointer<Ctl> shell(Ctl::inShell(text("set -o pipefail; hnipcctl ") + text(command)
+                                               + text(" | head -c 1")));
         QCOMPARE(shell->exitCode(), 0);
         QCOMPARE(shell->out().size(), 1);
         QCOMPARE(shell->err(), QByteArray());
@@ -2367,10 +2418,11 @@ void tst_Ctl::closedStreams()
         Ctl::inShell(text("hnipcctl get qmlBatteryStatus nothing 2>&-; echo $?")));
     QCOMPARE(errors->out(), QByteArray("7\n"));
     daemons[M4].answerError("getError", "org.hnipc.Error.Odd", "so it is");
-    QScopedPointer<Ctl> refused(Ctl::inShell(
-        text("hnipcctl get qmlPrintEngineErrorCode qmlSupplySKU qmlBatteryStatus 2>&- <&-; echo $?")));
-    QCOMPARE(refused->out(), QByteArray("qmlSupplySKU             \"S-100\"\n"
-                                        "qmlBatteryStatus         87\n5\n"));
+    QScopedPointer<Ctl> refused(Ctl::inShell(text(
+        "hnipcctl get qmlPrintEngineErrorCode qmlSupplySKU qmlBatteryStatus 2>&- <&-; echo $?")));
+    QCOMPARE(refused->out(),
+             QByteArray("qmlSupplySKU             \"S-100\"\n"
+                        "qmlBatteryStatus         87\n5\n"));
     QScopedPointer<Ctl> all(Ctl::inShell(text("hnipcctl status >&- 2>&- <&-")));
     QCOMPARE(all->exitCode(), 1);
 }

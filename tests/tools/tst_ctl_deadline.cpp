@@ -45,7 +45,8 @@ void tst_CtlDeadline::saysWhatBecameOfACall_data()
     QTest::newRow("refused") << QByteArray("('getError', 'error', <['org.example.Lid', 'open']>)")
                              << QByteArray()
                              << QByteArray("hnipcctl: refused: m4 answered org.example.Lid: "
-                                           "open\n") << 5;
+                                           "open\n")
+                             << 5;
     QTest::newRow("another type")
         << QByteArray("('getError', 'wrongtype', <''>)") << QByteArray()
         << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 answered another type: ") << 9;
@@ -77,37 +78,46 @@ void tst_CtlDeadline::asJson()
     QCOMPARE(answered.exitCode(), 0);
     QJsonObject object = QJsonDocument::fromJson(answered.out()).object();
     QVERIFY(object.take("elapsed").isDouble());
-    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
-                                    { "outcome", "answered" }, { "value", 0 } }));
+    QCOMPARE(object,
+             (QJsonObject { { "daemon", "m4" },
+                            { "method", "getError()" },
+                            { "outcome", "answered" },
+                            { "value", 0 } }));
 
     desk.act("m4", "fault", "('getError', 'error', <['org.example.Lid', 'open']>)");
     Ctl refused(words("call --deadline 60000 --json getError"));
     QCOMPARE(refused.exitCode(), 5);
     object = QJsonDocument::fromJson(refused.out()).object();
     QVERIFY(object.take("elapsed").isDouble());
-    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
-                                    { "outcome", "refused" }, { "exit", 5 },
-                                    { "errorName", "org.example.Lid" },
-                                    { "error", "m4 answered org.example.Lid: open" } }));
+    QCOMPARE(object,
+             (QJsonObject { { "daemon", "m4" },
+                            { "method", "getError()" },
+                            { "outcome", "refused" },
+                            { "exit", 5 },
+                            { "errorName", "org.example.Lid" },
+                            { "error", "m4 answered org.example.Lid: open" } }));
 
     desk.act("m4", "fault", "('getError', 'die', <''>)");
     Ctl unknown(words("call --deadline 60000 --json getError"));
     QCOMPARE(unknown.exitCode(), 9);
     object = QJsonDocument::fromJson(unknown.out()).object();
     QVERIFY(object.take("elapsed").isDouble());
-    QCOMPARE(object, (QJsonObject { { "daemon", "m4" }, { "method", "getError()" },
-                                    { "outcome", "outcome unknown" }, { "exit", 9 },
-                                    { "errorName", "org.freedesktop.DBus.Error.NoReply" },
-                                    { "error", "org.hnipc.m4 left the bus before it answered" } }));
+    QCOMPARE(object,
+             (QJsonObject { { "daemon", "m4" },
+                            { "method", "getError()" },
+                            { "outcome", "outcome unknown" },
+                            { "exit", 9 },
+                            { "errorName", "org.freedesktop.DBus.Error.NoReply" },
+                            { "error", "org.hnipc.m4 left the bus before it answered" } }));
 }
 
 void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
 {
     QTest::addColumn<QStringList>("call");
-    for (const char *call : { "supplyInformation", "supplyColorHash", "supplySupplyRGB",
-                              "supplySKUList", "supplyBackgroundImage LBL-100060-WH",
-                              "ribbon1Verify", "setDac 7", "sendMCCMessage 1 2 text",
-                              "supplySupplyPercent" }) {
+    for (const char *call :
+         { "supplyInformation", "supplyColorHash", "supplySupplyRGB", "supplySKUList",
+           "supplyBackgroundImage LBL-100060-WH", "ribbon1Verify", "setDac 7",
+           "sendMCCMessage 1 2 text", "supplySupplyPercent" }) {
         QTest::newRow(call) << words(call);
     }
     QTest::newRow("nothing") << words("enableBacklight on");
@@ -124,8 +134,10 @@ void tst_CtlDeadline::leavesTheAnswerAsItIs()
     QCOMPARE(requested.exitCode(), 0);
     const QByteArray value = plain.out();
     const bool inOneLine = value.count('\n') == 1;
-    QCOMPARE(requested.out(), (value.isEmpty() ? QByteArray("answered\n")
-                               : inOneLine ? QByteArray("answered: ") : QByteArray("answered\n"))
+    QCOMPARE(requested.out(),
+             (value.isEmpty() ? QByteArray("answered\n")
+                  : inOneLine ? QByteArray("answered: ")
+                              : QByteArray("answered\n"))
                  + value);
 
     Ctl plainJson(words("call --json") + call);
@@ -140,8 +152,9 @@ void tst_CtlDeadline::deadlinePasses()
     desk.act("m4", "fault", "('cycleCutter', 'never', <''>)");
     Ctl ctl(words("call --deadline 200 cycleCutter"));
     QCOMPARE(ctl.exitCode(), 9);
-    QCOMPARE(ctl.err(), QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not answer within "
-                                   "200 ms\n"));
+    QCOMPARE(ctl.err(),
+             QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not answer within "
+                        "200 ms\n"));
     QCOMPARE(ctl.out(), QByteArray());
 }
 
@@ -166,8 +179,9 @@ void tst_CtlDeadline::refusesAWrongDeadline()
     QFETCH(QString, deadline);
     Ctl ctl({ "call", "--deadline=" + deadline, "getError" });
     QCOMPARE(ctl.exitCode(), 2);
-    QCOMPARE(ctl.err(), "hnipcctl: --deadline is not a number of milliseconds from 1: \""
-                 + deadline.toLatin1() + "\"\n");
+    QCOMPARE(ctl.err(),
+             "hnipcctl: --deadline is not a number of milliseconds from 1: \"" + deadline.toLatin1()
+                 + "\"\n");
     QCOMPARE(ctl.out(), QByteArray());
 }
 

@@ -12,9 +12,9 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QStandardPaths>
-#include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
@@ -59,8 +59,7 @@ bool isRunning(const QByteArray &pid)
 class Printer
 {
 public:
-    explicit Printer(const QString &socket)
-        : m_bus(configuration(socket))
+    explicit Printer(const QString &socket) : m_bus(configuration(socket))
     {
         const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLatin1());
@@ -79,13 +78,15 @@ private:
     static QString configuration(const QString &socket)
     {
         const QString fileName = socket + QStringLiteral(".conf");
-        if (!write(fileName,
-                   "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
-                   "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-                   "<busconfig><type>session</type><listen>unix:path=" + socket.toUtf8()
-                       + "</listen><auth>EXTERNAL</auth><policy context='default'>"
-                         "<allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
-                         "<allow eavesdrop='true'/></policy></busconfig>")) {
+        if (!write(
+                fileName,
+                "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
+                "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+                "<busconfig><type>session</type><listen>unix:path="
+                    + socket.toUtf8()
+                    + "</listen><auth>EXTERNAL</auth><policy context='default'>"
+                      "<allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
+                      "<allow eavesdrop='true'/></policy></busconfig>")) {
             qFatal("no configuration");
         }
         return fileName;
@@ -153,6 +154,7 @@ private:
 void tst_CtlRemote::init()
 {
     m_directory.reset(new QTemporaryDir);
+    // clang-format off
     const QString ssh = path(QStringLiteral("s,s;h %=x")); // all that an address has to escape
     QVERIFY(write(ssh,
                   "#!/bin/sh\n"
@@ -176,15 +178,13 @@ void tst_CtlRemote::init()
                   "hang*) echo $$ > \"$host.pid\"; exec sleep 100000 ;;\n"
                   "esac\n"
                   "exec ${BRIDGE:-'" HNIPC_TEST_BRIDGE "'} \"$host\"\n"));
+    // clang-format on
     QVERIFY(QFile(ssh).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     m_environment[QStringLiteral("HNIPCCTL_SSH")] = ssh;
     m_environment.remove(QStringLiteral("BRIDGE"));
 }
 
-void tst_CtlRemote::cleanup()
-{
-    m_printers.clear();
-}
+void tst_CtlRemote::cleanup() { m_printers.clear(); }
 
 Printer &tst_CtlRemote::start(const QString &host, const QByteArray &error)
 {
@@ -223,7 +223,8 @@ void tst_CtlRemote::reaches()
         }
         // It wants an address.
         const QString script = path(QStringLiteral("bridge"));
-        QVERIFY(write(script, "#!/bin/sh\nexec systemd-stdio-bridge --bus-path=\"unix:path=$PWD/$1\"\n"));
+        QVERIFY(write(script,
+                      "#!/bin/sh\nexec systemd-stdio-bridge --bus-path=\"unix:path=$PWD/$1\"\n"));
         QVERIFY(QFile(script).setPermissions(QFile::ReadOwner | QFile::ExeOwner));
         m_environment[QStringLiteral("BRIDGE")] = script;
     }
@@ -274,8 +275,8 @@ void tst_CtlRemote::traces()
     QCOMPARE(object.value(QLatin1String("value")).toInt(), 7);
     QVERIFY(!object.value(QLatin1String("caller")).toObject().contains(QLatin1String("program")));
     QCOMPARE(text->exitCode(), 0);
-    static const QRegularExpression line(QStringLiteral(
-        "^\\S+ +[0-9.]+ ms (process \\d+|:\\d+\\.\\d+) +m4      getError -> 7\n$"));
+    static const QRegularExpression line(
+        QStringLiteral("^\\S+ +[0-9.]+ ms (process \\d+|:\\d+\\.\\d+) +m4      getError -> 7\n$"));
     QVERIFY2(line.match(QString::fromUtf8(text->out())).hasMatch(), text->out());
 }
 
@@ -294,24 +295,27 @@ void tst_CtlRemote::tellsWhyNot_data()
     QTest::addColumn<QByteArray>("error");
     QTest::addColumn<int>("exitCode");
 
-    QTest::newRow("unreachable")
-        << QByteArray("status --host down")
-        << QByteArray("ssh: connect to host down port 22: No route to host\n"
-                      "hnipcctl: no system bus of down\n") << 3;
-    QTest::newRow("no bridge")
-        << QByteArray("get all --host bare")
-        << QByteArray("bash: line 1: systemd-stdio-bridge: command not found\n"
-                      "hnipcctl: no system bus of bare\n") << 3;
+    QTest::newRow("unreachable") << QByteArray("status --host down")
+                                 << QByteArray(
+                                        "ssh: connect to host down port 22: No route to host\n"
+                                        "hnipcctl: no system bus of down\n")
+                                 << 3;
+    QTest::newRow("no bridge") << QByteArray("get all --host bare")
+                               << QByteArray(
+                                      "bash: line 1: systemd-stdio-bridge: command not found\n"
+                                      "hnipcctl: no system bus of bare\n")
+                               << 3;
     QTest::newRow("commands to a terminal")
         << QByteArray("status --host rude")
         << QByteArray("a\\u001b[2Jb\\u009bc\\u202ed\\u007fe\n\n\xc3\xa4 \xef\xbf\xbd\\u000df\n"
-                      "hnipcctl: no system bus of rude\n") << 3;
+                      "hnipcctl: no system bus of rude\n")
+        << 3;
     QTest::newRow("more than is read at once")
         << QByteArray("status --host long")
-        << QByteArray("x\xc3\xa4").repeated(4000) + "\nhnipcctl: no system bus of long\n" << 3;
-    QTest::newRow("silent")
-        << QByteArray("call getError --timeout 200 --host hang")
-        << QByteArray("hnipcctl: hang was not reached within 200 ms\n") << 6;
+        << QByteArray("x\xc3\xa4").repeated(4000) + "\nhnipcctl: no system bus of long\n"
+        << 3;
+    QTest::newRow("silent") << QByteArray("call getError --timeout 200 --host hang")
+                            << QByteArray("hnipcctl: hang was not reached within 200 ms\n") << 6;
     QTest::newRow("silent with an odd name")
         << QByteArray("call getError --timeout 200 --host hang%2")
         << QByteArray("hnipcctl: hang%2 was not reached within 200 ms\n") << 6;
@@ -374,8 +378,8 @@ void tst_CtlRemote::refusesBeforeItReaches()
         QCOMPARE(ctl->err().count('\n'), 1);
         QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // no ssh was started
     }
-    for (const char *single : { "monitor nope", "monitor --count 0", "record f --count 0",
-                                "replay f --speed x" }) {
+    for (const char *single :
+         { "monitor nope", "monitor --count 0", "record f --count 0", "replay f --speed x" }) {
         QScopedPointer<Ctl> ctl(ask(words(single) + words("--host a")));
         QVERIFY(ctl->exitCode() == 2 || ctl->exitCode() == 7);
         QVERIFY(!QFile::exists(path(QStringLiteral("arguments"))));
@@ -458,8 +462,9 @@ void tst_CtlRemote::refusesHostsFiles_data()
     QTest::newRow("comments only") << QByteArray("# a\n\n") << QByteArray(": expected a printer");
     QTest::newRow("option") << QByteArray("a\n\n-oProxyCommand=x\n")
                             << QByteArray(":3: expected the name of a printer, not \"-oProxy");
-    QTest::newRow("invisible") << QByteArray("a\n\xef\xbb\xbf" "b\n")
-                               << QByteArray(":2: expected the name of a printer, not \"\\ufeffb\"");
+    QTest::newRow("invisible") << QByteArray(
+        "a\n\xef\xbb\xbf"
+        "b\n") << QByteArray(":2: expected the name of a printer, not \"\\ufeffb\"");
     QTest::newRow("two in a line") << QByteArray("# all\na b\n")
                                    << QByteArray(":2: expected the name of a printer, not \"a b\"");
 }
@@ -495,29 +500,36 @@ void tst_CtlRemote::fleetInRows_data()
                              << QByteArray("p2  62.5\np1  62.5\n") << 0;
     QTest::newRow("get two") << QByteArray("--host p1 --host p2 get qmlBatteryStatus qmlSupplySKU")
                              << QByteArray("p1  qmlBatteryStatus=87 qmlSupplySKU=\"S-100\"\n"
-                                           "p2  qmlBatteryStatus=87 qmlSupplySKU=\"S-100\"\n") << 0;
+                                           "p2  qmlBatteryStatus=87 qmlSupplySKU=\"S-100\"\n")
+                             << 0;
     QTest::newRow("call") << QByteArray("call getError --host p1 --host p2")
                           << QByteArray("p1  1\np2  2\n") << 0;
-    QTest::newRow("call without answer") << QByteArray("call enableBacklight on --host p1 --host p2")
-                                         << QByteArray("p1  done\np2  done\n") << 0;
+    QTest::newRow("call without answer")
+        << QByteArray("call enableBacklight on --host p1 --host p2")
+        << QByteArray("p1  done\np2  done\n") << 0;
     QTest::newRow("twice the same") << QByteArray("call getError --host p1 --host p2 --host p1")
                                     << QByteArray("p1  1\np2  2\n") << 0;
     QTest::newRow("unreachable") << QByteArray("call getError --host p1 --host down --host p2")
-                                 << QByteArray("p1    1\n") + down + "p2    2\n" << 3;
-    QTest::newRow("hanging")
-        << QByteArray("call getError --timeout 1000 --host hang --host p1 --host down")
-        << QByteArray("hang  hang was not reached within 1000 ms\np1    1\n") + down << 6;
+                                 << QByteArray("p1    1\n") + down + "p2    2\n"
+                                 << 3;
+    QTest::newRow("hanging") << QByteArray(
+        "call getError --timeout 1000 --host hang --host p1 --host down")
+                             << QByteArray("hang  hang was not reached within 1000 ms\np1    1\n")
+            + down << 6;
     QTest::newRow("daemon refuses")
         << QByteArray("call dac0 --host p1 --host down --host p2")
         << QByteArray("p1    (m4 answered org.example.Cold: too cold)\n") + down
-            + "p2    (m4 answered org.example.Cold: too cold)\n" << 5;
+            + "p2    (m4 answered org.example.Cold: too cold)\n"
+        << 5;
     QTest::newRow("status")
         << QByteArray("status --host p1 --host down")
-        << QByteArray("p1    ioexpd=present m4=present supplyd=present qmlBatteryStatus=87 "
-                      "qmlPrintEngineAlertCode=0 qmlPrintEngineErrorCode=1 "
-                      "qmlRibbonColorRGBs=[\"#00aeef\",\"#000000\"] qmlRibbonPercent=0 "
-                      "qmlSupplyColorRGB=\"#ffffff\" qmlSupplyPercent=62.5 qmlSupplySKU=\"S-100\"\n")
-            + down << 3;
+        << QByteArray(
+               "p1    ioexpd=present m4=present supplyd=present qmlBatteryStatus=87 "
+               "qmlPrintEngineAlertCode=0 qmlPrintEngineErrorCode=1 "
+               "qmlRibbonColorRGBs=[\"#00aeef\",\"#000000\"] qmlRibbonPercent=0 "
+               "qmlSupplyColorRGB=\"#ffffff\" qmlSupplyPercent=62.5 qmlSupplySKU=\"S-100\"\n")
+            + down
+        << 3;
 }
 
 void tst_CtlRemote::fleetInRows()
@@ -529,7 +541,8 @@ void tst_CtlRemote::fleetInRows()
     for (const char *host : { "p1", "p2" }) {
         const QByteArray error = QByteArray("(") + host[1] + ",)";
         start(QString::fromLatin1(host), error)
-            .peer().answerError("dac0", "org.example.Cold", "too cold");
+            .peer()
+            .answerError("dac0", "org.example.Cold", "too cold");
     }
     QScopedPointer<Ctl> ctl(ask(words(command.constData())));
     QCOMPARE(ctl->out(), rows);
@@ -539,29 +552,31 @@ void tst_CtlRemote::fleetInRows()
 
 void tst_CtlRemote::fleetChecksDescriptions()
 {
-    const QByteArray whole = content(QStringLiteral(HNIPC_INTERFACES_DIR "/local.IHNIPCIOEXPD.xml"));
+    const QByteArray whole = content(
+        QStringLiteral(HNIPC_INTERFACES_DIR "/local.IHNIPCIOEXPD.xml"));
     const QByteArray backlight = "name=\"enableBacklight\"";
     QVERIFY(whole.contains(backlight));
     start(QStringLiteral("p1")).peer().setIntrospection(whole);
-    start(QStringLiteral("p2")).peer().setIntrospection(
-        QByteArray(whole).replace(backlight, "name=\"enable&#x9b;\""));
+    start(QStringLiteral("p2"))
+        .peer()
+        .setIntrospection(QByteArray(whole).replace(backlight, "name=\"enable&#x9b;\""));
     start(QStringLiteral("p4")).peer().setIntrospection("<node><interface name='a.%2'/></node>");
     start(QStringLiteral("p3"));
 
     QScopedPointer<Ctl> check(
         ask(words("introspect ioexpd --check --host p1 --host p2 --host p3 --host down")));
-    QCOMPARE(check->out(), QByteArray(
-        "p1    as described\n"
-        "p2    enableBacklight(b) is missing; enable\\u009b(b) is not described\n"
-        "p3    ioexpd answered org.freedesktop.DBus.Error.UnknownMethod: no such method\n"
-        "down  ssh: connect to host down port 22: No route to host\n"));
+    QCOMPARE(check->out(),
+             QByteArray(
+                 "p1    as described\n"
+                 "p2    enableBacklight(b) is missing; enable\\u009b(b) is not described\n"
+                 "p3    ioexpd answered org.freedesktop.DBus.Error.UnknownMethod: no such method\n"
+                 "down  ssh: connect to host down port 22: No route to host\n"));
     QCOMPARE(check->exitCode(), 5);
-    QScopedPointer<Ctl> introspect(
-        ask(words("introspect ioexpd --host p1 --host p4 --host down")));
-    QCOMPARE(introspect->out(), QByteArray(
-        "p1    local.IHNIPCIOEXPD: 6 methods, 3 signals\n"
-        "p4    a.%2: 0 methods, 0 signals\n"
-        "down  ssh: connect to host down port 22: No route to host\n"));
+    QScopedPointer<Ctl> introspect(ask(words("introspect ioexpd --host p1 --host p4 --host down")));
+    QCOMPARE(introspect->out(),
+             QByteArray("p1    local.IHNIPCIOEXPD: 6 methods, 3 signals\n"
+                        "p4    a.%2: 0 methods, 0 signals\n"
+                        "down  ssh: connect to host down port 22: No route to host\n"));
     QCOMPARE(introspect->exitCode(), 3);
 }
 
@@ -604,14 +619,14 @@ void tst_CtlRemote::fleetTellsTheReason()
     // Nor where the printer was reached.
     start(QStringLiteral("p1")).peer().answerError("getError", "org.example.Cold", "too cold");
     QScopedPointer<Ctl> reached(ask(words("call getError --host bannerp1 --host p1")));
-    QCOMPARE(reached->out(), QByteArray("bannerp1  (m4 answered org.example.Cold: too cold)\n"
-                                        "p1        (m4 answered org.example.Cold: too cold)\n"));
+    QCOMPARE(reached->out(),
+             QByteArray("bannerp1  (m4 answered org.example.Cold: too cold)\n"
+                        "p1        (m4 answered org.example.Cold: too cold)\n"));
 
     // An ssh that is not installed
     for (const char *program : { "/nonexistent/ssh", "no-such-ssh" }) {
         m_environment[QStringLiteral("HNIPCCTL_SSH")] = QString::fromLatin1(program);
-        const QByteArray error
-            = QByteArray("cannot run ") + program + ": there is no such program";
+        const QByteArray error = QByteArray("cannot run ") + program + ": there is no such program";
         QScopedPointer<Ctl> missing(ask(command));
         QCOMPARE(missing->out(), host + "  " + error + '\n');
         QCOMPARE(missing->exitCode(), 3);
@@ -651,10 +666,12 @@ void tst_CtlRemote::fleetWithUnusualNumbers()
 
 void tst_CtlRemote::fleetMarksSimulated()
 {
-    start(QStringLiteral("p1")).peer().setIntrospection(
-        "<node><interface name=\"org.hnipc.Simulator\"/></node>");
-    start(QStringLiteral("p2")).peer().setIntrospection(
-        "<node><interface name=\"org.hnipc.StandIn\"/></node>");
+    start(QStringLiteral("p1"))
+        .peer()
+        .setIntrospection("<node><interface name=\"org.hnipc.Simulator\"/></node>");
+    start(QStringLiteral("p2"))
+        .peer()
+        .setIntrospection("<node><interface name=\"org.hnipc.StandIn\"/></node>");
     start(QStringLiteral("p3"));
     QScopedPointer<Ctl> ctl(ask(words("status --host p1 --host p2 --host p3")));
     const QList<QByteArray> rows = lines(ctl->out());
@@ -663,20 +680,23 @@ void tst_CtlRemote::fleetMarksSimulated()
              rows.at(0));
     QVERIFY2(rows.at(1).startsWith("p2  ioexpd=stand-in m4=stand-in supplyd=stand-in qml"),
              rows.at(1));
-    QVERIFY2(rows.at(2).startsWith("p3  ioexpd=present m4=present supplyd=present qml"), rows.at(2));
+    QVERIFY2(rows.at(2).startsWith("p3  ioexpd=present m4=present supplyd=present qml"),
+             rows.at(2));
 }
 
 void tst_CtlRemote::fleetWithDeadline()
 {
     start(QStringLiteral("p1"));
     start(QStringLiteral("p2")).peer().answerError("setDac", "org.example.Cold", "too cold");
-    QScopedPointer<Ctl> ctl(ask(words("call setDac 5 --deadline 60000 --host p1 --host p2 --host down")));
-    QCOMPARE(ctl->out(), QByteArray(
-        "p1    answered: true\n"
-        "p2    refused: (m4 answered org.example.Cold: too cold)\n"
-        "down  ssh: connect to host down port 22: No route to host\n"));
+    QScopedPointer<Ctl> ctl(
+        ask(words("call setDac 5 --deadline 60000 --host p1 --host p2 --host down")));
+    QCOMPARE(ctl->out(),
+             QByteArray("p1    answered: true\n"
+                        "p2    refused: (m4 answered org.example.Cold: too cold)\n"
+                        "down  ssh: connect to host down port 22: No route to host\n"));
     QCOMPARE(ctl->exitCode(), 5);
-    QScopedPointer<Ctl> none(ask(words("call enableBacklight on --deadline 60000 --host p1 --host p2")));
+    QScopedPointer<Ctl> none(
+        ask(words("call enableBacklight on --deadline 60000 --host p1 --host p2")));
     QCOMPARE(none->out(), QByteArray("p1  answered\np2  answered\n"));
 }
 
@@ -696,11 +716,16 @@ void tst_CtlRemote::fleetInJson()
     QScopedPointer<Ctl> ctl(ask(words("--json call getError --host p1 --host down --host rude")));
     QMap<QString, QJsonObject> expected;
     expected[QStringLiteral("p1")] = QJsonDocument::fromJson(
-        "{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\",\"method\":\"getError()\"}}").object();
+                                         "{\"exit\":0,\"result\":{\"value\":1,\"daemon\":\"m4\","
+                                         "\"method\":\"getError()\"}}")
+                                         .object();
     expected[QStringLiteral("down")] = QJsonDocument::fromJson(
-        "{\"exit\":3,\"error\":\"ssh: connect to host down port 22: No route to host\"}").object();
+                                           "{\"exit\":3,\"error\":\"ssh: connect to host down port "
+                                           "22: No route to host\"}")
+                                           .object();
     expected[QStringLiteral("rude")] = QJsonDocument::fromJson(
-        "{\"exit\":3,\"error\":\"\xc3\xa4 \xef\xbf\xbd\\rf\"}").object();
+                                           "{\"exit\":3,\"error\":\"\xc3\xa4 \xef\xbf\xbd\\rf\"}")
+                                           .object();
     QVERIFY2(byHost(ctl->out()) == expected, ctl->out());
     QCOMPARE(lines(ctl->out()).size(), 3);
     QCOMPARE(ctl->exitCode(), 3);
@@ -711,8 +736,9 @@ void tst_CtlRemote::fleetInJsonInterrupted()
 {
     start(QStringLiteral("p1"), "(1,)");
     start(QStringLiteral("p2")).peer().ignore("getError");
-    QScopedPointer<Ctl> ctl(ask(words("--json call getError --timeout 1000000 --host hang --host p2 "
-                                      "--host p1 --host down")));
+    QScopedPointer<Ctl> ctl(
+        ask(words("--json call getError --timeout 1000000 --host hang --host p2 "
+                  "--host p1 --host down")));
     QVERIFY(ctl->prints("\"host\":\"p1\""));
     QVERIFY(ctl->prints("\"host\":\"down\""));
     QVERIFY(waitUntil([this]() { return !m_printers[1]->peer().calls().isEmpty(); }));
@@ -721,8 +747,9 @@ void tst_CtlRemote::fleetInJsonInterrupted()
     QCOMPARE(ctl->exitCode(), 130);
     const QMap<QString, QJsonObject> rows = byHost(ctl->out());
     QCOMPARE(rows.size(), 4);
-    QCOMPARE(rows[QStringLiteral("hang")],
-             QJsonDocument::fromJson("{\"exit\":130,\"error\":\"not asked: interrupted\"}").object());
+    QCOMPARE(
+        rows[QStringLiteral("hang")],
+        QJsonDocument::fromJson("{\"exit\":130,\"error\":\"not asked: interrupted\"}").object());
     QCOMPARE(rows[QStringLiteral("p2")],
              QJsonDocument::fromJson("{\"exit\":130,\"error\":\"interrupted before it replied\"}")
                  .object());
@@ -745,14 +772,18 @@ void tst_CtlRemote::monitorsAFleet()
         if (json) {
             const QMap<QString, QJsonObject> rows = byHost(ctl->out());
             QCOMPARE(rows.size(), 3);
-            QCOMPARE(rows[QStringLiteral("p1")].value(QLatin1String("arguments")).toObject()
-                         .value(QLatin1String("value")), QJsonValue(13));
+            QCOMPARE(rows[QStringLiteral("p1")]
+                         .value(QLatin1String("arguments"))
+                         .toObject()
+                         .value(QLatin1String("value")),
+                     QJsonValue(13));
             QCOMPARE(rows[QStringLiteral("p2")].value(QLatin1String("signal")),
                      QJsonValue(QStringLiteral("Error")));
         } else {
             const QList<QByteArray> rows = lines(ctl->out());
             QCOMPARE(rows.size(), 3);
-            QCOMPARE(rows.at(0), QByteArray("down  ssh: connect to host down port 22: No route to host"));
+            QCOMPARE(rows.at(0),
+                     QByteArray("down  ssh: connect to host down port 22: No route to host"));
             QVERIFY2(rows.at(1).startsWith("p2    ") && rows.at(1).endsWith("Error value=12"),
                      rows.at(1));
             QVERIFY2(rows.at(2).startsWith("p1    ") && rows.at(2).endsWith("Error value=13"),
@@ -783,15 +814,21 @@ void tst_CtlRemote::batchesForAFleet()
             for (const QByteArray &row : rows) {
                 first += row.startsWith("p1") ? QList<QByteArray> { row } : QList<QByteArray>();
             }
-            QCOMPARE(first, (QList<QByteArray> {
-                "p1    1", "p1    error: argument 1 (value) is not an unsigned number: \"x\" (0 to "
-                           "4294967295)", "p1    87" }));
+            QCOMPARE(first,
+                     (QList<QByteArray> {
+                         "p1    1",
+                         "p1    error: argument 1 (value) is not an unsigned number: \"x\" (0 to "
+                         "4294967295)",
+                         "p1    87" }));
             QVERIFY(rows.contains("p2    2"));
             QVERIFY(rows.contains("down  ssh: connect to host down port 22: No route to host"));
         }
-        QCOMPARE(int(std::count_if(rows.begin(), rows.end(), [](const QByteArray &row) {
-                     return row.contains("\"host\":\"p2\"") && row.contains("\"line\":");
-                 })), json ? 3 : 0);
+        QCOMPARE(int(std::count_if(rows.begin(), rows.end(),
+                                   [](const QByteArray &row) {
+                                       return row.contains("\"host\":\"p2\"")
+                                           && row.contains("\"line\":");
+                                   })),
+                 json ? 3 : 0);
     }
     QCOMPARE(content(path(QStringLiteral("logins"))).count("p1\n"), 2);
 }
@@ -808,8 +845,8 @@ void tst_CtlRemote::fleetFromFile()
     QCOMPARE(ctl->out(), QByteArray("p2          2\nservice@p1  1\n"));
     QCOMPARE(ctl->exitCode(), 0);
 
-    QScopedPointer<Ctl> both(ask(QStringList(command) << QStringLiteral("--host")
-                                                      << QStringLiteral("down")));
+    QScopedPointer<Ctl> both(
+        ask(QStringList(command) << QStringLiteral("--host") << QStringLiteral("down")));
     QCOMPARE(lines(both->out()).size(), 3);
     QVERIFY2(both->out().startsWith("down        ssh: "), both->out());
 
@@ -822,7 +859,8 @@ void tst_CtlRemote::fleetFromFile()
     QVERIFY(write(file, "p1"));
     QScopedPointer<Ctl> one(ask(command));
     QCOMPARE(one->out(), QByteArray("p1  1\n"));
-    QScopedPointer<Ctl> monitor(ask({ QStringLiteral("monitor"), QStringLiteral("--hosts"), file }));
+    QScopedPointer<Ctl> monitor(
+        ask({ QStringLiteral("monitor"), QStringLiteral("--hosts"), file }));
     QVERIFY(monitor->complains("listening"));
     monitor->interrupt();
     QCOMPARE(monitor->exitCode(), 130);
@@ -896,7 +934,8 @@ void tst_CtlRemote::interruptedFleet()
     }
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
-    QCOMPARE(ctl->out(), QByteArray("hang1  not asked: interrupted\nhang2  not asked: interrupted\n"));
+    QCOMPARE(ctl->out(),
+             QByteArray("hang1  not asked: interrupted\nhang2  not asked: interrupted\n"));
     for (const QByteArray &pid : pids) {
         QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
     }

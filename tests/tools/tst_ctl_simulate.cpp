@@ -21,10 +21,7 @@ QStringList simulate(const char *words)
         + QString::fromUtf8(words).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-QJsonObject object(const QByteArray &json)
-{
-    return QJsonDocument::fromJson(json).object();
-}
+QJsonObject object(const QByteArray &json) { return QJsonDocument::fromJson(json).object(); }
 
 void stopProcess(SimulatedDaemon *daemon, bool stop)
 {
@@ -75,10 +72,7 @@ void tst_CtlSimulate::init()
     }
 }
 
-void tst_CtlSimulate::cleanupTestCase()
-{
-    m_desk.reset();
-}
+void tst_CtlSimulate::cleanupTestCase() { m_desk.reset(); }
 
 void tst_CtlSimulate::acts_data()
 {
@@ -92,32 +86,38 @@ void tst_CtlSimulate::acts_data()
     QTest::newRow("press") << QByteArray("press help") << QByteArray("IOEXPD_HelpButton")
                            << QByteArray("()");
     QTest::newRow("load supply") << QByteArray("load supply LBL-100150-WH")
-        << QByteArray("SUPPLYD_SupplyChanged") << QByteArray("('LBL-100150-WH', 'labelprinter')");
+                                 << QByteArray("SUPPLYD_SupplyChanged")
+                                 << QByteArray("('LBL-100150-WH', 'labelprinter')");
     QTest::newRow("load ribbons") << QByteArray("load ribbons RIB-110-BK,RIB-110-CMY")
-        << QByteArray("SUPPLYD_RibbonChanged")
-        << QByteArray("(['RIB-110-BK', 'RIB-110-CMY'], 'labelprinter')");
+                                  << QByteArray("SUPPLYD_RibbonChanged")
+                                  << QByteArray("(['RIB-110-BK', 'RIB-110-CMY'], 'labelprinter')");
     QTest::newRow("load ribbon1") << QByteArray("load ribbon1 RIB-110-CMYK")
-        << QByteArray("SUPPLYD_RibbonChanged")
-        << QByteArray("(['RIB-110-CMYK', 'RIB-110-CMY'], 'labelprinter')");
+                                  << QByteArray("SUPPLYD_RibbonChanged")
+                                  << QByteArray(
+                                         "(['RIB-110-CMYK', 'RIB-110-CMY'], 'labelprinter')");
     QTest::newRow("load ribbon2") << QByteArray("load ribbon2 RIB-110-BK")
-        << QByteArray("SUPPLYD_RibbonChanged")
-        << QByteArray("(['RIB-110-CMYK', 'RIB-110-BK'], 'labelprinter')");
+                                  << QByteArray("SUPPLYD_RibbonChanged")
+                                  << QByteArray("(['RIB-110-CMYK', 'RIB-110-BK'], 'labelprinter')");
     QTest::newRow("print") << QByteArray("print 1") << QByteArray("M4_PrintQueueComplete")
                            << QByteArray("(1,)");
     QTest::newRow("emit number") << QByteArray("emit M4Dac0 77") << QByteArray("M4_M4Dac0")
                                  << QByteArray("(uint32 77,)");
-    QTest::newRow("emit negative number") << QByteArray("emit Error -3") << QByteArray("M4_Error")
-                                          << QByteArray("(-3,)");
+    QTest::newRow("emit negative number")
+        << QByteArray("emit Error -3") << QByteArray("M4_Error") << QByteArray("(-3,)");
     QTest::newRow("emit text") << QByteArray("emit SupplyRGBChanged 12")
                                << QByteArray("SUPPLYD_SupplyRGBChanged") << QByteArray("('12',)");
     QTest::newRow("emit list") << QByteArray("emit Ribbon2RGBsChanged #fff,#000")
-        << QByteArray("SUPPLYD_Ribbon2RGBsChanged") << QByteArray("(['#fff', '#000'],)");
-    QTest::newRow("emit real number") << QByteArray("emit SupplyPercentChanged 12.5")
+                               << QByteArray("SUPPLYD_Ribbon2RGBsChanged")
+                               << QByteArray("(['#fff', '#000'],)");
+    QTest::newRow("emit real number")
+        << QByteArray("emit SupplyPercentChanged 12.5")
         << QByteArray("SUPPLYD_SupplyPercentChanged") << QByteArray("(12.5,)");
     QTest::newRow("emit several") << QByteArray("emit SupplyChanged a b")
-        << QByteArray("SUPPLYD_SupplyChanged") << QByteArray("('a', 'b')");
+                                  << QByteArray("SUPPLYD_SupplyChanged")
+                                  << QByteArray("('a', 'b')");
     QTest::newRow("emit nothing") << QByteArray("emit CloseApplicationSignal")
-        << QByteArray("SUPPLYD_CloseApplicationSignal") << QByteArray("()");
+                                  << QByteArray("SUPPLYD_CloseApplicationSignal")
+                                  << QByteArray("()");
     QTest::newRow("flood") << QByteArray("flood M4BMark 3") << QByteArray("M4_M4BMark")
                            << QByteArray("(uint32 2,)");
 }
@@ -184,20 +184,23 @@ void tst_CtlSimulate::printsNames()
 
 void tst_CtlSimulate::listsAndEndsFaults()
 {
-    for (const char *act : { "fault getError delay 3", "fault getAlert error org.example.No",
-                             "fault supplyId never", "fault supplyWidth wrongtype", "malform long" }) {
+    for (const char *act :
+         { "fault getError delay 3", "fault getAlert error org.example.No", "fault supplyId never",
+           "fault supplyWidth wrongtype", "malform long" }) {
         QCOMPARE(Ctl(simulate(act)).exitCode(), 0);
     }
     QCOMPARE(Ctl({ "simulate", "fault", "getBatteryStatus", "error", "org.example.No", "a text" })
-                 .exitCode(), 0);
+                 .exitCode(),
+             0);
     Ctl faults(simulate("faults"));
     QCOMPARE(faults.exitCode(), 0);
-    QCOMPARE(faults.out(), QByteArray("m4       getAlert error org.example.No simulated\n"
-                                      "m4       getBatteryStatus error org.example.No a text\n"
-                                      "m4       getError delay 3\n"
-                                      "supplyd  supplyId never\n"
-                                      "supplyd  supplyWidth wrongtype\n"
-                                      "supplyd  malform long\n"));
+    QCOMPARE(faults.out(),
+             QByteArray("m4       getAlert error org.example.No simulated\n"
+                        "m4       getBatteryStatus error org.example.No a text\n"
+                        "m4       getError delay 3\n"
+                        "supplyd  supplyId never\n"
+                        "supplyd  supplyWidth wrongtype\n"
+                        "supplyd  malform long\n"));
     QCOMPARE(m_desk->ask("m4", "getBatteryStatus"), QByteArray("org.example.No: ('a text',)"));
     QCOMPARE(Ctl(simulate("fault getError none")).exitCode(), 0);
     QCOMPARE(m_desk->act("m4", "faults").count("getError"), 0);
@@ -248,7 +251,8 @@ void tst_CtlSimulate::refuses_data()
     row("set printerLid maybe", 8, "argument 2 (value) is not true or false: \"maybe\"");
     row("set supplyPercent half", 8, "argument 2 (value) is not a number: \"half\"");
     row("press stop", 8, "argument 1 (button) is not one of print, help, cancel: \"stop\"");
-    row("print many", 8, "argument 1 (labels) is not an unsigned number: \"many\" (0 to 4294967295)");
+    row("print many", 8,
+        "argument 1 (labels) is not an unsigned number: \"many\" (0 to 4294967295)");
     row("emit Error x", 8,
         "argument 2 (value) is not a signed number: \"x\" (-2147483648 to 2147483647)");
     row("flood Error -1", 8,
@@ -285,8 +289,7 @@ void tst_CtlSimulate::json()
     QCOMPARE(object(set.out()),
              object(R"({ "act": "set", "daemons": { "m4": { "value": null } } })"));
     Ctl get(simulate("--json get gap"));
-    QCOMPARE(object(get.out()),
-             object(R"({ "act": "get", "daemons": { "m4": { "value": 5 } } })"));
+    QCOMPARE(object(get.out()), object(R"({ "act": "get", "daemons": { "m4": { "value": 5 } } })"));
     Ctl faults(simulate("--json faults"));
     QCOMPARE(object(faults.out()),
              object(R"({ "act": "faults", "daemons": { "ioexpd": { "value": [] },
@@ -342,8 +345,8 @@ void tst_CtlSimulate::helpNamesEveryAct()
 {
     Ctl help({ "simulate", "--help" });
     QCOMPARE(help.exitCode(), 0);
-    for (const char *act : { "set", "get", "names", "press", "load", "print", "emit", "flood", "fault",
-                             "malform", "faults", "reset" }) {
+    for (const char *act : { "set", "get", "names", "press", "load", "print", "emit", "flood",
+                             "fault", "malform", "faults", "reset" }) {
         QVERIFY2(help.out().contains(QByteArray("\n  ") + act + ' '), act);
     }
     // And no act is without: these are all that the daemons take.
@@ -361,15 +364,17 @@ void tst_CtlSimulate::hostileWords()
     peer.setIntrospection("<node><interface name=\"org.hnipc.Simulator\"/></node>");
     const QTemporaryDir directory;
     const QByteArray file = directory.filePath("made").toUtf8();
-    const QByteArray words = "(['$(touch " + file + ")', '$(touch$IFS" + file + ")', '`touch\\t" + file
-        + "`', '>" + file + "', 'a\\u001bb', 'LBL-1.5_x'],)";
+    const QByteArray words = "(['$(touch " + file + ")', '$(touch$IFS" + file + ")', '`touch\\t"
+        + file + "`', '>" + file + "', 'a\\u001bb', 'LBL-1.5_x'],)";
     peer.answer("names", words);
     peer.answer("supplySKUList", words);
     for (const char *typed : { "set", "get", "load supply" }) {
         QScopedPointer<Ctl> shell(Ctl::inShell(
-            QStringLiteral("eval \"$(hnipcctl completion bash)\"; COMP_WORDS=(hnipcctl simulate %1 ''); "
-                           "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _hnipcctl; "
-                           "printf '%s\\n' \"${COMPREPLY[@]}\" | uniq").arg(typed)));
+            QStringLiteral(
+                "eval \"$(hnipcctl completion bash)\"; COMP_WORDS=(hnipcctl simulate %1 ''); "
+                "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _hnipcctl; "
+                "printf '%s\\n' \"${COMPREPLY[@]}\" | uniq")
+                .arg(typed)));
         QCOMPARE(shell->out(), QByteArray("LBL-1.5_x\n"));
         QVERIFY(!QFile::exists(file));
     }
@@ -384,8 +389,9 @@ void tst_CtlSimulate::noSimulatedDaemon()
     for (const char *act : { "set printerLid true", "names", "reset", "fault * never" }) {
         Ctl ctl(simulate(act));
         QCOMPARE(ctl.exitCode(), 4);
-        QCOMPARE(ctl.err(), QByteArray("hnipcctl: no simulated daemon is running; hnipc-sandbox starts "
-                                       "them\n"));
+        QCOMPARE(ctl.err(),
+                 QByteArray("hnipcctl: no simulated daemon is running; hnipc-sandbox starts "
+                            "them\n"));
     }
     Ctl print(simulate("print 3"));
     QCOMPARE(print.exitCode(), 4);
@@ -396,8 +402,8 @@ void tst_CtlSimulate::realDaemonIsNotTouched()
 {
     m_desk.reset();
     const FakeDaemons daemons;
-    for (const char *act : { "set printerLid true", "print 3", "names", "fault getError die",
-                             "emit Error 3" }) {
+    for (const char *act :
+         { "set printerLid true", "print 3", "names", "fault getError die", "emit Error 3" }) {
         Ctl ctl(simulate(act));
         QCOMPARE(ctl.exitCode(), 1);
         QVERIFY2(ctl.err().endsWith(" is not a simulated daemon\n"), ctl.err().constData());

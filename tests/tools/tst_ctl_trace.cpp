@@ -89,7 +89,8 @@ const char twoErrors[] = "local.IHNIPCM4.M4_Error (1,)\nlocal.IHNIPCM4.M4_Error 
 void listen(WirePeer *peer)
 {
     for (const auto &identity : identities) {
-        QVERIFY(peer->listen(QByteArray("type='signal',path='/',sender='") + identity.busName + "'"));
+        QVERIFY(
+            peer->listen(QByteArray("type='signal',path='/',sender='") + identity.busName + "'"));
     }
 }
 
@@ -163,7 +164,8 @@ private:
 
     static QStringList record(const QString &file, int count)
     {
-        return { QStringLiteral("record"), file, QStringLiteral("--count"), QString::number(count) };
+        return { QStringLiteral("record"), file, QStringLiteral("--count"),
+                 QString::number(count) };
     }
 
     // What daemons that are there meanwhile send, in a file.
@@ -181,7 +183,8 @@ private:
     // Two signals, a day and more between them.
     QString longTrace()
     {
-        return write("trace", header + eventLine("0", "m4", "Error", "i", "[1]")
+        return write("trace",
+                     header + eventLine("0", "m4", "Error", "i", "[1]")
                          + eventLine("100000", "m4", "Error", "i", "[2]"));
     }
 
@@ -230,8 +233,11 @@ void tst_CtlTrace::recordsTypes()
         before = at.toDouble();
     }
     const QDateTime recorded = QDateTime::fromString(
-        QJsonDocument::fromJson(ctl.out().split('\n').first()).object()
-            .value(QLatin1String("recorded")).toString(), Qt::ISODateWithMs);
+        QJsonDocument::fromJson(ctl.out().split('\n').first())
+            .object()
+            .value(QLatin1String("recorded"))
+            .toString(),
+        Qt::ISODateWithMs);
     QVERIFY(recorded >= start && recorded <= ready);
 }
 
@@ -247,10 +253,10 @@ void tst_CtlTrace::roundTrip_data()
     QTest::newRow("simulated supplyd")
         << QList<int> { SUPPLYD } << QStringList(QStringLiteral("supplyd"))
         << QByteArray("supplyd simulated");
-    QTest::newRow("some of each")
-        << QList<int> { IOEXPD, M4, SUPPLYD }
-        << (QStringList() << QStringLiteral("ioexpd") << QStringLiteral("m4"))
-        << QByteArray("ioexpd simulated, m4 simulated, supplyd stand-in");
+    QTest::newRow("some of each") << QList<int> { IOEXPD, M4, SUPPLYD }
+                                  << (QStringList()
+                                      << QStringLiteral("ioexpd") << QStringLiteral("m4"))
+                                  << QByteArray("ioexpd simulated, m4 simulated, supplyd stand-in");
 }
 
 void tst_CtlTrace::roundTrip()
@@ -275,8 +281,9 @@ void tst_CtlTrace::roundTrip()
     Ctl player(replay(file));
     QCOMPARE(player.exitCode(), 0);
     QCOMPARE(player.out(), QByteArray());
-    QCOMPARE(player.err(), "hnipcctl: replaying " + QByteArray::number(sent.size()) + " signals: "
-                               + players + '\n');
+    QCOMPARE(player.err(),
+             "hnipcctl: replaying " + QByteArray::number(sent.size()) + " signals: " + players
+                 + '\n');
     QCOMPARE(recorder.exitCode(), 0);
     listener.sync();
     QCOMPARE(heard(listener), inLines(sent));
@@ -287,8 +294,10 @@ void tst_CtlTrace::roundTrip()
 // JSON has no form for them.
 void tst_CtlTrace::unusualNumbers()
 {
+    // clang-format off
     const QByteArray numbers[] = { "inf", "-inf", "nan", "-0.0", "2.2250738585072014e-308",
                                    "1.7976931348623157e+308", "0.10000000000000001" };
+    // clang-format on
     QList<Sent> sent;
     for (const QByteArray &number : numbers) {
         sent += { SUPPLYD, "SUPPLYD_SupplyPercentChanged", '(' + number + ",)" };
@@ -305,30 +314,30 @@ void tst_CtlTrace::unusualNumbers()
 void tst_CtlTrace::keepsTime()
 {
     const QString file = longTrace();
-    const QString three = write("three", header + eventLine("0", "m4", "Error", "i", "[1]")
+    const QString three = write("three",
+                                header + eventLine("0", "m4", "Error", "i", "[1]")
                                     + eventLine("2", "m4", "Error", "i", "[2]")
                                     + eventLine("100000", "m4", "Error", "i", "[3]"));
     WirePeer listener;
     listen(&listener);
     // The second signal is hours away, the first time by the trace, the second time by the speed.
-    for (const QStringList &command : { QStringList { QStringLiteral("replay"), file },
-                                        replay(three, "0.0001") }) {
+    for (const QStringList &command :
+         { QStringList { QStringLiteral("replay"), file }, replay(three, "0.0001") }) {
         listener.clearSignals();
         Ctl slow(command);
         QVERIFY(waitUntil([&]() { return !heard(listener).isEmpty(); }));
         // It answers between signals: one that does not wait has sent the last long before.
         for (int i = 0; i < 50; ++i) {
-            const WireMessage answer
-                = listener.call("org.hnipc.m4", "/", "local.IHNIPCM4", "getError");
+            const WireMessage answer = listener.call("org.hnipc.m4", "/", "local.IHNIPCM4",
+                                                     "getError");
             QVERIFY2(answer.errorName.startsWith("org.freedesktop.DBus.Error.Unknown"),
                      answer.errorName);
         }
         QCOMPARE(heard(listener), QByteArray("local.IHNIPCM4.M4_Error (1,)\n"));
         slow.interrupt();
         QCOMPARE(slow.exitCode(), 130);
-        QVERIFY(waitUntil([&]() {
-            return listener.own("org.hnipc.m4") && listener.release("org.hnipc.m4");
-        }));
+        QVERIFY(waitUntil(
+            [&]() { return listener.own("org.hnipc.m4") && listener.release("org.hnipc.m4"); }));
     }
 
     for (const char *speed : { "1e9", "1000000.5", "max" }) {
@@ -370,8 +379,7 @@ void tst_CtlTrace::refusesRealDaemon_data()
 
     QTest::newRow("the one of the trace") << int(M4) << QStringList();
     QTest::newRow("another one") << int(IOEXPD) << QStringList();
-    QTest::newRow("beside a simulated one")
-        << int(SUPPLYD) << QStringList(QStringLiteral("m4"));
+    QTest::newRow("beside a simulated one") << int(SUPPLYD) << QStringList(QStringLiteral("m4"));
 }
 
 void tst_CtlTrace::refusesRealDaemon()
@@ -387,8 +395,10 @@ void tst_CtlTrace::refusesRealDaemon()
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
     Ctl ctl(replay(file));
     QCOMPARE(ctl.exitCode(), 1);
-    QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
-                                "nothing was sent"), ctl.err());
+    QVERIFY2(
+        ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+                           "nothing was sent"),
+        ctl.err());
     QVERIFY2(ctl.err().contains(QByteArray(identities[server].busName).mid(10) + " ("), ctl.err());
     listener.sync();
     QCOMPARE(heard(listener), QByteArray());
@@ -400,8 +410,9 @@ void tst_CtlTrace::refusesRealDaemon()
 // Its rules say that it is a printer's.
 void tst_CtlTrace::refusesABusWithRules()
 {
-    OtherBus bus(busConfiguration(*m_directory, "<deny send_destination='org.hnipc.m4' "
-                                                "send_interface='org.hnipc.Simulator'/>"));
+    OtherBus bus(busConfiguration(*m_directory,
+                                  "<deny send_destination='org.hnipc.m4' "
+                                  "send_interface='org.hnipc.Simulator'/>"));
     const QByteArray usual = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLatin1());
     WirePeer m4;
@@ -411,8 +422,10 @@ void tst_CtlTrace::refusesABusWithRules()
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
     Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
     QCOMPARE(ctl.exitCode(), 1);
-    QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
-                                "nothing was sent"), ctl.err());
+    QVERIFY2(
+        ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+                           "nothing was sent"),
+        ctl.err());
     QVERIFY(m4.calls().isEmpty());
 }
 
@@ -428,8 +441,10 @@ void tst_CtlTrace::refusesADaemonThatRepliesToAll()
         m4.answerAll(reply);
         Ctl ctl(replay(file));
         QCOMPARE(ctl.exitCode(), 1);
-        QVERIFY2(ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
-                                    "nothing was sent"), ctl.err());
+        QVERIFY2(ctl.err().contains(
+                     " is no simulated daemon: a trace is not replayed to a real printer; "
+                     "nothing was sent"),
+                 ctl.err());
     }
     for (const WireMessage &call : m4.calls()) {
         QCOMPARE(call.member, QByteArray("names"));
@@ -455,8 +470,7 @@ void tst_CtlTrace::stopsForARealDaemon()
             + ") is no simulated daemon: a trace is not replayed to a real printer; "
               "stopped after 1 signal";
         QVERIFY2(player.err().endsWith("hnipcctl: " + error + '\n'), player.err());
-        QCOMPARE(player.out(),
-                 json ? "{\"error\":\"" + error + "\",\"exit\":1}\n" : QByteArray());
+        QCOMPARE(player.out(), json ? "{\"error\":\"" + error + "\",\"exit\":1}\n" : QByteArray());
     }
 }
 
@@ -489,11 +503,16 @@ void tst_CtlTrace::statusTellsThemApart()
     QVERIFY2(rows.at(0).startsWith("ioexpd   present, :") && rows.at(0).endsWith(", simulated"),
              rows.at(0));
     QVERIFY2(rows.at(1).startsWith("m4       present, :")
-                 && rows.at(1).endsWith(", stand-in of replay"), rows.at(1));
+                 && rows.at(1).endsWith(", stand-in of replay"),
+             rows.at(1));
     const auto daemon = [](int number) {
-        return QJsonDocument::fromJson(Ctl({ QStringLiteral("--json"), QStringLiteral("status") })
-                                           .out()).object()
-            .value(QLatin1String("daemons")).toArray().at(number).toObject();
+        return QJsonDocument::fromJson(
+                   Ctl({ QStringLiteral("--json"), QStringLiteral("status") }).out())
+            .object()
+            .value(QLatin1String("daemons"))
+            .toArray()
+            .at(number)
+            .toObject();
     };
     QCOMPARE(daemon(0).value(QLatin1String("simulated")), QJsonValue(true));
     QVERIFY(!daemon(0).contains(QLatin1String("standIn")));
@@ -533,12 +552,14 @@ void tst_CtlTrace::refusedName()
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", usual);
     listen(&peer);
 
-    const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]")
+    const QString file = write("trace",
+                               header + eventLine("0", "m4", "Error", "i", "[1]")
                                    + eventLine("0", "supplyd", "SupplyPercentChanged", "d", "[1]"));
     Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
     QCOMPARE(ctl.exitCode(), 3);
-    QCOMPARE(ctl.err(), QByteArray("hnipcctl: the bus does not give this user the name "
-                                   "org.hnipc.supplyd; nothing was sent\n"));
+    QCOMPARE(ctl.err(),
+             QByteArray("hnipcctl: the bus does not give this user the name "
+                        "org.hnipc.supplyd; nothing was sent\n"));
     QVERIFY(peer.own("org.hnipc.m4")); // a fence, too: what was sent has come before the answer
     QCOMPARE(heard(peer), QByteArray());
 }
@@ -565,7 +586,8 @@ void tst_CtlTrace::recordsOtherForms()
              trace(header + eventLine("0", "m4", "Error", "sv", "[\"text\",\"5\"]")));
     Ctl player(replay(file));
     QCOMPARE(player.exitCode(), 8);
-    QCOMPARE(player.err(), "hnipcctl: " + file.toUtf8()
+    QCOMPARE(player.err(),
+             "hnipcctl: " + file.toUtf8()
                  + ":2: expected \"signature\" of Error to be \"i\", not \"sv\"\n");
 }
 
@@ -602,7 +624,8 @@ void tst_CtlTrace::refusesTraces_data()
           "\"at\" in seconds from 0, not -1");
     third("no time", eventLine("\"6\"", "m4", "Error", "i", "[1]"),
           "\"at\" in seconds from 0, not \"6\"");
-    third("endless time", eventLine("1e300", "m4", "Error", "i", "[1]"), "\"at\" in seconds from 0");
+    third("endless time", eventLine("1e300", "m4", "Error", "i", "[1]"),
+          "\"at\" in seconds from 0");
     third("daemon", eventLine("6", "m5", "Error", "i", "[1]"),
           "\"daemon\" to be one of ioexpd, m4, supplyd, not \"m5\"");
     third("signal", eventLine("6", "m4", "Eror", "i", "[1]"),
@@ -620,6 +643,7 @@ void tst_CtlTrace::refusesTraces_data()
     third("no list", eventLine("6", "m4", "Error", "i", "1"),
           "\"arguments\" to be a list of 1, not 1");
 
+    // clang-format off
     const struct { const char *signal; const char *type; const char *value; } wrong[] = {
         { "M4PrinterLid", "b", "1" },
         { "Error", "i", "2147483648" }, { "Error", "i", "-2147483649" }, { "Error", "i", "1.5" },
@@ -631,12 +655,15 @@ void tst_CtlTrace::refusesTraces_data()
         { "M4Version", "s", "\"\\ud800\"" },
         { "M4RibbonIDs", "as", "\"R1\"" }, { "M4RibbonIDs", "as", "[\"R1\",2]" },
     };
+    // clang-format on
     for (const auto &value : wrong) {
         const QByteArray name = QByteArray(value.signal) + ' ' + value.value;
         const QByteArray arguments = QByteArray("[") + value.value + ']';
-        third(name.constData(), eventLine("6", "m4", value.signal, value.type, arguments.constData()),
+        third(name.constData(),
+              eventLine("6", "m4", value.signal, value.type, arguments.constData()),
               ("argument 1 (value) of " + QByteArray(value.signal) + " to be of type \""
-               + value.type + "\", not ").constData());
+               + value.type + "\", not ")
+                  .constData());
     }
     third("real", eventLine("6", "supplyd", "SupplyPercentChanged", "d", "[\"half\"]"),
           "argument 1 (percentage) of SupplyPercentChanged to be of type \"d\", not \"half\"");
@@ -758,12 +785,11 @@ void tst_CtlTrace::fullDevice()
 void tst_CtlTrace::closedPipe()
 {
     FakeDaemons daemons;
-    QScopedPointer<Ctl> ctl(Ctl::inShell(
-        QStringLiteral("set -o pipefail; hnipcctl record - | head -n 1")));
+    QScopedPointer<Ctl> ctl(
+        Ctl::inShell(QStringLiteral("set -o pipefail; hnipcctl record - | head -n 1")));
     QVERIFY(ctl->prints("hnipc-trace"));
-    QVERIFY(waitUntil([&]() {
-        return daemons.emitSignal(M4, "M4_Error", "(1,)") && !ctl->isRunning();
-    }));
+    QVERIFY(waitUntil(
+        [&]() { return daemons.emitSignal(M4, "M4_Error", "(1,)") && !ctl->isRunning(); }));
     QCOMPARE(ctl->exitCode(), 0);
     QVERIFY2(!ctl->err().contains("write"), ctl->err());
 }

@@ -31,10 +31,7 @@ using namespace Expected;
 
 namespace {
 
-QString text(const char *words)
-{
-    return QString::fromUtf8(words);
-}
+QString text(const char *words) { return QString::fromUtf8(words); }
 
 QStringList words(const char *line)
 {
@@ -206,7 +203,8 @@ private:
     {
         auto result = std::make_unique<Ctl>(words("trace") + words(options), environment);
         return result->complains("tracing the calls of ioexpd, m4, supplyd; Ctrl-C ends\n")
-            ? std::move(result) : std::make_unique<Ctl>();
+            ? std::move(result)
+            : std::make_unique<Ctl>();
     }
 
     bool isHeld(int server, int number)
@@ -237,9 +235,11 @@ void tst_CtlTraffic::line()
     const auto ctl = trace("--count 1");
     call(M4, "forwardFeed", "(uint32 400,)");
     QCOMPARE(ctl->exitCode(), 0);
-    const QString form = QStringLiteral(
-        "^\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d {1,11}\\d+\\.\\d\\d ms [^ ]+ %1 +m4 {6}"
-        "forwardFeed steps=400 -> true\n$").arg(getpid());
+    const QString
+        form = QStringLiteral(
+                   "^\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d {1,11}\\d+\\.\\d\\d ms [^ ]+ %1 +m4 {6}"
+                   "forwardFeed steps=400 -> true\n$")
+                   .arg(getpid());
     QVERIFY2(QRegularExpression(form).match(QString::fromUtf8(ctl->out())).hasMatch(), ctl->out());
     QCOMPARE(ctl->err(),
              QByteArray("hnipcctl: tracing the calls of ioexpd, m4, supplyd; Ctrl-C ends\n"));
@@ -259,7 +259,8 @@ void tst_CtlTraffic::values_data()
                               << QByteArray(answer) << QByteArray(line);
     };
     row(IOEXPD, "printerSoftCancel", "()", "()", "ioexpd  printerSoftCancel -> replied");
-    row(IOEXPD, "enableAudioAmp", "(false,)", "()", "ioexpd  enableAudioAmp value=false -> replied");
+    row(IOEXPD, "enableAudioAmp", "(false,)", "()",
+        "ioexpd  enableAudioAmp value=false -> replied");
     row(M4, "dac0", "()", "(uint32 4294967295,)", "m4      dac0 -> 4294967295");
     row(M4, "getError", "()", "(-2147483648,)", "m4      getError -> -2147483648");
     row(M4, "ribbon1Verify", "()", "(uint64 18446744073709551615,)",
@@ -267,8 +268,7 @@ void tst_CtlTraffic::values_data()
     row(M4, "m4Version", "()", "('1.0',)", "m4      m4Version -> \"1.0\"");
     row(M4, "sendMCCMessage", "(1, 2, 'three')", "(true,)",
         "m4      sendMCCMessage type=1 definedMessage=2 value=\"three\" -> true");
-    row(SUPPLYD, "supplySupplyPercent", "()", "(62.5,)",
-        "supplyd supplySupplyPercent -> 62.5");
+    row(SUPPLYD, "supplySupplyPercent", "()", "(62.5,)", "supplyd supplySupplyPercent -> 62.5");
     row(SUPPLYD, "supplySKUList", "()", "(['A', ''],)", "supplyd supplySKUList -> [\"A\",\"\"]");
     row(SUPPLYD, "supplyBackgroundImage", "('A',)", "(@ay [0x00, 0x2a],)",
         "supplyd supplyBackgroundImage sku=\"A\" -> 2 bytes: 00 2a");
@@ -304,21 +304,20 @@ void tst_CtlTraffic::unknownForms_data()
     QTest::newRow("small numbers")
         << QByteArray("(byte 0xff, int16 -2, uint16 65535)") << QByteArray("255 -2 65535")
         << QByteArray("ynq") << QByteArray("[255,-2,65535]");
-    QTest::newRow("long numbers")
-        << QByteArray("(int64 -9223372036854775808, 0.5)")
-        << QByteArray("-9223372036854775808 0.5") << QByteArray("xd")
-        << QByteArray("[\"-9223372036854775808\",0.5]");
-    QTest::newRow("paths")
-        << QByteArray("(objectpath '/a', signature 'as', [objectpath '/b'])")
-        << QByteArray("\"/a\" \"as\" [\"/b\"]") << QByteArray("ogao")
-        << QByteArray("[\"/a\",\"as\",[\"/b\"]]");
-    QTest::newRow("structures")
-        << QByteArray("((1, ('two', [3.5])), <<true>>, @ai [])")
-        << QByteArray("[1,[\"two\",[3.5]]] true []") << QByteArray("(i(sad))vai")
-        << QByteArray("[[1,[\"two\",[3.5]]],true,[]]");
-    QTest::newRow("dictionaries")
-        << QByteArray("({uint32 5: {'a': [(1, true)]}},)") << QByteArray("{\"5\":{\"a\":[[1,true]]}}")
-        << QByteArray("a{ua{sa(ib)}}") << QByteArray("[{\"5\":{\"a\":[[1,true]]}}]");
+    QTest::newRow("long numbers") << QByteArray("(int64 -9223372036854775808, 0.5)")
+                                  << QByteArray("-9223372036854775808 0.5") << QByteArray("xd")
+                                  << QByteArray("[\"-9223372036854775808\",0.5]");
+    QTest::newRow("paths") << QByteArray("(objectpath '/a', signature 'as', [objectpath '/b'])")
+                           << QByteArray("\"/a\" \"as\" [\"/b\"]") << QByteArray("ogao")
+                           << QByteArray("[\"/a\",\"as\",[\"/b\"]]");
+    QTest::newRow("structures") << QByteArray("((1, ('two', [3.5])), <<true>>, @ai [])")
+                                << QByteArray("[1,[\"two\",[3.5]]] true []")
+                                << QByteArray("(i(sad))vai")
+                                << QByteArray("[[1,[\"two\",[3.5]]],true,[]]");
+    QTest::newRow("dictionaries") << QByteArray("({uint32 5: {'a': [(1, true)]}},)")
+                                  << QByteArray("{\"5\":{\"a\":[[1,true]]}}")
+                                  << QByteArray("a{ua{sa(ib)}}")
+                                  << QByteArray("[{\"5\":{\"a\":[[1,true]]}}]");
     QTest::newRow("bytes in a variant")
         << QByteArray("(<@ay [0x01, 0x02]>,)") << QByteArray("2 bytes: 01 02") << QByteArray("v")
         << QByteArray("[\"AQI=\"]");
@@ -340,7 +339,8 @@ void tst_CtlTraffic::unknownForms()
     const QJsonObject object = objects(asJson->out()).value(0);
     QCOMPARE(object.value(QLatin1String("signature")).toString().toLatin1(), signature);
     QCOMPARE(QJsonDocument(object.value(QLatin1String("arguments")).toArray())
-                 .toJson(QJsonDocument::Compact), json);
+                 .toJson(QJsonDocument::Compact),
+             json);
 }
 
 void tst_CtlTraffic::otherReply()
@@ -375,20 +375,22 @@ void tst_CtlTraffic::json()
     QList<QJsonObject> lines = objects(ctl->out());
     QCOMPARE(lines.size(), 3);
     for (QJsonObject &object : lines) {
-        const QDateTime time = QDateTime::fromString(
-            object.take(QLatin1String("time")).toString(), Qt::ISODateWithMs);
+        const QDateTime time = QDateTime::fromString(object.take(QLatin1String("time")).toString(),
+                                                     Qt::ISODateWithMs);
         QVERIFY(before.addMSecs(-1) <= time && time <= after);
         QVERIFY(object.take(QLatin1String("duration")).toDouble(-1) >= 0);
         const QJsonObject caller = object.take(QLatin1String("caller")).toObject();
         QCOMPARE(caller.value(QLatin1String("busName")).toString().toLatin1(), m_peer.uniqueName());
         QCOMPARE(caller.value(QLatin1String("pid")).toInt(), int(getpid()));
     }
-    QCOMPARE(compact(lines[0]), QByteArray("{\"arguments\":{\"steps\":400},\"daemon\":\"m4\","
-                                           "\"end\":\"reply\",\"method\":\"forwardFeed\","
-                                           "\"value\":true}"));
-    QCOMPARE(compact(lines[1]),
-             QByteArray("{\"arguments\":{},\"daemon\":\"m4\",\"end\":\"error\",\"error\":\"a label\","
-                        "\"errorName\":\"org.example.Jam\",\"method\":\"getError\"}"));
+    QCOMPARE(compact(lines[0]),
+             QByteArray("{\"arguments\":{\"steps\":400},\"daemon\":\"m4\","
+                        "\"end\":\"reply\",\"method\":\"forwardFeed\","
+                        "\"value\":true}"));
+    QCOMPARE(
+        compact(lines[1]),
+        QByteArray("{\"arguments\":{},\"daemon\":\"m4\",\"end\":\"error\",\"error\":\"a label\","
+                   "\"errorName\":\"org.example.Jam\",\"method\":\"getError\"}"));
     const QJsonObject record = lines[2].value(QLatin1String("value")).toObject();
     QCOMPARE(record.size(), 30);
     QCOMPARE(record.value(QLatin1String("text1")).toString(), text("a"));
@@ -416,8 +418,7 @@ void tst_CtlTraffic::longValues()
     const auto asText = trace("--count 1");
     const auto asJson = trace("--count 1 --json");
     call(M4, "m4Version");
-    QCOMPARE(essence(asText->out().trimmed()),
-             "m4      m4Version -> \"" + value.left(199) + "...");
+    QCOMPARE(essence(asText->out().trimmed()), "m4      m4Version -> \"" + value.left(199) + "...");
     QCOMPARE(objects(asJson->out()).value(0).value(QLatin1String("value")).toString().toLatin1(),
              value);
 }
@@ -440,12 +441,13 @@ void tst_CtlTraffic::callerNames()
     daemon(M4).answerHeld(0, "(0,)");
     QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
 
-    const QJsonObject caller
-        = objects(asJson->out()).value(1).value(QLatin1String("caller")).toObject();
+    const QJsonObject
+        caller = objects(asJson->out()).value(1).value(QLatin1String("caller")).toObject();
     QCOMPARE(caller.value(QLatin1String("program")).toString(), name);
     QCOMPARE(qint64(caller.value(QLatin1String("pid")).toDouble()), pid);
     QVERIFY2(asText->out().contains(" printer-status-of-the-hall\\u001b[31m<&> "
-                                    + QByteArray::number(pid) + " m4 "), asText->out());
+                                    + QByteArray::number(pid) + " m4 "),
+             asText->out());
 }
 
 // The bus no longer knows it.
@@ -456,13 +458,16 @@ void tst_CtlTraffic::callerGoneBefore()
     QDBusConnection bus = QDBusConnection::connectToBus(
         QString::fromLatin1(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")), text("gone"));
     const QByteArray caller = bus.baseService().toLatin1();
-    bus.send(QDBusMessage::createMethodCall(text("org.hnipc.m4"), text("/"),
-                                            text("local.IHNIPCM4"), text("getError")));
+    bus.send(QDBusMessage::createMethodCall(text("org.hnipc.m4"), text("/"), text("local.IHNIPCM4"),
+                                            text("getError")));
     bus = QDBusConnection(QString());
     QDBusConnection::disconnectFromBus(text("gone"));
     QVERIFY(waitUntil([&]() {
-        return m_peer.call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           "NameHasOwner", "('" + caller + "',)").body == "(false,)";
+        return m_peer
+                   .call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "NameHasOwner", "('" + caller + "',)")
+                   .body
+            == "(false,)";
     }));
     ctl->send(SIGCONT);
     QCOMPARE(ctl->exitCode(), 0);
@@ -478,8 +483,13 @@ void tst_CtlTraffic::daemonAsCaller()
     daemon(SUPPLYD).call("org.hnipc.m4", "/", "local.IHNIPCM4", "getError");
     QVERIFY2(asText->out().contains(" ms supplyd " + QByteArray::number(getpid()) + ' '),
              asText->out());
-    QCOMPARE(objects(asJson->out()).value(0).value(QLatin1String("caller")).toObject()
-                 .value(QLatin1String("daemon")).toString(), text("supplyd"));
+    QCOMPARE(objects(asJson->out())
+                 .value(0)
+                 .value(QLatin1String("caller"))
+                 .toObject()
+                 .value(QLatin1String("daemon"))
+                 .toString(),
+             text("supplyd"));
 }
 
 // ---- Calls and replies -------------------------------------------------------------------------
@@ -514,13 +524,15 @@ void tst_CtlTraffic::matchesReplies()
     for (const QJsonObject &line : lines) {
         found += compact({ { text("a"), line.value(QLatin1String("arguments")) },
                            { text("v"), line.value(QLatin1String("value")) } });
-        callers += line.value(QLatin1String("caller")).toObject().value(QLatin1String("busName"))
+        callers += line.value(QLatin1String("caller"))
+                       .toObject()
+                       .value(QLatin1String("busName"))
                        .toString();
     }
-    QCOMPARE(found, (QList<QByteArray> { "{\"a\":{\"printerName\":\"b\"},\"v\":\"of b\"}",
-                                         "{\"a\":{},\"v\":2}",
-                                         "{\"a\":{\"printerName\":\"a\"},\"v\":\"of a\"}",
-                                         "{\"a\":{},\"v\":1}" }));
+    QCOMPARE(found,
+             (QList<QByteArray> {
+                 "{\"a\":{\"printerName\":\"b\"},\"v\":\"of b\"}", "{\"a\":{},\"v\":2}",
+                 "{\"a\":{\"printerName\":\"a\"},\"v\":\"of a\"}", "{\"a\":{},\"v\":1}" }));
     QCOMPARE(callers.removeDuplicates(), 0);
     // The time is that of the call, so it runs backwards here.
     QVERIFY(lines.at(3).value(QLatin1String("time")).toString()
@@ -567,8 +579,8 @@ void tst_CtlTraffic::noReplyWanted()
     const auto asJson = trace("--count 1 --json");
     QDBusConnection bus = QDBusConnection::connectToBus(
         QString::fromLatin1(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")), text("sender"));
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        text("org.hnipc.m4"), text("/"), text("local.IHNIPCM4"), text("getError"));
+    QDBusMessage message = QDBusMessage::createMethodCall(text("org.hnipc.m4"), text("/"),
+                                                          text("local.IHNIPCM4"), text("getError"));
     bus.send(message);
     QCOMPARE(essence(asText->out().trimmed()), QByteArray("m4      getError -> no reply wanted"));
     const QJsonObject object = objects(asJson->out()).value(0);
@@ -670,8 +682,12 @@ void tst_CtlTraffic::beforeTheTrace()
     const QList<QJsonObject> lines = objects(others->out());
     QCOMPARE(lines.size(), 2);
     QCOMPARE(lines.at(0).value(QLatin1String("method")).toString(), text("getAlert"));
-    QCOMPARE(lines.at(1).value(QLatin1String("summary")).toObject().value(QLatin1String("older"))
-                 .toInt(), 1);
+    QCOMPARE(lines.at(1)
+                 .value(QLatin1String("summary"))
+                 .toObject()
+                 .value(QLatin1String("older"))
+                 .toInt(),
+             1);
 }
 
 // Calls of other programs, and the daemons' own calls and their replies, are not printed.
@@ -730,11 +746,16 @@ void tst_CtlTraffic::pattern()
     const QList<QJsonObject> lines = objects(ctl->out());
     for (const QJsonObject &line : lines) {
         found += line.contains(QLatin1String("method"))
-            ? line.value(QLatin1String("method")).toString().toLatin1() + ' ' : QByteArray();
+            ? line.value(QLatin1String("method")).toString().toLatin1() + ' '
+            : QByteArray();
     }
     QCOMPARE(found, methods);
-    QCOMPARE(lines.last().value(QLatin1String("summary")).toObject().value(QLatin1String("calls"))
-                 .toInt(), int(methods.count(' ')));
+    QCOMPARE(lines.last()
+                 .value(QLatin1String("summary"))
+                 .toObject()
+                 .value(QLatin1String("calls"))
+                 .toInt(),
+             int(methods.count(' ')));
 }
 
 void tst_CtlTraffic::unknownPattern_data()
@@ -778,8 +799,12 @@ void tst_CtlTraffic::slow()
     QCOMPARE(lines.at(0).value(QLatin1String("method")).toString(), text("getError"));
     QVERIFY(lines.at(0).value(QLatin1String("duration")).toDouble() >= 1000);
     // The summary has them all.
-    QCOMPARE(lines.at(1).value(QLatin1String("summary")).toObject().value(QLatin1String("calls"))
-                 .toInt(), 2);
+    QCOMPARE(lines.at(1)
+                 .value(QLatin1String("summary"))
+                 .toObject()
+                 .value(QLatin1String("calls"))
+                 .toInt(),
+             2);
 }
 
 void tst_CtlTraffic::count()
@@ -812,11 +837,14 @@ void tst_CtlTraffic::wrongUsage_data()
         "--slow is not a number of milliseconds from 1: \"fast\"");
     row("zero", words("--slow 0"), 2, "--slow is not a number of milliseconds from 1: \"0\"");
     row("no count", words("--count 0"), 2, "--count is not a number from 1: \"0\"");
+    // clang-format off
     row("no picture", { text("--picture="), }, 2, "--picture needs the name of a file, not \"\"");
+    // clang-format on
     row("output", words("--picture -"), 2, "--picture needs the name of a file, not \"-\"");
     row("force alone", words("--force"), 2, "--force is for --picture");
     row("two patterns", words("a b"), 2,
-        "usage: hnipcctl trace [--slow MS] [--count N] [--summary] [--picture FILE] [--force] [PATTERN]");
+        "usage: hnipcctl trace [--slow MS] [--count N] [--summary] [--picture FILE] [--force] "
+        "[PATTERN]");
     row("no directory", words("--picture /nonexistent/p.svg"), 1,
         "/nonexistent/p.svg: No such file or directory");
     row("two printers", words("--host a --host b"), 2,
@@ -852,22 +880,21 @@ void tst_CtlTraffic::ends()
     QFETCH(int, exitCode);
 
     daemon(M4).answer("getError", "(0,)");
-    const auto ctl
-        = trace(("--summary --picture " + path("p.svg").toUtf8()).constData());
+    const auto ctl = trace(("--summary --picture " + path("p.svg").toUtf8()).constData());
     call(M4, "getError");
     QVERIFY(ctl->prints("getError -> 0\n"));
     ctl->send(signal);
     QCOMPARE(ctl->exitCode(), exitCode);
     QVERIFY(ctl->out().contains("\n1 call in "));
-    QCOMPARE(Picture(content(path("p.svg"))).bars, words("call").replaceInStrings(
-        text("call"), text("call d1")));
+    QCOMPARE(Picture(content(path("p.svg"))).bars,
+             words("call").replaceInStrings(text("call"), text("call d1")));
 }
 
 void tst_CtlTraffic::busLost()
 {
     OtherBus bus(busConfiguration(*m_directory, ""));
-    Ctl ctl(words("trace --summary --address") << bus.address() << text("--picture")
-                                               << path("p.svg"));
+    Ctl ctl(words("trace --summary --address")
+            << bus.address() << text("--picture") << path("p.svg"));
     QVERIFY(ctl.complains("tracing"));
     bus.kill();
     QCOMPARE(ctl.exitCode(), 3);
@@ -881,17 +908,18 @@ void tst_CtlTraffic::noRight()
     OtherBus bus(busConfiguration(*m_directory,
                                   "<deny send_destination='org.freedesktop.DBus' "
                                   "send_interface='org.freedesktop.DBus.Monitoring'/>"));
-    const QByteArray message
-        = "no right to trace: the bus lets only root, and the user whom the bus itself runs as, see "
-          "the calls of others; try: sudo hnipcctl trace";
+    const QByteArray message = "no right to trace: the bus lets only root, and the user whom the "
+                               "bus itself runs as, see "
+                               "the calls of others; try: sudo hnipcctl trace";
     Ctl ctl(words("trace --address") << bus.address() << text("--picture") << path("p.svg"));
     QCOMPARE(ctl.exitCode(), 3);
     QCOMPARE(ctl.err(), "hnipcctl: " + message + '\n');
     QVERIFY(!QFile::exists(path("p.svg")));
     Ctl json(words("trace --json --address") << bus.address());
     QCOMPARE(json.exitCode(), 3);
-    QCOMPARE(objects(json.out()).value(0),
-             (QJsonObject { { text("error"), QString::fromLatin1(message) }, { text("exit"), 3 } }));
+    QCOMPARE(
+        objects(json.out()).value(0),
+        (QJsonObject { { text("error"), QString::fromLatin1(message) }, { text("exit"), 3 } }));
 }
 
 void tst_CtlTraffic::closedPipe()
@@ -978,20 +1006,23 @@ void tst_CtlTraffic::summaryText()
     QList<QByteArray> lines = ctl->out().split('\n');
     lines = lines.mid(2); // the calls
     QVERIFY2(QRegularExpression(text("^2 calls in \\d+\\.\\d s$"))
-                 .match(QString::fromLatin1(lines.value(1))).hasMatch(), lines.value(1));
+                 .match(QString::fromLatin1(lines.value(1)))
+                 .hasMatch(),
+             lines.value(1));
     QCOMPARE(lines.value(3).simplified(),
              QByteArray("METHOD calls median 95 % longest failed no reply"));
     QList<QByteArray> methods;
     for (const QByteArray &line : lines.mid(4, 2)) {
         methods += QString::fromLatin1(line.simplified())
-                       .replace(QRegularExpression(text("\\d+\\.\\d\\d ms")), text("T")).toLatin1();
+                       .replace(QRegularExpression(text("\\d+\\.\\d\\d ms")), text("T"))
+                       .toLatin1();
     }
     std::sort(methods.begin(), methods.end());
-    QCOMPARE(methods,
-             (QList<QByteArray> { "m4 getError 1 T T T 0 0", "m4 setAlert 1 T T T 1 0" }));
+    QCOMPARE(methods, (QList<QByteArray> { "m4 getError 1 T T T 0 0", "m4 setAlert 1 T T T 1 0" }));
     QCOMPARE(lines.value(7).simplified(), QByteArray("CALLER calls blocked at once"));
     QVERIFY2(QRegularExpression(QStringLiteral("^[^ ]+ %1 2 \\d+\\.\\d\\d ms 1$").arg(getpid()))
-                 .match(QString::fromLatin1(lines.value(8).simplified())).hasMatch(),
+                 .match(QString::fromLatin1(lines.value(8).simplified()))
+                 .hasMatch(),
              lines.value(8));
     // The columns stand under each other.
     QCOMPARE(lines.value(4).size(), lines.value(3).size());
@@ -1011,12 +1042,17 @@ void tst_CtlTraffic::summaryOfPending()
     QVERIFY(knowsCallers(ctl.get()));
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
-    const QJsonArray methods = objects(ctl->out()).last().value(QLatin1String("summary")).toObject()
-        .value(QLatin1String("methods")).toArray();
+    const QJsonArray methods = objects(ctl->out())
+                                   .last()
+                                   .value(QLatin1String("summary"))
+                                   .toObject()
+                                   .value(QLatin1String("methods"))
+                                   .toArray();
     QCOMPARE(methods.size(), 2);
-    const int place
-        = methods.at(0).toObject().value(QLatin1String("method")).toString() == text("getError")
-        ? 0 : 1;
+    const int place = methods.at(0).toObject().value(QLatin1String("method")).toString()
+            == text("getError")
+        ? 0
+        : 1;
     const QJsonObject method = methods.at(place).toObject();
     QCOMPARE(method.value(QLatin1String("calls")).toInt(), 2);
     QCOMPARE(method.value(QLatin1String("unanswered")).toInt(), 2);
@@ -1050,8 +1086,13 @@ void tst_CtlTraffic::blocked()
         sum += duration;
         longest = qMax(longest, duration);
     }
-    const QJsonObject only = lines.last().value(QLatin1String("summary")).toObject()
-        .value(QLatin1String("callers")).toArray().at(0).toObject();
+    const QJsonObject only = lines.last()
+                                 .value(QLatin1String("summary"))
+                                 .toObject()
+                                 .value(QLatin1String("callers"))
+                                 .toArray()
+                                 .at(0)
+                                 .toObject();
     QCOMPARE(only.value(QLatin1String("atOnce")).toInt(), 3);
     const double waited = only.value(QLatin1String("blocked")).toDouble();
     QVERIFY(waited >= longest);
@@ -1062,7 +1103,8 @@ void tst_CtlTraffic::blocked()
 void tst_CtlTraffic::manyCallers()
 {
     daemon(M4).hold("getError");
-    const auto ctl = trace(("--summary --count 41 --picture " + path("p.svg").toUtf8()).constData());
+    const auto ctl = trace(
+        ("--summary --count 41 --picture " + path("p.svg").toUtf8()).constData());
     std::vector<std::unique_ptr<Ctl>> callers;
     for (int i = 0; i < 40; ++i) {
         callers.push_back(caller("getError"));
@@ -1085,8 +1127,8 @@ void tst_CtlTraffic::keepsUp()
 {
     daemon(M4).answer("forwardFeed", "(true,)");
     const int total = 21000;
-    const auto ctl = trace(("--json --summary --count 21000 --picture "
-                            + path("p.svg").toUtf8()).constData());
+    const auto ctl = trace(
+        ("--json --summary --count 21000 --picture " + path("p.svg").toUtf8()).constData());
     QDBusConnection bus = QDBusConnection::connectToBus(
         QString::fromLatin1(qgetenv("DBUS_SYSTEM_BUS_ADDRESS")), text("flood"));
     for (int i = 0; i < total; ++i) {
@@ -1107,7 +1149,9 @@ void tst_CtlTraffic::keepsUp()
     QCOMPARE(lines.size(), total);
     QSet<int> steps;
     for (const QJsonObject &line : lines) {
-        steps += line.value(QLatin1String("arguments")).toObject().value(QLatin1String("steps"))
+        steps += line.value(QLatin1String("arguments"))
+                     .toObject()
+                     .value(QLatin1String("steps"))
                      .toInt();
     }
     QCOMPARE(int(steps.size()), total);
@@ -1151,8 +1195,7 @@ void tst_CtlTraffic::saysWhatIsLost()
     QVERIFY2(lost > 0, ctl->out());
     QCOMPARE(printed + lost, total);
     QVERIFY2(ctl->err().contains("hnipcctl: " + QByteArray::number(lost)
-                                 + (lost == 1 ? " call is" : " calls are")
-                                 + " not printed here\n"),
+                                 + (lost == 1 ? " call is" : " calls are") + " not printed here\n"),
              ctl->err());
 }
 
@@ -1180,15 +1223,17 @@ void tst_CtlTraffic::picture()
     QCOMPARE(picture.error, QString());
     QStringList bars = picture.bars;
     bars.sort();
-    QCOMPARE(bars, (QStringList { text("call d0"), text("call d0"), text("call d1"),
-                                  text("call d1 open"), text("call d2") }));
+    QCOMPARE(bars,
+             (QStringList { text("call d0"), text("call d0"), text("call d1"), text("call d1 open"),
+                            text("call d2") }));
     QCOMPARE(picture.failed, 1);
     QCOMPARE(picture.ticks, (QStringList { text("tick t1"), text("tick t2") }));
     const auto hasTitle = [&](const QString &form) {
         return !picture.titles.filter(QRegularExpression(form)).isEmpty();
     };
     QVERIFY(hasTitle(QStringLiteral("^m4 getError, \\d+\\.\\d\\d ms, [^ ]+ %1, "
-                                    "\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d$").arg(getpid())));
+                                    "\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d$")
+                         .arg(getpid())));
     QVERIFY(hasTitle(text("^supplyd supplySKUList, .*, error reply$")));
     QVERIFY(hasTitle(text("^m4 getAlert, .*, hnipcctl \\d+, .*, no reply until the trace ended$")));
     QVERIFY(hasTitle(text("^m4 M4_M4PrinterLid, \\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d$")));
@@ -1213,13 +1258,14 @@ void tst_CtlTraffic::keepsPicture()
     file.close();
     Ctl refused(words("trace --picture") << file.fileName());
     QCOMPARE(refused.exitCode(), 1);
-    QCOMPARE(refused.err(), "hnipcctl: " + file.fileName().toUtf8()
-                                + " is there already; --force overwrites it\n");
+    QCOMPARE(refused.err(),
+             "hnipcctl: " + file.fileName().toUtf8()
+                 + " is there already; --force overwrites it\n");
     QCOMPARE(content(file.fileName()), QByteArray(100000, 'x'));
 
     daemon(M4).answer("getError", "(0,)");
-    const auto forced
-        = trace(("--count 1 --force --picture " + file.fileName().toUtf8()).constData());
+    const auto forced = trace(
+        ("--count 1 --force --picture " + file.fileName().toUtf8()).constData());
     call(M4, "getError");
     QCOMPARE(forced->exitCode(), 0);
     const Picture picture(content(file.fileName()));

@@ -32,8 +32,8 @@ static const char head[] = "<node xmlns:doc=\"http://www.freedesktop.org/dbus/1.
 static std::optional<Interface> readShipped(const QString &name)
 {
     QString error;
-    const auto result = readInterfaceFile(
-        QStringLiteral(HNIPC_INTERFACES_DIR "/%1.xml").arg(name), &error);
+    const auto result = readInterfaceFile(QStringLiteral(HNIPC_INTERFACES_DIR "/%1.xml").arg(name),
+                                          &error);
     if (!result) {
         qWarning("%s", qPrintable(error));
     }
@@ -82,20 +82,23 @@ void tst_InterfaceFile::readsAMember_data()
     QTest::addColumn<QString>("out");
     const QString m4 = QStringLiteral("local.IHNIPCM4");
     const QString supplyd = QStringLiteral("local.IHNIPCSUPPLYD");
-    QTest::newRow("first") << m4 << 0 << "pulseM4MessageReceivedSignal"
-                           << QStringList { "value s" } << "b";
+    QTest::newRow("first") << m4 << 0 << "pulseM4MessageReceivedSignal" << QStringList { "value s" }
+                           << "b";
     QTest::newRow("no arguments") << m4 << 65 << "dac0" << QStringList() << "u";
-    QTest::newRow("overload with a number") << m4 << 89 << "sendMCCMessage"
-        << QStringList { "type i", "definedMessage i", "value t" } << "b";
-    QTest::newRow("overload without") << m4 << 90 << "sendMCCMessage"
-        << QStringList { "type i", "definedMessage i" } << "b";
-    QTest::newRow("overload with a text") << m4 << 91 << "sendMCCMessage"
-        << QStringList { "type i", "definedMessage i", "value s" } << "b";
+    QTest::newRow("overload with a number")
+        << m4 << 89 << "sendMCCMessage" << QStringList { "type i", "definedMessage i", "value t" }
+        << "b";
+    QTest::newRow("overload without")
+        << m4 << 90 << "sendMCCMessage" << QStringList { "type i", "definedMessage i" } << "b";
+    QTest::newRow("overload with a text")
+        << m4 << 91 << "sendMCCMessage" << QStringList { "type i", "definedMessage i", "value s" }
+        << "b";
     QTest::newRow("record") << supplyd << 28 << "supplyInformationBySKUs"
-        << QStringList { "supplySku s", "ribbonSkus as", "printerName s" }
-        << "(sasdisdisisisdiayddiiiddddasavavavavav)";
+                            << QStringList { "supplySku s", "ribbonSkus as", "printerName s" }
+                            << "(sasdisdisisisdiayddiiiddddasavavavavav)";
     QTest::newRow("no result") << supplyd << 47 << "supplyModuleReady"
-        << QStringList { "windowId i", "processId i", "applicationName s" } << "";
+                               << QStringList { "windowId i", "processId i", "applicationName s" }
+                               << "";
 }
 
 void tst_InterfaceFile::readsAMember()
@@ -144,34 +147,35 @@ void tst_InterfaceFile::refuses_data()
     const QByteArray doc = "<doc:doc><doc:summary>It.</doc:summary></doc:doc>\n";
     const QByteArray close = "</interface></node>\n";
     QTest::newRow("another root") << QByteArray("<nodes/>") << ":1: expected <node>, not <nodes>";
-    QTest::newRow("nothing in it") << QByteArray("<node>\n</node>")
-                                   << ":2: expected an <interface>";
+    QTest::newRow("nothing in it")
+        << QByteArray("<node>\n</node>") << ":2: expected an <interface>";
     QTest::newRow("two") << open + close.left(12) + "\n<interface name=\"a.c\"/></node>"
                          << ":4: expected one interface only";
-    QTest::newRow("interface name") << QByteArray(head) + "<interface name=\"ab\">" + close
-        << ":2: expected an interface name as the name of <interface>, not \"ab\"";
-    QTest::newRow("member name") << open + "<method name=\"1st\">" + doc + "</method>" + close
-        << ":3: expected a member name as the name of <method>, not \"1st\"";
+    QTest::newRow("interface name") << QByteArray(head) + "<interface name=\"ab\">"
+            + close << ":2: expected an interface name as the name of <interface>, not \"ab\"";
+    QTest::newRow("member name") << open + "<method name=\"1st\">" + doc + "</method>"
+            + close << ":3: expected a member name as the name of <method>, not \"1st\"";
     QTest::newRow("property") << open + "<property name=\"P\" type=\"s\"/>" + close
-        << ":3: expected <method>, <signal> or <doc:doc>, not <property>";
-    QTest::newRow("no documentation") << open + "<method name=\"m\">\n</method>" + close
-        << ":4: expected <doc:doc><doc:summary>...</doc:summary></doc:doc> in m";
-    QTest::newRow("direction")
-        << open + "<method name=\"m\">" + doc + "<arg name=\"x\" type=\"s\"/></method>" + close
-        << ":4: expected in or out as the direction of <arg>, not \"\"";
-    QTest::newRow("direction in a signal")
-        << open + "<signal name=\"m\">" + doc
-               + "<arg name=\"x\" type=\"s\" direction=\"in\"/></signal>" + close
-        << ":4: expected out as the direction of <arg>, not \"in\"";
+                              << ":3: expected <method>, <signal> or <doc:doc>, not <property>";
+    QTest::newRow("no documentation") << open + "<method name=\"m\">\n</method>"
+            + close << ":4: expected <doc:doc><doc:summary>...</doc:summary></doc:doc> in m";
+    QTest::newRow("direction") << open + "<method name=\"m\">" + doc
+            + "<arg name=\"x\" type=\"s\"/></method>"
+            + close << ":4: expected in or out as the direction of <arg>, not \"\"";
+    QTest::newRow("direction in a signal") << open + "<signal name=\"m\">" + doc
+            + "<arg name=\"x\" type=\"s\" direction=\"in\"/></signal>"
+            + close << ":4: expected out as the direction of <arg>, not \"in\"";
     for (const char *type : { "", "S", "ss", "a", "(s", "()", "a{vs}", "a{s}", "a{sv", "a{sss}" }) {
         QTest::newRow(QByteArray("type \"") + type + '"')
             << open + "<method name=\"m\">" + doc + "<arg name=\"x\" direction=\"in\" type=\""
-                   + type + "\"/></method>" + close
+                + type + "\"/></method>" + close
             << QStringLiteral(":4: expected one D-Bus type as the type of <arg>, not \"%1\"")
                    .arg(QLatin1String(type));
     }
-    QTest::newRow("what follows") << open + close + "<node/>" << ":4: ";
-    QTest::newRow("cut off") << open + "<method name=\"m\">\n" << ":4: ";
+    QTest::newRow("what follows") << open + close + "<node/>"
+                                  << ":4: ";
+    QTest::newRow("cut off") << open + "<method name=\"m\">\n"
+                             << ":4: ";
     QTest::newRow("not XML") << QByteArray("{ \"a\": 1 }") << ":1: ";
     QTest::newRow("empty") << QByteArray() << ":1: ";
 }

@@ -153,17 +153,13 @@ public:
         if (!open || !output().startsWith("address ")) {
             qFatal("no sandbox: %s", errors().constData());
         }
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS",
-                output().mid(8, output().indexOf('\n') - 8));
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", output().mid(8, output().indexOf('\n') - 8));
         m_peer.reset(new WirePeer);
     }
 
     WirePeer &peer() { return *m_peer; }
 
-    bool isThere(const QByteArray &daemon)
-    {
-        return askBus("NameHasOwner", daemon) == "(true,)";
-    }
+    bool isThere(const QByteArray &daemon) { return askBus("NameHasOwner", daemon) == "(true,)"; }
 
     QByteArray processOf(const QByteArray &daemon)
     {
@@ -179,8 +175,9 @@ public:
 private:
     QByteArray askBus(const QByteArray &member, const QByteArray &daemon)
     {
-        return m_peer->call("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                            "org.freedesktop.DBus", member, "('org.hnipc." + daemon + "',)")
+        return m_peer
+            ->call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", member,
+                   "('org.hnipc." + daemon + "',)")
             .body;
     }
 
@@ -274,9 +271,9 @@ QString tst_Sandbox::write(const QString &name, const QByteArray &content)
 
 QStringList tst_Sandbox::scenario(const QByteArray &acts)
 {
-    return { "--scenario", write("scenario.json",
-                                 "{ \"name\": \"n\", \"about\": \"a\", \"acts\": [\n" + acts
-                                     + "\n] }\n") };
+    return { "--scenario",
+             write("scenario.json",
+                   "{ \"name\": \"n\", \"about\": \"a\", \"acts\": [\n" + acts + "\n] }\n") };
 }
 
 // ---- The command ----
@@ -292,10 +289,11 @@ void tst_Sandbox::endsAsItsCommand_data()
     QTest::newRow("terminated") << inShell("kill -TERM $$") << 143 << QByteArray();
     QTest::newRow("killed") << inShell("kill -KILL $$") << 137 << QByteArray();
     QTest::newRow("without dashes") << QStringList { "sh", "-c", "exit 3" } << 3 << QByteArray();
-    QTest::newRow("not found") << QStringList { "--", "no-such-program" } << 127
-        << QByteArray("hnipc-sandbox: no-such-program: No such file or directory\n");
+    QTest::newRow("not found") << QStringList {
+        "--", "no-such-program"
+    } << 127 << QByteArray("hnipc-sandbox: no-such-program: No such file or directory\n");
     QTest::newRow("cannot run") << QStringList { "--", "/etc/passwd" } << 126
-        << QByteArray("hnipc-sandbox: /etc/passwd: Permission denied\n");
+                                << QByteArray("hnipc-sandbox: /etc/passwd: Permission denied\n");
 }
 
 void tst_Sandbox::endsAsItsCommand()
@@ -353,7 +351,8 @@ void tst_Sandbox::currentDirectoryIsNotInThePath()
     QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     const QStringList options = { "--daemons", "none", "--" };
 
-    Sandbox path("env", QStringList("-i") + variables + QStringList(sandboxProgram) + options
+    Sandbox path("env",
+                 QStringList("-i") + variables + QStringList(sandboxProgram) + options
                      + QStringList({ "/usr/bin/env" }));
     QCOMPARE(path.exitCode(), 0);
     const QList<QByteArray> lines = path.output().split('\n');
@@ -361,7 +360,8 @@ void tst_Sandbox::currentDirectoryIsNotInThePath()
 
     const QStringList inDirectory = { "-c", "cd \"$1\"; shift; exec env -i \"$@\"", "sh",
                                       m_directory.path() };
-    Sandbox here("sh", inDirectory + variables + QStringList(sandboxProgram) + options
+    Sandbox here("sh",
+                 inDirectory + variables + QStringList(sandboxProgram) + options
                      + QStringList({ "found-here" }));
     QCOMPARE(here.exitCode(), 127);
     QCOMPARE(here.output(), QByteArray());
@@ -401,8 +401,8 @@ void tst_Sandbox::clientWorksInside()
 
 void tst_Sandbox::sandboxInASandbox()
 {
-    Sandbox sandbox({ "--daemons", "m4", "--", sandboxProgram, "--daemons", "ioexpd", "--", "sh", "-c",
-                      "echo \"$HNIPC_SANDBOX\"; exec \"$0\" --names",
+    Sandbox sandbox({ "--daemons", "m4", "--", sandboxProgram, "--daemons", "ioexpd", "--", "sh",
+                      "-c", "echo \"$HNIPC_SANDBOX\"; exec \"$0\" --names",
                       QCoreApplication::applicationFilePath() });
     QCOMPARE(sandbox.exitCode(), 0);
     QCOMPARE(sandbox.output(), QByteArray("2\norg.hnipc.ioexpd\n"));
@@ -509,14 +509,15 @@ void tst_Sandbox::refuses_data()
                               << "hnipc-sandbox: Missing value after '--scenario'." + see;
     const QByteArray daemons = "hnipc-sandbox: --daemons takes none, or some of "
                                "ioexpd,m4,supplyd with commas between, not ";
-    QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" }
-                            << daemons + "\"printd\"\n";
+    QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" } << daemons + "\"printd\"\n";
     QTest::newRow("no daemon") << QStringList { "--daemons", "" } << daemons + "\"\"\n";
     QTest::newRow("none and one") << QStringList { "--daemons", "m4,none" }
                                   << daemons + "\"none\"\n";
-    QTest::newRow("no scenario") << QStringList { "--scenario", "/nowhere/day.json" }
-        << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
-    QTest::newRow("unknown scenario") << QStringList { "--scenario", "nosuch" }
+    QTest::newRow("no scenario") << QStringList {
+        "--scenario", "/nowhere/day.json"
+    } << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
+    QTest::newRow("unknown scenario")
+        << QStringList { "--scenario", "nosuch" }
         << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that "
                       "name; installed are "
                       "bad-day, ordinary-day\n");
@@ -541,9 +542,8 @@ void tst_Sandbox::refuses()
 
 void tst_Sandbox::refusesABrokenScenario()
 {
-    const QStringList options = scenario(
-        "{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
-        "{ \"at\": 1, \"daemon\": \"m5\", \"do\": \"reset\" }");
+    const QStringList options = scenario("{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
+                                         "{ \"at\": 1, \"daemon\": \"m5\", \"do\": \"reset\" }");
     Sandbox sandbox(inShell("echo run", options));
     QCOMPARE(sandbox.exitCode(), 125);
     const QByteArray where = "hnipc-sandbox: " + options.last().toLocal8Bit() + ":3: ";
@@ -614,9 +614,8 @@ void tst_Sandbox::playsAScenario()
         "{ \"at\": 0.02, \"do\": \"say\", \"text\": \"The lid is \xc3\xb6pen.\" }"));
     QVERIFY(sandbox.says("-- The lid is \xc3\xb6pen.\n"));
     QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
-    QVERIFY(waitUntil([&sandbox]() {
-        return sandbox.ask("supplyd", "supplySupplyPercent") == "(12.5,)";
-    }));
+    QVERIFY(waitUntil(
+        [&sandbox]() { return sandbox.ask("supplyd", "supplySupplyPercent") == "(12.5,)"; }));
     QCOMPARE(sandbox.errors(), QByteArray("-- The lid is \xc3\xb6pen.\n"));
     sandbox.process().closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
@@ -626,10 +625,11 @@ void tst_Sandbox::playsAScenario()
 // The lines of the scenario are left out, and what fails is not.
 void tst_Sandbox::quietScenario()
 {
-    OpenSandbox sandbox(QStringList { "--quiet" } + scenario(
-        "{ \"at\": 0, \"do\": \"say\", \"text\": \"The lid is open.\" },\n"
-        "{ \"at\": 0.01, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nosuch\", "
-        "\"value\": true }"));
+    OpenSandbox sandbox(
+        QStringList { "--quiet" }
+        + scenario("{ \"at\": 0, \"do\": \"say\", \"text\": \"The lid is open.\" },\n"
+                   "{ \"at\": 0.01, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nosuch\", "
+                   "\"value\": true }"));
     QVERIFY(sandbox.says("nosuch"));
     QVERIFY2(sandbox.errors().startsWith("hnipc-sandbox: "), sandbox.errors().constData());
     QCOMPARE(int(sandbox.errors().count('\n')), 1);
@@ -637,9 +637,8 @@ void tst_Sandbox::quietScenario()
 
 void tst_Sandbox::scenarioStopsADaemon()
 {
-    OpenSandbox sandbox(scenario(
-        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
-        "{ \"at\": 0.01, \"do\": \"say\", \"text\": \"Stopped.\" }"));
+    OpenSandbox sandbox(scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+                                 "{ \"at\": 0.01, \"do\": \"say\", \"text\": \"Stopped.\" }"));
     QVERIFY(sandbox.says("-- Stopped.\n"));
     QVERIFY(!sandbox.isThere("m4"));
     QVERIFY(sandbox.isThere("ioexpd"));
@@ -650,15 +649,15 @@ void tst_Sandbox::scenarioStopsADaemon()
 void tst_Sandbox::scenarioStartsADaemonAgain()
 {
     // It returns without the fault, and one that runs is not started twice.
-    OpenSandbox sandbox(scenario(
-        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"printerLid\", "
-        "\"kind\": \"error\", \"detail\": \"a.b no\" },\n"
-        "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
-        "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"start\" },\n"
-        "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
-        "\"value\": true },\n"
-        "{ \"at\": 0.2, \"daemon\": \"supplyd\", \"do\": \"start\" },\n"
-        "{ \"at\": 0.3, \"do\": \"say\", \"text\": \"Back.\" }"));
+    OpenSandbox sandbox(
+        scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"printerLid\", "
+                 "\"kind\": \"error\", \"detail\": \"a.b no\" },\n"
+                 "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+                 "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+                 "{ \"at\": 0.2, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
+                 "\"value\": true },\n"
+                 "{ \"at\": 0.2, \"daemon\": \"supplyd\", \"do\": \"start\" },\n"
+                 "{ \"at\": 0.3, \"do\": \"say\", \"text\": \"Back.\" }"));
     QVERIFY(sandbox.says("-- Back.\n"));
     QVERIFY(sandbox.isThere("m4"));
     QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
@@ -673,13 +672,13 @@ void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
     const QString program = m_directory.filePath("hnipc-sandbox");
     QVERIFY(QFile::copy(sandboxProgram, program));
     const QString daemon = write("hnipc-simulator",
-        "#!/bin/sh\n"
-        "trap 'seq 2000; printf \"that was all\"; exit 0' TERM\n"
-        "echo ready\n"
-        "while :; do sleep 0.05 >/dev/null 2>&1; done\n");
+                                 "#!/bin/sh\n"
+                                 "trap 'seq 2000; printf \"that was all\"; exit 0' TERM\n"
+                                 "echo ready\n"
+                                 "while :; do sleep 0.05 >/dev/null 2>&1; done\n");
     QVERIFY(QFile::setPermissions(daemon, QFile::ReadOwner | QFile::ExeOwner));
-    const QList<QPair<QString, QString>> variables
-        = { { "HNIPC_DATA_DIR", HNIPC_TOOLS_DIR "/../share/hnipc" } };
+    const QList<QPair<QString, QString>> variables = { { "HNIPC_DATA_DIR",
+                                                         HNIPC_TOOLS_DIR "/../share/hnipc" } };
 
     // Every start opens a pipe.
     const QByteArray restart = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
@@ -688,8 +687,10 @@ void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
     QList<int> pipes;
     QByteArray errors;
     for (const int times : { 1, 4 }) {
-        Sandbox sandbox(program, scenario(restart.repeated(times) + end)
-                            + QStringList { "--daemons", "m4", "--", "cat" }, variables);
+        Sandbox sandbox(program,
+                        scenario(restart.repeated(times) + end)
+                            + QStringList { "--daemons", "m4", "--", "cat" },
+                        variables);
         QVERIFY(sandbox.says("-- Done.\n"));
         const pid_t inner = childOf(pid_t(sandbox.process().processId()));
         const QDir directory(QStringLiteral("/proc/%1/fd").arg(inner));
@@ -762,7 +763,7 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
     QTest::newRow("command failed, too") << refused << "exit 7" << 125 << one + '7';
     QTest::newRow("command was killed") << refused << "kill -KILL $$" << 125 << one + "137";
     QTest::newRow("two") << refused + ",\n" + good + ",\n" + absent << "exit 0" << 125
-        << "hnipc-sandbox: 2 acts" + failed + '0';
+                         << "hnipc-sandbox: 2 acts" + failed + '0';
 }
 
 void tst_Sandbox::failedActDecidesTheExitCode()
@@ -772,8 +773,9 @@ void tst_Sandbox::failedActDecidesTheExitCode()
     QFETCH(int, exitCode);
     QFETCH(QByteArray, last);
     const QStringList options = scenario(
-        acts + ",\n{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"call\", \"method\": \"getError\" },\n"
-               "{ \"at\": 0.5, \"do\": \"say\", \"text\": \"End.\" }");
+        acts
+        + ",\n{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"call\", \"method\": \"getError\" },\n"
+          "{ \"at\": 0.5, \"do\": \"say\", \"text\": \"End.\" }");
     Sandbox sandbox(inShell("read line; " + command, options + QStringList { "--daemons", "m4" }));
     QVERIFY(sandbox.says("-- End.\n"));
     // All that is answered has been answered: the daemon serves one call after another.
@@ -816,11 +818,13 @@ void tst_Sandbox::deepValueReachesTheDaemon()
     const int most = 16;
     const QByteArray deep = QByteArray("{ \"a\": ").repeated(most) + '1'
         + QByteArray(" }").repeated(most);
-    OpenSandbox sandbox(scenario(
-        "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"emit\", \"signal\": \"Error\", "
-        "\"arguments\": [" + deep + "] },\n"
-        "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
-        "\"value\": true }"));
+    OpenSandbox sandbox(
+        scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"emit\", \"signal\": \"Error\", "
+                 "\"arguments\": ["
+                 + deep
+                 + "] },\n"
+                   "{ \"at\": 0.1, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"printerLid\", "
+                   "\"value\": true }"));
     QVERIFY(sandbox.says(":2: argument 1 of Error has to be a whole number\n"));
     QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
 }
@@ -888,28 +892,29 @@ void tst_Sandbox::shippedScenariosPlayToTheirEnd()
 
     QVERIFY(ordinary.says("-- The last order is done.\n"));
     QCOMPARE(complaints(ordinary.errors()), QByteArray());
-    QVERIFY(tells(story(ordinary.peer()),
-                  { "IOEXPD_PrintButton()", "M4_PrintQueueComplete(1,)",
-                    "M4_PrintQueueComplete(2,)", "M4_Alert(21,)", "M4_M4PrinterLid(true,)",
-                    "M4_Error(10,)",
-                    "SUPPLYD_RibbonChanged(['RIB-110-CMYK', 'RIB-110-BK'], 'labelprinter')",
-                    "M4_Alert(0,)", "M4_Error(0,)", "IOEXPD_HelpButton()",
-                    "M4_PrintQueueComplete(1,)" }));
+    QVERIFY(tells(
+        story(ordinary.peer()),
+        { "IOEXPD_PrintButton()", "M4_PrintQueueComplete(1,)", "M4_PrintQueueComplete(2,)",
+          "M4_Alert(21,)", "M4_M4PrinterLid(true,)", "M4_Error(10,)",
+          "SUPPLYD_RibbonChanged(['RIB-110-CMYK', 'RIB-110-BK'], 'labelprinter')", "M4_Alert(0,)",
+          "M4_Error(0,)", "IOEXPD_HelpButton()", "M4_PrintQueueComplete(1,)" }));
 
     QVERIFY(bad.says("-- It is over.\n"));
     QCOMPARE(complaints(bad.errors()), QByteArray("hnipc-sandbox: m4 exited with 1\n"));
     const QList<QByteArray> course = story(bad.peer());
-    QVERIFY(tells(course, { "M4_M4PrintDone()", "M4_Error(10,)", "M4_Error(0,)",
-                            "M4_M4PrintDone()", "M4_Error(22,)", "IOEXPD_CancelButton()",
-                            "M4_Error(0,)", "M4_M4PrintDone()", "M4 leaves", "M4 returns",
-                            "M4_M4SupplyID('LBL-100150-WH',)", "M4_PrintQueueComplete(1,)",
-                            "M4_Alert(1,)", "M4_M4PrintDone()", "M4_PrintQueueClear(0,)" }));
+    QVERIFY(tells(course,
+                  { "M4_M4PrintDone()", "M4_Error(10,)", "M4_Error(0,)", "M4_M4PrintDone()",
+                    "M4_Error(22,)", "IOEXPD_CancelButton()", "M4_Error(0,)", "M4_M4PrintDone()",
+                    "M4 leaves", "M4 returns", "M4_M4SupplyID('LBL-100150-WH',)",
+                    "M4_PrintQueueComplete(1,)", "M4_Alert(1,)", "M4_M4PrintDone()",
+                    "M4_PrintQueueClear(0,)" }));
     // The job did not go on while the lid was open, nor was it done before the daemon died.
     const auto opened = std::find(course.begin(), course.end(), "M4_Error(10,)");
     const auto closed = std::find(opened, course.end(), "M4_Error(0,)");
     QCOMPARE(int(std::count(opened, closed, "M4_M4PrintDone()")), 0);
     QCOMPARE(int(std::count(course.begin(), std::find(course.begin(), course.end(), "M4 leaves"),
-                            "M4_PrintQueueComplete(1,)")), 0);
+                            "M4_PrintQueueComplete(1,)")),
+             0);
     QCOMPARE(bad.ask("m4", "getError"), QByteArray("(0,)"));
     QCOMPARE(bad.ask("m4", "clearAllPrintJobs"), QByteArray("(false,)")); // none is left
 }
@@ -923,7 +928,8 @@ void tst_Sandbox::checksAScenario_data()
     };
     row("reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLidd', 'value': true",
         "no reading or switch is called \"printerLidd\"");
-    row("reading of another daemon", "'daemon': 'm4', 'do': 'set', 'name': 'supplyPercent', 'value': 5",
+    row("reading of another daemon",
+        "'daemon': 'm4', 'do': 'set', 'name': 'supplyPercent', 'value': 5",
         "no reading or switch is called \"supplyPercent\"");
     row("type of a reading", "'daemon': 'm4', 'do': 'set', 'name': 'printerLid', 'value': 1",
         "printerLid has to be true or false");
@@ -938,7 +944,8 @@ void tst_Sandbox::checksAScenario_data()
         "no signal is called \"Error\"");
     row("number of arguments", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error'",
         "Error takes 1 argument, not 0");
-    row("type of an argument", "'daemon': 'm4', 'do': 'emit', 'signal': 'Error', 'arguments': ['x']",
+    row("type of an argument",
+        "'daemon': 'm4', 'do': 'emit', 'signal': 'Error', 'arguments': ['x']",
         "argument 1 of Error has to be a whole number");
     row("flood", "'daemon': 'm4', 'do': 'flood', 'signal': 'Eror', 'count': 100000000",
         "no signal is called \"Eror\"");
@@ -957,7 +964,8 @@ void tst_Sandbox::checksAScenario_data()
         "forwardFeed takes arguments, and \"call\" has none");
     row("button", "'daemon': 'm4', 'do': 'press', 'button': 'print'",
         "\"press\" is for ioexpd, not m4");
-    row("job", "'daemon': 'supplyd', 'do': 'print', 'labels': 3", "\"print\" is for m4, not supplyd");
+    row("job", "'daemon': 'supplyd', 'do': 'print', 'labels': 3",
+        "\"print\" is for m4, not supplyd");
     row("rolls", "'daemon': 'm4', 'do': 'load', 'supplySku': '', 'ribbonSkus': []",
         "\"load\" is for supplyd, not m4");
     row("shape", "'daemon': 'ioexpd', 'do': 'malform', 'shape': 'long'",
@@ -970,10 +978,13 @@ void tst_Sandbox::checksAScenario()
 {
     QFETCH(QByteArray, act);
     QFETCH(QByteArray, mistake);
-    const QString file = scenario(
-        "{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
-        "{ \"at\": 1, " + act.replace('\'', '"') + " },\n"
-        "{ \"at\": 80000, \"daemon\": \"m4\", \"do\": \"print\", \"labels\": 1 }").last();
+    const QString
+        file = scenario("{ \"at\": 0, \"do\": \"say\", \"text\": \"Now.\" },\n"
+                        "{ \"at\": 1, "
+                        + act.replace('\'', '"')
+                        + " },\n"
+                          "{ \"at\": 80000, \"daemon\": \"m4\", \"do\": \"print\", \"labels\": 1 }")
+                   .last();
     Sandbox sandbox({ "--check", file });
     QCOMPARE(sandbox.exitCode(), 8);
     QCOMPARE(sandbox.errors(), "hnipc-sandbox: " + file.toLocal8Bit() + ":3: " + mistake + '\n');
@@ -984,18 +995,22 @@ void tst_Sandbox::checksAScenario()
 // In the order of time, and of daemons that are not running then.
 void tst_Sandbox::checkFindsAllMistakes()
 {
-    const QString file = scenario(
-        "{ \"at\": 9, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"no\", \"value\": 1 },\n"
-        "{ \"at\": 1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
-        "{ \"at\": 2, \"daemon\": \"m4\", \"do\": \"reset\" },\n"
-        "{ \"at\": 3, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
-        "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"start\" },\n"
-        "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"*\", \"kind\": \"die\" },\n"
-        "{ \"at\": 5, \"daemon\": \"ioexpd\", \"do\": \"press\", \"button\": \"help\" }").last();
+    const QString file =
+        scenario(
+            "{ \"at\": 9, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"no\", \"value\": 1 },\n"
+            "{ \"at\": 1, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+            "{ \"at\": 2, \"daemon\": \"m4\", \"do\": \"reset\" },\n"
+            "{ \"at\": 3, \"daemon\": \"m4\", \"do\": \"stop\" },\n"
+            "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+            "{ \"at\": 4, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"*\", \"kind\": "
+            "\"die\" },\n"
+            "{ \"at\": 5, \"daemon\": \"ioexpd\", \"do\": \"press\", \"button\": \"help\" }")
+            .last();
     const QByteArray where = "hnipc-sandbox: " + file.toLocal8Bit();
     Sandbox all({ "--check", file });
     QCOMPARE(all.exitCode(), 8);
-    QCOMPARE(all.errors(), where + ":4: m4 is not running at this time\n" + where
+    QCOMPARE(all.errors(),
+             where + ":4: m4 is not running at this time\n" + where
                  + ":5: m4 is not running at this time\n" + where
                  + ":2: no reading or switch is called \"no\"\n");
     Sandbox one({ "--daemons", "m4", "--check", file });
@@ -1012,11 +1027,13 @@ void tst_Sandbox::checkOfNoScenario_data()
                                "hnipc-sandbox --help.\n";
     QTest::newRow("command") << QStringList { "--check", "bad-day", "--", "echo", "run" } << 125
                              << nothing;
-    QTest::newRow("scenario") << QStringList { "--check", "bad-day", "--scenario", "bad-day" } << 125
-                              << nothing;
-    QTest::newRow("missing file") << QStringList { "--check", "/nowhere/day.json" } << 8
-        << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
-    QTest::newRow("unknown name") << QStringList { "--check", "nosuch" } << 8
+    QTest::newRow("scenario") << QStringList { "--check", "bad-day", "--scenario", "bad-day" }
+                              << 125 << nothing;
+    QTest::newRow("missing file") << QStringList {
+        "--check", "/nowhere/day.json"
+    } << 8 << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
+    QTest::newRow("unknown name")
+        << QStringList { "--check", "nosuch" } << 8
         << QByteArray("hnipc-sandbox: there is no file nosuch, and no installed scenario of that "
                       "name; installed are "
                       "bad-day, ordinary-day\n");
@@ -1039,7 +1056,8 @@ void tst_Sandbox::checkThatCannotBePrinted()
 {
     Sandbox sandbox("sh", { "-c", "exec \"$0\" --check bad-day >/dev/full", sandboxProgram });
     QCOMPARE(sandbox.exitCode(), 125);
-    QCOMPARE(sandbox.errors(), QByteArray("hnipc-sandbox: cannot write: No space left on device\n"));
+    QCOMPARE(sandbox.errors(),
+             QByteArray("hnipc-sandbox: cannot write: No space left on device\n"));
 }
 
 void tst_Sandbox::checkEndsOnASignal()
@@ -1057,9 +1075,10 @@ void tst_Sandbox::checkEndsOnASignal()
                  "echo \"$line\"; wait\n");
     daemon.close();
     QVERIFY(daemon.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
-    Sandbox sandbox(program,
-                    QStringList { "--daemons", "m4", "--check",
-                                  scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"reset\" }").last() });
+    Sandbox sandbox(
+        program,
+        QStringList { "--daemons", "m4", "--check",
+                      scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"reset\" }").last() });
     QVERIFY(sandbox.says("stopped\n"));
     QCOMPARE(kill(pid_t(sandbox.process().processId()), SIGTERM), 0);
     QCOMPARE(sandbox.exitCode(), 128 + SIGTERM);
@@ -1083,9 +1102,10 @@ void tst_Sandbox::shippedScenariosAndTheExampleAreRight()
         const int begin = int(page.indexOf("// A shift of acts\n"));
         QVERIFY(begin > 0);
         const QByteArray text = page.mid(begin, page.indexOf(".EE", begin) - begin)
-                                    .replace("\\-", "-").replace("\\(dq", "\"");
-        for (const char *act : { "set", "press", "load", "print", "emit", "flood", "fault", "malform",
-                                 "reset", "call", "say", "start", "stop" }) {
+                                    .replace("\\-", "-")
+                                    .replace("\\(dq", "\"");
+        for (const char *act : { "set", "press", "load", "print", "emit", "flood", "fault",
+                                 "malform", "reset", "call", "say", "start", "stop" }) {
             QVERIFY2(text.contains(QByteArray("\"do\": \"") + act + '"'), act);
         }
         file = write("example.json", text);
@@ -1136,9 +1156,10 @@ static Sandbox *onTerminal(const QString &command)
 
 void tst_Sandbox::keysAreForTheCommand()
 {
-    const std::unique_ptr<Sandbox> terminal(onTerminal(
-        sandboxProgram + " -- sh -c 'trap \"echo caught; exit 9\" INT; echo up;"
-                         " while :; do sleep 1000 & wait; done'"));
+    const std::unique_ptr<Sandbox> terminal(
+        onTerminal(sandboxProgram
+                   + " -- sh -c 'trap \"echo caught; exit 9\" INT; echo up;"
+                     " while :; do sleep 1000 & wait; done'"));
     QVERIFY(terminal->says("up"));
     terminal->process().write("\x03");
     QVERIFY(terminal->says("caught"));
@@ -1148,8 +1169,8 @@ void tst_Sandbox::keysAreForTheCommand()
 
 void tst_Sandbox::keyEndsTheCommand()
 {
-    const std::unique_ptr<Sandbox> terminal(onTerminal(
-        sandboxProgram + " -- sh -c 'echo up; exec sleep 1000'"));
+    const std::unique_ptr<Sandbox> terminal(
+        onTerminal(sandboxProgram + " -- sh -c 'echo up; exec sleep 1000'"));
     QVERIFY(terminal->says("up"));
     terminal->process().write("\x03");
     QCOMPARE(terminal->exitCode(), 130);
@@ -1158,8 +1179,8 @@ void tst_Sandbox::keyEndsTheCommand()
 
 void tst_Sandbox::shellWithoutACommand()
 {
-    const std::unique_ptr<Sandbox> terminal(onTerminal(
-        "env SHELL=/bin/bash " + sandboxProgram + " --daemons m4"));
+    const std::unique_ptr<Sandbox> terminal(
+        onTerminal("env SHELL=/bin/bash " + sandboxProgram + " --daemons m4"));
     QVERIFY(terminal->says("a shell with a system bus of its own"));
     terminal->process().write("set -m; sleep 1000\n");
     QVERIFY(waitUntil([&terminal]() {
@@ -1177,9 +1198,9 @@ void tst_Sandbox::shellWithoutACommand()
 
 static int printNames()
 {
-    QStringList names
-        = QDBusConnection::systemBus().interface()->registeredServiceNames().value()
-              .filter(QStringLiteral("org.hnipc."));
+    QStringList
+        names = QDBusConnection::systemBus().interface()->registeredServiceNames().value().filter(
+            QStringLiteral("org.hnipc."));
     names.sort();
     puts(qPrintable(names.join(QLatin1Char(' '))));
     return 0;

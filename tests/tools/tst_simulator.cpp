@@ -149,8 +149,8 @@ void tst_Simulator::readingIsAnnouncedAndQueried()
 
     Desk desk({ "m4" });
     QCOMPARE(desk.act("m4", "set", "('" + name + "', <" + value + ">)"), QByteArray("()"));
-    const QByteArray announced
-        = unit ? '(' + QByteArray::number(unit) + ", " + value + ')' : '(' + value + ",)";
+    const QByteArray announced = unit ? '(' + QByteArray::number(unit) + ", " + value + ')'
+                                      : '(' + value + ",)";
     QVERIFY(desk.hears(signal, wireText(announced)));
     QCOMPARE(desk.ask("m4", query), wireText('(' + value + ",)"));
     QCOMPARE(desk.act("m4", "get", "('" + name + "',)"), wireText("(<" + value + ">,)"));
@@ -246,9 +246,8 @@ void tst_Simulator::userSettingIsAnnouncedAgainOnRefresh()
     QCOMPARE(desk.ask("m4", "refreshSettings"), QByteArray("(true,)"));
     QVERIFY(desk.hears("M4_M4UserSetting", "(5, -3)"));
     QCOMPARE(desk.ask("m4", "dumpSettings"), QByteArray("(true,)"));
-    QVERIFY(waitUntil([&desk]() {
-        return desk.daemon("m4").output().contains("user setting 5: -3\n");
-    }));
+    QVERIFY(waitUntil(
+        [&desk]() { return desk.daemon("m4").output().contains("user setting 5: -3\n"); }));
 }
 
 void tst_Simulator::requestTakesAnnouncesAndLeavesANewReading_data()
@@ -948,8 +947,7 @@ void tst_Simulator::loadingIsAnnouncedByBothDaemons()
     QVERIFY(desk.hears("SUPPLYD_SupplyChanged", "('TAP-050-YE', 'labelprinter')"));
     QVERIFY(desk.hears("SUPPLYD_SupplyRGBChanged", "('#ffd500',)"));
     QVERIFY(desk.hears("SUPPLYD_SupplyPercentChanged", "(100.0,)"));
-    QVERIFY(desk.hears("SUPPLYD_RibbonChanged",
-                       "(['RIB-110-KR', 'RIB-060-BK'], 'labelprinter')"));
+    QVERIFY(desk.hears("SUPPLYD_RibbonChanged", "(['RIB-110-KR', 'RIB-060-BK'], 'labelprinter')"));
     QVERIFY(desk.hears("SUPPLYD_Ribbon1RGBsChanged", "(['#000000', '#c8102e'],)"));
     QVERIFY(desk.hears("SUPPLYD_Ribbon2RGBsChanged", "(['#000000'],)"));
     QVERIFY(desk.hears("SUPPLYD_Ribbon1PercentChanged", "(100.0,)"));
@@ -1019,9 +1017,8 @@ void tst_Simulator::tagBeforeThePrintEngineIsLoaded()
     desk.act("m4", "set", "('ribbonIDs', <['RIB-110-WH-RESIN']>)");
     QVERIFY(desk.hears("SUPPLYD_RibbonChanged", "(['RIB-110-WH-RESIN'], 'labelprinter')"));
     desk.act("m4", "set", "('supplyUID', <'E0040100FFFFFFFF'>)");
-    QVERIFY(waitUntil([&desk]() {
-        return desk.ask("supplyd", "supplySupplyUID") == "('E0040100FFFFFFFF',)";
-    }));
+    QVERIFY(waitUntil(
+        [&desk]() { return desk.ask("supplyd", "supplySupplyUID") == "('E0040100FFFFFFFF',)"; }));
     QCOMPARE(desk.ask("supplyd", "supplyId"), QByteArray("('TAP-100-RD',)"));
 }
 
@@ -1029,17 +1026,15 @@ void tst_Simulator::tagInAnEmptyPlaceIsNone()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("m4", "set", "('ribbon2UID', <'E004010000000022'>)");
-    QVERIFY(waitUntil([&desk]() {
-        return desk.ask("supplyd", "supplyRibbon2UID") == "('E004010000000022',)";
-    }));
+    QVERIFY(waitUntil(
+        [&desk]() { return desk.ask("supplyd", "supplyRibbon2UID") == "('E004010000000022',)"; }));
 
     desk.act("supplyd", "load", "('', ['RIB-110-BU'])");
     QVERIFY(desk.hears("M4_M4RibbonIDs", "(['RIB-110-BU'],)"));
     desk.act("m4", "set", "('ribbon2UID', <'E004010000000023'>)");
     desk.act("m4", "set", "('ribbon1UID', <'E004010000000011'>)");
-    QVERIFY(waitUntil([&desk]() {
-        return desk.ask("supplyd", "supplyRibbon1UID") == "('E004010000000011',)";
-    }));
+    QVERIFY(waitUntil(
+        [&desk]() { return desk.ask("supplyd", "supplyRibbon1UID") == "('E004010000000011',)"; }));
     QCOMPARE(desk.ask("supplyd", "supplyRibbon2UID"), QByteArray("('',)"));
 }
 
@@ -1137,9 +1132,9 @@ void tst_Simulator::catalogueIsServed()
         QVERIFY(printer.supplyRibbonPanels(sku) >= 1);
         for (int panel = 1; panel <= printer.supplyRibbonPanels(sku); ++panel) {
             const QString name = printer.supplyRibbonColorName(sku, panel);
-            QCOMPARE(printer.supplyRibbonColorHash().value(name).toString(),
-                     QString("#%1").arg(printer.supplyRibbonColorRGB(sku, panel), 6, 16,
-                                        QChar('0')));
+            QCOMPARE(
+                printer.supplyRibbonColorHash().value(name).toString(),
+                QString("#%1").arg(printer.supplyRibbonColorRGB(sku, panel), 6, 16, QChar('0')));
             QVERIFY(printer.supplyRibbonHeat(sku, panel, supplies.at(0)) > 0);
             QVERIFY(printer.supplyRibbonMaxSpeed(sku, panel, supplies.at(0)) > 0);
             QVERIFY(printer.supplyRibbonTension(sku, panel, supplies.at(0)) > 0);
@@ -1206,8 +1201,8 @@ void tst_Simulator::recordSaysWhatTheQueriesSay()
     }
 
     // The same from the catalogue alone, which knows nothing of what is loaded.
-    const SupplyInformation other
-        = printer.supplyInformationBySKUs("TAP-025-OR", QStringList("RIB-110-BK-RESIN"));
+    const SupplyInformation other = printer.supplyInformationBySKUs(
+        "TAP-025-OR", QStringList("RIB-110-BK-RESIN"));
     QCOMPARE(other.text1, QString("TAP-025-OR"));
     QCOMPARE(other.textList2, QStringList("Black"));
     QCOMPARE(other.real1, -1.0f);
@@ -1259,7 +1254,8 @@ void tst_Simulator::worldRefusesWhatCannotBe_data()
     {
         const char *daemon, *member, *body, *text;
     } rows[] = {
-        { "m4", "set", "('printerLidd', <true>)", "no reading or switch is called \"printerLidd\"" },
+        { "m4", "set", "('printerLidd', <true>)",
+          "no reading or switch is called \"printerLidd\"" },
         { "m4", "get", "('lid',)", "no reading or switch is called \"lid\"" },
         { "m4", "set", "('printerLid', <1>)", "printerLid has to be true or false" },
         { "m4", "set", "('dac0', <-1>)", "dac0 has to be a whole number from 0" },

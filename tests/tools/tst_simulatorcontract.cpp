@@ -35,8 +35,8 @@ void tst_SimulatorContract::objectIsAsDescribed_data()
     QTest::addColumn<QByteArray>("interface");
     for (const Identity &identity : identities) {
         const QByteArray daemon = QByteArray(identity.tag).toLower();
-        QTest::newRow(identity.interface) << daemon << QByteArray("/")
-                                          << QByteArray(identity.interface);
+        QTest::newRow(identity.interface)
+            << daemon << QByteArray("/") << QByteArray(identity.interface);
         QTest::newRow(QByteArray("the world of ") + daemon)
             << daemon << QByteArray("/simulator") << QByteArray("org.hnipc.Simulator");
     }

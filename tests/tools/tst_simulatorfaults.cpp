@@ -75,8 +75,8 @@ void tst_SimulatorFaults::missingAnswerHoldsUpNobodyElse()
 {
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('emitError', 'never', <''>)");
-    QDBusMessage call
-        = QDBusMessage::createMethodCall("org.hnipc.m4", "/", "local.IHNIPCM4", "emitError");
+    QDBusMessage call = QDBusMessage::createMethodCall("org.hnipc.m4", "/", "local.IHNIPCM4",
+                                                       "emitError");
     call << 5;
     const QDBusPendingCall pending = QDBusConnection::systemBus().asyncCall(call, 500);
     QCOMPARE(desk.ask("m4", "getAlert"), QByteArray("(0,)"));
@@ -120,8 +120,8 @@ void tst_SimulatorFaults::errorIsTheOneThatWasAskedFor()
     HNIPC printer;
     desk.act("m4", "set", "('error', <5>)");
     QCOMPARE(printer.getError(), 5);
-    for (const char *detail : { "<'org.example.Busy try later'>",
-                                "<['org.example.Busy', 'try later']>" }) {
+    for (const char *detail :
+         { "<'org.example.Busy try later'>", "<['org.example.Busy', 'try later']>" }) {
         desk.act("m4", "fault", QByteArray("('getError', 'error', ") + detail + ')');
         const WireMessage answer = desk.call("m4", "getError");
         QCOMPARE(answer.type, WireMessage::Error);
@@ -277,9 +277,8 @@ void tst_SimulatorFaults::floodArrivesCompleteAndInOrder()
     Desk desk({ "m4" });
     HNIPC printer;
     QList<int> received;
-    connect(&printer, &HNIPC::M4Dac0, this, [&received](quint32 value) {
-        received += static_cast<int>(value);
-    });
+    connect(&printer, &HNIPC::M4Dac0, this,
+            [&received](quint32 value) { received += static_cast<int>(value); });
     QCOMPARE(desk.act("m4", "flood", "('M4Dac0', uint32 20000)"), QByteArray("()"));
     QVERIFY(waitUntil([&received]() { return received.size() >= 20000; }));
     for (int i = 0; i < received.size(); ++i) {
@@ -321,9 +320,9 @@ void tst_SimulatorFaults::floodArrivesWholeAndStopsNoCall()
     QCOMPARE(flooded, count);
     QCOMPARE(int(answers.size()), 1);
     // A portion is 500; what was on its way when the call came goes before the answer.
-    QVERIFY2(asked >= 0 && answers.first() - asked <= 3 * 500,
-             qPrintable(QString("asked after %1, answered after %2").arg(asked)
-                            .arg(answers.first())));
+    QVERIFY2(
+        asked >= 0 && answers.first() - asked <= 3 * 500,
+        qPrintable(QString("asked after %1, answered after %2").arg(asked).arg(answers.first())));
 }
 
 // Whether nothing more of a flood comes: it would between one of so many calls and its signal.

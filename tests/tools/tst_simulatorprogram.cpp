@@ -85,10 +85,11 @@ public:
         }
         file.write("<busconfig><listen>unix:dir=" + m_directory.path().toLocal8Bit()
                    + "</listen><policy context='default'><allow send_destination='*'/>"
-                     "<allow receive_sender='*'/>" + rule + "</policy></busconfig>");
+                     "<allow receive_sender='*'/>"
+                   + rule + "</policy></busconfig>");
         file.close();
-        process.start("dbus-daemon", { "--nofork", "--print-address",
-                                       "--config-file=" + file.fileName() });
+        process.start("dbus-daemon",
+                      { "--nofork", "--print-address", "--config-file=" + file.fileName() });
         waitUntil([this]() {
             m_address += process.readAllStandardOutput();
             return m_address.endsWith('\n') || process.state() == QProcess::NotRunning;
@@ -188,8 +189,8 @@ void addRows(std::initializer_list<Change> changes)
     QTest::addColumn<QByteArray>("to");
     QTest::addColumn<QByteArray>("message");
     for (const Change &change : changes) {
-        QTest::newRow(change.name) << QByteArray(change.from) << QByteArray(change.to)
-                                   << QByteArray(change.message);
+        QTest::newRow(change.name)
+            << QByteArray(change.from) << QByteArray(change.to) << QByteArray(change.message);
     }
 }
 
@@ -225,8 +226,8 @@ void tst_SimulatorProgram::wrongUsage_data()
     QTest::newRow("no daemon") << QStringList() << nameOne;
     QTest::newRow("unknown daemon") << QStringList("m5") << nameOne;
     QTest::newRow("two daemons") << QStringList({ "m4", "ioexpd" }) << nameOne;
-    QTest::newRow("unknown option") << QStringList({ "m4", "--fast" })
-                                    << QByteArray("Unknown option 'fast'.");
+    QTest::newRow("unknown option")
+        << QStringList({ "m4", "--fast" }) << QByteArray("Unknown option 'fast'.");
     QTest::newRow("no value") << QStringList({ "m4", "--scenario" })
                               << QByteArray("Missing value after '--scenario'.");
     QTest::newRow("catalogue") << QStringList({ "m4", "--catalogue", "x" })
@@ -287,8 +288,9 @@ void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
     QProcess probe;
-    probe.start("unshare", { "--user", "--map-root-user", "--mount", "--pid", "--fork", "sh", "-c",
-                             "mount -t tmpfs none /run" });
+    probe.start("unshare",
+                { "--user", "--map-root-user", "--mount", "--pid", "--fork", "sh", "-c",
+                  "mount -t tmpfs none /run" });
     if (!waitUntil([&probe]() { return probe.state() == QProcess::NotRunning; })
         || probe.exitStatus() != QProcess::NormalExit || probe.exitCode() != 0) {
         HNIPC_SKIP("this machine allows no mounts");
@@ -296,16 +298,17 @@ void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
     const Bus configuration("<allow own='*'/>"); // for its file only
     QProcess process;
     process.setProcessEnvironment(environment);
-    process.start("unshare", { "--user", "--map-root-user", "--mount", "--pid", "--fork",
-                               "--kill-child", "sh", "-euc",
-        "mount -t tmpfs none /run; mkdir /run/dbus\n"
-        "exec 3<&0\n"
-        "dbus-daemon --nofork --config-file=\"$1\" --print-address=4 "
-        "--address=unix:path=/run/dbus/system_bus_socket 4>/run/address & bus=$!\n"
-        "while [ ! -s /run/address ]; do sleep 0.01; done\n"
-        "\"$2\" --system-bus m4 & simulator=$!\n"
-        "read line <&3; kill $simulator; wait $simulator; kill $bus", "sh",
-        configuration.file(), HNIPC_TOOLS_DIR "/hnipc-simulator" });
+    process.start("unshare",
+                  { "--user", "--map-root-user", "--mount", "--pid", "--fork", "--kill-child", "sh",
+                    "-euc",
+                    "mount -t tmpfs none /run; mkdir /run/dbus\n"
+                    "exec 3<&0\n"
+                    "dbus-daemon --nofork --config-file=\"$1\" --print-address=4 "
+                    "--address=unix:path=/run/dbus/system_bus_socket 4>/run/address & bus=$!\n"
+                    "while [ ! -s /run/address ]; do sleep 0.01; done\n"
+                    "\"$2\" --system-bus m4 & simulator=$!\n"
+                    "read line <&3; kill $simulator; wait $simulator; kill $bus",
+                    "sh", configuration.file(), HNIPC_TOOLS_DIR "/hnipc-simulator" });
     QByteArray output;
     QVERIFY(waitUntil([&]() {
         output += process.readAllStandardOutput();
@@ -323,7 +326,8 @@ void tst_SimulatorProgram::nameThatIsTaken()
     QVERIFY(first.isServing());
     const Outcome outcome = run({ "m4" });
     QCOMPARE(outcome.code, 1);
-    QCOMPARE(outcome.errors, "hnipc-simulator: org.hnipc.m4 is already owned, by process "
+    QCOMPARE(outcome.errors,
+             "hnipc-simulator: org.hnipc.m4 is already owned, by process "
                  + QByteArray::number(first.process().processId()) + '\n');
     QVERIFY(!first.hasEnded());
 }
@@ -400,8 +404,7 @@ void tst_SimulatorProgram::ownCatalogueIsUsed()
 void tst_SimulatorProgram::wrongCatalogueIsRefused_data()
 {
     addRows({
-        { "no comma", "\"rollLength\": 30,", "\"rollLength\": 30",
-          "10: expected JSON: " },
+        { "no comma", "\"rollLength\": 30,", "\"rollLength\": 30", "10: expected JSON: " },
         { "cut off", "]\n}\n", "", "18: expected JSON: " },
         { "not an object", catalogue, "[]", "1: expected an object, not a list of 0" },
         { "missing key", "\"color\": \"#ff0000\", ", "",
@@ -435,7 +438,8 @@ void tst_SimulatorProgram::wrongCatalogueIsRefused_data()
           "7: supplies[0].background: expected a PNG picture in base64, not \"iVBORw0K*Ggo\"" },
         { "another picture", "iVBORw0KGgo=\" },", "R0lGODlh\" },",
           "7: supplies[0].background: expected a PNG picture in base64, not \"R0lGODlh\"" },
-        { "ribbon without panels", "[\n      { \"colorName\": \"Black\", \"color\": \"#000000\", "
+        { "ribbon without panels",
+          "[\n      { \"colorName\": \"Black\", \"color\": \"#000000\", "
           "\"heat\": 132, \"heatOffset\": 0,\n        \"maxSpeed\": 200, \"tension\": 310 }\n    ]",
           "[]", "14: ribbons[0].panels: expected a list of 1 to 4, not a list of 0" },
         { "panels as a number", "\"panels\": [", "\"panels\": 3, \"more\": [",
@@ -484,10 +488,11 @@ void tst_SimulatorProgram::unknownScenarioIsRefused()
 {
     const Outcome outcome = run({ "m4", "--scenario", "nosuch" });
     QCOMPARE(outcome.code, 8);
-    QCOMPARE(outcome.errors,
-             QByteArray("hnipc-simulator: there is no file nosuch, and no installed scenario of that "
-                      "name; installed are "
-                        "bad-day, ordinary-day\n"));
+    QCOMPARE(
+        outcome.errors,
+        QByteArray("hnipc-simulator: there is no file nosuch, and no installed scenario of that "
+                   "name; installed are "
+                   "bad-day, ordinary-day\n"));
 }
 
 void tst_SimulatorProgram::mileageOfATinyRoll()
@@ -628,8 +633,7 @@ void tst_SimulatorProgram::refusedActIsTold()
         errors += process.readAllStandardError();
         return errors.endsWith('\n');
     }));
-    QCOMPARE(errors, "hnipc-simulator: " + file.path().toLocal8Bit()
-                 + ":5: " + message + '\n');
+    QCOMPARE(errors, "hnipc-simulator: " + file.path().toLocal8Bit() + ":5: " + message + '\n');
     process.terminate();
     QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
     QCOMPARE(process.exitCode(), 0);
@@ -655,8 +659,7 @@ void tst_SimulatorProgram::shippedScenariosAreRead()
 void tst_SimulatorProgram::wrongScenarioIsRefused_data()
 {
     addRows({
-        { "syntax", "\"daemon\": \"m4\",", "\"daemon\" \"m4\",",
-          "5: expected JSON: " },
+        { "syntax", "\"daemon\": \"m4\",", "\"daemon\" \"m4\",", "5: expected JSON: " },
         { "no name", "\"name\": \"Test\", ", "", "1: name: expected this key, it is missing" },
         { "no acts", "\"acts\"", "\"act\"", "1: acts: expected this key, it is missing" },
         { "no deed", "\"do\": \"set\",", "\"did\": \"set\",",
@@ -721,8 +724,7 @@ void tst_SimulatorProgram::wrongScenarioIsRefused_data()
           "8: acts[1].value: expected a value, not null" },
         { "comment without an end", "\"value\": true", "\"value\": true /* more\n",
           "6: expected */ after this /*" },
-        { "half a comment", "\"value\": true", "/ \"value\": true",
-          "6: expected JSON: " },
+        { "half a comment", "\"value\": true", "/ \"value\": true", "6: expected JSON: " },
         { "act that is none", "{ \"at\": 0, \"do\": \"say\", \"text\": \"hello\" }", "\"hello\"",
           "4: acts[0]: expected an object, not \"hello\"" },
     });

@@ -19,20 +19,14 @@ QStringList Toolkit::daemonNames()
     return { QStringLiteral("ioexpd"), QStringLiteral("m4"), QStringLiteral("supplyd") };
 }
 
-QString Toolkit::busName(const QString &daemon)
-{
-    return QLatin1String("org.hnipc.") + daemon;
-}
+QString Toolkit::busName(const QString &daemon) { return QLatin1String("org.hnipc.") + daemon; }
 
 QString Toolkit::daemonInterface(const QString &daemon)
 {
     return QLatin1String("local.IHNIPC") + daemon.toUpper();
 }
 
-QString Toolkit::simulatorInterface()
-{
-    return QStringLiteral("org.hnipc.Simulator");
-}
+QString Toolkit::simulatorInterface() { return QStringLiteral("org.hnipc.Simulator"); }
 
 QDBusMessage Toolkit::daemonCall(const QString &daemon, const QString &method)
 {
@@ -51,13 +45,13 @@ QStringList Toolkit::buttons()
 
 QStringList Toolkit::faultKinds()
 {
-    return { QStringLiteral("delay"), QStringLiteral("never"), QStringLiteral("error"),
-             QStringLiteral("wrongtype"), QStringLiteral("die"), QStringLiteral("none") };
+    return { QStringLiteral("delay"),     QStringLiteral("never"), QStringLiteral("error"),
+             QStringLiteral("wrongtype"), QStringLiteral("die"),   QStringLiteral("none") };
 }
 
 QStringList Toolkit::recordShapes()
 {
     return { QStringLiteral("short"), QStringLiteral("wrongtype"), QStringLiteral("dictionary"),
-             QStringLiteral("plain"), QStringLiteral("empty"), QStringLiteral("long"),
+             QStringLiteral("plain"), QStringLiteral("empty"),     QStringLiteral("long"),
              QStringLiteral("none") };
 }

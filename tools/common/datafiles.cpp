@@ -13,8 +13,8 @@ QStringList directoriesOf(const QString &ownDirectory, const QString &shareDirec
     if (!ownDirectory.isEmpty()) {
         result += ownDirectory;
     }
-    result += QCoreApplication::applicationDirPath()
-        + QLatin1String("/" HNIPC_DATADIR_FROM_BIN "/") + shareDirectory;
+    result += QCoreApplication::applicationDirPath() + QLatin1String("/" HNIPC_DATADIR_FROM_BIN "/")
+        + shareDirectory;
     result += QLatin1String(HNIPC_DATADIR "/") + shareDirectory;
     return result;
 }
@@ -31,10 +31,7 @@ QString firstFile(const QString &name, const QString &ownDirectory, const QStrin
     return QString();
 }
 
-QString ownDataDirectory()
-{
-    return qEnvironmentVariable("HNIPC_DATA_DIR");
-}
+QString ownDataDirectory() { return qEnvironmentVariable("HNIPC_DATA_DIR"); }
 
 } // namespace
 

@@ -12,10 +12,7 @@ using namespace Toolkit;
 
 namespace {
 
-QString nameOf(const QXmlStreamReader &xml)
-{
-    return xml.name().toString();
-}
+QString nameOf(const QXmlStreamReader &xml) { return xml.name().toString(); }
 
 bool isName(const QString &text)
 {
@@ -52,19 +49,13 @@ int endOfType(const QString &text, int begin)
     return first == QLatin1Char('v') || basicTypes.contains(first) ? begin + 1 : -1;
 }
 
-bool isType(const QString &text)
-{
-    return endOfType(text, 0) == text.size();
-}
+bool isType(const QString &text) { return endOfType(text, 0) == text.size(); }
 
 // Refuses by raising an error of the reader, which ends the reading at the line that is wrong.
 class Reader
 {
 public:
-    explicit Reader(QIODevice *device)
-        : m_xml(device)
-    {
-    }
+    explicit Reader(QIODevice *device) : m_xml(device) {}
 
     std::optional<Interface> read()
     {
@@ -111,8 +102,8 @@ private:
 
     void expected(const QString &what)
     {
-        m_xml.raiseError(QStringLiteral("expected %1, not <%2>")
-                             .arg(what, m_xml.qualifiedName().toString()));
+        m_xml.raiseError(
+            QStringLiteral("expected %1, not <%2>").arg(what, m_xml.qualifiedName().toString()));
     }
 
     QString attribute(const char *name, const char *what, bool (*isValid)(const QString &))
@@ -155,10 +146,10 @@ private:
             if (element == QLatin1String("arg")) {
                 result.allArguments += readArgument(kind);
             } else if (element == QLatin1String("annotation")) {
-                const QString name = attribute("name", "an annotation's name",
-                                               isDottedName);
-                result.annotations[name]
-                    = m_xml.attributes().value(QLatin1String("value")).toString();
+                const QString name = attribute("name", "an annotation's name", isDottedName);
+                result.annotations[name] = m_xml.attributes()
+                                               .value(QLatin1String("value"))
+                                               .toString();
                 leave();
             } else if (element == QLatin1String("doc")) {
                 result.documentation = readDocumentation();
@@ -168,7 +159,8 @@ private:
         }
         if (result.documentation.isEmpty() && !m_xml.hasError()) {
             m_xml.raiseError(QStringLiteral("expected <doc:doc><doc:summary>...</doc:summary>"
-                                            "</doc:doc> in %1").arg(result.name));
+                                            "</doc:doc> in %1")
+                                 .arg(result.name));
         }
         return result;
     }
@@ -187,8 +179,8 @@ private:
         const QString direction = kind == InterfaceMember::Method
             ? attribute("direction", "in or out", isDirection)
             : attribute("direction", "out", isSignalDirection);
-        result.direction
-            = direction == QLatin1String("in") ? InterfaceArgument::In : InterfaceArgument::Out;
+        result.direction = direction == QLatin1String("in") ? InterfaceArgument::In
+                                                            : InterfaceArgument::Out;
         leave();
         return result;
     }

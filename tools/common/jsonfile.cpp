@@ -23,10 +23,7 @@ const int mostLevelsOfValue = 16;
     throw BadFile { QStringLiteral("%1:%2: %3").arg(fileName).arg(line).arg(what) };
 }
 
-QString stepTo(int index)
-{
-    return QStringLiteral("[%1]").arg(index);
-}
+QString stepTo(int index) { return QStringLiteral("[%1]").arg(index); }
 
 // "supplies[3].color"
 QString spelled(const QStringList &place)
@@ -76,9 +73,7 @@ QByteArray withoutComments(const QString &fileName, QByteArray text)
 class LineFinder
 {
 public:
-    LineFinder(const QString &fileName, const QByteArray &text)
-        : m_fileName(fileName)
-        , m_text(text)
+    LineFinder(const QString &fileName, const QByteArray &text) : m_fileName(fileName), m_text(text)
     {
         value(QStringList());
     }
@@ -135,7 +130,8 @@ private:
             const QStringList childPlace = place + QStringList(named ? string() : stepTo(i));
             if (named) {
                 if (m_lines.contains(childPlace)) {
-                    refuseFile(m_fileName, m_line, spelled(childPlace)
+                    refuseFile(m_fileName, m_line,
+                               spelled(childPlace)
                                    + QStringLiteral(": expected each key once only"));
                 }
                 skipSpace();
@@ -180,9 +176,7 @@ QString spelled(const QJsonValue &value)
 
 JsonValue::JsonValue(const std::shared_ptr<const File> &file, const QStringList &place,
                      const QJsonValue &value)
-    : m_file(file)
-    , m_place(place)
-    , m_value(value)
+    : m_file(file), m_place(place), m_value(value)
 {
 }
 
@@ -243,18 +237,15 @@ bool JsonValue::has(const char *key) const
     return m_value.toObject().contains(QLatin1String(key));
 }
 
-JsonValue JsonValue::operator[](const char *key) const
-{
-    return child(QLatin1String(key));
-}
+JsonValue JsonValue::operator[](const char *key) const { return child(QLatin1String(key)); }
 
 QList<JsonValue> JsonValue::items(int least, int most) const
 {
     const QJsonArray array = m_value.toArray();
     if (!m_value.isArray() || array.size() < least || array.size() > most) {
-        refuse(least == most ? QStringLiteral("a list of %1").arg(least)
-               : most == INT_MAX ? QStringLiteral("a list of at least %1").arg(least)
-                                 : QStringLiteral("a list of %1 to %2").arg(least).arg(most));
+        refuse(least == most         ? QStringLiteral("a list of %1").arg(least)
+                   : most == INT_MAX ? QStringLiteral("a list of at least %1").arg(least)
+                                     : QStringLiteral("a list of %1 to %2").arg(least).arg(most));
     }
     QList<JsonValue> result;
     for (int i = 0; i < array.size(); ++i) {
@@ -291,8 +282,8 @@ double JsonValue::number(double least, double most) const
 {
     const double number = m_value.toDouble();
     if (!m_value.isDouble() || number < least || number > most) {
-        refuse(QStringLiteral("a number from %1 to %2").arg(least, 0, 'g', 12)
-                   .arg(most, 0, 'g', 12));
+        refuse(
+            QStringLiteral("a number from %1 to %2").arg(least, 0, 'g', 12).arg(most, 0, 'g', 12));
     }
     return number;
 }
@@ -333,10 +324,7 @@ void JsonValue::checkAny(int levels) const
     }
 }
 
-int JsonValue::line() const
-{
-    return m_file->lines.value(m_place, 1);
-}
+int JsonValue::line() const { return m_file->lines.value(m_place, 1); }
 
 void JsonValue::refuse(const QString &expectation) const
 {

@@ -36,25 +36,13 @@ struct Verb
     QList<Argument> (*adapt)(const JsonValue &act, QList<Argument> arguments) = nullptr;
 };
 
-QVariant text(const JsonValue &value)
-{
-    return value.text();
-}
+QVariant text(const JsonValue &value) { return value.text(); }
 
-QVariant textOrNone(const JsonValue &value)
-{
-    return value.text(0);
-}
+QVariant textOrNone(const JsonValue &value) { return value.text(0); }
 
-QVariant count(const JsonValue &value)
-{
-    return static_cast<uint>(value.integer(1, INT_MAX));
-}
+QVariant count(const JsonValue &value) { return static_cast<uint>(value.integer(1, INT_MAX)); }
 
-QVariant variant(const JsonValue &value)
-{
-    return QVariant::fromValue(QDBusVariant(value.any()));
-}
+QVariant variant(const JsonValue &value) { return QVariant::fromValue(QDBusVariant(value.any())); }
 
 QVariant texts(const JsonValue &value)
 {
@@ -76,15 +64,9 @@ QVariant variants(const JsonValue &value)
     return result;
 }
 
-QVariant button(const JsonValue &value)
-{
-    return value.text(buttons());
-}
+QVariant button(const JsonValue &value) { return value.text(buttons()); }
 
-QVariant faultKind(const JsonValue &value)
-{
-    return value.text(faultKinds());
-}
+QVariant faultKind(const JsonValue &value) { return value.text(faultKinds()); }
 
 QVariant milliseconds(const JsonValue &value)
 {
@@ -101,10 +83,7 @@ QVariant nameAndText(const JsonValue &value)
     return QVariant::fromValue(QDBusVariant(value.text()));
 }
 
-QVariant shape(const JsonValue &value)
-{
-    return value.text(recordShapes());
-}
+QVariant shape(const JsonValue &value) { return value.text(recordShapes()); }
 
 // Some kinds of fault say nothing without a detail.
 QList<Argument> withDetail(const JsonValue &act, QList<Argument> arguments)
@@ -128,8 +107,9 @@ const QList<Verb> &verbs()
         { "load", { { "supplySku", textOrNone }, { "ribbonSkus", texts } } },
         { "print", { { "labels", count } } },
         { "emit", { { "signal", text }, { "arguments", variants, true, QVariantList() } } },
-        { "fault", { { "member", text }, { "kind", faultKind },
-                     { "detail", variant, true, nothing } }, withDetail },
+        { "fault",
+          { { "member", text }, { "kind", faultKind }, { "detail", variant, true, nothing } },
+          withDetail },
         { "flood", { { "signal", text }, { "count", count } } },
         { "malform", { { "shape", shape } } },
         { "reset", {} },
@@ -223,10 +203,7 @@ std::optional<Scenario> Toolkit::readScenario(const QString &fileName, QString *
 
 ScenarioPlayer::ScenarioPlayer(const Scenario &scenario, const QDBusConnection &bus,
                                const QString &daemon, QObject *parent)
-    : QObject(parent)
-    , m_scenario(scenario)
-    , m_bus(bus)
-    , m_daemon(daemon)
+    : QObject(parent), m_scenario(scenario), m_bus(bus), m_daemon(daemon)
 {
 }
 
@@ -273,8 +250,9 @@ void ScenarioPlayer::ask(const Act &act)
                     // As a call that starts no daemon has it.
                     const bool isAbsent = error.name()
                         == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
-                    Q_EMIT failed(where + (isAbsent ? act.daemon + QLatin1String(" is not running")
-                                                    : error.message()));
+                    Q_EMIT failed(where
+                                  + (isAbsent ? act.daemon + QLatin1String(" is not running")
+                                              : error.message()));
                 } else if (answer.userType() == QMetaType::Bool && !answer.toBool()) {
                     Q_EMIT failed(where + act.arguments.at(0).toString()
                                   + QLatin1String(" returned false"));

@@ -74,7 +74,8 @@ struct Answer
 
 Answer failed(int exitCode, const QString &error)
 {
-    return { exitCode, error,
+    return { exitCode,
+             error,
              { { QStringLiteral("error"), error }, { QStringLiteral("exit"), exitCode } } };
 }
 
@@ -109,8 +110,9 @@ Answer get(const Context &context, const QStringList &names)
     for (const QString &name : names) {
         const Property *property = context.contract.property(name);
         if (!property) {
-            return failed(NoSuchName, noSuch("property", name, context.contract.propertyNames(),
-                                             context.contract));
+            return failed(
+                NoSuchName,
+                noSuch("property", name, context.contract.propertyNames(), context.contract));
         }
         properties.push_back(property);
     }
@@ -148,8 +150,7 @@ class Batch
 {
 public:
     explicit Batch(const Context &context)
-        : m_context(context)
-        , m_stopsAtOnce(context.options.contains(QStringLiteral("stop")))
+        : m_context(context), m_stopsAtOnce(context.options.contains(QStringLiteral("stop")))
     {
     }
 
@@ -174,8 +175,9 @@ private:
             return;
         }
         if (count < 0) {
-            end(Console::fail(Failed, QStringLiteral("standard input: %1")
-                                          .arg(QString::fromLocal8Bit(std::strerror(errno)))));
+            end(Console::fail(Failed,
+                              QStringLiteral("standard input: %1")
+                                  .arg(QString::fromLocal8Bit(std::strerror(errno)))));
             return;
         }
         m_read += QByteArray(bytes, int(count));
@@ -218,8 +220,8 @@ private:
             Console::printLine(answer.json);
         } else {
             const QString row = Console::printable(answer.text);
-            Console::print(answer.exitCode == Done
-                               ? row : Console::warning(QLatin1String("error: ") + row));
+            Console::print(
+                answer.exitCode == Done ? row : Console::warning(QLatin1String("error: ") + row));
         }
         Console::flush();
         if (m_stopsAtOnce && answer.exitCode != Done) {
@@ -241,13 +243,11 @@ private:
     bool m_ended = false;
 };
 
-int run(const Context &context, const QStringList &)
-{
-    return Batch(context).run();
-}
+int run(const Context &context, const QStringList &) { return Batch(context).run(); }
 
 } // namespace
 
+// clang-format off
 const Command batchCommand = {
     "batch", "", "Many calls over one connection: lines from standard input",
     "Each line is METHOD [ARGUMENT...], as \"call\" takes them, or get PROPERTY...;\n"
@@ -259,3 +259,4 @@ const Command batchCommand = {
     { { "stop", nullptr, "end at the first line that fails, with its exit code" } },
     0, 0, true, nullptr, run, nullptr, false, true, false
 };
+// clang-format on

@@ -42,14 +42,15 @@ WireMessagePointer owned(DBusMessage *message)
 
 WireMessagePointer busCall(const char *interface, const char *member)
 {
-    return owned(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, interface, member));
+    return owned(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, interface, member));
 }
 
 Reply ask(DBusConnection *connection, const WireMessagePointer &call, int timeout)
 {
     Error error;
-    const WireMessagePointer reply = owned(dbus_connection_send_with_reply_and_block(
-        connection, call.get(), timeout, error.get()));
+    const WireMessagePointer reply = owned(
+        dbus_connection_send_with_reply_and_block(connection, call.get(), timeout, error.get()));
     return { reply, error.name(), error.text() };
 }
 
@@ -67,7 +68,7 @@ int cannotMonitor(const Context &context, const Reply &reply)
             QStringLiteral("no right to trace: the bus lets only root, and the user whom the bus "
                            "itself runs as, see the calls of others; try: %1")
                 .arg(isBusRemote() ? QStringLiteral("hnipcctl --host root@PRINTER trace")
-                              : QStringLiteral("sudo hnipcctl trace")));
+                                   : QStringLiteral("sudo hnipcctl trace")));
     }
     if (reply.errorName == DBUS_ERROR_NO_REPLY || reply.errorName == DBUS_ERROR_TIMEOUT) {
         return noAnswer(context.timeout);
@@ -76,17 +77,15 @@ int cannotMonitor(const Context &context, const Reply &reply)
         || reply.errorName == DBUS_ERROR_UNKNOWN_INTERFACE
         || reply.errorName == DBUS_ERROR_UNKNOWN_OBJECT;
     return Console::fail(isUnsupported ? Toolkit::Failed : Toolkit::NoBus,
-                         (isUnsupported ? QStringLiteral("this bus has no calls to be traced by: %1")
-                                        : QStringLiteral("the bus does not let itself be traced: %1"))
+                         (isUnsupported
+                              ? QStringLiteral("this bus has no calls to be traced by: %1")
+                              : QStringLiteral("the bus does not let itself be traced: %1"))
                              .arg(reply.errorText));
 }
 
 } // namespace
 
-bool isBusRemote()
-{
-    return qgetenv("DBUS_SYSTEM_BUS_ADDRESS").startsWith("unixexec:");
-}
+bool isBusRemote() { return qgetenv("DBUS_SYSTEM_BUS_ADDRESS").startsWith("unixexec:"); }
 
 BusMonitor::~BusMonitor()
 {
@@ -117,9 +116,9 @@ int BusMonitor::connect(const Context &context)
     if (hello.errorName == DBUS_ERROR_NO_REPLY || hello.errorName == DBUS_ERROR_TIMEOUT) {
         return noAnswer(context.timeout);
     }
-    return hello.message ? int(Toolkit::Done)
-                         : Console::fail(Toolkit::NoBus, QStringLiteral("no bus: %1")
-                                                             .arg(hello.errorText));
+    return hello.message
+        ? int(Toolkit::Done)
+        : Console::fail(Toolkit::NoBus, QStringLiteral("no bus: %1").arg(hello.errorText));
 }
 
 int BusMonitor::start(const Context &context, const QList<QByteArray> &matchRules)
@@ -149,11 +148,10 @@ BusMonitor::Event BusMonitor::wait(int stop)
     int bus = -1;
     dbus_connection_get_unix_fd(m_connection, &bus);
     // Messages that came together with the reply to BecomeMonitor have been read already.
-    const bool isWaiting
-        = dbus_connection_get_dispatch_status(m_connection) == DBUS_DISPATCH_COMPLETE;
+    const bool isWaiting = dbus_connection_get_dispatch_status(m_connection)
+        == DBUS_DISPATCH_COMPLETE;
     pollfd files[] = { { stop, POLLIN, 0 }, { bus, POLLIN, 0 } };
-    while (poll(files, 2, isWaiting ? -1 : 0) < 0 && errno == EINTR) {
-    }
+    while (poll(files, 2, isWaiting ? -1 : 0) < 0 && errno == EINTR) {}
     const bool isOpen = dbus_connection_read_write(m_connection, 0);
     return files[0].revents ? Stopped : isOpen ? Received : Lost;
 }

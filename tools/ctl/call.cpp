@@ -36,8 +36,7 @@ bool parse(const Method &method, const QStringList &texts, QVariantList *values,
 
 QString countText(int count)
 {
-    return count == 1 ? QStringLiteral("1 argument")
-                      : QStringLiteral("%1 arguments").arg(count);
+    return count == 1 ? QStringLiteral("1 argument") : QStringLiteral("%1 arguments").arg(count);
 }
 
 } // namespace
@@ -55,10 +54,9 @@ int chooseMethod(const Contract &contract, const QString &wanted, const QStringL
     }
     if (overloads.empty()) {
         const QString name = wanted.section(QLatin1Char('('), 0, 0);
-        *message = wanted == name
-            ? noSuch("method", name, contract.methodNames(), contract)
-            : QStringLiteral("no method %1%2").arg(wanted,
-                                                   didYouMean(name, contract.methodNames()));
+        *message = wanted == name ? noSuch("method", name, contract.methodNames(), contract)
+                                  : QStringLiteral("no method %1%2")
+                                        .arg(wanted, didYouMean(name, contract.methodNames()));
         return Toolkit::NoSuchName;
     }
 
@@ -80,7 +78,6 @@ int chooseMethod(const Contract &contract, const QString &wanted, const QStringL
 
 namespace {
 
-
 // A method answers no bytes where it has none for these arguments, such as a picture of no supply.
 // Returns what is wrong, null if it is written.
 QString save(const QByteArray &bytes, OutputFile *file)
@@ -94,7 +91,8 @@ QString save(const QByteArray &bytes, OutputFile *file)
         return QString();
     }
     return file->create() && file->write(bytes) == bytes.size()
-        ? QString() : file->fileName() + QLatin1String(": ") + file->errorString();
+        ? QString()
+        : file->fileName() + QLatin1String(": ") + file->errorString();
 }
 
 // In words, for a call with a deadline.
@@ -129,8 +127,9 @@ int check(const Context &context, const QStringList &arguments)
     }
     const QString output = context.options.value(QStringLiteral("output"));
     if (!output.isNull() && method->resultType != "QByteArray") {
-        return Console::fail(Toolkit::WrongUsage, QStringLiteral("%1 returns no bytes for --output")
-                                 .arg(method->declaration()));
+        return Console::fail(
+            Toolkit::WrongUsage,
+            QStringLiteral("%1 returns no bytes for --output").arg(method->declaration()));
     }
     if (output == QLatin1String("-") && context.json) {
         return Console::fail(Toolkit::WrongUsage,
@@ -164,7 +163,8 @@ int run(const Context &context, const QStringList &arguments)
     const Outcome answer = outcomeOf(*method->daemon, request);
     const QString words = deadline.isNull() ? QString() : wordsOf(request.outcome());
     int exitCode = !deadline.isNull() && request.outcome() == HNIPCRequest::Unknown
-        ? int(Toolkit::OutcomeUnknown) : answer.exitCode();
+        ? int(Toolkit::OutcomeUnknown)
+        : answer.exitCode();
     QString error = answer.error;
     OutputFile file(context, output);
     if (answer.ok() && !output.isNull()) {
@@ -204,6 +204,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command callCommand = {
     "call", "METHOD [ARGUMENT...]", "Calls a method, and prints what it returns",
     "Each ARGUMENT is of the type that the method declares, see \"list\":\n"
@@ -226,3 +227,4 @@ const Command callCommand = {
     1, -1, true,
     [](const Contract &contract) { return contract.methodNames(); }, run, check, false, false, false
 };
+// clang-format on

@@ -60,12 +60,10 @@ QJsonObject Caller::json() const
 }
 
 Callers::Callers(const QDBusConnection &bus, bool isRemote, int timeout)
-    : m_bus(bus)
-    , m_timeout(qMin(timeout, 1000)) // nothing waits longer for a name
+    : m_bus(bus), m_timeout(qMin(timeout, 1000)) // nothing waits longer for a name
 {
     // Across the network, or from inside a container, a process has another number, or is another.
-    m_isHere = !isRemote
-        && processIn(question(m_bus.baseService().toLatin1())) == uint(getpid());
+    m_isHere = !isRemote && processIn(question(m_bus.baseService().toLatin1())) == uint(getpid());
     m_thread = std::thread([this]() { run(); });
 }
 

@@ -18,13 +18,13 @@
 /// A caller: a connection of the bus, and its program.
 struct Caller
 {
-    QString text() const;     ///< "hnipc-panel 412", or less
+    QString text() const; ///< "hnipc-panel 412", or less
     QJsonObject json() const;
 
     QByteArray busName;
-    uint process = 0;         ///< 0 if the bus does not know it
-    QString program;          ///< empty if it cannot be read
-    QString daemon;           ///< as which it has called; usually empty
+    uint process = 0; ///< 0 if the bus does not know it
+    QString program;  ///< empty if it cannot be read
+    QString daemon;   ///< as which it has called; usually empty
 };
 
 /// Asks the bus for the processes of its connections. It asks as soon as a connection is seen, and

@@ -16,11 +16,11 @@
 struct Context
 {
     const Contract &contract;
-    QDBusConnection bus;             ///< connected, for a command that needs it
+    QDBusConnection bus; ///< connected, for a command that needs it
     bool json;
-    int timeout;                     ///< of one call, in ms
-    QMap<QString, QString> options;  ///< the given ones, by their names without the dashes
-    QString unreached;               ///< that the bus does not reply, for a ReachingDeadline
+    int timeout;                    ///< of one call, in ms
+    QMap<QString, QString> options; ///< the given ones, by their names without the dashes
+    QString unreached;              ///< that the bus does not reply, for a ReachingDeadline
 };
 
 struct Option
@@ -45,9 +45,9 @@ struct Command
     int (*run)(const Context &context, const QStringList &arguments); ///< answers the exit code
     /// The same for what can be said before there is a bus; or null.
     int (*check)(const Context &context, const QStringList &arguments) = nullptr;
-    bool onePrinter = false;  ///< makes no sense for several side by side
-    bool inLines = false;     ///< prints lines as they come, also for each printer of several
-    bool described = true;    ///< needs the descriptions of the interfaces
+    bool onePrinter = false; ///< makes no sense for several side by side
+    bool inLines = false;    ///< prints lines as they come, also for each printer of several
+    bool described = true;   ///< needs the descriptions of the interfaces
 };
 
 extern const Command statusCommand;

@@ -106,8 +106,9 @@ QString valueCases(const Contract &contract, const QString &options)
 int run(const Context &context, const QStringList &arguments)
 {
     if (arguments.first() != QLatin1String("bash")) {
-        return Console::fail(Toolkit::WrongUsage, QStringLiteral("no completion for %1, only for bash")
-                                 .arg(arguments.first()));
+        return Console::fail(
+            Toolkit::WrongUsage,
+            QStringLiteral("no completion for %1, only for bash").arg(arguments.first()));
     }
     QStringList withValue;
     QStringList names;
@@ -115,8 +116,7 @@ int run(const Context &context, const QStringList &arguments)
     QString argumentCases;
     const QString global = optionWords(globalOptions(), &withValue);
     for (const Command *command : commands()) {
-        const QStringList words
-            = command->words ? command->words(context.contract) : QStringList();
+        const QStringList words = command->words ? command->words(context.contract) : QStringList();
         const QString options = global + optionWords(command->options, &withValue);
         const QString line = QStringLiteral("    %1) words='%2%3' ;;\n");
         names += QLatin1String(command->name);
@@ -141,8 +141,10 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command completionCommand = {
     "completion", "bash", "Prints the completion of commands and names for a shell",
     "For the shell that runs: eval \"$(hnipcctl completion bash)\"",
     {}, 1, 1, false, [](const Contract &) { return QStringList(QStringLiteral("bash")); }, run
 };
+// clang-format on

@@ -127,8 +127,8 @@ QString withoutInvisible(const QString &text, char32_t except = noCharacter)
     for (int i = 0; i < text.size(); ++i) {
         const bool isPair = text.at(i).isHighSurrogate() && i + 1 < text.size()
             && text.at(i + 1).isLowSurrogate();
-        const char32_t character = isPair
-            ? QChar::surrogateToUcs4(text.at(i), text.at(i + 1)) : text.at(i).unicode();
+        const char32_t character = isPair ? QChar::surrogateToUcs4(text.at(i), text.at(i + 1))
+                                          : text.at(i).unicode();
         for (int unit = 0; unit <= int(isPair); ++unit) {
             const QChar letter = text.at(i + unit);
             if (character != except && isInvisible(character)) {
@@ -194,10 +194,7 @@ void Console::end(int exitCode)
     _exit(exitCode);
 }
 
-bool Console::isTerminal()
-{
-    return terminal;
-}
+bool Console::isTerminal() { return terminal; }
 
 int Console::columns()
 {
@@ -221,10 +218,7 @@ void Console::flush()
     _exit(errno == EPIPE ? Toolkit::Done : Toolkit::Failed);
 }
 
-void Console::print(const QString &line)
-{
-    write(line.toUtf8() + '\n');
-}
+void Console::print(const QString &line) { write(line.toUtf8() + '\n'); }
 
 void Console::print(const QJsonObject &object)
 {
@@ -254,10 +248,7 @@ int Console::fail(int exitCode, const QString &text)
     return exitCode;
 }
 
-void Console::failInJson(bool json)
-{
-    failuresInJson = json;
-}
+void Console::failInJson(bool json) { failuresInJson = json; }
 
 QByteArray Console::failureLine(int exitCode, const QString &text)
 {
@@ -273,25 +264,13 @@ QString Console::signalCount(std::size_t count)
     return count == 1 ? QStringLiteral("1 signal") : QStringLiteral("%1 signals").arg(count);
 }
 
-QString Console::printable(const QString &text)
-{
-    return withoutInvisible(text);
-}
+QString Console::printable(const QString &text) { return withoutInvisible(text); }
 
-QString Console::bold(const QString &text)
-{
-    return styled("1", text);
-}
+QString Console::bold(const QString &text) { return styled("1", text); }
 
-QString Console::dim(const QString &text)
-{
-    return styled("2", text);
-}
+QString Console::dim(const QString &text) { return styled("2", text); }
 
-QString Console::warning(const QString &text)
-{
-    return styled("31", text);
-}
+QString Console::warning(const QString &text) { return styled("31", text); }
 
 QString Console::swatch(const QString &colour)
 {

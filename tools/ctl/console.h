@@ -25,10 +25,10 @@ int columns(); ///< of the terminal; 80 without one
 /// One line on standard output.
 void print(const QString &line);
 /// In JSON, what a terminal would take for a command, or would not show, is always escaped.
-void print(const QJsonObject &object); ///< indented
-void print(const QJsonArray &array);   ///< indented
+void print(const QJsonObject &object);     ///< indented
+void print(const QJsonArray &array);       ///< indented
 void printLine(const QJsonObject &object); ///< all of it in one line
-void write(const QByteArray &bytes);   ///< as they are
+void write(const QByteArray &bytes);       ///< as they are
 void flush();
 
 /// One line on standard error, after the program's name.

@@ -20,15 +20,15 @@ using namespace Toolkit;
 namespace {
 
 // The one thing that no meta-object tells: which method reads a property.
-const struct { const char *property; const char *method; } readers[] = {
-    { "qmlSupplyPercent", "supplySupplyPercent" },
-    { "qmlSupplyColorRGB", "supplySupplyRGB" },
-    { "qmlRibbonPercent", "supplyRibbon1Percent" },
-    { "qmlRibbonColorRGBs", "supplyRibbon1RGBs" },
-    { "qmlSupplySKU", "supplySKUCached" },
-    { "qmlPrintEngineErrorCode", "getError" },
-    { "qmlPrintEngineAlertCode", "getAlert" },
-    { "qmlBatteryStatus", "getBatteryStatus" },
+const struct
+{
+    const char *property;
+    const char *method;
+} readers[] = {
+    { "qmlSupplyPercent", "supplySupplyPercent" },  { "qmlSupplyColorRGB", "supplySupplyRGB" },
+    { "qmlRibbonPercent", "supplyRibbon1Percent" }, { "qmlRibbonColorRGBs", "supplyRibbon1RGBs" },
+    { "qmlSupplySKU", "supplySKUCached" },          { "qmlPrintEngineErrorCode", "getError" },
+    { "qmlPrintEngineAlertCode", "getAlert" },      { "qmlBatteryStatus", "getBatteryStatus" },
 };
 
 const QMetaObject *const servers[] = { &IHNIPCIOEXPD::staticMetaObject, &IHNIPCM4::staticMetaObject,
@@ -85,10 +85,7 @@ QString keyOf(const QString &name, const QString &signature)
     return name + QLatin1Char(' ') + signature;
 }
 
-QString wirePrefix(const Daemon &daemon)
-{
-    return daemon.name.toUpper() + QLatin1Char('_');
-}
+QString wirePrefix(const Daemon &daemon) { return daemon.name.toUpper() + QLatin1Char('_'); }
 
 // A daemon's own names of its signals become those that its clients know, which "monitor" prints.
 void nameSignalsAsClients(Daemon *daemon)
@@ -131,16 +128,14 @@ QString Method::signature() const
     return name + QLatin1Char('(') + types.join(QLatin1Char(',')) + QLatin1Char(')');
 }
 
-QString Method::result() const
-{
-    return shownType(resultType);
-}
+QString Method::result() const { return shownType(resultType); }
 
 std::unique_ptr<Contract> Contract::ofLibrary(QString *error)
 {
     std::unique_ptr<Contract> result(new Contract);
     result->loadDaemons();
-    return result->loadMethods(error) && result->loadProperties(error) ? std::move(result) : nullptr;
+    return result->loadMethods(error) && result->loadProperties(error) ? std::move(result)
+                                                                       : nullptr;
 }
 
 std::unique_ptr<Contract> Contract::load(QString *error)
@@ -153,35 +148,17 @@ std::unique_ptr<Contract> Contract::load(QString *error)
     return result;
 }
 
-const Daemon *Contract::daemon(const QString &name) const
-{
-    return named(m_daemons, name);
-}
+const Daemon *Contract::daemon(const QString &name) const { return named(m_daemons, name); }
 
-const Property *Contract::property(const QString &name) const
-{
-    return named(m_properties, name);
-}
+const Property *Contract::property(const QString &name) const { return named(m_properties, name); }
 
-QStringList Contract::daemonNames() const
-{
-    return namesOf(m_daemons);
-}
+QStringList Contract::daemonNames() const { return namesOf(m_daemons); }
 
-QStringList Contract::methodNames() const
-{
-    return namesOf(m_methods);
-}
+QStringList Contract::methodNames() const { return namesOf(m_methods); }
 
-QStringList Contract::propertyNames() const
-{
-    return namesOf(m_properties);
-}
+QStringList Contract::propertyNames() const { return namesOf(m_properties); }
 
-QStringList Contract::signalNames() const
-{
-    return namesOf(m_signals);
-}
+QStringList Contract::signalNames() const { return namesOf(m_signals); }
 
 void Contract::loadDaemons()
 {
@@ -202,8 +179,9 @@ bool Contract::loadMethods(QString *error)
         const QMetaObject *server = servers[i];
         for (int n = server->methodOffset(); n < server->methodCount(); ++n) {
             const QMetaMethod method = server->method(n);
-            owners.insert(keyOf(QString::fromLatin1(method.name()),
-                                wireSignature(parametersOf(method))), &m_daemons[i]);
+            owners.insert(
+                keyOf(QString::fromLatin1(method.name()), wireSignature(parametersOf(method))),
+                &m_daemons[i]);
         }
     }
     const QMetaObject &client = HNIPC::staticMetaObject;

@@ -39,8 +39,8 @@ struct Method
 
     QString name;
     QList<Parameter> parameters;
-    int required = 0;        ///< so many parameters have no default
-    QByteArray resultType;   ///< empty for none
+    int required = 0;      ///< so many parameters have no default
+    QByteArray resultType; ///< empty for none
     QString summary;
     const Daemon *daemon = nullptr;
 };
@@ -101,9 +101,6 @@ private:
 };
 
 /// The one object of every daemon.
-inline QString objectPath()
-{
-    return QStringLiteral("/");
-}
+inline QString objectPath() { return QStringLiteral("/"); }
 
 #endif

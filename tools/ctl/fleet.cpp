@@ -103,9 +103,10 @@ QString statusText(const QJsonArray &daemons)
         const bool isSimulated = daemon.value(QLatin1String("simulated")).toBool();
         const bool isStandIn = daemon.value(QLatin1String("standIn")).toBool();
         texts += daemon.value(QLatin1String("name")).toString()
-            + QLatin1String(isSimulated ? "=simulated"
-                            : isStandIn ? "=stand-in"
-                            : isPresent ? "=present" : "=absent");
+            + QLatin1String(isSimulated     ? "=simulated"
+                                : isStandIn ? "=stand-in"
+                                : isPresent ? "=present"
+                                            : "=absent");
         if (isPresent) {
             properties += propertyTexts(daemon.value(QLatin1String("properties")).toObject());
         }
@@ -156,9 +157,8 @@ QString rowOf(const QJsonValue &result)
         return interfacesText(result.toArray());
     }
     const bool areProperties = !object.isEmpty()
-        && std::all_of(object.begin(), object.end(), [](const QJsonValue &value) {
-               return isOutcome(value.toObject());
-           });
+        && std::all_of(object.begin(), object.end(),
+                       [](const QJsonValue &value) { return isOutcome(value.toObject()); });
     if (areProperties) {
         return object.size() == 1 ? outcomeText(object.begin().value().toObject())
                                   : propertyTexts(object).join(QLatin1Char(' '));
@@ -187,8 +187,7 @@ class Fleet
 {
 public:
     explicit Fleet(const FleetQuestion &question)
-        : m_question(question)
-        , m_printers(size_t(question.hosts.size()))
+        : m_question(question), m_printers(size_t(question.hosts.size()))
     {
         for (size_t i = 0; i < m_printers.size(); ++i) {
             m_printers[i].host = question.hosts.at(int(i));
@@ -228,12 +227,12 @@ private:
                                  end(printer, Toolkit::Failed, process->errorString());
                              }
                          });
-        QObject::connect(process,
-                         static_cast<void (QProcess::*)(int, QProcess::ExitStatus)>(
-                             &QProcess::finished),
-                         process, [=](int exitCode, QProcess::ExitStatus status) {
-                             onFinished(printer, exitCode, status);
-                         });
+        QObject::connect(
+            process,
+            static_cast<void (QProcess::*)(int, QProcess::ExitStatus)>(&QProcess::finished),
+            process, [=](int exitCode, QProcess::ExitStatus status) {
+                onFinished(printer, exitCode, status);
+            });
         QObject::connect(process, &QProcess::readyReadStandardOutput, process,
                          [=]() { onOutput(printer); });
         if (m_question.inLines) {
@@ -241,7 +240,8 @@ private:
                              [=]() { onNotes(printer); });
         } else {
             // It keeps the time itself, once to reach the printer and once for the reply.
-            const int latest = int(std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
+            const int latest = int(
+                std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
             QTimer::singleShot(latest, process, [=]() {
                 printer->tooLate = true;
                 process->kill();
@@ -287,8 +287,8 @@ private:
     {
         while (printer->reached && printer->notes.indexOf('\n', printer->notesShown) >= 0) {
             const int end = int(printer->notes.indexOf('\n', printer->notesShown));
-            const QByteArray line
-                = printer->notes.mid(printer->notesShown, end - printer->notesShown);
+            const QByteArray line = printer->notes.mid(printer->notesShown,
+                                                       end - printer->notesShown);
             if (line.startsWith("hnipcctl: ")) {
                 Console::note(printer->host + QLatin1String(": ")
                               + QString::fromUtf8(line.mid(int(qstrlen("hnipcctl: ")))));
@@ -300,8 +300,8 @@ private:
     void onFinished(Printer *printer, int exitCode, QProcess::ExitStatus status)
     {
         onOutput(printer);
-        const QJsonDocument document
-            = QJsonDocument::fromJson(printer->process->readAllStandardOutput());
+        const QJsonDocument document = QJsonDocument::fromJson(
+            printer->process->readAllStandardOutput());
         const QByteArray notes = printer->notes + printer->process->readAllStandardError();
         if (printer->ended) {
             return;
@@ -441,7 +441,4 @@ private:
 
 } // namespace
 
-int askFleet(const FleetQuestion &question)
-{
-    return Fleet(question).ask();
-}
+int askFleet(const FleetQuestion &question) { return Fleet(question).ask(); }

@@ -16,9 +16,9 @@ int check(const Context &context, const QStringList &arguments)
 {
     for (const QString &name : namesIn(context, arguments)) {
         if (!context.contract.property(name)) {
-            return Console::fail(Toolkit::NoSuchName,
-                                 noSuch("property", name, context.contract.propertyNames(),
-                                        context.contract));
+            return Console::fail(
+                Toolkit::NoSuchName,
+                noSuch("property", name, context.contract.propertyNames(), context.contract));
         }
     }
     return Toolkit::Done;
@@ -54,6 +54,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command getCommand = {
     "get", "PROPERTY...|all", "The values of properties",
     "Prints the value of one property, or a line for each of several. If some cannot\n"
@@ -64,3 +65,4 @@ const Command getCommand = {
     },
     run, check, false, false, false
 };
+// clang-format on

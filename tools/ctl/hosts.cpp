@@ -86,11 +86,7 @@ int unfinishedBytes(const QByteArray &bytes)
 class SshNotes
 {
 public:
-    explicit SshNotes(int stream)
-        : m_stream(stream)
-    {
-        fcntl(stream, F_SETFL, O_NONBLOCK);
-    }
+    explicit SshNotes(int stream) : m_stream(stream) { fcntl(stream, F_SETFL, O_NONBLOCK); }
 
     // All that is there by now. False when there will be no more.
     bool relay()
@@ -135,7 +131,7 @@ private:
     QByteArray m_bytes;
 };
 
-void onChildEnded(int) { }
+void onChildEnded(int) {}
 
 // Answers how it ended, as waitpid() does. The bus is kept open until all of ssh's words are printed,
 // so that they come before what they are the reason for. What ssh leaves behind to share its
@@ -169,7 +165,8 @@ QString wrongHost(const QString &host)
     }
     return host.startsWith(QLatin1Char('-')) || host.contains(spaces)
             || host != Console::printable(host)
-        ? QStringLiteral("expected the name of a printer, not \"%1\"").arg(host) : QString();
+        ? QStringLiteral("expected the name of a printer, not \"%1\"").arg(host)
+        : QString();
 }
 
 int readHosts(const QString &fileName, QStringList *hosts)
@@ -191,40 +188,44 @@ int readHosts(const QString &fileName, QStringList *hosts)
         const std::optional<QString> text = exactText(bytes);
         const QString host = text.value_or(QString()).section(QLatin1Char('#'), 0, 0).trimmed();
         const QString wrong = !text ? QStringLiteral("expected UTF-8")
-            : host.isEmpty() ? QString() : wrongHost(host);
+            : host.isEmpty()        ? QString()
+                                    : wrongHost(host);
         if (!wrong.isEmpty()) {
-            return Console::fail(Toolkit::BadValue, QStringLiteral("%1:%2: %3")
-                                                        .arg(fileName, QString::number(line),
-                                                             wrong));
+            return Console::fail(
+                Toolkit::BadValue,
+                QStringLiteral("%1:%2: %3").arg(fileName, QString::number(line), wrong));
         }
         if (!host.isEmpty()) {
             *hosts += host;
         }
     }
-    return hosts->isEmpty()
-        ? Console::fail(Toolkit::BadValue, fileName + QLatin1String(": expected a printer a line, "
-                                                                    "there is none"))
-        : int(Toolkit::Done);
+    return hosts->isEmpty() ? Console::fail(Toolkit::BadValue,
+                                            fileName
+                                                + QLatin1String(": expected a printer a line, "
+                                                                "there is none"))
+                            : int(Toolkit::Done);
 }
 
 QString missingSsh()
 {
     const QString program = QFile::decodeName(sshProgram());
     return QStandardPaths::findExecutable(program).isEmpty()
-        ? QStringLiteral("cannot run %1: there is no such program").arg(program) : QString();
+        ? QStringLiteral("cannot run %1: there is no such program").arg(program)
+        : QString();
 }
 
 QString busAddress(const QString &host, int timeout)
 {
     QList<QByteArray> words { becomeSshOption, sshProgram(), "-xT" };
     if (qEnvironmentVariableIsSet(unattendedVariable)) {
-        words << "-oBatchMode=yes" << "-oLogLevel=ERROR";
+        words << "-oBatchMode=yes"
+              << "-oLogLevel=ERROR";
     }
     // A second more than here, where it is said why. For what ssh has started itself.
     words << "-oConnectTimeout=" + QByteArray::number(timeout / 1000 + 1) << "--" << host.toUtf8()
           << "systemd-stdio-bridge";
-    QByteArray address
-        = "unixexec:path=" + escaped(QFile::encodeName(QCoreApplication::applicationFilePath()));
+    QByteArray address = "unixexec:path="
+        + escaped(QFile::encodeName(QCoreApplication::applicationFilePath()));
     for (int i = 0; i < words.size(); ++i) {
         address += ",argv" + QByteArray::number(i + 1) + '=' + escaped(words.at(i));
     }
@@ -240,10 +241,7 @@ ReachingDeadline::ReachingDeadline(const QString &text, int milliseconds)
     setAlarm(milliseconds);
 }
 
-ReachingDeadline::~ReachingDeadline()
-{
-    setAlarm(0);
-}
+ReachingDeadline::~ReachingDeadline() { setAlarm(0); }
 
 int becomeSsh(char *words[])
 {

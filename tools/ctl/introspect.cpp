@@ -24,8 +24,8 @@ QList<Interface> readLive(const QString &text, QString *error)
             return xml.attributes().value(QLatin1String(name)).toString();
         };
         const QString element = xml.name().toString();
-        const bool isMember
-            = element == QLatin1String("method") || element == QLatin1String("signal");
+        const bool isMember = element == QLatin1String("method")
+            || element == QLatin1String("signal");
         if (element == QLatin1String("interface")) {
             result += Interface();
             result.last().name = attribute("name");
@@ -66,11 +66,11 @@ QString textOf(const InterfaceMember &member)
     for (const InterfaceArgument &argument : member.arguments(direction)) {
         list += Console::printable(argument.type + QLatin1Char(' ') + argument.name).trimmed();
     }
-    const QString result = Console::printable(
-        isSignal ? QString() : member.signature(InterfaceArgument::Out));
+    const QString result = Console::printable(isSignal ? QString()
+                                                       : member.signature(InterfaceArgument::Out));
     return QLatin1String(isSignal ? "  signal " : "  method ")
-        + Console::bold(Console::printable(member.name))
-        + QLatin1Char('(') + list.join(QLatin1String(", ")) + QLatin1Char(')')
+        + Console::bold(Console::printable(member.name)) + QLatin1Char('(')
+        + list.join(QLatin1String(", ")) + QLatin1Char(')')
         + (result.isEmpty() ? result : QLatin1String(" -> ") + result);
 }
 
@@ -81,12 +81,12 @@ QJsonObject jsonOf(const InterfaceMember &member)
         arguments += QJsonObject {
             { QStringLiteral("name"), argument.name },
             { QStringLiteral("type"), argument.type },
-            { QStringLiteral("direction"), QLatin1String(
-                  argument.direction == InterfaceArgument::In ? "in" : "out") },
+            { QStringLiteral("direction"),
+              QLatin1String(argument.direction == InterfaceArgument::In ? "in" : "out") },
         };
     }
-    return { { QStringLiteral("kind"), QLatin1String(
-                   member.kind == InterfaceMember::Signal ? "signal" : "method") },
+    return { { QStringLiteral("kind"),
+               QLatin1String(member.kind == InterfaceMember::Signal ? "signal" : "method") },
              { QStringLiteral("name"), member.name },
              { QStringLiteral("arguments"), arguments } };
 }
@@ -171,15 +171,16 @@ int check(const Context &context, const Daemon &daemon, const QList<Interface> &
         }
     }
     if (context.json) {
-        Console::print(QJsonObject { { QStringLiteral("daemon"), daemon.name },
-                                     { QStringLiteral("differences"),
-                                       QJsonArray::fromStringList(found) } });
+        Console::print(
+            QJsonObject { { QStringLiteral("daemon"), daemon.name },
+                          { QStringLiteral("differences"), QJsonArray::fromStringList(found) } });
     } else {
         for (const QString &difference : qAsConst(found)) {
             Console::print(daemon.name + QLatin1String(": ") + Console::printable(difference));
         }
         if (found.isEmpty()) {
-            Console::print(QStringLiteral("%1: as described, %2 methods").arg(daemon.name)
+            Console::print(QStringLiteral("%1: as described, %2 methods")
+                               .arg(daemon.name)
                                .arg(daemon.interface.members(InterfaceMember::Method).size()));
         }
     }
@@ -190,8 +191,10 @@ int checkDaemon(const Context &context, const QStringList &arguments)
 {
     return context.contract.daemon(arguments.first())
         ? int(Done)
-        : Console::fail(NoSuchName, QStringLiteral("no daemon %1; there are %2")
-              .arg(arguments.first(), context.contract.daemonNames().join(QLatin1String(", "))));
+        : Console::fail(
+            NoSuchName,
+            QStringLiteral("no daemon %1; there are %2")
+                .arg(arguments.first(), context.contract.daemonNames().join(QLatin1String(", "))));
 }
 
 int run(const Context &context, const QStringList &arguments)
@@ -202,16 +205,17 @@ int run(const Context &context, const QStringList &arguments)
         QStringLiteral("Introspect"));
     message.setAutoStartService(false);
     const QDBusMessage reply = context.bus.call(message, QDBus::Block, context.timeout);
-    const Outcome outcome
-        = outcomeOf(*daemon, HNIPCFailure::ofReply(reply, daemon->busName, context.timeout));
+    const Outcome outcome = outcomeOf(
+        *daemon, HNIPCFailure::ofReply(reply, daemon->busName, context.timeout));
     if (!outcome.ok()) {
         return Console::fail(outcome.exitCode(), outcome.error);
     }
     QString error;
     const QList<Interface> interfaces = readLive(reply.arguments().value(0).toString(), &error);
     if (!error.isEmpty()) {
-        return Console::fail(Failed, QStringLiteral("%1's introspection data is not valid XML: %2")
-                                         .arg(daemon->name, error));
+        return Console::fail(Failed,
+                             QStringLiteral("%1's introspection data is not valid XML: %2")
+                                 .arg(daemon->name, error));
     }
     if (context.options.contains(QStringLiteral("check"))) {
         return check(context, *daemon, interfaces);
@@ -222,6 +226,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command introspectCommand = {
     "introspect", "DAEMON", "The interfaces that a daemon declares",
     "Prints the interfaces that the daemon's object declares, with D-Bus types. With\n"
@@ -231,3 +236,4 @@ const Command introspectCommand = {
     1, 1, true,
     [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemon
 };
+// clang-format on

@@ -27,7 +27,8 @@ QJsonObject json(const Method &method)
              { QStringLiteral("summary"), method.summary } };
 }
 
-void printRow(const Daemon &daemon, const QString &name, const QString &types, const QString &summary)
+void printRow(const Daemon &daemon, const QString &name, const QString &types,
+              const QString &summary)
 {
     Console::print(daemon.name.leftJustified(9) + Console::bold(name) + types
                    + QLatin1String(Console::isTerminal() ? "\n         " : "   ")
@@ -36,8 +37,8 @@ void printRow(const Daemon &daemon, const QString &name, const QString &types, c
 
 void print(const Method &method)
 {
-    const QString result = method.resultType.isEmpty()
-        ? QString() : QLatin1String(" -> ") + method.result();
+    const QString result = method.resultType.isEmpty() ? QString()
+                                                       : QLatin1String(" -> ") + method.result();
     printRow(*method.daemon, method.name, method.declaration().mid(method.name.size()) + result,
              method.summary);
 }
@@ -103,8 +104,7 @@ int listRows(const Context &context, const std::vector<Row> &rows, const char *k
         }
     }
     if (!hasAny) {
-        return Console::fail(Toolkit::NoSuchName,
-                             noMatch(kind, text, names, context.contract));
+        return Console::fail(Toolkit::NoSuchName, noMatch(kind, text, names, context.contract));
     }
     if (context.json) {
         Console::print(all);
@@ -139,16 +139,21 @@ int run(const Context &context, const QStringList &arguments)
 } // namespace
 
 const Command listCommand = {
-    "list", "[PATTERN]", "Every method, with its arguments, its result and its daemon",
+    "list",
+    "[PATTERN]",
+    "Every method, with its arguments, its result and its daemon",
     "Lists the methods whose names match PATTERN; default all. A pattern with *, ? or [\n"
     "has to match the whole name, any other a part of it. A parameter in brackets is\n"
     "optional. With --signals, lists signals; with --properties, properties and the\n"
     "methods that read them.",
     { { "signals", nullptr, "list the signals" },
       { "properties", nullptr, "list the properties" } },
-    0, 1, false,
+    0,
+    1,
+    false,
     [](const Contract &contract) {
         return contract.methodNames() + contract.signalNames() + contract.propertyNames();
     },
-    run, check
+    run,
+    check
 };

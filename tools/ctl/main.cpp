@@ -20,9 +20,9 @@ using namespace Toolkit;
 const std::vector<const Command *> &commands()
 {
     static const std::vector<const Command *> table = {
-        &statusCommand, &listCommand, &callCommand, &getCommand, &batchCommand, &watchCommand,
-        &monitorCommand, &traceCommand, &recordCommand, &replayCommand, &simulateCommand,
-        &introspectCommand, &completionCommand,
+        &statusCommand,   &listCommand,       &callCommand,       &getCommand,    &batchCommand,
+        &watchCommand,    &monitorCommand,    &traceCommand,      &recordCommand, &replayCommand,
+        &simulateCommand, &introspectCommand, &completionCommand,
     };
     return table;
 }
@@ -31,7 +31,8 @@ const std::vector<Option> &globalOptions()
 {
     static const std::vector<Option> table = {
         { "address", "ADDRESS", "use the bus at this D-Bus address, not the system bus" },
-        { "host", "PRINTER", "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
+        { "host", "PRINTER",
+          "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
         { "hosts", "FILE", "ask all printers in FILE, which has one a line" },
         { "json", nullptr, "print JSON, for programs" },
         { "timeout", "MS", "wait MS milliseconds for the bus, and for replies; default 25000" },
@@ -65,8 +66,10 @@ int unknownCommand(const QString &name)
         names += QLatin1String(command->name);
     }
     const QString hint = didYouMean(name, names);
-    return Console::fail(WrongUsage, QStringLiteral("no command %1%2")
-        .arg(name, hint.isEmpty() ? QStringLiteral("; see hnipcctl --help") : hint));
+    return Console::fail(
+        WrongUsage,
+        QStringLiteral("no command %1%2")
+            .arg(name, hint.isEmpty() ? QStringLiteral("; see hnipcctl --help") : hint));
 }
 
 void printOptions(const char *title, const std::vector<Option> &options)
@@ -77,8 +80,7 @@ void printOptions(const char *title, const std::vector<Option> &options)
     for (const Option &option : options) {
         const QString form = QLatin1String(option.name) + QLatin1Char(' ')
             + QLatin1String(option.value ? option.value : "");
-        Console::print(QLatin1String("  --") + form.leftJustified(18)
-                       + QLatin1String(option.help));
+        Console::print(QLatin1String("  --") + form.leftJustified(18) + QLatin1String(option.help));
     }
 }
 
@@ -87,8 +89,8 @@ QString synopsisOf(const Command &command)
 {
     QStringList parts;
     for (const Option &option : command.options) {
-        const QString value
-            = option.value ? QLatin1Char(' ') + QLatin1String(option.value) : QString();
+        const QString value = option.value ? QLatin1Char(' ') + QLatin1String(option.value)
+                                           : QString();
         parts += QStringLiteral("[--%1%2]").arg(QLatin1String(option.name), value);
     }
     parts += QLatin1String(command.synopsis);
@@ -107,13 +109,15 @@ int printHelp(const Command *command)
         printOptions("Options of every command", globalOptions());
         return Done;
     }
-    Console::print(QStringLiteral("Usage: hnipcctl [OPTION...] COMMAND [ARGUMENT...]\n"
-                                  "Calls and watches the daemons of the label printer.\n\nCommands:"));
+    Console::print(
+        QStringLiteral("Usage: hnipcctl [OPTION...] COMMAND [ARGUMENT...]\n"
+                       "Calls and watches the daemons of the label printer.\n\nCommands:"));
     for (const Command *each : commands()) {
         Console::print(QLatin1String("  ") + QString::fromLatin1(each->name).leftJustified(12)
                        + QLatin1String(each->summary));
     }
-    Console::print(QStringLiteral("  help        The same as --help, also of a command: help call"));
+    Console::print(
+        QStringLiteral("  help        The same as --help, also of a command: help call"));
     printOptions("Options", globalOptions());
     return Done;
 }
@@ -127,7 +131,7 @@ struct CommandLine
     QStringList arguments;
     QMap<QString, QString> options;
     QStringList hosts; ///< all that were given
-    QString error; ///< what is wrong with an option
+    QString error;     ///< what is wrong with an option
 };
 
 const Option *optionNamed(const QString &name, const Command *command)
@@ -163,7 +167,8 @@ QString noOption(const QString &name, const Command *command)
     names.removeDuplicates();
     const QString all = owners.join(QLatin1String(", "));
     if (!owners.isEmpty() && !command) {
-        return QStringLiteral("--%1 is an option of %2: it has to follow the command").arg(name, all);
+        return QStringLiteral("--%1 is an option of %2: it has to follow the command")
+            .arg(name, all);
     }
     if (!owners.isEmpty()) {
         return QStringLiteral("no option --%1 for %2: it is an option of %3")
@@ -171,8 +176,10 @@ QString noOption(const QString &name, const Command *command)
     }
     const QString hint = didYouMean(name, names);
     return QStringLiteral("no option --%1%2")
-        .arg(name, QString(hint).replace(QLatin1String("mean "), QLatin1String("mean --"))
-                       .replace(QLatin1String(", "), QLatin1String(", --")));
+        .arg(name,
+             QString(hint)
+                 .replace(QLatin1String("mean "), QLatin1String("mean --"))
+                 .replace(QLatin1String(", "), QLatin1String(", --")));
 }
 
 // In front of the command, where they can be no number and no text for a printer.
@@ -204,8 +211,8 @@ CommandLine parse(QStringList words)
                 result.error = QStringLiteral("--%1 needs a value: %2")
                                    .arg(name, QLatin1String(option->value));
             } else if (option->value) {
-                result.options[name]
-                    = hasValue ? word.mid(int(qstrlen("--=")) + name.size()) : words.takeFirst();
+                result.options[name] = hasValue ? word.mid(int(qstrlen("--=")) + name.size())
+                                                : words.takeFirst();
                 if (name == QLatin1String("host")) {
                     result.hosts += result.options[name];
                 }
@@ -225,7 +232,7 @@ CommandLine parse(QStringList words)
 // The bus, for messages.
 QString busText(const QString &address, const QString &host)
 {
-    return !host.isNull()  ? host
+    return !host.isNull()   ? host
         : !address.isNull() ? QLatin1String("the bus at ") + address
                             : QStringLiteral("the system bus");
 }
@@ -235,10 +242,12 @@ int noBus(const QString &address, const QString &host, const QString &error)
     // Over ssh, the bus library knows only that it got no reply; ssh has said why.
     return Console::fail(NoBus,
                          !host.isNull() ? QStringLiteral("no system bus of %1").arg(host)
-                         : !address.isNull() ? QStringLiteral("no bus at %1: %2").arg(address, error)
-                                             : QStringLiteral("no system bus: %1; to try without a "
-                                                              "printer: hnipc-sandbox hnipcctl "
-                                                              "status").arg(error));
+                             : !address.isNull()
+                             ? QStringLiteral("no bus at %1: %2").arg(address, error)
+                             : QStringLiteral("no system bus: %1; to try without a "
+                                              "printer: hnipc-sandbox hnipcctl "
+                                              "status")
+                                   .arg(error));
 }
 
 // Returns the exit code; Done when the bus is there.
@@ -258,7 +267,8 @@ int connectToBus(Context *context, const QString &address, const QString &host)
         if (!other.isEmpty()) {
             Console::note(QStringLiteral("this is the system bus, and not %1, which a program that "
                                          "started this one uses; sudo keeps it with "
-                                         "--preserve-env=DBUS_SYSTEM_BUS_ADDRESS").arg(other));
+                                         "--preserve-env=DBUS_SYSTEM_BUS_ADDRESS")
+                              .arg(other));
         }
     }
     context->unreached = QStringLiteral("%1 was not reached").arg(busText(address, host));
@@ -301,8 +311,8 @@ int findHosts(const CommandLine &line, QStringList *hosts)
             return wrongUsage(QStringLiteral("--address is empty"));
         }
     }
-    const int exitCode
-        = hasFile ? readHosts(line.options.value(QStringLiteral("hosts")), hosts) : int(Done);
+    const int exitCode = hasFile ? readHosts(line.options.value(QStringLiteral("hosts")), hosts)
+                                 : int(Done);
     hosts->removeDuplicates();
     return exitCode;
 }
@@ -388,10 +398,10 @@ int checkCount(const CommandLine &line)
     const int count = int(line.arguments.size());
     return count >= command.fewest && (command.most < 0 || count <= command.most)
         ? int(Done)
-        : Console::fail(WrongUsage,
-                        QStringLiteral("usage: hnipcctl %1 %2")
-                            .arg(line.name, synopsisOf(command))
-                            .trimmed() + shortOptionHint(line.arguments));
+        : Console::fail(
+            WrongUsage,
+            QStringLiteral("usage: hnipcctl %1 %2").arg(line.name, synopsisOf(command)).trimmed()
+                + shortOptionHint(line.arguments));
 }
 
 int readTimeout(const CommandLine &line, int *milliseconds)
@@ -400,8 +410,8 @@ int readTimeout(const CommandLine &line, int *milliseconds)
     *milliseconds = text.toInt();
     return *milliseconds >= 1
         ? int(Done)
-        : wrongUsage(QStringLiteral("--timeout is not a number of milliseconds from 1: \"%1\"")
-                         .arg(text));
+        : wrongUsage(
+            QStringLiteral("--timeout is not a number of milliseconds from 1: \"%1\"").arg(text));
 }
 
 // All that there is to do but for the bus.
@@ -413,7 +423,8 @@ int prepare(const CommandLine &line, const Context &context, QStringList *hosts)
     }
     if (line.command->onePrinter && hosts->size() > 1) {
         return wrongUsage(QStringLiteral("%1 is for one printer at a time; %2 are given")
-                              .arg(line.name).arg(hosts->size()));
+                              .arg(line.name)
+                              .arg(hosts->size()));
     }
     return line.command->check ? line.command->check(context, line.arguments) : int(Done);
 }
@@ -431,8 +442,9 @@ int run(const CommandLine &line)
         return exitCode;
     }
     QString error;
-    const std::unique_ptr<Contract> contract
-        = line.command->described ? Contract::load(&error) : Contract::ofLibrary(&error);
+    const std::unique_ptr<Contract> contract = line.command->described
+        ? Contract::load(&error)
+        : Contract::ofLibrary(&error);
     if (!contract) {
         return Console::fail(Failed, error);
     }
@@ -440,8 +452,7 @@ int run(const CommandLine &line)
     QStringList hosts;
     exitCode = prepare(line, context, &hosts);
     const bool isFleet = hosts.size() > 1 || line.options.contains(QStringLiteral("hosts"));
-    if (exitCode == Done && isFleet && line.command->needsBus
-        && !line.command->onePrinter) {
+    if (exitCode == Done && isFleet && line.command->needsBus && !line.command->onePrinter) {
         return runAtFleet(line, hosts, milliseconds);
     }
     if (exitCode == Done && line.command->needsBus) {
@@ -471,8 +482,8 @@ int main(int argc, char *argv[])
                           .arg(QString::number(i), QString::fromLatin1(argv[i]));
         }
     }
-    Console::failInJson(words.mid(0, int(words.indexOf(QStringLiteral("--"))))
-                            .contains(QStringLiteral("--json")));
+    Console::failInJson(
+        words.mid(0, int(words.indexOf(QStringLiteral("--")))).contains(QStringLiteral("--json")));
     QCoreApplication application(argc, argv);
     Console::end(notText.isNull() ? run(parse(words)) : Console::fail(BadValue, notText));
 }

@@ -29,8 +29,7 @@ void print(const Context &context, const ClientSignal &signal, const QDBusMessag
         texts += asDeclared ? name + QLatin1Char('=') + textOf(value) : textOf(value);
     }
     if (context.json) {
-        QJsonObject object { { QStringLiteral("time"),
-                               now.toUTC().toString(Qt::ISODateWithMs) },
+        QJsonObject object { { QStringLiteral("time"), now.toUTC().toString(Qt::ISODateWithMs) },
                              { QStringLiteral("daemon"), signal.daemon->name },
                              { QStringLiteral("signal"), signal.name },
                              { QStringLiteral("arguments"),
@@ -79,9 +78,9 @@ void noteChanges(const HNIPCAvailability *daemons, void (HNIPCAvailability::*cha
 int check(const Context &context, const QStringList &arguments)
 {
     if (signalsLike(context.contract, Pattern(arguments.value(0))).empty()) {
-        return Console::fail(Toolkit::NoSuchName,
-                             noMatch("signal", arguments.first(), context.contract.signalNames(),
-                                     context.contract));
+        return Console::fail(
+            Toolkit::NoSuchName,
+            noMatch("signal", arguments.first(), context.contract.signalNames(), context.contract));
     }
     return SignalLimit::check(context);
 }
@@ -114,6 +113,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command monitorCommand = {
     "monitor", "[PATTERN]", "Every signal as it comes, with its time and its arguments",
     "Prints the signals whose names match PATTERN, see \"list\", until Ctrl-C; default\n"
@@ -124,3 +124,4 @@ const Command monitorCommand = {
     0, 1, true,
     [](const Contract &contract) { return contract.signalNames(); }, run, check, false, true
 };
+// clang-format on

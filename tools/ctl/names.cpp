@@ -28,8 +28,7 @@ int distance(const QString &from, const QString &to)
 
 } // namespace
 
-Pattern::Pattern(const QString &text)
-    : m_text(text)
+Pattern::Pattern(const QString &text) : m_text(text)
 {
     static const QRegularExpression wildcard(QStringLiteral("[*?[]"));
     if (text.contains(wildcard)) {
@@ -41,8 +40,7 @@ Pattern::Pattern(const QString &text)
 
 bool Pattern::matches(const QString &name) const
 {
-    return m_isWhole ? m_whole.match(name).hasMatch()
-                     : name.contains(m_text, Qt::CaseInsensitive);
+    return m_isWhole ? m_whole.match(name).hasMatch() : name.contains(m_text, Qt::CaseInsensitive);
 }
 
 QString didYouMean(const QString &name, const QStringList &names)
@@ -50,8 +48,7 @@ QString didYouMean(const QString &name, const QStringList &names)
     QMap<int, QStringList> byDistance;
     for (const QString &candidate : names) {
         const int far = distance(name.toLower(), candidate.toLower());
-        const bool isPart = name.size() > 2
-            && candidate.contains(name, Qt::CaseInsensitive);
+        const bool isPart = name.size() > 2 && candidate.contains(name, Qt::CaseInsensitive);
         if (isPart || far <= std::max(2, int(name.size()) / 3)) {
             byDistance[far] += candidate;
         }
@@ -71,28 +68,29 @@ QString noSuch(const char *kind, const QString &name, const QStringList &names,
     // In an error, the signals are worth the time that their descriptions take to be read.
     QString error;
     const std::unique_ptr<Contract> described = Contract::load(&error);
+    // clang-format off
     const struct { QStringList names; const char *hint; } others[] = {
         { contract.methodNames(), "%1 is a method: hnipcctl call %1" },
         { contract.propertyNames(), "%1 is a property: hnipcctl get %1" },
         { described ? described->signalNames() : QStringList(),
           "%1 is a signal: hnipcctl monitor %1" },
     };
+    // clang-format on
     for (const auto &other : others) {
         if (other.names.contains(name)) {
             return QString::fromLatin1(other.hint).arg(name);
         }
     }
-    return QStringLiteral("no %1 %2%3")
-        .arg(QLatin1String(kind), name, didYouMean(name, names));
+    return QStringLiteral("no %1 %2%3").arg(QLatin1String(kind), name, didYouMean(name, names));
 }
 
 QString noMatch(const char *kind, const QString &pattern, const QStringList &names,
                 const Contract &contract)
 {
-    const QString start
-        = QStringLiteral("no %1 matches \"%2\"").arg(QLatin1String(kind), pattern);
+    const QString start = QStringLiteral("no %1 matches \"%2\"").arg(QLatin1String(kind), pattern);
     const Pattern wanted(pattern);
-    const struct {
+    const struct
+    {
         const char *kind;
         const char *one;
         const char *many;
@@ -129,6 +127,6 @@ QString noMatch(const char *kind, const QString &pattern, const QStringList &nam
         }
     }
     return near.isEmpty() ? start
-                          : start + QStringLiteral("; did you mean %1?")
-                                        .arg(near.mid(0, 4).join(QLatin1String(", ")));
+                          : start
+            + QStringLiteral("; did you mean %1?").arg(near.mid(0, 4).join(QLatin1String(", ")));
 }

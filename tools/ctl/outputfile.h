@@ -13,8 +13,7 @@ class OutputFile : public QFile
 {
 public:
     OutputFile(const Context &context, const QString &name)
-        : QFile(name)
-        , m_force(context.options.contains(QStringLiteral("force")))
+        : QFile(name), m_force(context.options.contains(QStringLiteral("force")))
     {
     }
 
@@ -34,10 +33,7 @@ public:
     }
 
     /// Not for standard output.
-    bool create()
-    {
-        return open(WriteOnly | Unbuffered | (m_force ? Truncate : NewOnly));
-    }
+    bool create() { return open(WriteOnly | Unbuffered | (m_force ? Truncate : NewOnly)); }
 
 private:
     bool m_force;

@@ -16,8 +16,7 @@ class Lines
 {
 public:
     Lines(const Context &context, const QString &fileName)
-        : m_file(context, fileName)
-        , m_toOutput(m_file.isStandardOutput())
+        : m_file(context, fileName), m_toOutput(m_file.isStandardOutput())
     {
     }
 
@@ -87,8 +86,8 @@ int run(const Context &context, const QStringList &arguments)
         if (isWritable) {
             limit.count();
         } else {
-            QCoreApplication::exit(Console::fail(
-                Toolkit::Failed, fileName + QLatin1String(": ") + lines.error()));
+            QCoreApplication::exit(
+                Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + lines.error()));
         }
     });
     Console::note(QStringLiteral("recording %1 signals; Ctrl-C ends").arg(wanted.size()));
@@ -97,6 +96,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command recordCommand = {
     "record", "FILE", "Writes every signal to a file, to be replayed",
     "Writes every signal of the daemons to FILE until Ctrl-C: its time, its arguments\n"
@@ -106,3 +106,4 @@ const Command recordCommand = {
       { "force", nullptr, "overwrite FILE" } },
     1, 1, true, nullptr, run, check, true
 };
+// clang-format on

@@ -38,11 +38,7 @@ class Senders : public QObject
     Q_OBJECT
 
 public:
-    explicit Senders(const Context &context)
-        : m_context(context)
-        , m_standIn(noDaemon, nullptr)
-    {
-    }
+    explicit Senders(const Context &context) : m_context(context), m_standIn(noDaemon, nullptr) {}
 
     // Nothing is sent where any daemon is a real one, also where the trace has no signal of it: its
     // bus is a printer's, and applications there act on its signals. Returns the exit code.
@@ -59,12 +55,11 @@ public:
         std::map<const Daemon *, QString> owners;
         for (const Daemon &daemon : m_context.contract.daemons()) {
             const ReachingDeadline end(m_context.unreached, m_context.timeout);
-            const QDBusReply<QString> owner
-                = replyOf(ask(m_context, busCall("GetNameOwner", { daemon.busName })));
-            const bool isNeeded = std::any_of(events.begin(), events.end(),
-                                              [&](const TraceEvent &event) {
-                                                  return event.signal->daemon == &daemon;
-                                              });
+            const QDBusReply<QString> owner = replyOf(
+                ask(m_context, busCall("GetNameOwner", { daemon.busName })));
+            const bool isNeeded = std::any_of(
+                events.begin(), events.end(),
+                [&](const TraceEvent &event) { return event.signal->daemon == &daemon; });
             if (owner.isValid()) {
                 owners[&daemon] = owner;
             }
@@ -147,12 +142,13 @@ private:
         QDBusMessage message = Toolkit::simulatorCall(simulator, QStringLiteral("emit"));
         message << signal.name << QVariant(event.arguments);
         const QDBusMessage reply = m_context.bus.call(message, QDBus::Block, m_context.timeout);
-        const Outcome outcome
-            = outcomeOf(*signal.daemon, HNIPCFailure::ofReply(reply, signal.daemon->busName,
-                                                              m_context.timeout));
-        return outcome.ok() ? int(Toolkit::Done)
-                            : Console::fail(outcome.exitCode(), QStringLiteral("line %1: %2")
-                                  .arg(event.line).arg(outcome.error));
+        const Outcome outcome = outcomeOf(
+            *signal.daemon,
+            HNIPCFailure::ofReply(reply, signal.daemon->busName, m_context.timeout));
+        return outcome.ok()
+            ? int(Toolkit::Done)
+            : Console::fail(outcome.exitCode(),
+                            QStringLiteral("line %1: %2").arg(event.line).arg(outcome.error));
     }
 
     int claim(const Daemon &daemon)
@@ -191,17 +187,19 @@ private:
                 || outcome.reason == HNIPCRequest::AccessDenied
                 || (outcome.ok() && reply.signature() != QLatin1String("as"))) {
                 return Console::fail(
-                    Toolkit::Failed, QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
-                                                    "replayed to a real printer; %3")
-                                         .arg(daemon->name, owner, sentText()));
+                    Toolkit::Failed,
+                    QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
+                                   "replayed to a real printer; %3")
+                        .arg(daemon->name, owner, sentText()));
             }
             // One that has left again is none.
             if (!outcome.ok() && outcome.reason != HNIPCRequest::DaemonAbsent
                 && outcome.reason != HNIPCRequest::DaemonLeft) {
-                return Console::fail(outcome.exitCode(),
-                                     QStringLiteral("whether %1 is a simulated daemon is not known: "
-                                                    "%2; %3")
-                                         .arg(daemon->name, outcome.error, sentText()));
+                return Console::fail(
+                    outcome.exitCode(),
+                    QStringLiteral("whether %1 is a simulated daemon is not known: "
+                                   "%2; %3")
+                        .arg(daemon->name, outcome.error, sentText()));
             }
         }
         return Toolkit::Done;
@@ -271,8 +269,7 @@ int play(const Context &context, const std::vector<TraceEvent> &events, Senders 
     QElapsedTimer clock;
     clock.start();
     for (const TraceEvent &event : events) {
-        const int waited
-            = waitUntil(context, clock, speed > 0 ? event.at / speed : 0, senders);
+        const int waited = waitUntil(context, clock, speed > 0 ? event.at / speed : 0, senders);
         const int sent = waited == Toolkit::Done ? senders->send(event) : waited;
         if (sent != Toolkit::Done) {
             return sent;
@@ -314,6 +311,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command replayCommand = {
     "replay", "FILE", "Sends the signals of such a file again, as the daemons do",
     "Sends the signals that \"record\" wrote to FILE, with their times. A simulated\n"
@@ -323,5 +321,6 @@ const Command replayCommand = {
     { { "speed", "N", "2 is twice as fast, 0.5 half as fast; max: without pauses" } },
     1, 1, true, nullptr, run, check, true
 };
+// clang-format on
 
 #include "replay.moc"

@@ -37,9 +37,9 @@ QJsonObject Outcome::json() const
 
 QString Outcome::shortError() const
 {
-    return reason == HNIPCRequest::DaemonAbsent  ? QStringLiteral("absent")
-        : reason == HNIPCRequest::AccessDenied ? QStringLiteral("no right")
-                                                 : Console::printable(error);
+    return reason == HNIPCRequest::DaemonAbsent ? QStringLiteral("absent")
+        : reason == HNIPCRequest::AccessDenied  ? QStringLiteral("no right")
+                                                : Console::printable(error);
 }
 
 Outcome outcomeOf(const Daemon &daemon, const HNIPCFailure &failure, const QVariant &value)
@@ -78,8 +78,8 @@ void finish(const std::vector<HNIPCRequest *> &requests)
     loop.exec();
 }
 
-std::vector<std::pair<const Property *, Outcome>>
-readProperties(const Context &context, const std::vector<const Property *> &properties)
+std::vector<std::pair<const Property *, Outcome>> readProperties(
+    const Context &context, const std::vector<const Property *> &properties)
 {
     std::vector<HNIPCRequest> requests(properties.size());
     std::vector<HNIPCRequest *> all;
@@ -91,8 +91,7 @@ readProperties(const Context &context, const std::vector<const Property *> &prop
     finish(all);
     std::vector<std::pair<const Property *, Outcome>> result;
     for (size_t i = 0; i < properties.size(); ++i) {
-        result.emplace_back(properties[i],
-                            outcomeOf(*properties[i]->method->daemon, requests[i]));
+        result.emplace_back(properties[i], outcomeOf(*properties[i]->method->daemon, requests[i]));
     }
     return result;
 }
@@ -120,8 +119,8 @@ QDBusMessage busCall(const char *member, const QVariantList &arguments)
 QDBusMessage playerCall(const QString &busName)
 {
     QDBusMessage result = QDBusMessage::createMethodCall(
-        busName, QStringLiteral("/simulator"), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-        QStringLiteral("Introspect"));
+        busName, QStringLiteral("/simulator"),
+        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"));
     result.setAutoStartService(false);
     return result;
 }
@@ -129,13 +128,11 @@ QDBusMessage playerCall(const QString &busName)
 Player playerIn(const QDBusMessage &reply)
 {
     const QString text = reply.type() == QDBusMessage::ReplyMessage
-        ? reply.arguments().value(0).toString() : QString();
+        ? reply.arguments().value(0).toString()
+        : QString();
     return text.contains(QLatin1String("\"org.hnipc.Simulator\"")) ? Player::Simulator
-        : text.contains(QLatin1String("\"org.hnipc.StandIn\""))     ? Player::StandIn
-                                                                     : Player::Real;
+        : text.contains(QLatin1String("\"org.hnipc.StandIn\""))    ? Player::StandIn
+                                                                   : Player::Real;
 }
 
-int busLost()
-{
-    return Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away"));
-}
+int busLost() { return Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away")); }

@@ -38,8 +38,10 @@ Outcome outcomeOf(const Daemon &daemon, const HNIPCFailure &failure, const QVari
 template <typename Source>
 Outcome outcomeOf(const Daemon &daemon, const Source &source)
 {
-    return outcomeOf(daemon, { HNIPCRequest::NoOutcome, source.reason(), source.errorName(),
-                               source.errorText() }, source.value());
+    return outcomeOf(
+        daemon,
+        { HNIPCRequest::NoOutcome, source.reason(), source.errorName(), source.errorText() },
+        source.value());
 }
 
 /// Chooses among the overloads, in their order: the first that takes these arguments. Returns the
@@ -51,8 +53,8 @@ int chooseMethod(const Contract &contract, const QString &wanted, const QStringL
 void finish(const std::vector<HNIPCRequest *> &requests);
 
 /// The values of these properties.
-std::vector<std::pair<const Property *, Outcome>>
-readProperties(const Context &context, const std::vector<const Property *> &properties);
+std::vector<std::pair<const Property *, Outcome>> readProperties(
+    const Context &context, const std::vector<const Property *> &properties);
 
 /// @name For what the library has no request for: calls that are all sent at once, and whose
 /// replies are then waited for, no longer than for one.

@@ -11,8 +11,7 @@
 
 SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSignal *> &wanted,
                        Handler handler)
-    : m_bus(context.bus)
-    , m_handler(std::move(handler))
+    : m_bus(context.bus), m_handler(std::move(handler))
 {
     const ReachingDeadline end(context.unreached, context.timeout);
     // Until the event loop has turned once, Qt holds back what comes, and Qt 6 then hands it over
@@ -39,10 +38,7 @@ int SignalFeed::run()
     return exitCode == Toolkit::NoBus ? busLost() : exitCode;
 }
 
-void SignalFeed::onDisconnected()
-{
-    QCoreApplication::exit(Toolkit::NoBus);
-}
+void SignalFeed::onDisconnected() { QCoreApplication::exit(Toolkit::NoBus); }
 
 void SignalFeed::onSignal(const QDBusMessage &message)
 {

@@ -26,12 +26,14 @@ const QString daemonAnnotation = QStringLiteral("org.hnipc.Simulator.Daemon");
 const QString everyMember = QStringLiteral("*");
 
 // The places of rolls. In the list of ribbons, empty SKUs stand before and after that of a place.
+// clang-format off
 const struct { const char *name; bool isSupply; int before; int after; } places[] = {
     { "supply", true, 0, 0 },
     { "ribbons", false, 0, 0 },
     { "ribbon1", false, 0, 1 },
     { "ribbon2", false, 1, 0 },
 };
+// clang-format on
 
 QStringList placeNames()
 {
@@ -49,8 +51,9 @@ const QList<InterfaceMember> &acts(QString *error = nullptr)
     static const QList<InterfaceMember> result = []() {
         const QString name = simulatorInterface();
         const QString file = interfaceFile(name);
-        const std::optional<Interface> interface
-            = file.isEmpty() ? std::nullopt : readInterfaceFile(file, &whatIsWrong);
+        const std::optional<Interface> interface = file.isEmpty()
+            ? std::nullopt
+            : readInterfaceFile(file, &whatIsWrong);
         if (file.isEmpty()) {
             whatIsWrong = QStringLiteral("the description of %1 is not installed").arg(name);
         }
@@ -94,7 +97,7 @@ QString usageOf(const InterfaceMember &act)
     }
     for (const InterfaceArgument &argument : act.arguments(InterfaceArgument::In)) {
         const QString name = argument.name.toUpper();
-        words += argument.type == QLatin1String("av")    ? QStringLiteral("[ARGUMENT...]")
+        words += argument.type == QLatin1String("av")  ? QStringLiteral("[ARGUMENT...]")
             : argument.name == QLatin1String("detail") ? QStringLiteral("[DETAIL...]")
                                                        : name;
     }
@@ -108,8 +111,8 @@ int wrongUsage(const InterfaceMember &act)
 
 int noSuchName(const QString &what, const QString &name, const QStringList &names)
 {
-    return Console::fail(NoSuchName, QStringLiteral("no %1 %2%3")
-                                         .arg(what, name, didYouMean(name, names)));
+    return Console::fail(NoSuchName,
+                         QStringLiteral("no %1 %2%3").arg(what, name, didYouMean(name, names)));
 }
 
 QStringList choicesOf(const QString &argument)
@@ -144,11 +147,11 @@ struct WordReader
         const double real = text.toDouble(&isNumber);
         QVariant result = type ? parsed(text, *type) : isNumber ? QVariant(real) : QVariant();
         if (!result.isValid() && exitCode == Done) {
-            exitCode = Console::fail(
-                BadValue, QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
-                              .arg(QString::number(number), name,
-                                   QLatin1String(type ? type->words : "a number"), text,
-                                   QLatin1String(type ? type->range : "")));
+            exitCode = Console::fail(BadValue,
+                                     QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
+                                         .arg(QString::number(number), name,
+                                              QLatin1String(type ? type->words : "a number"), text,
+                                              QLatin1String(type ? type->range : "")));
         }
         return result;
     }
@@ -170,8 +173,8 @@ std::optional<QVariantList> readRolls(const QStringList &words)
     for (const auto &place : places) {
         if (words.size() == 2 && words.first() == QLatin1String(place.name)) {
             const bool isOne = place.isSupply || place.before + place.after > 0;
-            const QStringList skus
-                = isOne ? QStringList(words.last()) : words.last().split(QLatin1Char(','));
+            const QStringList skus = isOne ? QStringList(words.last())
+                                           : words.last().split(QLatin1Char(','));
             QStringList ribbons;
             for (int i = 0; i < place.before; ++i) {
                 ribbons += QString();
@@ -200,8 +203,10 @@ int readDetail(const QString &kind, const QStringList &words, QVariant *detail)
     } else if (isDelay || isError || !words.isEmpty()) {
         return Console::fail(WrongUsage,
                              QStringLiteral("usage: hnipcctl simulate fault MEMBER %1%2")
-                                 .arg(kind, QLatin1String(isDelay ? " MILLISECONDS"
-                                                          : isError ? " ERROR-NAME [TEXT]" : "")));
+                                 .arg(kind,
+                                      QLatin1String(isDelay       ? " MILLISECONDS"
+                                                        : isError ? " ERROR-NAME [TEXT]"
+                                                                  : "")));
     } else {
         *detail = QString();
     }
@@ -213,9 +218,9 @@ int readDetail(const QString &kind, const QStringList &words, QVariant *detail)
 struct Request
 {
     const InterfaceMember *act = nullptr;
-    QVariantList arguments;   ///< all but the value of "set"
-    QString reading;          ///< a name that only the simulated daemons know
-    QString value;            ///< of "set"
+    QVariantList arguments;              ///< all but the value of "set"
+    QString reading;                     ///< a name that only the simulated daemons know
+    QString value;                       ///< of "set"
     std::vector<const Daemon *> daemons; ///< that may be meant
 };
 
@@ -237,10 +242,10 @@ int readSignal(const Context &context, const QStringList &words, Request *reques
     if (request->act->name == QLatin1String("emit")) {
         const QStringList types = typesIn(signal->signature);
         if (types.size() != words.size() - 1) {
-            return Console::fail(WrongUsage,
-                                 QLatin1String("usage: hnipcctl simulate emit ")
-                                     + (QStringList(signal->name) + signal->parameters)
-                                           .join(QLatin1Char(' ')));
+            return Console::fail(
+                WrongUsage,
+                QLatin1String("usage: hnipcctl simulate emit ")
+                    + (QStringList(signal->name) + signal->parameters).join(QLatin1Char(' ')));
         }
         QVariantList values;
         for (int i = 0; i < types.size(); ++i) {
@@ -267,13 +272,13 @@ int readFault(const Context &context, const QStringList &words, Request *request
         return noSuchName(QStringLiteral("method"), words.first(), names);
     }
     if (!faultKinds().contains(words.at(1))) {
-        return Console::fail(BadValue, QStringLiteral("argument 2 (kind) is not one of %1: \"%2\"")
+        return Console::fail(BadValue,
+                             QStringLiteral("argument 2 (kind) is not one of %1: \"%2\"")
                                  .arg(faultKinds().join(QLatin1String(", ")), words.at(1)));
     }
     QVariant detail;
     const int exitCode = readDetail(words.at(1), words.mid(2), &detail);
-    request->arguments << words.at(0) << words.at(1)
-                       << QVariant::fromValue(QDBusVariant(detail));
+    request->arguments << words.at(0) << words.at(1) << QVariant::fromValue(QDBusVariant(detail));
     return exitCode;
 }
 
@@ -314,8 +319,8 @@ int readRequest(const Context &context, const QStringList &words, Request *reque
     const InterfaceMember &act = *request->act;
     const QStringList rest = words.mid(1);
     const int count = int(act.arguments(InterfaceArgument::In).size());
-    const bool isOpenEnded
-        = act.name == QLatin1String("emit") || act.name == QLatin1String("fault");
+    const bool isOpenEnded = act.name == QLatin1String("emit")
+        || act.name == QLatin1String("fault");
     if (isOpenEnded ? rest.size() < count - 1 : rest.size() != count) {
         return wrongUsage(act);
     }
@@ -361,7 +366,8 @@ int check(const Context &context, const QStringList &arguments)
 {
     Request request;
     return context.options.contains(QStringLiteral("words"))
-        ? int(Done) : readRequest(context, arguments, &request);
+        ? int(Done)
+        : readRequest(context, arguments, &request);
 }
 
 // ---- Asking the simulated daemons ----
@@ -372,11 +378,7 @@ class Simulators
 public:
     using Answers = std::map<const Daemon *, Outcome>;
 
-    explicit Simulators(const Context &context)
-        : m_context(context)
-    {
-        m_clock.start();
-    }
+    explicit Simulators(const Context &context) : m_context(context) { m_clock.start(); }
 
     // Until all have replied, or one as @p isEnough wants it.
     Answers ask(const std::vector<const Daemon *> &daemons, const QString &member,
@@ -390,8 +392,8 @@ public:
         for (const Daemon *daemon : daemons) {
             QDBusMessage call = simulatorCall(daemon->busName, member);
             call.setArguments(arguments);
-            watchers.push_back(std::make_unique<QDBusPendingCallWatcher>(
-                m_context.bus.asyncCall(call, left)));
+            watchers.push_back(
+                std::make_unique<QDBusPendingCallWatcher>(m_context.bus.asyncCall(call, left)));
             const QDBusPendingCallWatcher *watcher = watchers.back().get();
             const auto onFinished = [&, watcher, daemon]() {
                 result[daemon] = read(*daemon, watcher->reply());
@@ -408,10 +410,9 @@ public:
 private:
     Outcome read(const Daemon &daemon, const QDBusMessage &reply) const
     {
-        Outcome result = outcomeOf(daemon,
-                                   HNIPCFailure::ofReply(reply, daemon.busName, m_context.timeout),
-                                   reply.type() == QDBusMessage::ReplyMessage
-                                       ? reply.arguments().value(0) : QVariant());
+        Outcome result = outcomeOf(
+            daemon, HNIPCFailure::ofReply(reply, daemon.busName, m_context.timeout),
+            reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0) : QVariant());
         if (result.errorName == QLatin1String("org.hnipc.Simulator.Error")) {
             result.error = daemon.name + QLatin1String(": ") + reply.errorMessage();
         } else if (result.reason == HNIPCRequest::DaemonError) {
@@ -443,10 +444,10 @@ std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome 
 int fail(const Outcome &why)
 {
     return Console::fail(why.exitCode(),
-                         why.reason == HNIPCRequest::DaemonAbsent
-                             ? QStringLiteral("no simulated daemon is running; hnipc-sandbox starts "
-                                              "them")
-                             : why.error);
+                         why.reason == HNIPCRequest::DaemonAbsent ? QStringLiteral(
+                             "no simulated daemon is running; hnipc-sandbox starts "
+                             "them")
+                                                                  : why.error);
 }
 
 // Finds the daemon that has the reading, and the value as one of the reading's type.
@@ -456,8 +457,8 @@ int findReading(Simulators *simulators, Request *request)
     const auto hasIt = [&reading](const Outcome &answer) {
         return answer.value.toStringList().contains(reading);
     };
-    const Simulators::Answers answers
-        = simulators->ask(request->daemons, QStringLiteral("names"), {}, hasIt);
+    const Simulators::Answers answers = simulators->ask(request->daemons, QStringLiteral("names"),
+                                                        {}, hasIt);
     Outcome why;
     const std::vector<const Daemon *> simulated = present(answers, &why);
     QStringList names;
@@ -476,8 +477,8 @@ int findReading(Simulators *simulators, Request *request)
     if (request->act->name != QLatin1String("set")) {
         return Done;
     }
-    const Simulators::Answers values
-        = simulators->ask(request->daemons, QStringLiteral("get"), { request->reading });
+    const Simulators::Answers values = simulators->ask(request->daemons, QStringLiteral("get"),
+                                                       { request->reading });
     const Outcome value = values.begin()->second;
     if (!value.ok()) {
         return Console::fail(value.exitCode(), value.error);
@@ -495,7 +496,8 @@ void print(const Request &request, const Daemon &daemon, const Outcome &answer)
         return;
     }
     for (const QString &line : linesOf(answer.value)) {
-        Console::print(isOfSeveral ? daemon.name.leftJustified(9) + Console::printable(line) : line);
+        Console::print(isOfSeveral ? daemon.name.leftJustified(9) + Console::printable(line)
+                                   : line);
     }
 }
 
@@ -527,10 +529,10 @@ QStringList nextWords(const Context &context, const QStringList &typed)
         result = placeNames();
     } else if (act->name == QLatin1String("load") && place == 1) {
         const QString method = typed.last() == QLatin1String("supply")
-            ? QStringLiteral("supplySKUList") : QStringLiteral("supplyRibbonSKUList");
-        const QDBusMessage reply
-            = context.bus.call(daemonCall(QStringLiteral("supplyd"), method), QDBus::Block,
-                               context.timeout);
+            ? QStringLiteral("supplySKUList")
+            : QStringLiteral("supplyRibbonSKUList");
+        const QDBusMessage reply = context.bus.call(daemonCall(QStringLiteral("supplyd"), method),
+                                                    QDBus::Block, context.timeout);
         result = reply.arguments().value(0).toStringList();
     } else if (argument == QLatin1String("signal")) {
         result = context.contract.signalNames();
@@ -544,8 +546,8 @@ QStringList nextWords(const Context &context, const QStringList &typed)
             result += answer.value.toStringList();
         }
     } else if (argument == QLatin1String("value")) {
-        const Simulators::Answers answers
-            = simulators.ask(all, QStringLiteral("get"), { typed.last() });
+        const Simulators::Answers answers = simulators.ask(all, QStringLiteral("get"),
+                                                           { typed.last() });
         for (const auto &[daemon, answer] : answers) {
             const bool isSwitch = answer.ok() && answer.value.userType() == QMetaType::Bool;
             result += isSwitch ? QStringList { QStringLiteral("true"), QStringLiteral("false") }
@@ -574,8 +576,8 @@ int run(const Context &context, const QStringList &arguments)
             return found;
         }
     }
-    const Simulators::Answers answers
-        = simulators.ask(request.daemons, request.act->name, request.arguments);
+    const Simulators::Answers answers = simulators.ask(request.daemons, request.act->name,
+                                                       request.arguments);
     Outcome why;
     const bool isForAll = request.daemons.size() > 1;
     if (isForAll && present(answers, &why).empty()) {
@@ -586,8 +588,9 @@ int run(const Context &context, const QStringList &arguments)
     QJsonObject daemons;
     for (const auto &[daemon, answer] : answers) {
         // An act for all is not for daemons that are not running or not simulated.
-        if (isForAll && (answer.reason == HNIPCRequest::DaemonAbsent
-                         || answer.reason == HNIPCRequest::WrongType)) {
+        if (isForAll
+            && (answer.reason == HNIPCRequest::DaemonAbsent
+                || answer.reason == HNIPCRequest::WrongType)) {
             continue;
         }
         daemons.insert(daemon->name, answer.json());
@@ -611,6 +614,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command simulateCommand = {
     "simulate", "ACT [ARGUMENT...]", "Acts on simulated daemons as the world around them does",
     "A real daemon cannot be acted on so. An ACT is one of\n"
@@ -638,3 +642,4 @@ const Command simulateCommand = {
       { "words", nullptr, "print the words that may follow, for the completion" } },
     0, -1, true, [](const Contract &) { return actNames(); }, run, check, true
 };
+// clang-format on

@@ -15,7 +15,7 @@ struct DaemonState
 {
     bool isKnown = true; ///< false where the bus does not reply
     QString owner;       ///< on the bus; empty where the daemon is absent
-    int pid = 0;   ///< 0 where the bus does not tell
+    int pid = 0;         ///< 0 where the bus does not tell
     Player player = Player::Real;
     Answers answers;
 };
@@ -24,9 +24,9 @@ struct DaemonState
 struct Questions
 {
     Questions(const Context &context, const Daemon &daemon)
-        : owner(ask(context, busCall("GetNameOwner", { daemon.busName })))
-        , pid(ask(context, busCall("GetConnectionUnixProcessID", { daemon.busName })))
-        , player(ask(context, playerCall(daemon.busName)))
+        : owner(ask(context, busCall("GetNameOwner", { daemon.busName }))),
+          pid(ask(context, busCall("GetConnectionUnixProcessID", { daemon.busName }))),
+          player(ask(context, playerCall(daemon.busName)))
     {
     }
 
@@ -78,7 +78,8 @@ QJsonObject jsonOf(const Daemon &daemon, const DaemonState &state)
         }
         if (state.player != Player::Real) {
             object.insert(state.player == Player::Simulator ? QStringLiteral("simulated")
-                                                            : QStringLiteral("standIn"), true);
+                                                            : QStringLiteral("standIn"),
+                          true);
         }
     }
     return object;
@@ -92,15 +93,15 @@ void print(const Daemon &daemon, const DaemonState &state)
         return;
     }
     const char *player = state.player == Player::Simulator ? ", simulated"
-        : state.player == Player::StandIn                 ? ", stand-in of replay"
+        : state.player == Player::StandIn                  ? ", stand-in of replay"
                                                            : "";
     Console::print(name + QLatin1String("present, ") + state.owner
                    + (state.pid == 0 ? QString() : QStringLiteral(", process %1").arg(state.pid))
                    + Console::warning(QLatin1String(player)));
     for (const auto &[property, answer] : state.answers) {
-        Console::print(QLatin1String("  ") + property->name.leftJustified(25)
-                       + (answer.ok() ? colouredText(answer.value)
-                                      : Console::warning(answer.shortError())));
+        Console::print(
+            QLatin1String("  ") + property->name.leftJustified(25)
+            + (answer.ok() ? colouredText(answer.value) : Console::warning(answer.shortError())));
     }
 }
 
@@ -129,8 +130,9 @@ int run(const Context &context, const QStringList &)
         const DaemonState state = stateOf(daemon, asked, answers);
         if (!state.isKnown) {
             return context.bus.isConnected()
-                ? Console::fail(Toolkit::NoAnswer, QStringLiteral("%1 within %2 ms")
-                                                       .arg(context.unreached).arg(context.timeout))
+                ? Console::fail(
+                    Toolkit::NoAnswer,
+                    QStringLiteral("%1 within %2 ms").arg(context.unreached).arg(context.timeout))
                 : busLost();
         }
         const int own = exitCodeOf(state);
@@ -151,9 +153,11 @@ int run(const Context &context, const QStringList &)
 
 } // namespace
 
+// clang-format off
 const Command statusCommand = {
     "status", "", "Which daemons are running, and the values of their properties",
     "Marks simulated daemons and stand-ins of \"replay\". The exit code is 4 if a daemon\n"
     "is absent, and that of \"call\" if one does not reply.",
     {}, 0, 0, true, nullptr, run, nullptr, false, false, false
 };
+// clang-format on

@@ -30,10 +30,7 @@ const int mostBreaks = 10; // of a strip
 const char *const colours[] = { "#e08a00", "#2b6cb0", "#4b9b5f" };
 const char failedColour[] = "#c81e1e";
 
-QString number(double value)
-{
-    return QString::number(value, 'f', 1);
-}
+QString number(double value) { return QString::number(value, 'f', 1); }
 
 QString milliseconds(qint64 nanoseconds)
 {
@@ -78,12 +75,11 @@ public:
     std::vector<const Timeline::Bar *> bars; ///< by their begin
     std::vector<const Timeline::Tick *> ticks;
     std::vector<std::pair<qint64, qint64>> breaks; ///< by their begin
-    double perNanosecond = 0; ///< pixels
+    double perNanosecond = 0;                      ///< pixels
 };
 
 Strip::Strip(const Timeline &timeline, qint64 from, qint64 to)
-    : begin(from)
-    , end(std::max(to, from + 1000))
+    : begin(from), end(std::max(to, from + 1000))
 {
     std::vector<std::pair<qint64, qint64>> active;
     for (const Timeline::Bar &bar : timeline.bars) {
@@ -146,9 +142,7 @@ double Strip::x(qint64 time) const
 class Picture
 {
 public:
-    explicit Picture(const Timeline &timeline)
-        : m_timeline(timeline)
-        , m_xml(&m_body)
+    explicit Picture(const Timeline &timeline) : m_timeline(timeline), m_xml(&m_body)
     {
         m_xml.setAutoFormatting(true);
         m_xml.setAutoFormattingIndent(0);
@@ -201,8 +195,12 @@ void Picture::text(double x, double y, const QString &text, const char *style)
 
 void Picture::line(double x1, double y1, double x2, double y2, const char *style)
 {
-    element("line", { { "x1", number(x1) }, { "y1", number(y1) }, { "x2", number(x2) },
-                      { "y2", number(y2) }, { "class", QLatin1String(style) } });
+    element("line",
+            { { "x1", number(x1) },
+              { "y1", number(y1) },
+              { "x2", number(x2) },
+              { "y2", number(y2) },
+              { "class", QLatin1String(style) } });
 }
 
 // With as many digits as the step between two times needs.
@@ -216,8 +214,9 @@ QString Picture::clock(qint64 time, qint64 step) const
     for (qint64 unit = second; unit > step && digits < 6; unit /= 10) {
         ++digits;
     }
-    const QString fraction
-        = QString::number(absolute % second).rightJustified(9, QLatin1Char('0')).left(digits);
+    const QString fraction = QString::number(absolute % second)
+                                 .rightJustified(9, QLatin1Char('0'))
+                                 .left(digits);
     return digits == 0 ? whole : whole + QLatin1Char('.') + fraction;
 }
 
@@ -250,8 +249,10 @@ std::vector<Strip> Picture::strips() const
 
 void Picture::drawHead()
 {
-    text(20, 32, QStringLiteral("Calls of the printer's daemons, %1")
-             .arg(m_timeline.start.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))), "title");
+    text(20, 32,
+         QStringLiteral("Calls of the printer's daemons, %1")
+             .arg(m_timeline.start.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))),
+         "title");
     double x = 20;
     m_y = 58;
     const auto legend = [&](const QString &words) {
@@ -259,8 +260,12 @@ void Picture::drawHead()
         x += 40 + letterWidth * 1.05 * double(words.size());
     };
     const auto box = [&](const char *style) {
-        element("rect", { { "x", number(x) }, { "y", number(m_y - 10) }, { "width", number(12) },
-                          { "height", number(barHeight) }, { "class", QLatin1String(style) } });
+        element("rect",
+                { { "x", number(x) },
+                  { "y", number(m_y - 10) },
+                  { "width", number(12) },
+                  { "height", number(barHeight) },
+                  { "class", QLatin1String(style) } });
     };
     for (int i = 0; i < m_timeline.daemons.size(); ++i) {
         box(QStringLiteral("d%1").arg(i).toLatin1().constData());
@@ -273,8 +278,10 @@ void Picture::drawHead()
     line(x + 6, m_y - 10, x + 6, m_y, "mark");
     legend(QStringLiteral("event"));
     text(x + 18, m_y,
-         QStringLiteral("Point at a bar or an event for its name. Each strip has a scale of its own; "
-                        "a bar at its end goes on in the next."), "faint");
+         QStringLiteral(
+             "Point at a bar or an event for its name. Each strip has a scale of its own; "
+             "a bar at its end goes on in the next."),
+         "faint");
     for (const QString &note : m_timeline.notes) {
         m_y += 18;
         text(20, m_y, note, "plain");
@@ -317,10 +324,12 @@ void Picture::drawAxis(const Strip &strip, double bottom)
         if (!isLast) {
             const auto &gap = strip.breaks[i];
             const double middle = strip.x(gap.first);
-            element("rect", { { "x", number(middle - breakWidth / 2 + 4) }, { "y", number(m_y) },
-                              { "width", number(breakWidth - 8) },
-                              { "height", number(bottom - m_y) },
-                              { "class", QStringLiteral("gap") } },
+            element("rect",
+                    { { "x", number(middle - breakWidth / 2 + 4) },
+                      { "y", number(m_y) },
+                      { "width", number(breakWidth - 8) },
+                      { "height", number(bottom - m_y) },
+                      { "class", QStringLiteral("gap") } },
                     QStringLiteral("no calls for ") + length(gap.second - gap.first));
             text(middle, bottom + 11, length(gap.second - gap.first), "gapText");
             from = gap.second;
@@ -337,13 +346,15 @@ void Picture::drawTicks(const Strip &strip)
     text(20, m_y + barHeight - 2, QStringLiteral("events"), "faint");
     for (const Timeline::Tick *tick : strip.ticks) {
         const double x = strip.x(tick->at);
-        element("line",
-                { { "x1", number(x) }, { "y1", number(m_y + 1) }, { "x2", number(x) },
-                  { "y2", number(m_y + 1 + tickHeight) },
-                  { "class", QStringLiteral("tick t%1").arg(tick->daemon) } },
-                QStringLiteral("%1 %2, %3")
-                    .arg(m_timeline.daemons.value(tick->daemon), tick->name,
-                         clock(tick->at, 1000000)));
+        element(
+            "line",
+            { { "x1", number(x) },
+              { "y1", number(m_y + 1) },
+              { "x2", number(x) },
+              { "y2", number(m_y + 1 + tickHeight) },
+              { "class", QStringLiteral("tick t%1").arg(tick->daemon) } },
+            QStringLiteral("%1 %2, %3")
+                .arg(m_timeline.daemons.value(tick->daemon), tick->name, clock(tick->at, 1000000)));
     }
     m_y += rowHeight + 2;
 }
@@ -355,19 +366,27 @@ void Picture::drawBar(const Strip &strip, const Timeline::Bar &bar, int row)
     // A wide one leaves a gap to the next.
     const double width = std::max(right - left - (right - left > 4 ? 1 : 0), narrowestBar);
     const double top = m_y + row * rowHeight + 1;
-    const QString title
-        = QStringLiteral("%1 %2, %3, %4, %5")
-              .arg(m_timeline.daemons.value(bar.daemon), bar.name, milliseconds(bar.end - bar.begin),
-                   m_timeline.lanes.value(bar.lane), clock(bar.begin, 1000000))
+    const QString title = QStringLiteral("%1 %2, %3, %4, %5")
+                              .arg(m_timeline.daemons.value(bar.daemon), bar.name,
+                                   milliseconds(bar.end - bar.begin),
+                                   m_timeline.lanes.value(bar.lane), clock(bar.begin, 1000000))
         + (bar.note.isEmpty() ? QString() : QLatin1String(", ") + bar.note);
     const QString look = QLatin1String(bar.look == Timeline::Open ? " open" : "");
-    element("rect", { { "x", number(left) }, { "y", number(top) }, { "width", number(width) },
-                      { "height", number(barHeight) },
-                      { "class", QStringLiteral("call d%1%2").arg(bar.daemon).arg(look) } }, title);
+    element("rect",
+            { { "x", number(left) },
+              { "y", number(top) },
+              { "width", number(width) },
+              { "height", number(barHeight) },
+              { "class", QStringLiteral("call d%1%2").arg(bar.daemon).arg(look) } },
+            title);
     if (bar.look == Timeline::Failed) {
-        element("rect", { { "x", number(left) }, { "y", number(top + barHeight - 4) },
-                          { "width", number(width) }, { "height", number(4) },
-                          { "class", QStringLiteral("failed") } }, title);
+        element("rect",
+                { { "x", number(left) },
+                  { "y", number(top + barHeight - 4) },
+                  { "width", number(width) },
+                  { "height", number(4) },
+                  { "class", QStringLiteral("failed") } },
+                title);
     }
     if (width > letterWidth * double(bar.name.size()) + 6) {
         text(left + 3, top + barHeight - 3, bar.name,
@@ -435,30 +454,30 @@ QByteArray Picture::draw()
         text(20, m_y, QStringLiteral("No calls."), "plain");
         m_y += 20;
     }
-    QString style = QStringLiteral(
-        "text{font-family:'DejaVu Sans',Verdana,Arial,sans-serif;fill:#222}"
-        ".title{font-size:18px;font-weight:bold}.plain{font-size:12px}"
-        ".faint{font-size:12px;fill:#777}.small{font-size:10px;fill:#555}"
-        ".gapText{font-size:9px;fill:#777;text-anchor:middle}.name{font-size:10px;fill:#fff}"
-        ".openName{font-size:10px}.grid{stroke:#ddd}.gap{fill:#eee}"
-        ".call:hover{stroke:#000}.tick{stroke-width:1.5}.mark{stroke:#555;stroke-width:1.5}"
-        ".failed{fill:%1}.open{fill-opacity:.3;stroke-dasharray:3 2;stroke:#555}")
-                        .arg(QLatin1String(failedColour));
+    QString style =
+        QStringLiteral(
+            "text{font-family:'DejaVu Sans',Verdana,Arial,sans-serif;fill:#222}"
+            ".title{font-size:18px;font-weight:bold}.plain{font-size:12px}"
+            ".faint{font-size:12px;fill:#777}.small{font-size:10px;fill:#555}"
+            ".gapText{font-size:9px;fill:#777;text-anchor:middle}.name{font-size:10px;fill:#fff}"
+            ".openName{font-size:10px}.grid{stroke:#ddd}.gap{fill:#eee}"
+            ".call:hover{stroke:#000}.tick{stroke-width:1.5}.mark{stroke:#555;stroke-width:1.5}"
+            ".failed{fill:%1}.open{fill-opacity:.3;stroke-dasharray:3 2;stroke:#555}")
+            .arg(QLatin1String(failedColour));
     for (int i = 0; i < m_timeline.daemons.size(); ++i) {
         style += QStringLiteral(".d%1{fill:%2}.t%1{stroke:%2}")
                      .arg(QString::number(i), QLatin1String(colours[i % 3]));
     }
     const QString head = QStringLiteral(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%1\" height=\"%2\" "
-        "viewBox=\"0 0 %1 %2\">\n<style>%3</style>\n<rect width=\"100%\" height=\"100%\" "
-        "fill=\"#fff\"/>").arg(number(pageWidth), number(m_y + 10), style);
+                             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                             "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%1\" height=\"%2\" "
+                             "viewBox=\"0 0 %1 %2\">\n<style>%3</style>\n<rect width=\"100%\" "
+                             "height=\"100%\" "
+                             "fill=\"#fff\"/>")
+                             .arg(number(pageWidth), number(m_y + 10), style);
     return (head + m_body + QLatin1String("\n</svg>\n")).toUtf8();
 }
 
 } // namespace
 
-QByteArray Timeline::svg() const
-{
-    return Picture(*this).draw();
-}
+QByteArray Timeline::svg() const { return Picture(*this).draw(); }

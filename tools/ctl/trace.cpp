@@ -19,10 +19,7 @@ namespace {
 const int formatVersion = 1;
 const double longest = 1e9; // seconds
 
-QString formatName()
-{
-    return QStringLiteral("hnipc-trace");
-}
+QString formatName() { return QStringLiteral("hnipc-trace"); }
 
 bool isText(const QJsonValue &value)
 {
@@ -93,8 +90,9 @@ QJsonObject objectIn(const QByteArray &line)
     const QJsonDocument document = QJsonDocument::fromJson(line, &error);
     if (!document.isObject()) {
         throw Expected { QStringLiteral("expected a JSON object in a line: %1")
-            .arg(error.error == QJsonParseError::NoError ? QStringLiteral("it is a list")
-                                                         : error.errorString()) };
+                             .arg(error.error == QJsonParseError::NoError
+                                      ? QStringLiteral("it is a list")
+                                      : error.errorString()) };
     }
     return document.object();
 }
@@ -104,7 +102,8 @@ void checkHeader(const QJsonObject &header)
     const QJsonValue format = header.value(QLatin1String("format"));
     const QJsonValue version = header.value(QLatin1String("version"));
     if (format.toString() != formatName()) {
-        refuse(QStringLiteral("the header of a trace, \"format\": \"%1\"").arg(formatName()), format);
+        refuse(QStringLiteral("the header of a trace, \"format\": \"%1\"").arg(formatName()),
+               format);
     }
     if (version != QJsonValue(formatVersion)) {
         refuse(QStringLiteral("\"version\": %1").arg(formatVersion), version);
@@ -118,7 +117,8 @@ void checkKeys(const QJsonObject &object)
                                     QStringLiteral("signature") };
     if (object.keys() != keys) {
         throw Expected { QStringLiteral("expected these keys: %1; not: %2")
-            .arg(keys.join(QLatin1String(", ")), object.keys().join(QLatin1String(", "))) };
+                             .arg(keys.join(QLatin1String(", ")),
+                                  object.keys().join(QLatin1String(", "))) };
     }
 }
 
@@ -140,7 +140,8 @@ const ClientSignal *signalIn(const Contract &contract, const QJsonObject &object
     const QJsonValue daemon = object.value(QLatin1String("daemon"));
     if (!contract.daemon(daemon.toString())) {
         refuse(QStringLiteral("\"daemon\" to be one of %1")
-                   .arg(contract.daemonNames().join(QLatin1String(", "))), daemon);
+                   .arg(contract.daemonNames().join(QLatin1String(", "))),
+               daemon);
     }
     const QJsonValue name = object.value(QLatin1String("signal"));
     const ClientSignal *result = nullptr;
@@ -153,12 +154,14 @@ const ClientSignal *signalIn(const Contract &contract, const QJsonObject &object
     }
     if (!result) {
         throw Expected { QStringLiteral("expected a signal of %1, not %2%3")
-            .arg(daemon.toString(), spelled(name), didYouMean(name.toString(), names)) };
+                             .arg(daemon.toString(), spelled(name),
+                                  didYouMean(name.toString(), names)) };
     }
     const QJsonValue signature = object.value(QLatin1String("signature"));
     if (signature.toString() != result->signature || !signature.isString()) {
-        refuse(QStringLiteral("\"signature\" of %1 to be \"%2\"")
-                   .arg(result->name, result->signature), signature);
+        refuse(
+            QStringLiteral("\"signature\" of %1 to be \"%2\"").arg(result->name, result->signature),
+            signature);
     }
     return result;
 }
@@ -177,7 +180,8 @@ QVariantList argumentsIn(const QJsonObject &object, const ClientSignal &signal)
         if (!result.last().isValid()) {
             refuse(QStringLiteral("argument %1 (%2) of %3 to be of type \"%4\"")
                        .arg(QString::number(i + 1), signal.parameters.value(i), signal.name,
-                            types.at(i)), argument);
+                            types.at(i)),
+                   argument);
         }
     }
     return result;
@@ -240,8 +244,9 @@ int readTrace(const Contract &contract, const QString &fileName, std::vector<Tra
             events->back().line = line;
         }
     } catch (const Expected &expected) {
-        return Console::fail(Toolkit::BadValue, QStringLiteral("%1:%2: %3")
-                                 .arg(fileName, QString::number(line), expected.what));
+        return Console::fail(
+            Toolkit::BadValue,
+            QStringLiteral("%1:%2: %3").arg(fileName, QString::number(line), expected.what));
     }
     return Toolkit::Done;
 }

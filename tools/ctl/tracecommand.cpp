@@ -24,7 +24,7 @@
 
 namespace {
 
-const int textWidth = 200;      // of a value in a line
+const int textWidth = 200;       // of a value in a line
 const std::size_t mostRows = 30; // of callers in a table or a picture
 
 // ---- What ends a trace ---------------------------------------------------------------------
@@ -194,9 +194,7 @@ class Printer
 {
 public:
     Printer(const Context &context, Callers *callers, const QDateTime &start)
-        : m_context(context)
-        , m_callers(callers)
-        , m_start(start)
+        : m_context(context), m_callers(callers), m_start(start)
     {
     }
 
@@ -212,10 +210,7 @@ private:
     const QDateTime m_start;
 };
 
-bool hasDuration(const TracedCall &call)
-{
-    return call.call && call.how != CallEnd::NoReplyWanted;
-}
+bool hasDuration(const TracedCall &call) { return call.call && call.how != CallEnd::NoReplyWanted; }
 
 QString milliseconds(qint64 nanoseconds)
 {
@@ -223,10 +218,7 @@ QString milliseconds(qint64 nanoseconds)
 }
 
 // As numbers for programs: to the microsecond.
-double millisecondsNumber(qint64 nanoseconds)
-{
-    return double(nanoseconds / 1000) / 1000;
-}
+double millisecondsNumber(qint64 nanoseconds) { return double(nanoseconds / 1000) / 1000; }
 
 QString shortened(const QString &text)
 {
@@ -250,8 +242,8 @@ QString endText(const TracedCall &call, const QString &daemon)
             texts += shortened(textOf(value));
         }
         const QString other = otherReply(call);
-        const QString note
-            = other.isEmpty() ? QString() : QLatin1Char(' ') + Console::warning(other);
+        const QString note = other.isEmpty() ? QString()
+                                             : QLatin1Char(' ') + Console::warning(other);
         return (texts.isEmpty() ? QStringLiteral("replied") : texts.join(QLatin1Char(' '))) + note;
     }
     case CallEnd::ErrorReply:
@@ -334,8 +326,7 @@ void addEnd(const TracedCall &call, QJsonObject *object)
     if (call.how == CallEnd::ErrorReply) {
         object->insert(QStringLiteral("errorName"),
                        QString::fromLatin1(dbus_message_get_error_name(call.reply.get())));
-        object->insert(QStringLiteral("error"),
-                       wireValues(call.reply.get()).value(0).toString());
+        object->insert(QStringLiteral("error"), wireValues(call.reply.get()).value(0).toString());
     } else if (call.how == CallEnd::Reply) {
         QJsonArray values;
         const QVariantList list = replyValues(call);
@@ -438,8 +429,10 @@ CallerRows callerRows(const Traffic &traffic, Callers *callers, std::size_t most
         const QString program = !caller.daemon.isEmpty() ? caller.daemon
             : caller.program.isEmpty()                   ? QStringLiteral("unknown programs")
                                                          : caller.program;
-        add(&programs, countOf.size() < int(most) - 1 || countOf.contains(program)
-                           ? program : QStringLiteral("others"), caller, totals);
+        add(&programs,
+            countOf.size() < int(most) - 1 || countOf.contains(program) ? program
+                                                                        : QStringLiteral("others"),
+            caller, totals);
         ++countOf[programs.rows[size_t(programs.rowOf.back())].text];
     }
     if (processes.rows.size() <= most) {
@@ -484,12 +477,13 @@ void printSummaryText(const Context &context, const Traffic &traffic, Callers *c
         Console::print(line);
     };
     const auto column = [](const char *name) { return QLatin1String(name); };
-    Console::print(QStringLiteral("\n%1 in %2 s").arg(plural(traffic.count(), "call"))
+    Console::print(QStringLiteral("\n%1 in %2 s")
+                       .arg(plural(traffic.count(), "call"))
                        .arg(double(length) / 1e9, 0, 'f', 1));
     if (traffic.older() > 0) {
         Console::print(QStringLiteral("%1 more, to calls from before the trace")
-                           .arg(plural(traffic.older(), "reply").replace(QLatin1String("replys"),
-                                                                        QLatin1String("replies"))));
+                           .arg(plural(traffic.older(), "reply")
+                                    .replace(QLatin1String("replys"), QLatin1String("replies"))));
     }
     if (lost > 0) {
         Console::print(QStringLiteral("%1 of them not printed above").arg(lost));
@@ -524,8 +518,7 @@ void printSummaryText(const Context &context, const Traffic &traffic, Callers *c
             width, cells);
     }
     Console::print(QString());
-    row(QStringLiteral("CALLER"), width,
-        { column("calls"), column("blocked"), column("at once") });
+    row(QStringLiteral("CALLER"), width, { column("calls"), column("blocked"), column("at once") });
     for (const CallerRow &caller : rows) {
         row(Console::printable(caller.text), width,
             { QString::number(caller.count), milliseconds(caller.blocked),
@@ -539,8 +532,7 @@ void printSummaryJson(const Context &context, const Traffic &traffic, Callers *c
     QJsonArray methods;
     for (const MethodTotals &method : methodRows(traffic)) {
         QJsonObject object {
-            { QStringLiteral("daemon"),
-              context.contract.daemons()[size_t(method.daemon)].name },
+            { QStringLiteral("daemon"), context.contract.daemons()[size_t(method.daemon)].name },
             { QStringLiteral("method"), method.method },
             { QStringLiteral("calls"), method.count },
             { QStringLiteral("failed"), method.failed },
@@ -564,14 +556,15 @@ void printSummaryJson(const Context &context, const Traffic &traffic, Callers *c
         object.insert(QStringLiteral("atOnce"), row.atOnce);
         rows += object;
     }
-    Console::printLine({ { QStringLiteral("summary"), QJsonObject {
-        { QStringLiteral("calls"), traffic.count() },
-        { QStringLiteral("length"), millisecondsNumber(length) },
-        { QStringLiteral("older"), traffic.older() },
-        { QStringLiteral("lost"), lost },
-        { QStringLiteral("methods"), methods },
-        { QStringLiteral("callers"), rows },
-    } } });
+    Console::printLine({ { QStringLiteral("summary"),
+                           QJsonObject {
+                               { QStringLiteral("calls"), traffic.count() },
+                               { QStringLiteral("length"), millisecondsNumber(length) },
+                               { QStringLiteral("older"), traffic.older() },
+                               { QStringLiteral("lost"), lost },
+                               { QStringLiteral("methods"), methods },
+                               { QStringLiteral("callers"), rows },
+                           } } });
 }
 
 // ---- The picture ---------------------------------------------------------------------------------
@@ -627,15 +620,17 @@ Timeline timelineOf(const Context &context, const Traffic &traffic, Callers *cal
     std::stable_sort(result.bars.begin(), result.bars.end(),
                      [](const auto &one, const auto &other) { return one.begin < other.begin; });
     const qint64 first = traffic.count() > qint64(result.bars.size()) && !result.bars.empty()
-        ? result.bars.front().begin : 0;
+        ? result.bars.front().begin
+        : 0;
     for (const EventMark &event : traffic.events()) {
         if (event.at >= first) {
             result.ticks.push_back({ event.at, event.daemon, event.name });
         }
     }
-    result.notes += QStringLiteral("%1 of %2, %3").arg(plural(qint64(result.bars.size()), "call"))
-        .arg(plural(qint64(result.lanes.size()), "caller"), plural(qint64(result.ticks.size()),
-                                                                   "event"));
+    result.notes += QStringLiteral("%1 of %2, %3")
+                        .arg(plural(qint64(result.bars.size()), "call"))
+                        .arg(plural(qint64(result.lanes.size()), "caller"),
+                             plural(qint64(result.ticks.size()), "event"));
     if (first > 0) {
         result.notes.last() += QStringLiteral("; the last ones of %1 calls").arg(traffic.count());
     }
@@ -674,8 +669,9 @@ class Clock
 public:
     qint64 now() const
     {
-        return std::chrono::duration_cast<std::chrono::nanoseconds>(
-                   std::chrono::steady_clock::now() - m_start).count();
+        return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now()
+                                                                    - m_start)
+            .count();
     }
     QDateTime start() const { return m_startTime; }
 
@@ -697,8 +693,7 @@ QDBusMessage askBus(const Context &context, const char *member, const QVariantLi
 void tellPresent(const Context &context, Traffic *traffic)
 {
     QSet<QByteArray> connections;
-    const QStringList names
-        = askBus(context, "ListNames").arguments().value(0).toStringList();
+    const QStringList names = askBus(context, "ListNames").arguments().value(0).toStringList();
     for (const QString &name : names) {
         if (name.startsWith(QLatin1Char(':'))) {
             connections.insert(name.toLatin1());
@@ -706,8 +701,8 @@ void tellPresent(const Context &context, Traffic *traffic)
     }
     traffic->setConnections(connections);
     for (size_t i = 0; i < context.contract.daemons().size(); ++i) {
-        const QDBusMessage owner
-            = askBus(context, "GetNameOwner", { context.contract.daemons()[i].busName });
+        const QDBusMessage owner = askBus(context, "GetNameOwner",
+                                          { context.contract.daemons()[i].busName });
         if (owner.type() == QDBusMessage::ReplyMessage) {
             traffic->setOwner(int(i), owner.arguments().value(0).toString().toLatin1());
         }
@@ -732,11 +727,13 @@ int checkPattern(const Contract &contract, const QString &text)
     const Pattern pattern(text);
     const QStringList names = methodNames(contract);
     const bool isOther = text.contains(QLatin1Char('.')); // of an interface that is not ours
-    return isOther || std::any_of(names.begin(), names.end(),
-                                  [&](const QString &name) { return pattern.matches(name); })
+    return isOther
+            || std::any_of(names.begin(), names.end(),
+                           [&](const QString &name) { return pattern.matches(name); })
         ? int(Toolkit::Done)
-        : Console::fail(Toolkit::NoSuchName, QStringLiteral("no method matches \"%1\"%2")
-                            .arg(text, didYouMean(text, names)));
+        : Console::fail(
+            Toolkit::NoSuchName,
+            QStringLiteral("no method matches \"%1\"%2").arg(text, didYouMean(text, names)));
 }
 
 int checkSlow(const Context &context)
@@ -744,9 +741,9 @@ int checkSlow(const Context &context)
     const QString text = context.options.value(QStringLiteral("slow"));
     return text.isNull() || text.toInt() >= 1
         ? int(Toolkit::Done)
-        : Console::fail(Toolkit::WrongUsage,
-                        QStringLiteral("--slow is not a number of milliseconds from 1: \"%1\"")
-                            .arg(text));
+        : Console::fail(
+            Toolkit::WrongUsage,
+            QStringLiteral("--slow is not a number of milliseconds from 1: \"%1\"").arg(text));
 }
 
 int checkPicture(const Context &context)
@@ -758,9 +755,9 @@ int checkPicture(const Context &context)
             : int(Toolkit::Done);
     }
     if (name.isEmpty() || name == QLatin1String("-")) {
-        return Console::fail(Toolkit::WrongUsage,
-                             QStringLiteral("--picture needs the name of a file, not \"%1\"")
-                                 .arg(name));
+        return Console::fail(
+            Toolkit::WrongUsage,
+            QStringLiteral("--picture needs the name of a file, not \"%1\"").arg(name));
     }
     return OutputFile(context, name).check();
 }
@@ -883,6 +880,7 @@ int run(const Context &context, const QStringList &arguments)
 
 } // namespace
 
+// clang-format off
 const Command traceCommand = {
     "trace", "[PATTERN]", "Every call of the daemons: who calls what, and how long it takes",
     "Prints each method call of the daemons when its reply passes, until Ctrl-C: when it\n"
@@ -898,3 +896,4 @@ const Command traceCommand = {
     0, 1, true,
     [](const Contract &contract) { return contract.methodNames(); }, run, check, true
 };
+// clang-format on

@@ -22,19 +22,13 @@ const InterfaceMember *methodOf(const Interface &interface, const QString &name,
     return nullptr;
 }
 
-bool isConnection(const QByteArray &busName)
-{
-    return busName.startsWith(':');
-}
+bool isConnection(const QByteArray &busName) { return busName.startsWith(':'); }
 
 } // namespace
 
 Traffic::Traffic(const Contract &contract, const Wish &wish, Callers *callers, Handler handler)
-    : m_contract(contract)
-    , m_wish(wish)
-    , m_known(callers)
-    , m_handler(std::move(handler))
-    , m_owners(contract.daemons().size())
+    : m_contract(contract), m_wish(wish), m_known(callers), m_handler(std::move(handler)),
+      m_owners(contract.daemons().size())
 {
     for (const Daemon &daemon : contract.daemons()) {
         m_busNames.push_back(daemon.busName.toLatin1());
@@ -46,7 +40,9 @@ Traffic::Traffic(const Contract &contract, const Wish &wish, Callers *callers, H
 QList<QByteArray> Traffic::matchRules() const
 {
     QList<QByteArray> result {
-        "type='method_call'", "type='method_return'", "type='error'",
+        "type='method_call'",
+        "type='method_return'",
+        "type='error'",
         "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged'",
     };
     for (const Daemon &daemon : m_contract.daemons()) {
@@ -57,10 +53,7 @@ QList<QByteArray> Traffic::matchRules() const
     return result;
 }
 
-void Traffic::setOwner(int daemon, const QByteArray &owner)
-{
-    m_owners[size_t(daemon)] = owner;
-}
+void Traffic::setOwner(int daemon, const QByteArray &owner) { m_owners[size_t(daemon)] = owner; }
 
 void Traffic::take(const WireMessagePointer &message, qint64 now)
 {
@@ -112,8 +105,8 @@ void Traffic::takeCall(const WireMessagePointer &message, qint64 now)
     if (name.isWanted) {
         m_known->ask(traced.caller);
         const int asDaemon = daemonAt(traced.caller);
-        traced.callerDaemon
-            = asDaemon < 0 ? QString() : m_contract.daemons()[size_t(asDaemon)].name;
+        traced.callerDaemon = asDaemon < 0 ? QString()
+                                           : m_contract.daemons()[size_t(asDaemon)].name;
         traced.call = message;
         traced.method = name.shown;
         traced.declared = name.declared;
@@ -165,7 +158,8 @@ void Traffic::takeOldReply(const WireMessagePointer &message, qint64 now)
         traced.daemon = daemon;
         traced.caller = caller;
         traced.how = dbus_message_get_type(message.get()) == DBUS_MESSAGE_TYPE_ERROR
-            ? CallEnd::ErrorReply : CallEnd::Reply;
+            ? CallEnd::ErrorReply
+            : CallEnd::Reply;
         if (m_wish.pattern.matches(QString()) && m_wish.slow == 0) {
             m_handler(std::move(traced));
         }
@@ -186,8 +180,8 @@ void Traffic::takeSignal(const WireMessagePointer &message, qint64 now)
     }
     const int daemon = daemonAt(sender);
     if (daemon >= 0 && m_wish.wantsMarks) {
-        m_events.push_back({ now, daemon,
-                             QString::fromLatin1(dbus_message_get_member(message.get())) });
+        m_events.push_back(
+            { now, daemon, QString::fromLatin1(dbus_message_get_member(message.get())) });
         if (m_events.size() > mostMarks) {
             m_events.pop_front();
         }
@@ -284,8 +278,8 @@ const Traffic::Name &Traffic::nameOf(int daemon, DBusMessage *call)
     const QByteArray interface = dbus_message_get_interface(call);
     const QByteArray member = dbus_message_get_member(call);
     const QByteArray signature = dbus_message_get_signature(call);
-    const QByteArray key
-        = QByteArray::number(daemon) + ' ' + interface + ' ' + member + ' ' + signature;
+    const QByteArray key = QByteArray::number(daemon) + ' ' + interface + ' ' + member + ' '
+        + signature;
     const auto found = m_names.constFind(key);
     if (found != m_names.constEnd()) {
         return *found;

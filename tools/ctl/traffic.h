@@ -31,10 +31,10 @@ struct TracedCall
     WireMessagePointer reply; ///< null if there is none
     qint64 begin = 0;
     qint64 end = 0;
-    int daemon = 0;           ///< its place in Contract::daemons()
-    QByteArray caller;        ///< its bus name
-    QString callerDaemon;     ///< the daemon that it is, if it is one
-    QString method;           ///< as shown; empty if it was sent before the trace began
+    int daemon = 0;       ///< its place in Contract::daemons()
+    QByteArray caller;    ///< its bus name
+    QString callerDaemon; ///< the daemon that it is, if it is one
+    QString method;       ///< as shown; empty if it was sent before the trace began
     const Toolkit::InterfaceMember *declared = nullptr; ///< null if no description has it
     CallEnd how = CallEnd::Reply;
 };
@@ -44,8 +44,8 @@ struct MethodTotals
     int daemon = 0;
     QString method;
     qint64 count = 0;
-    qint64 failed = 0;         ///< error replies, and calls whose daemon left
-    qint64 unanswered = 0;     ///< the caller left, or the trace ended
+    qint64 failed = 0;             ///< error replies, and calls whose daemon left
+    qint64 unanswered = 0;         ///< the caller left, or the trace ended
     std::vector<qint64> durations; ///< of the calls that want a reply
 };
 
@@ -54,9 +54,9 @@ struct CallerTotals
     QByteArray busName; ///< the first of the process
     QString daemon;
     qint64 count = 0;
-    qint64 blocked = 0;   ///< time with at least one call pending
+    qint64 blocked = 0; ///< time with at least one call pending
     int pending = 0;
-    int atOnce = 0;       ///< most pending calls
+    int atOnce = 0; ///< most pending calls
     qint64 pendingSince = 0;
 };
 
@@ -85,7 +85,7 @@ public:
     struct Wish
     {
         Pattern pattern { QString() };
-        qint64 slow = 0;       ///< calls that took less are not handed on
+        qint64 slow = 0; ///< calls that took less are not handed on
         bool wantsTotals = false;
         bool wantsMarks = false;
     };
@@ -156,7 +156,7 @@ private:
 
     std::vector<QByteArray> m_busNames; ///< of the daemons
     std::vector<QByteArray> m_owners;   ///< of these names; empty for none
-    QSet<QByteArray> m_older;         ///< connections that are older than the trace
+    QSet<QByteArray> m_older;           ///< connections that are older than the trace
     QHash<Key, Pending> m_pending;
     QHash<QByteArray, Name> m_names;
     QHash<QByteArray, int> m_totalsByName;

@@ -146,10 +146,7 @@ bool holds(const QVariant &value)
     return value.userType() == qMetaTypeId<Type>();
 }
 
-QString hex(const QByteArray &bytes)
-{
-    return QString::fromLatin1(bytes.toHex(' '));
-}
+QString hex(const QByteArray &bytes) { return QString::fromLatin1(bytes.toHex(' ')); }
 
 QString sizeOf(const QByteArray &bytes)
 {
@@ -320,8 +317,9 @@ QStringList linesOf(const QVariant &value)
         const int most = 256;
         lines += sizeOf(bytes);
         for (int i = 0; i < bytes.size() && i < most; i += 16) {
-            lines += QStringLiteral("%1  %2").arg(i, 4, 16, QLatin1Char('0')).arg(
-                hex(bytes.mid(i, 16)));
+            lines += QStringLiteral("%1  %2")
+                         .arg(i, 4, 16, QLatin1Char('0'))
+                         .arg(hex(bytes.mid(i, 16)));
         }
         if (bytes.size() > most) {
             lines += QStringLiteral("...   all of them with --output FILE");

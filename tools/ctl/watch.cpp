@@ -39,10 +39,7 @@ private:
 };
 
 // A read that has failed is told even where a signal has brought a value meanwhile.
-Outcome outcomeOf(const Row &row)
-{
-    return outcomeOf(*row.property->method->daemon, row.reading);
-}
+Outcome outcomeOf(const Row &row) { return outcomeOf(*row.property->method->daemon, row.reading); }
 
 bool isKnown(const Row &row)
 {
@@ -55,9 +52,8 @@ QString textOf(const Outcome &outcome)
 }
 
 Watch::Watch(const Context &context)
-    : m_context(context)
-    , m_isTable(Console::isTerminal() && !context.json)
-    , m_rows(context.contract.properties().size())
+    : m_context(context), m_isTable(Console::isTerminal() && !context.json),
+      m_rows(context.contract.properties().size())
 {
     for (size_t i = 0; i < m_rows.size(); ++i) {
         Row *row = &m_rows[i];
@@ -118,8 +114,8 @@ void Watch::draw()
     for (const Row &row : m_rows) {
         const Outcome outcome = outcomeOf(row);
         const QString value = !isKnown(row) ? QStringLiteral("...")
-            : outcome.ok() ? colouredText(outcome.value, width)
-                           : Console::warning(outcome.shortError().left(width));
+            : outcome.ok()                  ? colouredText(outcome.value, width)
+                                            : Console::warning(outcome.shortError().left(width));
         text += QLatin1Char('\r') + Console::bold(row.property->name.leftJustified(nameWidth))
             + value + QLatin1String("\033[K\n");
     }
@@ -137,6 +133,7 @@ int run(const Context &context, const QStringList &)
 
 } // namespace
 
+// clang-format off
 const Command watchCommand = {
     "watch", "", "The values of all properties, as they change",
     "Shows a table on a terminal, and keeps it up to date until Ctrl-C. Elsewhere, or\n"
@@ -145,3 +142,4 @@ const Command watchCommand = {
     "repeated.",
     {}, 0, 0, true, nullptr, run, nullptr, true, false, false
 };
+// clang-format on

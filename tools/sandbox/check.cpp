@@ -20,8 +20,8 @@ Interface interfaceOf(const QString &name)
 {
     const QString file = interfaceFile(name);
     QString error = QStringLiteral("the description of %1 is not installed").arg(name);
-    const std::optional<Interface> result
-        = file.isEmpty() ? std::nullopt : readInterfaceFile(file, &error);
+    const std::optional<Interface> result = file.isEmpty() ? std::nullopt
+                                                           : readInterfaceFile(file, &error);
     if (!result) {
         throw Failure { SandboxFailed, error };
     }
@@ -48,8 +48,7 @@ QString wrongDaemon(const Act &act)
 {
     static const Interface simulator = interfaceOf(simulatorInterface());
     for (const InterfaceMember &method : simulator.members(InterfaceMember::Method)) {
-        const QString only
-            = method.annotations.value(QStringLiteral("org.hnipc.Simulator.Daemon"));
+        const QString only = method.annotations.value(QStringLiteral("org.hnipc.Simulator.Daemon"));
         if (method.name == act.verb && !only.isEmpty() && only != act.daemon) {
             return QStringLiteral("\"%1\" is for %2, not %3").arg(act.verb, only, act.daemon);
         }

@@ -49,8 +49,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
         "Runs a command, or a shell, where a private bus with simulated daemons of the label "
         "printer plays the system bus."));
     // What follows the command is the command's.
-    parser.setOptionsAfterPositionalArgumentsMode(
-        QCommandLineParser::ParseAsPositionalArguments);
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this."));
     const QCommandLineOption version = parser.addVersionOption();

@@ -137,10 +137,7 @@ pid_t Process::launch(const Launch &launch)
     return reason ? -1 : child;
 }
 
-void Process::adoptOrphans()
-{
-    prctl(PR_SET_CHILD_SUBREAPER, 1);
-}
+void Process::adoptOrphans() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
 
 void Process::endDescendants(const QSet<pid_t> &spared)
 {

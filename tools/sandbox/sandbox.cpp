@@ -43,10 +43,7 @@ void note(const QString &text)
     throw Failure { exitCode, message };
 }
 
-QString reason(int error)
-{
-    return QString::fromLocal8Bit(strerror(error));
-}
+QString reason(int error) { return QString::fromLocal8Bit(strerror(error)); }
 
 // The environment of this process, with other values for some of its variables.
 QList<QByteArray> environmentWith(const QList<QByteArray> &others)
@@ -311,8 +308,7 @@ bool Sandbox::readOutput(Daemon *daemon)
 // A process that has ended may leave something unread, and others that still hold the pipe.
 void Sandbox::drainOutput(Daemon *daemon)
 {
-    while (readOutput(daemon)) {
-    }
+    while (readOutput(daemon)) {}
     if (daemon->output >= 0) {
         closeOutput(daemon);
     }
@@ -331,8 +327,7 @@ void Sandbox::closeOutput(Daemon *daemon)
 
 QDBusConnection Sandbox::connectToBus(const QString &name) const
 {
-    const QDBusConnection bus
-        = QDBusConnection::connectToBus(QString::fromLatin1(m_address), name);
+    const QDBusConnection bus = QDBusConnection::connectToBus(QString::fromLatin1(m_address), name);
     if (!bus.isConnected()) {
         fail(QStringLiteral("cannot connect to the bus: ") + bus.lastError().message());
     }
@@ -342,8 +337,8 @@ QDBusConnection Sandbox::connectToBus(const QString &name) const
 int Sandbox::check(const Request &request)
 {
     const Scenario &scenario = *request.scenario;
-    const QStringList mistakes
-        = mistakesIn(scenario, connectToBus(QStringLiteral("check")), request.daemons);
+    const QStringList mistakes = mistakesIn(scenario, connectToBus(QStringLiteral("check")),
+                                            request.daemons);
     if (m_exitCode) {
         return *m_exitCode;
     }
@@ -372,27 +367,27 @@ void Sandbox::play(const Scenario &scenario, bool isQuiet)
     });
     QObject::connect(m_player.get(), &ScenarioPlayer::stopRequested,
                      [this](const QString &name, const QString &where) {
-        if (m_daemons[name].process) {
-            stopDaemon(name);
-        } else {
-            ++m_failedActs;
-            note(where + name + QLatin1String(" is not running"));
-        }
-    });
+                         if (m_daemons[name].process) {
+                             stopDaemon(name);
+                         } else {
+                             ++m_failedActs;
+                             note(where + name + QLatin1String(" is not running"));
+                         }
+                     });
     QObject::connect(m_player.get(), &ScenarioPlayer::startRequested,
                      [this](const QString &name, const QString &where) {
-        try {
-            if (!m_daemons[name].process) {
-                startDaemon(name);
-                waitForDaemon(name);
-            }
-        } catch (const Failure &failure) {
-            if (!failure.message.isNull()) {
-                ++m_failedActs;
-                note(where + failure.message);
-            }
-        }
-    });
+                         try {
+                             if (!m_daemons[name].process) {
+                                 startDaemon(name);
+                                 waitForDaemon(name);
+                             }
+                         } catch (const Failure &failure) {
+                             if (!failure.message.isNull()) {
+                                 ++m_failedActs;
+                                 note(where + failure.message);
+                             }
+                         }
+                     });
     m_player->start();
 }
 
@@ -403,8 +398,8 @@ void Sandbox::startCommand(const QList<QByteArray> &command)
         + QFile::encodeName(QCoreApplication::applicationDirPath());
     Process::Launch launch;
     launch.arguments = command;
-    launch.environment = environmentWith({ "DBUS_SYSTEM_BUS_ADDRESS=" + m_address,
-                                           "HNIPC_SANDBOX=" + depth(), "PATH=" + path });
+    launch.environment = environmentWith(
+        { "DBUS_SYSTEM_BUS_ADDRESS=" + m_address, "HNIPC_SANDBOX=" + depth(), "PATH=" + path });
     launch.signalMask = m_outerMask;
     m_command = Process::launch(launch);
     if (m_command < 0) {
@@ -421,8 +416,8 @@ void Sandbox::readSignals()
     while (read(m_signals, &info, sizeof(info)) == ssize_t(sizeof(info))) {
         const int number = int(info.ssi_signo);
         // A key of the terminal: the command has the signal, too, and knows what it means.
-        const bool isForTheCommand
-            = (number == SIGINT || number == SIGQUIT) && info.ssi_code == SI_KERNEL && m_command;
+        const bool isForTheCommand = (number == SIGINT || number == SIGQUIT)
+            && info.ssi_code == SI_KERNEL && m_command;
         if (number == SIGCHLD) {
             int status = 0;
             for (pid_t process = waitpid(-1, &status, WNOHANG); process > 0;

@@ -144,15 +144,9 @@ Catalogue readAll(const JsonValue &root)
 
 } // namespace
 
-const Supply *Catalogue::supply(const QString &sku) const
-{
-    return find(supplies, sku);
-}
+const Supply *Catalogue::supply(const QString &sku) const { return find(supplies, sku); }
 
-const Ribbon *Catalogue::ribbon(const QString &sku) const
-{
-    return find(ribbons, sku);
-}
+const Ribbon *Catalogue::ribbon(const QString &sku) const { return find(ribbons, sku); }
 
 const Panel *Catalogue::panel(const QString &ribbonSku, int number) const
 {
@@ -161,10 +155,7 @@ const Panel *Catalogue::panel(const QString &ribbonSku, int number) const
                                                                   : nullptr;
 }
 
-QString rgbText(int rgb)
-{
-    return QStringLiteral("#%1").arg(rgb, 6, 16, QLatin1Char('0'));
-}
+QString rgbText(int rgb) { return QStringLiteral("#%1").arg(rgb, 6, 16, QLatin1Char('0')); }
 
 Panel Catalogue::panelOn(const QString &ribbonSku, int number, const QString &supplySku) const
 {

@@ -15,16 +15,16 @@ struct Supply
     QString material;
     QString format;
     QString colorName;
-    int rgb = 0;              ///< 0xrrggbb
-    double width = 0;         ///< mm
-    double labelLength = 0;   ///< mm; 0 for a supply that is cut at any length
-    double rollLength = 0;    ///< m
+    int rgb = 0;            ///< 0xrrggbb
+    double width = 0;       ///< mm
+    double labelLength = 0; ///< mm; 0 for a supply that is cut at any length
+    double rollLength = 0;  ///< m
     bool landscape = false;
-    int type = 0;             ///< 1 continuous, 2 die-cut, 3 tags
-    int heat = 0;             ///< on top of the panel's
-    int heatOffset = 0;       ///< on top of the panel's
-    int maxSpeed = 0;         ///< mm/s
-    QByteArray background;    ///< PNG
+    int type = 0;          ///< 1 continuous, 2 die-cut, 3 tags
+    int heat = 0;          ///< on top of the panel's
+    int heatOffset = 0;    ///< on top of the panel's
+    int maxSpeed = 0;      ///< mm/s
+    QByteArray background; ///< PNG
 };
 
 struct Panel
@@ -33,15 +33,15 @@ struct Panel
     int rgb = 0;
     int heat = 0;
     int heatOffset = 0;
-    int maxSpeed = 0;         ///< mm/s
-    int tension = 0;          ///< cN
+    int maxSpeed = 0; ///< mm/s
+    int tension = 0;  ///< cN
 };
 
 struct Ribbon
 {
     QString sku;
-    double width = 0;         ///< mm
-    double length = 0;        ///< m
+    double width = 0;  ///< mm
+    double length = 0; ///< m
     QList<Panel> panels;
 };
 
@@ -50,7 +50,7 @@ struct Catalogue
 {
     QList<Supply> supplies;
     QList<Ribbon> ribbons;
-    QString loadedSupply;      ///< what is in the printer when it is switched on
+    QString loadedSupply; ///< what is in the printer when it is switched on
     QStringList loadedRibbons;
 
     /// Null where the catalogue does not have it.

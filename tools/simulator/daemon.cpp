@@ -32,10 +32,7 @@ QString Daemon::load(const QString &, const QStringList &)
     return QStringLiteral("this daemon has no supplies, supplyd has");
 }
 
-QString Daemon::print(uint)
-{
-    return QStringLiteral("this daemon does not print, m4 does");
-}
+QString Daemon::print(uint) { return QStringLiteral("this daemon does not print, m4 does"); }
 
 QString Daemon::malform(const QString &)
 {
@@ -51,7 +48,8 @@ QString Daemon::broadcast(const QString &signal, const QVariantList &arguments)
         const QMetaMethod other = pulseOperation(interface, signal, -1);
         return other.isValid()
             ? QStringLiteral("%1 takes %2, not %3")
-                  .arg(signal, other.parameterCount() == 1
+                  .arg(signal,
+                       other.parameterCount() == 1
                            ? QStringLiteral("1 argument")
                            : QStringLiteral("%1 arguments").arg(other.parameterCount()))
                   .arg(count)

@@ -79,8 +79,7 @@ protected:
                          [this](const QString &signal, const QVariantList &arguments) {
                              const QString wrong = broadcast(signal, arguments);
                              if (!wrong.isEmpty()) {
-                                 qFatal("announcing %s: %s", qPrintable(signal),
-                                        qPrintable(wrong));
+                                 qFatal("announcing %s: %s", qPrintable(signal), qPrintable(wrong));
                              }
                          });
     }

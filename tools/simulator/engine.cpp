@@ -122,8 +122,8 @@ int ownCode(const Engine &engine, int effect)
 } // namespace
 
 Engine::Engine()
-    : Readings(table())
-    , m_settings({ { 1, 0 }, { 2, 100 }, { Printer::labelLengthSetting, 60 }, { cutSetting, 1 } })
+    : Readings(table()),
+      m_settings({ { 1, 0 }, { 2, 100 }, { Printer::labelLengthSetting, 60 }, { cutSetting, 1 } })
 {
     m_labelTimer.setInterval(millisecondsPerLabel);
     connect(&m_labelTimer, &QTimer::timeout, this, &Engine::printLabel);
@@ -172,10 +172,7 @@ bool Engine::isOpen() const
     return get<bool>(PrinterLid) || get<bool>(CutterCover) || get<bool>(SupplyLatch);
 }
 
-bool Engine::hasFault() const
-{
-    return ownCode(*this, Error) != 0;
-}
+bool Engine::hasFault() const { return ownCode(*this, Error) != 0; }
 
 Engine::Status Engine::status(const QString &printerName) const
 {
@@ -255,10 +252,7 @@ bool Engine::calibrate()
     return !isOpen() && measure(BMark) && measure(Gap) && measure(SupplySensor);
 }
 
-bool Engine::engage(int solenoidOrRibbon)
-{
-    return !isOpen() && set(solenoidOrRibbon, true);
-}
+bool Engine::engage(int solenoidOrRibbon) { return !isOpen() && set(solenoidOrRibbon, true); }
 
 bool Engine::resetMotors()
 {
@@ -344,15 +338,9 @@ bool Engine::retryJob()
     return true;
 }
 
-bool Engine::clearJob()
-{
-    return clear(1);
-}
+bool Engine::clearJob() { return clear(1); }
 
-bool Engine::clearAllJobs()
-{
-    return clear(QueueCapacity);
-}
+bool Engine::clearAllJobs() { return clear(QueueCapacity); }
 
 bool Engine::clear(int jobs)
 {

@@ -14,6 +14,7 @@ class Engine : public Readings
 {
 public:
     enum {
+        // clang-format off
         Error, Alert, BatteryStatus, M4Version,
         Dac0, BMark, Gap, PreCutter, SupplySensor,
         RibbonClr1, RibbonClr2, RibbonEnc1, RibbonEnc2, RibbonEnc3, RibbonEnc4,
@@ -26,6 +27,7 @@ public:
         ClearTailRibbon1, ClearTailRibbon2, SupplyWidth, SupplyLED,
         Solenoid1, Solenoid2, Solenoid3, Solenoid4, Ribbon1, Ribbon2
     };
+    // clang-format on
     enum Status { UnknownPrinter, Ready, Printing, Stopped, Faulty };
     static const int QueueCapacity = 8;
 

@@ -3,10 +3,7 @@
 
 #include "common/daemons.h"
 
-Ioexpd::Ioexpd()
-    : m_switches({ { "audioAmp", false }, { "backlight", true } })
-{
-}
+Ioexpd::Ioexpd() : m_switches({ { "audioAmp", false }, { "backlight", true } }) {}
 
 // The cancel button cancels nothing here: that is for the application that hears it.
 QString Ioexpd::press(const QString &button)

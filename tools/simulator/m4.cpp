@@ -3,10 +3,7 @@
 
 #include <cstdio>
 
-M4::M4()
-{
-    announceFor(m_engine);
-}
+M4::M4() { announceFor(m_engine); }
 
 QString M4::print(uint labels)
 {

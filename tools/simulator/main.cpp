@@ -67,11 +67,11 @@ Request readCommandLine()
                        QStringLiteral("file") });
     const QCommandLineOption systemBus(
         QStringLiteral("system-bus"),
-        QStringLiteral("Serve on this machine's system bus if DBUS_SYSTEM_BUS_ADDRESS is not set. Not "
-                       "on a printer: its programs would take what is simulated for real."));
+        QStringLiteral(
+            "Serve on this machine's system bus if DBUS_SYSTEM_BUS_ADDRESS is not set. Not "
+            "on a printer: its programs would take what is simulated for real."));
     parser.addOption(systemBus);
-    parser.addPositionalArgument(QStringLiteral("daemon"),
-                                 daemonsInWords());
+    parser.addPositionalArgument(QStringLiteral("daemon"), daemonsInWords());
     if (!parser.parse(QCoreApplication::arguments())) {
         throw Failure { WrongUsage, parser.errorText() };
     }
@@ -124,8 +124,9 @@ void makeSureOfName(const QString &name)
     }
     if (owner != bus.baseService()) {
         const uint process = bus.interface()->servicePid(name).value();
-        throw Failure { Failed, QStringLiteral("%1 is already owned, by process %2")
-                                    .arg(name).arg(process) };
+        throw Failure {
+            Failed, QStringLiteral("%1 is already owned, by process %2").arg(name).arg(process)
+        };
     }
 }
 
@@ -184,9 +185,10 @@ int serve(const Request &request)
     // The bus library takes an empty address for the system's own, too.
     if (!request.onSystemBus && qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) {
         throw Failure { NoBus,
-                        QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system bus may "
-                                       "be a printer's: run this in hnipc-sandbox, or with "
-                                       "--system-bus") };
+                        QStringLiteral(
+                            "DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system bus may "
+                            "be a printer's: run this in hnipc-sandbox, or with "
+                            "--system-bus") };
     }
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) {

@@ -9,6 +9,7 @@ namespace {
 QVariantList fields(const SupplyInformation &record)
 {
     const auto real = [](float value) { return QVariant(static_cast<double>(value)); };
+    // clang-format off
     return {
         record.text1, record.textList1, real(record.real1), record.integer1,
         record.text2, real(record.real2), record.integer2,
@@ -21,6 +22,7 @@ QVariantList fields(const SupplyInformation &record)
         QVariant(record.variantList3), QVariant(record.variantList4),
         QVariant(record.variantList5),
     };
+    // clang-format on
 }
 
 QVariantList structure(const QVariantList &members)
@@ -60,19 +62,14 @@ QVariantList asDictionary(const SupplyInformation &record)
                            { QStringLiteral("integer1"), record.integer1 } } };
 }
 
-QVariantList asPlainText(const SupplyInformation &record)
-{
-    return { record.text1 };
-}
+QVariantList asPlainText(const SupplyInformation &record) { return { record.text1 }; }
 
-QVariantList asNothing(const SupplyInformation &)
-{
-    return {};
-}
+QVariantList asNothing(const SupplyInformation &) { return {}; }
 
 // In the order of the shapes' names.
-QVariantList (*const shapes[])(const SupplyInformation &record)
-    = { tooShort, withWrongType, asDictionary, asPlainText, asNothing, tooLong };
+QVariantList (*const shapes[])(const SupplyInformation &record) = { tooShort,     withWrongType,
+                                                                    asDictionary, asPlainText,
+                                                                    asNothing,    tooLong };
 
 } // namespace
 

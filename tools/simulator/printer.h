@@ -7,10 +7,7 @@
 /// What the simulated daemons agree on, without a word on the bus.
 namespace Printer {
 
-inline QString name()
-{
-    return QStringLiteral("labelprinter");
-}
+inline QString name() { return QStringLiteral("labelprinter"); }
 
 /// An empty name means this printer, too.
 inline bool isCalled(const QString &printerName)

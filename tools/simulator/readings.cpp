@@ -3,8 +3,7 @@
 
 #include "values.h"
 
-Readings::Readings(const std::vector<Reading> &table)
-    : m_table(table)
+Readings::Readings(const std::vector<Reading> &table) : m_table(table)
 {
     for (const Reading &row : m_table) {
         m_values.push_back(row.start);
@@ -66,10 +65,7 @@ QStringList Readings::names() const
     return result;
 }
 
-int Readings::find(const QString &name) const
-{
-    return static_cast<int>(names().indexOf(name));
-}
+int Readings::find(const QString &name) const { return static_cast<int>(names().indexOf(name)); }
 
 QString Readings::setFromOutside(int reading, const QVariant &value)
 {
@@ -82,6 +78,4 @@ QString Readings::setFromOutside(int reading, const QVariant &value)
     return QString();
 }
 
-void Readings::wasSet(int)
-{
-}
+void Readings::wasSet(int) {}

@@ -36,10 +36,7 @@ QVariant plain(const QVariant &value)
 
 } // namespace
 
-Simulator::Simulator(Daemon *daemon)
-    : m_daemon(daemon)
-{
-}
+Simulator::Simulator(Daemon *daemon) : m_daemon(daemon) {}
 
 void Simulator::answer(const QString &wrong)
 {
@@ -71,25 +68,16 @@ QDBusVariant Simulator::get(const QString &name)
     return QDBusVariant(reading >= 0 ? m_daemon->readings().value(reading) : QVariant(QString()));
 }
 
-QStringList Simulator::names()
-{
-    return m_daemon->readings().names();
-}
+QStringList Simulator::names() { return m_daemon->readings().names(); }
 
-void Simulator::press(const QString &button)
-{
-    answer(m_daemon->press(button));
-}
+void Simulator::press(const QString &button) { answer(m_daemon->press(button)); }
 
 void Simulator::load(const QString &supplySku, const QStringList &ribbonSkus)
 {
     answer(m_daemon->load(supplySku, ribbonSkus));
 }
 
-void Simulator::print(uint labels)
-{
-    answer(m_daemon->print(labels));
-}
+void Simulator::print(uint labels) { answer(m_daemon->print(labels)); }
 
 void Simulator::emit(const QString &signal, const QVariantList &arguments)
 {
@@ -134,8 +122,8 @@ void Simulator::floodOn()
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"));
     const int forEver = INT_MAX;
-    m_fence.reset(new QDBusPendingCallWatcher(
-        QDBusConnection::systemBus().asyncCall(question, forEver)));
+    m_fence.reset(
+        new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(question, forEver)));
     connect(m_fence.get(), &QDBusPendingCallWatcher::finished, this, [this]() {
         const bool isThere = !m_fence->isError();
         m_fence.release()->deleteLater(); // it is the caller
@@ -148,15 +136,9 @@ void Simulator::floodOn()
     });
 }
 
-void Simulator::malform(const QString &shape)
-{
-    answer(m_daemon->malform(shape));
-}
+void Simulator::malform(const QString &shape) { answer(m_daemon->malform(shape)); }
 
-QStringList Simulator::faults()
-{
-    return m_daemon->faults().list();
-}
+QStringList Simulator::faults() { return m_daemon->faults().list(); }
 
 void Simulator::reset()
 {

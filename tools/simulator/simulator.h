@@ -31,8 +31,7 @@ public Q_SLOTS:
     Q_SCRIPTABLE void load(const QString &supplySku, const QStringList &ribbonSkus);
     Q_SCRIPTABLE void print(uint labels);
     Q_SCRIPTABLE void emit(const QString &signal, const QVariantList &arguments);
-    Q_SCRIPTABLE void fault(const QString &member, const QString &kind,
-                            const QDBusVariant &detail);
+    Q_SCRIPTABLE void fault(const QString &member, const QString &kind, const QDBusVariant &detail);
     Q_SCRIPTABLE void flood(const QString &signal, uint count);
     Q_SCRIPTABLE void malform(const QString &shape);
     Q_SCRIPTABLE QStringList faults();

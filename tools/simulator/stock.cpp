@@ -36,9 +36,7 @@ double percentLeft(const Stock::Roll &roll)
 
 } // namespace
 
-Stock::Stock(const Catalogue &catalogue)
-    : Readings(table())
-    , m_catalogue(catalogue)
+Stock::Stock(const Catalogue &catalogue) : Readings(table()), m_catalogue(catalogue)
 {
     insert(SupplyPlace, m_catalogue.loadedSupply);
     insertRibbons(m_catalogue.loadedRibbons);

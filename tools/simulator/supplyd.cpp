@@ -41,9 +41,8 @@ QDBusPendingCall callWorldOfEngine(const char *method, const QVariantList &argum
 } // namespace
 
 Supplyd::Supplyd(const Catalogue &catalogue)
-    : m_stock(catalogue)
-    , m_watcher(busName(engine), QDBusConnection::systemBus(),
-                QDBusServiceWatcher::WatchForRegistration)
+    : m_stock(catalogue), m_watcher(busName(engine), QDBusConnection::systemBus(),
+                                    QDBusServiceWatcher::WatchForRegistration)
 {
     announceFor(m_stock);
 

@@ -73,10 +73,7 @@ public:
     {
         return panel(sku, number).colorName;
     }
-    qint32 supplyRibbonColorRGB(QString sku, int number) override
-    {
-        return panel(sku, number).rgb;
-    }
+    qint32 supplyRibbonColorRGB(QString sku, int number) override { return panel(sku, number).rgb; }
     qint32 supplyRibbonHeat(QString sku, int number, QString supplySku) override
     {
         return m_stock.catalogue().panelOn(sku, number, supplySku).heat;

@@ -34,30 +34,34 @@ bool isPresent(const char *busName)
 
 void askIoExpander(HNIPC &hnipc)
 {
-    if (!isPresent("org.hnipc.ioexpd"))
+    if (!isPresent("org.hnipc.ioexpd")) {
         return;
+    }
     hnipc.enableBacklight(true);
     say("  backlight", QLatin1String("asked to be on"));
 }
 
 void askPrintEngine(HNIPC &hnipc)
 {
-    if (!isPresent("org.hnipc.m4"))
+    if (!isPresent("org.hnipc.m4")) {
         return;
+    }
     say("  version", hnipc.m4Version());
     say("  lid", QString::number(hnipc.printerLid()));
     say("  status", QString::number(hnipc.getPrinterStatus(QLatin1String("labelprinter"))));
 
     // A measurement: ask for a fresh reading, then read what the daemon holds.
-    if (!hnipc.reqTph1Therm())
+    if (!hnipc.reqTph1Therm()) {
         say("  print head 1", QLatin1String("refused to measure"));
+    }
     say("  print head 1", QString::number(hnipc.tph1Therm()));
 }
 
 void askSupplies(HNIPC &hnipc)
 {
-    if (!isPresent("org.hnipc.supplyd"))
+    if (!isPresent("org.hnipc.supplyd")) {
         return;
+    }
     say("  supplies", hnipc.supplySKUList().join(QLatin1String(" ")));
     say("  ribbons", hnipc.supplyRibbonSKUList().join(QLatin1String(" ")));
 
@@ -67,8 +71,9 @@ void askSupplies(HNIPC &hnipc)
     say("  width", QString::number(hnipc.supplyWidth(sku)));
 
     const SupplyInformation information = hnipc.supplyInformation();
-    say("  record", information.text1 + QLatin1String(", ribbons ")
-                        + information.textList1.join(QLatin1String(" ")));
+    say("  record",
+        information.text1 + QLatin1String(", ribbons ")
+            + information.textList1.join(QLatin1String(" ")));
 }
 
 // The properties that QML screens bind to. Each is read from its daemon now.
@@ -91,13 +96,14 @@ void watch(HNIPC &hnipc, Watcher &watcher)
     QObject::connect(&hnipc, SIGNAL(CancelButton()), &watcher, SLOT(cancelButton()));
     QObject::connect(&hnipc, SIGNAL(M4PrinterLid(bool)), &watcher, SLOT(printerLid(bool)));
     QObject::connect(&hnipc, SIGNAL(Error(int)), &watcher, SLOT(error(int)));
-    QObject::connect(&hnipc, SIGNAL(M4TphTherm(int,qint32)), &watcher, SLOT(tphTherm(int,qint32)));
-    QObject::connect(&hnipc, SIGNAL(SupplyChanged(QString,QString)), &watcher,
-                     SLOT(supplyChanged(QString,QString)));
+    QObject::connect(&hnipc, SIGNAL(M4TphTherm(int, qint32)), &watcher,
+                     SLOT(tphTherm(int, qint32)));
+    QObject::connect(&hnipc, SIGNAL(SupplyChanged(QString, QString)), &watcher,
+                     SLOT(supplyChanged(QString, QString)));
     QObject::connect(&hnipc, SIGNAL(CloseApplicationSignal()), qApp, SLOT(quit()));
 }
 
-}
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -116,8 +122,9 @@ int main(int argc, char *argv[])
     askSupplies(hnipc);
     readProperties(hnipc);
 
-    if (!application.arguments().contains(QLatin1String("--listen")))
+    if (!application.arguments().contains(QLatin1String("--listen"))) {
         return 0;
+    }
     say(QLatin1String("listening"));
     return application.exec();
 }

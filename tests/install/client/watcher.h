@@ -30,10 +30,7 @@ public slots:
         say(QString(QLatin1String("event: printer lid %1")).arg(value ? 1 : 0));
     }
 
-    void error(int value)
-    {
-        say(QString(QLatin1String("event: error code %1")).arg(value));
-    }
+    void error(int value) { say(QString(QLatin1String("event: error code %1")).arg(value)); }
 
     void tphTherm(int tph, qint32 value)
     {
