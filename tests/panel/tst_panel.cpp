@@ -2,7 +2,7 @@
 #include "screen.h"
 
 #include "language.h"
-#include "support/privatebus.h"
+#include "support/qmltestmain.h"
 #include "tools/desk.h"
 
 #include <QtCore/QFile>
@@ -2144,14 +2144,6 @@ void tst_Panel::languagesFit()
     speak(QLocale("en"));
 }
 
-int main(int argc, char **argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_QUICK_BACKEND", "software");
-    PrivateBus bus;
-    QGuiApplication application(argc, argv);
-    tst_Panel test;
-    return QTest::qExec(&test, argc, argv);
-}
+HNIPC_QML_TEST_MAIN(tst_Panel)
 
 #include "tst_panel.moc"

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screen.h"
 #include "support/busprocess.h"
-#include "support/privatebus.h"
+#include "support/qmltestmain.h"
 #include "tools/desk.h"
-
-#include <QtGui/QGuiApplication>
-#include <QtTest/QTest>
 
 // A program of its own: there is one bus in the life of a process, and here it dies.
 class tst_PanelBusLost : public QObject
@@ -33,14 +30,6 @@ void tst_PanelBusLost::isSaid()
     QCOMPARE(screen.faults(), QString());
 }
 
-int main(int argc, char **argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qputenv("QT_QUICK_BACKEND", "software");
-    PrivateBus bus;
-    QGuiApplication application(argc, argv);
-    tst_PanelBusLost test;
-    return QTest::qExec(&test, argc, argv);
-}
+HNIPC_QML_TEST_MAIN(tst_PanelBusLost)
 
 #include "tst_panelbuslost.moc"

@@ -2,7 +2,7 @@
 #ifndef HNIPC_TESTS_QML_SCENE_H
 #define HNIPC_TESTS_QML_SCENE_H
 
-#include "support/privatebus.h"
+#include "support/qmltestmain.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -90,16 +90,5 @@ private:
     QQmlEngine m_engine;
     QScopedPointer<QObject> m_root;
 };
-
-#define HNIPC_QML_TEST_MAIN(TestClass)                                                             \
-    int main(int argc, char **argv)                                                                \
-    {                                                                                              \
-        PrivateBus bus;                                                                            \
-        qputenv("QT_QPA_PLATFORM", "offscreen");                                                   \
-        qputenv("QT_QUICK_BACKEND", "software");                                                   \
-        QGuiApplication application(argc, argv);                                                   \
-        TestClass test;                                                                            \
-        return QTest::qExec(&test, argc, argv);                                                    \
-    }
 
 #endif

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "callers.h"
 
+#include "request.h"
+
 #include <QtCore/QFile>
-#include <QtDBus/QDBusMessage>
 
 #include <unistd.h>
 
@@ -79,11 +80,8 @@ Callers::~Callers()
 
 QDBusPendingCall Callers::question(const QByteArray &busName) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
-    call << QString::fromLatin1(busName);
-    return m_bus.asyncCall(call, m_timeout);
+    return m_bus.asyncCall(busCall("GetConnectionUnixProcessID", { QString::fromLatin1(busName) }),
+                           m_timeout);
 }
 
 void Callers::ask(const QByteArray &busName)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "busmonitor.h"
 #include "console.h"
+#include "hosts.h"
 #include "outputfile.h"
 #include "request.h"
 #include "signalfeed.h"
@@ -59,8 +60,8 @@ bool handleStops()
 
 // ---- From the thread that reads to the one that prints ---------------------------------------
 
-// The calls that wait to be printed. It is limited, and full drops calls, so that the messages of a
-// busy bus fill neither this program nor, unread, the bus.
+// The calls that wait to be printed. If it is full, further calls are dropped, so that a slow output
+// fills neither the memory of this program nor, with unread messages, that of the bus.
 class CallQueue
 {
 public:
@@ -162,22 +163,6 @@ QString wireSignature(const WireMessagePointer &message)
     return QString::fromLatin1(dbus_message_get_signature(message.get()));
 }
 
-// The supply record with the names of its members, where it has the declared form.
-QVariantList replyValues(const TracedCall &call)
-{
-    QVariantList values = wireValues(call.reply.get());
-    const QString record = QStringLiteral("(sasdisdisisisdiayddiiiddddasavavavavav)");
-    if (values.size() == 1 && wireSignature(call.reply) == record) {
-        auto fields = qvariant_cast<Record>(plain(QVariant::fromValue(SupplyInformation())));
-        const QVariantList members = values.at(0).toList();
-        for (int i = 0; i < fields.size() && i < members.size(); ++i) {
-            fields[i].second = members.at(i);
-        }
-        values[0] = QVariant::fromValue(fields);
-    }
-    return values;
-}
-
 // The types of a reply that are not those of the method's description; null if they are.
 QString otherReply(const TracedCall &call)
 {
@@ -188,6 +173,22 @@ QString otherReply(const TracedCall &call)
     const QString sent = wireSignature(call.reply);
     return sent == declared ? QString()
                             : QStringLiteral("(replied \"%1\", not \"%2\")").arg(sent, declared);
+}
+
+// The only structure that a method returns is the supply record. It gets the names of its members.
+QVariantList replyValues(const TracedCall &call)
+{
+    QVariantList values = wireValues(call.reply.get());
+    if (call.declared && otherReply(call).isEmpty()
+        && wireSignature(call.reply).startsWith(QLatin1Char('('))) {
+        auto fields = qvariant_cast<Record>(plain(QVariant::fromValue(SupplyInformation())));
+        const QVariantList members = values.at(0).toList();
+        for (int i = 0; i < fields.size() && i < members.size(); ++i) {
+            fields[i].second = members.at(i);
+        }
+        values[0] = QVariant::fromValue(fields);
+    }
+    return values;
 }
 
 class Printer
@@ -232,6 +233,26 @@ QString errorText(const TracedCall &call)
         + (text.isEmpty() ? QString() : QLatin1String(": ") + text);
 }
 
+// In words, but for replies.
+QString endNote(CallEnd how)
+{
+    switch (how) {
+    case CallEnd::ErrorReply:
+        return QStringLiteral("error reply");
+    case CallEnd::NoReplyWanted:
+        return QStringLiteral("no reply wanted");
+    case CallEnd::DaemonLeft:
+        return QStringLiteral("the daemon left the bus without a reply");
+    case CallEnd::CallerLeft:
+        return QStringLiteral("the caller left the bus before the reply");
+    case CallEnd::Pending:
+        return QStringLiteral("no reply until the trace ended");
+    case CallEnd::Reply:
+        break;
+    }
+    return QString();
+}
+
 QString endText(const TracedCall &call, const QString &daemon)
 {
     switch (call.how) {
@@ -248,16 +269,11 @@ QString endText(const TracedCall &call, const QString &daemon)
     }
     case CallEnd::ErrorReply:
         return Console::warning(Console::printable(shortened(errorText(call))));
-    case CallEnd::NoReplyWanted:
-        return QStringLiteral("no reply wanted");
     case CallEnd::DaemonLeft:
         return Console::warning(daemon + QLatin1String(" left the bus without a reply"));
-    case CallEnd::CallerLeft:
-        return QStringLiteral("the caller left the bus before the reply");
-    case CallEnd::Pending:
-        return QStringLiteral("no reply until the trace ended");
+    default:
+        return endNote(call.how);
     }
-    return QString();
 }
 
 QString argumentName(const TracedCall &call, int index)
@@ -481,9 +497,9 @@ void printSummaryText(const Context &context, const Traffic &traffic, Callers *c
                        .arg(plural(traffic.count(), "call"))
                        .arg(double(length) / 1e9, 0, 'f', 1));
     if (traffic.older() > 0) {
-        Console::print(QStringLiteral("%1 more, to calls from before the trace")
-                           .arg(plural(traffic.older(), "reply")
-                                    .replace(QLatin1String("replys"), QLatin1String("replies"))));
+        Console::print((traffic.older() == 1 ? QStringLiteral("1 reply")
+                                             : QStringLiteral("%1 replies").arg(traffic.older()))
+                       + QLatin1String(" more, to calls from before the trace"));
     }
     if (lost > 0) {
         Console::print(QStringLiteral("%1 of them not printed above").arg(lost));
@@ -568,24 +584,6 @@ void printSummaryJson(const Context &context, const Traffic &traffic, Callers *c
 }
 
 // ---- The picture ---------------------------------------------------------------------------------
-
-QString endNote(CallEnd how)
-{
-    switch (how) {
-    case CallEnd::ErrorReply:
-        return QStringLiteral("error reply");
-    case CallEnd::NoReplyWanted:
-        return QStringLiteral("no reply wanted");
-    case CallEnd::DaemonLeft:
-        return QStringLiteral("the daemon left without a reply");
-    case CallEnd::CallerLeft:
-        return QStringLiteral("the caller left before the reply");
-    case CallEnd::Pending:
-        return QStringLiteral("no reply until the trace ended");
-    default:
-        return QString();
-    }
-}
 
 Timeline::Look lookOf(CallEnd how)
 {
@@ -680,20 +678,13 @@ private:
     QDateTime m_startTime = QDateTime::currentDateTime();
 };
 
-QDBusMessage askBus(const Context &context, const char *member, const QVariantList &arguments = {})
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QLatin1String(member));
-    call.setArguments(arguments);
-    return context.bus.call(call, QDBus::Block, context.timeout);
-}
-
 // Later changes are among the messages that the monitor has received and not yet read.
 void tellPresent(const Context &context, Traffic *traffic)
 {
+    const ReachingDeadline end(context.unreached, context.timeout);
     QSet<QByteArray> connections;
-    const QStringList names = askBus(context, "ListNames").arguments().value(0).toStringList();
+    const QStringList
+        names = replyOf(ask(context, busCall("ListNames"))).arguments().value(0).toStringList();
     for (const QString &name : names) {
         if (name.startsWith(QLatin1Char(':'))) {
             connections.insert(name.toLatin1());
@@ -701,8 +692,8 @@ void tellPresent(const Context &context, Traffic *traffic)
     }
     traffic->setConnections(connections);
     for (size_t i = 0; i < context.contract.daemons().size(); ++i) {
-        const QDBusMessage owner = askBus(context, "GetNameOwner",
-                                          { context.contract.daemons()[i].busName });
+        const QDBusMessage owner = replyOf(
+            ask(context, busCall("GetNameOwner", { context.contract.daemons()[i].busName })));
         if (owner.type() == QDBusMessage::ReplyMessage) {
             traffic->setOwner(int(i), owner.arguments().value(0).toString().toLatin1());
         }
