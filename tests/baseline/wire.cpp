@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "wire.h"
-#include "contract.h"
+#include "contract/contract.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QMap>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
-#include "clientcalls.h"
+#include "client/clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "program.h"

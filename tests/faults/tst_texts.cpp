@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "clientcalls.h"
+#include "client/clientcalls.h"
 #include "expected/clientsignals.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"

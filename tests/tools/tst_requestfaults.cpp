@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "asyncdaemons.h"
+#include "async/asyncdaemons.h"
 #include "desk.h"
 #include "support/memory.h"
 #include "support/privatebus.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "contract.h"
+#include "contract/contract.h"
 #include "desk.h"
 #include "expected/identities.h"
 #include "support/privatebus.h"

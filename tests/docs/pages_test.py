@@ -133,7 +133,7 @@ def check_all():
             played = [each.text for each in shown.commands(page, section)]
         for command in all_commands:
             if command.text not in played and not reason(page, command):
-                wrong.append(f'{command}: is not played, and tests/pages/pages_test.py has no reason')
+                wrong.append(f'{command}: is not played, and tests/docs/pages_test.py has no reason')
         texts = [command.text for command in all_commands]
         for text in list(STAGES.get(page, {})) + list(NOT_PLAYED.get(page, {})):
             if text not in texts:

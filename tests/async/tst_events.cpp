@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
+#include "client/relayrows.h"
 #include "events.h"
-#include "relayrows.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"

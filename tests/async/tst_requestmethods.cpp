@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
-#include "clientcalls.h"
+#include "client/clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "requests.h"
