@@ -164,7 +164,11 @@ int runDaemon(int argc, char **argv)
     say("load %d", pulseAndIdle(daemon));
     const long before = heapInUse();
     pulseAndIdle(daemon);
-    say("growth %ld", heapInUse() - before);
+    if (isHeapCounted()) {
+        say("growth %ld", heapInUse() - before);
+    } else {
+        say("growth unknown");
+    }
     Buttons late;
     late.pulsePrintButtonSignal();
     waitForWord();
@@ -181,6 +185,27 @@ bool nameHasOwner(const char *name)
                      QByteArray("('") + name + "',)")
                .body
         == "(true,)";
+}
+
+// Whether the process has printed a number after the word, and one below the limit.
+bool isBelow(Program &program, const QByteArray &word, int limit)
+{
+    const QByteArray text = program.wordAfter(word);
+    bool isNumber = false;
+    const qlonglong number = text.toLongLong(&isNumber);
+    if (!isNumber || number >= limit) {
+        qWarning("%s: \"%s\" is not a number below %d", word.constData(), text.constData(), limit);
+        return false;
+    }
+    return true;
+}
+
+// Whether the daemon's pulses left less behind than the smallest message. Where the heap is not
+// counted, under valgrind, valgrind looks for leaks.
+bool keepsItsSize(Program &daemon)
+{
+    return isHeapCounted() ? isBelow(daemon, "growth", 10 * pulsesAlone)
+                           : daemon.wordAfter("growth") == "unknown";
 }
 
 const QByteArray all = QByteArray::number(clientSlotCount);
@@ -203,10 +228,10 @@ void tst_BusKilled::clientAndDaemonOutliveTheirBus()
         QCOMPARE(client->wordAfter("failures"), all);
         QCOMPARE(client->wordAfter("failures-of-another"), all);
         QCOMPARE(daemon->wordAfter("sent-alone"), QByteArray("1"));
-        QVERIFY(daemon->wordAfter("growth").toInt() < 10 * pulsesAlone); // no message is as small
+        QVERIFY(keepsItsSize(*daemon));
         // Who spins has a processor to himself, or what others leave of it.
-        QVERIFY(client->wordAfter("load").toInt() < 100);
-        QVERIFY(daemon->wordAfter("load").toInt() < 100);
+        QVERIFY(isBelow(*client, "load", 100));
+        QVERIFY(isBelow(*daemon, "load", 100));
         printf("%d calls without a bus took %s ms; load %s and %s thousandths; growth %s\n",
                clientSlotCount, client->wordAfter("elapsed").constData(),
                client->wordAfter("load").constData(), daemon->wordAfter("load").constData(),
@@ -248,7 +273,7 @@ void tst_BusKilled::onlyNewProcessesFindANewBus()
 
     s_bus->kill();
     QVERIFY(waitUntil([&]() { return oldClient->hasSaid("alone"); }));
-    QVERIFY(!oldDaemon->wordAfter("growth").isEmpty());
+    QVERIFY(keepsItsSize(*oldDaemon));
     s_bus->start();
 
     // The daemon of old neither comes nor can be brought to the new bus.

@@ -10,24 +10,41 @@
 #include <malloc.h>
 #include <unistd.h>
 
-// What there is no telling is the same number at all times, so that nothing seems to grow:
-// sanitizers keep what is freed for a while, and find leaks on their own.
+#ifdef HNIPC_SANITIZED
+// Of the sanitizers' allocator. The header that declares it does not come with g++.
+extern "C" size_t __sanitizer_get_current_allocated_bytes();
+#endif
+
+// An unknown value is always the same number: a sanitizer keeps freed memory for a while.
 static const long untold = -1;
 
 #if defined(__GLIBC__) && !defined(HNIPC_SANITIZED)
 #if __GLIBC_PREREQ(2, 33)
-#define HNIPC_COUNTS_HEAP
+#define HNIPC_HAS_MALLINFO2
 #endif
 #endif
 
-// The bytes that this process holds of the heap, by the allocator's own count.
+// The bytes of the heap that this process uses, as its allocator counts them.
 inline long heapInUse()
 {
-#ifdef HNIPC_COUNTS_HEAP
-    return long(mallinfo2().uordblks);
+#if defined(HNIPC_SANITIZED)
+    return long(__sanitizer_get_current_allocated_bytes());
+#elif defined(HNIPC_HAS_MALLINFO2)
+    const struct mallinfo2 heap = mallinfo2();
+    return long(heap.uordblks + heap.hblkhd);
 #else
     return untold;
 #endif
+}
+
+// False if heapInUse() does not see a new block, as under valgrind. A test of memory is skipped
+// then, because it would always pass.
+inline bool isHeapCounted()
+{
+    const int size = 1000 * 1000; // more than the allocator caches
+    const long before = heapInUse();
+    const QByteArray block(size, 'x');
+    return heapInUse() >= before + size && block.size() == size;
 }
 
 // The kilobytes of memory that a process occupies.

@@ -113,26 +113,42 @@ void tst_CtlDeadline::asJson()
 
 void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
 {
+    struct Row
+    {
+        const char *call;
+        const char *firstLine;
+    };
+    const Row rows[] = {
+        { "supplyInformation", "text1:        \"LBL-100060-WH\"" },
+        { "supplyColorHash", "Blue: \"#005eb8\"" },
+        { "supplySupplyRGB", "#ffffff" },
+        { "supplySKUList", "LBL-100060-WH" },
+        { "supplyBackgroundImage LBL-100060-WH", "105 bytes" },
+        { "ribbon1Verify", "11400714819323198485" },
+        { "setDac 7", "true" },
+        { "sendMCCMessage 1 2 text", "true" },
+        { "supplySupplyPercent", "100" },
+        { "enableBacklight on", "" },
+    };
     QTest::addColumn<QStringList>("call");
-    for (const char *call :
-         { "supplyInformation", "supplyColorHash", "supplySupplyRGB", "supplySKUList",
-           "supplyBackgroundImage LBL-100060-WH", "ribbon1Verify", "setDac 7",
-           "sendMCCMessage 1 2 text", "supplySupplyPercent" }) {
-        QTest::newRow(call) << words(call);
+    QTest::addColumn<QByteArray>("firstLine");
+    for (const Row &row : rows) {
+        QTest::newRow(row.call) << words(row.call) << QByteArray(row.firstLine);
     }
-    QTest::newRow("nothing") << words("enableBacklight on");
 }
 
 // The value is printed, in both forms, as without a deadline.
 void tst_CtlDeadline::leavesTheAnswerAsItIs()
 {
     QFETCH(QStringList, call);
+    QFETCH(QByteArray, firstLine);
     Desk desk({ "ioexpd", "m4", "supplyd" });
     Ctl plain(QStringList("call") + call);
     Ctl requested(words("call --deadline 60000") + call);
     QCOMPARE(plain.exitCode(), 0);
     QCOMPARE(requested.exitCode(), 0);
     const QByteArray value = plain.out();
+    QCOMPARE(value.left(value.indexOf('\n')), firstLine);
     const bool inOneLine = value.count('\n') == 1;
     QCOMPARE(requested.out(),
              (value.isEmpty() ? QByteArray("answered\n")
@@ -142,7 +158,10 @@ void tst_CtlDeadline::leavesTheAnswerAsItIs()
 
     Ctl plainJson(words("call --json") + call);
     Ctl requestedJson(words("call --deadline 60000 --json") + call);
-    QCOMPARE(QJsonDocument::fromJson(requestedJson.out()).object().value("value"),
+    const QJsonObject object = QJsonDocument::fromJson(requestedJson.out()).object();
+    QVERIFY(object.contains("value"));
+    QCOMPARE(object.value("value").isNull(), firstLine.isEmpty());
+    QCOMPARE(object.value("value"),
              QJsonDocument::fromJson(plainJson.out()).object().value("value"));
 }
 
