@@ -31,7 +31,6 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    //! [reading]
     HNIPCReading supply;
     supply.setCall(HNIPC_METHOD(supplySKUCached));
     supply.setSignalNames({ "SupplyChanged" });
@@ -41,9 +40,7 @@ int main(int argc, char *argv[])
         loaded.setText(supply.isKnown() ? "supply " + supply.value().toString()
                                         : "supply not known");
     });
-    //! [reading]
 
-    //! [valueargument]
     HNIPCReading lid;
     lid.setCall(HNIPC_METHOD(printerLid));
     lid.setSignalNames({ "M4PrinterLid" });
@@ -57,21 +54,16 @@ int main(int argc, char *argv[])
             open.setText(lid.value().toBool() ? "lid open" : "lid closed");
         }
     });
-    //! [valueargument]
 
-    //! [events]
     HNIPCEvents events;
     QObject::connect(&events, &HNIPCEvents::CloseApplicationSignal, &application,
                      &QCoreApplication::quit);
-    //! [events]
 
-    //! [call]
     QObject::connect(&events, &HNIPCEvents::PrintButton, &application, [&application]() {
         hnipcCall(HNIPC_METHOD(forwardFeed), 400)
             .within(5000)
             .then(&application, [](const HNIPCAnswer<bool> &fed) { say("feed: " + inWords(fed)); });
     });
-    //! [call]
 
     return application.exec();
 }

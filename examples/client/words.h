@@ -16,7 +16,6 @@ inline void say(const QString &line)
     fflush(stdout);
 }
 
-//! [outcome]
 inline QString inWords(const HNIPCAnswer<bool> &command)
 {
     if (command.isDone()) {
@@ -33,6 +32,5 @@ inline QString inWords(const HNIPCAnswer<bool> &command)
         return "unknown, look at the printer: " + command.errorText();
     }
 }
-//! [outcome]
 
 #endif

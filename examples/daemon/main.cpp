@@ -14,7 +14,6 @@
 
 #include <cstdio>
 
-//! [class]
 class FrontPanel : public IHNIPCIOEXPD, protected QDBusContext
 {
     Q_OBJECT // for QDBusContext, which Qt looks for by name
@@ -25,9 +24,7 @@ public:
     void enableAudioAmp(bool value) override { write("amplifier", value); }
     void enableBacklight(bool value) override { write("backlight", value); }
     void printerSoftCancel() override { pulseCancelButtonSignal(); }
-    //! [class]
 
-    //! [event]
     void press(char button)
     {
         if (button == 'p') {
@@ -38,10 +35,8 @@ public:
             pulseCancelButtonSignal();
         }
     }
-    //! [event]
 
 private:
-    //! [error]
     void write(const char *name, bool value)
     {
         QFile file(m_hardware.filePath(name));
@@ -51,7 +46,6 @@ private:
             sendErrorReply("org.example.Hardware", QString("The %1 does not answer").arg(name));
         }
     }
-    //! [error]
 
     const QDir m_hardware;
 };
@@ -60,7 +54,6 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    //! [main]
     const QDir hardware(application.arguments().value(1));
     QFile buttons(hardware.filePath("buttons"));
     // Both ways, so that it also opens, and stays open, while nobody is at the other end.
@@ -89,7 +82,6 @@ int main(int argc, char *argv[])
         }
     });
     return application.exec();
-    //! [main]
 }
 
 #include "main.moc"

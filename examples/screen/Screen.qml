@@ -5,7 +5,6 @@ import HNIPC 1.0
 Rectangle {
     id: screen
     width: 480; height: 320
-    //! [reading]
     HNIPCReading {
         id: supply
         method: "qmlSupplyPercent"
@@ -32,16 +31,12 @@ Rectangle {
                   : reading.errorText || reading.errorName;
         return (reading.known ? qsTr("%1, not confirmed (%2)").arg(value) : qsTr("not known (%1)")).arg(why);
     }
-    //! [reading]
-    //! [events]
     HNIPCEvents {
         onPrintButton: feed.send()
         onCloseApplicationSignal: Qt.quit()
     }
-    //! [events]
     HNIPCAvailability { id: daemons }
     Timer { id: recently; interval: 10000 }
-    //! [request]
     HNIPCRequest {
         id: feed
         method: "forwardFeed"
@@ -59,7 +54,6 @@ Rectangle {
             recently.restart();
         }
     }
-    //! [request]
 
     component Line: Text {
         id: line
@@ -81,15 +75,12 @@ Rectangle {
             text: qsTr("Lid: %1").arg(screen.inWords(lid, lid.value ? qsTr("open") : qsTr("closed")))
             color: lid.current && !lid.value ? "black" : "#b00020"
         }
-        //! [text]
         Line {
             text: qsTr("Supply: %1").arg(screen.inWords(supply,
                 qsTr("%1 % left").arg(Number(supply.value).toLocaleString(Qt.locale(), "f", 0))))
             color: supply.current ? "black" : "#b00020"
         }
-        //! [text]
     }
-    //! [button]
     Rectangle {
         id: button
         anchors { left: parent.left; bottom: parent.bottom; margins: 24 }
@@ -110,7 +101,6 @@ Rectangle {
             onClicked: feed.send()
         }
     }
-    //! [button]
     Line {
         id: result
         anchors { left: button.right; right: parent.right; bottom: button.bottom; margins: 24; bottomMargin: 0 }

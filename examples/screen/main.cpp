@@ -6,7 +6,6 @@
 #include <QtQml/QQmlEngine>
 #include <QtQuick/QQuickView>
 
-//! [main]
 int main(int argc, char *argv[])
 {
     QGuiApplication application(argc, argv);
@@ -25,4 +24,3 @@ int main(int argc, char *argv[])
     view.show();
     return application.exec();
 }
-//! [main]

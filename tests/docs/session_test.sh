@@ -7,7 +7,9 @@
 #   sandbox: OPTIONS    for hnipc-sandbox
 #   setup: COMMAND      is done, and not shown
 #   $ COMMAND           is shown, and what follows it is what it prints
-#   [NAME]              around what the manual shows; # is a comment
+#   # COMMENT
+#
+# A blank line stands where the manual shows the next part in a block of its own.
 #
 # Processes and connections have other numbers each time, events other times, and calls other
 # durations; the group of the bus policy has the name that the build gave it.
@@ -37,5 +39,5 @@ options=$(sed -n 's/^sandbox: //p' "$session")
     || { code=$?; cat "$work/.played"; exit $code; }
 
 diff --label "the manual: $session" --label "as it is" -u \
-    <(grep -Ev '^(#|sandbox:|needs:|setup:|\[[a-z]+\]$|$)' "$session" | what_differs_aside) \
+    <(grep -Ev '^(#|sandbox:|needs:|setup:|$)' "$session" | what_differs_aside) \
     <(grep -v '^$' "$work/.played" | what_differs_aside)

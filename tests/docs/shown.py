@@ -52,6 +52,11 @@ def commands(page, section=None):
     return result
 
 
+def other_blocks(page):
+    """The line numbers of the indented blocks of a page that are not commands."""
+    return [block[0][0] for block in _blocks(page, None) if not _commands_of(page, block)]
+
+
 def spans(page, section):
     """The text in code quotes in the paragraphs of a section of a Markdown page."""
     text = '\n'.join(line for _, line in _lines(page, section) if not line.startswith('    '))
@@ -88,10 +93,12 @@ def _lines(page, section=None):
 
 
 def _blocks(page, section):
-    """Blocks of code: indented ones of Markdown, .EX to .EE of a manual page."""
+    """Blocks of code: indented ones of Markdown, without those in fences, and .EX to .EE of a manual
+    page."""
     block = []
     is_manual_page = page.endswith('.1')
     inside = False
+    is_fenced = False
     for number, line in _lines(page, section):
         if is_manual_page:
             if line == '.EX':
@@ -101,7 +108,9 @@ def _blocks(page, section):
                 inside = False
             text = _plain(line)
         else:
-            inside = line.startswith('    ') or (bool(block) and not line.strip())
+            is_fenced ^= line.startswith('```')
+            inside = not is_fenced and (line.startswith('    ')
+                                        or (bool(block) and not line.strip()))
             text = line[4:]
         if inside:
             block.append((number, text))

@@ -6,11 +6,9 @@
 #include "expected/record.h"
 #include "expected/serverslots.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QMetaObject>
 #include <QtCore/QRegularExpression>
-#include <QtCore/QSet>
 #include <QtCore/QStringList>
 #include <QtTest/QTest>
 
@@ -155,7 +153,7 @@ const Interface interfaces[] = {
 
 } // namespace
 
-// Whether the manual has everything that the expected tables have, with a text, and leads nowhere.
+// Whether the manual has everything that the expected tables have, with a text.
 class tst_Manual : public QObject
 {
     Q_OBJECT
@@ -172,7 +170,6 @@ private Q_SLOTS:
     void busMethods();
     void busSignals();
     void busRecord();
-    void links();
 };
 
 void tst_Manual::clientMethods()
@@ -382,41 +379,6 @@ void tst_Manual::busRecord()
         QCOMPARE(rows.at(i).mid(0, 3),
                  QStringList({ QString::number(i + 1), field.type, field.name }));
     }
-}
-
-// Every link within the manual, the menu's included, leads to a place that is there.
-void tst_Manual::links()
-{
-    const QRegularExpression place("\\b(?:id|name)=\"([^\"]+)\"");
-    const QRegularExpression link("(?:\\b(?:href|src)=|url:)\"([^\"]*)\"");
-    QHash<QString, QSet<QString>> places;
-    const QStringList pages = QDir(HNIPC_MANUAL_DIR).entryList({ "*.html", "menudata.js" });
-    for (const QString &page : pages) {
-        auto matches = place.globalMatch(contentOf(page));
-        while (matches.hasNext()) {
-            places[page].insert(matches.next().captured(1));
-        }
-    }
-    int count = 0;
-    QStringList dead;
-    for (const QString &page : pages) {
-        auto matches = link.globalMatch(contentOf(page));
-        while (matches.hasNext()) {
-            const QString target = matches.next().captured(1);
-            if (target.contains(':') || target.isEmpty()) {
-                continue; // elsewhere, or a script
-            }
-            ++count;
-            const QString file = target.startsWith('#') ? page : target.section('#', 0, 0);
-            const QString there = target.section('#', 1);
-            if (!QFile::exists(QStringLiteral(HNIPC_MANUAL_DIR "/") + file)
-                || (!there.isEmpty() && !places.value(file).contains(there))) {
-                dead += page + ": " + target;
-            }
-        }
-    }
-    QCOMPARE(dead, QStringList());
-    QVERIFY(count > clientSignalCount); // it has looked at something
 }
 
 QTEST_GUILESS_MAIN(tst_Manual)

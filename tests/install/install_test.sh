@@ -49,7 +49,7 @@ if has_panel "$build"; then
 fi
 diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
-        -o -path ./share/doc/hnipc/html -prune -o ! -type d -printf '%P\n' | sort)
+        -o -path ./share/doc/hnipc -prune -o ! -type d -printf '%P\n' | sort)
 cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # that the tests use
 # Each program starts with what was installed, and nothing of the user's environment leads it there.
 mkdir --mode=700 "$work/runtime" # Qt complains where there is none

@@ -7,7 +7,6 @@
 
 #include <QtCore/QCoreApplication>
 
-//! [blocking]
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
@@ -15,4 +14,3 @@ int main(int argc, char *argv[])
     say("print engine " + printer.m4Version());
     say(printer.forwardFeed(400) ? "fed" : "not fed");
 }
-//! [blocking]

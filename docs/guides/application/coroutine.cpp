@@ -9,7 +9,6 @@
 #include <QCoro/QCoroTask>
 #include <QtCore/QCoreApplication>
 
-//! [coroutine]
 static QCoro::Task<> feed()
 {
     HNIPCRequest request; // lives in the coroutine, and so longer than the call
@@ -20,7 +19,6 @@ static QCoro::Task<> feed()
     say("feed: " + inWords(HNIPCAnswer<bool>(request)));
     QCoreApplication::quit();
 }
-//! [coroutine]
 
 int main(int argc, char *argv[])
 {

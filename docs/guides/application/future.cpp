@@ -12,7 +12,6 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    //! [future]
     HNIPCRequest
         *request = hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000).send(&application);
     QFuture<HNIPCAnswer<bool>>
@@ -23,7 +22,6 @@ int main(int argc, char *argv[])
         say("feed: " + inWords(fed));
         application.quit();
     });
-    //! [future]
 
     return application.exec();
 }

@@ -26,11 +26,9 @@ static void findHardware()
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    //! [late]
     FrontPanel panel; // the name is taken
     findHardware();   // and nobody answers: this belongs above
     puts("daemon: serving");
     fflush(stdout);
     return application.exec();
-    //! [late]
 }

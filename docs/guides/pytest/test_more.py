@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: MIT
 
-# [imports]
 import asyncio
 import subprocess
 
@@ -10,20 +9,16 @@ import hnipc
 import hnipc.aio
 from hnipc import events
 from hnipc.testing import M4, ErrorReply
-# [imports]
 
 
-# [call]
 def test_calls(printer):
     assert printer.m4Version() == "4.2.1-simulated"
     assert printer.supplyRibbonColorName("RIB-110-CMY") == "Cyan"  # panel=1 is the default
     assert printer.supplyInformation().text1 == "LBL-100060-WH"
     with pytest.raises(ValueError, match="steps"):
         printer.forwardFeed(steps=-1)  # nothing is sent
-# [call]
 
 
-# [outcome]
 def test_a_print_engine_that_fails(printer, world):
     world.fault("getError", "error", "org.example.Busy not now")
     with pytest.raises(hnipc.Refused) as refused:
@@ -34,46 +29,36 @@ def test_a_print_engine_that_fails(printer, world):
     with pytest.raises(hnipc.Unknown) as unknown:
         printer.getError(timeout=0.5)
     assert unknown.value.reason is hnipc.Reason.TimedOut
-# [outcome]
 
 
-# [events]
 def test_a_job(printer, world):
     with printer.expect("PrintQueueComplete", timeout=30) as expected:
         world.print(3)
     assert expected.event.value == 1
     assert len(list(printer.events(events.M4PrintDone, timeout=0))) == 3
-# [events]
 
 
-# [daemons]
 def test_without_the_supply_daemon(sandbox, printer):
     sandbox.stop_daemon("supplyd")
     with pytest.raises(hnipc.NotSent):
         printer.supplyId()
     sandbox.start_daemon("supplyd")
     assert printer.supplyId() == "LBL-100060-WH"
-# [daemons]
 
 
-# [scenario]
 @pytest.mark.hnipc(scenario="ordinary-day")
 def test_the_shop_opens(printer):
     with printer.expect("PrintQueueComplete", timeout=60):
         pass
-# [scenario]
 
 
-# [program]
 def test_my_program(sandbox, world):
     world.set("batteryStatus", 12)
     output = subprocess.run(["hnipcctl", "call", "getBatteryStatus"], stdout=subprocess.PIPE,
                             check=True, text=True).stdout
     assert output == "12\n"
-# [program]
 
 
-# [own]
 class JammedEngine(M4):
     def forwardFeed(self, steps: int) -> bool:
         self.pulseErrorSignal(20)
@@ -91,14 +76,11 @@ def test_a_jam(printer):
         with pytest.raises(hnipc.Refused, match="a label is in the cutter"):
             printer.cycleCutter()
         assert engine.calls[0] == ("forwardFeed", (400,))
-# [own]
 
 
-# [aio]
 def test_two_calls_at_once(sandbox):
     async def temperatures():
         async with hnipc.aio.Printer() as printer:
             return await asyncio.gather(printer.tph1Therm(), printer.tph2Therm())
 
     assert all(value > 0 for value in asyncio.run(temperatures()))
-# [aio]

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-//! [screen]
 import QtQuick 1.0
 import HNIPC 1.0
 
@@ -66,4 +65,3 @@ Rectangle {
         }
     }
 }
-//! [screen]

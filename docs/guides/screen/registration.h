@@ -10,7 +10,6 @@
 #include <QtDeclarative/qdeclarative.h>
 #endif
 
-//! [registration]
 #include <hnipc/hnipcavailability.h>
 #include <hnipc/hnipcevents.h>
 #include <hnipc/hnipcreading.h>
@@ -23,6 +22,5 @@ inline void registerClasses()
     qmlRegisterType<HNIPCEvents>("HNIPC", 1, 0, "HNIPCEvents");
     qmlRegisterType<HNIPCAvailability>("HNIPC", 1, 0, "HNIPCAvailability");
 }
-//! [registration]
 
 #endif

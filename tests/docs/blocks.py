@@ -1,0 +1,98 @@
+# SPDX-License-Identifier: MIT
+"""The code and the sessions that a page shows.
+
+Such a block stands between lines of three backquotes. The line above it is a comment with the file
+that the block comes from, such as "<!-- from examples/client/main.cpp -->". The block is a run of
+lines of that file, moved to the left. A session of docs/sessions is shown whole, in one block or, if
+it has several parts, in one block for each.
+"""
+
+import os
+import re
+import textwrap
+
+import shown
+
+SESSION = 'docs/sessions/'
+# What a session does, and does not show.
+HIDDEN = re.compile(r'(#|sandbox:|needs:|setup:)')
+FENCE = re.compile(r'```(\w*)$')
+DOXYGEN = re.compile(r'(?:[@\\\\](?:ref|subpage|snippet|include|page|mainpage|section|anchor)\b)'
+                     r'|\{#')
+FROM = re.compile(r'<!-- from (\S+) -->$')
+
+
+def fenced(text):
+    """Each fenced block of a page: its line number, the line above it, and its lines."""
+    lines = text.splitlines()
+    result = []
+    start = None
+    for number, line in enumerate(lines):
+        if FENCE.match(line):
+            if start is None:
+                start = number
+            else:
+                result.append((start + 1, lines[start - 1] if start else '',
+                               lines[start + 1:number]))
+                start = None
+    return result
+
+
+def parts(session):
+    """What a session shows, split where it is shown in parts."""
+    result = [[]]
+    for line in session.splitlines():
+        if not line or HIDDEN.match(line):
+            result.append([])
+        else:
+            result[-1].append(line)
+    return [part for part in result if part]
+
+
+def is_run(block, text):
+    """Whether a block is a run of a file's lines, with the same lines of space in front taken away."""
+    lines = text.splitlines()
+    return any(textwrap.dedent('\n'.join(lines[start:start + len(block)])) == '\n'.join(block)
+               for start in range(len(lines) - len(block) + 1))
+
+
+def doxygen_commands(text):
+    """What only Doxygen understands in a page: the line numbers, and the commands or labels."""
+    is_code = False
+    for number, line in enumerate(text.splitlines(), 1):
+        is_code ^= bool(FENCE.match(line))
+        for command in [] if is_code else DOXYGEN.findall(line):
+            yield number, command
+
+
+def faults(source, pages, sessions):
+    """What is wrong with the blocks of pages, one line each. Paths are relative to source."""
+    def read(path):
+        with open(f'{source}/{path}', encoding='utf-8') as file:
+            return file.read()
+
+    result = []
+    parts_shown = set()
+    for page in pages:
+        for number, above, block in fenced(read(page)):
+            place = f'{page}:{number}'
+            origin = FROM.match(above)
+            if not origin:
+                result.append(f'{place}: no line "<!-- from FILE -->" above the block')
+            elif not os.path.isfile(f'{source}/{origin.group(1)}'):
+                result.append(f'{place}: there is no {origin.group(1)}')
+            elif origin.group(1).startswith(SESSION):
+                parts_shown.add((origin.group(1), tuple(block)))
+                if block not in parts(read(origin.group(1))):
+                    result.append(f'{place}: is not a part of {origin.group(1)}')
+            elif not block or not is_run(block, read(origin.group(1))):
+                result.append(f'{place}: is not in {origin.group(1)} with these lines')
+        for number, command in doxygen_commands(read(page)):
+            result.append(f'{page}:{number}: "{command}" is not Markdown')
+        for number in shown.other_blocks(f'{source}/{page}'):
+            result.append(f'{page}:{number}: is not a command; code stands in a fenced block')
+    for session in sessions:
+        for part in parts(read(session)):
+            if (session, tuple(part)) not in parts_shown:
+                result.append(f'{session}: no page shows the part "{part[0]}"')
+    return result
