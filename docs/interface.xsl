@@ -33,7 +33,7 @@
     <xsl:if test="signal">
       <xsl:text>&#10;## Signals&#10;&#10;&lt;table class="doxtable"&gt;&#10;</xsl:text>
       <xsl:text>&lt;tr&gt;&lt;th&gt;Signal&lt;/th&gt;&lt;th&gt;Carries&lt;/th&gt;</xsl:text>
-      <xsl:text>&lt;th&gt;What it tells&lt;/th&gt;&lt;th&gt;In the client&lt;/th&gt;</xsl:text>
+      <xsl:text>&lt;th&gt;What it means&lt;/th&gt;&lt;th&gt;In the client&lt;/th&gt;</xsl:text>
       <xsl:text>&lt;/tr&gt;&#10;</xsl:text>
       <xsl:apply-templates select="signal"/>
       <xsl:text>&lt;/table&gt;&#10;</xsl:text>
@@ -41,9 +41,9 @@
 
     <xsl:if test="method[starts-with(@name, 'pulse')]">
       <xsl:text>&#10;## Pulse operations&#10;&#10;</xsl:text>
-      <xsl:text>A daemon calls them in itself. They answer whether the signal could be sent.&#10;</xsl:text>
-      <xsl:text>Over the bus, a printer's policy lets nobody call them but the daemons' own&#10;</xsl:text>
-      <xsl:text>user: see @ref printer.&#10;&#10;</xsl:text>
+      <xsl:text>A daemon calls them itself. They return whether the signal could be sent.&#10;</xsl:text>
+      <xsl:text>Over the bus, a printer's policy refuses them to all users but the daemons'&#10;</xsl:text>
+      <xsl:text>own: see @ref printer.&#10;&#10;</xsl:text>
       <xsl:call-template name="methods">
         <xsl:with-param name="methods" select="method[starts-with(@name, 'pulse')]"/>
         <xsl:with-param name="class" select="$server"/>
@@ -56,7 +56,7 @@
     <xsl:param name="class"/>
     <xsl:text>&lt;table class="doxtable"&gt;&#10;</xsl:text>
     <xsl:text>&lt;tr&gt;&lt;th&gt;Method&lt;/th&gt;&lt;th&gt;Takes&lt;/th&gt;</xsl:text>
-    <xsl:text>&lt;th&gt;Answers&lt;/th&gt;&lt;th&gt;What it does&lt;/th&gt;&lt;/tr&gt;&#10;</xsl:text>
+    <xsl:text>&lt;th&gt;Returns&lt;/th&gt;&lt;th&gt;What it does&lt;/th&gt;&lt;/tr&gt;&#10;</xsl:text>
     <xsl:for-each select="$methods">
       <xsl:text>&lt;tr&gt;&lt;td&gt;</xsl:text>
       <xsl:call-template name="member">

@@ -24,7 +24,7 @@ class Blocks(unittest.TestCase):
     maxDiff = None
 
     def test_the_pages(self):
-        pages = files('docs/**/*.md')
+        pages = ['README.md'] + files('docs/**/*.md')
         self.assertEqual(blocks.faults(SOURCE, pages, files(blocks.SESSION + '*.txt')), [])
 
 

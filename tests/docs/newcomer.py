@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""newcomer.py DIRECTORY [--without-tests]: goes through README.md in two empty systems, DIRECTORY/desk
-and DIRECTORY/build, each with the checkout in /root/hnipc. See scripts/newcomer."""
+"""newcomer.py DIRECTORY [--without-tests]: goes through README.md and the pages to which it leads, in
+two empty systems, DIRECTORY/desk and DIRECTORY/build, each with the checkout in /root/hnipc. See
+scripts/newcomer."""
 
 import os
 import re
@@ -62,12 +63,16 @@ def two_commands(newcomer, without_tests):
     terminal.close()
 
 
-def at_your_desk(newcomer):
-    section = pages_test.README_SECTION
-    man, panel, pictures, address, join = pages_test.README_INLINE[section]
+def without_a_printer(newcomer):
+    man, address, join, panel, pictures = pages_test.INLINE[pages_test.DESK]
 
     terminal = newcomer.terminal('desk')
-    commands = shown.commands('README.md', section)
+    for command in shown.commands('README.md', pages_test.README_SECTION):
+        terminal.type(command)
+    terminal.close()
+
+    terminal = newcomer.terminal('desk')
+    commands = shown.commands(pages_test.DESK)
     for command in commands:
         terminal.type(command)
 
@@ -92,12 +97,12 @@ def at_your_desk(newcomer):
 
 
 def build_and_install(newcomer):
-    section = 'Build and install'
     terminal = newcomer.terminal('build')
-    commands = shown.commands('README.md', section)
+    commands = [command for command in shown.commands(pages_test.INSTALL)
+                if command.text.startswith('cmake')]
     qt = re.search(r'-DHNIPC_QT=(\d)', commands[0].text).group(1)
     module = 'qml-module' if qt == '5' else f'qml{qt}-module'
-    packages = [span for span in dict.fromkeys(shown.spans('README.md', section))
+    packages = [span for span in dict.fromkeys(shown.spans(pages_test.INSTALL, 'What it needs'))
                 if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|(lib)?dbus|pkg)-[a-z0-9-]+', span)]
     newcomer.type(terminal, 'apt-get update')
     newcomer.type(terminal, 'DEBIAN_FRONTEND=noninteractive apt-get install --yes g++ cmake '
@@ -105,21 +110,19 @@ def build_and_install(newcomer):
     for command in commands:
         terminal.type(command)
 
-    # The two forms that README.md shows, for the program of the guide.
+    # The two forms that the page shows, for the program of the guide.
     client = [each for each in shown.commands('README.md', pages_test.README_SECTION)
               if each.text.endswith('hnipc-example-client')][0]
-    without_cmake, presets = pages_test.README_INLINE[section]
+    presets, without_cmake = pages_test.INLINE[pages_test.INSTALL]
     newcomer.type(terminal, presets)
     newcomer.type(terminal, f'cp -r {CHECKOUT}/examples /root/examples && cd /root/examples/client')
     newcomer.type(terminal, without_cmake)
     newcomer.type(terminal, 'hnipc-sandbox -- ./a.out', client.shown)
-    find, link = [line for line in shown.fenced('README.md', section, 'cmake') if line]
-    target = re.search(r'\((\S+)', link).group(1)
-    for line in ('cmake_minimum_required(VERSION 3.16)', f'project({target} LANGUAGES CXX)', find,
-                 f'add_executable({target} main.cpp)', link):
+    for line in shown.fenced(pages_test.INSTALL, 'cmake'):
         newcomer.type(terminal, f"echo '{line}' >>/root/examples/form")
-    newcomer.type(terminal, 'mv ../form CMakeLists.txt && cmake -S . -B form && cmake --build form')
-    newcomer.type(terminal, f'hnipc-sandbox -- form/{target}', client.shown)
+    newcomer.type(terminal, f'mv ../form CMakeLists.txt && cmake -S . -B form -DHNIPC_QT={qt}')
+    newcomer.type(terminal, 'cmake --build form')
+    newcomer.type(terminal, 'hnipc-sandbox -- form/hnipc-example-client', client.shown)
     terminal.close()
     return qt
 
@@ -127,7 +130,8 @@ def build_and_install(newcomer):
 def on_a_printer(newcomer):
     terminal = newcomer.terminal('build')
     newcomer.type(terminal, 'useradd kiosk')
-    for command in shown.commands('README.md', 'On a printer'):
+    section = 'The user and the group of the bus policy'
+    for command in shown.commands(pages_test.INSTALL, section):
         if command.text.startswith('systemctl '):  # no systemd is the first process
             print(f'NOT PLAYED: {command.text}')
             continue
@@ -153,7 +157,7 @@ def main():
     try:
         pages_test.check_all()
         two_commands(newcomer, '--without-tests' in sys.argv)
-        at_your_desk(newcomer)
+        without_a_printer(newcomer)
         qt = build_and_install(newcomer)
         on_a_printer(newcomer)
         guides(newcomer, qt)

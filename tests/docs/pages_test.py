@@ -54,7 +54,9 @@ STAGES = {
             r"printf '%s\n' printer7 service@printer8 >hall.txt"],
     },
 }
-README_SECTION = 'At your desk, without a printer'  # scripts/newcomer plays the others, too
+README_SECTION = 'Without a printer'  # scripts/newcomer plays the others, too
+DESK = 'docs/guides/desk.md'
+INSTALL = 'docs/install.md'
 
 # Commands that show a window until it is closed, and what comes when it is there.
 WINDOWS = {
@@ -62,14 +64,13 @@ WINDOWS = {
 }
 WINDOW_IS_THERE = ['...', 'qt.scenegraph.general: Loading backend software', '...', '^C']
 
-# The commands in README's sentences, by section. scripts/newcomer plays them, but for the first two.
-README_INLINE = {
-    'Two commands': ['scripts/test --qt 5', 'scripts/test --sanitize'],
-    README_SECTION: ['man hnipcctl', 'hnipc-sandbox -- hnipc-panel',
-                     'scripts/demo --screenshot DIR', 'echo $DBUS_SYSTEM_BUS_ADDRESS',
-                     "export DBUS_SYSTEM_BUS_ADDRESS='...'"],
-    'Build and install': ['g++ -fPIC main.cpp $(pkg-config --cflags --libs hnipcasync-qt5)',
-                          'cmake --list-presets'],
+# The commands in the sentences of a page. scripts/newcomer plays them, but for README's.
+INLINE = {
+    'README.md': ['scripts/test --qt 5'],
+    DESK: ['man hnipcctl', 'echo $DBUS_SYSTEM_BUS_ADDRESS', "export DBUS_SYSTEM_BUS_ADDRESS='...'",
+           'hnipc-sandbox -- hnipc-panel', 'scripts/demo --screenshot DIR'],
+    INSTALL: ['cmake --list-presets',
+              'g++ -fPIC main.cpp $(pkg-config --cflags --libs hnipcasync-qt5)'],
 }
 
 # Commands that no test can run, and why.
@@ -77,6 +78,8 @@ NOT_PLAYED = {
     'README.md': {
         'scripts/demo': 'the test "demo" runs it, and so does scripts/newcomer',
         'scripts/test': 'this is part of it; scripts/newcomer runs it',
+    },
+    INSTALL: {
         'cmake -S . -B build -DHNIPC_QT=5 -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_TESTING=OFF':
             'scripts/newcomer runs it',
         'cmake --build build -j2': 'scripts/newcomer runs it',
@@ -141,11 +144,11 @@ def check_all():
     for page in list(STAGES) + list(NOT_PLAYED):
         if page not in pages():
             wrong.append(f'there is no {page}')
-    for section in re.findall('^## (.*)$', open('README.md', encoding='utf-8').read(), re.M):
-        spans = shown.inline_commands('README.md', section)
-        if sorted(spans) != sorted(README_INLINE.get(section, [])):
-            wrong.append(f'README.md, "{section}", shows {spans}, and scripts/newcomer plays '
-                         f'{README_INLINE.get(section, [])}')
+    for page, commands in INLINE.items():
+        spans = shown.inline_commands(page)
+        if spans != commands:
+            wrong.append(f'the sentences of {page} show {spans}, and scripts/newcomer plays '
+                         f'{commands}')
     if wrong:
         raise shown.Failed('\n'.join(wrong))
 

@@ -57,21 +57,21 @@ def other_blocks(page):
     return [block[0][0] for block in _blocks(page, None) if not _commands_of(page, block)]
 
 
-def spans(page, section):
-    """The text in code quotes in the paragraphs of a section of a Markdown page."""
+def spans(page, section=None):
+    """The text in code quotes in the paragraphs of a Markdown page or of a section of it."""
     text = '\n'.join(line for _, line in _lines(page, section) if not line.startswith('    '))
     text = re.sub(r'^```.*?^```', '', text, flags=re.S | re.M)
     return [' '.join(span.split()) for span in re.findall(r'`([^`]+)`', text)]
 
 
-def fenced(page, section, language):
+def fenced(page, language):
     """The lines of the first block of a language."""
-    text = '\n'.join(line for _, line in _lines(page, section))
+    text = '\n'.join(line for _, line in _lines(page))
     return re.search(rf'^```{language}\n(.*?)^```', text, re.S | re.M).group(1).splitlines()
 
 
-def inline_commands(page, section):
-    """The commands in the sentences of a section. A program of ours with one word behind it, and
+def inline_commands(page, section=None):
+    """The commands in the sentences of a page or of a section of it. A program of ours with one word behind it, and
     what that takes, is a name: `hnipcctl status`, `hnipc-sandbox --scenario FILE`."""
     return [span for span in spans(page, section)
             if ' ' in span and is_command(span) and not re.fullmatch(r'hnipc\S* \S+( [A-Z]+)*', span)]
