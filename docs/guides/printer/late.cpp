@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A daemon as none should be: between its object and its event loop it does something long, here to
-// wait for a line on its standard input.
+// How not to write a daemon: between its object and its event loop it does something that takes long.
+// Here it waits for a line on its standard input.
 
 #include <hnipc/ihnipcioexpd.h>
 
@@ -26,8 +26,8 @@ static void findHardware()
 int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
-    FrontPanel panel; // the name is taken
-    findHardware();   // and nobody answers: this belongs above
+    FrontPanel panel; // owns the bus name from here on
+    findHardware();   // calls wait meanwhile: this belongs above the object
     puts("daemon: serving");
     fflush(stdout);
     return application.exec();
