@@ -56,14 +56,14 @@ int main(int argc, char *argv[])
 
     const QDir hardware(application.arguments().value(1));
     QFile buttons(hardware.filePath("buttons"));
-    // Both ways, so that it also opens, and stays open, while nobody is at the other end.
+    // For reading and writing, so that it opens, and stays open, without a writer.
     if (!buttons.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
         fprintf(stderr, "%s: %s\n", qPrintable(buttons.fileName()),
                 qPrintable(buttons.errorString()));
         return 1;
     }
 
-    FrontPanel panel(hardware); // from here on clients find the daemon, and wait for its answers
+    FrontPanel panel(hardware); // from here on clients find the daemon, and wait for its replies
 
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()

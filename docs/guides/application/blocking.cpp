@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Asks the print engine two questions, and waits for each answer.
+// Calls the print engine twice, and waits for each reply.
 
 #include "words.h"
 

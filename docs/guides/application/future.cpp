@@ -12,12 +12,10 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    HNIPCRequest
-        *request = hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000).send(&application);
-    QFuture<HNIPCAnswer<bool>>
-        feed = QtFuture::connect(request, &HNIPCRequest::finished).then([request]() {
-            return HNIPCAnswer<bool>(*request); // here, since the request deletes itself
-        });
+    auto *request = hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000).send(&application);
+    auto feed = QtFuture::connect(request, &HNIPCRequest::finished).then([request]() {
+        return HNIPCAnswer<bool>(*request); // a copy, since the request deletes itself
+    });
     feed.then(&application, [&application](const HNIPCAnswer<bool> &fed) {
         say("feed: " + inWords(fed));
         application.quit();
