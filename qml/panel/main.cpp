@@ -61,7 +61,7 @@ void whileStarting(QtMsgType type, const QMessageLogContext &context, const QStr
     if (type == QtFatalMsg) {
         fail(Failed,
              QStringLiteral("no display is available: %1. Set DISPLAY or WAYLAND_DISPLAY, or "
-                            "QT_QPA_PLATFORM to what shows windows here.")
+                            "QT_QPA_PLATFORM to a platform plugin that works here.")
                  .arg(start.cause.isEmpty() ? message.simplified() : start.cause));
         std::_Exit(Failed);
     }
@@ -90,15 +90,16 @@ int main(int argc, char *argv[])
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption full(QStringLiteral("fullscreen"),
-                                  QStringLiteral("Fill the display."));
+                                  QStringLiteral("Show the window in full screen."));
     const QCommandLineOption shoot(
         QStringLiteral("shoot"),
-        QStringLiteral("Write a picture of the panel after so many seconds, and end after the last"
-                       "; may be given several times."),
+        QStringLiteral("Write a picture of the front panel to a file after this number of seconds, "
+                       "and end after the last picture; may be given several times."),
         QStringLiteral("seconds=file"));
     const QCommandLineOption language(
         QStringLiteral("language"),
-        QStringLiteral("Speak this language: %1. By default that of the locale, or English.")
+        QStringLiteral("The language of texts and numbers, one of %1; default that of the locale, "
+                       "or English.")
             .arg(languages().join(QStringLiteral(", "))),
         QStringLiteral("code"));
     parser.addOptions({ full, shoot, language });
@@ -107,7 +108,9 @@ int main(int argc, char *argv[])
     }
     parser.process(application); // --help and --version
     if (!parser.positionalArguments().isEmpty()) {
-        return fail(WrongUsage, QStringLiteral("takes no arguments; see --help"));
+        return fail(WrongUsage,
+                    QStringLiteral("unexpected argument \"%1\"; see hnipc-panel --help")
+                        .arg(parser.positionalArguments().first()));
     }
     QList<Shot> shots;
     const QStringList texts = parser.values(shoot);
@@ -150,7 +153,8 @@ int main(int argc, char *argv[])
         // Not of the window: on some platforms it has none.
         const auto picture = view.rootObject()->grabToImage();
         if (!picture) {
-            QCoreApplication::exit(fail(Failed, QStringLiteral("there is no picture")));
+            QCoreApplication::exit(
+                fail(Failed, QStringLiteral("cannot take a picture of the front panel")));
             return;
         }
         QObject::connect(

@@ -112,7 +112,8 @@ void tst_PanelProgram::wrongUsageIsSaid_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("said");
-    QTest::newRow("argument") << QStringList { "now" } << "hnipc-panel: takes no arguments";
+    QTest::newRow("argument") << QStringList { "now" }
+                              << "hnipc-panel: unexpected argument \"now\"; see hnipc-panel --help";
     QTest::newRow("option") << QStringList { "--shot", "1=a.png" } << "hnipc-panel: Unknown option";
     for (const char *code : { "xx", "", "german" }) {
         QTest::addRow("language \"%s\"", code) << QStringList {

@@ -666,7 +666,7 @@ void tst_Policy::toolHearsWithoutRights()
     QByteArray err;
     QVERIFY(waitUntil([&]() {
         err += monitor.readAllStandardError();
-        return err.contains("listening") || monitor.state() == QProcess::NotRunning;
+        return err.contains("subscribed") || monitor.state() == QProcess::NotRunning;
     }));
     m_printer->daemon[M4]->send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
     QVERIFY(waitUntil([&]() { return monitor.state() == QProcess::NotRunning; }));

@@ -405,10 +405,12 @@ void tst_Ctl::wrongUsage_data()
     row("get", "usage: hnipcctl get PROPERTY...|all");
     row("list a b", "usage: hnipcctl list [--signals] [--properties] [PATTERN]");
     row("list --signals --properties", "--signals and --properties list different things");
-    row("status --timeout 0", "--timeout is not a number of milliseconds from 1: \"0\"");
-    row("status --timeout 1s", "--timeout is not a number of milliseconds from 1: \"1s\"");
-    row("monitor --count 0", "--count is not a number from 1: \"0\"");
-    row("monitor --count x", "--count is not a number from 1: \"x\"");
+    row("status --timeout 0",
+        "--timeout: \"0\" is not a number of milliseconds from 1 to 2147483647");
+    row("status --timeout 1s",
+        "--timeout: \"1s\" is not a number of milliseconds from 1 to 2147483647");
+    row("monitor --count 0", "--count: \"0\" is not a number from 1 to 2147483647");
+    row("monitor --count x", "--count: \"x\" is not a number from 1 to 2147483647");
     row("completion zsh", "no completion for zsh, only for bash");
     row("call supplyId --output f", "supplyId() returns no bytes for --output");
     row("call setDac", "0 arguments given to setDac(quint32 value)");
@@ -846,31 +848,43 @@ void tst_Ctl::refusesArguments_data()
     const auto row = [](const char *command, const char *message) {
         QTest::newRow(command) << QByteArray(command) << QByteArray(message);
     };
-    row("setUserSetting x 1", "argument 1 (setting) is not a signed number: \"x\"");
-    row("setUserSetting 1 x", "argument 2 (value) is not a signed number: \"x\"");
+    row("setUserSetting x 1",
+        "argument 1 (setting): \"x\" is not a number from -2147483648 to 2147483647");
+    row("setUserSetting 1 x",
+        "argument 2 (value): \"x\" is not a number from -2147483648 to 2147483647");
     row("setUserSetting 1 2147483648",
-        "argument 2 (value) is not a signed number: \"2147483648\" "
-        "(-2147483648 to 2147483647)");
+        "argument 2 (value): \"2147483648\" is not a number from "
+        "-2147483648 to 2147483647");
     row("setUserSetting 1 -2147483649",
-        "argument 2 (value) is not a signed number: \"-2147483649\"");
-    row("setUserSetting 1 1.5", "argument 2 (value) is not a signed number: \"1.5\"");
-    row("setUserSetting 1 1,000", "argument 2 (value) is not a signed number: \"1,000\"");
-    row("setUserSetting 1 ff", "argument 2 (value) is not a signed number: \"ff\"");
-    row("setUserSetting 1 ", "argument 2 (value) is not a signed number: \"\"");
-    row("setDac -1", "argument 1 (value) is not an unsigned number: \"-1\" (0 to 4294967295)");
-    row("setDac 4294967296", "argument 1 (value) is not an unsigned number: \"4294967296\"");
-    row("setDac 0x100000000", "argument 1 (value) is not an unsigned number: \"0x100000000\"");
-    row("setSupplyLED yes", "argument 1 (value) is not true or false: \"yes\"");
-    row("setSupplyLED 2", "argument 1 (value) is not true or false: \"2\"");
-    row("supplyRibbonHeat R one S", "argument 2 (panel) is not a signed number: \"one\"");
-    row("supplyInformationBySKUs S [1]", "argument 2 (ribbonSkus) is not a list of texts: \"[1]\"");
+        "argument 2 (value): \"-2147483649\" is not a number from -2147483648 to 2147483647");
+    row("setUserSetting 1 1.5",
+        "argument 2 (value): \"1.5\" is not a whole number from -2147483648 to 2147483647");
+    row("setUserSetting 1 1,000",
+        "argument 2 (value): \"1,000\" is not a number from -2147483648 to 2147483647");
+    row("setUserSetting 1 ff",
+        "argument 2 (value): \"ff\" is not a number from -2147483648 to 2147483647");
+    row("setUserSetting 1 ",
+        "argument 2 (value): \"\" is not a number from -2147483648 to 2147483647");
+    row("setDac -1", "argument 1 (value): \"-1\" is not a number from 0 to 4294967295");
+    row("setDac 4294967296",
+        "argument 1 (value): \"4294967296\" is not a number from 0 to 4294967295");
+    row("setDac 0x100000000",
+        "argument 1 (value): \"0x100000000\" is not a number from 0 to 4294967295");
+    row("setSupplyLED yes", "argument 1 (value): \"yes\" is not true or false");
+    row("setSupplyLED 2", "argument 1 (value): \"2\" is not true or false");
+    row("supplyRibbonHeat R one S",
+        "argument 2 (panel): \"one\" is not a number from -2147483648 to 2147483647");
+    row("supplyInformationBySKUs S [1]",
+        "argument 2 (ribbonSkus): \"[1]\" is not a list of strings");
     row("supplyInformationBySKUs S [\"a\"",
-        "argument 2 (ribbonSkus) is not a list of texts: \"[\"a\"\"");
-    row("sendMCCMessage 1 x 5", "argument 2 (definedMessage) is not a signed number: \"x\"");
+        "argument 2 (ribbonSkus): \"[\"a\"\" is not a list of strings");
+    row("sendMCCMessage 1 x 5",
+        "argument 2 (definedMessage): \"x\" is not a number from -2147483648 to 2147483647");
     row("sendMCCMessage(int,int,quint64) 1 2 x",
-        "argument 3 (value) is not an unsigned number: \"x\" (0 to 18446744073709551615)");
+        "argument 3 (value): \"x\" is not a number from 0 to 18446744073709551615");
     row("sendMCCMessage(int,int,quint64) 1 2 18446744073709551616",
-        "argument 3 (value) is not an unsigned number: \"18446744073709551616\"");
+        "argument 3 (value): \"18446744073709551616\" is not a number from 0 to "
+        "18446744073709551615");
 }
 
 void tst_Ctl::refusesArguments()
@@ -972,7 +986,7 @@ void tst_Ctl::keepsFiles()
     Ctl ctl(QStringList(save) << fileName);
     QCOMPARE(ctl.exitCode(), 1);
     QCOMPARE(ctl.err(),
-             "hnipcctl: " + fileName.toUtf8() + " is there already; --force overwrites it\n");
+             "hnipcctl: " + fileName.toUtf8() + " exists already; --force overwrites it\n");
     QCOMPARE(content(), QByteArray("precious"));
     QVERIFY(daemons.takeCalls().isEmpty());
 
@@ -1081,10 +1095,10 @@ void tst_Ctl::batch()
     const QByteArray
         output = "17\n"
                  "true\n"
-                 "error: argument 1 (value) is not an unsigned number: \"x\" (0 to 4294967295)\n"
+                 "error: argument 1 (value): \"x\" is not a number from 0 to 4294967295\n"
                  "done\n"
                  "\"4.2\\n1\"\n"
-                 "error: m4 answered org.example.Cold: too cold\n"
+                 "error: m4 replied with the error org.example.Cold: too cold\n"
                  "87\n"
                  "qmlBatteryStatus=87 qmlPrintEngineErrorCode=17\n"
                  "1\n"
@@ -1155,14 +1169,19 @@ void tst_Ctl::tellsWhatWentWrong_data()
     QTest::addColumn<QByteArray>("message");
     QTest::addColumn<QByteArray>("errorName");
 
-    QTest::newRow("refused") << 5 << QByteArray("m4 answered org.hnipc.Error.Busy: it moves")
+    QTest::newRow("refused") << 5
+                             << QByteArray(
+                                    "m4 replied with the error org.hnipc.Error.Busy: it moves")
                              << QByteArray("org.hnipc.Error.Busy");
     // As the bus would say it, but said by the daemon.
     QTest::newRow("refusedAsUnknown")
-        << 5 << QByteArray("m4 answered org.freedesktop.DBus.Error.ServiceUnknown: who?")
+        << 5
+        << QByteArray("m4 replied with the error org.freedesktop.DBus.Error.ServiceUnknown: who?")
         << QByteArray("org.freedesktop.DBus.Error.ServiceUnknown");
     QTest::newRow("unknownMethod")
-        << 5 << QByteArray("m4 answered org.freedesktop.DBus.Error.UnknownMethod: no such method")
+        << 5
+        << QByteArray(
+               "m4 replied with the error org.freedesktop.DBus.Error.UnknownMethod: no such method")
         << QByteArray("org.freedesktop.DBus.Error.UnknownMethod");
     QTest::newRow("silent") << 6 << QByteArray("org.hnipc.m4 did not answer within 250 ms")
                             << QByteArray("org.freedesktop.DBus.Error.Timeout");
@@ -1366,7 +1385,7 @@ void tst_Ctl::refusedByTheBus()
     for (const char *command : { "call getError", "introspect m4" }) {
         Ctl ctl(address + words(command));
         QCOMPARE(ctl.exitCode(), 3);
-        QVERIFY2(ctl.err().startsWith("hnipcctl: the bus does not carry the call: The maximum "),
+        QVERIFY2(ctl.err().startsWith("hnipcctl: the bus does not deliver the call: The maximum "),
                  ctl.err());
     }
     QCOMPARE(object(Ctl(address + words("call getError")).out()).value(text("errorName")),
@@ -1387,7 +1406,7 @@ void tst_Ctl::busByAddress()
         QCOMPARE(Ctl(words("call getError") + options, nowhere).out(), QByteArray("17\n"));
     }
     Ctl monitor(words("monitor --count 1 --address") << address, nowhere);
-    QVERIFY(monitor.complains("listening"));
+    QVERIFY(monitor.complains("subscribed"));
     daemons.emitSignal(M4, "M4_Error", "(1,)");
     QCOMPARE(monitor.exitCode(), 0);
     QVERIFY(monitor.out().contains("Error value=1"));
@@ -1470,11 +1489,13 @@ void tst_Ctl::warnsOfALostBus()
         return shell->err();
     };
     const QByteArray warned = errorsOf(QString());
-    QVERIFY2(warned.startsWith("hnipcctl: this is the system bus, and not " + address + ", which"),
-             warned);
-    QVERIFY(!errorsOf(text("--address unix:path=/nonexistent/bus")).contains("this is the system"));
+    QVERIFY2(
+        warned.startsWith("hnipcctl: using the system bus, not the bus at " + address + " of the"),
+        warned);
+    QVERIFY(
+        !errorsOf(text("--address unix:path=/nonexistent/bus")).contains("using the system bus"));
     QScopedPointer<Ctl> inside(Ctl::inShell(text("hnipcctl call getError; :")));
-    QVERIFY2(!inside->err().contains("this is the system bus"), inside->err());
+    QVERIFY2(!inside->err().contains("using the system bus"), inside->err());
 }
 
 // ---- status and get ------------------------------------------------------------------------
@@ -1557,10 +1578,11 @@ void tst_Ctl::statusOfWhatIsMissing()
     daemons[M4].answerError("getAlert", "org.hnipc.Error.Odd", "so it is");
     Ctl refused(words("status"));
     QCOMPARE(refused.exitCode(), 5);
-    QVERIFY2(refused.out().contains(
-                 "  qmlPrintEngineErrorCode  17\n"
-                 "  qmlPrintEngineAlertCode  m4 answered org.hnipc.Error.Odd: so it is\n"),
-             refused.out());
+    QVERIFY2(
+        refused.out().contains(
+            "  qmlPrintEngineErrorCode  17\n"
+            "  qmlPrintEngineAlertCode  m4 replied with the error org.hnipc.Error.Odd: so it is\n"),
+        refused.out());
 
     daemons[M4].answer("getAlert", "(0,)");
     daemons[SUPPLYD].ignore("supplySKUCached");
@@ -1779,8 +1801,8 @@ void tst_Ctl::monitorsEverySignal()
     FakeDaemons daemons;
     Ctl ctl(words("monitor"));
     Ctl json(words("monitor --json --count 118"));
-    QVERIFY(ctl.complains("listening to 59 signals"));
-    QVERIFY(json.complains("listening to 59 signals"));
+    QVERIFY(ctl.complains("subscribed to 59 signals"));
+    QVERIFY(json.complains("subscribed to 59 signals"));
 
     QList<QByteArray> expected;
     QJsonArray expectedJson;
@@ -1842,8 +1864,8 @@ void tst_Ctl::monitorsByPattern()
 {
     FakeDaemons daemons;
     Ctl ctl(words("monitor --count 2 *percentchanged"));
-    QVERIFY(ctl.complains("listening to 3 signals"));
-    QVERIFY(Ctl(words("monitor PrintQueueClear")).complains("listening to 1 signal;"));
+    QVERIFY(ctl.complains("subscribed to 3 signals"));
+    QVERIFY(Ctl(words("monitor PrintQueueClear")).complains("subscribed to 1 signal;"));
     daemons.emitSignal(SUPPLYD, "SUPPLYD_SupplyRGBChanged", "('#ffffff',)");
     daemons.emitSignal(SUPPLYD, "SUPPLYD_Ribbon2PercentChanged", "(1.5,)");
     daemons.emitSignal(M4, "M4_Error", "(1,)");
@@ -1864,19 +1886,19 @@ void tst_Ctl::monitorMarksOtherForms()
     FakeDaemons daemons;
     Ctl ctl(words("monitor --count 3"));
     Ctl json(words("monitor --json --count 3"));
-    QVERIFY(ctl.complains("listening") && json.complains("listening"));
+    QVERIFY(ctl.complains("subscribed") && json.complains("subscribed"));
     daemons.emitSignal(M4, "M4_Error", "('lid', 5)");
     daemons.emitSignal(M4, "M4_Error", "(5, ('a', [1]))");
     daemons.emitSignal(M4, "M4_M4TphTherm", "()");
     QCOMPARE(ctl.exitCode(), 0);
     QVERIFY2(lines(ctl.out()).first().endsWith(
-                 " m4      Error \"lid\" 5 (no client hears it: \"si\", not \"i\")"),
+                 " m4      Error \"lid\" 5 (clients do not receive it: \"si\", not \"i\")"),
              ctl.out());
     QVERIFY2(lines(ctl.out()).at(1).endsWith(
-                 " m4      Error 5 [\"a\",[1]] (clients receive no more than \"i\" of \"i(sai)\")"),
+                 " m4      Error 5 [\"a\",[1]] (clients receive only \"i\" of \"i(sai)\")"),
              ctl.out());
     QVERIFY2(lines(ctl.out()).last().endsWith(
-                 " m4      M4TphTherm (no client hears it: \"\", not \"ii\")"),
+                 " m4      M4TphTherm (clients do not receive it: \"\", not \"ii\")"),
              ctl.out());
     QCOMPARE(json.exitCode(), 0);
     QJsonObject row = object(lines(json.out()).first());
@@ -1890,7 +1912,7 @@ void tst_Ctl::monitorHearsOnlyTheDaemon()
 {
     FakeDaemons daemons;
     Ctl ctl(words("monitor --count 2"));
-    QVERIFY(ctl.complains("listening"));
+    QVERIFY(ctl.complains("subscribed"));
     WirePeer stranger;
     stranger.emitSignal("/", "local.IHNIPCM4", "M4_Error", "(666,)");
     daemons[M4].emitSignal("/elsewhere", "local.IHNIPCM4", "M4_Error", "(667,)");
@@ -1911,8 +1933,8 @@ void tst_Ctl::monitorTellsOfDaemons()
     FakeDaemons daemons;
     daemons.stop(IOEXPD);
     Ctl ctl(words("monitor"));
-    const QByteArray listening = "hnipcctl: listening to 59 signals; Ctrl-C ends\n";
-    QVERIFY(ctl.complains(listening));
+    const QByteArray subscribed = "hnipcctl: subscribed to 59 signals; Ctrl-C ends\n";
+    QVERIFY(ctl.complains(subscribed));
     daemons.stop(M4);
     QVERIFY(ctl.complains("m4 left the bus\n"));
     daemons.start(IOEXPD);
@@ -1924,7 +1946,7 @@ void tst_Ctl::monitorTellsOfDaemons()
     ctl.interrupt();
     QCOMPARE(ctl.exitCode(), 130);
     QCOMPARE(ctl.err(),
-             listening
+             subscribed
                  + "hnipcctl: m4 left the bus\n"
                    "hnipcctl: ioexpd is on the bus\n"
                    "hnipcctl: supplyd left the bus\n"
@@ -1936,7 +1958,7 @@ void tst_Ctl::monitorTellsTheTime()
 {
     FakeDaemons daemons;
     Ctl ctl(words("monitor --json --count 1"));
-    QVERIFY(ctl.complains("listening"));
+    QVERIFY(ctl.complains("subscribed"));
     const QDateTime before = QDateTime::currentDateTimeUtc();
     daemons.emitSignal(M4, "M4_Error", "(1,)");
     QCOMPARE(ctl.exitCode(), 0);
@@ -1946,7 +1968,7 @@ void tst_Ctl::monitorTellsTheTime()
 
     // The same for a person, in local time; midnight says nothing.
     Ctl person(words("monitor --count 1"));
-    QVERIFY(person.complains("listening"));
+    QVERIFY(person.complains("subscribed"));
     const QDateTime start = QDateTime::currentDateTime();
     daemons.emitSignal(M4, "M4_Error", "(1,)");
     QCOMPARE(person.exitCode(), 0);
@@ -1962,7 +1984,7 @@ void tst_Ctl::monitorLosesNothing()
     const int count = 20000;
     FakeDaemons daemons;
     Ctl ctl({ text("monitor"), text("--json"), text("--count"), QString::number(count) });
-    QVERIFY(ctl.complains("listening"));
+    QVERIFY(ctl.complains("subscribed"));
     for (int i = 0; i < count; ++i) {
         daemons[M4].emitSignal("/", "local.IHNIPCM4", "M4_M4Dac0",
                                "(uint32 " + QByteArray::number(i) + ",)");
@@ -1986,7 +2008,7 @@ void tst_Ctl::monitorSaysThatItListensFirst()
             return !ctl.isRunning();
         }));
         QCOMPARE(ctl.exitCode(), 0);
-        QCOMPARE(ctl.err(), QByteArray("hnipcctl: listening to 59 signals; Ctrl-C ends\n"));
+        QCOMPARE(ctl.err(), QByteArray("hnipcctl: subscribed to 59 signals; Ctrl-C ends\n"));
         QVERIFY(ctl.out().endsWith("Error value=1\n"));
     }
 }
@@ -1994,7 +2016,7 @@ void tst_Ctl::monitorSaysThatItListensFirst()
 void tst_Ctl::monitorEnds()
 {
     Ctl interrupted(words("monitor"));
-    QVERIFY(interrupted.complains("listening"));
+    QVERIFY(interrupted.complains("subscribed"));
     interrupted.interrupt();
     QCOMPARE(interrupted.exitCode(), 130);
     QCOMPARE(interrupted.out(), QByteArray());
@@ -2006,16 +2028,16 @@ void tst_Ctl::monitorEnds()
     Ctl monitor({ text("monitor"), text("--address"), bus.address() });
     Ctl watch({ text("watch"), text("--address"), bus.address() });
     QScopedPointer<Ctl> table(Ctl::onTerminal(text("hnipcctl watch --address ") + bus.address()));
-    QVERIFY(monitor.complains("listening"));
+    QVERIFY(monitor.complains("subscribed"));
     QVERIFY(watch.prints("qmlBatteryStatus         absent\n"));
     QVERIFY(table->prints("absent"));
     bus.kill();
     QCOMPARE(monitor.exitCode(), 3);
     QCOMPARE(monitor.err(),
-             QByteArray("hnipcctl: listening to 59 signals; Ctrl-C ends\n"
-                        "hnipcctl: the bus went away\n"));
+             QByteArray("hnipcctl: subscribed to 59 signals; Ctrl-C ends\n"
+                        "hnipcctl: the bus connection was lost\n"));
     QCOMPARE(watch.exitCode(), 3);
-    QCOMPARE(watch.err(), QByteArray("hnipcctl: the bus went away\n"));
+    QCOMPARE(watch.err(), QByteArray("hnipcctl: the bus connection was lost\n"));
     QCOMPARE(watch.out().count("absent\n"), 8);
     QCOMPARE(watch.out().count('\n'), 8);
     QCOMPARE(table->exitCode(), 3);
@@ -2048,7 +2070,8 @@ void tst_Ctl::introspects()
 
     Ctl unknown(words("introspect m5"));
     QCOMPARE(unknown.exitCode(), 7);
-    QCOMPARE(unknown.err(), QByteArray("hnipcctl: no daemon m5; there are ioexpd, m4, supplyd\n"));
+    QCOMPARE(unknown.err(),
+             QByteArray("hnipcctl: no daemon m5; expected one of ioexpd, m4, supplyd\n"));
     QCOMPARE(Ctl(words("introspect ioexpd")).exitCode(), 5);
     daemons[IOEXPD].setIntrospection("<node><interface name='x'>");
     Ctl broken(words("introspect ioexpd"));
@@ -2096,12 +2119,12 @@ void tst_Ctl::checksDescription()
                         "ioexpd: enableLight(b) is not described\n"));
     changed = whole;
     QCOMPARE(check(changed.replace(value, "<arg name=\"on\" type=\"b\" direction=\"in\"/>"), 1),
-             QByteArray("ioexpd: enableAudioAmp(b) calls its argument 1 on, not value\n"
-                        "ioexpd: enableBacklight(b) calls its argument 1 on, not value\n"));
+             QByteArray("ioexpd: the name of argument 1 of enableAudioAmp(b) is on, not value\n"
+                        "ioexpd: the name of argument 1 of enableBacklight(b) is on, not value\n"));
     changed = whole;
     QCOMPARE(check(changed.replace(value, value + "<arg type=\"b\" direction=\"out\"/>"), 1),
-             QByteArray("ioexpd: enableAudioAmp(b) answers \"b\", not \"\"\n"
-                        "ioexpd: enableBacklight(b) answers \"b\", not \"\"\n"));
+             QByteArray("ioexpd: enableAudioAmp(b) returns \"b\", not \"\"\n"
+                        "ioexpd: enableBacklight(b) returns \"b\", not \"\"\n"));
     changed = whole;
     QCOMPARE(check(changed.replace(signal, "<signal name=\"IOEXPD_Hilfe\">"), 1),
              QByteArray("ioexpd: IOEXPD_HelpButton() is missing\n"
@@ -2388,14 +2411,14 @@ void tst_Ctl::closedPipe()
     FakeDaemons daemons;
     QScopedPointer<Ctl> monitor(
         Ctl::inShell(text("set -o pipefail; hnipcctl monitor | head -n 1")));
-    QVERIFY(monitor->complains("listening to 59 signals; Ctrl-C ends\n"));
+    QVERIFY(monitor->complains("subscribed to 59 signals; Ctrl-C ends\n"));
     QVERIFY(waitUntil([&]() {
         daemons.emitSignal(M4, "M4_Error", "(1,)");
         return !monitor->isRunning();
     }));
     QCOMPARE(monitor->exitCode(), 0);
     QVERIFY(monitor->out().endsWith("Error value=1\n"));
-    QCOMPARE(monitor->err(), QByteArray("hnipcctl: listening to 59 signals; Ctrl-C ends\n"));
+    QCOMPARE(monitor->err(), QByteArray("hnipcctl: subscribed to 59 signals; Ctrl-C ends\n"));
 }
 
 void tst_Ctl::fullDevice()

@@ -44,8 +44,9 @@ void tst_CtlDeadline::saysWhatBecameOfACall_data()
                                    << QByteArray("answered: 0\n") << QByteArray() << 0;
     QTest::newRow("refused") << QByteArray("('getError', 'error', <['org.example.Lid', 'open']>)")
                              << QByteArray()
-                             << QByteArray("hnipcctl: refused: m4 answered org.example.Lid: "
-                                           "open\n")
+                             << QByteArray(
+                                    "hnipcctl: refused: m4 replied with the error org.example.Lid: "
+                                    "open\n")
                              << 5;
     QTest::newRow("another type")
         << QByteArray("('getError', 'wrongtype', <''>)") << QByteArray()
@@ -95,7 +96,7 @@ void tst_CtlDeadline::asJson()
                             { "outcome", "refused" },
                             { "exit", 5 },
                             { "errorName", "org.example.Lid" },
-                            { "error", "m4 answered org.example.Lid: open" } }));
+                            { "error", "m4 replied with the error org.example.Lid: open" } }));
 
     desk.act("m4", "fault", "('getError', 'die', <''>)");
     Ctl unknown(words("call --deadline 60000 --json getError"));
@@ -199,8 +200,8 @@ void tst_CtlDeadline::refusesAWrongDeadline()
     Ctl ctl({ "call", "--deadline=" + deadline, "getError" });
     QCOMPARE(ctl.exitCode(), 2);
     QCOMPARE(ctl.err(),
-             "hnipcctl: --deadline is not a number of milliseconds from 1: \"" + deadline.toLatin1()
-                 + "\"\n");
+             "hnipcctl: --deadline: \"" + deadline.toLatin1()
+                 + "\" is not a number of milliseconds from 1 to 2147483647\n");
     QCOMPARE(ctl.out(), QByteArray());
 }
 

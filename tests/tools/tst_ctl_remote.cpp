@@ -251,7 +251,7 @@ void tst_CtlRemote::hearsSignals()
     Printer &printer = start(QStringLiteral("p1"));
     QScopedPointer<Ctl> monitor(ask(words("monitor --host p1 --json --count 1")));
     QScopedPointer<Ctl> record(ask(words("record - --host p1 --count 1")));
-    QVERIFY(monitor->complains("listening"));
+    QVERIFY(monitor->complains("subscribed"));
     QVERIFY(record->complains("recording"));
     QVERIFY(printer.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(12,)"));
     QVERIFY2(monitor->out().contains("\"arguments\":{\"value\":12}"), monitor->out());
@@ -354,11 +354,12 @@ void tst_CtlRemote::refusesBeforeItReaches_data()
         QTest::newRow(command) << QByteArray(command) << exitCode << QByteArray(message);
     };
     row("call nope", 7, "no method nope");
-    row("call setDac x", 8, "argument 1 (value) is not an unsigned number: \"x\"");
+    row("call setDac x", 8, "argument 1 (value): \"x\" is not a number from");
     row("call setDac", 2, "0 arguments given to setDac(quint32 value)");
-    row("call getError --deadline 0", 2, "--deadline is not a number of milliseconds from 1");
+    row("call getError --deadline 0", 2,
+        "--deadline: \"0\" is not a number of milliseconds from 1 to 2147483647");
     row("get qmlBatteryStatus nope", 7, "no property nope");
-    row("introspect m5", 7, "no daemon m5; there are ioexpd, m4, supplyd");
+    row("introspect m5", 7, "no daemon m5; expected one of ioexpd, m4, supplyd");
 }
 
 void tst_CtlRemote::refusesBeforeItReaches()
@@ -458,7 +459,7 @@ void tst_CtlRemote::refusesHostsFiles_data()
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QByteArray>("message");
 
-    QTest::newRow("empty") << QByteArray() << QByteArray(": expected a printer a line");
+    QTest::newRow("empty") << QByteArray() << QByteArray(": expected a printer in each line");
     QTest::newRow("comments only") << QByteArray("# a\n\n") << QByteArray(": expected a printer");
     QTest::newRow("option") << QByteArray("a\n\n-oProxyCommand=x\n")
                             << QByteArray(":3: expected the name of a printer, not \"-oProxy");
@@ -518,8 +519,8 @@ void tst_CtlRemote::fleetInRows_data()
             + down << 6;
     QTest::newRow("daemon refuses")
         << QByteArray("call dac0 --host p1 --host down --host p2")
-        << QByteArray("p1    (m4 answered org.example.Cold: too cold)\n") + down
-            + "p2    (m4 answered org.example.Cold: too cold)\n"
+        << QByteArray("p1    (m4 replied with the error org.example.Cold: too cold)\n") + down
+            + "p2    (m4 replied with the error org.example.Cold: too cold)\n"
         << 5;
     QTest::newRow("status")
         << QByteArray("status --host p1 --host down")
@@ -566,11 +567,11 @@ void tst_CtlRemote::fleetChecksDescriptions()
     QScopedPointer<Ctl> check(
         ask(words("introspect ioexpd --check --host p1 --host p2 --host p3 --host down")));
     QCOMPARE(check->out(),
-             QByteArray(
-                 "p1    as described\n"
-                 "p2    enableBacklight(b) is missing; enable\\u009b(b) is not described\n"
-                 "p3    ioexpd answered org.freedesktop.DBus.Error.UnknownMethod: no such method\n"
-                 "down  ssh: connect to host down port 22: No route to host\n"));
+             QByteArray("p1    as described\n"
+                        "p2    enableBacklight(b) is missing; enable\\u009b(b) is not described\n"
+                        "p3    ioexpd replied with the error "
+                        "org.freedesktop.DBus.Error.UnknownMethod: no such method\n"
+                        "down  ssh: connect to host down port 22: No route to host\n"));
     QCOMPARE(check->exitCode(), 5);
     QScopedPointer<Ctl> introspect(ask(words("introspect ioexpd --host p1 --host p4 --host down")));
     QCOMPARE(introspect->out(),
@@ -620,8 +621,8 @@ void tst_CtlRemote::fleetTellsTheReason()
     start(QStringLiteral("p1")).peer().answerError("getError", "org.example.Cold", "too cold");
     QScopedPointer<Ctl> reached(ask(words("call getError --host bannerp1 --host p1")));
     QCOMPARE(reached->out(),
-             QByteArray("bannerp1  (m4 answered org.example.Cold: too cold)\n"
-                        "p1        (m4 answered org.example.Cold: too cold)\n"));
+             QByteArray("bannerp1  (m4 replied with the error org.example.Cold: too cold)\n"
+                        "p1        (m4 replied with the error org.example.Cold: too cold)\n"));
 
     // An ssh that is not installed
     for (const char *program : { "/nonexistent/ssh", "no-such-ssh" }) {
@@ -692,7 +693,7 @@ void tst_CtlRemote::fleetWithDeadline()
         ask(words("call setDac 5 --deadline 60000 --host p1 --host p2 --host down")));
     QCOMPARE(ctl->out(),
              QByteArray("p1    answered: true\n"
-                        "p2    refused: (m4 answered org.example.Cold: too cold)\n"
+                        "p2    refused: (m4 replied with the error org.example.Cold: too cold)\n"
                         "down  ssh: connect to host down port 22: No route to host\n"));
     QCOMPARE(ctl->exitCode(), 5);
     QScopedPointer<Ctl> none(
@@ -749,7 +750,8 @@ void tst_CtlRemote::fleetInJsonInterrupted()
     QCOMPARE(rows.size(), 4);
     QCOMPARE(
         rows[QStringLiteral("hang")],
-        QJsonDocument::fromJson("{\"exit\":130,\"error\":\"not asked: interrupted\"}").object());
+        QJsonDocument::fromJson("{\"exit\":130,\"error\":\"interrupted before it was reached\"}")
+            .object());
     QCOMPARE(rows[QStringLiteral("p2")],
              QJsonDocument::fromJson("{\"exit\":130,\"error\":\"interrupted before it replied\"}")
                  .object());
@@ -762,8 +764,8 @@ void tst_CtlRemote::monitorsAFleet()
     for (const bool json : { false, true }) {
         QScopedPointer<Ctl> ctl(ask(words("monitor --count 2 Error --host p1 --host p2 --host down")
                                     + (json ? words("--json") : QStringList())));
-        QVERIFY(ctl->complains("hnipcctl: p1: listening to "));
-        QVERIFY(ctl->complains("hnipcctl: p2: listening to "));
+        QVERIFY(ctl->complains("hnipcctl: p1: subscribed to "));
+        QVERIFY(ctl->complains("hnipcctl: p2: subscribed to "));
         QVERIFY(ctl->prints("No route to host"));
         QVERIFY(second.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(12,)"));
         QVERIFY(ctl->prints("12"));
@@ -791,7 +793,7 @@ void tst_CtlRemote::monitorsAFleet()
         }
     }
     QScopedPointer<Ctl> endless(ask(words("monitor --host p1 --host p2")));
-    QVERIFY(endless->complains("hnipcctl: p1: listening to "));
+    QVERIFY(endless->complains("hnipcctl: p1: subscribed to "));
     endless->interrupt();
     QCOMPARE(endless->exitCode(), 130);
 }
@@ -817,8 +819,8 @@ void tst_CtlRemote::batchesForAFleet()
             QCOMPARE(first,
                      (QList<QByteArray> {
                          "p1    1",
-                         "p1    error: argument 1 (value) is not an unsigned number: \"x\" (0 to "
-                         "4294967295)",
+                         "p1    error: argument 1 (value): \"x\" is not a number from 0 to "
+                         "4294967295",
                          "p1    87" }));
             QVERIFY(rows.contains("p2    2"));
             QVERIFY(rows.contains("down  ssh: connect to host down port 22: No route to host"));
@@ -861,7 +863,7 @@ void tst_CtlRemote::fleetFromFile()
     QCOMPARE(one->out(), QByteArray("p1  1\n"));
     QScopedPointer<Ctl> monitor(
         ask({ QStringLiteral("monitor"), QStringLiteral("--hosts"), file }));
-    QVERIFY(monitor->complains("listening"));
+    QVERIFY(monitor->complains("subscribed"));
     monitor->interrupt();
     QCOMPARE(monitor->exitCode(), 130);
 }
@@ -935,7 +937,8 @@ void tst_CtlRemote::interruptedFleet()
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
     QCOMPARE(ctl->out(),
-             QByteArray("hang1  not asked: interrupted\nhang2  not asked: interrupted\n"));
+             QByteArray("hang1  interrupted before it was reached\nhang2  interrupted before it "
+                        "was reached\n"));
     for (const QByteArray &pid : pids) {
         QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
     }

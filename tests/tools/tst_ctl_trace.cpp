@@ -396,7 +396,7 @@ void tst_CtlTrace::refusesRealDaemon()
     Ctl ctl(replay(file));
     QCOMPARE(ctl.exitCode(), 1);
     QVERIFY2(
-        ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+        ctl.err().contains(" is not a simulated daemon: a trace is not replayed on a real printer; "
                            "nothing was sent"),
         ctl.err());
     QVERIFY2(ctl.err().contains(QByteArray(identities[server].busName).mid(10) + " ("), ctl.err());
@@ -423,7 +423,7 @@ void tst_CtlTrace::refusesABusWithRules()
     Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
     QCOMPARE(ctl.exitCode(), 1);
     QVERIFY2(
-        ctl.err().contains(" is no simulated daemon: a trace is not replayed to a real printer; "
+        ctl.err().contains(" is not a simulated daemon: a trace is not replayed on a real printer; "
                            "nothing was sent"),
         ctl.err());
     QVERIFY(m4.calls().isEmpty());
@@ -442,7 +442,7 @@ void tst_CtlTrace::refusesADaemonThatRepliesToAll()
         Ctl ctl(replay(file));
         QCOMPARE(ctl.exitCode(), 1);
         QVERIFY2(ctl.err().contains(
-                     " is no simulated daemon: a trace is not replayed to a real printer; "
+                     " is not a simulated daemon: a trace is not replayed on a real printer; "
                      "nothing was sent"),
                  ctl.err());
     }
@@ -467,7 +467,7 @@ void tst_CtlTrace::stopsForARealDaemon()
         daemons.start(IOEXPD);
         QCOMPARE(player.exitCode(), 1);
         const QByteArray error = "ioexpd (" + daemons[IOEXPD].uniqueName()
-            + ") is no simulated daemon: a trace is not replayed to a real printer; "
+            + ") is not a simulated daemon: a trace is not replayed on a real printer; "
               "stopped after 1 signal";
         QVERIFY2(player.err().endsWith("hnipcctl: " + error + '\n'), player.err());
         QCOMPARE(player.out(), json ? "{\"error\":\"" + error + "\",\"exit\":1}\n" : QByteArray());
@@ -485,7 +485,7 @@ void tst_CtlTrace::haltedSimulator()
     const int exitCode = ctl.exitCode();
     ::kill(pid, SIGCONT);
     QCOMPARE(exitCode, 6);
-    QVERIFY2(ctl.err().startsWith("hnipcctl: whether m4 is a simulated daemon is not known: "),
+    QVERIFY2(ctl.err().startsWith("hnipcctl: cannot find out whether m4 is a simulated daemon: "),
              ctl.err());
     QVERIFY2(ctl.err().endsWith(" did not answer within 250 ms; nothing was sent\n"), ctl.err());
 }
@@ -558,7 +558,7 @@ void tst_CtlTrace::refusedName()
     Ctl ctl(replay(file) << QStringLiteral("--address") << bus.address());
     QCOMPARE(ctl.exitCode(), 3);
     QCOMPARE(ctl.err(),
-             QByteArray("hnipcctl: the bus does not give this user the name "
+             QByteArray("hnipcctl: the bus does not allow this user to own the name "
                         "org.hnipc.supplyd; nothing was sent\n"));
     QVERIFY(peer.own("org.hnipc.m4")); // a fence, too: what was sent has come before the answer
     QCOMPARE(heard(peer), QByteArray());
@@ -573,7 +573,8 @@ void tst_CtlTrace::simulatorRefuses()
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
     Ctl ctl(replay(file));
     QCOMPARE(ctl.exitCode(), 5);
-    QVERIFY2(ctl.err().contains("line 2: m4 answered org.hnipc.Simulator.Error: not today\n"),
+    QVERIFY2(ctl.err().contains(
+                 "line 2: m4 replied with the error org.hnipc.Simulator.Error: not today\n"),
              ctl.err());
 }
 
@@ -599,7 +600,7 @@ void tst_CtlTrace::refusesTraces_data()
     const auto row = [](const char *name, const QByteArray &text, const char *message) {
         QTest::newRow(name) << text << QByteArray(message);
     };
-    row("empty", "", ":1: expected a JSON object in a line");
+    row("empty", "", ": expected the header of a trace, the file is empty\n");
     row("no JSON", "hello\n", ":1: expected a JSON object in a line");
     row("no header", eventLine("0", "m4", "Error", "i", "[1]"),
         ":1: expected the header of a trace, \"format\": \"hnipc-trace\", not nothing");
@@ -697,8 +698,8 @@ void tst_CtlTrace::wrongUsage_data()
         QTest::newRow(command) << QByteArray(command) << QByteArray(message) << exitCode;
     };
     row("record", "usage: hnipcctl record [--count N] [--force] FILE");
-    row("record /nonexistent/a --count 0", "--count is not a number from 1: \"0\"");
-    row("record /nonexistent/a --count x", "--count is not a number from 1: \"x\"");
+    row("record /nonexistent/a --count 0", "--count: \"0\" is not a number from 1 to 2147483647");
+    row("record /nonexistent/a --count x", "--count: \"x\" is not a number from 1 to 2147483647");
     row("record /nonexistent/a", "/nonexistent/a: ", 1);
     row("replay", "usage: hnipcctl replay [--speed N] FILE");
     row("replay /nonexistent/a", "/nonexistent/a: No such file or directory", 1);
@@ -706,7 +707,8 @@ void tst_CtlTrace::wrongUsage_data()
     row("replay /proc/self/mem", "/proc/self/mem: ", 1); // opens, and cannot be read
     for (const char *speed : { "0", "-1", "fast", "inf", "nan", "1x" }) {
         row((QByteArray("replay /nonexistent/a --speed ") + speed).constData(),
-            "--speed is neither a number above 0 nor max: ");
+            (QByteArray("--speed: \"") + speed + "\" is neither a number above 0 nor max")
+                .constData());
     }
 }
 
@@ -728,8 +730,7 @@ void tst_CtlTrace::keepsFiles()
     const QString file = write("trace", "precious\n");
     Ctl ctl(record(file, 1));
     QCOMPARE(ctl.exitCode(), 1);
-    QCOMPARE(ctl.err(),
-             "hnipcctl: " + file.toUtf8() + " is there already; --force overwrites it\n");
+    QCOMPARE(ctl.err(), "hnipcctl: " + file.toUtf8() + " exists already; --force overwrites it\n");
     QCOMPARE(content(file), QByteArray("precious\n"));
 
     Ctl forced(QStringList(record(file, 1)) << QStringLiteral("--force"));

@@ -834,14 +834,15 @@ void tst_CtlTraffic::wrongUsage_data()
         QTest::newRow(name) << arguments << exitCode << QByteArray(message);
     };
     row("no number", words("--slow fast"), 2,
-        "--slow is not a number of milliseconds from 1: \"fast\"");
-    row("zero", words("--slow 0"), 2, "--slow is not a number of milliseconds from 1: \"0\"");
-    row("no count", words("--count 0"), 2, "--count is not a number from 1: \"0\"");
+        "--slow: \"fast\" is not a number of milliseconds from 1 to 2147483647");
+    row("zero", words("--slow 0"), 2,
+        "--slow: \"0\" is not a number of milliseconds from 1 to 2147483647");
+    row("no count", words("--count 0"), 2, "--count: \"0\" is not a number from 1 to 2147483647");
     // clang-format off
     row("no picture", { text("--picture="), }, 2, "--picture needs the name of a file, not \"\"");
     // clang-format on
     row("output", words("--picture -"), 2, "--picture needs the name of a file, not \"-\"");
-    row("force alone", words("--force"), 2, "--force is for --picture");
+    row("force alone", words("--force"), 2, "--force needs --picture");
     row("two patterns", words("a b"), 2,
         "usage: hnipcctl trace [--slow MS] [--count N] [--summary] [--picture FILE] [--force] "
         "[PATTERN]");
@@ -898,7 +899,7 @@ void tst_CtlTraffic::busLost()
     QVERIFY(ctl.complains("tracing"));
     bus.kill();
     QCOMPARE(ctl.exitCode(), 3);
-    QVERIFY(ctl.err().endsWith("hnipcctl: the bus went away\n"));
+    QVERIFY(ctl.err().endsWith("hnipcctl: the bus connection was lost\n"));
     QVERIFY(ctl.out().startsWith("\n0 calls in "));
     QVERIFY(Picture(content(path("p.svg"))).texts.contains(text("No calls.")));
 }
@@ -1180,7 +1181,8 @@ void tst_CtlTraffic::saysWhatIsLost()
     for (int i = 0; i < total; ++i) {
         QCOMPARE(call(M4, "m4Version").type, WireMessage::MethodReturn);
     }
-    const bool saysSo = ctl->complains("standard output is not read fast enough: calls get lost\n");
+    const bool saysSo = ctl->complains(
+        "standard output is not read fast enough: some calls are not printed\n");
     QFile opened(gate);
     QVERIFY(opened.open(QIODevice::WriteOnly) && opened.write("\n") == 1);
     opened.close();
@@ -1194,9 +1196,15 @@ void tst_CtlTraffic::saysWhatIsLost()
     }
     QVERIFY2(lost > 0, ctl->out());
     QCOMPARE(printed + lost, total);
-    QVERIFY2(ctl->err().contains("hnipcctl: " + QByteArray::number(lost)
-                                 + (lost == 1 ? " call is" : " calls are") + " not printed here\n"),
-             ctl->err());
+    // A machine that is slow to print may lose calls several times.
+    static const QRegularExpression note(
+        text("^hnipcctl: (?:(1) call is|(\\d+) calls are) not printed here$"));
+    int noted = 0;
+    for (const QByteArray &line : ctl->err().split('\n')) {
+        const QRegularExpressionMatch match = note.match(text(line.constData()));
+        noted += match.captured(1).toInt() + match.captured(2).toInt();
+    }
+    QVERIFY2(noted == lost, ctl->err());
 }
 
 // ---- The picture -------------------------------------------------------------------------------
@@ -1259,8 +1267,7 @@ void tst_CtlTraffic::keepsPicture()
     Ctl refused(words("trace --picture") << file.fileName());
     QCOMPARE(refused.exitCode(), 1);
     QCOMPARE(refused.err(),
-             "hnipcctl: " + file.fileName().toUtf8()
-                 + " is there already; --force overwrites it\n");
+             "hnipcctl: " + file.fileName().toUtf8() + " exists already; --force overwrites it\n");
     QCOMPARE(content(file.fileName()), QByteArray(100000, 'x'));
 
     daemon(M4).answer("getError", "(0,)");

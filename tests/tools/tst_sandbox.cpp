@@ -507,12 +507,14 @@ void tst_Sandbox::refuses_data()
                             << "hnipc-sandbox: Unknown option 'fast'." + see;
     QTest::newRow("no value") << QStringList { "--scenario" }
                               << "hnipc-sandbox: Missing value after '--scenario'." + see;
-    const QByteArray daemons = "hnipc-sandbox: --daemons takes none, or some of "
-                               "ioexpd,m4,supplyd with commas between, not ";
-    QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" } << daemons + "\"printd\"\n";
-    QTest::newRow("no daemon") << QStringList { "--daemons", "" } << daemons + "\"\"\n";
+    const QByteArray noDaemon = " is not a daemon; expected none, or one or more of "
+                                "ioexpd,m4,supplyd, separated by commas\n";
+    QTest::newRow("daemon") << QStringList { "--daemons", "m4,printd" }
+                            << "hnipc-sandbox: --daemons: \"printd\"" + noDaemon;
+    QTest::newRow("no daemon") << QStringList { "--daemons", "" }
+                               << "hnipc-sandbox: --daemons: \"\"" + noDaemon;
     QTest::newRow("none and one") << QStringList { "--daemons", "m4,none" }
-                                  << daemons + "\"none\"\n";
+                                  << "hnipc-sandbox: --daemons: \"none\"" + noDaemon;
     QTest::newRow("no scenario") << QStringList {
         "--scenario", "/nowhere/day.json"
     } << QByteArray("hnipc-sandbox: /nowhere/day.json: No such file or directory\n");
@@ -954,14 +956,14 @@ void tst_Sandbox::checksAScenario_data()
     row("ribbon", "'daemon': 'supplyd', 'do': 'load', 'supplySku': '', 'ribbonSkus': ['RIB-0']",
         "no ribbon has the SKU \"RIB-0\"");
     row("member", "'daemon': 'm4', 'do': 'fault', 'member': 'getEror', 'kind': 'never'",
-        "no member is called \"getEror\"");
+        "no method is called \"getEror\"");
     row("error name",
         "'daemon': 'm4', 'do': 'fault', 'member': '*', 'kind': 'error', 'detail': 'no dot'",
-        "the detail of error is the name of a D-Bus error and a text");
+        "the detail of error has to be the name of a D-Bus error and a text");
     row("method", "'daemon': 'm4', 'do': 'call', 'method': 'retryPrint'",
         "m4 has no method retryPrint");
     row("method with arguments", "'daemon': 'm4', 'do': 'call', 'method': 'forwardFeed'",
-        "forwardFeed takes arguments, and \"call\" has none");
+        "forwardFeed has parameters, and \"call\" passes no arguments");
     row("button", "'daemon': 'm4', 'do': 'press', 'button': 'print'",
         "\"press\" is for ioexpd, not m4");
     row("job", "'daemon': 'supplyd', 'do': 'print', 'labels': 3",
@@ -1023,8 +1025,9 @@ void tst_Sandbox::checkOfNoScenario_data()
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QByteArray>("error");
-    const QByteArray nothing = "hnipc-sandbox: --check runs no command, and plays no scenario. See "
-                               "hnipc-sandbox --help.\n";
+    const QByteArray
+        nothing = "hnipc-sandbox: --check cannot be combined with --scenario or a command. "
+                  "See hnipc-sandbox --help.\n";
     QTest::newRow("command") << QStringList { "--check", "bad-day", "--", "echo", "run" } << 125
                              << nothing;
     QTest::newRow("scenario") << QStringList { "--check", "bad-day", "--scenario", "bad-day" }

@@ -208,7 +208,7 @@ void tst_SimulatorProgram::helpAndVersion()
 {
     const Outcome help = run({ "--help" });
     QCOMPARE(help.code, 0);
-    QVERIFY(help.output.contains("ioexpd, m4 or supplyd"));
+    QVERIFY(help.output.contains("one of ioexpd, m4, supplyd"));
     QVERIFY(help.output.contains("--scenario <file>"));
     QVERIFY(!help.output.contains("Qt specific options"));
     QCOMPARE(help.errors, QByteArray());
@@ -222,16 +222,17 @@ void tst_SimulatorProgram::wrongUsage_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QByteArray>("message");
 
-    const QByteArray nameOne = "which daemon? Name one of ioexpd, m4 or supplyd";
-    QTest::newRow("no daemon") << QStringList() << nameOne;
-    QTest::newRow("unknown daemon") << QStringList("m5") << nameOne;
-    QTest::newRow("two daemons") << QStringList({ "m4", "ioexpd" }) << nameOne;
+    const QByteArray oneOf = "expected one of ioexpd, m4, supplyd";
+    QTest::newRow("no daemon") << QStringList() << oneOf;
+    QTest::newRow("unknown daemon") << QStringList("m5") << oneOf + ", not \"m5\"";
+    QTest::newRow("two daemons") << QStringList({ "m4", "ioexpd" })
+                                 << oneOf + ", not \"m4 ioexpd\"";
     QTest::newRow("unknown option")
         << QStringList({ "m4", "--fast" }) << QByteArray("Unknown option 'fast'.");
     QTest::newRow("no value") << QStringList({ "m4", "--scenario" })
                               << QByteArray("Missing value after '--scenario'.");
     QTest::newRow("catalogue") << QStringList({ "m4", "--catalogue", "x" })
-                               << QByteArray("only supplyd has a catalogue");
+                               << QByteArray("--catalogue is for supplyd only");
 }
 
 void tst_SimulatorProgram::wrongUsage()
@@ -275,7 +276,7 @@ void tst_SimulatorProgram::busHasToBeNamed()
         const Outcome outcome = run({ daemon }, environment);
         QCOMPARE(outcome.code, 3);
         QCOMPARE(outcome.errors,
-                 QByteArray("hnipc-simulator: DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system "
+                 QByteArray("hnipc-simulator: DBUS_SYSTEM_BUS_ADDRESS is not set, and the system "
                             "bus may be a printer's: run this in hnipc-sandbox, or with "
                             "--system-bus\n"));
         QCOMPARE(outcome.output, QByteArray());

@@ -250,11 +250,11 @@ int run(const Context &context, const QStringList &) { return Batch(context).run
 // clang-format off
 const Command batchCommand = {
     "batch", "", "Many calls over one connection: lines from standard input",
-    "Each line is METHOD [ARGUMENT...], as \"call\" takes them, or get PROPERTY...;\n"
-    "quotes and backslashes are as in a shell, and # begins a comment. Prints one line\n"
-    "for each, in their order, as soon as it is known: the value, \"done\" where the\n"
-    "method returns none, or \"error: \" and what is wrong. A line is sent when the one\n"
-    "before it is answered. The exit code is the highest of all lines. Of several\n"
+    "Each line is METHOD [ARGUMENT...], as for \"call\", or get PROPERTY... Quotes and\n"
+    "backslashes are as in a shell, and # begins a comment. Prints one line for each, in\n"
+    "the same order, as soon as the result is known: the value, \"done\" if the method\n"
+    "returns nothing, or \"error: \" and the reason. A line is sent when the line before\n"
+    "it has its result. The exit code is the highest of all lines. With several\n"
     "printers, each gets all lines, over one ssh login.",
     { { "stop", nullptr, "end at the first line that fails, with its exit code" } },
     0, 0, true, nullptr, run, nullptr, false, true, false

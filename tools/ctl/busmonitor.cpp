@@ -77,9 +77,8 @@ int cannotMonitor(const Context &context, const Reply &reply)
         || reply.errorName == DBUS_ERROR_UNKNOWN_INTERFACE
         || reply.errorName == DBUS_ERROR_UNKNOWN_OBJECT;
     return Console::fail(isUnsupported ? Toolkit::Failed : Toolkit::NoBus,
-                         (isUnsupported
-                              ? QStringLiteral("this bus has no calls to be traced by: %1")
-                              : QStringLiteral("the bus does not let itself be traced: %1"))
+                         (isUnsupported ? QStringLiteral("this bus does not support tracing: %1")
+                                        : QStringLiteral("the bus refused to start the trace: %1"))
                              .arg(reply.errorText));
 }
 

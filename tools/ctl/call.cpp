@@ -25,9 +25,7 @@ bool parse(const Method &method, const QStringList &texts, QVariantList *values,
         const ArgumentType *type = argumentType(parameter.type);
         *values += parsed(texts.at(i), *type);
         if (!values->last().isValid()) {
-            *error = QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
-                         .arg(QString::number(i + 1), parameter.name, QLatin1String(type->words),
-                              texts.at(i), QLatin1String(type->range));
+            *error = wrongArgument(i, parameter.name, texts.at(i), type);
             return false;
         }
     }
@@ -139,8 +137,8 @@ int check(const Context &context, const QStringList &arguments)
     const QString deadline = context.options.value(QStringLiteral("deadline"));
     if (!deadline.isNull() && deadline.toInt() < 1) {
         return Console::fail(Toolkit::WrongUsage,
-                             QStringLiteral("--deadline is not a number of milliseconds from 1: "
-                                            "\"%1\"")
+                             QStringLiteral("--deadline: \"%1\" is not a number of milliseconds "
+                                            "from 1 to 2147483647")
                                  .arg(deadline));
     }
     return output.isNull() ? int(Toolkit::Done) : OutputFile(context, output).check();
@@ -207,23 +205,24 @@ int run(const Context &context, const QStringList &arguments)
 // clang-format off
 const Command callCommand = {
     "call", "METHOD [ARGUMENT...]", "Calls a method, and prints what it returns",
-    "Each ARGUMENT is of the type that the method declares, see \"list\":\n"
+    "Each ARGUMENT is of the type that the method declares; see \"list\":\n"
     "  bool      true, on, 1 or false, off, 0\n"
     "  int, quint32, quint64\n"
     "            a number in decimal, or in hexadecimal after 0x\n"
     "  QString   the string as it is\n"
     "  QStringList\n"
-    "            strings with commas between them: R1,R2; or a JSON array:\n"
+    "            strings separated by commas: R1,R2; or a JSON array:\n"
     "            '[\"R1\", \"a,b\"]'; an empty argument is the empty list\n"
-    "The first overload that takes the arguments is called. METHOD may name another\n"
+    "The first overload that accepts the arguments is called. METHOD may name another\n"
     "with the types of its parameters: 'sendMCCMessage(int,int,QString)'. An argument\n"
     "that begins with \"--\" has to follow the argument \"--\".\n"
-    "With --deadline, prints the outcome in words: answered; refused, by the daemon;\n"
-    "not sent: nothing was done; outcome unknown: it may have been done.",
-    { { "output", "FILE", "write the bytes that the method returns to FILE; - is\n"
+    "With --deadline, prints the outcome. answered: the daemon replied; refused: it\n"
+    "replied with an error; not sent: the daemon has done nothing; outcome unknown: the\n"
+    "daemon may have carried out the call.",
+    { { "output", "FILE", "write the byte array that the method returns to FILE; - is\n"
                           "                      standard output" },
       { "force", nullptr, "overwrite FILE" },
-      { "deadline", "MS", "wait so many milliseconds at most, and print the outcome" } },
+      { "deadline", "MS", "wait at most MS milliseconds, and print the outcome" } },
     1, -1, true,
     [](const Contract &contract) { return contract.methodNames(); }, run, check, false, false, false
 };

@@ -143,8 +143,8 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command completionCommand = {
-    "completion", "bash", "Prints the completion of commands and names for a shell",
-    "For the shell that runs: eval \"$(hnipcctl completion bash)\"",
+    "completion", "bash", "Prints the script that completes commands and names in a shell",
+    "To load it into a running shell: eval \"$(hnipcctl completion bash)\"",
     {}, 1, 1, false, [](const Contract &) { return QStringList(QStringLiteral("bash")); }, run
 };
 // clang-format on

@@ -293,7 +293,7 @@ bool Contract::loadProperties(QString *error)
             }
         }
         if (!reader) {
-            *error = QStringLiteral("this library's property %1 is unknown here").arg(name);
+            *error = QStringLiteral("hnipcctl does not know the library's property %1").arg(name);
             return false;
         }
         m_properties.push_back({ name, reader });

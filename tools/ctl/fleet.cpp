@@ -358,7 +358,7 @@ private:
             if (!printer->ended) {
                 end(printer, exitCode,
                     printer->reached ? QStringLiteral("interrupted before it replied")
-                                     : QStringLiteral("not asked: interrupted"));
+                                     : QStringLiteral("interrupted before it was reached"));
                 if (i < started) {
                     printer->process->kill();
                     printer->process->waitForFinished();

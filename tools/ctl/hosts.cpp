@@ -199,11 +199,12 @@ int readHosts(const QString &fileName, QStringList *hosts)
             *hosts += host;
         }
     }
-    return hosts->isEmpty() ? Console::fail(Toolkit::BadValue,
-                                            fileName
-                                                + QLatin1String(": expected a printer a line, "
-                                                                "there is none"))
-                            : int(Toolkit::Done);
+    return hosts->isEmpty()
+        ? Console::fail(Toolkit::BadValue,
+                        fileName
+                            + QLatin1String(": expected a printer in each line, "
+                                            "there is none"))
+        : int(Toolkit::Done);
 }
 
 QString missingSsh()

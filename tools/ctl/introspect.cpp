@@ -140,14 +140,14 @@ QStringList differences(const Interface &live, const Interface &described)
             const InterfaceMember found = there.value(i.key());
             const QString answer = found.signature(InterfaceArgument::Out);
             if (answer != i->signature(InterfaceArgument::Out)) {
-                result += QStringLiteral("%1 answers \"%2\", not \"%3\"")
+                result += QStringLiteral("%1 returns \"%2\", not \"%3\"")
                               .arg(i.key(), answer, i->signature(InterfaceArgument::Out));
             }
             const auto names = found.arguments(InterfaceArgument::In);
             const auto wantedNames = i->arguments(InterfaceArgument::In);
             for (int n = 0; n < names.size(); ++n) {
                 if (!names.at(n).name.isEmpty() && names.at(n).name != wantedNames.at(n).name) {
-                    result += QStringLiteral("%1 calls its argument %2 %3, not %4")
+                    result += QStringLiteral("the name of argument %2 of %1 is %3, not %4")
                                   .arg(i.key(), QString::number(n + 1), names.at(n).name,
                                        wantedNames.at(n).name);
                 }
@@ -193,7 +193,7 @@ int checkDaemon(const Context &context, const QStringList &arguments)
         ? int(Done)
         : Console::fail(
             NoSuchName,
-            QStringLiteral("no daemon %1; there are %2")
+            QStringLiteral("no daemon %1; expected one of %2")
                 .arg(arguments.first(), context.contract.daemonNames().join(QLatin1String(", "))));
 }
 

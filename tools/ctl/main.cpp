@@ -33,9 +33,10 @@ const std::vector<Option> &globalOptions()
         { "address", "ADDRESS", "use the bus at this D-Bus address, not the system bus" },
         { "host", "PRINTER",
           "use the bus of [USER@]PRINTER, over ssh; may be given several times" },
-        { "hosts", "FILE", "ask all printers in FILE, which has one a line" },
+        { "hosts", "FILE", "use the bus of each printer in FILE, one printer in each line" },
         { "json", nullptr, "print JSON, for programs" },
-        { "timeout", "MS", "wait MS milliseconds for the bus, and for replies; default 25000" },
+        { "timeout", "MS",
+          "wait at most MS milliseconds for the bus, and for replies; default 25000" },
         { "help", nullptr, "print this, or the help of a command" },
         { "version", nullptr, "print the version" },
     };
@@ -265,10 +266,11 @@ int connectToBus(Context *context, const QString &address, const QString &host)
     } else {
         const QString other = lostBusAddress();
         if (!other.isEmpty()) {
-            Console::note(QStringLiteral("this is the system bus, and not %1, which a program that "
-                                         "started this one uses; sudo keeps it with "
-                                         "--preserve-env=DBUS_SYSTEM_BUS_ADDRESS")
-                              .arg(other));
+            Console::note(
+                QStringLiteral("using the system bus, not the bus at %1 of the program that "
+                               "started this one; sudo keeps that address with "
+                               "--preserve-env=DBUS_SYSTEM_BUS_ADDRESS")
+                    .arg(other));
         }
     }
     context->unreached = QStringLiteral("%1 was not reached").arg(busText(address, host));
@@ -411,7 +413,8 @@ int readTimeout(const CommandLine &line, int *milliseconds)
     return *milliseconds >= 1
         ? int(Done)
         : wrongUsage(
-            QStringLiteral("--timeout is not a number of milliseconds from 1: \"%1\"").arg(text));
+            QStringLiteral("--timeout: \"%1\" is not a number of milliseconds from 1 to 2147483647")
+                .arg(text));
 }
 
 // All that there is to do but for the bus.

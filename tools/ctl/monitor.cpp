@@ -41,8 +41,8 @@ void print(const Context &context, const ClientSignal &signal, const QDBusMessag
     } else {
         if (!asDeclared) {
             const QString note = message.signature().startsWith(signal.signature)
-                ? QStringLiteral("(clients receive no more than \"%2\" of \"%1\")")
-                : QStringLiteral("(no client hears it: \"%1\", not \"%2\")");
+                ? QStringLiteral("(clients receive only \"%2\" of \"%1\")")
+                : QStringLiteral("(clients do not receive it: \"%1\", not \"%2\")");
             texts += Console::warning(note.arg(message.signature(), signal.signature));
         }
         texts.prepend(Console::dim(now.toString(QStringLiteral("HH:mm:ss.zzz"))) + QLatin1Char(' ')
@@ -105,7 +105,7 @@ int run(const Context &context, const QStringList &arguments)
         noteChanges(&daemons, &HNIPCAvailability::m4Changed, "m4");
         noteChanges(&daemons, &HNIPCAvailability::supplydChanged, "supplyd");
         isListening = true;
-        Console::note(QStringLiteral("listening to %1; Ctrl-C ends")
+        Console::note(QStringLiteral("subscribed to %1; Ctrl-C ends")
                           .arg(Console::signalCount(wanted.size())));
     });
     return feed.run();

@@ -29,7 +29,7 @@ public:
         return m_force || isStandardOutput() || !exists()
             ? int(Toolkit::Done)
             : Console::fail(Toolkit::Failed,
-                            fileName() + QLatin1String(" is there already; --force overwrites it"));
+                            fileName() + QLatin1String(" exists already; --force overwrites it"));
     }
 
     /// Not for standard output.

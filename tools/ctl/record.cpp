@@ -98,7 +98,7 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command recordCommand = {
-    "record", "FILE", "Writes every signal to a file, to be replayed",
+    "record", "FILE", "Writes every signal to a file, for \"replay\"",
     "Writes every signal of the daemons to FILE until Ctrl-C: its time, its arguments\n"
     "and their D-Bus types, as a JSON object in a line of its own. FILE - is standard\n"
     "output.",

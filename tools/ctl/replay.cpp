@@ -161,9 +161,10 @@ private:
         m_standIn.registerDbusObject(objectPath(), QString());
         const QString owner = m_context.bus.interface()->serviceOwner(daemon.busName).value();
         if (owner != m_context.bus.baseService()) {
-            return Console::fail(Toolkit::NoBus,
-                                 QStringLiteral("the bus does not give this user the name %1; %2")
-                                     .arg(daemon.busName, sentText()));
+            return Console::fail(
+                Toolkit::NoBus,
+                QStringLiteral("the bus does not allow this user to own the name %1; %2")
+                    .arg(daemon.busName, sentText()));
         }
         return Toolkit::Done;
     }
@@ -188,8 +189,8 @@ private:
                 || (outcome.ok() && reply.signature() != QLatin1String("as"))) {
                 return Console::fail(
                     Toolkit::Failed,
-                    QStringLiteral("%1 (%2) is no simulated daemon: a trace is not "
-                                   "replayed to a real printer; %3")
+                    QStringLiteral("%1 (%2) is not a simulated daemon: a trace is not "
+                                   "replayed on a real printer; %3")
                         .arg(daemon->name, owner, sentText()));
             }
             // One that has left again is none.
@@ -197,7 +198,7 @@ private:
                 && outcome.reason != HNIPCRequest::DaemonLeft) {
                 return Console::fail(
                     outcome.exitCode(),
-                    QStringLiteral("whether %1 is a simulated daemon is not known: "
+                    QStringLiteral("cannot find out whether %1 is a simulated daemon: "
                                    "%2; %3")
                         .arg(daemon->name, outcome.error, sentText()));
             }
@@ -259,7 +260,7 @@ int check(const Context &context, const QStringList &arguments)
     return speedOf(context) >= 0
         ? int(Toolkit::Done)
         : Console::fail(Toolkit::WrongUsage,
-                        QStringLiteral("--speed is neither a number above 0 nor max: \"%1\"")
+                        QStringLiteral("--speed: \"%1\" is neither a number above 0 nor max")
                             .arg(context.options.value(QStringLiteral("speed"))));
 }
 
@@ -313,12 +314,13 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command replayCommand = {
-    "replay", "FILE", "Sends the signals of such a file again, as the daemons do",
-    "Sends the signals that \"record\" wrote to FILE, with their times. A simulated\n"
-    "daemon sends its own; this program stands in for a daemon that is not running. If\n"
-    "a daemon is a real one, nothing is sent; if a real one appears, the replay stops.\n"
-    "FILE - is standard input, which is read to its end first.",
-    { { "speed", "N", "2 is twice as fast, 0.5 half as fast; max: without pauses" } },
+    "replay", "FILE", "Emits the signals of a recorded file again",
+    "Emits the signals that \"record\" wrote to FILE, with the same pauses. A simulated\n"
+    "daemon emits its own; this program is the stand-in for a daemon that is not\n"
+    "running. If a daemon is a real one, nothing is sent; if a real one appears, the\n"
+    "replay stops. FILE - is standard input, which is first read to its end.",
+    { { "speed", "N", "2 is twice as fast, 0.5 half as fast, max without pauses;\n"
+                      "                      default 1" } },
     1, 1, true, nullptr, run, check, true
 };
 // clang-format on

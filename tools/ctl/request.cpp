@@ -50,10 +50,10 @@ Outcome outcomeOf(const Daemon &daemon, const HNIPCFailure &failure, const QVari
     result.error = failure.errorText;
     result.errorName = failure.errorName;
     if (failure.reason == HNIPCRequest::DaemonError) {
-        result.error = QStringLiteral("%1 answered %2: %3")
+        result.error = QStringLiteral("%1 replied with the error %2: %3")
                            .arg(daemon.name, failure.errorName, failure.errorText);
     } else if (failure.reason == HNIPCRequest::BusError) {
-        result.error = QLatin1String("the bus does not carry the call: ") + failure.errorText;
+        result.error = QLatin1String("the bus does not deliver the call: ") + failure.errorText;
     } else if (failure.reason == HNIPCRequest::AccessDenied) {
         // The bus's own text is about its rules.
         result.error = QStringLiteral("no right to call the daemons: the bus lets members of the "
@@ -135,4 +135,7 @@ Player playerIn(const QDBusMessage &reply)
                                                                    : Player::Real;
 }
 
-int busLost() { return Console::fail(Toolkit::NoBus, QStringLiteral("the bus went away")); }
+int busLost()
+{
+    return Console::fail(Toolkit::NoBus, QStringLiteral("the bus connection was lost"));
+}

@@ -52,8 +52,9 @@ int SignalLimit::check(const Context &context)
     const QString text = context.options.value(QStringLiteral("count"));
     return text.isNull() || text.toInt() >= 1
         ? int(Toolkit::Done)
-        : Console::fail(Toolkit::WrongUsage,
-                        QStringLiteral("--count is not a number from 1: \"%1\"").arg(text));
+        : Console::fail(
+            Toolkit::WrongUsage,
+            QStringLiteral("--count: \"%1\" is not a number from 1 to 2147483647").arg(text));
 }
 
 SignalLimit::SignalLimit(const Context &context)

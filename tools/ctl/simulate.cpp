@@ -96,7 +96,8 @@ QString usageOf(const InterfaceMember &act)
             + QLatin1String(" SKU[,SKU]");
     }
     for (const InterfaceArgument &argument : act.arguments(InterfaceArgument::In)) {
-        const QString name = argument.name.toUpper();
+        const QString name = argument.name == QLatin1String("member") ? QStringLiteral("METHOD")
+                                                                      : argument.name.toUpper();
         words += argument.type == QLatin1String("av")  ? QStringLiteral("[ARGUMENT...]")
             : argument.name == QLatin1String("detail") ? QStringLiteral("[DETAIL...]")
                                                        : name;
@@ -147,11 +148,7 @@ struct WordReader
         const double real = text.toDouble(&isNumber);
         QVariant result = type ? parsed(text, *type) : isNumber ? QVariant(real) : QVariant();
         if (!result.isValid() && exitCode == Done) {
-            exitCode = Console::fail(BadValue,
-                                     QStringLiteral("argument %1 (%2) is not %3: \"%4\"%5")
-                                         .arg(QString::number(number), name,
-                                              QLatin1String(type ? type->words : "a number"), text,
-                                              QLatin1String(type ? type->range : "")));
+            exitCode = Console::fail(BadValue, wrongArgument(number - 1, name, text, type));
         }
         return result;
     }
@@ -202,7 +199,7 @@ int readDetail(const QString &kind, const QStringList &words, QVariant *detail)
         *detail = QStringList { words.first(), words.value(1, QStringLiteral("simulated")) };
     } else if (isDelay || isError || !words.isEmpty()) {
         return Console::fail(WrongUsage,
-                             QStringLiteral("usage: hnipcctl simulate fault MEMBER %1%2")
+                             QStringLiteral("usage: hnipcctl simulate fault METHOD %1%2")
                                  .arg(kind,
                                       QLatin1String(isDelay       ? " MILLISECONDS"
                                                         : isError ? " ERROR-NAME [TEXT]"
@@ -273,8 +270,8 @@ int readFault(const Context &context, const QStringList &words, Request *request
     }
     if (!faultKinds().contains(words.at(1))) {
         return Console::fail(BadValue,
-                             QStringLiteral("argument 2 (kind) is not one of %1: \"%2\"")
-                                 .arg(faultKinds().join(QLatin1String(", ")), words.at(1)));
+                             QStringLiteral("argument 2 (kind): \"%1\" is not one of %2")
+                                 .arg(words.at(1), faultKinds().join(QLatin1String(", "))));
     }
     QVariant detail;
     const int exitCode = readDetail(words.at(1), words.mid(2), &detail);
@@ -291,9 +288,9 @@ int readPlain(const QStringList &words, Request *request)
         const QStringList choices = choicesOf(arguments.at(i).name);
         if (!choices.isEmpty() && !choices.contains(words.at(i))) {
             return Console::fail(BadValue,
-                                 QStringLiteral("argument %1 (%2) is not one of %3: \"%4\"")
-                                     .arg(QString::number(i + 1), arguments.at(i).name,
-                                          choices.join(QLatin1String(", ")), words.at(i)));
+                                 QStringLiteral("argument %1 (%2): \"%3\" is not one of %4")
+                                     .arg(QString::number(i + 1), arguments.at(i).name, words.at(i),
+                                          choices.join(QLatin1String(", "))));
         }
         request->arguments += reader.read(words.at(i), i + 1, arguments.at(i).name,
                                           typeOfWire(arguments.at(i).type));
@@ -441,13 +438,14 @@ std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome 
     return result;
 }
 
-int fail(const Outcome &why)
+int fail(const Request &request, const Outcome &why)
 {
-    return Console::fail(why.exitCode(),
-                         why.reason == HNIPCRequest::DaemonAbsent ? QStringLiteral(
-                             "no simulated daemon is running; hnipc-sandbox starts "
-                             "them")
-                                                                  : why.error);
+    const bool isNoneRunning = request.daemons.size() > 1
+        && why.reason == HNIPCRequest::DaemonAbsent;
+    return Console::fail(
+        why.exitCode(),
+        isNoneRunning ? QStringLiteral("no simulated daemon is running; hnipc-sandbox starts them")
+                      : why.error);
 }
 
 // Finds the daemon that has the reading, and the value as one of the reading's type.
@@ -470,8 +468,12 @@ int findReading(Simulators *simulators, Request *request)
         }
     }
     if (!names.contains(request->reading)) {
-        return simulated.empty() || why.reason == HNIPCRequest::TimedOut
-            ? fail(why)
+        return simulated.empty() || why.reason == HNIPCRequest::TimedOut ? fail(*request, why)
+            : request->daemons.size() == 1
+            ? Console::fail(NoSuchName,
+                            QStringLiteral("%1 has no reading or switch %2%3")
+                                .arg(request->daemons.front()->name, request->reading,
+                                     didYouMean(request->reading, names)))
             : noSuchName(QStringLiteral("reading or switch"), request->reading, names);
     }
     if (request->act->name != QLatin1String("set")) {
@@ -581,7 +583,7 @@ int run(const Context &context, const QStringList &arguments)
     Outcome why;
     const bool isForAll = request.daemons.size() > 1;
     if (isForAll && present(answers, &why).empty()) {
-        return fail(why);
+        return fail(request, why);
     }
 
     int exitCode = Done;
@@ -616,28 +618,32 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command simulateCommand = {
-    "simulate", "ACT [ARGUMENT...]", "Acts on simulated daemons as the world around them does",
-    "A real daemon cannot be acted on so. An ACT is one of\n"
-    "  set NAME VALUE      gives a reading or a switch a value\n"
-    "  get NAME            prints the value of one\n"
-    "  names               prints all names\n"
-    "  press BUTTON        presses print, help or cancel\n"
-    "  load supply SKU     puts in a new roll; so with ribbon1 and ribbon2\n"
+    "simulate", "ACT [ARGUMENT...]", "Acts on simulated daemons: sets readings, loads rolls, makes faults",
+    "It does not act on a real daemon. An ACT is one of\n"
+    "  set NAME VALUE      sets a reading or a switch\n"
+    "  get NAME            prints the value of a reading or a switch\n"
+    "  names               prints the names of all readings and switches\n"
+    "  press BUTTON        presses a button, one of print, help, cancel\n"
+    "  load supply SKU     loads a new supply\n"
+    "  load ribbon1 SKU\n"
+    "  load ribbon2 SKU    loads a new ribbon at this place\n"
     "  load ribbons SKU[,SKU]\n"
-    "                      puts in these ribbons, and no other\n"
-    "  print LABELS        queues a job of so many labels\n"
+    "                      loads these ribbons, and removes all others\n"
+    "  print LABELS        queues a job of this many labels\n"
     "  emit SIGNAL [ARGUMENT...]\n"
-    "                      sends a signal, by the name that \"monitor\" prints\n"
-    "  flood SIGNAL COUNT  sends it so many times\n"
+    "                      emits a signal, by the name that \"monitor\" prints\n"
+    "  flood SIGNAL COUNT  emits a signal COUNT times, as fast as possible\n"
     "  fault METHOD delay MILLISECONDS\n"
     "  fault METHOD error ERROR-NAME [TEXT]\n"
     "  fault METHOD never|wrongtype|die|none\n"
-    "                      spoils the calls of a method, or of all with '*'\n"
-    "  malform SHAPE       spoils the supply records\n"
+    "                      applies a fault to all calls of a method, or of all\n"
+    "                      methods with '*'; none ends the fault\n"
+    "  malform SHAPE       makes the supply daemon reply with malformed records\n"
     "  faults              prints the faults\n"
-    "  reset               ends all faults\n"
-    "Values are written as for \"call\". The daemon is found by the name; without one,\n"
-    "all simulated daemons are meant. See hnipc-simulator(1).",
+    "  reset               ends all faults, and the flood\n"
+    "Values are written as for \"call\". The name of the reading, the signal or the method\n"
+    "selects the daemon; other acts are for all simulated daemons, but for those that\n"
+    "only one daemon has. See hnipc-simulator(1).",
     { { "daemon", "DAEMON", "act on this daemon only" },
       { "words", nullptr, "print the words that may follow, for the completion" } },
     0, -1, true, [](const Contract &) { return actNames(); }, run, check, true

@@ -232,6 +232,12 @@ int readTrace(const Contract &contract, const QString &fileName, std::vector<Tra
     if (file.error() != QFile::NoError) {
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());
     }
+    if (text.isEmpty()) {
+        return Console::fail(Toolkit::BadValue,
+                             fileName
+                                 + QLatin1String(": expected the header of a trace, the file is "
+                                                 "empty"));
+    }
     QBuffer lines(&text);
     lines.open(QIODevice::ReadOnly);
     int line = 1;

@@ -77,7 +77,8 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_bytes + size > mostBytes || m_calls.size() >= mostCalls) {
             if (m_lost == 0) { // not by the console, which would write out the rest first
-                std::fputs("hnipcctl: standard output is not read fast enough: calls get lost\n",
+                std::fputs("hnipcctl: standard output is not read fast enough: some calls are not "
+                           "printed\n",
                            stderr);
             }
             ++m_lost;
@@ -734,7 +735,8 @@ int checkSlow(const Context &context)
         ? int(Toolkit::Done)
         : Console::fail(
             Toolkit::WrongUsage,
-            QStringLiteral("--slow is not a number of milliseconds from 1: \"%1\"").arg(text));
+            QStringLiteral("--slow: \"%1\" is not a number of milliseconds from 1 to 2147483647")
+                .arg(text));
 }
 
 int checkPicture(const Context &context)
@@ -742,7 +744,7 @@ int checkPicture(const Context &context)
     const QString name = context.options.value(QStringLiteral("picture"));
     if (name.isNull()) {
         return context.options.contains(QStringLiteral("force"))
-            ? Console::fail(Toolkit::WrongUsage, QStringLiteral("--force is for --picture"))
+            ? Console::fail(Toolkit::WrongUsage, QStringLiteral("--force needs --picture"))
             : int(Toolkit::Done);
     }
     if (name.isEmpty() || name == QLatin1String("-")) {
@@ -828,7 +830,7 @@ int run(const Context &context, const QStringList &arguments)
                              pictureName + QLatin1String(": ") + picture.errorString());
     }
     if (!handleStops()) {
-        return Console::fail(Toolkit::Failed, QStringLiteral("no pipe"));
+        return Console::fail(Toolkit::Failed, QStringLiteral("cannot create a pipe"));
     }
 
     int exitCode = Toolkit::Done;
@@ -874,14 +876,14 @@ int run(const Context &context, const QStringList &arguments)
 // clang-format off
 const Command traceCommand = {
     "trace", "[PATTERN]", "Every call of the daemons: who calls what, and how long it takes",
-    "Prints each method call of the daemons when its reply passes, until Ctrl-C: when it\n"
-    "was sent, how long the reply took, the caller, the method with its arguments, and\n"
-    "the reply. PATTERN is compared with the methods' names; see \"list\". A call that is\n"
-    "still pending at the end is printed then. The bus lets root do this, and the user\n"
-    "whom it runs as.",
-    { { "slow", "MS", "print only calls that took so many milliseconds or more" },
-      { "count", "N", "end after so many printed calls" },
-      { "summary", nullptr, "at the end, print what each method took and each caller waited" },
+    "Prints each method call of the daemons when its reply is sent, until Ctrl-C: when\n"
+    "the call was sent, how long the reply took, the caller, the method with its\n"
+    "arguments, and the reply. PATTERN is compared with the names of the methods; see\n"
+    "\"list\". A call that is still pending at the end is printed then. The bus allows\n"
+    "this only for root, and for the user whom the bus runs as.",
+    { { "slow", "MS", "print only calls that took MS milliseconds or more" },
+      { "count", "N", "end after N printed calls" },
+      { "summary", nullptr, "at the end, print the times of each method and each caller" },
       { "picture", "FILE", "at the end, write a timeline to this SVG file" },
       { "force", nullptr, "overwrite FILE" } },
     0, 1, true,

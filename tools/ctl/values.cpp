@@ -19,15 +19,15 @@
 namespace {
 
 const ArgumentType argumentTypes[] = {
-    { "bool", "bool", "b", "true or false", "" },
-    { "int", "int", "i", "a signed number", " (-2147483648 to 2147483647)" },
-    { "uint", "quint32", "u", "an unsigned number", " (0 to 4294967295)" },
-    { "qulonglong", "quint64", "t", "an unsigned number", " (0 to 18446744073709551615)" },
-    { "QString", "QString", "s", "a text", "" },
-    { "QStringList", "QStringList", "as", "a list of texts", "" },
+    { "bool", "bool", "b", "true or false" },
+    { "int", "int", "i", "a number from -2147483648 to 2147483647" },
+    { "uint", "quint32", "u", "a number from 0 to 4294967295" },
+    { "qulonglong", "quint64", "t", "a number from 0 to 18446744073709551615" },
+    { "QString", "QString", "s", "a string" },
+    { "QStringList", "QStringList", "as", "a list of strings" },
 };
 
-// Invalid where the text is none of the words.
+// Invalid if the text is none of the words.
 QVariant parsedBool(const QString &text)
 {
     static const QStringList yes { QStringLiteral("true"), QStringLiteral("on"),
@@ -218,6 +218,19 @@ QVariant parsed(const QString &text, const ArgumentType &type)
     default:
         return text;
     }
+}
+
+QString wrongArgument(int index, const QString &name, const QString &text, const ArgumentType *type)
+{
+    bool isNumber = false;
+    const double number = text.toDouble(&isNumber);
+    QString expected = QLatin1String(type ? type->words : "a number");
+    // Such a text is a number, too.
+    if (isNumber && number != std::floor(number)) {
+        expected.replace(QLatin1String("a number"), QLatin1String("a whole number"));
+    }
+    return QStringLiteral("argument %1 (%2): \"%3\" is not %4")
+        .arg(QString::number(index + 1), name, text, expected);
 }
 
 QVariant plain(const QVariant &value)

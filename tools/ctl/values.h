@@ -12,51 +12,56 @@
 
 #include <optional>
 
-/// A type that arguments have.
+/// A type of arguments.
 struct ArgumentType
 {
     const char *name;  ///< as the meta-object has it
     const char *shown; ///< as the client's header has it
     const char *wire;
-    const char *words; ///< "is not " these
-    const char *range;
+    const char *words; ///< for messages: "true or false", "a number from 0 to 4294967295"
 };
 
 /// Null for a type that no argument has.
 const ArgumentType *argumentType(const QByteArray &name);
 
-/// The type's name as the client's header has it, whatever the meta-object calls it.
+/// The name in the client's header of a type of the meta-object.
 QString shownType(const QByteArray &name);
 
-/// The types of a signal's arguments, one for each: basic ones, and lists of such.
+/// The types of a signal's arguments, which are basic types and lists of them.
 QStringList typesIn(const QString &signature);
-/// The name that the client's header has for a type on the bus.
+/// The name of a D-Bus type in the client's header.
 QString wireTypeShown(const QString &type);
 
-/// The text of these bytes; none where they are not UTF-8, and so would be sent as another text.
+/// These bytes as a string; nothing if they are not UTF-8, because the string would then differ.
 std::optional<QString> exactText(const QByteArray &utf8);
 
-/// What a person typed for a value of this type; invalid where it is none.
+/// The typed text as a value of this type; invalid if it is not of this type.
 QVariant parsed(const QString &text, const ArgumentType &type);
+
+/// The message for an argument that is not of its type. @p index counts from 0; @p type is null for
+/// a real number.
+QString wrongArgument(int index, const QString &name, const QString &text,
+                      const ArgumentType *type);
 
 /// The supply record: its fields named and in order.
 using Record = QList<QPair<QString, QVariant>>;
 Q_DECLARE_METATYPE(Record)
 
-/// A value as it came from the bus, or from the library, made of plain types: text, numbers, bytes,
+/// Converts a value from the bus or from the library to plain types: strings, numbers, byte arrays,
 /// QStringList, QVariantList, QVariantMap and Record.
 QVariant plain(const QVariant &value);
 
-/// In one line; QJsonDocument has no form for one that is neither an object nor an array.
+/// JSON in one line. QJsonDocument cannot write a value that is neither an object nor an array.
 QString compact(const QJsonValue &value);
-/// In one line, in the form of JSON.
+/// A value in one line, written as in JSON.
 QString textOf(const QVariant &value);
-/// The same up to a width, with a patch of each colour that the value names in front of it.
+/// textOf(), cut at a width, with a patch in front of it for each colour that the value names.
 QString colouredText(const QVariant &value, int width = 10000);
-/// At length: a row for each element of a list, table or record, bytes as numbers, text as it is.
+/// A value in several lines: one for each element of a list, table or record. Byte arrays are in
+/// hexadecimal, strings unchanged.
 QStringList linesOf(const QVariant &value);
-/// 64-bit numbers as text, because few readers of JSON keep them whole, and real numbers that JSON
-/// has no form for: "inf", "-inf", "nan" and "-0". Bytes are in base64.
+/// 64-bit numbers are strings, because many JSON readers do not keep all their digits, and so are the
+/// real numbers that JSON cannot represent: "inf", "-inf", "nan" and "-0". Byte arrays are in base64.
 QJsonValue jsonOf(const QVariant &value);
 
 #endif

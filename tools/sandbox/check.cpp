@@ -39,7 +39,7 @@ QString wrongMethod(const QString &daemon, const QString &name)
         }
         isThere = isThere || method.name == name;
     }
-    return isThere ? QStringLiteral("%1 takes arguments, and \"call\" has none").arg(name)
+    return isThere ? QStringLiteral("%1 has parameters, and \"call\" passes no arguments").arg(name)
                    : QStringLiteral("%1 has no method %2").arg(daemon, name);
 }
 

@@ -27,9 +27,9 @@ QStringList readDaemons(const QString &list)
     for (const QString &name : qAsConst(result)) {
         if (!daemonNames().contains(name)) {
             throw Failure { SandboxFailed,
-                            QStringLiteral("--daemons takes none, or some of %1 with commas "
-                                           "between, not \"%2\"")
-                                .arg(daemonNames().join(QLatin1Char(',')), name) };
+                            QStringLiteral("--daemons: \"%1\" is not a daemon; expected none, or "
+                                           "one or more of %2, separated by commas")
+                                .arg(name, daemonNames().join(QLatin1Char(','))) };
         }
     }
     result.removeDuplicates();
@@ -46,27 +46,30 @@ Sandbox::Request readCommandLine(int argc, char **argv)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Runs a command, or a shell, where a private bus with simulated daemons of the label "
-        "printer plays the system bus."));
-    // What follows the command is the command's.
+        "Runs a command, or a shell, with simulated daemons of the label printer on a private bus "
+        "that takes the place of the system bus."));
+    // Options after the command are the command's own.
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this."));
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption scenario(
         QStringLiteral("scenario"),
-        QStringLiteral("Play a scenario: a file, or the name of an installed one."),
+        QStringLiteral("Play a scenario: a file, or the name of an installed scenario."),
         QStringLiteral("file"));
     const QCommandLineOption check(
         QStringLiteral("check"),
-        QStringLiteral("Say what is wrong with a scenario, instead of playing it."),
+        QStringLiteral(
+            "Check a scenario instead of playing it: a file, or the name of an installed "
+            "scenario."),
         QStringLiteral("file"));
-    const QCommandLineOption quiet(
-        QStringLiteral("quiet"), QStringLiteral("Do not print the lines that the scenario says."));
+    const QCommandLineOption quiet(QStringLiteral("quiet"),
+                                   QStringLiteral("Do not print the texts of the scenario."));
     const QString allDaemons = daemonNames().join(QLatin1Char(','));
     const QCommandLineOption daemons(
         QStringLiteral("daemons"),
-        QStringLiteral("Start only these daemons: none, or some of %1; default all.")
+        QStringLiteral("Start only these daemons: none, or one or more of %1, separated by "
+                       "commas; default all.")
             .arg(allDaemons),
         QStringLiteral("list"), allDaemons);
     parser.addOptions({ scenario, check, quiet, daemons, help });
@@ -92,7 +95,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
     result.isCheck = parser.isSet(check);
     if (result.isCheck && (parser.isSet(scenario) || !parser.positionalArguments().isEmpty())) {
         throw Failure { SandboxFailed,
-                        QStringLiteral("--check runs no command, and plays no scenario.")
+                        QStringLiteral("--check cannot be combined with --scenario or a command.")
                             + QLatin1String(" See hnipc-sandbox --help.") };
     }
     if (result.isCheck || parser.isSet(scenario)) {
@@ -102,7 +105,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
             throw Failure { result.isCheck ? BadValue : SandboxFailed, error };
         }
     }
-    // Byte for byte as it was given, which QString may not be.
+    // The command's exact bytes: a QString would change what is not UTF-8.
     for (int i = argc - int(parser.positionalArguments().size()); i < argc; ++i) {
         result.command += argv[i];
     }
@@ -127,7 +130,7 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-sandbox"));
     QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
-    // Where the system looks without one. An empty entry of it would be the current directory.
+    // The default of the system. An empty entry in PATH would be the current directory.
     if (qEnvironmentVariableIsEmpty("PATH")) {
         qputenv("PATH", "/bin:/usr/bin");
     }

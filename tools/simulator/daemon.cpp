@@ -22,21 +22,18 @@ QMetaMethod pulseOperation(const QMetaObject &interface, const QString &signal, 
 
 } // namespace
 
-QString Daemon::press(const QString &)
-{
-    return QStringLiteral("this daemon has no buttons, ioexpd has");
-}
+QString Daemon::press(const QString &) { return QStringLiteral("only ioexpd has buttons"); }
 
 QString Daemon::load(const QString &, const QStringList &)
 {
-    return QStringLiteral("this daemon has no supplies, supplyd has");
+    return QStringLiteral("only supplyd has supplies");
 }
 
-QString Daemon::print(uint) { return QStringLiteral("this daemon does not print, m4 does"); }
+QString Daemon::print(uint) { return QStringLiteral("only m4 prints"); }
 
 QString Daemon::malform(const QString &)
 {
-    return QStringLiteral("this daemon has no supply records, supplyd has");
+    return QStringLiteral("only supplyd has supply records");
 }
 
 QString Daemon::broadcast(const QString &signal, const QVariantList &arguments)
@@ -68,7 +65,7 @@ QString Daemon::broadcast(const QString &signal, const QVariantList &arguments)
         pointers.append(values[i].data());
     }
     invoke(pulse.methodIndex(), pointers.data());
-    return sent ? QString() : QStringLiteral("the bus did not take the signal");
+    return sent ? QString() : QStringLiteral("the bus did not accept the signal");
 }
 
 QVariantList Daemon::exampleOf(const QString &signal, int number)
@@ -91,5 +88,5 @@ QString Daemon::setFault(const QString &member, const QString &kind, const QVari
             return m_faults.set(member, kind, detail);
         }
     }
-    return QStringLiteral("no member is called \"%1\"").arg(member);
+    return QStringLiteral("no method is called \"%1\"").arg(member);
 }

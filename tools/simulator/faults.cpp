@@ -39,7 +39,7 @@ QString Faults::set(const QString &member, const QString &kind, const QVariant &
 {
     const QStringList kinds = Toolkit::faultKinds();
     if (!kinds.contains(kind)) {
-        return QStringLiteral("a fault is one of: ") + kinds.join(QLatin1String(", "));
+        return QStringLiteral("\"%1\" is not one of %2").arg(kind, kinds.join(QLatin1String(", ")));
     }
     Fault fault;
     fault.kind = static_cast<Kind>(kinds.indexOf(kind));
@@ -47,14 +47,15 @@ QString Faults::set(const QString &member, const QString &kind, const QVariant &
     if (fault.kind == Delay) {
         QVariant delay = detail;
         if (!fitToType(&delay, QMetaType::Int) || delay.toInt() < 0) {
-            return QStringLiteral("the detail of delay is a number of milliseconds");
+            return QStringLiteral("the detail of delay has to be a number of milliseconds");
         }
         fault.delay = delay.toInt();
         fault.spelled += QStringLiteral(" %1").arg(fault.delay);
     } else if (fault.kind == Error) {
         const QStringList parts = nameAndText(detail);
         if (parts.size() != 2 || !isErrorName(parts.at(0))) {
-            return QStringLiteral("the detail of error is the name of a D-Bus error and a text");
+            return QStringLiteral(
+                "the detail of error has to be the name of a D-Bus error and a text");
         }
         fault.errorName = parts.at(0);
         fault.errorText = parts.at(1);
@@ -72,7 +73,8 @@ QString Faults::setShape(const QString &shape)
 {
     const QStringList shapes = Toolkit::recordShapes();
     if (!shapes.contains(shape)) {
-        return QStringLiteral("a shape is one of: ") + shapes.join(QLatin1String(", "));
+        return QStringLiteral("\"%1\" is not one of %2")
+            .arg(shape, shapes.join(QLatin1String(", ")));
     }
     m_shape = shape == QLatin1String("none") ? QString() : shape;
     return QString();

@@ -10,7 +10,8 @@ QString Ioexpd::press(const QString &button)
 {
     const QStringList buttons = Toolkit::buttons();
     if (!buttons.contains(button)) {
-        return QStringLiteral("the buttons are: ") + buttons.join(QLatin1String(", "));
+        return QStringLiteral("\"%1\" is not one of %2")
+            .arg(button, buttons.join(QLatin1String(", ")));
     }
     return broadcast(button.at(0).toUpper() + button.mid(1) + QLatin1String("Button"), {});
 }

@@ -9,7 +9,7 @@ QString M4::print(uint labels)
 {
     return m_engine.print(labels)
         ? QString()
-        : QStringLiteral("a job has 1 label or more, and the queue takes %1 jobs")
+        : QStringLiteral("a job needs 1 label or more, and the queue holds at most %1 jobs")
               .arg(Engine::QueueCapacity);
 }
 

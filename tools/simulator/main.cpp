@@ -39,39 +39,40 @@ struct Request
     std::optional<Scenario> scenario;
 };
 
-// ---- What is asked for ----
+// ---- The command line ----
 
-QString daemonsInWords()
+QString oneOfDaemons()
 {
-    QStringList names = daemonNames();
-    const QString last = names.takeLast();
-    return names.join(QLatin1String(", ")) + QLatin1String(" or ") + last;
+    return QLatin1String("one of ") + daemonNames().join(QLatin1String(", "));
 }
 
 Request readCommandLine()
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Simulates one daemon of the label printer, until it is interrupted. It serves on the bus "
-        "that DBUS_SYSTEM_BUS_ADDRESS names, as hnipc-sandbox sets it."));
+        "Simulates one daemon of the label printer until SIGINT or SIGTERM. It uses the bus at the "
+        "address in DBUS_SYSTEM_BUS_ADDRESS, which hnipc-sandbox sets."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
                                   QStringLiteral("Print this."));
     parser.addOption(help);
     parser.addVersionOption();
-    parser.addOption({ QStringLiteral("scenario"),
-                       QStringLiteral("Play the acts that a scenario has for this daemon: a file, "
-                                      "or the name of an installed one."),
-                       QStringLiteral("file") });
-    parser.addOption({ QStringLiteral("catalogue"),
-                       QStringLiteral("Read supplies and ribbons from this file (supplyd only)."),
-                       QStringLiteral("file") });
+    parser.addOption(
+        { QStringLiteral("scenario"),
+          QStringLiteral("Play the acts of a scenario that are for this daemon: a file, "
+                         "or the name of an installed scenario."),
+          QStringLiteral("file") });
+    parser.addOption(
+        { QStringLiteral("catalogue"),
+          QStringLiteral("Read supplies and ribbons from this file (supplyd only); default "
+                         "the installed catalogue."),
+          QStringLiteral("file") });
     const QCommandLineOption systemBus(
         QStringLiteral("system-bus"),
         QStringLiteral(
-            "Serve on this machine's system bus if DBUS_SYSTEM_BUS_ADDRESS is not set. Not "
-            "on a printer: its programs would take what is simulated for real."));
+            "Use this machine's system bus if DBUS_SYSTEM_BUS_ADDRESS is not set. Not on a "
+            "printer: its programs would take simulated values for real ones."));
     parser.addOption(systemBus);
-    parser.addPositionalArgument(QStringLiteral("daemon"), daemonsInWords());
+    parser.addPositionalArgument(QStringLiteral("daemon"), oneOfDaemons());
     if (!parser.parse(QCoreApplication::arguments())) {
         throw Failure { WrongUsage, parser.errorText() };
     }
@@ -88,8 +89,13 @@ Request readCommandLine()
     result.onSystemBus = parser.isSet(systemBus);
     const bool isSupplyd = result.daemon == QLatin1String("supplyd");
     if (daemons.size() != 1 || !daemonNames().contains(result.daemon)) {
-        throw Failure { WrongUsage,
-                        QStringLiteral("which daemon? Name one of ") + daemonsInWords() };
+        throw Failure {
+            WrongUsage,
+            QLatin1String("expected ") + oneOfDaemons()
+                + (daemons.isEmpty()
+                       ? QString()
+                       : QStringLiteral(", not \"%1\"").arg(daemons.join(QLatin1Char(' '))))
+        };
     }
     QString error;
     if (isSupplyd) {
@@ -101,7 +107,7 @@ Request readCommandLine()
         }
         result.catalogue = readCatalogue(fileName, &error);
     } else if (parser.isSet(QStringLiteral("catalogue"))) {
-        throw Failure { WrongUsage, QStringLiteral("only supplyd has a catalogue") };
+        throw Failure { WrongUsage, QStringLiteral("--catalogue is for supplyd only") };
     }
     if (parser.isSet(QStringLiteral("scenario")) && error.isEmpty()) {
         result.scenario = readScenario(parser.value(QStringLiteral("scenario")), &error);
@@ -186,8 +192,8 @@ int serve(const Request &request)
     if (!request.onSystemBus && qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) {
         throw Failure { NoBus,
                         QStringLiteral(
-                            "DBUS_SYSTEM_BUS_ADDRESS names no bus, and the system bus may "
-                            "be a printer's: run this in hnipc-sandbox, or with "
+                            "DBUS_SYSTEM_BUS_ADDRESS is not set, and the system bus may be "
+                            "a printer's: run this in hnipc-sandbox, or with "
                             "--system-bus") };
     }
     QDBusConnection bus = QDBusConnection::systemBus();

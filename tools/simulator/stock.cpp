@@ -160,7 +160,7 @@ QString Stock::load(const QString &supplySku, const QStringList &ribbonSkus)
         }
     }
     if (ribbonSkus.size() > 2) {
-        return QStringLiteral("there are places for 2 ribbons");
+        return QStringLiteral("there are only 2 places for ribbons");
     }
     if (!supplySku.isEmpty()) {
         insert(SupplyPlace, supplySku);
@@ -271,7 +271,7 @@ QString Stock::setFromOutside(int place, const QVariant &percent)
         return QStringLiteral("%1 has to be a number from 0 to 100").arg(names().at(place));
     }
     if (roll(place).sku.isEmpty()) {
-        return QStringLiteral("there is no ribbon in this place");
+        return QStringLiteral("no ribbon is loaded at this place");
     }
     Roll &changed = m_rolls[place];
     changed.mileage = qRound(changed.length * (100 - fitted.toDouble()) / 100);
