@@ -11,14 +11,13 @@ namespace Toolkit {
 QStringList daemonNames();
 QString busName(const QString &daemon);         ///< "org.hnipc.m4"
 QString daemonInterface(const QString &daemon); ///< "local.IHNIPCM4"
-QString simulatorInterface();                   ///< of the world around a simulated daemon
+QString simulatorInterface();                   ///< "org.hnipc.Simulator"
 
-/// A call of the daemon's interface, and one of the world around a simulated daemon. Neither starts
-/// a daemon.
+/// A call of the daemon's interface, and a call of its simulator interface. Neither starts a daemon.
 QDBusMessage daemonCall(const QString &daemon, const QString &method);
 QDBusMessage simulatorCall(const QString &busName, const QString &member);
 
-/// @name What the members of org.hnipc.Simulator take
+/// @name The valid arguments of org.hnipc.Simulator's methods
 /// @{
 QStringList buttons();
 QStringList faultKinds();

@@ -7,20 +7,20 @@
 
 namespace Toolkit {
 
-/// Where the data file @p name stands, such as "supplies.json" or "scenarios/bad-day.json": in the
-/// directory that the environment names in HNIPC_DATA_DIR, else in share/hnipc beside the program,
-/// else where it was installed. A null string where it is in none of them.
+/// The path of the data file @p name, such as "supplies.json" or "scenarios/bad-day.json". It is
+/// searched in the directory of the environment variable HNIPC_DATA_DIR, then in share/hnipc beside
+/// the program, then where it was installed. A null string if it is in none of them.
 QString dataFile(const QString &name);
 
 /// The names of all the files in the data directory @p name, such as "scenarios".
 QStringList dataFiles(const QString &name);
 
-/// What dataFile() is, for the description of a D-Bus interface, such as "local.IHNIPCM4"; its
-/// directory is share/dbus-1/interfaces, or "interfaces" in HNIPC_DATA_DIR.
+/// The same for the description of a D-Bus interface, such as "local.IHNIPCM4". The directory is
+/// share/dbus-1/interfaces, or "interfaces" in HNIPC_DATA_DIR.
 QString interfaceFile(const QString &interfaceName);
 
-/// The path of another program of ours, such as "hnipc-simulator", beside this one. A null string
-/// where it is not there.
+/// The path of another HNIPC program, such as "hnipc-simulator", in the directory of this program. A
+/// null string if it is not there.
 QString siblingProgram(const QString &name);
 
 } // namespace Toolkit

@@ -4,22 +4,22 @@
 
 namespace Toolkit {
 
-/// What a tool ends with, the same in all of them.
+/// The exit codes, the same for all tools.
 enum ExitCode {
     Done = 0,
-    Failed = 1,          ///< the work failed in a way that has no code of its own
-    WrongUsage = 2,      ///< no such option or command, or arguments are missing
-    NoBus = 3,           ///< no bus, or no right to use it
-    DaemonAbsent = 4,    ///< the daemon is not on the bus
-    Refused = 5,         ///< the daemon answered with an error
-    NoAnswer = 6,        ///< the daemon did not answer in time
-    NoSuchName = 7,      ///< no such method, property, signal or daemon
-    BadValue = 8,        ///< an argument, or a line of a file, is not what was expected
-    OutcomeUnknown = 9,  ///< the request may or may not have been carried out
+    Failed = 1,          ///< a failure without a code of its own
+    WrongUsage = 2,      ///< an unknown option or command, or the wrong number of arguments
+    NoBus = 3,           ///< the bus is not running, or the user has no right
+    DaemonAbsent = 4,    ///< the daemon is not running
+    Refused = 5,         ///< the daemon replied with an error
+    NoAnswer = 6,        ///< the daemon did not reply in time
+    NoSuchName = 7,      ///< an unknown method, property, signal or daemon
+    BadValue = 8,        ///< an argument, or a line of a file, is invalid
+    OutcomeUnknown = 9,  ///< the daemon may or may not have carried out the request
     SandboxFailed = 125, ///< the sandbox failed before its command ran
     CannotRun = 126,     ///< the sandbox's command cannot be run
-    NotFound = 127,      ///< the sandbox's command is not there
-    Interrupted = 130,   ///< Ctrl-C; 128 and the number of any other signal
+    NotFound = 127,      ///< the sandbox's command was not found
+    Interrupted = 130,   ///< Ctrl-C; for other signals, 128 plus the signal's number
 };
 
 } // namespace Toolkit

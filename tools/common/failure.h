@@ -6,11 +6,11 @@
 
 namespace Toolkit {
 
-/// Thrown where a program cannot go on.
+/// Thrown when a program has to end; main() prints the message and returns the exit code.
 struct Failure
 {
     int exitCode;
-    QString message; ///< null where there is nothing to say
+    QString message; ///< null if nothing has to be printed
 };
 
 } // namespace Toolkit

@@ -26,7 +26,7 @@ bool isDottedName(const QString &text)
     return parts.size() > 1 && std::all_of(parts.begin(), parts.end(), isName);
 }
 
-// The position after the complete D-Bus type that begins at this one, -1 where none does.
+// The position after the complete D-Bus type that begins at @p begin; -1 if none begins there.
 int endOfType(const QString &text, int begin)
 {
     const QString basicTypes = QStringLiteral("ybnqiuxtdsogh");
@@ -51,7 +51,7 @@ int endOfType(const QString &text, int begin)
 
 bool isType(const QString &text) { return endOfType(text, 0) == text.size(); }
 
-// Refuses by raising an error of the reader, which ends the reading at the line that is wrong.
+// An invalid file raises an error of the XML reader, which stops at the invalid line.
 class Reader
 {
 public:
@@ -76,7 +76,7 @@ public:
                 m_xml.raiseError(QStringLiteral("expected an <interface>"));
             }
         }
-        // To the end, so that what follows the interface is looked at, too.
+        // To the end of the file, to check the elements after the interface, too.
         while (!m_xml.atEnd()) {
             m_xml.readNext();
         }
@@ -195,7 +195,7 @@ private:
         return text;
     }
 
-    // An element that has no further children.
+    // Checks that the element has no child elements.
     void leave()
     {
         if (m_xml.readNextStartElement()) {

@@ -25,17 +25,17 @@ struct InterfaceMember
 
     /// The arguments of one direction, in order.
     QList<InterfaceArgument> arguments(InterfaceArgument::Direction direction) const;
-    /// Their D-Bus types in one, such as "iit".
+    /// The D-Bus types of these arguments, such as "iit".
     QString signature(InterfaceArgument::Direction direction) const;
 
     Kind kind = Method;
-    QString name; ///< overloads share it
+    QString name; ///< several members have the same one if a method is overloaded
     QList<InterfaceArgument> allArguments;
     QString documentation; ///< one line
     QMap<QString, QString> annotations;
 };
 
-/// A D-Bus interface, as its description in the standard's introspection XML has it.
+/// A D-Bus interface, as in its description in D-Bus introspection XML.
 struct Interface
 {
     /// The methods, or signals, in the order of the file.
@@ -46,8 +46,8 @@ struct Interface
     QList<InterfaceMember> allMembers;
 };
 
-/// Reads a file that describes one interface. Where it is wrong, nothing is answered, and @p error
-/// says so in the form "FILE:LINE: expected ...".
+/// Reads a file that describes one interface. If the file is invalid, returns nothing and sets
+/// @p error to "FILE:LINE: expected ...".
 std::optional<Interface> readInterfaceFile(const QString &fileName, QString *error);
 
 } // namespace Toolkit

@@ -15,7 +15,7 @@ using namespace Toolkit;
 
 namespace {
 
-// A message on the bus has 64 levels at most, of which each object of a value takes three.
+// D-Bus allows 64 levels in a message. Each object in a value takes three of them.
 const int mostLevelsOfValue = 16;
 
 [[noreturn]] void refuseFile(const QString &fileName, int line, const QString &what)
@@ -43,7 +43,7 @@ int lineAt(const QByteArray &text, int position)
     return 1 + int(text.left(position).count('\n'));
 }
 
-// Comments, as in C++, become spaces, so that whatever follows them stands where it stood.
+// Replaces comments, as in C++, by spaces, so that the positions of errors stay correct.
 QByteArray withoutComments(const QString &fileName, QByteArray text)
 {
     bool inString = false;
@@ -69,7 +69,7 @@ QByteArray withoutComments(const QString &fileName, QByteArray text)
     return text;
 }
 
-// Finds the line of every value of a text that is known to be JSON.
+// Finds the line of each value in a text that is valid JSON.
 class LineFinder
 {
 public:
@@ -303,7 +303,7 @@ QVariant JsonValue::any() const
     return m_value.toVariant();
 }
 
-// There is no null on the bus.
+// D-Bus has no null.
 void JsonValue::checkAny(int levels) const
 {
     if (m_value.isNull()) {

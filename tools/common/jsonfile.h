@@ -12,37 +12,37 @@
 
 namespace Toolkit {
 
-/// Thrown where a file is not what was expected.
+/// Thrown for an invalid file.
 struct BadFile
 {
     QString message; ///< "FILE:LINE: WHERE: expected ..., not ..."
 };
 
-/// A value of a JSON file that knows where it stands, so that whoever finds it wrong can say so.
-/// Every member throws BadFile where the value is not what the member asks for. The file may have
-/// comments, as in C++.
+/// A value of a JSON file that knows its line, for messages. Every member function throws BadFile
+/// if the value is not of the requested kind. The file may have comments, as in C++.
 ///
-/// Qt's JSON reader gives positions for errors of syntax only. What it has accepted needs no
-/// second parser, just a walk that counts lines, so this is less than another library would cost.
+/// Qt's JSON reader gives positions for syntax errors only. To find the lines in valid JSON, it is
+/// enough to count line ends between the values; another JSON library would cost more.
 class JsonValue
 {
 public:
-    /// The whole of a file.
+    /// The root value of a file.
     static JsonValue read(const QString &fileName);
 
-    /// An object with all of the keys @p required, and none besides them and @p optional.
+    /// Checks that this is an object with all keys of @p required, and no other keys than these and
+    /// those of @p optional.
     const JsonValue &object(const QStringList &required,
                             const QStringList &optional = QStringList()) const;
     bool has(const char *key) const;
     JsonValue operator[](const char *key) const;
 
     QList<JsonValue> items(int least, int most) const;
-    QString text(int least = 1) const; ///< of so many characters at least
+    QString text(int least = 1) const; ///< with at least this number of characters
     QString text(const QStringList &choices) const;
     bool boolean() const;
     double number(double least, double most) const;
     int integer(int least, int most) const;
-    QVariant any() const; ///< whatever the bus carries: no null, and nothing nested too deep
+    QVariant any() const; ///< any value that D-Bus can send: without null, and not nested too deep
     bool isText() const { return m_value.isString(); }
 
     int line() const;
@@ -52,7 +52,7 @@ private:
     struct File
     {
         QString name;
-        QHash<QStringList, int> lines; // by their places
+        QHash<QStringList, int> lines; // of each value, by its place
     };
 
     JsonValue(const std::shared_ptr<const File> &file, const QStringList &place,

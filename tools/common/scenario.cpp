@@ -19,7 +19,7 @@ using namespace Toolkit;
 
 namespace {
 
-// An argument of an act: the key that gives it, and what is read from there.
+// An argument of an act: its key, and the function that reads its value.
 struct Argument
 {
     const char *key;
@@ -32,7 +32,7 @@ struct Verb
 {
     const char *name;
     QList<Argument> arguments;
-    // Where the arguments depend on each other
+    // Not null if an argument depends on another one
     QList<Argument> (*adapt)(const JsonValue &act, QList<Argument> arguments) = nullptr;
 };
 
@@ -73,7 +73,7 @@ QVariant milliseconds(const JsonValue &value)
     return QVariant::fromValue(QDBusVariant(value.integer(0, INT_MAX)));
 }
 
-// The name of a D-Bus error and a text, as one text or as two.
+// The name of a D-Bus error and a text, as one string or as two.
 QVariant nameAndText(const JsonValue &value)
 {
     if (!value.isText()) {
@@ -85,7 +85,7 @@ QVariant nameAndText(const JsonValue &value)
 
 QVariant shape(const JsonValue &value) { return value.text(recordShapes()); }
 
-// Some kinds of fault say nothing without a detail.
+// Some kinds of fault need a detail.
 QList<Argument> withDetail(const JsonValue &act, QList<Argument> arguments)
 {
     const QString kind = act.has("kind") ? act["kind"].text(0) : QString();
@@ -97,7 +97,8 @@ QList<Argument> withDetail(const JsonValue &act, QList<Argument> arguments)
     return arguments;
 }
 
-// What can be asked of a daemon, of its simulator, and of whoever plays the scenario.
+// The acts. They are for the simulator interface of a daemon; "call" is for the daemon itself, and
+// "start", "stop" and "say" for the program that plays the scenario.
 const QList<Verb> &verbs()
 {
     static const QVariant nothing = QVariant::fromValue(QDBusVariant(QString()));
@@ -247,7 +248,7 @@ void ScenarioPlayer::ask(const Act &act)
                 const QVariant answer = finishedCall->reply().arguments().value(0);
                 if (finishedCall->isError()) {
                     const QDBusError error = finishedCall->error();
-                    // As a call that starts no daemon has it.
+                    // The error of a call that does not start the daemon.
                     const bool isAbsent = error.name()
                         == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner");
                     Q_EMIT failed(where

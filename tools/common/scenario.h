@@ -12,15 +12,15 @@
 
 namespace Toolkit {
 
-/// What happens to a daemon, and when.
+/// One act of a scenario.
 struct Act
 {
     int at = 0;             ///< milliseconds from the start
     QString daemon;         ///< "ioexpd", "m4" or "supplyd"; empty with "say" for all of them
     QString verb;           ///< a method of org.hnipc.Simulator, or "call", "start", "stop", "say"
-    QVariantList arguments; ///< of that method, in their D-Bus types; of "call" the name of a
-                            ///< method of the daemon's interface; of "say" its line
-    int line = 0;           ///< of the file
+    QVariantList arguments; ///< of that method, in their D-Bus types; for "call" the name of a
+                            ///< method of the daemon's interface; for "say" the text
+    int line = 0;           ///< in the file
 };
 
 struct Scenario
@@ -28,21 +28,21 @@ struct Scenario
     QString fileName;
     QString name;
     QString about;
-    QList<Act> acts; ///< in the order of time
+    QList<Act> acts; ///< sorted by time
 };
 
-/// Reads a scenario, which is a file or the name of one that ships, such as "bad-day". Where it is
-/// wrong, nothing is answered, and @p error says so in the form "FILE:LINE: WHERE: expected ...".
+/// Reads a scenario: a file, or the name of an installed scenario, such as "bad-day". If it is
+/// invalid, returns nothing and sets @p error to "FILE:LINE: WHERE: expected ...".
 std::optional<Scenario> readScenario(const QString &fileName, QString *error);
 
-/// Plays a scenario: asks the simulated daemons on a bus for each act at its time. Starting and
-/// stopping daemons, and telling, is for whoever plays it.
+/// Plays a scenario: calls the simulated daemons on a bus for each act at its time. The owner of this
+/// object starts and stops daemons, and prints texts.
 class ScenarioPlayer : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Only the acts of @p daemon, and what is said for all; an empty name for all acts.
+    /// Plays only the acts of @p daemon and those without a daemon; all acts if @p daemon is empty.
     ScenarioPlayer(const Scenario &scenario, const QDBusConnection &bus,
                    const QString &daemon = QString(), QObject *parent = nullptr);
 
@@ -52,8 +52,8 @@ Q_SIGNALS:
     void said(const QString &text);
     void startRequested(const QString &daemon, const QString &where); ///< where: "FILE:LINE: "
     void stopRequested(const QString &daemon, const QString &where);
-    void failed(const QString &message); ///< "FILE:LINE: ..."; the play goes on
-    void finished();                     ///< the last act has been played and answered
+    void failed(const QString &message); ///< "FILE:LINE: ..."; the scenario continues
+    void finished();                     ///< all acts have been played, and all replies received
 
 private:
     void play(const Act &act);

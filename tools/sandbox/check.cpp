@@ -28,7 +28,7 @@ Interface interfaceOf(const QString &name)
     return *result;
 }
 
-// "call" calls what takes nothing.
+// The error if "call" cannot call this method: it passes no arguments.
 QString wrongMethod(const QString &daemon, const QString &name)
 {
     const Interface interface = interfaceOf(daemonInterface(daemon));
@@ -43,7 +43,7 @@ QString wrongMethod(const QString &daemon, const QString &name)
                    : QStringLiteral("%1 has no method %2").arg(daemon, name);
 }
 
-// Of an act that only one daemon takes.
+// The error if the act is for one daemon only, and this is another one.
 QString wrongDaemon(const Act &act)
 {
     static const Interface simulator = interfaceOf(simulatorInterface());
@@ -56,8 +56,8 @@ QString wrongDaemon(const Act &act)
     return QString();
 }
 
-// The reason for which the simulated daemon refuses the act; null if it does not, or when it is
-// time to end.
+// The error that the simulated daemon replies to the act; null if it accepts the act, or if the
+// program has to end.
 QString refusal(const QDBusConnection &bus, const QString &daemon, const QString &member,
                 const QVariantList &arguments)
 {
@@ -76,7 +76,7 @@ QString mistakeIn(const Act &act, const QDBusConnection &bus)
         return wrongMethod(act.daemon, act.arguments.at(0).toString());
     }
     const QString wrong = wrongDaemon(act);
-    // A job may be refused only because no time passes here.
+    // A full queue would be no error of the scenario: no time passes here, so no job is printed.
     if (!wrong.isEmpty() || act.verb == QLatin1String("print")) {
         return wrong;
     }
@@ -85,7 +85,7 @@ QString mistakeIn(const Act &act, const QDBusConnection &bus)
         arguments[1] = 1u;
     } else if (act.verb == QLatin1String("fault")
                && act.arguments.at(1) != QLatin1String("error")) {
-        // The daemons call each other, and one that dies cannot be asked any more.
+        // Other kinds would affect the daemons' calls of each other, or end the daemon.
         arguments[1] = QStringLiteral("none");
     }
     const QString refused = refusal(bus, act.daemon, act.verb, arguments);

@@ -8,11 +8,11 @@
 
 class QDBusConnection;
 
-/// Returns the faults of a scenario's acts, each as "FILE:LINE: ...". Only the simulated daemons
-/// know readings, signals, SKUs and the types of values, so it asks them; those on the bus are used
-/// for nothing else. No time passes, and no daemon is started or stopped.
+/// Returns the errors in a scenario's acts, each as "FILE:LINE: ...". Only the simulated daemons
+/// know the readings, signals, SKUs and types of values, so each act is sent to them. These daemons
+/// must not be used for anything else. No time passes, and no daemon is started or stopped.
 ///
-/// Throws Failure if it cannot be found out. Ends early when the event loop is told to end.
+/// Throws Failure if the check is not possible. Returns early if the event loop is told to quit.
 QStringList mistakesIn(const Toolkit::Scenario &scenario, const QDBusConnection &bus,
                        const QStringList &daemons);
 

@@ -14,7 +14,8 @@
 
 namespace {
 
-// Passes on what is sent to this process only. The keys of the terminal reach the child, too.
+// Relays signals that were sent to this process only. The terminal sends its keys' signals to the
+// child, too.
 int watch(pid_t child, const sigset_t &watched)
 {
     for (;;) {
@@ -62,7 +63,7 @@ bool guard(int *exitCode)
     const int status = watch(child, watched);
     Process::endDescendants();
     if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) {
-        raise(SIGPIPE); // whoever has read enough of the help needs no word more
+        raise(SIGPIPE); // the reader of the output has closed the pipe: end without a message
     }
     if (WIFSIGNALED(status)) {
         fprintf(stderr, "hnipc-sandbox: was killed by signal %d\n", WTERMSIG(status));

@@ -2,10 +2,10 @@
 #ifndef HNIPC_SANDBOX_GUARD_H
 #define HNIPC_SANDBOX_GUARD_H
 
-/// Goes on in a child process while this one watches it, and answers there: false is the child,
-/// which works. When either is killed the other one ends what is left, so that it takes a kill of
-/// both at once to leave anything behind. In the watching process this answers true when the child
-/// and all that it has started have ended, with @p exitCode to end with.
+/// Splits the program into two processes. Returns false in the child, which does the work. Returns
+/// true in the parent, after the child and all processes that it has started have ended; the parent
+/// then ends with @p exitCode. If either is killed, the other one ends all remaining processes, so
+/// processes are left only if both are killed at once.
 bool guard(int *exitCode);
 
 #endif

@@ -25,14 +25,14 @@ std::vector<char *> pointers(const QList<QByteArray> &texts)
     return result;
 }
 
-// Between fork and exec: other threads of the parent are gone, and whatever they had locked stays
-// so. Only system calls here.
+// Runs between fork and exec. Locks that other threads of the parent held are never released here,
+// so this uses system calls only.
 [[noreturn]] void become(const Process::Launch &launch, char **arguments, char **environment,
                          pid_t parent, int errorPipe)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) {
-        _exit(128 + SIGKILL); // it has died before
+        _exit(128 + SIGKILL); // the parent had ended before prctl()
     }
     if (launch.inBackground) {
         setsid();
@@ -64,7 +64,7 @@ Status statusOf(const QString &process)
     Status result;
     QFile file(QLatin1String("/proc/") + process + QLatin1String("/stat"));
     if (file.open(QIODevice::ReadOnly)) {
-        // The name, in parentheses, may contain anything.
+        // The program's name, in parentheses, may contain any characters.
         const QByteArray text = file.readAll();
         const QList<QByteArray> fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
         result.state = fields.value(0).isEmpty() ? 0 : fields.at(0).at(0);
@@ -73,7 +73,8 @@ Status statusOf(const QString &process)
     return result;
 }
 
-// But for the spared ones, and theirs: one that starts others anew would never be without any.
+// All descendants but the spared ones and theirs: a spared process that restarts its children would
+// always have some.
 QSet<pid_t> descendants(const QSet<pid_t> &spared)
 {
     QMultiHash<pid_t, pid_t> children;
@@ -101,7 +102,7 @@ QSet<pid_t> descendants(const QSet<pid_t> &spared)
 
 void reap(const QSet<pid_t> &spared)
 {
-    // Not with -1, which would take the status of those that are spared.
+    // Not with -1, which would also collect the status of spared processes.
     for (;;) {
         siginfo_t info = {};
         if (waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0
@@ -141,7 +142,7 @@ void Process::adoptOrphans() { prctl(PR_SET_CHILD_SUBREAPER, 1); }
 
 void Process::endDescendants(const QSet<pid_t> &spared)
 {
-    const int patience = 2000; // milliseconds
+    const int killDelay = 2000; // milliseconds
     QElapsedTimer elapsed;
     elapsed.start();
     QSet<pid_t> asked;
@@ -152,7 +153,7 @@ void Process::endDescendants(const QSet<pid_t> &spared)
         if (left.isEmpty()) {
             return;
         }
-        const bool isAsking = elapsed.elapsed() < patience;
+        const bool isAsking = elapsed.elapsed() < killDelay;
         for (const pid_t process : left) {
             if (isAsking && asked.contains(process)) {
                 continue;
@@ -162,7 +163,7 @@ void Process::endDescendants(const QSet<pid_t> &spared)
                 untouchable.insert(process);
             }
             if (isAsking) {
-                kill(process, SIGHUP); // a shell that talks to somebody minds only this one
+                kill(process, SIGHUP); // an interactive shell ignores SIGTERM
                 kill(process, SIGCONT);
             }
         }

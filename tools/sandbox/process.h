@@ -9,33 +9,33 @@
 #include <csignal>
 #include <sys/types.h>
 
-/// Processes, closer to the system than QProcess is: a command has to get the terminal, the signals
-/// and the arguments as they are, and nothing may outlive its parent.
+/// Starts and ends processes with system calls. QProcess is not enough: the command has to get the
+/// terminal, the signals and the exact arguments, and no process may outlive its parent.
 namespace Process {
 
 struct Launch
 {
-    QList<QByteArray> arguments;   ///< the program first, which is looked for in PATH
-    QList<QByteArray> environment; ///< "NAME=VALUE", all of it
+    QList<QByteArray> arguments;   ///< first the program, which is searched in PATH
+    QList<QByteArray> environment; ///< "NAME=VALUE", the complete environment
     int input = -1;                ///< file descriptors; -1 for that of this process
     int output = -1;
     int error = -1;
-    bool inBackground = false; ///< out of reach of the terminal's keys
+    bool inBackground = false; ///< does not get the signals of the terminal's keys
     sigset_t signalMask = {};  ///< signals that are blocked
 };
 
-/// Starts a process, which is killed when this one dies. -1 where it cannot be started; errno then
-/// says why.
+/// Starts a process, which is killed when this one ends. -1 if it cannot be started; errno then has
+/// the reason.
 pid_t launch(const Launch &launch);
 
-/// Makes this process the parent of all that its descendants leave behind.
+/// Makes this process the parent of all descendants whose own parent ends.
 void adoptOrphans();
 
-/// Ends all descendants of this process but those in @p spared: asks them, and kills those that do
-/// not follow. Those that belong to another user are left alone.
+/// Ends all descendants of this process but those in @p spared: by SIGTERM and SIGHUP first, then by
+/// SIGKILL. Processes of other users are not ended.
 void endDescendants(const QSet<pid_t> &spared = QSet<pid_t>());
 
-/// What a shell makes of the status of a process that has ended.
+/// The exit code for a process's wait status, as a shell reports it.
 int exitCode(int status);
 
 } // namespace Process

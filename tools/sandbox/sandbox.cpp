@@ -30,8 +30,8 @@ using namespace Toolkit;
 
 namespace {
 
-// Long enough for a loaded machine. What comes up later never will.
-const int patience = 60 * 1000; // milliseconds
+// How long a daemon or the bus may take to start: enough for a loaded machine.
+const int startTimeout = 60 * 1000; // milliseconds
 
 void note(const QString &text)
 {
@@ -90,7 +90,7 @@ Sandbox::Sandbox()
     for (const int number : { SIGHUP, SIGINT, SIGQUIT, SIGTERM }) {
         struct sigaction action = {};
         sigaction(number, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) { // nohup means what is started by it, too
+        if (action.sa_handler != SIG_IGN) { // nohup ignores signals for child processes, too
             sigaddset(&watched, number);
         }
     }
@@ -104,7 +104,7 @@ Sandbox::Sandbox()
 Sandbox::~Sandbox()
 {
     m_player.reset();
-    // The command, and what it has left running; then the daemons; then the bus.
+    // First the command and the processes that it has left; then the daemons; then the bus.
     QSet<pid_t> spared;
     spared += m_bus;
     for (const auto &entry : m_daemons) {
@@ -147,7 +147,7 @@ int Sandbox::run(const Request &request)
     return *m_exitCode;
 }
 
-// The bus listens where no file is, so that there is none to be left behind.
+// The bus listens at an abstract socket, which leaves no file behind.
 void Sandbox::startBus()
 {
     const QString config = dataFile(QStringLiteral("sandbox-bus.conf"));
@@ -164,7 +164,7 @@ void Sandbox::startBus()
         { "dbus-daemon", "--config-file=" + QFile::encodeName(config), "--nofork", "--nopidfile",
           "--address=unix:abstract=hnipc-sandbox-" + number, "--print-address" });
     launch.output = output[1];
-    launch.error = error; // it talks of its limits to whoever listens
+    launch.error = error; // dbus-daemon prints warnings about its limits there
     m_bus = Process::launch(launch);
     if (m_bus < 0) {
         m_bus = 0;
@@ -174,7 +174,7 @@ void Sandbox::startBus()
 
     QElapsedTimer elapsed;
     elapsed.start();
-    while (m_bus && !m_address.endsWith('\n') && elapsed.elapsed() < patience) {
+    while (m_bus && !m_address.endsWith('\n') && elapsed.elapsed() < startTimeout) {
         waitFor(output[0], 100);
         char buffer[512];
         struct pollfd ready = { output[0], POLLIN, 0 };
@@ -194,7 +194,7 @@ Process::Launch Sandbox::background(const QList<QByteArray> &arguments) const
 {
     QList<QByteArray> variables = { "DBUS_SYSTEM_BUS_ADDRESS=" + m_address };
     if (qstrcmp(nl_langinfo(CODESET), "UTF-8") != 0) {
-        variables += "LC_ALL=C.UTF-8"; // or Qt says that it wants it
+        variables += "LC_ALL=C.UTF-8"; // otherwise Qt prints a warning
     }
     Process::Launch result;
     result.arguments = arguments;
@@ -226,7 +226,7 @@ void Sandbox::startDaemon(const QString &name)
     }
 
     Daemon &daemon = m_daemons[name];
-    drainOutput(&daemon); // of the one before it
+    drainOutput(&daemon); // of the previous process of this daemon
     daemon = Daemon();
     daemon.process = process;
     daemon.output = output[0];
@@ -243,7 +243,7 @@ void Sandbox::waitForDaemon(const QString &name)
     QElapsedTimer elapsed;
     elapsed.start();
     while (daemon.process && !daemon.isReady && !m_exitCode) {
-        if (elapsed.elapsed() > patience) {
+        if (elapsed.elapsed() > startTimeout) {
             fail(name + QLatin1String(" did not start"));
         }
         waitFor(daemon.output, 100);
@@ -269,15 +269,15 @@ void Sandbox::stopDaemon(const QString &name)
     QElapsedTimer elapsed;
     elapsed.start();
     while (daemon.process && !m_exitCode) {
-        if (elapsed.elapsed() > patience) {
+        if (elapsed.elapsed() > startTimeout) {
             kill(process, SIGKILL);
         }
         waitFor(-1, 100);
     }
 }
 
-// What a daemon has to say after that goes to standard error: the output is the command's. Answers
-// whether there was something, and closes the output where there will be nothing more.
+// Prints further output of a daemon to standard error, because standard output belongs to the command.
+// Returns whether there was any output. Closes the pipe at its end.
 bool Sandbox::readOutput(Daemon *daemon)
 {
     if (daemon->output < 0) {
@@ -305,7 +305,7 @@ bool Sandbox::readOutput(Daemon *daemon)
     return true;
 }
 
-// A process that has ended may leave something unread, and others that still hold the pipe.
+// When a process has ended, the pipe may have unread output, and other processes may hold it open.
 void Sandbox::drainOutput(Daemon *daemon)
 {
     while (readOutput(daemon)) {}
@@ -320,7 +320,7 @@ void Sandbox::closeOutput(Daemon *daemon)
         fprintf(stderr, "%s\n", daemon->line.constData());
     }
     daemon->notifier->setEnabled(false);
-    daemon->notifier.release()->deleteLater(); // it may be the caller
+    daemon->notifier.release()->deleteLater(); // this may run in its signal
     close(daemon->output);
     daemon->output = -1;
 }
@@ -393,7 +393,7 @@ void Sandbox::play(const Scenario &scenario, bool isQuiet)
 
 void Sandbox::startCommand(const QList<QByteArray> &command)
 {
-    // For tools that are not installed; those that are come first.
+    // For tools that are not installed; installed tools are found first.
     const QByteArray path = qgetenv("PATH") + ':'
         + QFile::encodeName(QCoreApplication::applicationDirPath());
     Process::Launch launch;
@@ -415,7 +415,7 @@ void Sandbox::readSignals()
     struct signalfd_siginfo info;
     while (read(m_signals, &info, sizeof(info)) == ssize_t(sizeof(info))) {
         const int number = int(info.ssi_signo);
-        // A key of the terminal: the command has the signal, too, and knows what it means.
+        // A key of the terminal: the command gets this signal, too, and decides what to do.
         const bool isForTheCommand = (number == SIGINT || number == SIGQUIT)
             && info.ssi_code == SI_KERNEL && m_command;
         if (number == SIGCHLD) {
@@ -459,7 +459,7 @@ void Sandbox::end(int exitCode)
     }
 }
 
-// Until something is to be read there, or a signal comes.
+// Waits until the file descriptor is readable, or a signal arrives.
 void Sandbox::waitFor(int descriptor, int milliseconds)
 {
     struct pollfd descriptors[] = { { m_signals, POLLIN, 0 }, { descriptor, POLLIN, 0 } };

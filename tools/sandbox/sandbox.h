@@ -17,7 +17,7 @@
 #include <memory>
 #include <optional>
 
-/// A private bus that plays the system bus, simulated daemons on it, and a command among them.
+/// A private bus in place of the system bus, simulated daemons on it, and a command that uses them.
 class Sandbox
 {
 public:
@@ -25,16 +25,16 @@ public:
     {
         QStringList daemons;
         std::optional<Toolkit::Scenario> scenario;
-        bool isCheck = false; ///< of the scenario, instead of a command
-        bool isQuiet = false; ///< does not print what the scenario says
+        bool isCheck = false; ///< checks the scenario, and runs no command
+        bool isQuiet = false; ///< does not print the texts of the scenario
         QList<QByteArray> command;
     };
 
     Sandbox();
     ~Sandbox();
 
-    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed; of a
-    /// check, 0, or 8 if something is wrong with the scenario.
+    /// Returns the exit code: that of the command, or 125 if an act of the scenario failed. For a
+    /// check: 0, or 8 if the scenario is invalid.
     int run(const Request &request);
 
 private:
@@ -44,7 +44,7 @@ private:
         int output = -1;
         bool isReady = false;
         bool isMeantToEnd = false;
-        QByteArray line; ///< of its output, so far
+        QByteArray line; ///< the unfinished last line of its output
         std::unique_ptr<QSocketNotifier> notifier;
     };
 
@@ -75,7 +75,7 @@ private:
     std::map<QString, Daemon> m_daemons;
     std::unique_ptr<Toolkit::ScenarioPlayer> m_player;
     int m_failedActs = 0;
-    std::optional<int> m_exitCode; ///< once it is time to end
+    std::optional<int> m_exitCode; ///< set when the sandbox has to end
 };
 
 #endif

@@ -21,8 +21,8 @@ struct Supply
     double rollLength = 0;  ///< m
     bool landscape = false;
     int type = 0;          ///< 1 continuous, 2 die-cut, 3 tags
-    int heat = 0;          ///< on top of the panel's
-    int heatOffset = 0;    ///< on top of the panel's
+    int heat = 0;          ///< added to the panel's
+    int heatOffset = 0;    ///< added to the panel's
     int maxSpeed = 0;      ///< mm/s
     QByteArray background; ///< PNG
 };
@@ -45,26 +45,26 @@ struct Ribbon
     QList<Panel> panels;
 };
 
-/// The database of supplies and ribbons. The form of its file stands in the manual page.
+/// The database of supplies and ribbons. The manual page describes the file's format.
 struct Catalogue
 {
     QList<Supply> supplies;
     QList<Ribbon> ribbons;
-    QString loadedSupply; ///< what is in the printer when it is switched on
+    QString loadedSupply; ///< the SKU that is loaded when the printer is switched on
     QStringList loadedRibbons;
 
-    /// Null where the catalogue does not have it.
+    /// Null if the catalogue does not have it.
     const Supply *supply(const QString &sku) const;
     const Ribbon *ribbon(const QString &sku) const;
     const Panel *panel(const QString &ribbonSku, int number) const; ///< counts from 1
-    /// How that panel prints on that supply; all 0 where the catalogue does not have them.
+    /// The print parameters of this panel on this supply; all 0 if the catalogue does not have them.
     Panel panelOn(const QString &ribbonSku, int number, const QString &supplySku) const;
 };
 
 /// A colour as text: "#rrggbb".
 QString rgbText(int rgb);
 
-/// Reads a catalogue. Where it is wrong, nothing is answered, and @p error says so in the form
+/// Reads a catalogue. If it is invalid, returns nothing and sets @p error to
 /// "FILE:LINE: WHERE: expected ...".
 std::optional<Catalogue> readCatalogue(const QString &fileName, QString *error);
 

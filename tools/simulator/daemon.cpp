@@ -7,7 +7,7 @@
 
 namespace {
 
-// The pulse operation that sends a signal with so many arguments, invalid where there is none.
+// The pulse operation that emits the signal with this number of arguments; invalid if there is none.
 QMetaMethod pulseOperation(const QMetaObject &interface, const QString &signal, int arguments)
 {
     const QByteArray name = "pulse" + signal.toLatin1() + "Signal";

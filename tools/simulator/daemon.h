@@ -7,8 +7,8 @@
 
 #include <hnipc/hnipcserver.h>
 
-/// A simulated daemon, as the world around it sees it. The members that answer a text answer what
-/// is wrong with the request, and an empty text where nothing is.
+/// A simulated daemon, as the simulator interface uses it. Member functions that return a QString
+/// return an error message, which is empty on success.
 class Daemon : protected QDBusContext
 {
 public:
@@ -16,7 +16,7 @@ public:
 
     virtual HNIPCServer &server() = 0;
     virtual Readings &readings() = 0;
-    /// The name is ours, and calls are about to be served.
+    /// Called when this program owns the bus name, before the first call is served.
     virtual void begin() {}
 
     virtual QString press(const QString &button);
@@ -24,25 +24,25 @@ public:
     virtual QString print(uint labels);
     virtual QString malform(const QString &shape);
 
-    /// Sends a signal of the daemon's interface by the name that clients know, by the daemon's own
-    /// pulse operation.
+    /// Emits a signal of the daemon's interface, with the daemon's own pulse operation. @p signal is
+    /// the name that clients know.
     virtual QString broadcast(const QString &signal, const QVariantList &arguments);
-    /// Arguments for such a signal: @p number where they are numbers. None for an unknown signal.
+    /// Example arguments for a signal: @p number for each number. Empty for an unknown signal.
     QVariantList exampleOf(const QString &signal, int number);
 
     QString setFault(const QString &member, const QString &kind, const QVariant &detail);
     Faults &faults() { return m_faults; }
 
 protected:
-    /// Invokes an operation of the interface, past the faults.
+    /// Invokes an operation of the interface, without the faults.
     virtual int invoke(int method, void **arguments) = 0;
 
     Faults m_faults;
 };
 
-/// The daemon of one interface. Every remote call arrives through the meta-call, the pulse
-/// operations included, so the faults stand there once and the operations know nothing of them.
-/// It has no meta-object of its own: what is exported is the library's interface alone.
+/// The daemon of one interface. Every remote call, also of a pulse operation, passes qt_metacall().
+/// So faults are applied in this one place, and the operations know nothing of them. The class has
+/// no meta-object of its own, so only the library's interface is exported.
 template <typename Interface>
 class DaemonOf : public Interface, public Daemon
 {
@@ -51,7 +51,7 @@ public:
 
     void *qt_metacast(const char *name) override
     {
-        // By this Qt finds who wants to know of the call that is being served.
+        // Qt looks for the QDBusContext with this function.
         return qstrcmp(name, "QDBusContext") == 0 ? static_cast<QDBusContext *>(this)
                                                   : Interface::qt_metacast(name);
     }
@@ -72,7 +72,7 @@ protected:
         return Interface::qt_metacall(QMetaObject::InvokeMetaMethod, method, arguments);
     }
 
-    /// Has what a model announces sent as signals.
+    /// Connects a model, so that its announcements are emitted as signals.
     void announceFor(Readings &model)
     {
         QObject::connect(&model, &Readings::announced, this,

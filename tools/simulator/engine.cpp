@@ -80,14 +80,14 @@ const std::vector<Reading> &table()
     return result;
 }
 
-// While a reading is in such a state, there is a code for it.
+// A state of a reading that has an error or alert code.
 struct Condition
 {
     int cause;
-    int effect; // Engine::Error stops the job, Engine::Alert only tells
+    int effect; // Engine::Error stops the job, Engine::Alert does not
     int code;
     bool (*holds)(const QVariant &value);
-    const char *signal = nullptr; // has one of its own
+    const char *signal = nullptr; // emitted for this condition only
 };
 
 bool isActive(const QVariant &value) { return value.toBool(); }
@@ -108,7 +108,7 @@ const Condition conditions[] = {
     { Engine::BatteryStatus, Engine::Alert, 1, isLow },
 };
 
-// The code of the first condition with that effect that holds, 0 for none.
+// The code of the first condition that has this effect and holds; 0 for none.
 int ownCode(const Engine &engine, int effect)
 {
     for (const Condition &condition : conditions) {
@@ -160,7 +160,7 @@ bool Engine::handOver(int errorOrAlert, int value)
     return set(errorOrAlert, value ? value : standingCode(errorOrAlert));
 }
 
-// Where nothing stands against the engine itself, what was handed over does.
+// The engine's own code, otherwise the code that was set by emitError() or emitAlert().
 int Engine::standingCode(int errorOrAlert) const
 {
     const int own = ownCode(*this, errorOrAlert);
@@ -205,7 +205,7 @@ bool Engine::backwardFeed(quint32 steps)
     return true;
 }
 
-// A ribbon moves along while its unit is set and, as far as the tags say, there is one.
+// A ribbon moves if its unit is set and, according to the tags, a ribbon is loaded.
 void Engine::moveForward(qint64 steps)
 {
     move(SupplyMileage, steps);
@@ -217,7 +217,7 @@ void Engine::moveForward(qint64 steps)
     }
 }
 
-// Less than a millimetre waits for the next motion.
+// Steps of less than a millimetre are kept for the next motion.
 void Engine::move(int mileage, qint64 steps)
 {
     qint64 &loose = m_looseSteps[mileage - Ribbon1Mileage];
@@ -237,7 +237,7 @@ bool Engine::cycleCutter()
     return true;
 }
 
-// Wherever the cutter is, it comes home.
+// The cutter reaches its home position from any position.
 bool Engine::resetCutter()
 {
     if (isOpen()) {
@@ -260,7 +260,7 @@ bool Engine::resetMotors()
     return true;
 }
 
-// As after switching on, but for settings; what is open stays open.
+// As after switching on, but the settings are kept, and an open lid, cover or latch stays open.
 bool Engine::reset()
 {
     clearAllJobs();

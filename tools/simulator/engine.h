@@ -8,8 +8,7 @@
 #include <QtCore/QQueue>
 #include <QtCore/QTimer>
 
-/// The print engine: what its sensors read, and how it moves, prints and fails. Units and codes
-/// stand in the manual page.
+/// The print engine: its sensors, motors, queue and errors. The manual page lists units and codes.
 class Engine : public Readings
 {
 public:
@@ -34,13 +33,13 @@ public:
     Engine();
 
     Status status(const QString &printerName) const;
-    /// Has @p value as the error or the alert. 0 takes back what was handed over, so that what
-    /// stands against the engine itself shows again.
+    /// Sets the error or alert code from outside. 0 removes it, so that the engine's own code is
+    /// shown again.
     bool handOver(int errorOrAlert, int value);
 
-    // All that the engine is told to do answers whether it does it.
+    // The following functions return whether the engine carries out the command.
 
-    // Motion, which is refused while anything is open.
+    // Motion: false while the lid, the cutter cover or the latch is open
     bool forwardFeed(quint32 steps);
     bool backwardFeed(quint32 steps);
     bool cycleCutter();
@@ -50,7 +49,7 @@ public:
     bool resetMotors();
     bool reset();
 
-    // The queue. The current job is the one that has waited longest.
+    // The queue. The current job is the oldest one.
     bool print(uint labels);
     bool cancelJob();
     bool retryJob();
@@ -82,7 +81,7 @@ private:
     QQueue<uint> m_jobs; // labels still to print
     bool m_stopped = false;
     int m_completed = 0;
-    qint64 m_looseSteps[3] = {}; // not yet a millimetre, in the order of the mileages
+    qint64 m_looseSteps[3] = {}; // less than a millimetre each, in the order of the mileages
     QTimer m_labelTimer;
     QTimer m_cutterTimer;
 };

@@ -16,7 +16,7 @@
 
 namespace {
 
-// The name, then the text: as two texts, or as one with a space between.
+// The name and the text, from two strings or from one with a space between them.
 QStringList nameAndText(const QVariant &detail)
 {
     if (detail.userType() == QMetaType::QString) {

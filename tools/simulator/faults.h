@@ -10,20 +10,20 @@
 
 #include <functional>
 
-/// What goes wrong with remote calls of a daemon, by the name of the member.
+/// The faults of a daemon's methods, by the name of the method.
 class Faults
 {
 public:
-    /// Sets the fault of a member, or of "*" for all that have none of their own. Answers what is
-    /// wrong with the request, if anything.
+    /// Sets the fault of a method, or with "*" of all methods that have none of their own. Returns an
+    /// error message, empty on success.
     QString set(const QString &member, const QString &kind, const QVariant &detail);
-    /// Sets the shape of the supply records that are answered from here on.
+    /// Sets the shape of the supply records in further replies.
     QString setShape(const QString &shape);
     QStringList list() const;
     void reset();
 
-    /// Answers one call as the faults have it. @p carryOut carries out the operation and leaves its
-    /// result at @p result.
+    /// Replies to a call according to the faults. @p carryOut carries out the operation and writes its
+    /// result to @p result.
     void answer(const QDBusContext &call, const QMetaMethod &operation, const void *result,
                 const std::function<void()> &carryOut) const;
 
@@ -36,7 +36,7 @@ private:
         int delay = 0; // ms
         QString errorName;
         QString errorText;
-        QString spelled; // as it was asked for
+        QString spelled; // for list()
     };
 
     QMap<QString, Fault> m_faults;

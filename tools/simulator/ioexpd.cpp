@@ -5,7 +5,7 @@
 
 Ioexpd::Ioexpd() : m_switches({ { "audioAmp", false }, { "backlight", true } }) {}
 
-// The cancel button cancels nothing here: that is for the application that hears it.
+// The cancel button cancels no job: the application that receives its signal does.
 QString Ioexpd::press(const QString &button)
 {
     const QStringList buttons = Toolkit::buttons();

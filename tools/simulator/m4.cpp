@@ -13,7 +13,7 @@ QString M4::print(uint labels)
               .arg(Engine::QueueCapacity);
 }
 
-// The micro-controller understands everything.
+// The simulated micro-controller accepts every message.
 bool M4::acknowledge(int type, int definedMessage, const QString &value)
 {
     const QString message = QStringLiteral("%1 %2 ").arg(type).arg(definedMessage);

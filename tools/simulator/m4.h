@@ -7,7 +7,7 @@
 
 #include <hnipc/ihnipcm4.h>
 
-/// The print-engine daemon: each operation is a line over the engine.
+/// The print-engine daemon: each operation is a call of the engine.
 class M4 : public DaemonOf<IHNIPCM4>
 {
 public:

@@ -120,7 +120,7 @@ Request readCommandLine()
 
 // ---- Serving ----
 
-// Only the bus knows whether the name is ours: the library takes any owner for success.
+// Checks that this program owns the name: to the library, any owner is a success.
 void makeSureOfName(const QString &name)
 {
     const QDBusConnection bus = QDBusConnection::systemBus();
@@ -161,7 +161,7 @@ void play(ScenarioPlayer *player)
 
 int signalPipe[2];
 
-// A signal handler may do next to nothing: the event loop reads the number and does the rest.
+// A signal handler may call few functions only, so the event loop reads the number and ends.
 void passOn(int number)
 {
     const int savedErrno = errno;
@@ -171,7 +171,7 @@ void passOn(int number)
     errno = savedErrno;
 }
 
-// Not before the event loop is near: until then a signal ends the program by itself.
+// Called just before the event loop starts: until then, a signal ends the program by itself.
 void catchSignals()
 {
     if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
@@ -182,13 +182,13 @@ void catchSignals()
     action.sa_flags = SA_RESTART;
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
-    // Whoever waited for "ready" may have closed its end of the pipe.
+    // The reader of "ready" may have closed the pipe.
     signal(SIGPIPE, SIG_IGN);
 }
 
 int serve(const Request &request)
 {
-    // The bus library takes an empty address for the system's own, too.
+    // The bus library uses the real system bus for an empty address, too.
     if (!request.onSystemBus && qEnvironmentVariableIsEmpty("DBUS_SYSTEM_BUS_ADDRESS")) {
         throw Failure { NoBus,
                         QStringLiteral(
@@ -201,7 +201,7 @@ int serve(const Request &request)
         throw Failure { NoBus, QStringLiteral("no system bus: ") + bus.lastError().message() };
     }
 
-    qRegisterMetaType<QDBusVariant>("QDBusVariant"); // Qt 6 knows it only then by its name
+    qRegisterMetaType<QDBusVariant>("QDBusVariant"); // Qt 6 needs this to find the type by name
     qDBusRegisterMetaType<SupplyInformation>();
     const std::unique_ptr<Daemon> daemon = createDaemon(request);
     makeSureOfName(busName(request.daemon));
@@ -209,7 +209,7 @@ int serve(const Request &request)
     bus.registerObject(QStringLiteral("/simulator"), &simulator,
                        QDBusConnection::ExportScriptableSlots);
 
-    // Without its bus a daemon would wait for ever.
+    // Without the bus, the daemon would wait for ever.
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), qApp,
                 SLOT(quit()));

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The fields that travel, in the order of the wire. A float travels as a double.
+// The fields in the order of the D-Bus structure. A float is sent as a double.
 QVariantList fields(const SupplyInformation &record)
 {
     const auto real = [](float value) { return QVariant(static_cast<double>(value)); };
@@ -42,7 +42,7 @@ QVariantList tooShort(const SupplyInformation &record)
     return structure(fields(record).mid(0, 5));
 }
 
-// The fourth field, a number, is a text.
+// The fourth field, a number, is a string.
 QVariantList withWrongType(const SupplyInformation &record)
 {
     QVariantList members = fields(record);

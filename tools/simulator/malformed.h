@@ -6,7 +6,7 @@
 
 #include <QtCore/QVariant>
 
-/// The arguments of a reply that carries @p record in the shape @p shape, another one than "none".
+/// The arguments of a reply with @p record in the shape @p shape, which is not "none".
 QVariantList shapedRecord(const QString &shape, const SupplyInformation &record);
 
 #endif

@@ -4,12 +4,12 @@
 
 #include <QtCore/QString>
 
-/// What the simulated daemons agree on, without a word on the bus.
+/// Constants that the simulated daemons share, and do not send over the bus.
 namespace Printer {
 
 inline QString name() { return QStringLiteral("labelprinter"); }
 
-/// An empty name means this printer, too.
+/// Whether this is the simulated printer's name. An empty name means this printer, too.
 inline bool isCalled(const QString &printerName)
 {
     return printerName.isEmpty() || printerName == name();
@@ -18,7 +18,7 @@ inline bool isCalled(const QString &printerName)
 /// The user setting that holds the length of a label, in mm.
 const int labelLengthSetting = 3;
 
-/// What the print engine's sensors read with a roll before them, and without.
+/// The values of the print engine's sensors with a roll and without one.
 const uint supplyThere = 2610;
 const uint supplyGone = 0;
 const uint ribbonThere = 420;

@@ -13,18 +13,18 @@ struct Reading
 {
     const char *name;
     QVariant start;               ///< its type is the type of the reading
-    const char *signal = nullptr; ///< announces it, by the name that clients know
-    int unit = 0;                 ///< the first argument of that signal, where it has one
-    int spread = 0;               ///< how far a measurement may lie above what was set; 0 stays 0
+    const char *signal = nullptr; ///< the signal of a new value, by the name that clients know
+    int unit = 0;                 ///< the first argument of that signal, if it has a unit number
+    int spread = 0;               ///< how far a measurement may be above the value that was set
 };
 
-/// What a simulated part of the printer stands at. A model derives from it and adds the rules.
+/// The state of a simulated part of the printer. A model derives from it and adds the rules.
 class Readings : public QObject
 {
     Q_OBJECT
 
 public:
-    /// A reading is known by its place in @p table.
+    /// A reading is identified by its index in @p table.
     explicit Readings(const std::vector<Reading> &table);
 
     template <typename T>
@@ -33,33 +33,33 @@ public:
         return m_values.at(static_cast<size_t>(reading)).template value<T>();
     }
 
-    /// Sets a reading and announces it.
+    /// Sets a reading and emits its signal.
     bool set(int reading, const QVariant &value);
-    /// The same, unless it stands there already.
+    /// The same, unless the reading has this value already.
     bool change(int reading, const QVariant &value);
-    /// Takes a new measurement, which is another one each time but the same ones in every run.
+    /// Takes a new measurement. Each is different, but every run has the same sequence.
     bool measure(int reading);
-    /// Announces a reading as it stands.
+    /// Emits the signal of a reading with its present value.
     bool tell(int reading);
 
     QStringList names() const;
-    int find(const QString &name) const; ///< -1 where there is none of that name
+    int find(const QString &name) const; ///< -1 if no reading has this name
     QVariant value(int reading) const { return m_values.at(static_cast<size_t>(reading)); }
-    /// Sets a reading from outside, as the world does. Answers what is wrong with it, if anything.
+    /// Sets a reading from outside. Returns an error message, empty on success.
     virtual QString setFromOutside(int reading, const QVariant &value);
 
 Q_SIGNALS:
-    /// The daemon is to send its signal @p signal.
+    /// The daemon has to emit its signal @p signal.
     void announced(const QString &signal, const QVariantList &arguments);
 
 protected:
-    /// A reading has got a value: the place for the model's rules.
+    /// Called when a reading has a new value; models apply their rules here.
     virtual void wasSet(int reading);
 
 private:
     const std::vector<Reading> m_table;
     std::vector<QVariant> m_values;
-    std::vector<QVariant> m_origins; // what measurements lie around
+    std::vector<QVariant> m_origins; // the values that were set, from which measurements differ
     quint64 m_measurements = 0;
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 const int portion = 500; // signals of a flood
 
-// A variant in a variant, or a list that no type was registered for, as what it holds.
+// The value in nested variants, or in a list whose type is not registered.
 QVariant plain(const QVariant &value)
 {
     if (value.userType() == qMetaTypeId<QDBusVariant>()) {
@@ -111,8 +111,8 @@ QString Simulator::sendNext(Flood *flood)
     return m_daemon->broadcast(flood->signal, m_daemon->exampleOf(flood->signal, number));
 }
 
-// In portions. The bus answers when it has taken what was sent before, so that no more than one
-// portion waits here, and calls are served in between.
+// Sends the flood in portions. The bus replies to GetId when it has received all signals before it, so
+// at most one portion waits here, and calls are served in between.
 void Simulator::floodOn()
 {
     if (m_flood.sent >= m_flood.count) {
@@ -126,7 +126,7 @@ void Simulator::floodOn()
         new QDBusPendingCallWatcher(QDBusConnection::systemBus().asyncCall(question, forEver)));
     connect(m_fence.get(), &QDBusPendingCallWatcher::finished, this, [this]() {
         const bool isThere = !m_fence->isError();
-        m_fence.release()->deleteLater(); // it is the caller
+        m_fence.release()->deleteLater(); // this runs in its signal
         for (int i = 0; isThere && i < portion && m_flood.sent < m_flood.count; ++i) {
             sendNext(&m_flood);
         }

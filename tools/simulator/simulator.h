@@ -13,8 +13,8 @@
 
 class Daemon;
 
-/// The world around one simulated daemon, on the bus: a person or a test acts by it. What cannot be
-/// done is answered with the error org.hnipc.Simulator.Error.
+/// The simulator interface of one simulated daemon, on the bus. If an act cannot be carried out, the
+/// reply is the error org.hnipc.Simulator.Error.
 class Simulator : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ private:
 
     Daemon *m_daemon;
     Flood m_flood;
-    std::unique_ptr<QDBusPendingCallWatcher> m_fence; // the flood goes on when the bus has answered
+    std::unique_ptr<QDBusPendingCallWatcher> m_fence; // the flood continues at the bus's reply
 };
 
 #endif

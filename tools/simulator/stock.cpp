@@ -12,7 +12,7 @@ const double lowPercent = 10;
 const int lowAlert = 20; // of the supply; the ribbons' are the next
 const int continuousLabelLength = 50;
 
-// How the print engine's readings are called, in the order of the places.
+// The names of the print engine's readings, in the order of the places.
 const char *const uidNames[] = { "supplyUID", "ribbon1UID", "ribbon2UID" };
 const char *const mileageNames[] = { "supplyMileage", "ribbon1Mileage", "ribbon2Mileage" };
 const char *const sensorNames[] = { "supplySensor", "ribbonClr1", "ribbonClr2" };
@@ -27,7 +27,7 @@ const std::vector<Reading> &table()
     return result;
 }
 
-// To a tenth of a percent, so that not every millimetre is news.
+// To a tenth of a percent, so that a signal is not emitted for every millimetre.
 double percentLeft(const Stock::Roll &roll)
 {
     const double used = roll.length > 0 ? 100.0 * roll.mileage / roll.length : 100;
@@ -45,7 +45,7 @@ Stock::Stock(const Catalogue &catalogue) : Readings(table()), m_catalogue(catalo
     }
 }
 
-// ---- What is loaded ----
+// ---- The loaded rolls ----
 
 QStringList Stock::ribbonSkus() const
 {
@@ -125,7 +125,7 @@ SupplyInformation Stock::record(const QString &supplySku, const QStringList &rib
     return result;
 }
 
-// ---- Rolls come and go ----
+// ---- New rolls ----
 
 void Stock::insert(int place, const QString &sku)
 {
@@ -191,7 +191,7 @@ void Stock::announce(int firstPlace, int lastPlace)
     }
 }
 
-// ---- What the print engine finds, and what it has read ----
+// ---- The print engine's sensors and signals ----
 
 void Stock::present()
 {
@@ -213,7 +213,7 @@ void Stock::repeatAlert()
     }
 }
 
-// Of the first place that is low, 0 for none.
+// The code of the first place that is low; 0 for none.
 int Stock::alertCode() const
 {
     const bool *const low = std::find(std::begin(m_low), std::end(m_low), true);
@@ -248,13 +248,13 @@ void Stock::presentLabelLength()
     Q_EMIT labelLengthChanged(length > 0 ? length : continuousLabelLength);
 }
 
-// A place without a roll is neither low nor used up: nobody looks for one there.
+// A place without a roll is neither low nor used up.
 void Stock::wasSet(int place)
 {
     const double percent = roll(place).sku.isEmpty() ? 100 : get<double>(place);
     if (m_low[place] != (percent <= lowPercent)) {
         m_low[place] = !m_low[place];
-        // Where it is low no more, another place may still be.
+        // If this place is no longer low, another one may still be.
         Q_EMIT alerted(m_low[place] ? lowAlert + place : alertCode());
     }
     if (m_usedUp[place] != (percent <= 0)) {
@@ -296,7 +296,7 @@ void Stock::hearUid(int place, const QString &uid)
     }
 }
 
-// A tag that the catalogue does not know tells nothing.
+// Tags that the catalogue does not know are ignored.
 void Stock::hearIds(int firstPlace, const QStringList &skus)
 {
     if (firstPlace == SupplyPlace && skus != QStringList(roll(SupplyPlace).sku)

@@ -7,19 +7,19 @@
 
 #include <hnipc/supplyinformation.h>
 
-/// What is loaded in the printer, and how much of it is left. It goes by the mileage that the print
-/// engine counts, and says what the print engine finds in front of its sensors.
+/// The loaded rolls, and how much of each is left. It gets the mileages from the print engine, and
+/// sets the values of the print engine's sensors for rolls.
 class Stock : public Readings
 {
     Q_OBJECT
 
 public:
-    /// Where a roll can be. The readings are what is left there, in percent.
+    /// The places of rolls. The readings are the percentages that are left.
     enum { SupplyPlace, Ribbon1Place, Ribbon2Place, PlaceCount };
 
     struct Roll
     {
-        QString sku; ///< empty where there is no roll
+        QString sku; ///< empty if no roll is loaded
         QString uid;
         int length = 0;  ///< mm
         int mileage = 0; ///< mm
@@ -34,16 +34,16 @@ public:
     SupplyInformation record() const;
     SupplyInformation record(const QString &supplySku, const QStringList &ribbonSkus) const;
 
-    /// Puts in new rolls. What is empty leaves in what is there, but a list of one ribbon leaves
-    /// the second place empty. Answers what is wrong, if anything.
+    /// Loads new rolls. An empty SKU or list keeps the loaded rolls, but a list of one ribbon removes
+    /// the second ribbon. Returns an error message, empty on success.
     QString load(const QString &supplySku, const QStringList &ribbonSkus);
     QString setFromOutside(int place, const QVariant &percent) override;
-    /// Says all that the print engine finds.
+    /// Emits presented() for all readings of the print engine.
     void present();
-    /// Alerts again of what is still low.
+    /// Emits the alert again if a roll is still low.
     void repeatAlert();
 
-    /// @name What the print engine has read, and said
+    /// @name Values that the print engine has read or sent
     /// @{
     void hearMileage(int place, int mileage);
     void hearUid(int place, const QString &uid);
@@ -52,11 +52,11 @@ public:
     /// @}
 
 Q_SIGNALS:
-    /// The print engine finds @p value at its reading @p name.
+    /// The print engine's reading @p name has to become @p value.
     void presented(const QString &name, const QVariant &value);
-    /// The print engine is to take labels for so many millimetres long.
+    /// The print engine's label length has to become @p length, in mm.
     void labelLengthChanged(int length);
-    /// The print engine is to have this alert code.
+    /// The print engine's alert code has to become @p code.
     void alerted(int code);
 
 private:

@@ -64,7 +64,7 @@ Supplyd::Supplyd(const Catalogue &catalogue)
             [this](const QStringList &value) { m_stock.hearIds(Stock::Ribbon1Place, value); });
     connect(&m_printer, &HNIPC::Alert, &m_stock, &Stock::hearAlert);
 
-    // Not the blocking calls of a client: a print engine with a fault must not stop this daemon.
+    // No blocking calls here: a print engine with a fault must not block this daemon.
     connect(&m_stock, &Stock::presented, this, [](const QString &name, const QVariant &value) {
         callWorldOfEngine("set", { name, QVariant::fromValue(QDBusVariant(value)) });
     });
@@ -82,8 +82,8 @@ void Supplyd::begin()
     pulseHNIPCReadySignal();
 }
 
-// A print engine that already knows of rolls has them from before this daemon was started, and is
-// believed. Any other one is told.
+// A print engine that already has rolls got them before this daemon was started: its values are
+// taken. Otherwise the print engine gets the values of this daemon.
 void Supplyd::meetEngine()
 {
     auto *watcher = new QDBusPendingCallWatcher(
@@ -111,7 +111,7 @@ QString Supplyd::load(const QString &supplySku, const QStringList &ribbonSkus)
     return m_stock.load(supplySku, ribbonSkus);
 }
 
-// The one signal of the interface that the library has no pulse operation for.
+// The only signal of the interface without a pulse operation in the library.
 QString Supplyd::broadcast(const QString &signal, const QVariantList &arguments)
 {
     if (signal != QLatin1String("CloseApplicationSignal") || !arguments.isEmpty()) {
@@ -177,7 +177,7 @@ Panel Supplyd::panel(const QString &ribbonSku, int number) const
     return rowOrNone(m_stock.catalogue().panel(ribbonSku, number));
 }
 
-// ---- What is loaded; another printer has nothing loaded ----
+// ---- The loaded rolls; a printer of another name has none ----
 
 QString Supplyd::supplySKUCached(QString printerName)
 {

@@ -10,8 +10,8 @@
 
 #include <QtDBus/QDBusServiceWatcher>
 
-/// The supply daemon: each operation is a line over the stock. It is a client of the print engine's
-/// signals, and is the world for the print engine's sensors, which see what is loaded here.
+/// The supply daemon: each operation is a call of the stock. It subscribes to the print engine's
+/// signals, and sets the print engine's sensors according to the loaded rolls.
 class Supplyd : public DaemonOf<IHNIPCSUPPLYD>
 {
 public:
@@ -29,7 +29,7 @@ public:
     QVariantHash supplyColorHash() override;
     QVariantHash supplyRibbonColorHash() override;
 
-    // What is loaded
+    // The loaded rolls
     QString supplyId() override { return m_stock.roll(Stock::SupplyPlace).sku; }
     QString supplySKUCached(QString printerName) override;
     QStringList supplyRibbonSKUsCached(QString printerName) override;
@@ -100,7 +100,7 @@ public:
     void setModulePrinterName(QString) override {}
 
 private:
-    // The row of the catalogue, an empty one where it has none.
+    // The entry of the catalogue; an empty one if the catalogue has none.
     Supply supply(const QString &sku) const;
     Ribbon ribbon(const QString &sku) const;
     Panel panel(const QString &ribbonSku, int number) const;

@@ -28,7 +28,7 @@ bool isListOfTexts(const QVariant &value)
 
 } // namespace
 
-// By way of the text, which is exact for whole numbers of all types and holds no other numbers.
+// Converts by way of a string: this is exact for all integers, and refuses fractions.
 bool fitToType(QVariant *value, int type)
 {
     if (value->userType() == type) {

@@ -8,11 +8,11 @@
 /// A variant of the type @p type with the value at @p data, or the empty value of that type.
 QVariant valueOfType(int type, const void *data = nullptr);
 
-/// Gives @p value the type @p type where it says the same in that type: a whole number of any type
-/// fits a whole number that is wide enough for it. False, with the value as it was, where not.
+/// Converts @p value to the type @p type if nothing is lost: an integer of any type becomes any
+/// integer type that can hold its value. Otherwise returns false, and @p value is unchanged.
 bool fitToType(QVariant *value, int type);
 
-/// What a value of the type @p type is called: "a whole number".
+/// The type @p type in words for messages: "a whole number".
 QString nameOfType(int type);
 
 #endif
