@@ -16,8 +16,8 @@ using namespace Toolkit;
 
 namespace {
 
-// The words of a line, as a shell takes them: '...' as it is, "..." and \ before a character. False
-// with what is wrong.
+// Splits a line into words as a shell does: '...' unchanged, "..." and \ before a character. Returns
+// false and sets @p error if the line is invalid.
 bool split(const QString &line, QStringList *words, QString *error)
 {
     QChar quote;
@@ -154,7 +154,7 @@ public:
     {
     }
 
-    // A line is asked for when the one before it is answered; the bus is heard meanwhile.
+    // Each line waits for the result of the line before it. The event loop runs meanwhile.
     int run()
     {
         QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// A reply, or a bus that sends none.
+// The reply of the bus, or the error if it sends none.
 struct Reply
 {
     WireMessagePointer message; ///< null if there is only an error
@@ -96,7 +96,7 @@ BusMonitor::~BusMonitor()
 
 int BusMonitor::connect(const Context &context)
 {
-    // The other connection of this program has the address from here, too, and has reached the bus.
+    // The same address as that of the program's other connection, which has reached the bus.
     const QByteArray set = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
     const QByteArray address = set.isEmpty() ? "unix:path=/var/run/dbus/system_bus_socket" : set;
     std::optional<ReachingDeadline> deadline;
@@ -109,7 +109,7 @@ int BusMonitor::connect(const Context &context)
     if (!m_connection) {
         return Console::fail(Toolkit::NoBus, QStringLiteral("no bus: %1").arg(error.text()));
     }
-    // A trace that is too slow says so; it does not leave its messages to the bus.
+    // If the trace is too slow, it drops calls and reports it; the bus must not keep its messages.
     dbus_connection_set_max_received_size(m_connection, LONG_MAX);
     const Reply hello = ask(m_connection, busCall(DBUS_INTERFACE_DBUS, "Hello"), context.timeout);
     if (hello.errorName == DBUS_ERROR_NO_REPLY || hello.errorName == DBUS_ERROR_TIMEOUT) {
@@ -146,7 +146,7 @@ BusMonitor::Event BusMonitor::wait(int stop)
 {
     int bus = -1;
     dbus_connection_get_unix_fd(m_connection, &bus);
-    // Messages that came together with the reply to BecomeMonitor have been read already.
+    // Messages that arrived together with the reply to BecomeMonitor have been read already.
     const bool isWaiting = dbus_connection_get_dispatch_status(m_connection)
         == DBUS_DISPATCH_COMPLETE;
     pollfd files[] = { { stop, POLLIN, 0 }, { bus, POLLIN, 0 } };
@@ -157,6 +157,6 @@ BusMonitor::Event BusMonitor::wait(int stop)
 
 WireMessagePointer BusMonitor::next()
 {
-    // Not dispatched: nothing that the bus library would reply to is for this connection.
+    // Messages are not dispatched: the bus library would reply to calls, which are for others.
     return owned(dbus_connection_pop_message(m_connection));
 }

@@ -14,26 +14,26 @@ struct DBusMessage;
 
 using WireMessagePointer = std::shared_ptr<DBusMessage>;
 
-/// Whether the bus that the program is connected to is reached by another program, such as ssh.
+/// Whether the connection to the bus goes through another program, such as ssh.
 bool isBusRemote();
 
-/// A connection that receives what others send each other, and sends nothing itself. It is not one
-/// of Qt's, which takes each call that it receives for a call of this program, and sends an error
-/// reply.
+/// A connection that receives the messages of other connections and sends none. It does not use Qt's
+/// connection class, which would send an error reply to each call that it receives.
 class BusMonitor
 {
 public:
     BusMonitor() = default;
     ~BusMonitor();
 
-    /// Connects to the bus that the context is connected to, and receives the messages that one of
-    /// the match rules matches from here on. Returns the exit code.
+    /// Connects to the bus of the context. From then on, receives the messages that any of the match
+    /// rules matches. Returns the exit code.
     int start(const Context &context, const QList<QByteArray> &matchRules);
 
     enum Event { Received, Stopped, Lost };
-    /// Waits for messages, until the file @p stop can be read or the bus is lost.
+    /// Waits for messages, until the file descriptor @p stop is readable or the bus connection is
+    /// lost.
     Event wait(int stop);
-    /// The next message received; null if there is none.
+    /// The next received message; null if there is none.
     WireMessagePointer next();
 
 private:

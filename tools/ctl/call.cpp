@@ -16,7 +16,7 @@ bool takes(const Method &method, int count)
     return count >= method.required && count <= method.parameters.size();
 }
 
-// False, with what is wrong, where one of them is not of its type.
+// Converts the arguments. Returns false and sets @p error if one is not of its type.
 bool parse(const Method &method, const QStringList &texts, QVariantList *values, QString *error)
 {
     values->clear();
@@ -76,8 +76,8 @@ int chooseMethod(const Contract &contract, const QString &wanted, const QStringL
 
 namespace {
 
-// A method answers no bytes where it has none for these arguments, such as a picture of no supply.
-// Returns what is wrong, null if it is written.
+// Writes the byte array to the file. It is empty if the daemon has none, such as the picture of an
+// unknown supply. Returns the error; null on success.
 QString save(const QByteArray &bytes, OutputFile *file)
 {
     if (bytes.isEmpty()) {
@@ -93,7 +93,7 @@ QString save(const QByteArray &bytes, OutputFile *file)
         : file->fileName() + QLatin1String(": ") + file->errorString();
 }
 
-// In words, for a call with a deadline.
+// The outcome in words, for --deadline.
 QString wordsOf(HNIPCRequest::Outcome outcome)
 {
     return outcome == HNIPCRequest::Answered ? QStringLiteral("answered")
@@ -183,7 +183,7 @@ int run(const Context &context, const QStringList &arguments)
         object.insert(QStringLiteral("daemon"), method->daemon->name);
         Console::print(object);
     } else if (answer.ok() && !output.isNull()) {
-        // The bytes may be on standard output.
+        // The byte array may be on standard output.
         if (!words.isEmpty() && exitCode == Toolkit::Done && file.isStandardOutput()) {
             Console::note(words);
         } else if (!words.isEmpty() && exitCode == Toolkit::Done) {

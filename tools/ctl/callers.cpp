@@ -15,8 +15,8 @@ QByteArray content(uint process, const char *name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The kernel's name of a process is that of the script, not of its interpreter, and has 15 characters
-// at most; the first argument has all of them.
+// The kernel's name of a process is that of a script, not of its interpreter, but is cut after 15
+// characters. If it is cut, the first argument has the whole name.
 QString programOf(uint process)
 {
     const QByteArray name = content(process, "comm").chopped(1);
@@ -26,7 +26,7 @@ QString programOf(uint process)
     return QString::fromUtf8(name.size() == 15 && last.startsWith(name) ? last : name);
 }
 
-// Waits for the reply of the bus. 0 if it does not know the process.
+// Waits for the reply of the bus. Returns 0 if the bus does not know the process.
 uint processIn(QDBusPendingCall answer)
 {
     answer.waitForFinished();
@@ -61,9 +61,9 @@ QJsonObject Caller::json() const
 }
 
 Callers::Callers(const QDBusConnection &bus, bool isRemote, int timeout)
-    : m_bus(bus), m_timeout(qMin(timeout, 1000)) // nothing waits longer for a name
+    : m_bus(bus), m_timeout(qMin(timeout, 1000)) // a name is not worth more time
 {
-    // Across the network, or from inside a container, a process has another number, or is another.
+    // On another machine or in another container, the process id does not belong to a process here.
     m_isHere = !isRemote && processIn(question(m_bus.baseService().toLatin1())) == uint(getpid());
     m_thread = std::thread([this]() { run(); });
 }

@@ -15,7 +15,7 @@
 #include <thread>
 #include <utility>
 
-/// A caller: a connection of the bus, and its program.
+/// A caller: a connection on the bus, and its program.
 struct Caller
 {
     QString text() const; ///< "hnipc-panel 412", or less
@@ -24,22 +24,22 @@ struct Caller
     QByteArray busName;
     uint process = 0; ///< 0 if the bus does not know it
     QString program;  ///< empty if it cannot be read
-    QString daemon;   ///< as which it has called; usually empty
+    QString daemon;   ///< the daemon that this caller is; usually empty
 };
 
-/// Asks the bus for the processes of its connections. It asks as soon as a connection is seen, and
-/// has a thread that waits for the replies: a program may have left the bus by the time when its call
-/// is printed.
+/// Finds the processes of connections. It calls the bus as soon as a connection appears, and waits for
+/// the replies in a thread of its own, because a program may have left the bus when its call is
+/// printed.
 class Callers
 {
 public:
     Callers(const QDBusConnection &bus, bool isRemote, int timeout);
     ~Callers();
 
-    void ask(const QByteArray &busName); ///< once for each name
-    /// With as much as the bus has told so far.
+    void ask(const QByteArray &busName); ///< calls the bus once for each name
+    /// The caller, as far as the bus has replied.
     Caller known(const QByteArray &busName);
-    /// Waits until the bus has replied.
+    /// The caller; waits until the bus has replied.
     Caller of(const QByteArray &busName);
     void forget(const QByteArray &busName);
 
@@ -57,7 +57,7 @@ private:
 
     const QDBusConnection m_bus;
     const int m_timeout;
-    bool m_isHere = false; ///< the processes are of this machine
+    bool m_isHere = false; ///< the processes run on this machine
 
     std::mutex m_mutex;
     std::condition_variable m_changed;

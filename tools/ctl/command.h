@@ -12,21 +12,21 @@
 
 #include <vector>
 
-/// What a command works with. Where it prints is the Console's.
+/// The input of a command. Output goes to the Console.
 struct Context
 {
     const Contract &contract;
     QDBusConnection bus; ///< connected, for a command that needs it
     bool json;
     int timeout;                    ///< of one call, in ms
-    QMap<QString, QString> options; ///< the given ones, by their names without the dashes
-    QString unreached;              ///< that the bus does not reply, for a ReachingDeadline
+    QMap<QString, QString> options; ///< the given options, by their names without dashes
+    QString unreached;              ///< the message of a ReachingDeadline if the bus does not reply
 };
 
 struct Option
 {
     const char *name;
-    const char *value; ///< what its value is called in the help; null for a switch
+    const char *value; ///< the name of its value in the help; null if it has none
     const char *help;
 };
 
@@ -41,12 +41,12 @@ struct Command
     int fewest; ///< arguments
     int most;   ///< arguments; -1 for any number
     bool needsBus;
-    QStringList (*words)(const Contract &contract); ///< that may complete an argument; or null
-    int (*run)(const Context &context, const QStringList &arguments); ///< answers the exit code
-    /// The same for what can be said before there is a bus; or null.
+    QStringList (*words)(const Contract &contract); ///< completions of an argument; or null
+    int (*run)(const Context &context, const QStringList &arguments); ///< returns the exit code
+    /// Checks the arguments before the program connects to the bus, and returns the exit code; or null.
     int (*check)(const Context &context, const QStringList &arguments) = nullptr;
-    bool onePrinter = false; ///< makes no sense for several side by side
-    bool inLines = false;    ///< prints lines as they come, also for each printer of several
+    bool onePrinter = false; ///< is for one printer at a time
+    bool inLines = false;    ///< prints lines until it ends, not one result
     bool described = true;   ///< needs the descriptions of the interfaces
 };
 
@@ -64,7 +64,7 @@ extern const Command simulateCommand;
 extern const Command introspectCommand;
 extern const Command completionCommand;
 
-/// The table, and the options of every command.
+/// The table of commands, and the options that every command has.
 const std::vector<const Command *> &commands();
 const std::vector<Option> &globalOptions();
 

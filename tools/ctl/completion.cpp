@@ -4,8 +4,8 @@
 
 namespace {
 
-// %1 are the options that have a value, %2 the commands and the options of all of them, %3 the
-// words of each command, %4 those of each argument of a method that has some.
+// %1 stands for the options that have a value, %2 for the commands and the global options, %3 for the
+// words of each command, %4 for the words of each argument that has a few values.
 const char script[] = R"(_hnipcctl()
 {
     # Bash splits a word at each = and @, too: these are the words as they were typed.
@@ -88,7 +88,7 @@ QString optionWords(const std::vector<Option> &options, QStringList *withValue)
     return result;
 }
 
-// Of the arguments that have few values. A place is one of any overload.
+// The cases of arguments with few values, by their place in any overload.
 QString valueCases(const Contract &contract, const QString &options)
 {
     QString result;
@@ -121,7 +121,7 @@ int run(const Context &context, const QStringList &arguments)
         const QString line = QStringLiteral("    %1) words='%2%3' ;;\n");
         names += QLatin1String(command->name);
         cases += line.arg(names.last(), words.join(QLatin1Char(' ')), options);
-        // Behind the last argument, and behind a method, there are options only.
+        // After the last argument, and after a method, only options can follow.
         const bool isCall = command == &callCommand;
         argumentCases += isCall ? valueCases(context.contract, options) : QString();
         if (isCall || command->most == 1) {

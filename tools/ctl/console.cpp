@@ -29,7 +29,7 @@ bool manyColours = false;
 bool failuresInJson = false;
 volatile std::sig_atomic_t cursorHidden = 0;
 volatile std::sig_atomic_t isInterruptHandled = 0;
-int wakeUp[2] = { -1, -1 }; // from the signal handlers to the event loop, a byte a signal
+int wakeUp[2] = { -1, -1 }; // pipe from signal handlers to the event loop: one byte for each signal
 std::map<int, std::function<void()>> wakeUpHandlers; // by the signal's number
 
 void writeFromHandler(int stream, const char *bytes, size_t size)
@@ -44,7 +44,7 @@ void wakeEventLoop(int number)
     writeFromHandler(wakeUp[1], &byte, 1);
 }
 
-// Only what a signal handler may do.
+// Uses only functions that a signal handler may call.
 void onSignal(int number)
 {
     if (isInterruptHandled && number != SIGQUIT) {
@@ -71,7 +71,7 @@ void handleUnlessIgnored(int number, void (*handler)(int))
     }
 }
 
-// Ctrl-Z: stops as every program does, with the cursor shown, and hides it when it goes on.
+// Ctrl-Z: shows the cursor and suspends the program; hides the cursor when the program continues.
 void onStop(int number)
 {
     const int error = errno;
@@ -105,7 +105,7 @@ void onWokenUp(int number, std::function<void()> handler)
     wakeUpHandlers[number] = std::move(handler);
 }
 
-// Nothing of it shows on a terminal, or it makes the terminal do something.
+// Characters that a terminal does not show, or takes as commands.
 bool isInvisible(char32_t character)
 {
     switch (QChar::category(character)) {
@@ -142,14 +142,14 @@ QString withoutInvisible(const QString &text, char32_t except = noCharacter)
     return result;
 }
 
-// Outside strings, there is nothing to be escaped but the ends of lines, which no string has.
+// Outside of strings, JSON has no such characters but line ends, which stay; strings have none.
 QByteArray printableJson(const QByteArray &json)
 {
     return withoutInvisible(QString::fromUtf8(json), U'\n').toUtf8();
 }
 
-// What is opened later would get the number of a closed one, and what is printed would go there.
-// What is printed on a closed standard output fails as before.
+// Otherwise a file that is opened later would get the number of a closed stream, and output would be
+// written to it. Printing to a closed standard output still fails.
 void occupyClosedStreams()
 {
     for (const int stream : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO }) {
@@ -171,7 +171,7 @@ QString styled(const char *style, const QString &text)
 void Console::start()
 {
     occupyClosedStreams();
-    // Of a closed pipe the writing itself tells; the bus library ignores the signal, too.
+    // A write to a closed pipe reports the error itself. The bus library ignores the signal, too.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
@@ -189,8 +189,8 @@ void Console::end(int exitCode)
         write(showCursor);
     }
     flush();
-    // Not by way of exit(): the bus library's thread still turns, and would meet what the
-    // destructors of static objects have left, and complain.
+    // Not by exit(): the bus library's thread still runs, and would print warnings when the
+    // destructors of static objects have run.
     _exit(exitCode);
 }
 
@@ -237,7 +237,7 @@ void Console::printLine(const QJsonObject &object)
 
 void Console::note(const QString &text)
 {
-    flush(); // what was printed before comes before
+    flush(); // earlier output has to appear first
     std::fprintf(stderr, "hnipcctl: %s\n", printable(text).toUtf8().constData());
 }
 

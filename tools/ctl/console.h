@@ -9,14 +9,14 @@
 #include <cstddef>
 #include <functional>
 
-/// The two streams of the program, in UTF-8 whatever the locale. Whoever closes the pipe at standard
-/// output has seen enough: the program ends, quietly, at the next thing that it prints.
+/// Standard output and standard error, in UTF-8 in every locale. If the reader of standard output has
+/// closed the pipe, the program ends at the next output, without a message.
 namespace Console {
 
-/// First of all: from here on Ctrl-C ends the program with its exit code, and with the terminal as it
-/// was, and no file takes the place of a standard stream that is closed.
+/// Call this first. From then on, Ctrl-C restores the terminal and ends the program with 130, and no
+/// file can get the number of a closed standard stream.
 void start();
-/// Ends the program, with the terminal as it was, when all that was printed has been written.
+/// Writes all output, restores the terminal, and ends the program.
 [[noreturn]] void end(int exitCode);
 
 bool isTerminal();
@@ -24,45 +24,45 @@ int columns(); ///< of the terminal; 80 without one
 
 /// One line on standard output.
 void print(const QString &line);
-/// In JSON, what a terminal would take for a command, or would not show, is always escaped.
+/// JSON is always printed with escapes for the characters that printable() escapes.
 void print(const QJsonObject &object);     ///< indented
 void print(const QJsonArray &array);       ///< indented
-void printLine(const QJsonObject &object); ///< all of it in one line
-void write(const QByteArray &bytes);       ///< as they are
+void printLine(const QJsonObject &object); ///< in one line
+void write(const QByteArray &bytes);       ///< unchanged
 void flush();
 
-/// One line on standard error, after the program's name.
+/// One line on standard error, with the program's name in front.
 void note(const QString &text);
-/// The same, and returns @p exitCode. With JSON, that is an object on standard output, too.
+/// The same, and returns @p exitCode. With --json, also prints an object to standard output.
 int fail(int exitCode, const QString &text);
-/// Whether fail() prints JSON from here on.
+/// Sets whether fail() prints JSON.
 void failInJson(bool json = true);
-/// What fail() has to print on standard output: nothing, or a line of JSON.
+/// The output of fail() on standard output: nothing, or a line of JSON.
 QByteArray failureLine(int exitCode, const QString &text);
 
-/// The text with escapes, as in JSON, in place of all characters that a terminal does not show:
-/// controls, formats such as those that turn the direction of writing, and separators of lines and
-/// paragraphs.
+/// The text with all characters escaped, as in JSON, that a terminal does not show: control
+/// characters, format characters such as those for the direction of writing, and separators of lines
+/// and paragraphs.
 QString printable(const QString &text);
 
 /// "1 signal", "2 signals".
 QString signalCount(std::size_t count);
 
-/// Styles, which leave the text alone where standard output takes none.
+/// Styles. They return the text unchanged if standard output has no colours.
 QString bold(const QString &text);
 QString dim(const QString &text);
 QString warning(const QString &text);
 
-/// A patch of the colour that a text like "#00aeef" names, in front of it; empty where the terminal
-/// has not so many colours, or where it is no such text.
+/// A patch of a colour such as "#00aeef". Empty if the terminal does not have 24-bit colours, or if
+/// the text is not a colour.
 QString swatch(const QString &colour);
 
-/// Until the program ends, and not while it is stopped. @p onContinued is called from the event
-/// loop when it goes on after that: the terminal may show something else by then.
+/// Hides the cursor until the program ends, except while the program is suspended. @p onContinued is
+/// called from the event loop when the program continues: the terminal may show something else then.
 void hideCursor(std::function<void()> onContinued);
 
-/// Instead of ending the program, Ctrl-C, SIGTERM and SIGHUP call this from the event loop, with
-/// the exit code. The second one ends it as ever.
+/// The first Ctrl-C, SIGTERM or SIGHUP calls @p handler from the event loop with the exit code,
+/// instead of ending the program. The second one ends the program.
 void onInterrupt(std::function<void(int exitCode)> handler);
 
 } // namespace Console

@@ -19,7 +19,7 @@ using namespace Toolkit;
 
 namespace {
 
-// The one thing that no meta-object tells: which method reads a property.
+// The method that reads each property: the only thing here that is in no meta-object.
 const struct
 {
     const char *property;
@@ -34,7 +34,7 @@ const struct
 const QMetaObject *const servers[] = { &IHNIPCIOEXPD::staticMetaObject, &IHNIPCM4::staticMetaObject,
                                        &IHNIPCSUPPLYD::staticMetaObject };
 
-// The named element of a list, null where there is none.
+// The element with this name; null if there is none.
 template <typename List>
 auto named(const List &list, const QString &name) -> const typename List::value_type *
 {
@@ -79,7 +79,7 @@ QString wireSignature(const QList<Parameter> &parameters)
     return result;
 }
 
-// Of a method, or of a signal, among those that share its name.
+// The description that belongs to this overload of a method or signal.
 QString keyOf(const QString &name, const QString &signature)
 {
     return name + QLatin1Char(' ') + signature;
@@ -87,7 +87,7 @@ QString keyOf(const QString &name, const QString &signature)
 
 QString wirePrefix(const Daemon &daemon) { return daemon.name.toUpper() + QLatin1Char('_'); }
 
-// A daemon's own names of its signals become those that its clients know, which "monitor" prints.
+// Replaces a daemon's own signal names by the names that clients know, which "monitor" prints.
 void nameSignalsAsClients(Daemon *daemon)
 {
     const QString prefix = wirePrefix(*daemon);
@@ -191,7 +191,7 @@ bool Contract::loadMethods(QString *error)
             continue;
         }
         if (member.attributes() & QMetaMethod::Cloned) {
-            // The full form, which is the one on the bus, stands before its shortened ones.
+            // The form with all parameters, as on the bus, comes before those with default arguments.
             m_methods.back().required = member.parameterCount();
             continue;
         }
@@ -253,7 +253,7 @@ bool Contract::describeMethods(QString *error)
     return true;
 }
 
-// A signal of the client that no daemon sends is the application's own.
+// A signal of the client class that no daemon sends is for applications only, and is left out.
 void Contract::loadSignals()
 {
     const QMetaObject &client = HNIPC::staticMetaObject;

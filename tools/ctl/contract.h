@@ -16,7 +16,7 @@ class QMetaMethod;
 
 struct Daemon
 {
-    QString name; ///< as people call it, "m4"
+    QString name; ///< "m4"
     QString busName;
     Toolkit::Interface interface;
 };
@@ -24,10 +24,10 @@ struct Daemon
 struct Parameter
 {
     QString name;
-    QByteArray type; ///< as the meta-object names it
+    QByteArray type; ///< its name in the meta-object
 };
 
-/// A method of the client class, and where it leads to.
+/// A method of the client class, and its daemon.
 struct Method
 {
     /// As in the client's header: "supplyRibbonColorName(QString ribbonSku, [int panel])".
@@ -39,19 +39,19 @@ struct Method
 
     QString name;
     QList<Parameter> parameters;
-    int required = 0;      ///< so many parameters have no default
-    QByteArray resultType; ///< empty for none
+    int required = 0;      ///< the number of parameters without a default argument
+    QByteArray resultType; ///< empty if it returns nothing
     QString summary;
     const Daemon *daemon = nullptr;
 };
 
-/// A signal of the client class, and where it comes from.
+/// A signal of the client class, and its daemon.
 struct ClientSignal
 {
     QString name;
     QStringList parameters; ///< their names
-    QString member;         ///< the daemon's signal
-    QString signature;      ///< of that one, on the bus
+    QString member;         ///< the name of the daemon's signal
+    QString signature;      ///< the D-Bus types of its arguments
     QString summary;
     const Daemon *daemon = nullptr;
 };
@@ -59,19 +59,19 @@ struct ClientSignal
 struct Property
 {
     QString name;
-    const Method *method = nullptr; ///< that reads it
+    const Method *method = nullptr; ///< the method that reads it
 };
 
-/// All that the tool knows of the printer's bus: what the meta-objects of the library say, and what
-/// the installed descriptions of the daemons' interfaces add to it.
+/// The daemons, methods, signals and properties: from the meta-objects of the library, and from the
+/// installed descriptions of the daemons' interfaces.
 class Contract
 {
 public:
-    /// The methods and properties, from the library alone: without signals, members of interfaces
-    /// and summaries. It is many times faster than load(). Null, with the reason, if the tool does
-    /// not know something that the library has.
+    /// Only the methods and properties, from the library: without signals, interface members and
+    /// summaries. It is many times faster than load(). Null, with the reason in @p error, if the tool
+    /// does not know a method or property of the library.
     static std::unique_ptr<Contract> ofLibrary(QString *error);
-    /// Everything. Null, with the reason, also if a description is missing or wrong.
+    /// Everything. Null, with the reason in @p error, also if a description is missing or invalid.
     static std::unique_ptr<Contract> load(QString *error);
 
     const std::vector<Daemon> &daemons() const { return m_daemons; }
@@ -79,8 +79,8 @@ public:
     const std::vector<ClientSignal> &clientSignals() const { return m_signals; }
     const std::vector<Property> &properties() const { return m_properties; }
 
-    const Daemon *daemon(const QString &name) const;     ///< null where there is none
-    const Property *property(const QString &name) const; ///< null where there is none
+    const Daemon *daemon(const QString &name) const;     ///< null if there is none
+    const Property *property(const QString &name) const; ///< null if there is none
     QStringList daemonNames() const;
     QStringList methodNames() const; ///< overloads once
     QStringList propertyNames() const;
@@ -100,7 +100,7 @@ private:
     std::vector<Property> m_properties;
 };
 
-/// The one object of every daemon.
+/// The path of each daemon's object.
 inline QString objectPath() { return QStringLiteral("/"); }
 
 #endif

@@ -24,7 +24,7 @@ namespace {
 
 const size_t mostAtOnce = 64;
 
-// Without a terminal, where fifty would ask for passwords at once, and no longer than its parent.
+// A process without a terminal, where fifty would ask for passwords at once. It ends with its parent.
 class Child : public QProcess
 {
 public:
@@ -51,13 +51,13 @@ struct Printer
     bool tooLate = false;
     bool reached = false;
     QByteArray notes;   ///< its standard error so far
-    int notesShown = 0; ///< so many bytes of it
+    int notesShown = 0; ///< how many bytes of it have been printed
     int exitCode = Toolkit::Done;
-    QJsonValue result = QJsonValue::Undefined; ///< where it said nothing
+    QJsonValue result = QJsonValue::Undefined; ///< undefined if there was no output
     QString error;
 };
 
-// Of a call, or of a property.
+// The result of a call or a property.
 QString outcomeText(const QJsonObject &outcome)
 {
     const QJsonValue error = outcome.value(QLatin1String("error"));
@@ -78,7 +78,8 @@ bool isOutcome(const QJsonObject &object)
     return object.contains(QLatin1String("value")) || object.contains(QLatin1String("error"));
 }
 
-// Of a command that could not answer, and has said why on standard error, where ssh knows more.
+// Whether this is a command's failure without a result. Standard error then has the reason, perhaps
+// from ssh.
 bool isFailure(const QJsonObject &object)
 {
     return object.keys() == QStringList { QStringLiteral("error"), QStringLiteral("exit") };
@@ -140,7 +141,7 @@ QString interfacesText(const QJsonArray &interfaces)
     return texts.join(QLatin1String("; "));
 }
 
-// In one line, what a command prints as JSON.
+// A command's JSON output in one line of text.
 QString rowOf(const QJsonValue &result)
 {
     const QJsonObject object = result.toObject();
@@ -166,8 +167,8 @@ QString rowOf(const QJsonValue &result)
     return Console::printable(compact(result));
 }
 
-// The last line on standard error that is the program's own, or that is not @p own, without the
-// program's name: why it failed, or what ssh said, or why ssh cannot be run.
+// The last line on standard error, without the program's name. If @p own is null, the last line of the
+// program itself: the reason for its failure. Otherwise the last line that is not @p own: that of ssh.
 QString lastWord(const QByteArray &errors, const QString &own = QString())
 {
     const QString name = QStringLiteral("hnipcctl: ");
@@ -239,7 +240,7 @@ private:
             QObject::connect(process, &QProcess::readyReadStandardError, process,
                              [=]() { onNotes(printer); });
         } else {
-            // It keeps the time itself, once to reach the printer and once for the reply.
+            // The process itself applies the timeout, once to reach the printer and once to the reply.
             const int latest = int(
                 std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
             QTimer::singleShot(latest, process, [=]() {
@@ -257,7 +258,7 @@ private:
         process->closeWriteChannel();
     }
 
-    // The first line is empty, and says that the printer has been reached.
+    // An empty first line means that the printer has been reached.
     void onOutput(Printer *printer)
     {
         if (!printer->reached && printer->process->peek(1) == "\n") {
@@ -282,7 +283,7 @@ private:
     }
 
     // Prints the notes that the program prints after it has reached the printer, such as
-    // "listening".
+    // "subscribed to 59 signals".
     static void showNotes(Printer *printer)
     {
         while (printer->reached && printer->notes.indexOf('\n', printer->notesShown) >= 0) {
@@ -315,7 +316,7 @@ private:
             const QJsonObject object = document.object();
             const QString error = object.value(QLatin1String("error")).toString();
             const QString own = error.isEmpty() ? lastWord(notes) : error;
-            // Only what kept the printer from being reached, and not what was said on the way.
+            // ssh's last line is the reason only if the printer was not reached.
             const bool isOfSsh = !printer->reached && exitCode == Toolkit::NoBus;
             const QString word = isOfSsh && !own.isNull() ? lastWord(notes, own) : QString();
             if (document.isObject() && !isFailure(object)) {
@@ -347,7 +348,7 @@ private:
         }
     }
 
-    // The rest is not asked any more. What has been asked may have been done.
+    // No further printers are called. Those that were reached may have carried out the command.
     void interrupt(int exitCode)
     {
         m_exitCode = exitCode;
@@ -367,11 +368,11 @@ private:
         }
     }
 
-    // In the order of the hosts, each as soon as those before it are there; with JSON, and beside
-    // lines, in that in which they end.
+    // Rows are printed in the order of the hosts, each when all rows before it are printed. With JSON,
+    // and for commands that print lines, in the order in which the printers end.
     void show(const Printer &printer)
     {
-        // All that there was to be said has been.
+        // Its lines have been printed already.
         if (m_question.inLines && printer.reached && printer.error.isEmpty()) {
             return;
         }
@@ -398,7 +399,7 @@ private:
         if (m_question.json) {
             QJsonObject object = QJsonDocument::fromJson(line).object();
             if (isFailure(object)) {
-                return; // which comes with its end
+                return; // it is printed when the printer ends
             }
             object.insert(QStringLiteral("host"), printer.host);
             Console::printLine(object);
@@ -411,7 +412,7 @@ private:
         }
     }
 
-    // With all that was wanted.
+    // Ends everything after the requested number of lines.
     void stop()
     {
         m_started = m_printers.size();
@@ -436,7 +437,7 @@ private:
     size_t m_shown = 0;
     int m_width = 0;
     int m_linesLeft = m_question.mostLines;
-    int m_exitCode = Toolkit::Done; // of an interrupt
+    int m_exitCode = Toolkit::Done; // after Ctrl-C, or a signal like it
 };
 
 } // namespace

@@ -49,7 +49,7 @@ QByteArray sshProgram()
     return own.isEmpty() ? QByteArray("ssh") : own;
 }
 
-// As D-Bus addresses want it.
+// Escapes a value for a D-Bus address.
 QByteArray escaped(const QByteArray &value)
 {
     return value.toPercentEncoding(QByteArray("/\\*"), QByteArray("~"));
@@ -61,8 +61,8 @@ int cannotRun(const char *program)
     return Toolkit::NotFound;
 }
 
-// The number of bytes at the end that need the next ones: an incomplete UTF-8 character, or a "\r",
-// since ssh ends its lines with "\r\n".
+// The number of bytes at the end that are incomplete without the next ones: a part of a UTF-8
+// character, or a "\r", because ssh ends its lines with "\r\n".
 int unfinishedBytes(const QByteArray &bytes)
 {
     if (bytes.endsWith('\r')) {
@@ -81,14 +81,14 @@ int unfinishedBytes(const QByteArray &bytes)
     return 0;
 }
 
-// Prints what ssh writes to its standard error: escaped, as all that this program prints there, but
-// for a fleet, which does so itself, line by line.
+// Prints the standard error of ssh, escaped as all messages of this program. With several printers, it
+// is not escaped here: the parent process does so, line by line.
 class SshNotes
 {
 public:
     explicit SshNotes(int stream) : m_stream(stream) { fcntl(stream, F_SETFL, O_NONBLOCK); }
 
-    // All that is there by now. False when there will be no more.
+    // Prints all that can be read now. Returns false at the end.
     bool relay()
     {
         char buffer[4096];
@@ -100,7 +100,7 @@ public:
         return size < 0 && (errno == EAGAIN || errno == EINTR);
     }
 
-    // A last line without an end gets one.
+    // Ends the last line if ssh has not ended it.
     void end()
     {
         print(int(m_bytes.size()));
@@ -133,9 +133,9 @@ private:
 
 void onChildEnded(int) {}
 
-// Answers how it ended, as waitpid() does. The bus is kept open until all of ssh's words are printed,
-// so that they come before what they are the reason for. What ssh leaves behind to share its
-// connection may keep its standard error open for longer.
+// Returns the wait status of ssh. The connection to the bus stays open until ssh's messages are
+// printed, so that they come before the error that they explain. A background process that ssh leaves
+// to share its connection may keep standard error open for longer, so its end is not waited for.
 int relayUntilSshEnds(pid_t ssh, int stream, const sigset_t &signalsBefore)
 {
     SshNotes notes(stream);
@@ -181,7 +181,7 @@ int readHosts(const QString &fileName, QStringList *hosts)
     }
     for (int line = 1; !file.atEnd(); ++line) {
         QByteArray bytes = file.readLine();
-        // Editors of other systems begin a file of UTF-8 with this.
+        // Some editors begin UTF-8 files with a byte order mark.
         if (line == 1 && bytes.startsWith("\xef\xbb\xbf")) {
             bytes.remove(0, 3);
         }
@@ -222,7 +222,8 @@ QString busAddress(const QString &host, int timeout)
         words << "-oBatchMode=yes"
               << "-oLogLevel=ERROR";
     }
-    // A second more than here, where it is said why. For what ssh has started itself.
+    // One second more than this program's own timeout, which prints the reason. It ends the processes
+    // that ssh has started itself.
     words << "-oConnectTimeout=" + QByteArray::number(timeout / 1000 + 1) << "--" << host.toUtf8()
           << "systemd-stdio-bridge";
     QByteArray address = "unixexec:path="

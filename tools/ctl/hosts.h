@@ -5,26 +5,25 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// What is wrong with the name of a printer, for ssh would take it for something else; empty if
-/// nothing is.
+/// The error in a printer's name, which ssh would take for something else; empty if there is none.
 QString wrongHost(const QString &host);
 
-/// Adds the printers of a file: one a line, # begins a comment. Answers the exit code.
+/// Adds the printers of a file, one in each line; # begins a comment. Returns the exit code.
 int readHosts(const QString &fileName, QStringList *hosts);
 
-/// The address of a printer's system bus: ssh to the bridge that the system has there. @p timeout
-/// is in milliseconds.
+/// The D-Bus address of a printer's system bus: it starts ssh, which starts systemd-stdio-bridge on
+/// the printer. @p timeout is in milliseconds.
 QString busAddress(const QString &host, int timeout);
 
-/// Why there is no ssh to be run; empty where there is one.
+/// The reason why ssh cannot be run; empty if it can.
 QString missingSsh();
 
-/// Set for the programs that ask the printers of a fleet: ssh asks for no password there, and has
-/// no more to say than errors.
+/// Set in the environment of the processes for several printers: their ssh asks for no password, and
+/// prints errors only.
 extern const char unattendedVariable[];
 
-/// Ends the program with @p text and the time where this object lives for longer. For what blocks,
-/// and has no deadline itself: to reach a printer or a bus, which need not be running.
+/// If this object lives longer than the timeout, the program ends, and prints @p text and the timeout.
+/// For blocking functions without a timeout of their own, such as connecting to a bus.
 class ReachingDeadline
 {
 public:
@@ -35,8 +34,8 @@ private:
     Q_DISABLE_COPY(ReachingDeadline)
 };
 
-/// The first argument with which this program becomes the ssh of such an address, in the words that
-/// follow. ssh then ends with the program that started it, also where it still waits for a printer.
+/// The first argument for which this program runs ssh, with the arguments that follow, for such an
+/// address. ssh then ends with the program that started it, even while it is connecting.
 extern const char becomeSshOption[];
 int becomeSsh(char *words[]);
 

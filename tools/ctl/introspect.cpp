@@ -11,7 +11,8 @@ using namespace Toolkit;
 
 namespace {
 
-// What a daemon says of itself needs none of what the installed descriptions have to have.
+// Reads a daemon's introspection data. It is less strict than the reader of the installed
+// descriptions: a daemon need not have names and documentation.
 QList<Interface> readLive(const QString &text, QString *error)
 {
     QList<Interface> result;
@@ -50,7 +51,7 @@ QList<Interface> readLive(const QString &text, QString *error)
     return result;
 }
 
-// The name and the types that are called or sent, which tell overloads apart.
+// The name and the argument types, which distinguish overloads.
 QString keyOf(const InterfaceMember &member)
 {
     const auto direction = member.kind == InterfaceMember::Signal ? InterfaceArgument::Out
@@ -128,7 +129,7 @@ QStringList differences(const Interface &live, const Interface &described)
     for (const auto kind : { InterfaceMember::Method, InterfaceMember::Signal }) {
         const QMap<QString, InterfaceMember> there = byKey(live, kind);
         const QMap<QString, InterfaceMember> wanted = byKey(described, kind);
-        // Few daemons declare their signals, and those built on the library do not.
+        // Daemons that use the library do not declare their signals.
         if (kind == InterfaceMember::Signal && there.isEmpty()) {
             continue;
         }

@@ -85,7 +85,7 @@ void print(const Property &property)
              QStringLiteral("%1 (%2)").arg(property.method->summary, property.method->name));
 }
 
-// Those of a kind that match.
+// Prints the rows of one kind that match.
 template <typename Row>
 int listRows(const Context &context, const std::vector<Row> &rows, const char *kind,
              const QStringList &names, const QString &text)

@@ -123,16 +123,16 @@ int printHelp(const Command *command)
     return Done;
 }
 
-// The arguments of the program, parsed. Only "--" begins an option, so that "-3" is a number, and
-// "-h" behind a method a string. All other words reach a printer as they were typed.
+// The parsed arguments of the program. Only "--" begins an option, so "-3" is a number, and "-h"
+// after a method is a string. All other words are sent to a printer unchanged.
 struct CommandLine
 {
     const Command *command = nullptr;
     QString name; ///< of the command
     QStringList arguments;
     QMap<QString, QString> options;
-    QStringList hosts; ///< all that were given
-    QString error;     ///< what is wrong with an option
+    QStringList hosts; ///< all values of --host
+    QString error;     ///< the error in an option
 };
 
 const Option *optionNamed(const QString &name, const Command *command)
@@ -147,7 +147,7 @@ const Option *optionNamed(const QString &name, const Command *command)
     return nullptr;
 }
 
-// The message for an option that does not exist, or not for this command.
+// The message for an option that does not exist, or that the command does not have.
 QString noOption(const QString &name, const Command *command)
 {
     QStringList owners;
@@ -183,7 +183,7 @@ QString noOption(const QString &name, const Command *command)
                  .replace(QLatin1String(", "), QLatin1String(", --")));
 }
 
-// In front of the command, where they can be no number and no text for a printer.
+// Short options are allowed only before the command: after it, they may be numbers or strings.
 QString longForm(const QString &word)
 {
     return word == QLatin1String("-h") ? QStringLiteral("--help")
@@ -230,7 +230,7 @@ CommandLine parse(QStringList words)
     return result;
 }
 
-// The bus, for messages.
+// The name of the bus for messages.
 QString busText(const QString &address, const QString &host)
 {
     return !host.isNull()   ? host
@@ -240,7 +240,7 @@ QString busText(const QString &address, const QString &host)
 
 int noBus(const QString &address, const QString &host, const QString &error)
 {
-    // Over ssh, the bus library knows only that it got no reply; ssh has said why.
+    // Over ssh, the bus library knows only that there was no reply; ssh has printed the reason.
     return Console::fail(NoBus,
                          !host.isNull() ? QStringLiteral("no system bus of %1").arg(host)
                              : !address.isNull()
@@ -251,10 +251,10 @@ int noBus(const QString &address, const QString &host, const QString &error)
                                    .arg(error));
 }
 
-// Returns the exit code; Done when the bus is there.
+// Returns the exit code; Done if the program is connected.
 int connectToBus(Context *context, const QString &address, const QString &host)
 {
-    // Another bus takes the place of the system bus in all of the process, the library included.
+    // The other bus replaces the system bus in the whole process, including the library.
     if (!host.isNull()) {
         const QString missing = missingSsh();
         if (!missing.isEmpty()) {
@@ -276,7 +276,7 @@ int connectToBus(Context *context, const QString &address, const QString &host)
     context->unreached = QStringLiteral("%1 was not reached").arg(busText(address, host));
     const QString deadline = context->options.value(QStringLiteral("deadline"));
     {
-        // Nothing has been sent yet.
+        // No call has been sent yet, so the outcome of --deadline is "not sent".
         const bool isSoon = !deadline.isNull() && deadline.toInt() < context->timeout;
         const ReachingDeadline end(isSoon ? QLatin1String("not sent: ") + context->unreached
                                           : context->unreached,
@@ -293,7 +293,7 @@ int connectToBus(Context *context, const QString &address, const QString &host)
     return Done;
 }
 
-// The printers that are meant, none for the bus here. Answers the exit code.
+// Finds the printers of the command line; none means the local bus. Returns the exit code.
 int findHosts(const CommandLine &line, QStringList *hosts)
 {
     *hosts = line.hosts;
@@ -308,7 +308,7 @@ int findHosts(const CommandLine &line, QStringList *hosts)
         if (hasFile || !hosts->isEmpty()) {
             return wrongUsage(QStringLiteral("--address and --host name different buses"));
         }
-        // The bus library would take it for the system bus.
+        // The bus library would use the system bus.
         if (line.options.value(QStringLiteral("address")).isEmpty()) {
             return wrongUsage(QStringLiteral("--address is empty"));
         }
@@ -335,7 +335,7 @@ int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
         if (name == QLatin1String("output")) {
             return wrongUsage(QStringLiteral("--%1 is for one printer at a time").arg(name));
         }
-        // Of all printers together.
+        // The limit is for all printers together.
         if (name == QLatin1String("count")) {
             question.mostLines = line.options.value(name).toInt();
             continue;
@@ -357,7 +357,7 @@ int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
     return askFleet(question);
 }
 
-// Answers the exit code where the line asks for help or the version, or is wrong.
+// Returns the exit code if help or the version was requested, or if the command line is invalid.
 std::optional<int> runWithoutCommand(const CommandLine &line)
 {
     const bool isHelp = line.name == QLatin1String("help");
@@ -382,7 +382,7 @@ std::optional<int> runWithoutCommand(const CommandLine &line)
                         : std::optional<int>(wrongUsage(QStringLiteral("no command given")));
 }
 
-// A person may have meant an option by such an argument.
+// A hint for an argument that may have been meant as an option.
 QString shortOptionHint(const QStringList &arguments)
 {
     for (const QString &argument : arguments) {
@@ -417,7 +417,7 @@ int readTimeout(const CommandLine &line, int *milliseconds)
                 .arg(text));
 }
 
-// All that there is to do but for the bus.
+// Everything that needs no bus. Returns the exit code.
 int prepare(const CommandLine &line, const Context &context, QStringList *hosts)
 {
     const int found = findHosts(line, hosts);
@@ -472,7 +472,7 @@ int main(int argc, char *argv[])
     if (argc > 2 && qstrcmp(argv[1], becomeSshOption) == 0) {
         return becomeSsh(argv + 2);
     }
-    // Output is UTF-8, also where no locale is set, as over a serial line.
+    // Output is UTF-8 even if no locale is set, as on a serial console.
     qputenv("LC_ALL", "C.UTF-8");
     Console::start();
     QStringList words;

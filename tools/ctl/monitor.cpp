@@ -12,7 +12,7 @@
 
 namespace {
 
-// With names if the signal is as declared.
+// Prints a signal; with the names of the arguments if it is as declared.
 void print(const Context &context, const ClientSignal &signal, const QDBusMessage &message)
 {
     const QDateTime now = QDateTime::currentDateTime();
@@ -63,7 +63,7 @@ std::vector<const ClientSignal *> signalsLike(const Contract &contract, const Pa
     return result;
 }
 
-// That all disappear when the bus is lost is not news of the daemons.
+// When the bus connection is lost, all daemons become unavailable: this is not reported.
 void noteChanges(const HNIPCAvailability *daemons, void (HNIPCAvailability::*changed)(bool),
                  const char *daemon)
 {
@@ -89,9 +89,9 @@ int run(const Context &context, const QStringList &arguments)
 {
     const auto wanted = signalsLike(context.contract, Pattern(arguments.value(0)));
     SignalLimit limit(context);
-    bool isListening = false; // and has said so
+    bool isSubscribed = false; // and the note is printed
     SignalFeed feed(context, wanted, [&](const ClientSignal &signal, const QDBusMessage &message) {
-        if (isListening && !limit.isReached()) {
+        if (isSubscribed && !limit.isReached()) {
             print(context, signal, message);
             limit.count();
         }
@@ -104,7 +104,7 @@ int run(const Context &context, const QStringList &arguments)
         noteChanges(&daemons, &HNIPCAvailability::ioexpdChanged, "ioexpd");
         noteChanges(&daemons, &HNIPCAvailability::m4Changed, "m4");
         noteChanges(&daemons, &HNIPCAvailability::supplydChanged, "supplyd");
-        isListening = true;
+        isSubscribed = true;
         Console::note(QStringLiteral("subscribed to %1; Ctrl-C ends")
                           .arg(Console::signalCount(wanted.size())));
     });

@@ -8,7 +8,7 @@
 
 namespace {
 
-// How many letters have to be added, dropped or replaced to make one of the other.
+// The number of letters that have to be added, removed or replaced to make one word the other.
 int distance(const QString &from, const QString &to)
 {
     std::vector<int> row(size_t(to.size()) + 1);
@@ -65,7 +65,7 @@ QString didYouMean(const QString &name, const QStringList &names)
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract)
 {
-    // In an error, the signals are worth the time that their descriptions take to be read.
+    // Reading the descriptions for the signals takes time, which is acceptable for an error message.
     QString error;
     const std::unique_ptr<Contract> described = Contract::load(&error);
     // clang-format off
@@ -118,7 +118,7 @@ QString noMatch(const char *kind, const QString &pattern, const QStringList &nam
     if (!hint.isEmpty() || letters.size() < 4) {
         return start + hint;
     }
-    // A pattern may be meant for the beginning of a name.
+    // The pattern may be a misspelt beginning of a name.
     QStringList near;
     for (const QString &name : names) {
         if (distance(letters.toLower(), name.left(letters.size()).toLower()) <= letters.size() / 4

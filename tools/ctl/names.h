@@ -8,8 +8,8 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// What stands for several names: one with *, ? or [ has to match the whole name; any other, and one
-/// that makes no sense, has to be contained in it. Upper and lower case are the same.
+/// A pattern for names. One with *, ? or [ has to match the whole name; any other one, and an invalid
+/// one, has to be contained in the name. Case is ignored.
 class Pattern
 {
 public:
@@ -23,10 +23,11 @@ private:
     bool m_isWhole = false;
 };
 
-/// "; did you mean A, B?", with those of @p names that are close to @p name; empty if none is.
+/// "; did you mean A, B?", with the names that are similar to @p name; empty if none is.
 QString didYouMean(const QString &name, const QStringList &names);
 
-/// "no method NAME; did you mean A, B?", or what it is instead, and the command for that.
+/// "no method NAME; did you mean A, B?". If NAME is a property or a signal: this, and the command for
+/// it.
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract);
 

@@ -7,8 +7,8 @@
 
 #include <QtCore/QFile>
 
-/// A file that a command is told to write; "-" is standard output. One that is there already is
-/// kept unless there is --force.
+/// A file that a command writes; "-" is standard output. An existing file is overwritten only with
+/// --force.
 class OutputFile : public QFile
 {
 public:
@@ -19,7 +19,7 @@ public:
 
     bool isStandardOutput() const { return fileName() == QLatin1String("-"); }
 
-    /// Before there is something to be written. Returns the exit code.
+    /// Checks the name before the command does anything. Returns the exit code.
     int check() const
     {
         if (fileName().isEmpty()) {

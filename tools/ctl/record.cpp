@@ -10,8 +10,8 @@
 
 namespace {
 
-// Each line goes to the system at once and as one, so that whatever ends the program leaves a file
-// of whole lines.
+// Each line is written at once with one system call, so that the file has complete lines however the
+// program ends.
 class Lines
 {
 public:
@@ -25,7 +25,7 @@ public:
     bool create()
     {
         if (m_toOutput) {
-            Console::failInJson(false); // a failure is no line of the trace
+            Console::failInJson(false); // a failure must not become a line of the trace
         }
         return m_toOutput || m_file.create();
     }
@@ -43,7 +43,7 @@ public:
             return true;
         }
         m_error = m_file.errorString();
-        m_file.resize(end); // no half of a line
+        m_file.resize(end); // removes an incomplete line
         return false;
     }
 

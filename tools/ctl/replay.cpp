@@ -21,7 +21,7 @@
 
 namespace {
 
-// Says to "status" what stands in for a daemon.
+// Identifies a stand-in to "status".
 class StandInMark : public QObject
 {
     Q_OBJECT
@@ -40,8 +40,9 @@ class Senders : public QObject
 public:
     explicit Senders(const Context &context) : m_context(context), m_standIn(noDaemon, nullptr) {}
 
-    // Nothing is sent where any daemon is a real one, also where the trace has no signal of it: its
-    // bus is a printer's, and applications there act on its signals. Returns the exit code.
+    // Finds the owners of the daemons' names. Nothing is sent if any daemon is a real one, even if the
+    // trace has no signal of it: the bus is then a printer's, and its applications act on signals.
+    // Returns the exit code.
     int find(const std::vector<TraceEvent> &events)
     {
         QDBusConnection bus = m_context.bus;
@@ -80,7 +81,7 @@ public:
         return Toolkit::Done;
     }
 
-    // Of those that have appeared since the last time. Returns the exit code.
+    // Checks the daemons that have appeared since the last check. Returns the exit code.
     int checkNew()
     {
         std::map<const Daemon *, QString> owners;
@@ -125,10 +126,10 @@ private Q_SLOTS:
     }
 
 private:
-    // One object stands in for each daemon that is not there.
+    // One object is the stand-in for all daemons that are not running.
     static constexpr auto noDaemon = static_cast<HNIPCServer::ServerType>(-1);
 
-    // Has passed the bus when this returns, for signals of several daemons stay in their order.
+    // The bus has received the signal when this returns, so signals of several daemons stay in order.
     int pass(const TraceEvent &event)
     {
         const ClientSignal &signal = *event.signal;
@@ -183,7 +184,7 @@ private:
             const QDBusMessage reply = replyOf(question);
             const Outcome outcome = outcomeOf(
                 *daemon, HNIPCFailure::ofReply(reply, owner, m_context.timeout));
-            // The rules of a printer's bus let no caller through to what only a simulated daemon has.
+            // A printer's bus policy denies calls of the simulator interface.
             if (outcome.reason == HNIPCRequest::DaemonError
                 || outcome.reason == HNIPCRequest::AccessDenied
                 || (outcome.ok() && reply.signature() != QLatin1String("as"))) {
@@ -193,7 +194,7 @@ private:
                                    "replayed on a real printer; %3")
                         .arg(daemon->name, owner, sentText()));
             }
-            // One that has left again is none.
+            // A daemon that has left the bus again does not matter.
             if (!outcome.ok() && outcome.reason != HNIPCRequest::DaemonAbsent
                 && outcome.reason != HNIPCRequest::DaemonLeft) {
                 return Console::fail(
@@ -215,12 +216,12 @@ private:
     const Context &m_context;
     StandInMark m_mark;
     HNIPCServer m_standIn;
-    std::map<const Daemon *, QString> m_simulators; // empty where this program stands in
-    std::map<const Daemon *, QString> m_appeared;   // and are not checked yet
+    std::map<const Daemon *, QString> m_simulators; // empty if this program is the stand-in
+    std::map<const Daemon *, QString> m_appeared;   // not checked yet
     std::size_t m_sent = 0;
 };
 
-// Calls of the stand-in are answered meanwhile. Returns the exit code where the replay has to stop.
+// Serves calls of the stand-in meanwhile. Returns the exit code; not Done if the replay has to stop.
 int waitUntil(const Context &context, const QElapsedTimer &clock, double due, Senders *senders)
 {
     QCoreApplication::processEvents();
@@ -239,7 +240,7 @@ int waitUntil(const Context &context, const QElapsedTimer &clock, double due, Se
     return busLost();
 }
 
-// Above 0; 0 for all at once. Negative where it is none of both.
+// The speed, above 0; 0 for "max"; negative if the value is invalid.
 double speedOf(const Context &context)
 {
     const QString text = context.options.value(QStringLiteral("speed"), QStringLiteral("1"));
@@ -276,7 +277,7 @@ int play(const Context &context, const std::vector<TraceEvent> &events, Senders 
             return sent;
         }
     }
-    // The last of them leave before the program does.
+    // Makes sure that the bus has received the last signals before the program ends.
     const ReachingDeadline end(context.unreached, context.timeout);
     replyOf(ask(context, busCall("GetId")));
     return Toolkit::Done;

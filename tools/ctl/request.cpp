@@ -55,7 +55,7 @@ Outcome outcomeOf(const Daemon &daemon, const HNIPCFailure &failure, const QVari
     } else if (failure.reason == HNIPCRequest::BusError) {
         result.error = QLatin1String("the bus does not deliver the call: ") + failure.errorText;
     } else if (failure.reason == HNIPCRequest::AccessDenied) {
-        // The bus's own text is about its rules.
+        // The bus's own text is about its policy rules, and does not help.
         result.error = QStringLiteral("no right to call the daemons: the bus lets members of the "
                                       "group " HNIPC_CLIENT_GROUP " do it; a new member has to log "
                                       "in again");

@@ -15,15 +15,15 @@
 #include <utility>
 #include <vector>
 
-/// The outcome of a call, in the words and exit codes of this program. The library decides the meaning
-/// of an error.
+/// The outcome of a call, with the messages and exit codes of this program. The library decides the
+/// meaning of an error.
 struct Outcome
 {
     bool ok() const { return reason == HNIPCRequest::NoReason; }
     int exitCode() const;
     /// {"value": ...} or {"error": ..., "errorName": ..., "exit": ...}.
     QJsonObject json() const;
-    /// The error at the place of the value.
+    /// The error in a few words, to be shown in place of the value.
     QString shortError() const;
 
     HNIPCRequest::Reason reason = HNIPCRequest::NoReason;
@@ -34,7 +34,7 @@ struct Outcome
 
 Outcome outcomeOf(const Daemon &daemon, const HNIPCFailure &failure, const QVariant &value = {});
 
-/// Of a HNIPCRequest that has finished, or of a HNIPCReading.
+/// The outcome of a finished HNIPCRequest, or of a HNIPCReading.
 template <typename Source>
 Outcome outcomeOf(const Daemon &daemon, const Source &source)
 {
@@ -44,32 +44,32 @@ Outcome outcomeOf(const Daemon &daemon, const Source &source)
         source.value());
 }
 
-/// Chooses among the overloads, in their order: the first that takes these arguments. Returns the
-/// exit code, and what is wrong.
+/// Chooses the first overload that accepts these arguments. Returns the exit code, and sets @p message
+/// if there is none.
 int chooseMethod(const Contract &contract, const QString &wanted, const QStringList &texts,
                  const Method **method, QVariantList *values, QString *message);
 
-/// Sends them all at once, and returns when the last one has finished.
+/// Sends all requests at once, and returns when the last one has finished.
 void finish(const std::vector<HNIPCRequest *> &requests);
 
 /// The values of these properties.
 std::vector<std::pair<const Property *, Outcome>> readProperties(
     const Context &context, const std::vector<const Property *> &properties);
 
-/// @name For what the library has no request for: calls that are all sent at once, and whose
-/// replies are then waited for, no longer than for one.
+/// @name Calls that the library has no request for. Send all of them first, then wait for the
+/// replies: the timeout then passes only once.
 /// @{
 QDBusPendingCall ask(const Context &context, const QDBusMessage &call);
 QDBusMessage replyOf(QDBusPendingCall call);
-/// A call of the bus itself.
+/// A call of a method of the bus itself.
 QDBusMessage busCall(const char *member, const QVariantList &arguments = {});
 /// @}
 
-/// What "status" calls a daemon that is not a real one.
+/// The kinds of owners that a daemon's bus name can have.
 enum class Player { Real, Simulator, StandIn };
-/// An introspection of the place where a simulated daemon, or a stand-in of "replay", says so.
+/// The Introspect call of the object by which a simulated daemon, and a stand-in of "replay", is known.
 QDBusMessage playerCall(const QString &busName);
-Player playerIn(const QDBusMessage &reply); ///< Real where it says nothing
+Player playerIn(const QDBusMessage &reply); ///< Real if there is no such object
 
 /// Reports that the bus connection was lost. Returns the exit code.
 int busLost();

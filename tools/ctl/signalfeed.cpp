@@ -14,8 +14,8 @@ SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSig
     : m_bus(context.bus), m_handler(std::move(handler))
 {
     const ReachingDeadline end(context.unreached, context.timeout);
-    // Until the event loop has turned once, Qt holds back what comes, and Qt 6 then hands it over
-    // behind what came later.
+    // Until the event loop has run once, Qt holds back received messages, and Qt 6 then delivers them
+    // after later ones.
     QCoreApplication::processEvents();
     for (const ClientSignal *signal : wanted) {
         m_byMember.insert(signal->member, signal);
@@ -27,13 +27,13 @@ SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSig
     m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                   this, SLOT(onDisconnected()));
-    // Replied after the subscriptions, which have no reply themselves.
+    // The bus replies to this after it has processed the subscriptions, which have no reply.
     m_bus.call(busCall("GetId"));
 }
 
 int SignalFeed::run()
 {
-    // It may have been lost before the subscription.
+    // The connection may have been lost before the subscription.
     const int exitCode = m_bus.isConnected() ? QCoreApplication::exec() : int(Toolkit::NoBus);
     return exitCode == Toolkit::NoBus ? busLost() : exitCode;
 }

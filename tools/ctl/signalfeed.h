@@ -11,9 +11,8 @@
 #include <functional>
 #include <vector>
 
-/// The signals of the daemons as they are on the bus. Not HNIPCEvents, which leaves out what an
-/// application does not receive: signals with other arguments than declared. Showing those to a
-/// technician is what "monitor" and "record" are for.
+/// Receives the signals of the daemons as they are on the bus. HNIPCEvents is not used, because it
+/// drops signals with other arguments than declared, which "monitor" and "record" have to show.
 class SignalFeed : public QObject
 {
     Q_OBJECT
@@ -21,7 +20,7 @@ class SignalFeed : public QObject
 public:
     using Handler = std::function<void(const ClientSignal &, const QDBusMessage &)>;
 
-    /// From here on no signal is missed.
+    /// Subscribes. No signal is missed after the constructor has returned.
     SignalFeed(const Context &context, const std::vector<const ClientSignal *> &wanted,
                Handler handler);
 
@@ -38,16 +37,16 @@ private:
     Handler m_handler;
 };
 
-/// How many signals are printed or written until the program ends: the value of --count.
+/// The limit of --count: the number of signals after which the program ends.
 class SignalLimit
 {
 public:
-    /// Whether it is such a number: the exit code.
+    /// Checks the option. Returns the exit code.
     static int check(const Context &context);
     explicit SignalLimit(const Context &context);
 
     bool isReached() const { return m_left == 0; }
-    /// To be called after each signal; the last one ends the event loop.
+    /// Has to be called after each signal. At the limit, the event loop ends.
     void count();
 
 private:

@@ -21,11 +21,11 @@ using namespace Toolkit;
 
 namespace {
 
-// Of an act that only one of the daemons takes.
+// Marks an act that only one daemon has.
 const QString daemonAnnotation = QStringLiteral("org.hnipc.Simulator.Daemon");
 const QString everyMember = QStringLiteral("*");
 
-// The places of rolls. In the list of ribbons, empty SKUs stand before and after that of a place.
+// The places of rolls. The list of ribbons has empty SKUs before and after that of a place.
 // clang-format off
 const struct { const char *name; bool isSupply; int before; int after; } places[] = {
     { "supply", true, 0, 0 },
@@ -81,7 +81,7 @@ const InterfaceMember *actNamed(const QString &name)
     return act == acts().end() ? nullptr : &*act;
 }
 
-// The name of an act's argument, which says what it takes; empty where there is none.
+// The name of an act's argument, which determines its values; empty if there is no such argument.
 QString argumentName(const InterfaceMember &act, int index)
 {
     return act.arguments(InterfaceArgument::In).value(index).name;
@@ -140,7 +140,7 @@ struct WordReader
 {
     int exitCode = Done;
 
-    // The text as a value of this type, which the meta-object names.
+    // The text as a value of this type of the meta-object.
     QVariant read(const QString &text, int number, const QString &name, const QByteArray &typeName)
     {
         const ArgumentType *type = argumentType(typeName);
@@ -210,18 +210,18 @@ int readDetail(const QString &kind, const QStringList &words, QVariant *detail)
     return reader.exitCode;
 }
 
-// ---- What was asked for ----
+// ---- The act ----
 
 struct Request
 {
     const InterfaceMember *act = nullptr;
     QVariantList arguments;              ///< all but the value of "set"
-    QString reading;                     ///< a name that only the simulated daemons know
+    QString reading;                     ///< checked by the simulated daemons only
     QString value;                       ///< of "set"
-    std::vector<const Daemon *> daemons; ///< that may be meant
+    std::vector<const Daemon *> daemons; ///< those that the act may be for
 };
 
-// Of "emit" and "flood": their signal may be one of several daemons.
+// The arguments of "emit" and "flood". Several daemons may have the signal.
 int readSignal(const Context &context, const QStringList &words, Request *request)
 {
     const ClientSignal *signal = nullptr;
@@ -279,7 +279,7 @@ int readFault(const Context &context, const QStringList &words, Request *request
     return exitCode;
 }
 
-// The words as the types of the act's arguments have them.
+// The arguments of other acts, by their types.
 int readPlain(const QStringList &words, Request *request)
 {
     WordReader reader;
@@ -367,7 +367,7 @@ int check(const Context &context, const QStringList &arguments)
         : readRequest(context, arguments, &request);
 }
 
-// ---- Asking the simulated daemons ----
+// ---- Calls of the simulated daemons ----
 
 // All calls of one command share its timeout.
 class Simulators
@@ -377,7 +377,7 @@ public:
 
     explicit Simulators(const Context &context) : m_context(context) { m_clock.start(); }
 
-    // Until all have replied, or one as @p isEnough wants it.
+    // Returns when all have replied, or when one reply satisfies @p isEnough.
     Answers ask(const std::vector<const Daemon *> &daemons, const QString &member,
                 const QVariantList &arguments = {},
                 const std::function<bool(const Outcome &)> &isEnough = nullptr)
@@ -423,8 +423,8 @@ private:
     QElapsedTimer m_clock;
 };
 
-// The daemons among these that are simulated and reply. @p why is of the one among the others that
-// matters most: a real daemon, or one that hangs, rather than one that is not running.
+// The daemons that are simulated and have replied. @p why becomes the outcome of another daemon: that
+// of a real one, or one that does not reply, is preferred to that of one that is not running.
 std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome *why)
 {
     std::vector<const Daemon *> result;
@@ -448,7 +448,7 @@ int fail(const Request &request, const Outcome &why)
                       : why.error);
 }
 
-// Finds the daemon that has the reading, and the value as one of the reading's type.
+// Finds the daemon that has the reading, and converts the value to the reading's type.
 int findReading(Simulators *simulators, Request *request)
 {
     const QString reading = request->reading;
@@ -503,7 +503,7 @@ void print(const Request &request, const Daemon &daemon, const Outcome &answer)
     }
 }
 
-// Bash expands the words of a completion: a daemon's word could be a command to it.
+// Bash expands the words of a completion: without this check, a daemon could make bash run a command.
 bool isPlainWord(const QString &word)
 {
     static const QString plain = QStringLiteral("_-.,:+@%/");
@@ -589,7 +589,7 @@ int run(const Context &context, const QStringList &arguments)
     int exitCode = Done;
     QJsonObject daemons;
     for (const auto &[daemon, answer] : answers) {
-        // An act for all is not for daemons that are not running or not simulated.
+        // An act for all daemons skips those that are not running or not simulated.
         if (isForAll
             && (answer.reason == HNIPCRequest::DaemonAbsent
                 || answer.reason == HNIPCRequest::WrongType)) {

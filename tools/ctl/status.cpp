@@ -10,17 +10,17 @@ namespace {
 
 using Answers = std::vector<std::pair<const Property *, Outcome>>;
 
-// What there is to say of one daemon.
+// The state of one daemon.
 struct DaemonState
 {
-    bool isKnown = true; ///< false where the bus does not reply
-    QString owner;       ///< on the bus; empty where the daemon is absent
-    int pid = 0;         ///< 0 where the bus does not tell
+    bool isKnown = true; ///< false if the bus does not reply
+    QString owner;       ///< its unique name on the bus; empty if the daemon is not running
+    int pid = 0;         ///< 0 if the bus does not know it
     Player player = Player::Real;
     Answers answers;
 };
 
-// The calls beside those for the properties.
+// The calls in addition to those for the properties.
 struct Questions
 {
     Questions(const Context &context, const Daemon &daemon)

@@ -15,10 +15,10 @@ QByteArray processFile(int pid, const char *name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// 0 where it cannot be read.
+// 0 if it cannot be read.
 int parentOf(int pid)
 {
-    // The name of the program, in parentheses, may have any characters.
+    // The program's name, in parentheses, may contain any characters.
     const QByteArray stat = processFile(pid, "stat");
     return stat.mid(stat.lastIndexOf(')') + 1).simplified().split(' ').value(1).toInt();
 }
@@ -32,7 +32,7 @@ QString lostBusAddress()
         return QString();
     }
     for (int pid = getppid(); pid > 1; pid = parentOf(pid)) {
-        // As it was when the program started: sudo's is that of the user.
+        // The environment at the program's start: that of sudo is still the user's.
         const QList<QByteArray> variables = processFile(pid, "environ").split('\0');
         for (const QByteArray &each : variables) {
             if (each.startsWith(variable) && each.size() > variable.size()) {

@@ -4,10 +4,10 @@
 
 #include <QtCore/QString>
 
-/// The address of the bus that takes the place of the system bus for a program that started this
-/// one, directly or not, where this one has lost it and runs as root: sudo removes the variable. So
-/// in a sandbox on a printer, "sudo hnipcctl call" would reach the printer's own daemons. Empty
-/// where there is none, or where nothing can be seen.
+/// The value of DBUS_SYSTEM_BUS_ADDRESS in the environment of a program that started this one,
+/// directly or not, if this program runs as root without the variable: sudo removes it. In a sandbox
+/// on a printer, "sudo hnipcctl call" would reach the printer's own daemons. Empty if no such program
+/// has the variable, or if its environment cannot be read.
 QString lostBusAddress();
 
 #endif

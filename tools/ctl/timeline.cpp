@@ -26,7 +26,7 @@ const int mostRows = 8;         // of a lane
 const std::size_t callsOfStrip = 150;
 const int mostBreaks = 10; // of a strip
 
-// Of the daemons, in their order; they differ in brightness, too.
+// The colours of the daemons, in their order. They differ in brightness, too.
 const char *const colours[] = { "#e08a00", "#2b6cb0", "#4b9b5f" };
 const char failedColour[] = "#c81e1e";
 
@@ -44,7 +44,7 @@ QString length(qint64 nanoseconds)
         : QString::number(double(nanoseconds) / 1e6, 'g', 3) + QLatin1String(" ms");
 }
 
-// XML has no form for some characters.
+// XML cannot represent some characters.
 QString writable(const QString &text)
 {
     QString result = Console::printable(text);
@@ -61,8 +61,8 @@ QString cut(const QString &text, int width)
     return text.size() <= width ? text : text.left(width - 3) + QLatin1String("...");
 }
 
-// A part of the time with an axis of its own, over all of the width. What is longer than a strip goes
-// on in the next one. A long time without a call takes little room.
+// A part of the time with its own axis, over the whole width. Longer bars continue in the next strip.
+// A long time without a call is drawn short.
 class Strip
 {
 public:
@@ -112,7 +112,7 @@ Strip::Strip(const Timeline &timeline, qint64 from, qint64 to)
         if (size < left / mostBreaks || int(breaks.size()) == mostBreaks) {
             break;
         }
-        // Some of it stays on both sides, so that nothing touches the break.
+        // A part of the pause stays on both sides, so that no bar touches the break.
         const qint64 margin = qint64(size / 50);
         breaks.emplace_back(gap.first + margin, gap.second - margin);
         left -= size - 2 * double(margin);
@@ -203,7 +203,7 @@ void Picture::line(double x1, double y1, double x2, double y2, const char *style
               { "class", QLatin1String(style) } });
 }
 
-// With as many digits as the step between two times needs.
+// The time with as many digits as the step between two times needs.
 QString Picture::clock(qint64 time, qint64 step) const
 {
     const qint64 second = 1000000000;
@@ -292,7 +292,7 @@ void Picture::drawHead()
 void Picture::drawAxis(const Strip &strip, double bottom)
 {
     const double labelY = m_y - 5;
-    // The steps are 1, 2 or 5 and zeros.
+    // The steps are 1, 2 or 5, followed by zeros.
     const double least = 110 / strip.perNanosecond;
     qint64 step = 1;
     for (int i = 0; double(step) < least; ++i) {
@@ -309,10 +309,10 @@ void Picture::drawAxis(const Strip &strip, double bottom)
             free = x + width;
         }
     };
-    // A strip and what follows a break begin with their time.
+    // The begin of a strip, and the end of each break, are labelled with their time.
     label(strip.begin, step / 10);
     qint64 from = strip.begin;
-    // The others are round times of the day.
+    // The other labels are round times of the day.
     const qint64 midnight = m_timeline.start.toMSecsSinceEpoch() % (24 * 3600 * 1000) * -1000000;
     for (size_t i = 0; i <= strip.breaks.size(); ++i) {
         const bool isLast = i == strip.breaks.size();
@@ -363,7 +363,7 @@ void Picture::drawBar(const Strip &strip, const Timeline::Bar &bar, int row)
 {
     const double left = strip.x(std::max(bar.begin, strip.begin));
     const double right = strip.x(std::min(bar.end, strip.end));
-    // A wide one leaves a gap to the next.
+    // A wide bar leaves a gap to the next one.
     const double width = std::max(right - left - (right - left > 4 ? 1 : 0), narrowestBar);
     const double top = m_y + row * rowHeight + 1;
     const QString title = QStringLiteral("%1 %2, %3, %4, %5")
@@ -396,7 +396,7 @@ void Picture::drawBar(const Strip &strip, const Timeline::Bar &bar, int row)
 
 void Picture::drawLane(const Strip &strip, int lane)
 {
-    // Calls that are pending at the same time stand under each other.
+    // Calls that are pending at the same time are drawn below each other.
     std::vector<qint64> rowEnds;
     std::vector<std::pair<const Timeline::Bar *, int>> placed;
     for (const Timeline::Bar *bar : strip.bars) {
@@ -427,7 +427,7 @@ void Picture::drawLane(const Strip &strip, int lane)
 
 void Picture::drawStrip(const Strip &strip)
 {
-    // The grid lies under the bars, and is as high as they need.
+    // The grid is drawn below the bars, and is as high as they are.
     const double top = m_y;
     const QString before = m_body;
     m_body.clear();

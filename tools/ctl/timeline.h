@@ -8,7 +8,7 @@
 
 #include <vector>
 
-/// A picture of calls: time runs from left to right, each caller has a lane, each call is a bar.
+/// A picture of calls. Time runs from left to right, each caller has a lane, and each call is a bar.
 /// Times are nanoseconds since the start.
 struct Timeline
 {
@@ -40,7 +40,7 @@ struct Timeline
     QStringList lanes;
     std::vector<Bar> bars;
     std::vector<Tick> ticks;
-    QStringList notes; ///< a line each, under the title
+    QStringList notes; ///< lines under the title
 };
 
 #endif

@@ -27,7 +27,7 @@ bool isText(const QJsonValue &value)
         && !value.toString().contains(QChar(QChar::Null));
 }
 
-// Invalid where the value is not of this type of the bus.
+// Invalid if the value is not of this D-Bus type.
 QVariant argumentOf(const QJsonValue &value, const QString &type)
 {
     const double number = value.toDouble();
@@ -73,7 +73,7 @@ QString spelled(const QJsonValue &value)
     return text.size() > 60 ? text.left(57) + QLatin1String("...") : text;
 }
 
-// Each throws what was expected where it is not there.
+// Thrown by the following functions if a line is invalid.
 struct Expected
 {
     QString what;
@@ -227,7 +227,7 @@ int readTrace(const Contract &contract, const QString &fileName, std::vector<Tra
     const bool isInput = fileName == QLatin1String("-");
     const bool isOpen = isInput ? file.open(stdin, QIODevice::ReadOnly)
                                 : file.open(QIODevice::ReadOnly);
-    // Some files can be opened and not read, such as directories; a pipe does not know its end.
+    // Some files can be opened but not read, such as directories; a pipe does not know its size.
     QByteArray text = isOpen ? file.readAll() : QByteArray();
     if (file.error() != QFile::NoError) {
         return Console::fail(Toolkit::Failed, fileName + QLatin1String(": ") + file.errorString());

@@ -10,8 +10,8 @@
 
 #include <vector>
 
-/// A trace is a file of lines, each a JSON object: first a header, then a signal each, in the order
-/// in which they came.
+/// A signal in a trace. A trace is a file with a JSON object in each line: first a header, then the
+/// signals in the order in which they were received.
 struct TraceEvent
 {
     double at = 0; ///< seconds from the start

@@ -28,12 +28,12 @@ namespace {
 const int textWidth = 200;       // of a value in a line
 const std::size_t mostRows = 30; // of callers in a table or a picture
 
-// ---- What ends a trace ---------------------------------------------------------------------
+// ---- The end of a trace --------------------------------------------------------------------
 
 int stopPipe[2] = { -1, -1 };
 volatile std::sig_atomic_t stopSignal = 0;
 
-// The second one ends the program as usual.
+// A second signal ends the program at once.
 void onStop(int number)
 {
     stopSignal = number;
@@ -49,7 +49,7 @@ bool handleStops()
     for (const int number : { SIGINT, SIGTERM, SIGHUP }) {
         struct sigaction action = {};
         sigaction(number, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) { // nohup
+        if (action.sa_handler != SIG_IGN) { // as nohup sets it
             action.sa_handler = onStop;
             action.sa_flags = SA_RESTART | int(SA_RESETHAND);
             sigaction(number, &action, nullptr);
@@ -76,7 +76,7 @@ public:
         const qint64 size = sizeOf(call.call) + sizeOf(call.reply);
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (m_bytes + size > mostBytes || m_calls.size() >= mostCalls) {
-            if (m_lost == 0) { // not by the console, which would write out the rest first
+            if (m_lost == 0) { // not by the Console, which would block on standard output
                 std::fputs("hnipcctl: standard output is not read fast enough: some calls are not "
                            "printed\n",
                            stderr);
@@ -219,7 +219,7 @@ QString milliseconds(qint64 nanoseconds)
     return QString::number(double(nanoseconds) / 1e6, 'f', 2) + QLatin1String(" ms");
 }
 
-// As numbers for programs: to the microsecond.
+// A number for JSON, exact to the microsecond.
 double millisecondsNumber(qint64 nanoseconds) { return double(nanoseconds / 1000) / 1000; }
 
 QString shortened(const QString &text)
@@ -234,7 +234,7 @@ QString errorText(const TracedCall &call)
         + (text.isEmpty() ? QString() : QLatin1String(": ") + text);
 }
 
-// In words, but for replies.
+// The end of a call in words; empty for a reply.
 QString endNote(CallEnd how)
 {
     switch (how) {
@@ -392,9 +392,9 @@ void Printer::printLost(qint64 count) const
                                       : QStringLiteral("%1 calls are").arg(count)));
 }
 
-// ---- All calls in one --------------------------------------------------------------------------
+// ---- The summary -------------------------------------------------------------------------------
 
-// By the nearest rank, of sorted values.
+// The percentile of sorted values, by the nearest rank.
 qint64 percentile(const std::vector<qint64> &sorted, int percent)
 {
     const size_t rank = (sorted.size() * size_t(percent) + 99) / 100;
@@ -432,8 +432,8 @@ void add(CallerRows *rows, const QString &text, const Caller &caller, const Call
     row->atOnce = std::max(row->atOnce, totals.atOnce);
 }
 
-// A row for each process; where there are too many of them, for each program, and one for all that
-// are left.
+// A row for each process. If these are too many, a row for each program; if these are too many, the
+// last row is for all remaining programs.
 CallerRows callerRows(const Traffic &traffic, Callers *callers, std::size_t most)
 {
     CallerRows processes;
@@ -679,7 +679,8 @@ private:
     QDateTime m_startTime = QDateTime::currentDateTime();
 };
 
-// Later changes are among the messages that the monitor has received and not yet read.
+// Finds the connections and owners when the trace begins. The monitor has received later changes, and
+// reads them after this.
 void tellPresent(const Context &context, Traffic *traffic)
 {
     const ReachingDeadline end(context.unreached, context.timeout);
@@ -718,7 +719,7 @@ int checkPattern(const Contract &contract, const QString &text)
 {
     const Pattern pattern(text);
     const QStringList names = methodNames(contract);
-    const bool isOther = text.contains(QLatin1Char('.')); // of an interface that is not ours
+    const bool isOther = text.contains(QLatin1Char('.')); // the name of another interface
     return isOther
             || std::any_of(names.begin(), names.end(),
                            [&](const QString &name) { return pattern.matches(name); })
@@ -767,7 +768,7 @@ int check(const Context &context, const QStringList &arguments)
     return checkPicture(context);
 }
 
-// Until something ends it. Returns the exit code.
+// Reads messages until something ends the trace. Returns the exit code.
 int read(BusMonitor *monitor, Traffic *traffic, const Clock &clock, const bool &isEnough)
 {
     std::optional<int> exitCode;
@@ -821,7 +822,7 @@ int run(const Context &context, const QStringList &arguments)
     const Clock clock;
     tellPresent(context, &traffic);
     OutputFile picture(context, pictureName);
-    // A file that says so stays behind if the program is killed.
+    // If the program is killed, this file remains, and says so.
     Timeline unfinished;
     unfinished.start = clock.start();
     unfinished.notes += QStringLiteral("hnipcctl was ended before it could draw the calls.");

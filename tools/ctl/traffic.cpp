@@ -9,7 +9,7 @@ using namespace Toolkit;
 
 namespace {
 
-// The one of the interface that a call of this name and these types is for; null if there is none.
+// The method of the interface with this name and these types; null if there is none.
 const InterfaceMember *methodOf(const Interface &interface, const QString &name,
                                 const QString &signature)
 {
@@ -35,8 +35,8 @@ Traffic::Traffic(const Contract &contract, const Wish &wish, Callers *callers, H
     }
 }
 
-// All calls and replies of the bus: a daemon can be called by the name of its connection, too, and a
-// reply may come after it has released its name. The two buses understand narrower rules differently.
+// All calls and replies on the bus: a daemon can be called by its unique name, too, and may reply
+// after it has released its name. dbus-daemon and dbus-broker interpret narrower rules differently.
 QList<QByteArray> Traffic::matchRules() const
 {
     QList<QByteArray> result {
@@ -75,7 +75,7 @@ void Traffic::take(const WireMessagePointer &message, qint64 now)
 
 void Traffic::end(qint64 now)
 {
-    // In the order of the calls.
+    // Reported in the order of the calls.
     std::vector<std::pair<qint64, Key>> left;
     for (auto entry = m_pending.constBegin(); entry != m_pending.constEnd(); ++entry) {
         left.emplace_back(entry.value().traced.begin, entry.key());
@@ -101,7 +101,7 @@ void Traffic::takeCall(const WireMessagePointer &message, qint64 now)
     pending.target = m_owners[size_t(daemon)];
     pending.caller = -1;
     pending.method = name.totals;
-    // One that is not wanted is kept, too, so that its reply is known.
+    // A call that does not match is kept, too, so that its reply is recognized.
     if (name.isWanted) {
         m_known->ask(traced.caller);
         const int asDaemon = daemonAt(traced.caller);
@@ -117,7 +117,7 @@ void Traffic::takeCall(const WireMessagePointer &message, qint64 now)
         return;
     }
     const Key key(traced.caller, dbus_message_get_serial(message.get()));
-    if (m_pending.contains(key)) { // nobody can tell their replies apart
+    if (m_pending.contains(key)) { // the replies of such calls cannot be distinguished
         finish(m_pending.take(key), now, CallEnd::CallerLeft);
     }
     if (pending.caller >= 0) {
@@ -145,7 +145,7 @@ void Traffic::takeReply(const WireMessagePointer &message, qint64 now)
                                                                            : CallEnd::Reply);
 }
 
-// Its method and its time are not known, so no pattern matches it.
+// A reply to a call from before the trace: method and time are not known, so no pattern matches.
 void Traffic::takeOldReply(const WireMessagePointer &message, qint64 now)
 {
     const int daemon = daemonAt(dbus_message_get_sender(message.get()));
@@ -197,7 +197,7 @@ void Traffic::changeOwner(const QByteArray &name, const QByteArray &before, cons
         }
     }
     if (isConnection(name) && before.isEmpty()) {
-        m_known->ask(name); // while it is there
+        m_known->ask(name); // while it is on the bus
     } else if (isConnection(name) && after.isEmpty()) {
         leave(name, now);
     }
@@ -218,7 +218,7 @@ void Traffic::leave(const QByteArray &busName, qint64 now)
                isCaller ? CallEnd::CallerLeft : CallEnd::DaemonLeft);
     }
     m_older.remove(busName);
-    // Another process may get its number.
+    // Another process may get the same process id.
     const auto caller = m_callerByName.find(busName);
     if (caller == m_callerByName.end()) {
         m_known->forget(busName);

@@ -14,11 +14,11 @@
 #include <utility>
 #include <vector>
 
-/// How a call ends.
+/// The ways in which a call ends.
 enum class CallEnd {
     Reply,
     ErrorReply,
-    NoReplyWanted, ///< sent, and no more is known of it
+    NoReplyWanted, ///< the caller has requested no reply
     DaemonLeft,    ///< the daemon left the bus without a reply
     CallerLeft,    ///< the caller left the bus before the reply
     Pending,       ///< when the trace ended
@@ -33,7 +33,7 @@ struct TracedCall
     qint64 end = 0;
     int daemon = 0;       ///< its place in Contract::daemons()
     QByteArray caller;    ///< its bus name
-    QString callerDaemon; ///< the daemon that it is, if it is one
+    QString callerDaemon; ///< the name of the daemon if the caller is one
     QString method;       ///< as shown; empty if it was sent before the trace began
     const Toolkit::InterfaceMember *declared = nullptr; ///< null if no description has it
     CallEnd how = CallEnd::Reply;
@@ -85,7 +85,7 @@ public:
     struct Wish
     {
         Pattern pattern { QString() };
-        qint64 slow = 0; ///< calls that took less are not handed on
+        qint64 slow = 0; ///< calls that took less time are not reported
         bool wantsTotals = false;
         bool wantsMarks = false;
     };
@@ -93,17 +93,17 @@ public:
 
     Traffic(const Contract &contract, const Wish &wish, Callers *callers, Handler handler);
 
-    /// The match rules for all that is needed.
+    /// The match rules for all messages that are needed.
     QList<QByteArray> matchRules() const;
 
-    /// @name As it is when the trace begins
+    /// @name State of the bus when the trace begins
     /// @{
     void setOwner(int daemon, const QByteArray &owner);
     void setConnections(const QSet<QByteArray> &busNames) { m_older = busNames; }
     /// @}
 
     void take(const WireMessagePointer &message, qint64 now);
-    /// The calls that are pending end now.
+    /// Reports all pending calls with CallEnd::Pending.
     void end(qint64 now);
 
     const std::vector<MethodTotals> &methods() const { return m_methods; }
@@ -113,11 +113,11 @@ public:
     qint64 count() const { return m_count; }
     qint64 older() const { return m_olderCount; } ///< replies to calls from before the trace
 
-    /// Calls and events in the picture, the last ones.
+    /// The last calls and signals, for the picture.
     static const std::size_t mostMarks = 20000;
 
 private:
-    // A call from a connection, by the serial number of the message.
+    // Identifies a call: the caller's connection and the serial number of the message.
     using Key = std::pair<QByteArray, quint32>;
 
     struct Pending

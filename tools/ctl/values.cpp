@@ -197,7 +197,7 @@ QString wireTypeShown(const QString &wire)
 
 std::optional<QString> exactText(const QByteArray &utf8)
 {
-    // Behind another character, Qt takes no U+FEFF for a mark of the encoding, which it drops.
+    // Qt removes a U+FEFF at the beginning, as a byte order mark, but not after another character.
     const QString text = QString::fromUtf8(' ' + utf8).mid(1);
     return text.toUtf8() == utf8 ? std::optional<QString>(text) : std::nullopt;
 }
@@ -225,7 +225,7 @@ QString wrongArgument(int index, const QString &name, const QString &text, const
     bool isNumber = false;
     const double number = text.toDouble(&isNumber);
     QString expected = QLatin1String(type ? type->words : "a number");
-    // Such a text is a number, too.
+    // Otherwise the message would be false: 1.5 is a number, too.
     if (isNumber && number != std::floor(number)) {
         expected.replace(QLatin1String("a number"), QLatin1String("a whole number"));
     }

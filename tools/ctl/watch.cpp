@@ -17,7 +17,7 @@ struct Row
 {
     const Property *property;
     HNIPCReading reading;
-    QString shown; ///< the latest line
+    QString shown; ///< the last printed value
 };
 
 // The live table.
@@ -34,11 +34,11 @@ private:
     const Context &m_context;
     const bool m_isTable;
     std::vector<Row> m_rows;
-    QTimer m_redraw; // a flood of signals is drawn a few times a second only
+    QTimer m_redraw; // limits how often a flood of signals is drawn
     bool m_drawn = false;
 };
 
-// A read that has failed is told even where a signal has brought a value meanwhile.
+// A failed read is shown even if a signal has brought a value.
 Outcome outcomeOf(const Row &row) { return outcomeOf(*row.property->method->daemon, row.reading); }
 
 bool isKnown(const Row &row)
@@ -67,7 +67,7 @@ Watch::Watch(const Context &context)
     QObject::connect(&m_redraw, &QTimer::timeout, [this]() { draw(); });
     if (m_isTable) {
         Console::hideCursor([this]() {
-            m_drawn = false; // below what the shell has printed meanwhile
+            m_drawn = false; // draws a new table below the shell's output
             draw();
         });
         m_redraw.start();
@@ -82,7 +82,7 @@ void Watch::onChanged(Row *row)
         m_redraw.start();
     } else if (!m_isTable && isKnown(*row)) {
         const Outcome outcome = outcomeOf(*row);
-        // That a value has been confirmed is nothing new.
+        // A read that confirms the value of a signal prints nothing.
         if (row->shown != textOf(outcome)) {
             row->shown = textOf(outcome);
             print(*row, outcome);

@@ -101,7 +101,7 @@ QVariant valueOf(DBusMessageIter *iterator)
     case DBUS_TYPE_OBJECT_PATH:
     case DBUS_TYPE_SIGNATURE:
         return QString::fromUtf8(basic<const char *>(iterator));
-    case DBUS_TYPE_UNIX_FD: // to read it would open it here
+    case DBUS_TYPE_UNIX_FD: // libdbus would duplicate the descriptor
         return QStringLiteral("file descriptor");
     case DBUS_TYPE_ARRAY:
         return arrayOf(iterator);

@@ -6,8 +6,8 @@
 
 struct DBusMessage;
 
-/// The arguments of a message of the bus library, whatever their types, made of the plain types of
-/// values.h. A file descriptor is text, since it means nothing to another process.
+/// The arguments of a message of libdbus, converted to the plain types of values.h. A file descriptor
+/// becomes a string, because its number has no meaning in another process.
 QVariantList wireValues(DBusMessage *message);
 
 #endif
