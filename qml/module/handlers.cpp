@@ -20,9 +20,9 @@ void ListRelay::relay(const QStringList &list, const QString &text)
                   Q_ARG(QString, text));
 }
 
-// The twins are the first methods of their class. An object that the engine has extended has them
-// itself: if the extension emitted them, Qt 5 would count the notifying signal of a property twice,
-// and emit the wrong ones.
+// Whether the engine has extended the object, which then has the twins itself. The object has to emit
+// them: if the extension did, Qt 5 would count the notify signal of a property twice, and emit the
+// wrong signals. The twins are the first methods of their class.
 static bool isExtended(const QObject *object, const QMetaObject &twins)
 {
     const QByteArray first = twins.method(twins.methodOffset()).methodSignature();
@@ -73,7 +73,7 @@ QObject *HandlersInQml::handlersOf(QObject *client)
     return qobject_cast<HNIPCEvents *>(client) ? handlersFor<HNIPCEventsInQml>(client) : nullptr;
 }
 
-// moc has them under the names of the classes that they extend.
+// moc generates the extensions under the names of the classes that they extend.
 #define HNIPC HNIPCInQml
 #include "moc_hnipcinqml.cpp"
 #undef HNIPC

@@ -6,11 +6,10 @@
 #include <QtCore/QObject>
 #include <QtCore/QStringList>
 
-/// Connects each signal of a class to its twin, of which QML finds the handler. @p object is of the
-/// class @p from; the twins are emitted by @p object itself if the engine has extended it,
-/// otherwise by
-/// @p extension, which is of the class @p twins. The signals that have twins, and the twins, are
-/// the first methods of their class, in the same order.
+/// Connects each signal of a class to its twin, for which QML finds the handler. @p object is of the
+/// class @p from, and @p extension of the class @p twins. If the engine has extended @p object, it
+/// emits the twins itself; otherwise @p extension does. The signals that have twins, and the twins,
+/// are the first methods of their class, in the same order.
 void connectTwins(QObject *object, const QMetaObject &from, QObject *extension,
                   const QMetaObject &twins);
 
@@ -48,7 +47,7 @@ public:
     explicit HandlersInQml(QObject *caller) : QObject(caller) {}
 
     /// The object that has the handlers of @p client, an HNIPC or HNIPCEvents: @p client itself if
-    /// QML has made it. Null for null and for an object of another class.
+    /// QML has created it. Null for null and for an object of another class.
     Q_INVOKABLE QObject *handlersOf(QObject *client);
 };
 

@@ -12,13 +12,13 @@
 #include <QtQml/QQmlParserStatus>
 #include <QtQml/qqml.h>
 
-// A client, or events, that QML creates. To QML it is of the class itself, since it has no
-// meta-object of its own, so an object that C++ made can stand wherever the type is asked for.
+// A client or an HNIPCEvents that QML creates. It has no meta-object of its own, so QML takes it for
+// the class itself, and an object that C++ has created can be used wherever QML expects the type.
 template <typename Class>
 class WithHandlers : public Class, public QQmlParserStatus
 {
 public:
-    // QML makes the extension, which relays to the handlers, when it is first read from.
+    // QML creates the extension, which relays signals to the handlers, when it first reads from it.
     void classBegin() override { this->property("isRelayed"); }
     void componentComplete() override {}
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writes what editors and qmllint know of the module.
+// Writes the type information of the module, for editors and qmllint.
 
 #include "hnipceventsinqml.h"
 #include "hnipcinqml.h"
@@ -16,12 +16,12 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaProperty>
 
-// QML's tools know fewer types: of a number of 64 bits, JavaScript has what a double holds, and
-// into a record or a table it cannot look.
+// QML's tools know fewer types: a 64-bit number is a double in JavaScript, and the contents of records
+// and tables are unknown to it.
 static QByteArray typeName(const QMetaObject &meta, const QByteArray &name)
 {
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    const QByteArray anything = "variant"; // qmllint asks what members QVariant has
+    const QByteArray anything = "variant"; // for QVariant, qmllint would look up members
 #else
     const QByteArray anything = "QVariant";
 #endif
@@ -119,8 +119,8 @@ int main(int argc, char **argv)
     if (argc != 2) {
         return 2;
     }
-    // That a class is extended by another, not every tool understands; that it inherits it, each.
-    // So it is with attached types, which Qt 5's tools do not look into.
+    // Not every tool understands extended classes, but each understands base classes, so an extension
+    // is written as a base class. So is an attached type, which Qt 5's tools ignore.
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     const QByteArray ofClients = "HandlersInQml";
     const QByteArray ofCalls = "ValueInQml";

@@ -6,7 +6,8 @@
 #include <QtQml/QQmlEngine>
 #include <QtQml/QQmlInfo>
 
-// As JavaScript has it: a list of any kind, or none. False for anything else.
+// Converts a list of any kind of JavaScript; undefined and null are empty lists. Returns false for
+// anything else.
 static bool readList(const QJSValue &value, QVariantList *list)
 {
     if (value.isUndefined() || value.isNull()) {
@@ -40,7 +41,7 @@ void CallInQml::call(const QString &method, const QJSValue &parameters, const QJ
     request->setArguments(list);
     connect(request, &HNIPCRequest::finished, this, [this, request, callback]() {
         request->deleteLater();
-        QQmlEngine *current = qmlEngine(parent()); // null once the caller's document has gone
+        QQmlEngine *current = qmlEngine(parent()); // null after the caller's document was destroyed
         if (!current || !callback.isCallable()) {
             return;
         }
@@ -64,12 +65,12 @@ void CallInQml::call(const QString &method, const QJSValue &parameters, const QJ
 RequestInQml::RequestInQml()
 {
     connect(this, &HNIPCRequest::stateChanged, this, [this]() { hold(); });
-    // Queued, since an object that is being collected has no handlers any more.
+    // Queued: an object that JavaScript is collecting no longer has handlers.
     connect(
         this, &HNIPCRequest::finished, this, [this]() { release(); }, Qt::QueuedConnection);
 }
 
-// By a reference, which ends with the engine and leaves destroy() possible.
+// Keeps a JavaScript reference to the object. It ends with the engine, and destroy() still works.
 void RequestInQml::hold()
 {
     QQmlEngine *engine = qmlEngine(this);

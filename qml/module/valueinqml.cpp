@@ -74,7 +74,7 @@ QVariant readableInQml(const QVariant &value)
         return readableTable(value.toHash());
     case QMetaType::QVariantMap:
         return readableTable(value.toMap());
-    case QMetaType::QStringList: // which would be a sequence of another kind
+    case QMetaType::QStringList: // otherwise it would not be an Array in JavaScript
     case QMetaType::QVariantList:
         return readable(value.toList());
     default:

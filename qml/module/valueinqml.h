@@ -8,13 +8,13 @@
 class HNIPCReading;
 class HNIPCRequest;
 
-/// A value in types that JavaScript has without loss. A supply record or a table is an object,
-/// whose properties are the fields or keys; a number of 64 bits is decimal text; bytes are base64
-/// text; a list of strings is an Array. The same applies within objects and lists. All else is as
-/// in C++.
+/// Converts a value to JavaScript without loss. A supply record or a table becomes an object, whose
+/// properties are the fields or keys. A 64-bit number becomes a decimal string, a byte array a base64
+/// string, and a list of strings an Array. The same applies within objects and lists. All other
+/// values stay as in C++.
 QVariant readableInQml(const QVariant &value);
 
-/// The value of a request or reading in QML, in place of the one of its class: see readableInQml().
+/// The value of a request or reading in QML, in place of the class's own `value`: see readableInQml().
 class ValueInQml : public QObject
 {
     Q_OBJECT

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A button: its name, the key that presses it, and below what it is about or what became of it.
+// A button: its name and its key, and below them its purpose or the outcome of its command.
 Rectangle {
     id: root
 
@@ -11,9 +11,9 @@ Rectangle {
     property string outcome: ""
     property bool good: true
     property bool atWork: false
-    property bool primary: false // the one that a person wants most
-    property bool dangerous: false // something is lost by it
-    property bool possible: true // else it is dimmed; a touch says why
+    property bool primary: false // the button that the user needs next
+    property bool dangerous: false // the command deletes something
+    property bool possible: true // if false, it is dimmed; a touch shows the reason
 
     readonly property bool isPressed: area.pressed
     readonly property color ink: isPressed ? Theme.textPressed : !possible ? Theme.faint : dangerous ? Theme.fault : Theme.text
@@ -98,7 +98,7 @@ Rectangle {
         verticalAlignment: Text.AlignTop
         lineHeight: 0.9
     }
-    // Moves for as long as the printer is at work.
+    // Moves while the command is pending.
     Loader {
         x: Theme.gap
         y: parent.height - 9 * Theme.unit

@@ -2,31 +2,31 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// What a person can ask of the print engine, and what became of it in their words.
+// A command for the print engine, and its outcome in the user's words.
 QtObject {
     id: root
 
     required property string label
     required property string about
     required property string help
-    required property string done // when the printer says yes
-    required property string no // when the printer says no, and it is not known why
+    required property string done // the outcome if the reply is true
+    required property string no // the outcome if the reply is false for an unknown reason
     required property Engine engine
 
     property alias method: request.method
     property alias parameters: request.parameters
 
-    property bool isJobCommand: false // which takes a job away, so no error hinders it
+    property bool isJobCommand: false // stops or removes a job, which works during an error, too
 
     readonly property bool atWork: request.pending
     readonly property bool possible: engine.isThere
-    property string outcome: "" // empty before the first, while at work, and when it has expired
-    property string detail: "" // the outcome with all that the daemon said
-    property bool good: true // the outcome is what was wanted
-    property bool isOpen: false // the printer said yes, and is not through with it
-    property int cause: 0 // the error that is the reason for the outcome
-    property bool isOfAbsence: false // the absence of the print engine is
-    property int endsBefore: 0 // Engine.jobEnds when it was given
+    property string outcome: "" // empty before the first command, while pending, and after expiry
+    property string detail: "" // the outcome with the daemon's whole text
+    property bool good: true // whether the command was carried out
+    property bool isOpen: false // the reply was true, but the printer is still working
+    property int cause: 0 // the error code that is the reason for the outcome
+    property bool isOfAbsence: false // the reason is that the print engine is not running
+    property int endsBefore: 0 // Engine.jobEnds when the command was given
 
     signal answered
     signal told(string text, string detail)
@@ -60,7 +60,7 @@ QtObject {
         }
     ]
 
-    // Nothing while it is at work.
+    // Does nothing while the command is pending.
     function run() {
         if (atWork)
             return;
@@ -69,7 +69,7 @@ QtObject {
         request.send();
     }
 
-    // The outcome is of no interest any more.
+    // Removes the outcome.
     function forget() {
         outcome = "";
         isOpen = false;
@@ -77,7 +77,7 @@ QtObject {
         isOfAbsence = false;
     }
 
-    // The final outcome of a command to which the printer said yes. Ignored if it has one already.
+    // Sets the final outcome of a command whose reply was true. Ignored if it has one already.
     function settle(text: string, isGood: bool, error: int) {
         if (isOpen)
             show(text, text, isGood, error);
@@ -96,7 +96,7 @@ QtObject {
         const error = isJobCommand ? 0 : engine.error;
         let text = request.errorText;
         if (request.outcome === HNIPCRequest.Answered) {
-            // The printer does not say why it says no; an error that stands is the likeliest reason.
+            // The reply false has no reason; the current error is the likeliest one.
             const refusal = error !== 0 ? qsTr("refused: %1").arg(Words.error(error)) : no;
             text = request.done ? done : refusal;
             show(text, text, request.done, request.done ? 0 : error);

@@ -7,7 +7,7 @@ ActionButton {
 
     required property Command command
 
-    property bool asks: false // first, which its owner does
+    property bool asks: false // the owner asks for confirmation first
 
     label: command.label
     about: command.about

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// Whether a daemon is on the bus, and replies.
+// Shows whether a daemon is running and replies.
 Rectangle {
     id: root
 

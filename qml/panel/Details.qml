@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// All that was said.
+// The whole text of a message.
 Sheet {
     id: root
 

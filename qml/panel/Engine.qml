@@ -2,7 +2,7 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// What is known of the print engine: absent, silent, stopped and why, printing, or ready.
+// The state of the print engine: not running, without reply, stopped and why, printing, or ready.
 QtObject {
     id: root
 
@@ -15,16 +15,16 @@ QtObject {
     readonly property bool isBusLost: errorReading.reason === HNIPCRequest.BusLost
     readonly property bool isSilent: silence.isOver && errorReading.reason !== HNIPCRequest.DaemonError
 
-    // By a job that this panel has started, or by the labels that come out.
+    // True after this front panel has started a job, or while labels are printed.
     readonly property bool isPrinting: labelTimer.running
     property bool jobRuns: false
-    property bool jobWaits: false // stopped by this panel, or by an error
-    property int jobEnds: 0 // how often a job has ended
-    property int labels: 0 // that have come out since it began
+    property bool jobWaits: false // stopped by this front panel, or by an error
+    property int jobEnds: 0 // the number of jobs that have ended
+    property int labels: 0 // the number of labels since the job began
 
     readonly property bool isAlertSaid: state === "warning" && !jobWaits
 
-    // Of Theme.colorOf()
+    // A state of Theme.colorOf()
     readonly property string state: {
         if (!daemons.known)
             return isBusLost ? "fault" : "unknown";
@@ -97,7 +97,7 @@ QtObject {
             interval: root.jobRuns ? Theme.jobTime : Theme.movingTime
             onTriggered: root.endJob(false)
         },
-        // The label that is in the machine when a job is cancelled.
+        // Ignores the last label, which is still printed after a job was cancelled.
         Timer {
             id: lastLabel
 

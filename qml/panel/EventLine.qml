@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// When something happened, and what.
+// An event: its time and its text.
 Item {
     id: root
 

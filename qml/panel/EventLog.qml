@@ -2,7 +2,7 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// What has happened, the latest first, with its time.
+// The events with their times, the newest first.
 QtObject {
     id: root
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// What the commands do.
+// The help: a line for each command.
 Sheet {
     id: root
 

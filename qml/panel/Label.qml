@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A text of the panel: one line that is as wide as it may be.
+// A text in one line, which is cut at its width.
 Text {
     color: Theme.text
     font.pixelSize: Theme.normal

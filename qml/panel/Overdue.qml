@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// Whether a daemon has been waited for too long.
+// Whether a daemon has not replied for too long.
 Timer {
     id: root
 

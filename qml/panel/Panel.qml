@@ -2,8 +2,8 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// The printer's front panel, for any size of screen: the rolls beside what happens where it is wide,
-// above it where it is high.
+// The printer's front panel, for any size of screen. The rolls are beside the events if the window is
+// wide, and above them if it is high.
 Rectangle {
     id: root
 
@@ -14,17 +14,17 @@ Rectangle {
 
     readonly property var commands: [printCommand, feedCommand, cutCommand, calibrateCommand, cancelCommand, loadCommand, clearCommand]
 
-    // What else a person should know.
+    // Further messages for the user.
     readonly property string note: Words.sentence(Words.list([engine.alert !== 0 && !engine.isAlertSaid && engine.isThere ? Words.alert(engine.alert) : "", daemons.known && !daemons.supplyd ? qsTr("supply daemon is not running") : "", daemons.known && !daemons.ioexpd ? qsTr("the printer's buttons do not work") : ""], "; "))
 
     // Milliseconds
-    property int patience: 30000 // when a command has no reply until then, a person goes and looks
-    property int outcomeTime: 60000 // an outcome is shown
-    property int movingTime: 10000 // after a label, the printer is taken to be printing
-    property int jobTime: 60000 // without a label, a job of this panel is taken to have ended
-    property int overdueTime: 3000 // a daemon that has not replied until then is said to be silent
+    property int patience: 30000 // the timeout of a command
+    property int outcomeTime: 60000 // how long an outcome is shown
+    property int movingTime: 10000 // how long the printer counts as printing after a label
+    property int jobTime: 60000 // without a label for so long, a job of this panel counts as ended
+    property int overdueTime: 3000 // after this time without a reply, "no reply" is shown
 
-    property Item lastFocus: null // what had it before the sheet
+    property Item lastFocus: null // the item that had the focus before the sheet
 
     function show(file: string, properties) {
         closeSheet();
@@ -41,7 +41,7 @@ Rectangle {
         next.forceActiveFocus();
     }
 
-    // Of this line and those before it.
+    // Shows the whole texts of this line and up to nine older ones.
     function showDetails(index: int) {
         const texts = [];
         for (let i = index; i < Math.min(log.model.count, index + 10); ++i)
@@ -60,7 +60,7 @@ Rectangle {
                 });
     }
 
-    // A button, or the list of events.
+    // The button that has the focus, or the list of events.
     function focusedItem() {
         for (let i = 0; i < buttons.children.length; ++i) {
             if (buttons.children[i].activeFocus)
@@ -69,7 +69,7 @@ Rectangle {
         return events.activeFocus ? events : null;
     }
 
-    // The arrow keys, among the buttons.
+    // Moves the focus among the buttons with the arrow keys.
     function moveFocus(key: int) {
         const towardsEnd = LayoutMirroring.enabled ? Qt.Key_Left : Qt.Key_Right;
         const across = key === Qt.Key_Left || key === Qt.Key_Right;
@@ -92,7 +92,7 @@ Rectangle {
     implicitWidth: 800
     implicitHeight: 480
 
-    // 1 is Qt.RightToLeft. The first name of that kind makes QML read all two thousand.
+    // 1 is Qt.RightToLeft. The name itself would make QML load all two thousand names of Qt.
     LayoutMirroring.enabled: Qt.application.layoutDirection === 1 // qmllint disable
     LayoutMirroring.childrenInherit: true
 
@@ -131,7 +131,7 @@ Rectangle {
         value: root.overdueTime
     }
 
-    // No letter does anything, since a barcode scanner types them.
+    // Letters have no effect, because a barcode scanner types them.
     Keys.onPressed: function (event) {
         if ([Qt.Key_Left, Qt.Key_Right, Qt.Key_Up, Qt.Key_Down].includes(event.key)) {
             moveFocus(event.key);
@@ -209,7 +209,7 @@ Rectangle {
                 isOpen = true;
                 engine.startJob();
             } else {
-                forget(); // it has ended before the reply came
+                forget(); // the job has ended before the reply arrived
             }
         }
     }
@@ -302,7 +302,7 @@ Rectangle {
     HNIPCReading {
         id: ribbonSkus
 
-        // The signal may be of another printer, so its argument is not used.
+        // The signal may be about another printer, so its argument is not used.
         method: "supplyRibbonSKUsCached"
         signals: ["RibbonChanged"]
         deadline: Theme.patience
@@ -393,7 +393,7 @@ Rectangle {
         }
     }
 
-    // Not to be reached behind a sheet, by a wheel or a screen reader.
+    // Disabled behind a sheet, so that neither a wheel nor a screen reader reaches it.
     Item {
         objectName: "page"
         visible: !root.openSheet
@@ -412,7 +412,7 @@ Rectangle {
             Grid {
                 id: switches
 
-                // In one row each has what its name takes, and a part of the rest.
+                // In one row, each button has the width of its name and a part of the rest.
                 readonly property real rest: (width - 3 * spacing - lid.implicitWidth - latch.implicitWidth - cutterCover.implicitWidth - cutterHome.implicitWidth) / 4
                 readonly property real half: (width - spacing) / 2
 
@@ -514,11 +514,11 @@ Rectangle {
                 clip: true
                 model: log.model
                 activeFocusOnTab: true
-                currentIndex: -1 // or it would follow a line, and leave the latest one
+                currentIndex: -1 // otherwise the list would follow a line, not show the newest one
                 onActiveFocusChanged: {
                     if (activeFocus)
                         currentIndex = Math.max(0, currentIndex);
-                    else if (root.lastFocus !== events) // else it comes back to its line
+                    else if (root.lastFocus !== events) // otherwise the line stays selected
                         currentIndex = -1;
                 }
                 highlightMoveDuration: 0
@@ -531,7 +531,7 @@ Rectangle {
                     root.showDetails(currentIndex)
 
                 delegate: EventLine {
-                    // A line is too low to be hit, so a touch opens all that are seen.
+                    // A line is too low for a finger, so a touch opens all visible lines.
                     onActivated: root.showDetails(Math.max(0, events.indexAt(0, events.contentY))) // qmllint disable unqualified
                 }
             }
@@ -620,7 +620,7 @@ Rectangle {
         }
     }
 
-    // The sheet that is shown. It is loaded when it is, for the panel to start faster.
+    // The open sheet. It is loaded when it is opened, so that the panel starts faster.
     Loader {
         id: sheetLoader
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A text to be read: as many lines as it takes, and a screen reader finds it.
+// A text in as many lines as it needs, which a screen reader finds.
 Label {
     wrapMode: Text.Wrap
     Accessible.role: Accessible.StaticText

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// Asks before a job is lost. The answer that loses nothing comes first.
+// Asks for confirmation before a job is dropped. The button that keeps the job is the first.
 Sheet {
     id: root
 

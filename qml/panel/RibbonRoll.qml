@@ -10,17 +10,17 @@ Roll {
 
     readonly property var panels: [panel1, panel2, panel3, panel4]
 
-    // One name for each colour that the ribbon has.
+    // One name for each colour of the ribbon.
     function readNames() {
         if (skus.known && !skus.current)
-            return; // the colours may be those of the next ribbon already
+            return; // the colours may already be those of the next ribbon
         const loaded = skus.known ? skus.value[index] || "" : "";
         const count = loaded !== "" && rgbs.known ? rgbs.value.length : 0;
         panels.forEach((panel, i) => panel.parameters = i < count ? [loaded, i + 1] : []);
     }
 
     title: qsTr("Ribbon %1").arg(index + 1)
-    // After the signal of a change no SKU is shown until it has been read: it would be the former one.
+    // After a signal of a change, no SKU is shown until it has been read: it would be the old one.
     known: skus.current
     sku: known ? Words.brief(skus.value[index] || "") : ""
     name: panels.filter(panel => panel.known).map(panel => Words.brief(panel.value)).join(", ")

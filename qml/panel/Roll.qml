@@ -2,15 +2,15 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// A supply or a ribbon: its colours, its name, and what is left of it.
+// A supply or a ribbon: its colours, its name, and how much is left.
 Rectangle {
     id: root
 
     required property string title
-    required property bool known // whether something is in
-    required property string sku // empty where nothing is
+    required property bool known // whether sku is up to date
+    required property string sku // empty if no roll is loaded
     required property string name
-    required property HNIPCReading colors // a text of the form #rrggbb, or several
+    required property HNIPCReading colors // a string of the form #rrggbb, or a list of them
     required property HNIPCReading percent
 
     readonly property bool present: sku !== ""

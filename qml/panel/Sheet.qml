@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A page in front of all but the headline. It has the keys while it is shown.
+// A page in front of everything but the headline. It has the keyboard focus while it is open.
 Rectangle {
     id: root
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A state by its shape and its sign, for those who see no difference between the colours.
+// A state as a shape and a sign, for users who cannot distinguish the colours.
 Item {
     id: root
 
-    required property string state // of Theme.colorOf()
+    required property string state // a state of Theme.colorOf()
 
     readonly property var signs: ({
             "good": "\u2713",

@@ -10,14 +10,14 @@ Roll {
     }
 
     title: qsTr("Supply")
-    // After the signal of a change no SKU is shown until it has been read: it would be the former one.
+    // After a signal of a change, no SKU is shown until it has been read: it would be the old one.
     known: loaded.current
     sku: known ? Words.brief(loaded.value) : ""
     name: Words.list([partOf(material), partOf(format), partOf(tint)])
     colors: rgb
     percent: share
 
-    // The signal may be of another printer, so its argument is not used.
+    // The signal may be about another printer, so its argument is not used.
     HNIPCReading {
         id: loaded
 
@@ -43,7 +43,7 @@ Roll {
         valueArgument: 0
         deadline: Theme.patience
     }
-    // Without parameters none is read.
+    // Without parameters, the method is not called.
     HNIPCReading {
         id: material
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 
-// A colour; where a daemon's text named none, a question mark.
+// A colour, or a question mark if the daemon's string is not a colour.
 Rectangle {
     id: root
 

@@ -2,7 +2,7 @@
 import QtQuick 2.15
 import HNIPC 1.0
 
-// A switch of the printer in words, the first for false.
+// A boolean of the printer in words; the first word is for false.
 Rectangle {
     id: root
 
@@ -11,7 +11,7 @@ Rectangle {
     required property string signalName
     required property var words
 
-    property bool alarming: true // when it is true
+    property bool alarming: true // whether the value true is shown as an alarm
 
     readonly property alias reading: reading
     readonly property bool isAlarm: alarming && reading.known && reading.value === true

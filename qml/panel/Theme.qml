@@ -6,7 +6,7 @@ import QtQuick 2.15
 QtObject {
     id: root
 
-    // 1 on a screen of 800 x 480; larger screens show more, and a little larger.
+    // 1 on a screen of 800 x 480. Larger screens show more, and show it a little larger.
     property real unit: 1
 
     // Milliseconds, see Panel.
@@ -27,7 +27,7 @@ QtObject {
 
     readonly property color page: "#10151b"
     readonly property color card: "#1b222b"
-    readonly property color edge: "#6c7987" // of what can be touched, and of tracks
+    readonly property color edge: "#6c7987" // of buttons and tracks
     readonly property color text: "#e8edf2"
     readonly property color faint: "#a9b6c4"
     readonly property color face: "#2a3744"
@@ -37,7 +37,7 @@ QtObject {
     readonly property color focus: "#ffffff"
     readonly property color noColor: "#39434f"
 
-    // Each with a shape of its own, see StateIcon.
+    // StateIcon has a shape for each.
     readonly property color good: "#7fd3a0"
     readonly property color busy: "#8fc7ea"
     readonly property color warning: "#f2bd4b"

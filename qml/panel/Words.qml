@@ -2,8 +2,8 @@
 pragma Singleton
 import QtQuick 2.15
 
-// The printer in the words of the person who stands before it. Codes are those of the simulated
-// print engine; a code that is not known is shown as it is.
+// Codes and signals of the printer in the user's words. Codes are those of the simulated print
+// engine; an unknown code is shown as a number.
 QtObject {
     function error(code: int): string {
         switch (code) {
@@ -47,7 +47,7 @@ QtObject {
         }
     }
 
-    // A daemon's signal in words; empty for one that is of no interest to a person.
+    // A daemon's signal in words; empty for signals that are not shown.
     function event(name: string, values): string {
         const value = values[0];
         switch (name) {
@@ -92,12 +92,12 @@ QtObject {
         return words.charAt(0).toUpperCase() + words.slice(1);
     }
 
-    // A daemon's text as a line can take it.
+    // A daemon's text, cut to the length of a line.
     function brief(text: string): string {
         return shortened(text, 200);
     }
 
-    // And as a page can take it.
+    // A daemon's text, cut to the length of a page.
     function whole(text: string): string {
         return shortened(text, 4000);
     }
@@ -108,12 +108,12 @@ QtObject {
         return kept.replace(/\s+/g, " ").trim() + (tooLong ? "\u2026" : "");
     }
 
-    // Those that are not empty.
+    // The texts that are not empty.
     function list(texts, separator): string {
         return texts.filter(text => text !== "").join(separator || ", ");
     }
 
-    // One text or a list of them, of which eight are shown.
+    // A string or a list of strings as a list, cut after eight.
     function several(texts) {
         return Array.from(typeof texts === "string" ? [texts] : texts).slice(0, 8);
     }
@@ -122,7 +122,7 @@ QtObject {
         return several(texts).map(text => checkedColor(text));
     }
 
-    // The colour that a daemon's text names, or an empty text where it is none.
+    // The colour in a daemon's string; empty if it is not a colour.
     function checkedColor(text) {
         return /^#[0-9A-Fa-f]{6}$/.test(text) ? text : "";
     }

@@ -5,7 +5,7 @@
 #include <QtGui/QGuiApplication>
 #include <QtGui/QKeyEvent>
 
-static const int burst = 120; // ms; people are slower, scanners are faster
+static const int burst = 120; // ms between two keys: people are slower, scanners are faster
 static const int afterText = 1000;
 
 static bool movesFocus(int key)
@@ -50,7 +50,8 @@ void KeyGuard::Moment::set(const QKeyEvent &event)
     timestamp = ulong(event.timestamp());
 }
 
-// While the program is busy, keys wait, and the clock takes them for later than they are.
+// While the program is busy, keys wait, so the clock shows a later time than that of the key. If the
+// window system has a time for the key, that is used, too.
 bool KeyGuard::Moment::isWithin(int milliseconds, const QKeyEvent &later) const
 {
     const ulong now = ulong(later.timestamp());
@@ -63,7 +64,7 @@ KeyGuard::KeyGuard(QObject *window) : QObject(window)
 {
     m_pause.setSingleShot(true);
     m_pause.setInterval(burst);
-    // Keys that came while the program was busy go first.
+    // Keys that were pressed while the program was busy are processed first.
     m_turn.setSingleShot(true);
     m_turn.setInterval(0);
     connect(&m_pause, &QTimer::timeout, &m_turn, QOverload<>::of(&QTimer::start));
@@ -87,10 +88,10 @@ bool KeyGuard::eventFilter(QObject *watched, QEvent *event)
     return QObject::eventFilter(watched, event);
 }
 
-// True for a key that does not arrive, or not yet.
+// Returns true if the key is dropped or delayed.
 bool KeyGuard::onPress(const QKeyEvent &event)
 {
-    if (isModifier(event.key())) { // a person presses the key that it is for as quickly
+    if (isModifier(event.key())) { // does not count: people press the next key as quickly
         drop();
         return true;
     }
@@ -110,7 +111,7 @@ bool KeyGuard::onPress(const QKeyEvent &event)
         }
         return false;
     }
-    if (event.isAutoRepeat()) { // of a key that a person holds
+    if (event.isAutoRepeat()) { // the key is held down
         return true;
     }
     drop();
@@ -131,7 +132,7 @@ void KeyGuard::drop()
 
 void KeyGuard::deliver()
 {
-    if (QGuiApplication::focusObject() != m_focus) { // it would press something else
+    if (QGuiApplication::focusObject() != m_focus) { // the key would press another button
         return;
     }
     m_isDelivering = true;

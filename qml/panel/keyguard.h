@@ -11,25 +11,26 @@
 
 class QKeyEvent;
 
-/// Keeps a window from what a barcode scanner types. A scanner is a keyboard to Qt: it sends its
-/// letters in a burst, with Enter at the end, and Enter would press the button that has the focus.
+/// Protects a window from the input of a barcode scanner. To Qt, a scanner is a keyboard: it sends
+/// its letters in a burst, with Enter at the end, and Enter would press the button with the focus.
 ///
-/// Keys that press something wait until no other key has followed for 120 ms, and are dropped if the
-/// focus is elsewhere by then; letters, digits and signs never arrive, nor does what follows one of them within a second. Keys that only move the
-/// focus are let through at once outside of that second.
+/// Letters, digits and signs are always dropped, and so is any key within a second after one of them.
+/// Outside of that second, a key that only moves the focus is delivered at once. Other keys are
+/// delivered after 120 ms, and only if no other key was pressed within 120 ms before or after, and the
+/// focus has not moved.
 class KeyGuard : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Watches all keys of @p window, and belongs to it.
+    /// Filters all keys of @p window, which becomes the parent.
     explicit KeyGuard(QObject *window);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    // When a key came, by the clock and by the window system.
+    // The time of a key, by the clock and by the window system.
     struct Moment
     {
         void set(const QKeyEvent &event);
@@ -47,10 +48,10 @@ private:
     Moment m_text;
     QTimer m_pause;
     QTimer m_turn;
-    int m_key = 0; // that waits
+    int m_key = 0; // the delayed key
     Qt::KeyboardModifiers m_modifiers;
-    QPointer<QObject> m_focus; // where it was pressed
-    QSet<int> m_letThrough;    // keys that are down
+    QPointer<QObject> m_focus; // the focus when the key was pressed
+    QSet<int> m_letThrough;    // delivered keys that are still down
     bool m_isDelivering = false;
 };
 

@@ -13,7 +13,7 @@ QStringList languages()
 void speak(const QLocale &locale)
 {
     QLocale::setDefault(locale);
-    // English has a file for its plurals.
+    // English has a file, too, for plural forms.
     const QString code = locale.name().section(QLatin1Char('_'), 0, 0);
     const QString spoken = languages().contains(code) ? code : languages().constFirst();
     static QTranslator translator;

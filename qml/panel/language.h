@@ -5,11 +5,12 @@
 #include <QtCore/QLocale>
 #include <QtCore/QStringList>
 
-/// The languages that the panel speaks, by their codes.
+/// The codes of the languages of the front panel.
 QStringList languages();
 
-/// Speaks the language of @p locale, with its numbers and its direction; English with the numbers
-/// of the locale if the panel does not speak it. Before the screen is made.
+/// Sets the language, the format of numbers and the direction of text from @p locale. If the front
+/// panel does not have the language, it is English with the locale's numbers. Has to be called before
+/// the screen is created.
 void speak(const QLocale &locale);
 
 #endif

@@ -24,7 +24,7 @@ namespace {
 
 enum ExitCode { Failed = 1, WrongUsage = 2 };
 
-// What "--shoot 2.5=FILE" asks for.
+// The value of --shoot, such as 2.5=FILE.
 struct Shot
 {
     double seconds = -1;
@@ -49,7 +49,7 @@ int fail(int exitCode, const QString &text)
     return exitCode;
 }
 
-// The messages of Qt while it looks for a display. It aborts if there is none, even for --help.
+// Qt's messages while it opens the display. If there is none, Qt aborts, even for --help.
 struct Start
 {
     QStringList messages;
@@ -150,7 +150,7 @@ int main(int argc, char *argv[])
 
     auto shotsLeft = shots.size();
     const auto take = [&view, &shotsLeft](const Shot &shot) {
-        // Not of the window: on some platforms it has none.
+        // Of the root item, because on some platforms the window itself cannot be grabbed.
         const auto picture = view.rootObject()->grabToImage();
         if (!picture) {
             QCoreApplication::exit(
@@ -167,7 +167,7 @@ int main(int argc, char *argv[])
                 }
             });
     };
-    // The clock starts in the event loop, where the window gets its size.
+    // The time begins in the event loop, when the window has its size.
     QTimer::singleShot(0, &view, [&view, &shots, &take]() {
         for (const Shot &shot : std::as_const(shots)) {
             QTimer::singleShot(int(shot.seconds * 1000), &view, [&take, shot]() { take(shot); });
@@ -175,7 +175,7 @@ int main(int argc, char *argv[])
     });
 
     if (parser.isSet(full)) {
-        view.setGeometry(view.screen()->geometry()); // without a window manager nobody else does
+        view.setGeometry(view.screen()->geometry()); // needed if there is no window manager
         view.showFullScreen();
     } else {
         view.resize(800, 480);
