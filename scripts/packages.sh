@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# shellcheck shell=bash disable=SC2034 # used by other scripts
 # Sourced: installs what is missing of the Debian packages named.
 
 # What it takes to build the programs and the QML module, and to run them. The panel needs its QML
@@ -7,6 +8,10 @@ packages_of_programs=(cmake g++ make pkg-config libglib2.0-dev libdbus-1-dev dbu
 packages_of_programs_qt5=(qtbase5-dev qtdeclarative5-dev qttools5-dev-tools qml-module-qtquick2)
 packages_of_programs_qt6=(qt6-base-dev qt6-declarative-dev qt6-l10n-tools qml6-module-qtquick
     qml6-module-qtqml-workerscript)
+
+# What scripts/lint needs. libdbus-1-dev has the DTD of the interface descriptions.
+packages_of_lint=(clang-format-14 codespell git libdbus-1-dev libxml2-utils mandoc python3
+    qt6-declarative-dev-tools qtdeclarative5-dev-tools reuse shellcheck xsltproc)
 
 need_packages() {
     if ! command -v dpkg-query >/dev/null; then

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# shellcheck shell=bash
 # Sourced: whether a build has the QML module and the front panel, which HNIPC_QML=OFF leaves out.
 
 has_target() {

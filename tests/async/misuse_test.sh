@@ -29,10 +29,10 @@ void misuse(HNIPCRequest *request, HNIPCReading *reading)
 PROGRAM
     output=$("$@" -include "$scratch/headers.h" -fsyntax-only "$scratch/misuse.cpp" 2>&1) \
         && compiles=yes || compiles=no
-    if [ "$message" = - ] && [ $compiles = no ]; then
+    if [ "$message" = - ] && [ "$compiles" = no ]; then
         printf 'does not compile: %s\n%s\n' "$statement" "$output"
         failed=1
-    elif [ "$message" != - ] && { [ $compiles = yes ] || [[ $output != *"$message"* ]]; }; then
+    elif [ "$message" != - ] && { [ "$compiles" = yes ] || [[ $output != *"$message"* ]]; }; then
         printf 'expected "%s": %s\n%s\n' "$message" "$statement" "$output"
         failed=1
     fi

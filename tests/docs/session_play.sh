@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: MIT
+# shellcheck shell=bash disable=SC2317 # the session calls the functions
 #
 # session_play.sh SESSION: what session_test.sh runs in the sandbox.
 
@@ -36,7 +37,8 @@ until_on_bus() {
 bus() {
     dbus-daemon --config-file="$SESSION_DIRECTORY/$1" --nofork --print-address=1 >address &
     until_says address unix:
-    export DBUS_SYSTEM_BUS_ADDRESS=$(cat address)
+    DBUS_SYSTEM_BUS_ADDRESS=$(cat address)
+    export DBUS_SYSTEM_BUS_ADDRESS
 }
 
 while IFS= read -r line <&3; do

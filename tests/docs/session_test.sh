@@ -26,6 +26,7 @@ what_differs_aside() {
             s/^TIME +[0-9]+\.[0-9]{2} ms ([^ ]+) [0-9]+ +/TIME DURATION \1 N /'
 }
 
+# shellcheck disable=SC2013 # word by word
 for program in $(sed -n 's/^needs: //p' "$session"); do
     command -v "$program" >/dev/null || { echo "skipped: there is no $program"; exit 77; }
 done
@@ -34,8 +35,8 @@ unset CI BUILD_NUMBER # pytest prints longer lines where one of them is set
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 export HOME=$work SESSION_DIRECTORY=$here
-options=$(sed -n 's/^sandbox: //p' "$session")
-(cd "$work" && hnipc-sandbox $options -- bash "$here/session_play.sh" "$session" >"$work/.played") \
+read -ra options < <(sed -n 's/^sandbox: //p' "$session") || true # a session needs none
+(cd "$work" && hnipc-sandbox "${options[@]}" -- bash "$here/session_play.sh" "$session" >"$work/.played") \
     || { code=$?; cat "$work/.played"; exit $code; }
 
 diff --label "the manual: $session" --label "as it is" -u \

@@ -96,8 +96,9 @@ fi
 # Every public header stands alone, and nothing else was installed.
 export PKG_CONFIG_PATH=$libdir/pkgconfig${PKG_CONFIG_PATH:+:$PKG_CONFIG_PATH}
 standard=$([ "$qt" -ge 6 ] && echo c++17 || echo c++11)
+read -ra flags < <(pkg-config --cflags "$name")
 for header in "$prefix"/include/hnipc/*.h; do
-    g++ -std=$standard -fPIC -fsyntax-only $(pkg-config --cflags "$name") -x c++ "$header"
+    g++ -std="$standard" -fPIC -fsyntax-only "${flags[@]}" -x c++ "$header"
 done
 diff <(cd "$source/include" && find hnipc -type f | sed 's/\.in$//' | sort) \
      <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)

@@ -52,10 +52,8 @@ int main()
 }
 CODE
 standard=$([ "$qt" -ge 6 ] && echo c++17 || echo c++11)
-# Word by word: they are options.
-# shellcheck disable=SC2046
-"${CXX:-g++}" -std=$standard -fPIC "$work/version.cpp" -o "$work/version" \
-    $(pkg-config --cflags --libs "$name")
+read -ra flags < <(pkg-config --cflags --libs "$name")
+"${CXX:-g++}" -std="$standard" -fPIC "$work/version.cpp" -o "$work/version" "${flags[@]}"
 says "the header and the library" "header $version
 number $version
 library $version" "$("$work/version")"
