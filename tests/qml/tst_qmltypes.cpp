@@ -124,7 +124,6 @@ private Q_SLOTS:
     void attachedMethodsAreDescribed();
     void outcomesAreDescribed();
     void documentsOfTheTestsAreClean();
-    void documentsOfTheTestsAreFormatted();
     void everyMemberIsKnown();
     void everyMemberOfEventsIsKnown();
     void everyMemberOfAReadingIsKnown();
@@ -392,22 +391,6 @@ void tst_QmlTypes::documentsOfTheTestsAreClean()
     }
 #if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) // the linter of Qt 5 knows no inline components
     QCOMPARE(lint(QString::fromLatin1(HNIPC_QML_EXAMPLE)), QByteArray());
-#endif
-}
-
-void tst_QmlTypes::documentsOfTheTestsAreFormatted()
-{
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    HNIPC_SKIP("the formatters of Qt 5 and 6 disagree");
-#else
-    for (const char *document : documents) {
-        QFile file(pathOf(document));
-        QVERIFY(file.open(QFile::ReadOnly));
-        QProcess process;
-        process.start(QString::fromLatin1(HNIPC_QMLFORMAT), { file.fileName() });
-        QVERIFY(process.waitForFinished());
-        QCOMPARE(file.readAll(), process.readAllStandardOutput());
-    }
 #endif
 }
 

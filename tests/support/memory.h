@@ -17,6 +17,11 @@ extern "C" size_t __sanitizer_get_current_allocated_bytes();
 
 // An unknown value is always the same number: a sanitizer keeps freed memory for a while.
 static const long untold = -1;
+#ifdef HNIPC_SANITIZED
+#define HNIPC_WHY_UNTOLD "a sanitizer replaces the heap"
+#else
+#define HNIPC_WHY_UNTOLD "this system does not count the memory in use"
+#endif
 
 #if defined(__GLIBC__) && !defined(HNIPC_SANITIZED)
 #if __GLIBC_PREREQ(2, 33)
