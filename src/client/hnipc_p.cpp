@@ -249,41 +249,6 @@ template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantMap>(Type, Name, Arg, 
 template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantHash>(Type, Name, Arg, Arg, Arg, Arg,
                                                                 Arg);
 
-// ---- One row of the client -----------------------------------------------------------------
-
-// The argument at this place, or none behind the last.
-static QVariant argumentAt(Arguments arguments, std::size_t place)
-{
-    return place < arguments.size() ? arguments.begin()[place].wrapped() : QVariant();
-}
-
-QVariant HNIPCPrivate::callWith(Call member, HNIPCServer::ServerType type, const char *method,
-                                Arguments arguments)
-{
-    return (this->*member)(type, QLatin1String(method), argumentAt(arguments, 0),
-                           argumentAt(arguments, 1), argumentAt(arguments, 2),
-                           argumentAt(arguments, 3), argumentAt(arguments, 4));
-}
-
-// No conversion is looked for: a valid answer is of exactly the type.
-template <typename T>
-T HNIPCPrivate::answer(HNIPCServer::ServerType type, const char *method, Arguments arguments)
-{
-    const QVariant value = callWith(&HNIPCPrivate::call<T>, type, method, arguments);
-    return value.isValid() ? *static_cast<const T *>(value.constData()) : T();
-}
-
-template int HNIPCPrivate::answer(Type, const char *, Arguments);
-template bool HNIPCPrivate::answer(Type, const char *, Arguments);
-template uint HNIPCPrivate::answer(Type, const char *, Arguments);
-template qulonglong HNIPCPrivate::answer(Type, const char *, Arguments);
-template double HNIPCPrivate::answer(Type, const char *, Arguments);
-template QByteArray HNIPCPrivate::answer(Type, const char *, Arguments);
-template QString HNIPCPrivate::answer(Type, const char *, Arguments);
-template QStringList HNIPCPrivate::answer(Type, const char *, Arguments);
-template QVariantHash HNIPCPrivate::answer(Type, const char *, Arguments);
-template SupplyInformation HNIPCPrivate::answer(Type, const char *, Arguments);
-
 // ---- The relay -----------------------------------------------------------------------------
 
 void HNIPCPrivate::connectSignals()

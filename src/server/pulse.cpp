@@ -3,12 +3,8 @@
 
 #include "common/serviceidentity_p.h"
 
-bool sendPulse(HNIPCServer *server, const char *name, Arguments arguments)
+bool sendPulse(HNIPCServer *server, const char *name, const QVariantList &arguments)
 {
     const ServiceIdentity *daemon = serviceIdentity(server->getServerType());
-    QList<QVariant> list;
-    for (const Argument &argument : arguments) {
-        list.append(argument.wrapped());
-    }
-    return server->pulseSignal(daemon->path, daemon->interfaceName, QLatin1String(name), list);
+    return server->pulseSignal(daemon->path, daemon->interfaceName, QLatin1String(name), arguments);
 }

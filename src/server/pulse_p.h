@@ -2,18 +2,18 @@
 #ifndef PULSE_P_H
 #define PULSE_P_H
 
-#include "common/arguments_p.h"
-
 #include <hnipc/hnipcserver.h>
 
-// Sends the signal of this name from the daemon's object, on the daemon's interface.
-bool sendPulse(HNIPCServer *server, const char *name, Arguments arguments);
+#include <QtCore/QVariant>
 
-// The same, as the rows say it.
+// Emits the signal of this name from the daemon's object, on the daemon's interface.
+bool sendPulse(HNIPCServer *server, const char *name, const QVariantList &arguments);
+
+// A row of an interface class. With -O3, g++ would inline this into every row.
 template <typename... Values>
-bool pulse(HNIPCServer *server, const char *name, const Values &...values)
+__attribute__((noinline)) bool pulse(HNIPCServer *server, const char *name, const Values &...values)
 {
-    return sendPulse(server, name, { Argument(values)... });
+    return sendPulse(server, name, { QVariant(values)... });
 }
 
 #endif
