@@ -18,7 +18,7 @@ static const HNIPCServer::ServerType IOEXPD = HNIPCServer::IOEXPD;
 static const HNIPCServer::ServerType M4 = HNIPCServer::M4;
 static const HNIPCServer::ServerType SUPPLYD = HNIPCServer::SUPPLYD;
 
-// ---- Daemons come and go -------------------------------------------------------------------
+// ---- Daemons appear and disappear ----------------------------------------------------------
 
 static QString busName(HNIPCServer::ServerType type) { return serviceIdentity(type)->busName; }
 
@@ -46,16 +46,16 @@ HNIPCPrivate::HNIPCPrivate(HNIPC *client) : q(client), ioexpd(0), m4(0), supplyd
     connect(&watcher, SIGNAL(serviceRegistered(QString)), SLOT(onServiceRegistered(QString)));
     connect(&watcher, SIGNAL(serviceUnregistered(QString)), SLOT(onServiceUnregistered(QString)));
 
-    // A daemon that came while the proxies were built, and nobody watched yet, would not be
-    // reported again for as long as it stays.
-    if (!ioexpd) {
-        createIOEXPDInterface();
-    }
-    if (!m4) {
-        createM4Interface();
-    }
-    if (!supplyd) {
-        createSUPPLYDInterface();
+    // A daemon that appeared between its proxy's turn above and the start of the watch is reported
+    // by nobody. One that appeared after the start is found here, and reported as well.
+    const HNIPCServer::ServerType types[] = { IOEXPD, M4, SUPPLYD };
+    for (HNIPCServer::ServerType type : types) {
+        if (!getInterfaceByServerType(type)) {
+            onServiceRegistered(busName(type));
+            if (getInterfaceByServerType(type)) {
+                foundLate.append(busName(type));
+            }
+        }
     }
 }
 
@@ -66,9 +66,9 @@ HNIPCPrivate::~HNIPCPrivate()
     deleteSUPPLYDInterface();
 }
 
-// The three below count on a null member, as an unregistration leaves it: the watcher reports a
-// registration only where the name had no owner before. Where one is reported twice, the earlier
-// proxy is left behind; that is accepted, so nothing is deleted here.
+// The three functions below expect a null member, which an unregistration leaves: the watcher
+// reports a registration only if the name had no owner before. After a second registration without
+// an unregistration the earlier proxy leaks. That is accepted, so nothing is deleted here.
 
 void HNIPCPrivate::createIOEXPDInterface()
 {
@@ -114,6 +114,9 @@ void HNIPCPrivate::deleteSUPPLYDInterface()
 
 void HNIPCPrivate::onServiceRegistered(const QString &serviceName)
 {
+    if (foundLate.removeOne(serviceName)) {
+        return; // the constructor has created the proxy
+    }
     if (serviceName == busName(IOEXPD)) {
         createIOEXPDInterface();
     } else if (serviceName == busName(M4)) {
@@ -125,6 +128,7 @@ void HNIPCPrivate::onServiceRegistered(const QString &serviceName)
 
 void HNIPCPrivate::onServiceUnregistered(const QString &serviceName)
 {
+    foundLate.removeOne(serviceName);
     if (serviceName == busName(IOEXPD)) {
         deleteIOEXPDInterface();
     } else if (serviceName == busName(M4)) {
@@ -150,8 +154,8 @@ QDBusInterface *HNIPCPrivate::getInterfaceByServerType(HNIPCServer::ServerType t
 // ---- One remote call -----------------------------------------------------------------------
 
 // Sends the arguments up to the first invalid one and blocks until the reply. All Qt majors have
-// this form of the call; the one with eight variants, which comes down to it, is gone from Qt 6 and
-// shadowed by a template in Qt 5.14.
+// this form of the call. The form with eight variants calls it, too, but Qt 6 has removed that form
+// and a template hides it since Qt 5.14.
 static QDBusMessage send(QDBusInterface *proxy, const QString &method, const QVariant &a1,
                          const QVariant &a2, const QVariant &a3, const QVariant &a4,
                          const QVariant &a5)
@@ -167,8 +171,8 @@ static QDBusMessage send(QDBusInterface *proxy, const QString &method, const QVa
     return proxy->callWithArgumentList(QDBus::AutoDetect, method, leadingRun);
 }
 
-// What all kinds of result have in common: a value of exactly the type wanted, or nothing. It is what
-// QDBusReply<T> does, once for all T.
+// Returns a value of exactly the type wanted, or an invalid variant. QDBusReply<T> does the same, but
+// is compiled once for each T.
 static QVariant fetch(QDBusInterface *proxy, const QString &method, const QVariant &a1,
                       const QVariant &a2, const QVariant &a3, const QVariant &a4,
                       const QVariant &a5, int resultType)
@@ -191,7 +195,7 @@ QVariant HNIPCPrivate::call(HNIPCServer::ServerType type, const QString &method,
     return fetch(getInterfaceByServerType(type), method, a1, a2, a3, a4, a5, qMetaTypeId<T>());
 }
 
-// Success and failure look alike on purpose: who calls these methods has no use for either.
+// Returns the same on success and on failure on purpose: these methods return nothing.
 template <>
 QVariant HNIPCPrivate::call<void>(HNIPCServer::ServerType type, const QString &method,
                                   const QVariant &a1, const QVariant &a2, const QVariant &a3,
@@ -203,7 +207,7 @@ QVariant HNIPCPrivate::call<void>(HNIPCServer::ServerType type, const QString &m
     return QVariant();
 }
 
-// Takes a structure of any shape, where QDBusReply would insist on the record's signature.
+// Accepts a structure with any fields. QDBusReply would accept the record's signature only.
 template <>
 QVariant HNIPCPrivate::call<SupplyInformation>(HNIPCServer::ServerType type, const QString &method,
                                                const QVariant &a1, const QVariant &a2,
@@ -219,18 +223,18 @@ QVariant HNIPCPrivate::call<SupplyInformation>(HNIPCServer::ServerType type, con
 
     const QDBusMessage reply = send(proxy, method, a1, a2, a3, a4, a5);
     // Qt pads an empty reply with one invalid variant.
-    const QVariant answer = reply.arguments().value(0);
-    if (reply.type() != QDBusMessage::ReplyMessage || !answer.isValid()) {
+    const QVariant value = reply.arguments().value(0);
+    if (reply.type() != QDBusMessage::ReplyMessage || !value.isValid()) {
         return QVariant();
     }
 
     SupplyInformation information;
-    qvariant_cast<QDBusArgument>(answer) >> information;
+    qvariant_cast<QDBusArgument>(value) >> information;
     return QVariant::fromValue(information);
 }
 
-// Exported one by one: an instantiation is otherwise no more visible than its argument, and Qt's
-// containers are hidden here.
+// Each is marked as exported: without the mark it would be as hidden as its template argument, and
+// Qt's containers are hidden in this library.
 typedef HNIPCServer::ServerType Type;
 typedef const QString &Name;
 typedef const QVariant &Arg;
@@ -261,7 +265,7 @@ void HNIPCPrivate::connectSignals()
     }
 }
 
-// Signal to signal: Qt's D-Bus layer emits the client's signal, with no code in between.
+// Connects a D-Bus signal to a signal of the client: Qt emits it without any code of ours.
 void HNIPCPrivate::connectSignalHelper(const QString &service, const QString &path,
                                        const QString &interface, const QString &name,
                                        const char *signal)

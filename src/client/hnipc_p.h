@@ -6,6 +6,7 @@
 #include <hnipc/supplyinformation.h>
 
 #include <QtCore/QObject>
+#include <QtCore/QStringList>
 #include <QtCore/QVariant>
 #include <QtDBus/QDBusServiceWatcher>
 
@@ -78,6 +79,9 @@ private:
     QDBusInterface *m4;
     QDBusInterface *supplyd;
     QDBusServiceWatcher watcher;
+    // The daemons that the constructor found after the watch had begun: their registration may
+    // still be reported, and must not create a second proxy.
+    QStringList foundLate;
 };
 
 template <>
