@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: an option of scripts/demo and scripts/screenshots without its value is
-# refused, with a message.
+# refused, with a message. Each mutation of tests/mutations/list still changes its file.
 
 set -euo pipefail
 cd "$1"
@@ -25,3 +25,5 @@ for value in "" "''"; do
 done
 refused "--qt takes 5 or 6" scripts/demo --qt 4
 refused "--qt takes 5 or 6" scripts/screenshots directory --qt 7
+
+scripts/mutate --check
