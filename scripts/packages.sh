@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2034 # used by other scripts
-# Sourced: installs what is missing of the Debian packages named.
+# Sourced. need_packages installs the named Debian packages that are missing.
 
-# What it takes to build the programs and the QML module, and to run them. The panel needs its QML
-# modules and a font when it starts.
+# The packages to build and run the programs and the QML module. To run, the front panel needs its QML
+# modules and a font.
 packages_of_programs=(cmake g++ make pkg-config libglib2.0-dev libdbus-1-dev dbus fonts-dejavu-core)
 packages_of_programs_qt5=(qtbase5-dev qtdeclarative5-dev qttools5-dev-tools qml-module-qtquick2)
 packages_of_programs_qt6=(qt6-base-dev qt6-declarative-dev qt6-l10n-tools qml6-module-qtquick
@@ -15,7 +15,7 @@ packages_of_lint=(clang-format-14 codespell git libdbus-1-dev libxml2-utils mand
 
 need_packages() {
     if ! command -v dpkg-query >/dev/null; then
-        echo "This is no Debian system: make sure that it has what these packages hold: $*" >&2
+        echo "This is not a Debian system: install what these packages contain: $*" >&2
         return
     fi
 
@@ -31,7 +31,7 @@ need_packages() {
     local as_root=()
     if [ "$(id -u)" -ne 0 ]; then
         if ! command -v sudo >/dev/null; then
-            echo "Packages are missing, and neither root nor sudo is here to install them. Ask for:" >&2
+            echo "Packages are missing, and only root can install them. Ask your administrator for:" >&2
             echo "    apt-get install ${missing[*]}" >&2
             exit 1
         fi

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Sourced: whether a build has the QML module and the front panel, which HNIPC_QML=OFF leaves out.
+# Sourced. Tells whether a build has the QML module and the front panel: with HNIPC_QML=OFF, it has not.
 
 has_target() {
     local targets

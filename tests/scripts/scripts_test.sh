@@ -18,12 +18,12 @@ refused() {
 }
 
 for value in "" "''"; do
-    refused "--qt takes 5 or 6" bash -c "scripts/demo --qt $value"
-    refused "--build takes a directory" bash -c "scripts/demo --build $value"
-    refused "--qt takes 5 or 6" bash -c "scripts/screenshots directory --qt $value"
-    refused "--build takes a directory" bash -c "scripts/screenshots directory --build $value"
+    refused "--qt needs a value, one of 5, 6" bash -c "scripts/demo --qt $value"
+    refused "--build needs a directory" bash -c "scripts/demo --build $value"
+    refused "--qt needs a value, one of 5, 6" bash -c "scripts/screenshots directory --qt $value"
+    refused "--build needs a directory" bash -c "scripts/screenshots directory --build $value"
 done
-refused "--qt takes 5 or 6" scripts/demo --qt 4
-refused "--qt takes 5 or 6" scripts/screenshots directory --qt 7
+refused '--qt: "4" is not one of 5, 6' scripts/demo --qt 4
+refused '--qt: "7" is not one of 5, 6' scripts/screenshots directory --qt 7
 
 scripts/mutate --check
