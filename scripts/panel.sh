@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Sourced. Tells whether a build has the QML module and the front panel: with HNIPC_QML=OFF, it has not.
+# Sourced. has_module and has_panel check whether a build has the QML module and the front panel. It
+# has neither with HNIPC_QML=OFF.
 
 has_target() {
     local targets

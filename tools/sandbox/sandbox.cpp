@@ -30,7 +30,7 @@ using namespace Toolkit;
 
 namespace {
 
-// How long a daemon or the bus may take to start: enough for a loaded machine.
+// The time that a daemon or the bus may take to start, enough for a loaded machine.
 const int startTimeout = 60 * 1000; // milliseconds
 
 void note(const QString &text)
