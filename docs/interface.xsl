@@ -1,6 +1,6 @@
 <?xml version="1.0" encoding="UTF-8"?>
 <!-- SPDX-License-Identifier: MIT -->
-<!-- A description of an interface as a page of the manual. -->
+<!-- Makes a page of the manual from the description of an interface. -->
 <xsl:stylesheet version="1.0" xmlns:xsl="http://www.w3.org/1999/XSL/Transform"
     xmlns:doc="http://www.freedesktop.org/dbus/1.0/doc.dtd">
   <xsl:output method="text" encoding="UTF-8"/>
@@ -8,7 +8,7 @@
   <xsl:param name="page"/>
   <xsl:param name="title"/>
   <xsl:param name="bus"/> <!-- the bus name -->
-  <xsl:param name="server"/> <!-- the class that a daemon implements; none for the simulator's -->
+  <xsl:param name="server"/> <!-- the class that a daemon implements; empty for the simulator -->
 
   <xsl:template match="/node">
     <xsl:text># </xsl:text>
@@ -32,8 +32,8 @@
 
     <xsl:if test="signal">
       <xsl:text>&#10;## Signals&#10;&#10;&lt;table class="doxtable"&gt;&#10;</xsl:text>
-      <xsl:text>&lt;tr&gt;&lt;th&gt;Signal&lt;/th&gt;&lt;th&gt;Carries&lt;/th&gt;</xsl:text>
-      <xsl:text>&lt;th&gt;What it means&lt;/th&gt;&lt;th&gt;In the client&lt;/th&gt;</xsl:text>
+      <xsl:text>&lt;tr&gt;&lt;th&gt;Signal&lt;/th&gt;&lt;th&gt;Arguments&lt;/th&gt;</xsl:text>
+      <xsl:text>&lt;th&gt;Meaning&lt;/th&gt;&lt;th&gt;In the client&lt;/th&gt;</xsl:text>
       <xsl:text>&lt;/tr&gt;&#10;</xsl:text>
       <xsl:apply-templates select="signal"/>
       <xsl:text>&lt;/table&gt;&#10;</xsl:text>
@@ -42,8 +42,8 @@
     <xsl:if test="method[starts-with(@name, 'pulse')]">
       <xsl:text>&#10;## Pulse operations&#10;&#10;</xsl:text>
       <xsl:text>A daemon calls them itself. They return whether the signal could be sent.&#10;</xsl:text>
-      <xsl:text>Over the bus, a printer's policy refuses them to all users but the daemons'&#10;</xsl:text>
-      <xsl:text>own: see @ref printer.&#10;&#10;</xsl:text>
+      <xsl:text>Over the bus, a printer's policy allows only the daemons' user to call&#10;</xsl:text>
+      <xsl:text>them: see @ref printer.&#10;&#10;</xsl:text>
       <xsl:call-template name="methods">
         <xsl:with-param name="methods" select="method[starts-with(@name, 'pulse')]"/>
         <xsl:with-param name="class" select="$server"/>
@@ -55,8 +55,8 @@
     <xsl:param name="methods"/>
     <xsl:param name="class"/>
     <xsl:text>&lt;table class="doxtable"&gt;&#10;</xsl:text>
-    <xsl:text>&lt;tr&gt;&lt;th&gt;Method&lt;/th&gt;&lt;th&gt;Takes&lt;/th&gt;</xsl:text>
-    <xsl:text>&lt;th&gt;Returns&lt;/th&gt;&lt;th&gt;What it does&lt;/th&gt;&lt;/tr&gt;&#10;</xsl:text>
+    <xsl:text>&lt;tr&gt;&lt;th&gt;Method&lt;/th&gt;&lt;th&gt;Arguments&lt;/th&gt;</xsl:text>
+    <xsl:text>&lt;th&gt;Reply&lt;/th&gt;&lt;th&gt;What it does&lt;/th&gt;&lt;/tr&gt;&#10;</xsl:text>
     <xsl:for-each select="$methods">
       <xsl:text>&lt;tr&gt;&lt;td&gt;</xsl:text>
       <xsl:call-template name="member">
@@ -97,7 +97,7 @@
     <xsl:text>&lt;/td&gt;&lt;/tr&gt;&#10;</xsl:text>
   </xsl:template>
 
-  <!-- A link to a member of a class, which the page does not build without. -->
+  <!-- A link to a member of a class. The manual does not build if the member is missing. -->
   <xsl:template name="member">
     <xsl:param name="class"/>
     <xsl:param name="name"/>
@@ -109,7 +109,7 @@
     </xsl:choose>
   </xsl:template>
 
-  <!-- The types as busctl wants them, then the names. -->
+  <!-- The D-Bus types, as for busctl, then the names. -->
   <xsl:template name="arguments">
     <xsl:param name="arguments"/>
     <xsl:if test="$arguments">

@@ -15,44 +15,47 @@
 class HNIPCPrivate;
 
 /**
- * The printer, with blocking calls. An application that must not stand still, such as one with a
- * screen, uses HNIPCEvents, HNIPCReading and HNIPCRequest in its place.
+ * The client with blocking calls. An application that must not block, such as one with a screen,
+ * uses HNIPCEvents, HNIPCReading and HNIPCRequest instead.
  *
  * Each method is one call on the system bus to the daemon that its group names, and returns the
- * daemon's reply: no argument is checked or altered, no reply is kept. The method blocks its thread
- * until the daemon has replied, for up to 25 s, which is the default timeout of the bus library.
+ * daemon's reply. The library neither checks nor changes arguments, and stores no reply. The method
+ * blocks its thread until the daemon has replied, for up to 25 s, which is the default timeout of
+ * the bus library.
  *
  * The constructor blocks as well. It calls each daemon that is running, for its introspection data,
  * and waits up to 25 s for each that does not reply. The event loop does the same when a daemon
  * appears.
  *
- * Failures are quiet. If the daemon is not running, replies with an error or with another type, or
- * does not reply in time, the method returns its value on failure: the empty value of the result
- * type, which is given at every query; a command returns false; a method without a result just
- * returns. It looks the same as that value sent by the daemon. Once the event loop has seen a daemon
- * leave, nothing is sent to it, and calls are neither queued nor retried; once it has seen the daemon
- * return, the next call uses it.
+ * Failures are not reported. A method fails if the daemon is not running, replies with an error or
+ * with another type, or does not reply in time. Then a query returns the empty value of its result
+ * type, which its declaration gives; a command returns false; a method without a result just
+ * returns. Such a value looks the same as one that the daemon has sent.
+ *
+ * Once the event loop has processed the signal that a daemon left the bus, nothing is sent to it,
+ * and calls are neither queued nor retried. Once it has processed the signal that the daemon is
+ * back, the next call is sent.
  *
  * The daemons' events arrive as the signals of this class, through the event loop, for as long as
- * the object lives, whenever a daemon starts or restarts.
+ * the object lives. They also arrive after a daemon starts or restarts.
  *
- * The object is created in the thread that uses it, and belongs to that thread: never move it to
- * another thread, nor its parent. In a child process made by fork() without exec(), its calls do not
- * return, nor does the constructor of another one.
+ * Create the object in the thread that uses it: it belongs to that thread. Never move it or its
+ * parent to another thread. In a child process made by fork() without exec(), its calls do not
+ * return, and neither does the constructor of another HNIPC object.
  *
- * Wherever a value is "the daemon's", the daemon defines its unit and meaning; the library carries
- * it untouched. A printer name, too: a null string, which is its default, arrives as an empty one,
- * and the daemon defines which printer that means.
+ * Where a comment says "the daemon's unit" or "defined by the daemon", the library passes the value
+ * on unchanged. This includes printer names. The default of a printer name is the null string; it
+ * arrives as an empty string, and the daemon defines which printer that means.
  *
- * A signal returns what a directly connected receiver returned. Without a receiver its result is
- * undefined.
+ * A signal returns the value that a directly connected receiver returned. Without a receiver its
+ * result is undefined.
  *
  * The order of signals and slots is part of the binary interface and never changes.
  */
 class HNIPC_EXPORT HNIPC : public QObject
 {
     Q_OBJECT
-    /// @name For QML: each read is one blocking call of its method, to be repeated on the signal
+    /// @name For QML: each read is one blocking call of its method; read again after the signal
     /// @{
 
     /// The reply of supplySupplyPercent(); SupplyPercentChanged() is its signal.
@@ -74,8 +77,8 @@ class HNIPC_EXPORT HNIPC : public QObject
     /// @}
 
 public:
-    /// Construct it after the QCoreApplication. Blocks until each daemon that is running has replied
-    /// to a call for its introspection data, up to 25 s for each.
+    /// Construct it after the QCoreApplication. Blocks until each daemon that is running has
+    /// replied to a call for its introspection data, up to 25 s for each.
     explicit HNIPC(QObject *parent = nullptr);
     /// Ends the subscriptions. Sends nothing to the daemons.
     virtual ~HNIPC();
@@ -95,31 +98,31 @@ Q_SIGNALS:
     /// @name The print engine
     /// @{
 
-    /// A message came from the micro-controller. @p value: its text.
+    /// The micro-controller sent a message. @p value: its text.
     bool M4MessageReceived(const QString &value);
-    /// A message went to the micro-controller. @p value: its text.
+    /// A message was sent to the micro-controller. @p value: its text.
     bool M4MessageSent(const QString &value);
-    /// The version text of the print-engine controller.
+    /// The version string of the print-engine controller.
     bool M4Version(const QString &value);
-    /// The DAC value; unit the daemon's.
+    /// The DAC value, in the daemon's unit.
     bool M4Dac0(const quint32 &value);
-    /// The reading of the black-mark sensor; unit the daemon's.
+    /// The reading of the black-mark sensor, in the daemon's unit.
     bool M4BMark(const quint32 &value);
-    /// The reading of the gap sensor; unit the daemon's.
+    /// The reading of the gap sensor, in the daemon's unit.
     bool M4Gap(const quint32 &value);
-    /// The reading of the pre-cutter sensor; unit the daemon's.
+    /// The reading of the pre-cutter sensor, in the daemon's unit.
     bool M4PreCutter(const quint32 &value);
-    /// The reading of ribbon clear sensor 1; unit the daemon's.
+    /// The reading of ribbon clear sensor 1, in the daemon's unit.
     bool M4RibbonClr1(const quint32 &value);
-    /// The reading of ribbon clear sensor 2; unit the daemon's.
+    /// The reading of ribbon clear sensor 2, in the daemon's unit.
     bool M4RibbonClr2(const quint32 &value);
-    /// The reading of ribbon encoder 1; unit the daemon's.
+    /// The reading of ribbon encoder 1, in the daemon's unit.
     bool M4RibbonEnc1(const quint32 &value);
-    /// The reading of ribbon encoder 2; unit the daemon's.
+    /// The reading of ribbon encoder 2, in the daemon's unit.
     bool M4RibbonEnc2(const quint32 &value);
-    /// The reading of ribbon encoder 3; unit the daemon's.
+    /// The reading of ribbon encoder 3, in the daemon's unit.
     bool M4RibbonEnc3(const quint32 &value);
-    /// The reading of ribbon encoder 4; unit the daemon's.
+    /// The reading of ribbon encoder 4, in the daemon's unit.
     bool M4RibbonEnc4(const quint32 &value);
     /// The state of the cutter cover switch; true when active.
     bool M4CutterCover(const bool &value);
@@ -127,23 +130,23 @@ Q_SIGNALS:
     bool M4CutterHome(const bool &value);
     /// The state of the printer lid switch; true when active.
     bool M4PrinterLid(const bool &value);
-    /// The reading of the supply sensor; unit the daemon's.
+    /// The reading of the supply sensor, in the daemon's unit.
     bool M4SupplySensor(const quint32 &value);
     /// The state of the supply latch switch; true when active.
     bool M4SupplyLatch(const bool &value);
-    /// The reading of film tachometer 1; unit the daemon's.
+    /// The reading of film tachometer 1, in the daemon's unit.
     bool M4Film1Tach(const quint32 &value);
-    /// The reading of film tachometer 2; unit the daemon's.
+    /// The reading of film tachometer 2, in the daemon's unit.
     bool M4Film2Tach(const quint32 &value);
-    /// The reading of film tachometer 3; unit the daemon's.
+    /// The reading of film tachometer 3, in the daemon's unit.
     bool M4Film3Tach(const quint32 &value);
-    /// The reading of film tachometer 4; unit the daemon's.
+    /// The reading of film tachometer 4, in the daemon's unit.
     bool M4Film4Tach(const quint32 &value);
     /// A print is done.
     bool M4PrintDone();
-    /// The verification value of ribbon 1; 64 bits of the daemon's.
+    /// The 64-bit verification value of ribbon 1, defined by the daemon.
     bool M4RibbonVerify1(const quint64 &value);
-    /// The verification value of ribbon 2; 64 bits of the daemon's.
+    /// The 64-bit verification value of ribbon 2, defined by the daemon.
     bool M4RibbonVerify2(const quint64 &value);
     /// Print head 1 has a fault.
     bool M4Tph1Fault();
@@ -159,43 +162,43 @@ Q_SIGNALS:
     bool M4Ribbon1UID(const QString &value);
     /// The unique identifier of ribbon 2.
     bool M4Ribbon2UID(const QString &value);
-    /// The mileage of ribbon 1; unit the daemon's.
+    /// The mileage of ribbon 1, in the daemon's unit.
     bool M4Ribbon1Mileage(const qint32 &value);
-    /// The mileage of ribbon 2; unit the daemon's.
+    /// The mileage of ribbon 2, in the daemon's unit.
     bool M4Ribbon2Mileage(const qint32 &value);
-    /// The mileage of the supply; unit the daemon's.
+    /// The mileage of the supply, in the daemon's unit.
     bool M4SupplyMileage(const qint32 &value);
-    /// The battery status; a code of the daemon's.
+    /// The battery status, a code defined by the daemon.
     bool M4BatteryUpdate(const qint32 &value);
-    /// The error code; the daemon's.
+    /// The error code, defined by the daemon.
     bool Error(int value);
-    /// The alert code; the daemon's.
+    /// The alert code, defined by the daemon.
     bool Alert(int value);
-    /// The print queue is full. @p value: the daemon's.
+    /// The print queue is full. @p value: defined by the daemon.
     bool PrintQueueFull(int value);
-    /// The print queue is clear. @p value: the daemon's.
+    /// The print queue is clear. @p value: defined by the daemon.
     bool PrintQueueClear(int value);
-    /// The print queue is complete. @p value: the daemon's.
+    /// The print queue is complete. @p value: defined by the daemon.
     bool PrintQueueComplete(int value);
-    /// The readings of the tachometers, as one text of the daemon's form.
+    /// The readings of the tachometers, as one string in a format defined by the daemon.
     bool M4TachValues(const QString &value);
-    /// The user setting @p setting has a value. Number and value are the daemon's.
+    /// The value of the user setting with the number @p setting; the daemon defines both.
     bool M4UserSetting(const int &setting, const qint32 &value);
-    /// The thermistor reading of print head @p tph; unit the daemon's.
+    /// The thermistor reading of print head @p tph, in the daemon's unit.
     bool M4TphTherm(const int &tph, const qint32 &value);
-    /// The heat-index offset of print head @p tph; unit the daemon's.
+    /// The heat-index offset of print head @p tph, in the daemon's unit.
     bool M4TphHeatIndexOffset(const int &tph, const qint32 &value);
-    /// The tension at tachometer @p tach; unit the daemon's.
+    /// The tension at tachometer @p tach, in the daemon's unit.
     bool M4TachIndex(const int &tach, const qint32 &value);
     /// @}
 
     /// @name The supply daemon
     /// @{
 
-    /// The supply daemon announces that it is ready; for what is its own.
+    /// The supply daemon is ready. The daemon defines what that means.
     bool HNIPCReady();
-    /// The status of the printer @p printerName. No daemon sends it: only the application itself
-    /// can emit it.
+    /// The status of the printer @p printerName. No daemon sends this signal: only the application
+    /// itself can emit it.
     bool StatusChanged(int status, const QString &printerName);
     /// The loaded supply changed to @p supplySku, in the printer @p printerName.
     bool SupplyChanged(QString supplySku, const QString &printerName);
@@ -207,13 +210,13 @@ Q_SIGNALS:
     bool Ribbon1PercentChanged(double percentage);
     /// The remaining part of ribbon 2, in percent.
     bool Ribbon2PercentChanged(double percentage);
-    /// The colour of the loaded supply, as text of the daemon's form.
+    /// The colour of the loaded supply, as a string in a format defined by the daemon.
     bool SupplyRGBChanged(QString rgb);
-    /// The colours of ribbon 1, as texts of the daemon's form.
+    /// The colours of ribbon 1, as strings in a format defined by the daemon.
     bool Ribbon1RGBsChanged(QStringList rgbs);
-    /// The colours of ribbon 2, as texts of the daemon's form.
+    /// The colours of ribbon 2, as strings in a format defined by the daemon.
     bool Ribbon2RGBsChanged(QStringList rgbs);
-    /// The applications are asked to close.
+    /// The supply daemon requests that the applications close.
     bool CloseApplicationSignal();
     /// @}
 
@@ -225,20 +228,20 @@ public Q_SLOTS:
     void enableAudioAmp(bool value);
     /// Switches the display backlight on (true) or off.
     void enableBacklight(bool value);
-    /// Passes a cancel request to the daemon.
+    /// Sends the daemon a cancel request.
     void printerSoftCancel();
     /// @}
 
-    /// @name The print engine: codes, commands and print jobs; commands answer false on failure
+    /// @name The print engine: codes, commands and print jobs; commands return false on failure
     /// @{
 
-    /// The current error code, the daemon's; 0 on failure.
+    /// The current error code, defined by the daemon; 0 on failure.
     int getError();
-    /// The current alert code, the daemon's; 0 on failure.
+    /// The current alert code, defined by the daemon; 0 on failure.
     int getAlert();
-    /// Hands over an error code. @p value: a code of the daemon's.
+    /// Sends the daemon an error code. @p value: defined by the daemon.
     bool emitError(int value);
-    /// Hands over an alert code. @p value: a code of the daemon's.
+    /// Sends the daemon an alert code. @p value: defined by the daemon.
     bool emitAlert(int value);
     /// Resets the cutter.
     bool resetCutter();
@@ -248,61 +251,62 @@ public Q_SLOTS:
     bool cycleCutter();
     /// Calibrates for the loaded supply.
     bool calibrateSupply();
-    /// Sets the DAC, which dac0() reads back. @p value: unit the daemon's.
+    /// Sets the DAC value, which dac0() returns. @p value: in the daemon's unit.
     bool setDac(quint32 value);
     /// Switches the clear-tail option of ribbon 1 on (true) or off.
     bool setClearTailRibbon1(bool value);
     /// Switches the clear-tail option of ribbon 2 on (true) or off.
     bool setClearTailRibbon2(bool value);
-    /// Sets the supply sensor. @p value: unit the daemon's; signed here, unsigned in
+    /// Sets the supply sensor. @p value: in the daemon's unit; signed here, unsigned in
     /// supplySensor().
     bool setSupplySensor(qint32 value);
-    /// Switches the supply width. @p value: a switch, not a measure; its sense is the daemon's.
+    /// Switches the supply width. @p value: a switch, not a measure; the daemon defines its
+    /// meaning.
     bool setSupplyWidth(bool value);
     /// Switches the supply LED on (true) or off.
     bool setSupplyLED(bool value);
     /// Cancels the current print job.
     bool cancelPrintJob();
-    /// Tries the current print job again.
+    /// Retries the current print job.
     bool retryPrintJob();
     /// Clears the current print job.
     bool clearPrintJob();
     /// Clears all print jobs.
     bool clearAllPrintJobs();
-    /// Passes a number on the full print queue. @p value: the daemon's; unsigned here, signed in
-    /// the signal PrintQueueFull.
+    /// Sends the daemon the number of a full print queue. @p value: defined by the daemon; unsigned
+    /// here, signed in the signal PrintQueueFull.
     bool printQueueFull(quint32 value);
-    /// Passes a number on the complete print queue. @p value: the daemon's; unsigned here, signed
-    /// in the signal PrintQueueComplete.
+    /// Sends the daemon the number of a complete print queue. @p value: defined by the daemon;
+    /// unsigned here, signed in the signal PrintQueueComplete.
     bool printQueueComplete(quint32 value);
     /// @}
 
     /// @name The print engine: version, battery, sensors, counters
     /// @{
 
-    /// The version text of the print-engine controller; a null string on failure.
+    /// The version string of the print-engine controller; a null string on failure.
     QString m4Version();
-    /// The battery status, a code of the daemon's; 0 on failure.
+    /// The battery status, a code defined by the daemon; 0 on failure.
     int getBatteryStatus();
-    /// The DAC value, unit the daemon's; 0 on failure.
+    /// The DAC value, in the daemon's unit; 0 on failure.
     quint32 dac0();
-    /// The reading of the black-mark sensor, unit the daemon's; 0 on failure.
+    /// The reading of the black-mark sensor, in the daemon's unit; 0 on failure.
     quint32 bMark();
-    /// The reading of the gap sensor, unit the daemon's; 0 on failure.
+    /// The reading of the gap sensor, in the daemon's unit; 0 on failure.
     quint32 gap();
-    /// The reading of the pre-cutter sensor, unit the daemon's; 0 on failure.
+    /// The reading of the pre-cutter sensor, in the daemon's unit; 0 on failure.
     quint32 preCutter();
-    /// The reading of ribbon clear sensor 1, unit the daemon's; 0 on failure.
+    /// The reading of ribbon clear sensor 1, in the daemon's unit; 0 on failure.
     quint32 ribbonClr1();
-    /// The reading of ribbon clear sensor 2, unit the daemon's; 0 on failure.
+    /// The reading of ribbon clear sensor 2, in the daemon's unit; 0 on failure.
     quint32 ribbonClr2();
-    /// The reading of ribbon encoder 1, unit the daemon's; 0 on failure.
+    /// The reading of ribbon encoder 1, in the daemon's unit; 0 on failure.
     quint32 ribbonEnc1();
-    /// The reading of ribbon encoder 2, unit the daemon's; 0 on failure.
+    /// The reading of ribbon encoder 2, in the daemon's unit; 0 on failure.
     quint32 ribbonEnc2();
-    /// The reading of ribbon encoder 3, unit the daemon's; 0 on failure.
+    /// The reading of ribbon encoder 3, in the daemon's unit; 0 on failure.
     quint32 ribbonEnc3();
-    /// The reading of ribbon encoder 4, unit the daemon's; 0 on failure.
+    /// The reading of ribbon encoder 4, in the daemon's unit; 0 on failure.
     quint32 ribbonEnc4();
     /// Whether the switch of the cutter cover is active; false on failure.
     bool cutterCover();
@@ -310,33 +314,33 @@ public Q_SLOTS:
     bool cutterHome();
     /// Whether the switch of the printer lid is active; false on failure.
     bool printerLid();
-    /// The reading of the supply sensor, unit the daemon's; 0 on failure.
+    /// The reading of the supply sensor, in the daemon's unit; 0 on failure.
     quint32 supplySensor();
     /// Whether the switch of the supply latch is active; false on failure.
     bool supplyLatch();
-    /// The verification value of ribbon 1, 64 bits of the daemon's; 0 on failure.
+    /// The 64-bit verification value of ribbon 1, defined by the daemon; 0 on failure.
     quint64 ribbon1Verify();
-    /// The verification value of ribbon 2, 64 bits of the daemon's; 0 on failure.
+    /// The 64-bit verification value of ribbon 2, defined by the daemon; 0 on failure.
     quint64 ribbon2Verify();
-    /// The mileage of ribbon 1, unit the daemon's; 0 on failure.
+    /// The mileage of ribbon 1, in the daemon's unit; 0 on failure.
     qint32 ribbon1Mileage();
-    /// The mileage of ribbon 2, unit the daemon's; 0 on failure.
+    /// The mileage of ribbon 2, in the daemon's unit; 0 on failure.
     qint32 ribbon2Mileage();
-    /// The mileage of the supply, unit the daemon's; 0 on failure.
+    /// The mileage of the supply, in the daemon's unit; 0 on failure.
     qint32 supplyMileage();
     /// @}
 
     /// @name The print engine: messages, feeds, mechanisms; false on failure
     /// @{
 
-    /// Sends a message to the print engine's micro-controller, with a number as its value. @p type
-    /// and @p definedMessage: codes of the micro-controller, as is the value.
+    /// Sends a message to the print engine's micro-controller, with a number as its value. The
+    /// micro-controller defines the codes @p type and @p definedMessage, and the value's meaning.
     bool sendMCCMessage(int type, int definedMessage, quint64 value);
-    /// The same with a text as its value.
+    /// The same, with a string as its value.
     bool sendMCCMessage(int type, int definedMessage, QString value);
-    /// Feeds the media forward. @p steps: how far, in the print engine's feed steps.
+    /// Feeds the media forward. @p steps: the distance, in feed steps of the print engine.
     bool forwardFeed(quint32 steps);
-    /// Feeds the media backward. @p steps: how far, in the print engine's feed steps.
+    /// Feeds the media backward. @p steps: the distance, in feed steps of the print engine.
     bool backwardFeed(quint32 steps);
     /// Sets solenoid 1.
     bool solenoid1();
@@ -373,69 +377,72 @@ public Q_SLOTS:
     /// @name The print engine: settings and tests; false on failure
     /// @{
 
-    /// Writes one user setting. @p setting: its number, @p value: its value, both the daemon's.
+    /// Writes one user setting. @p setting: its number, @p value: its value, both defined by the
+    /// daemon.
     bool setUserSetting(int setting, qint32 value);
-    /// Reads the settings anew.
+    /// Reads the settings again.
     bool refreshSettings();
-    /// Reads the sensors anew.
+    /// Reads the sensors again.
     bool refreshSensors();
-    /// Reads the settings and the sensors anew.
+    /// Reads the settings and the sensors again.
     bool refreshAll();
     /// Runs the RFID test.
     bool rfidTest();
-    /// Dumps the settings, on the daemon's side.
+    /// Makes the daemon dump its settings.
     bool dumpSettings();
     /// @}
 
-    /// @name The print engine: requests for a new reading; true when accepted, false on failure
+    /// @name The print engine: requests for a new reading; true if accepted, false on failure
     /// @{
 
-    /// Asks for a new reading of tph1Therm(); M4TphTherm announces it.
+    /// Requests a new reading of tph1Therm(); the signal M4TphTherm announces it.
     bool reqTph1Therm();
-    /// Asks for a new reading of tph2Therm(); M4TphTherm announces it.
+    /// Requests a new reading of tph2Therm(); the signal M4TphTherm announces it.
     bool reqTph2Therm();
-    /// Asks for a new reading of tph1HeatIndexOffset(); M4TphHeatIndexOffset announces it.
+    /// Requests a new reading of tph1HeatIndexOffset(); the signal M4TphHeatIndexOffset announces
+    /// it.
     bool reqTph1HeatIndex();
-    /// Asks for a new reading of tph2HeatIndexOffset(); M4TphHeatIndexOffset announces it.
+    /// Requests a new reading of tph2HeatIndexOffset(); the signal M4TphHeatIndexOffset announces
+    /// it.
     bool reqTph2HeatIndex();
-    /// Asks for a new reading of tach1Tension(); M4TachIndex announces it.
+    /// Requests a new reading of tach1Tension(); the signal M4TachIndex announces it.
     bool reqTach1Tension();
-    /// Asks for a new reading of tach2Tension(); M4TachIndex announces it.
+    /// Requests a new reading of tach2Tension(); the signal M4TachIndex announces it.
     bool reqTach2Tension();
-    /// Asks for a new reading of tach3Tension(); M4TachIndex announces it.
+    /// Requests a new reading of tach3Tension(); the signal M4TachIndex announces it.
     bool reqTach3Tension();
-    /// Asks for a new reading of tach4Tension(); M4TachIndex announces it.
+    /// Requests a new reading of tach4Tension(); the signal M4TachIndex announces it.
     bool reqTach4Tension();
-    /// Asks for a new reading of ribbon1Verify(); M4RibbonVerify1 announces it.
+    /// Requests a new reading of ribbon1Verify(); the signal M4RibbonVerify1 announces it.
     bool reqRibbon1Verify();
-    /// Asks for a new reading of ribbon2Verify(); M4RibbonVerify2 announces it.
+    /// Requests a new reading of ribbon2Verify(); the signal M4RibbonVerify2 announces it.
     bool reqRibbon2Verify();
-    /// Asks for a new reading of ribbon1Mileage(); M4Ribbon1Mileage announces it.
+    /// Requests a new reading of ribbon1Mileage(); the signal M4Ribbon1Mileage announces it.
     bool reqRibbon1Mileage();
-    /// Asks for a new reading of ribbon2Mileage(); M4Ribbon2Mileage announces it.
+    /// Requests a new reading of ribbon2Mileage(); the signal M4Ribbon2Mileage announces it.
     bool reqRibbon2Mileage();
-    /// Asks for a new reading of supplyMileage(); M4SupplyMileage announces it.
+    /// Requests a new reading of supplyMileage(); the signal M4SupplyMileage announces it.
     bool reqSupplyMileage();
     /// @}
 
-    /// @name The print engine: readings as the daemon holds them
+    /// @name The print engine: the latest readings of the daemon
     /// @{
 
-    /// The thermistor reading of print head 1, unit the daemon's; 0 on failure.
+    /// The thermistor reading of print head 1, in the daemon's unit; 0 on failure.
     qint32 tph1Therm();
-    /// The thermistor reading of print head 2, unit the daemon's; 0 on failure.
+    /// The thermistor reading of print head 2, in the daemon's unit; 0 on failure.
     qint32 tph2Therm();
-    /// The heat-index offset of print head 1, unit the daemon's; 0 on failure.
+    /// The heat-index offset of print head 1, in the daemon's unit; 0 on failure.
     qint32 tph1HeatIndexOffset();
-    /// The heat-index offset of print head 2, unit the daemon's; 0 on failure.
+    /// The heat-index offset of print head 2, in the daemon's unit; 0 on failure.
     qint32 tph2HeatIndexOffset();
-    /// The tension at tachometer 1, unit the daemon's; 0 on failure.
+    /// The tension at tachometer 1, in the daemon's unit; 0 on failure.
     qint32 tach1Tension();
-    /// The tension at tachometer 2, unit the daemon's; 0 on failure.
+    /// The tension at tachometer 2, in the daemon's unit; 0 on failure.
     qint32 tach2Tension();
-    /// The tension at tachometer 3, unit the daemon's; 0 on failure.
+    /// The tension at tachometer 3, in the daemon's unit; 0 on failure.
     qint32 tach3Tension();
-    /// The tension at tachometer 4, unit the daemon's; 0 on failure.
+    /// The tension at tachometer 4, in the daemon's unit; 0 on failure.
     qint32 tach4Tension();
     /// @}
 
@@ -446,9 +453,11 @@ public Q_SLOTS:
     QStringList supplySKUList();
     /// The SKUs of all ribbons in the database; an empty list on failure.
     QStringList supplyRibbonSKUList();
-    /// The table of supply colours, keys and values the daemon's; an empty hash on failure.
+    /// The table of supply colours, with keys and values defined by the daemon; an empty hash on
+    /// failure.
     QVariantHash supplyColorHash();
-    /// The table of ribbon colours, keys and values the daemon's; an empty hash on failure.
+    /// The table of ribbon colours, with keys and values defined by the daemon; an empty hash on
+    /// failure.
     QVariantHash supplyRibbonColorHash();
     /// @}
 
@@ -457,9 +466,9 @@ public Q_SLOTS:
 
     /// The identifier of the loaded supply; a null string on failure.
     QString supplyId();
-    /// The supply SKU that the daemon holds for the printer; a null string on failure.
+    /// The supply SKU that the daemon has stored for the printer; a null string on failure.
     QString supplySKUCached(QString printerName = QString());
-    /// The ribbon SKUs that the daemon holds for the printer; an empty list on failure.
+    /// The ribbon SKUs that the daemon has stored for the printer; an empty list on failure.
     QStringList supplyRibbonSKUsCached(QString printerName = QString());
     /// The remaining part of the loaded supply, in percent; 0.0 on failure.
     double supplySupplyPercent();
@@ -467,11 +476,14 @@ public Q_SLOTS:
     double supplyRibbon1Percent();
     /// The remaining part of ribbon 2, in percent; 0.0 on failure.
     double supplyRibbon2Percent();
-    /// The colour of the loaded supply, as text of the daemon's form; a null string on failure.
+    /// The colour of the loaded supply, as a string in a format defined by the daemon; a null
+    /// string on failure.
     QString supplySupplyRGB(QString printerName = QString());
-    /// The colours of ribbon 1, as texts of the daemon's form; an empty list on failure.
+    /// The colours of ribbon 1, as strings in a format defined by the daemon; an empty list on
+    /// failure.
     QStringList supplyRibbon1RGBs(QString printerName = QString());
-    /// The colours of ribbon 2, as texts of the daemon's form; an empty list on failure.
+    /// The colours of ribbon 2, as strings in a format defined by the daemon; an empty list on
+    /// failure.
     QStringList supplyRibbon2RGBs(QString printerName = QString());
     /// The unique identifier of the loaded supply; a null string on failure.
     QString supplySupplyUID();
@@ -498,21 +510,22 @@ public Q_SLOTS:
     QString supplyMaterialName(QString sku, QString printerName = QString());
     /// The name of the format of the supply @p sku; a null string on failure.
     QString supplyFormatName(QString sku, QString printerName = QString());
-    /// The colour of the supply @p sku, as a number of the daemon's form; 0 on failure.
+    /// The colour of the supply @p sku, as a number in a format defined by the daemon; 0 on
+    /// failure.
     qint32 supplyColorRGB(QString sku, QString printerName = QString());
     /// The name of the colour of the supply @p sku; a null string on failure.
     QString supplyColorName(QString sku, QString printerName = QString());
-    /// The width of the supply @p sku, unit the daemon's; 0.0 on failure.
+    /// The width of the supply @p sku, in the daemon's unit; 0.0 on failure.
     double supplyWidth(QString sku, QString printerName = QString());
-    /// Whether the supply @p sku is printed in landscape, as a number of the daemon's; 0 on
+    /// Whether the supply @p sku is printed in landscape, as a number defined by the daemon; 0 on
     /// failure.
     qint32 supplyIsLandscape(QString sku);
-    /// The background image of the supply @p sku, as bytes in a format of the daemon's; a null byte
-    /// array on failure.
+    /// The background image of the supply @p sku, as bytes in a format defined by the daemon; a
+    /// null byte array on failure.
     QByteArray supplyBackgroundImage(QString sku);
-    /// The non-continuous length of the supply @p sku, unit the daemon's; 0.0 on failure.
+    /// The non-continuous length of the supply @p sku, in the daemon's unit; 0.0 on failure.
     double supplyNonContinuousLength(QString sku, QString printerName = QString());
-    /// The type of the supply @p sku, an index of the daemon's; 0 on failure.
+    /// The type of the supply @p sku, an index defined by the daemon; 0 on failure.
     qint32 supplyTypeIndex(QString sku, QString printerName = QString());
     /// @}
 
@@ -521,50 +534,51 @@ public Q_SLOTS:
 
     /// The number of panels of the ribbon @p ribbonSku; 0 on failure.
     qint32 supplyRibbonPanels(QString ribbonSku);
-    /// The width of the ribbon @p ribbonSku, unit the daemon's; 0.0 on failure.
+    /// The width of the ribbon @p ribbonSku, in the daemon's unit; 0.0 on failure.
     double supplyRibbonWidth(QString ribbonSku);
-    /// The length of the ribbon @p ribbonSku, unit the daemon's; 0.0 on failure.
+    /// The length of the ribbon @p ribbonSku, in the daemon's unit; 0.0 on failure.
     double supplyRibbonLength(QString ribbonSku);
     /// The name of the colour of one panel of the ribbon @p ribbonSku; a null string on failure.
     QString supplyRibbonColorName(QString ribbonSku, int panel = 1);
-    /// The colour of one panel of the ribbon @p ribbonSku, a number of the daemon's form; 0 on
-    /// failure.
+    /// The colour of one panel of the ribbon @p ribbonSku, as a number in a format defined by the
+    /// daemon; 0 on failure.
     qint32 supplyRibbonColorRGB(QString ribbonSku, int panel = 1);
-    /// The heat for printing one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// The heat for printing one panel of @p ribbonSku on @p supplySku, in the daemon's unit; 0 on
     /// failure.
     qint32 supplyRibbonHeat(QString ribbonSku, int panel, QString supplySku);
-    /// The heat offset for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// The heat offset for one panel of @p ribbonSku on @p supplySku, in the daemon's unit; 0 on
     /// failure.
     qint32 supplyRibbonHeatOffset(QString ribbonSku, int panel, QString supplySku);
-    /// The highest speed for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on
+    /// The highest speed for one panel of @p ribbonSku on @p supplySku, in the daemon's unit; 0 on
     /// failure.
     qint32 supplyRibbonMaxSpeed(QString ribbonSku, int panel, QString supplySku);
-    /// The tension for one panel of @p ribbonSku on @p supplySku, unit the daemon's; 0 on failure.
+    /// The tension for one panel of @p ribbonSku on @p supplySku, in the daemon's unit; 0 on
+    /// failure.
     qint32 supplyRibbonTension(QString ribbonSku, int panel, QString supplySku);
     /// @}
 
     /// @name The supply daemon: notices from applications
     /// @{
 
-    /// Tells that the application module @p applicationName is ready, with its window and process
-    /// identifiers.
+    /// Informs the daemon that the application module @p applicationName is ready, with its window
+    /// and process identifiers.
     void supplyModuleReady(int windowId, int processId, QString applicationName);
-    /// Tells that an application was clicked.
+    /// Informs the daemon that an application was clicked.
     void applicationWasClicked();
     /// @}
 
     /// @name The print engine again
     /// @{
 
-    /// The status of the printer @p printerName, a code of the daemon's; 0 on failure.
+    /// The status of the printer @p printerName, a code defined by the daemon; 0 on failure.
     int getPrinterStatus(QString printerName);
     /// @}
 
     /// @name The supply daemon again
     /// @{
 
-    /// Tells which printer the module works with. The name is not kept here: a default printer name
-    /// stays the null string.
+    /// Informs the daemon which printer the module works with. This object does not store the name:
+    /// a default printer name stays the null string.
     void setModulePrinterName(QString printerName);
     /// @}
 

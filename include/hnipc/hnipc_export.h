@@ -6,7 +6,7 @@
 
 /// @file
 
-/// Marks what the shared library shows; everything else stays hidden in it.
+/// Marks the symbols that the shared library exports. All others are hidden.
 #if defined(HNIPC_BUILDING_LIBRARY)
 #define HNIPC_EXPORT Q_DECL_EXPORT
 #else

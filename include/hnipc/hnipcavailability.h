@@ -10,11 +10,13 @@
 class HNIPCAvailabilityPrivate;
 
 /**
- * Which daemons are running, as the bus reports it: nothing is polled, no daemon is called, and the
- * constructor does not wait for the bus (with Qt 4, see HNIPCRequest). Until the bus has reported,
- * which takes the event loop, and after the bus was lost, all functions return false.
+ * Which daemons are running, as the bus reports it. The class neither polls nor calls a daemon. The
+ * constructor does not wait for the bus (with Qt 4, see HNIPCRequest). The reports of the bus
+ * arrive through the event loop: until then, and after the bus was lost, all functions return
+ * false.
  *
- * The object can be moved to another thread, and destroyed at any time, also in its own signals.
+ * The object can be moved to another thread. It can be destroyed at any time, also by a receiver of
+ * its own signals.
  */
 class HNIPC_EXPORT HNIPCAvailability : public QObject
 {
@@ -43,8 +45,8 @@ public:
     bool hasSupplyd() const;
 
 Q_SIGNALS:
-    /// The bus has reported on all three daemons (true), or was lost (false). Emitted in turn, each
-    /// value once, and after the signals of the daemons.
+    /// The bus has reported on all three daemons (true), or was lost (false). The two values
+    /// alternate, and the signal follows the signals of the daemons.
     void knownChanged(bool known);
     /// The I/O-expander daemon appeared on the bus (true) or disappeared.
     void ioexpdChanged(bool available);

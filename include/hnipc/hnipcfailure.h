@@ -10,30 +10,30 @@
 class QDBusMessage;
 
 /**
- * The meaning of an error reply to a call of a daemon: who sent it, and whether the daemon can have
- * carried out the call. Requests judge their replies by it; a program that calls a daemon by other
- * means, such as QDBusConnection::call(), can do the same.
+ * The meaning of an error reply to a call of a daemon: whether the daemon, the bus or this process
+ * made it, and whether the daemon can have carried out the call. HNIPCRequest uses it. A program
+ * that calls a daemon by other means, such as QDBusConnection::call(), can use it, too.
  */
 class HNIPC_EXPORT HNIPCFailure
 {
 public:
-    /// NotSent, Refused or Unknown; NoOutcome for none.
+    /// NotSent, Refused or Unknown; NoOutcome if there was no failure.
     HNIPCRequest::Outcome outcome;
     /// The reason; see HNIPCRequest.
     HNIPCRequest::Reason reason;
     /// The D-Bus name of the error; see HNIPCRequest.
     QString errorName;
-    /// The error in words.
+    /// The error text for people; see HNIPCRequest.
     QString errorText;
 
     /// No failure.
     HNIPCFailure();
-    /// Of these parts.
+    /// A failure with these values.
     HNIPCFailure(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason,
                  const QString &errorName, const QString &errorText);
 
-    /// Of an error reply to a call of the daemon with this bus name. @p timeout: how many
-    /// milliseconds the call was allowed to take; 0 if it had no timeout.
+    /// The failure that @p reply to a call of the daemon @p busName means; no failure if it is not
+    /// an error reply. @p timeout: the timeout of the call in milliseconds; 0 if it had none.
     static HNIPCFailure ofReply(const QDBusMessage &reply, const QString &busName, int timeout);
 };
 

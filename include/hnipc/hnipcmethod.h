@@ -14,11 +14,12 @@
 #define HNIPC_METHOD(name) HNIPCMethodOf<void>::make(#name, &HNIPC::name)
 
 /// @relates HNIPCMethod
-/// One of the overloads of a method, with its result and its parameters:
+/// One overload of a method, selected by its result and parameter types:
 /// HNIPC_OVERLOAD(sendMCCMessage, bool(int, int, quint64)).
 #define HNIPC_OVERLOAD(name, ...) HNIPCMethodOf<__VA_ARGS__>::make(#name, &HNIPC::name)
 
-/// An argument as a variant, for a parameter that is neither a boolean nor a number.
+/// Converts an argument to a variant. This one is for parameters that are neither booleans nor
+/// integers.
 template <typename Parameter, bool isInteger = std::is_integral<Parameter>::value>
 struct HNIPCArgument
 {
@@ -43,7 +44,7 @@ struct HNIPCArgument<bool, true>
     }
 };
 
-// A number that the parameter cannot hold stays as it is, so that it is refused when it is sent.
+// A number out of the parameter's range keeps its own type, so that the request refuses it.
 template <typename Parameter>
 struct HNIPCArgument<Parameter, true>
 {
@@ -64,7 +65,7 @@ struct HNIPCArgument<Parameter, true>
     }
 };
 
-/// The arguments of a call as variants, each for its parameter.
+/// Converts the arguments of a call to variants, each to the type of its parameter.
 template <typename... Parameters>
 struct HNIPCArguments
 {
@@ -85,8 +86,8 @@ struct HNIPCArguments<First, Rest...>
 };
 
 /**
- * A method of HNIPC: its name, and its type, by which the compiler checks the arguments. Made by
- * HNIPC_METHOD and HNIPC_OVERLOAD only.
+ * A method of HNIPC: its name, and its type, with which the compiler checks the arguments. Only
+ * HNIPC_METHOD and HNIPC_OVERLOAD create it.
  */
 template <typename Result, typename... Parameters>
 class HNIPCMethod
@@ -95,9 +96,9 @@ public:
     /// The name of the method.
     const char *name() const { return m_name; }
 
-    /// The arguments, each in the type of its parameter. Does not compile if there are too many or
-    /// if one is of another kind than its parameter. An integer out of the parameter's range stays
-    /// in its own type.
+    /// The arguments, each in the type of its parameter. Does not compile if there are too many, or
+    /// if one is of another kind than its parameter. An integer out of the parameter's range keeps
+    /// its own type.
     template <typename... Arguments>
     QVariantList wrapped(const Arguments &...arguments) const
     {
@@ -115,7 +116,8 @@ private:
     const char *m_name;
 };
 
-/// Makes the method from its name and its pointer: of any type, or of this one.
+/// Creates the HNIPCMethod from the method's name and its pointer. With void, the method has any
+/// type; otherwise it has this one.
 template <typename Signature>
 struct HNIPCMethodOf;
 

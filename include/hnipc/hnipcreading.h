@@ -16,7 +16,7 @@
 class HNIPCReadingPrivate;
 
 /**
- * A value of a daemon that keeps itself current, and never blocks.
+ * A value of a daemon that is kept up to date, without blocking.
  *
  *     HNIPCReading *lid = new HNIPCReading(this);
  *     lid->setCall(HNIPC_METHOD(printerLid));
@@ -24,24 +24,24 @@ class HNIPCReadingPrivate;
  *     lid->setValueArgument(0);
  *     connect(lid, SIGNAL(changed()), SLOT(onLid()));
  *
- * The reading calls its method when the daemon is running, again after each of its signals, and again
- * when the daemon has restarted. A read that fails while the daemon is running is repeated after
- * 250 ms, and then after twice as long each time, up to 30 s; a signal makes the repetition come at
- * once, unless the read has timed out. So the method has to be one that only reads: a command would be
- * carried out again and again.
+ * The reading calls its method when the daemon is running, after each of its signals, and when the
+ * daemon has restarted. A read that fails while the daemon is running is repeated after 250 ms.
+ * Each further pause is twice as long, up to 30 s. A signal ends the pause at once, unless the read
+ * has timed out. Use only methods that read: a command would be carried out again and again.
  *
- * A reply to a call that was sent before the latest of the signals is never shown: the method is
- * called once more. Until that reply, the former value stays known and isCurrent() is false. However
- * many signals arrive, at most one call is under way and one is to follow. If valueArgument() says
- * which argument of the signal is the value, the reading has that value at once, and then reads it.
+ * A reply to a call that was sent before the latest signal is never shown: the method is called
+ * once more. Until that reply, the former value stays known and isCurrent() is false. However many
+ * signals arrive, at most one call is in flight, and one more follows it. If valueArgument() names
+ * the argument of the signal that is the value, the reading takes that value at once, and then
+ * reads it to confirm it.
  *
- * The value is unknown from the moment when the daemon disappears or is replaced, when the method,
- * the arguments or the signals are changed, and when a read fails; but a value that came with a
- * signal stays known if only the read that is to confirm it fails.
+ * The value becomes unknown when the daemon disappears or is replaced, when the method, the
+ * arguments or the signals are changed, and when a read fails. A value that was taken from a signal
+ * stays known if the read that should confirm it fails.
  *
- * Everything starts in the event loop, after the properties have been set. The object belongs to one
- * thread, can be moved to another, but not by a receiver of its own signals, and can be destroyed at
- * any time.
+ * Everything starts in the event loop, after the properties have been set. The object belongs to
+ * one thread and can be moved to another, but not by a receiver of its own signals. It can be
+ * destroyed at any time.
  */
 class HNIPC_EXPORT HNIPCReading : public QObject
 {
@@ -71,43 +71,41 @@ class HNIPC_EXPORT HNIPCReading : public QObject
     Q_PROPERTY(QString errorText READ errorText NOTIFY changed)
 
 public:
-    /// Without a method, and so without a value.
+    /// Creates a reading without a method, and so without a value.
     explicit HNIPCReading(QObject *parent = nullptr);
     virtual ~HNIPCReading();
 
-    /// The name of the method of HNIPC that reads the value; or of one of the eight properties of
-    /// HNIPC, whose method and signal are used then.
+    /// The name of the method of HNIPC that reads the value, or of one of the eight properties of
+    /// HNIPC. For a property, the reading uses the property's method and signal.
     QString method() const;
     /// An unknown name leaves the value unknown, with the reason UnknownMethod.
     void setMethod(const QString &method);
 
-    /// The arguments of the method, as of HNIPCRequest.
+    /// The arguments of the method; see HNIPCRequest::arguments().
     QVariantList arguments() const;
-    /// Arguments that do not fit the method leave the value unknown, with the reason
-    /// InvalidArguments.
+    /// Invalid arguments leave the value unknown, with the reason InvalidArguments.
     void setArguments(const QVariantList &arguments);
 
-    /// Method and arguments at once, checked by the compiler as by HNIPCRequest::setCall().
+    /// Sets method and arguments at once, and lets the compiler check them; see
+    /// HNIPCRequest::setCall().
     template <typename Result, typename... Parameters, typename... Arguments>
     void setCall(const HNIPCMethod<Result, Parameters...> &method, const Arguments &...arguments)
     {
         const QPointer<QObject> guard(this); // a receiver may destroy it
         setMethod(QLatin1String(method.name()));
         if (guard) {
-            {
-                setArguments(method.wrapped(arguments...));
-            }
+            setArguments(method.wrapped(arguments...));
         }
     }
 
     /// The names of the signals after which the value is read again, such as "M4PrinterLid".
     QStringList signalNames() const;
-    /// An unknown name leaves the value unknown, with the reason InvalidArguments. Without names, a
-    /// property of HNIPC has its own signal.
+    /// An unknown name leaves the value unknown, with the reason InvalidArguments. With an empty
+    /// list, a property of HNIPC is read again after its own signal.
     void setSignalNames(const QStringList &names);
 
-    /// Which argument of the signals is the value: 0 for the first; -1, the default, for none. An
-    /// argument that is missing, or that cannot be the result of the method, is not used.
+    /// The index of the signals' argument that is the value: 0 for the first; default -1, for none.
+    /// An argument that is missing, or whose type does not fit the method's result, is not used.
     int valueArgument() const;
     /// See valueArgument().
     void setValueArgument(int index);
@@ -119,12 +117,12 @@ public:
 
     /// Whether the value is known.
     bool isKnown() const;
-    /// Whether the value is known and no read is overdue: false from a signal until the value has
-    /// been read, and as long as that fails.
+    /// Whether the value is known and up to date. False after a signal until the value has been
+    /// read, and for as long as that read fails.
     bool isCurrent() const;
-    /// The value in the type that HNIPC declares; invalid if it is unknown.
+    /// The value in the type that HNIPC declares; an invalid variant if it is unknown.
     QVariant value() const;
-    /// The value, or this one if it is unknown or of another type.
+    /// The value; @p otherwise if it is unknown or of another type.
     template <typename Value>
     Value valueOr(const Value &otherwise) const
     {
@@ -132,16 +130,16 @@ public:
         return known.userType() == qMetaTypeId<Value>() ? qvariant_cast<Value>(known) : otherwise;
     }
 
-    /// Why the value is unknown or could not be read again: DaemonAbsent and BusLost, or the reason
-    /// of the request that failed. NoReason otherwise, and until the first read has finished.
+    /// Why the value is unknown or could not be read again: DaemonAbsent, BusLost, or the reason of
+    /// the request that failed. NoReason otherwise, and until the first read has finished.
     HNIPCRequest::Reason reason() const;
     /// The D-Bus name of the error; empty with NoReason.
     QString errorName() const;
-    /// The error in words; empty with NoReason.
+    /// The error text for people; empty with NoReason.
     QString errorText() const;
 
 public Q_SLOTS:
-    /// Reads the value once more. isCurrent() does not change until the reply.
+    /// Reads the value again. isCurrent() does not change before the reply.
     void read();
 
 Q_SIGNALS:
@@ -155,8 +153,9 @@ Q_SIGNALS:
     void valueArgumentChanged();
     /// deadline() changed.
     void deadlineChanged();
-    /// The value, or what is known of it, changed. Records of type SupplyInformation are not
-    /// compared: each one that was read counts as a change.
+    /// One of value(), isKnown(), isCurrent(), reason(), errorName() and errorText() changed.
+    /// Records of type SupplyInformation are not compared: each one that was read counts as a
+    /// change.
     void changed();
 
 private:

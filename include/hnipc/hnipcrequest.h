@@ -25,9 +25,8 @@ class HNIPCRequestPrivate;
  *
  * For a single call, hnipcCall() is shorter: it deletes its request by itself.
  *
- * Each sent request finishes exactly once, with an outcome() that says what matters when a label
- * may have been printed: whether the daemon can have received the call at all, and whether it is
- * known what became of it.
+ * Each sent request finishes exactly once. Its outcome() says what matters when a label may have
+ * been printed: whether the daemon can have received the call, and whether its result is known.
  *
  * | outcome | reason | errorName() | what happened |
  * | --- | --- | --- | --- |
@@ -37,43 +36,44 @@ class HNIPCRequestPrivate;
  * | NotSent | InvalidArguments | `org.freedesktop.DBus.Error.InvalidArgs` | An argument or the deadline is invalid |
  * | NotSent | DaemonAbsent | `org.freedesktop.DBus.Error.ServiceUnknown` | The daemon is not running |
  * | NotSent | AccessDenied | `org.freedesktop.DBus.Error.AccessDenied` | The bus does not let this user call the daemon |
- * | NotSent | BusError | the bus's | Another error of the bus in place of the daemon, such as a limit |
+ * | NotSent | BusError | the bus's | The bus itself replied with another error, such as an exceeded limit |
  * | NotSent, Unknown | BusLost | `org.freedesktop.DBus.Error.Disconnected` | No system bus; Unknown if it was lost after the call was sent |
  * | NotSent, Unknown | TimedOut | `org.freedesktop.DBus.Error.Timeout` | The deadline passed; NotSent if the call was still waiting |
  * | NotSent, Unknown | Cancelled | `org.hnipc.Error.Cancelled` | cancel() was called; NotSent if the call was still waiting |
  * | Unknown | DaemonLeft | `org.freedesktop.DBus.Error.NoReply` | The daemon left the bus before it replied |
  * | Unknown | WrongType | `org.freedesktop.DBus.Error.InvalidSignature` | The daemon replied with another type |
  *
- * Nothing is ever sent twice, and nothing is handed to the bus connection after its deadline. A
- * request that has finished can be sent again.
+ * A call is never sent twice, and never put on the bus connection after its deadline. A request
+ * that has finished can be sent again.
  *
  * No HNIPC object is needed. Any number of requests may be pending, and they finish in any order.
- * A program has at most 32 calls in flight to each daemon, because a bus of type system carries no
- * more than 128 calls of one program; further requests wait for their turn, in the order of
- * send(). A call counts until the daemon has replied or left the bus, even if its request has
- * timed out, was cancelled or was destroyed, because the bus counts it until then. So requests to
- * a daemon that hangs finish with NotSent once 32 calls are in flight, and requests to the other
+ * A program has at most 32 calls in flight to each daemon, because a bus of type system allows one
+ * program at most 128 calls without a reply. Further requests wait, in the order of send(). A call
+ * stays in flight until the daemon has replied or left the bus, even if its request has timed out,
+ * was cancelled or was destroyed, because the bus counts it until then. So if a daemon hangs and 32
+ * calls to it are in flight, further requests to it finish with NotSent. Requests to the other
  * daemons are not affected.
  *
- * A request may be destroyed at any time; a destroyed request does not finish. It belongs to one
- * thread, as any QObject does, needs the event loop of that thread to finish, and can be moved to
- * another thread even while it is pending, but not by a receiver of its own signals. If the thread or
- * the QCoreApplication ends and is started again meanwhile, the deadline is lost; the reply is not.
+ * A request may be destroyed at any time; then it does not finish. It belongs to one thread, as any
+ * QObject does, and needs the event loop of that thread to finish. It can be moved to another
+ * thread even while it is pending, but not by a receiver of its own signals. If the thread or the
+ * QCoreApplication ends and is started again while the request is pending, the deadline is lost;
+ * the reply is not.
  *
- * With Qt 5 and 6, calls are sent by a thread of the library's own, so send() never waits, not even
- * while the connection to the bus is opened. A daemon that lives in the same process is called by
- * its own thread's event loop, never inside send(). With Qt 4 the application's thread does that in
- * its event loop, which waits for the bus twice: while the first object opens the connection, and while
- * the first HNIPCEvents or HNIPCReading subscribes to signals, up to 25 s if the bus does not respond.
- * A call whose deadline has passed meanwhile is not sent.
+ * With Qt 5 and 6, the library has a thread that sends the calls. So send() never waits, not even
+ * while the connection to the bus is opened. A daemon in the same process is called by the event
+ * loop of the daemon's thread, never inside send(). With Qt 4, the event loop of the application's
+ * thread sends the calls. It waits for the bus twice, up to 25 s if the bus does not respond: while
+ * the first object opens the connection, and while the first HNIPCEvents or HNIPCReading subscribes
+ * to signals. A call whose deadline has passed by then is not sent.
  *
- * The library uses the connection of Qt's D-Bus module, with its limits. A process opens the connection
- * once: if that fails, or the bus is lost, it has to be restarted. If the bus accepts the connection
- * and then does not respond, the process cannot exit until it does. If the application has opened the
- * system bus first, in its main thread, for example by an HNIPC object, signals are delivered to all
- * threads only once the event loop of the main thread runs.
+ * The library uses the connection of Qt's D-Bus module, with its limits. A process opens the
+ * connection once: if that fails, or the bus is lost, the process has to be restarted. If the bus
+ * accepts the connection and then does not respond, the process cannot exit until it does. If the
+ * application has opened the system bus first, in its main thread, for example with an HNIPC
+ * object, no thread receives signals before the event loop of the main thread runs.
  *
- * A program that ends right after send() may not have sent the call: wait for finished(). A child
+ * A program that exits right after send() may not have sent the call: wait for finished(). A child
  * process made by fork() without exec() cannot use requests: they never finish there.
  */
 class HNIPC_EXPORT HNIPCRequest : public QObject
@@ -103,23 +103,23 @@ class HNIPC_EXPORT HNIPCRequest : public QObject
     Q_PROPERTY(int elapsed READ elapsed NOTIFY stateChanged)
 
 public:
-    /// The end of a request.
+    /// How a request has ended.
     enum Outcome {
         NoOutcome, ///< Not finished: never sent, or pending.
         NotSent,   ///< The daemon has not received the call.
         Answered,  ///< The daemon has replied; value() is its reply. See isDone().
         Refused,   ///< The daemon has replied with an error.
-        Unknown    ///< The daemon may or may not have carried out the call.
+        Unknown    ///< The call was sent; the daemon may or may not have carried it out.
     };
-    /// Why a request has no answer; the table above says which outcome each belongs to.
+    /// Why a request has not succeeded; the table above lists the outcomes of each reason.
     enum Reason {
         NoReason,         ///< Answered, or not finished.
         DaemonError,      ///< The daemon's own error: see errorName() and errorText().
         UnknownMethod,    ///< HNIPC has no method of that name.
-        InvalidArguments, ///< The arguments do not fit the method, or the deadline is invalid.
+        InvalidArguments, ///< An argument or the deadline is invalid, or an argument is missing.
         DaemonAbsent,     ///< The daemon is not running.
         AccessDenied,     ///< The bus does not let this user call the daemon.
-        BusError,         ///< The bus sent another error in place of the daemon.
+        BusError,         ///< The bus itself replied with another error.
         BusLost,          ///< There is no system bus, or its connection was lost.
         TimedOut,         ///< The deadline passed.
         Cancelled,        ///< cancel() was called.
@@ -133,36 +133,37 @@ public:
     Q_ENUMS(Outcome Reason)
 #endif
 
-    /// Without a method, and with the default deadline. Sends nothing.
+    /// Creates a request without a method and with the default deadline. Sends nothing.
     explicit HNIPCRequest(QObject *parent = nullptr);
-    /// Forgets a pending call: one that waits is not sent; one that was sent may be carried out.
-    /// finished() is not emitted.
+    /// Drops a pending call without emitting finished(). A call that waits is not sent; one that
+    /// was sent may be carried out.
     virtual ~HNIPCRequest();
 
     /// The name of a method of HNIPC.
     QString method() const;
-    /// Used by the next send(); a pending call does not change. An unknown name makes the request
-    /// finish with UnknownMethod.
+    /// Takes effect with the next send(); a pending call does not change. An unknown name makes the
+    /// request finish with UnknownMethod.
     void setMethod(const QString &method);
 
     /// The arguments. Those that have a default may be left out. Each is converted to the declared
-    /// type if nothing is lost: a number to any number type whose range it is in, a list of strings
-    /// to a QStringList. Of several overloads, the one that the arguments fit is called.
+    /// type if nothing is lost: a number to any integer type whose range it is in, a QVariantList
+    /// of strings to a QStringList. Of several overloads, the one whose types fit is called.
     QVariantList arguments() const;
-    /// Used by the next send(). Arguments that do not fit the method make the request finish with
+    /// Takes effect with the next send(). Invalid arguments make the request finish with
     /// InvalidArguments.
     void setArguments(const QVariantList &arguments);
 
-    /// Milliseconds from send() until the request finishes with TimedOut: 1 or more, or -1, the
-    /// default, for 25000. A request never times out before that.
+    /// The deadline: milliseconds from send() until the request finishes with TimedOut, 1 or more;
+    /// default -1, which means 25000. A request never times out earlier.
     int deadline() const;
-    /// Used by the next send(). An invalid deadline makes the request finish with InvalidArguments.
+    /// Takes effect with the next send(). An invalid deadline makes the request finish with
+    /// InvalidArguments.
     void setDeadline(int milliseconds);
 
     /// Sets method and arguments at once, and lets the compiler check them:
     /// setCall(HNIPC_METHOD(setDac), 5). The compiler refuses too many arguments and arguments of
-    /// another kind, such as a floating-point number or a string for an integer, or an integer for a
-    /// boolean. What it cannot see, missing arguments and numbers out of range, makes the request
+    /// another kind, such as a floating-point number or a string for an integer, or an integer for
+    /// a boolean. It does not see missing arguments and numbers out of range: they make the request
     /// finish with InvalidArguments.
     template <typename Result, typename... Parameters, typename... Arguments>
     void setCall(const HNIPCMethod<Result, Parameters...> &method, const Arguments &...arguments)
@@ -170,9 +171,7 @@ public:
         const QPointer<QObject> guard(this); // a receiver may destroy it
         setMethod(QLatin1String(method.name()));
         if (guard) {
-            {
-                setArguments(method.wrapped(arguments...));
-            }
+            setArguments(method.wrapped(arguments...));
         }
     }
 
@@ -180,37 +179,38 @@ public:
     bool isPending() const;
     /// The outcome of the latest send(); NoOutcome until it has finished.
     Outcome outcome() const;
-    /// Why the latest send() has no answer; NoReason if it has one, and until it has finished.
+    /// Why the latest send() has not succeeded; NoReason for Answered, and until it has finished.
     Reason reason() const;
-    /// Whether the daemon has carried out the command: it has replied, and not with false. Most
-    /// commands reply with a boolean, and false means that the daemon did not do it. For a method
+    /// Whether the daemon has carried out the command: it has replied, and the reply is not false.
+    /// Daemons reply to most commands with a boolean; false means not carried out. For a method
     /// that reads a boolean, such as printerLid(), use value().
     bool isDone() const;
 
-    /// The reply, in the type that HNIPC declares; invalid without a reply and if the method returns
-    /// nothing. HNIPCAnswer has it in the type itself.
+    /// The reply, in the type that HNIPC declares; an invalid variant if there is no reply, or if
+    /// the method returns nothing. HNIPCAnswer::value() returns it without the variant.
     QVariant value() const;
 
     /// The D-Bus name of the error; empty for Answered.
     QString errorName() const;
-    /// The error in words; empty for Answered. The daemon's own if the daemon sent the error.
+    /// The error text for people; empty for Answered. It is the daemon's text if the daemon replied
+    /// with an error.
     QString errorText() const;
 
-    /// Milliseconds from send() until the outcome was known, or until now for a pending request.
+    /// Milliseconds from send() until the outcome was known; for a pending request, until now.
     int elapsed() const;
 
 public Q_SLOTS:
-    /// Sends the call and returns at once; finished() is never emitted before it has returned.
-    /// Returns false, and does nothing, while the request is pending, and during the stateChanged()
-    /// that comes before finished().
+    /// Sends the call and returns true at once. finished() is never emitted before send() has
+    /// returned. Does nothing and returns false while the request is pending, and during the
+    /// stateChanged() that precedes finished().
     bool send();
-    /// The same with these arguments in place of arguments(), for this call only: arguments() does
+    /// The same, with these arguments instead of arguments(), for this call only: arguments() does
     /// not change. In QML: `request.send([7])`.
     bool send(const QVariantList &arguments);
-    /// Gives up a pending request, which finishes with Cancelled before this function returns; if
-    /// called during send(), soon after send() has returned. A call that has been sent cannot be
-    /// taken back: its outcome is Unknown. A request that cannot be sent, because its method or its
-    /// arguments are invalid, finishes with that reason.
+    /// Cancels a pending request. The request finishes with Cancelled before this function returns;
+    /// if it is called during send(), soon after send() has returned. A call that has been sent
+    /// cannot be stopped: its outcome is Unknown. A request that cannot be sent, because its method
+    /// or its arguments are invalid, finishes with that reason instead.
     void cancel();
 
 Q_SIGNALS:
@@ -233,11 +233,11 @@ private:
 };
 
 /// @relates HNIPCRequest
-/// How a request has ended: all of an HNIPCAnswer but the reply.
+/// How a request has ended, without the reply. The base of HNIPCAnswer.
 class HNIPCOutcome
 {
 public:
-    /// Of a request that has finished.
+    /// The outcome of a request that has finished.
     explicit HNIPCOutcome(const HNIPCRequest &request)
         : m_outcome(request.outcome()), m_reason(request.reason()), m_isDone(request.isDone()),
           m_errorName(request.errorName()), m_errorText(request.errorText())
@@ -271,8 +271,8 @@ template <typename Result>
 class HNIPCAnswer : public HNIPCOutcome
 {
 public:
-    /// Of a request that has finished. If its reply is of another type than Result, there is no
-    /// answer.
+    /// The outcome of a request that has finished. If the reply is not of type Result, isAnswered()
+    /// is false.
     explicit HNIPCAnswer(const HNIPCRequest &request)
         : HNIPCOutcome(request), m_isAnswered(request.value().userType() == qMetaTypeId<Result>()),
           m_value(m_isAnswered ? qvariant_cast<Result>(request.value()) : Result())
@@ -281,13 +281,13 @@ public:
 
     /// Whether the daemon has replied, and value() is its reply.
     bool isAnswered() const { return m_isAnswered; }
-    /// The reply. Only to be called if isAnswered().
+    /// The reply. Call it only if isAnswered() is true.
     Result value() const
     {
-        Q_ASSERT_X(m_isAnswered, "HNIPCAnswer::value", "there is no answer");
+        Q_ASSERT_X(m_isAnswered, "HNIPCAnswer::value", "isAnswered() is false");
         return m_value;
     }
-    /// The reply, or this value if there is none.
+    /// The reply; @p otherwise if there is none.
     Result valueOr(const Result &otherwise) const { return m_isAnswered ? m_value : otherwise; }
 
 private:
@@ -301,7 +301,7 @@ template <>
 class HNIPCAnswer<void> : public HNIPCOutcome
 {
 public:
-    /// Of a request that has finished.
+    /// The outcome of a request that has finished.
     explicit HNIPCAnswer(const HNIPCRequest &request) : HNIPCOutcome(request) {}
 };
 
@@ -337,9 +337,9 @@ public:
     }
 
 #if QT_VERSION >= 0x050000
-    /// Sends the call, and calls @p function with the HNIPCAnswer<Result> when it has finished. The
-    /// request is a child of @p context, which belongs to the calling thread: if the context is
-    /// destroyed first, the function is not called. (Qt 5 and 6.)
+    /// Sends the call, and calls @p function with the HNIPCAnswer<Result> when the request has
+    /// finished. The request is a child of @p context, which has to belong to the calling thread.
+    /// If the context is destroyed first, the function is not called. (Qt 5 and 6.)
     template <typename Function>
     HNIPCRequest *then(QObject *context, Function function) const
     {
@@ -360,7 +360,8 @@ private:
 };
 
 /// @relates HNIPCRequest
-/// A single call of a method with its arguments, which are checked as by HNIPCRequest::setCall():
+/// Makes a single call of a method. The compiler checks the arguments; see
+/// HNIPCRequest::setCall():
 ///
 ///     hnipcCall(HNIPC_METHOD(forwardFeed), 400).within(5000)
 ///         .then(this, [this](const HNIPCAnswer<bool> &fed) {

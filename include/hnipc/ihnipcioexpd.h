@@ -8,9 +8,9 @@
  * The I/O-expander daemon: front-panel buttons, audio amplifier, display backlight.
  *
  * Construct the object once, in the thread whose event loop serves its calls. Every slot is a
- * method of the interface on the bus. The operations are the daemon's to implement. The pulse
- * operations each send one signal of the interface to all clients; they answer false when it could
- * not be queued for sending, and may be called over the bus too.
+ * method of the interface on the bus. The daemon implements the operations. Each pulse operation
+ * sends one signal of the interface to all clients. It returns false if the signal could not be
+ * queued for sending. Pulse operations can be called over the bus, too.
  */
 class HNIPC_EXPORT IHNIPCIOEXPD : public HNIPCServer
 {
@@ -18,7 +18,7 @@ class HNIPC_EXPORT IHNIPCIOEXPD : public HNIPCServer
     Q_CLASSINFO("D-Bus Interface", "local.IHNIPCIOEXPD")
 
 public:
-    /// Claims org.hnipc.ioexpd and exports the object, as HNIPCServer says.
+    /// Acquires the bus name org.hnipc.ioexpd and exports the object; see HNIPCServer.
     explicit IHNIPCIOEXPD(QObject *parent = nullptr) : HNIPCServer(HNIPCServer::IOEXPD, parent) {}
     virtual ~IHNIPCIOEXPD() {}
 
@@ -41,7 +41,7 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE void enableAudioAmp(bool value) = 0;
     /// Switches the display backlight on (true) or off.
     virtual Q_SCRIPTABLE void enableBacklight(bool value) = 0;
-    /// Passes a cancel request to the daemon.
+    /// A client sends a cancel request.
     virtual Q_SCRIPTABLE void printerSoftCancel() = 0;
     /// @}
 

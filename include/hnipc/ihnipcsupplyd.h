@@ -12,15 +12,15 @@
  * The supply daemon: the database of supplies and ribbons, and what is loaded.
  *
  * Construct the object once, in the thread whose event loop serves its calls. Every slot is a
- * method of the interface on the bus. The operations are the daemon's to implement. The pulse
- * operations each send one signal of the interface to all clients; they answer false when it could
- * not be queued for sending, and may be called over the bus too.
+ * method of the interface on the bus. The daemon implements the operations. Each pulse operation
+ * sends one signal of the interface to all clients. It returns false if the signal could not be
+ * queued for sending. Pulse operations can be called over the bus, too.
  *
- * A daemon calls qDBusRegisterMetaType<SupplyInformation>() before it serves calls: the library
- * does not, and without it the two operations that answer the record are not on the bus.
+ * The daemon has to call qDBusRegisterMetaType<SupplyInformation>() before it serves calls, because
+ * the library does not. Without it, the two operations that return the record are not on the bus.
  *
- * "SUPPLYD_CloseApplicationSignal" has no pulse operation here; a daemon that wants the
- * applications to close sends it with pulseSignal(), with no arguments.
+ * "SUPPLYD_CloseApplicationSignal" has no pulse operation. A daemon that wants the applications to
+ * close sends it with pulseSignal(), with no arguments.
  */
 class HNIPC_EXPORT IHNIPCSUPPLYD : public HNIPCServer
 {
@@ -28,7 +28,7 @@ class HNIPC_EXPORT IHNIPCSUPPLYD : public HNIPCServer
     Q_CLASSINFO("D-Bus Interface", "local.IHNIPCSUPPLYD")
 
 public:
-    /// Claims org.hnipc.supplyd and exports the object, as HNIPCServer says.
+    /// Acquires the bus name org.hnipc.supplyd and exports the object; see HNIPCServer.
     explicit IHNIPCSUPPLYD(QObject *parent = nullptr) : HNIPCServer(HNIPCServer::SUPPLYD, parent) {}
     virtual ~IHNIPCSUPPLYD() {}
 
@@ -36,7 +36,7 @@ public Q_SLOTS:
     /// @name Events
     /// @{
 
-    /// The supply daemon announces that it is ready; for what is its own.
+    /// The supply daemon is ready. The daemon defines what that means.
     Q_SCRIPTABLE bool pulseHNIPCReadySignal();
     /// The loaded supply changed to @p supplySku, in the printer @p printerName.
     Q_SCRIPTABLE bool pulseSupplyChangedSignal(QString supplySku, QString printerName = QString());
@@ -49,11 +49,11 @@ public Q_SLOTS:
     Q_SCRIPTABLE bool pulseRibbon1PercentChangedSignal(double percentage);
     /// The remaining part of ribbon 2, in percent.
     Q_SCRIPTABLE bool pulseRibbon2PercentChangedSignal(double percentage);
-    /// The colour of the loaded supply, as text of the daemon's form.
+    /// The colour of the loaded supply, as a string in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseSupplyRGBChangedSignal(QString rgb);
-    /// The colours of ribbon 1, as texts of the daemon's form.
+    /// The colours of ribbon 1, as strings in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseRibbon1RGBsChangedSignal(QStringList rgbs);
-    /// The colours of ribbon 2, as texts of the daemon's form.
+    /// The colours of ribbon 2, as strings in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseRibbon2RGBsChangedSignal(QStringList rgbs);
     /// @}
 
@@ -64,9 +64,9 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE QStringList supplySKUList() = 0;
     /// The SKUs of all ribbons in the database.
     virtual Q_SCRIPTABLE QStringList supplyRibbonSKUList() = 0;
-    /// The table of supply colours, keys and values the daemon's.
+    /// The table of supply colours, with keys and values defined by the daemon.
     virtual Q_SCRIPTABLE QVariantHash supplyColorHash() = 0;
-    /// The table of ribbon colours, keys and values the daemon's.
+    /// The table of ribbon colours, with keys and values defined by the daemon.
     virtual Q_SCRIPTABLE QVariantHash supplyRibbonColorHash() = 0;
     /// @}
 
@@ -75,9 +75,9 @@ public Q_SLOTS:
 
     /// The identifier of the loaded supply.
     virtual Q_SCRIPTABLE QString supplyId() = 0;
-    /// The supply SKU that the daemon holds for the printer.
+    /// The supply SKU that the daemon has stored for the printer.
     virtual Q_SCRIPTABLE QString supplySKUCached(QString printerName) = 0;
-    /// The ribbon SKUs that the daemon holds for the printer.
+    /// The ribbon SKUs that the daemon has stored for the printer.
     virtual Q_SCRIPTABLE QStringList supplyRibbonSKUsCached(QString printerName) = 0;
     /// The remaining part of the loaded supply, in percent.
     virtual Q_SCRIPTABLE double supplySupplyPercent() = 0;
@@ -85,11 +85,11 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE double supplyRibbon1Percent() = 0;
     /// The remaining part of ribbon 2, in percent.
     virtual Q_SCRIPTABLE double supplyRibbon2Percent() = 0;
-    /// The colour of the loaded supply, as text of the daemon's form.
+    /// The colour of the loaded supply, as a string in a format defined by the daemon.
     virtual Q_SCRIPTABLE QString supplySupplyRGB(QString printerName) = 0;
-    /// The colours of ribbon 1, as texts of the daemon's form.
+    /// The colours of ribbon 1, as strings in a format defined by the daemon.
     virtual Q_SCRIPTABLE QStringList supplyRibbon1RGBs(QString printerName) = 0;
-    /// The colours of ribbon 2, as texts of the daemon's form.
+    /// The colours of ribbon 2, as strings in a format defined by the daemon.
     virtual Q_SCRIPTABLE QStringList supplyRibbon2RGBs(QString printerName) = 0;
     /// The unique identifier of the loaded supply.
     virtual Q_SCRIPTABLE QString supplySupplyUID() = 0;
@@ -117,19 +117,19 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE QString supplyMaterialName(QString sku, QString printerName) = 0;
     /// The name of the format of the supply @p sku.
     virtual Q_SCRIPTABLE QString supplyFormatName(QString sku, QString printerName) = 0;
-    /// The colour of the supply @p sku, as a number of the daemon's form.
+    /// The colour of the supply @p sku, as a number in a format defined by the daemon.
     virtual Q_SCRIPTABLE qint32 supplyColorRGB(QString sku, QString printerName) = 0;
     /// The name of the colour of the supply @p sku.
     virtual Q_SCRIPTABLE QString supplyColorName(QString sku, QString printerName) = 0;
-    /// The width of the supply @p sku, unit the daemon's.
+    /// The width of the supply @p sku, in the daemon's unit.
     virtual Q_SCRIPTABLE double supplyWidth(QString sku, QString printerName) = 0;
-    /// Whether the supply @p sku is printed in landscape, as a number of the daemon's.
+    /// Whether the supply @p sku is printed in landscape, as a number defined by the daemon.
     virtual Q_SCRIPTABLE qint32 supplyIsLandscape(QString sku) = 0;
-    /// The background image of the supply @p sku, as bytes in a format of the daemon's.
+    /// The background image of the supply @p sku, as bytes in a format defined by the daemon.
     virtual Q_SCRIPTABLE QByteArray supplyBackgroundImage(QString sku) = 0;
-    /// The non-continuous length of the supply @p sku, unit the daemon's.
+    /// The non-continuous length of the supply @p sku, in the daemon's unit.
     virtual Q_SCRIPTABLE double supplyNonContinuousLength(QString sku, QString printerName) = 0;
-    /// The type of the supply @p sku, an index of the daemon's.
+    /// The type of the supply @p sku, an index defined by the daemon.
     virtual Q_SCRIPTABLE qint32 supplyTypeIndex(QString sku, QString printerName) = 0;
     /// @}
 
@@ -138,24 +138,25 @@ public Q_SLOTS:
 
     /// The number of panels of the ribbon @p ribbonSku.
     virtual Q_SCRIPTABLE qint32 supplyRibbonPanels(QString ribbonSku) = 0;
-    /// The width of the ribbon @p ribbonSku, unit the daemon's.
+    /// The width of the ribbon @p ribbonSku, in the daemon's unit.
     virtual Q_SCRIPTABLE double supplyRibbonWidth(QString ribbonSku) = 0;
-    /// The length of the ribbon @p ribbonSku, unit the daemon's.
+    /// The length of the ribbon @p ribbonSku, in the daemon's unit.
     virtual Q_SCRIPTABLE double supplyRibbonLength(QString ribbonSku) = 0;
     /// The name of the colour of one panel of the ribbon @p ribbonSku.
     virtual Q_SCRIPTABLE QString supplyRibbonColorName(QString ribbonSku, int panel) = 0;
-    /// The colour of one panel of the ribbon @p ribbonSku, a number of the daemon's form.
+    /// The colour of one panel of the ribbon @p ribbonSku, as a number in a format defined by the
+    /// daemon.
     virtual Q_SCRIPTABLE qint32 supplyRibbonColorRGB(QString ribbonSku, int panel) = 0;
-    /// The heat for printing one panel of @p ribbonSku on @p supplySku, unit the daemon's.
+    /// The heat for printing one panel of @p ribbonSku on @p supplySku, in the daemon's unit.
     virtual Q_SCRIPTABLE qint32 supplyRibbonHeat(QString ribbonSku, int panel,
                                                  QString supplySku) = 0;
-    /// The heat offset for one panel of @p ribbonSku on @p supplySku, unit the daemon's.
+    /// The heat offset for one panel of @p ribbonSku on @p supplySku, in the daemon's unit.
     virtual Q_SCRIPTABLE qint32 supplyRibbonHeatOffset(QString ribbonSku, int panel,
                                                        QString supplySku) = 0;
-    /// The highest speed for one panel of @p ribbonSku on @p supplySku, unit the daemon's.
+    /// The highest speed for one panel of @p ribbonSku on @p supplySku, in the daemon's unit.
     virtual Q_SCRIPTABLE qint32 supplyRibbonMaxSpeed(QString ribbonSku, int panel,
                                                      QString supplySku) = 0;
-    /// The tension for one panel of @p ribbonSku on @p supplySku, unit the daemon's.
+    /// The tension for one panel of @p ribbonSku on @p supplySku, in the daemon's unit.
     virtual Q_SCRIPTABLE qint32 supplyRibbonTension(QString ribbonSku, int panel,
                                                     QString supplySku) = 0;
     /// @}
@@ -163,13 +164,13 @@ public Q_SLOTS:
     /// @name Operations: notices from applications
     /// @{
 
-    /// Tells that the application module @p applicationName is ready, with its window and process
-    /// identifiers.
+    /// A client informs the daemon that the application module @p applicationName is ready, with
+    /// its window and process identifiers.
     virtual Q_SCRIPTABLE void supplyModuleReady(int windowId, int processId,
                                                 QString applicationName) = 0;
-    /// Tells that an application was clicked.
+    /// A client informs the daemon that an application was clicked.
     virtual Q_SCRIPTABLE void applicationWasClicked() = 0;
-    /// Tells which printer the module works with.
+    /// A client informs the daemon which printer the module works with.
     virtual Q_SCRIPTABLE void setModulePrinterName(QString printerName) = 0;
     /// @}
 

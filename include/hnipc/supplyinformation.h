@@ -12,19 +12,19 @@
 #include <QtDBus/QDBusArgument>
 
 /**
- * The supply record: a supply and its ribbons, in one answer.
+ * The supply record: a supply and its ribbons, in one reply.
  *
- * The library carries the record and never interprets it: meaning and unit of every field are the
- * supply daemon's. A number is -1 while it is not known, but for #integer5, which starts at 1.
+ * The library carries the record and does not interpret it: the supply daemon defines meaning and
+ * unit of every field. A number is -1 while it is not known, except #integer5, which starts at 1.
  *
  * On the bus the record is one structure of 30 members, `(sasdisdisisisdiayddiiiddddasavavavavav)`:
- * all fields but #text0, in the order in which they stand here. Each field says which member it is,
- * and of which D-Bus type. A `float` travels as a double, and each element of a variant list as a
- * D-Bus variant.
+ * all fields except #text0, in the order of their declaration. The comment of each field says which
+ * member it is, and its D-Bus type. A `float` is sent as a double, and each element of a variant
+ * list as a D-Bus variant.
  */
 struct HNIPC_EXPORT SupplyInformation
 {
-    QString text0;             ///< Stays with its owner: neither sent nor received.
+    QString text0;             ///< Local only: neither sent nor received.
     QString text1;             ///< Member 1: s.
     QStringList textList1;     ///< Member 2: as.
     float real1 = -1.0f;       ///< Member 3: d.
@@ -58,15 +58,15 @@ struct HNIPC_EXPORT SupplyInformation
 };
 
 /// @relates SupplyInformation
-/// Writes the record as one D-Bus structure. Every element of the variant lists has to be a type
+/// Writes the record as one D-Bus structure. Every element of the variant lists has to be of a type
 /// that D-Bus can carry.
 HNIPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument,
                                        const SupplyInformation &information);
 
 /// @relates SupplyInformation
-/// Reads the record from a D-Bus structure of any shape. The first member that is missing or of
-/// another type than its field ends the reading: that field and all after it keep the value that
-/// they had. What is no structure changes nothing.
+/// Reads the record from a D-Bus structure with any members. Reading stops at the first member that
+/// is missing or of another type than its field: that field and all after it keep their values. If
+/// the argument is not a structure, the record does not change.
 HNIPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument,
                                              SupplyInformation &information);
 

@@ -547,12 +547,14 @@ void tst_Ctl::listsSignalsAndProperties()
 {
     const QList<QByteArray> signalRows = lines(Ctl(words("list --signals")).out());
     QCOMPARE(signalRows.size(), 59);
-    QVERIFY2(signalRows.contains("m4       Error(int value)   The error code; the daemon's."),
-             signalRows.first());
+    QVERIFY2(
+        signalRows.contains("m4       Error(int value)   The error code, defined by the daemon."),
+        signalRows.first());
     const QJsonArray ofDac = array(Ctl(words("--json list --signals m4dac0")).out());
-    QCOMPARE(ofDac,
-             array("[{\"name\":\"M4Dac0\",\"daemon\":\"m4\",\"arguments\":[{\"name\":\"value\","
-                   "\"type\":\"quint32\"}],\"summary\":\"The DAC value; unit the daemon's.\"}]"));
+    QCOMPARE(
+        ofDac,
+        array("[{\"name\":\"M4Dac0\",\"daemon\":\"m4\",\"arguments\":[{\"name\":\"value\","
+              "\"type\":\"quint32\"}],\"summary\":\"The DAC value, in the daemon's unit.\"}]"));
     const QJsonArray lists = array(Ctl(words("--json list --signals Ribbon2RGBsChanged")).out());
     QCOMPARE(lists.first()
                  .toObject()
@@ -635,7 +637,8 @@ void tst_Ctl::takesAWrongPatternAsText()
 void tst_Ctl::namesSignalsAsClientsDo()
 {
     const QByteArray all = Ctl(words("list")).out();
-    QVERIFY(all.contains("Asks for a new reading of supplyMileage; M4SupplyMileage announces it."));
+    QVERIFY(all.contains(
+        "Requests a new reading of supplyMileage; the signal M4SupplyMileage announces it."));
     for (const char *prefix : { "M4_", "IOEXPD_", "SUPPLYD_" }) {
         QVERIFY2(!all.contains(prefix), prefix);
     }
