@@ -13,11 +13,11 @@
 #include <cstdlib>
 #include <limits>
 
-// To each daemon. Three times this is below the limit of a bus of type system, which refuses the
-// 129th unanswered call of a program; the rest is for its blocking calls.
+// The most calls in flight to each daemon: 96 to all three. A bus of type system refuses the 129th
+// call of a program that has no reply yet. The rest is for blocking calls.
 static const int mostInFlight = 32;
 
-// Requests have their own deadlines, and the bus counts a call until it is answered.
+// Requests have their own deadlines. With a timeout, Qt would end a call that the bus still counts.
 static const int noTimeout = std::numeric_limits<int>::max();
 
 static const char noOwner[] = "org.freedesktop.DBus.Error.NameHasNoOwner";
@@ -35,8 +35,8 @@ Bus::Bus()
 {
 }
 
-// When the program ends, before Qt ends its connections: the first use of one, by the constructor,
-// comes before this is registered. A thread that waits for the bus is left alone.
+// Runs at exit, before Qt closes its connections: the constructor uses QDBusConnection before this
+// function is registered. It waits at most 1 s for a thread that the bus blocks.
 #if QT_VERSION >= 0x050000
 static void stopThread()
 {
@@ -46,7 +46,7 @@ static void stopThread()
 }
 #endif
 
-// Never destroyed: objects that outlive static ones still use it.
+// Never destroyed: objects that outlive static objects still use it.
 Bus *Bus::instance()
 {
     struct Starter
@@ -109,7 +109,7 @@ void Bus::onLost()
     m_isConnected = false;
     m_isListening = false;
     m_subscription = nullptr;
-    // Qt 4 leaves calls in flight unanswered.
+    // Qt 4 does not finish the calls in flight.
     const QList<CallPointer> calls = m_calls.values();
     m_calls.clear();
     for (int i = 0; i < calls.size(); ++i) {
@@ -183,7 +183,7 @@ void Bus::onReply(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
     const CallPointer call = m_calls.take(watcher);
-    if (!call) { // it has ended with the bus
+    if (!call) { // onLost() has ended it
         return;
     }
     call->end(RequestLetter::Replied, watcher->reply());
@@ -266,7 +266,7 @@ void Bus::tell(const News &news)
     }
 }
 
-// The watch comes before the question, so that nothing happens unnoticed between the two.
+// Watches each name before it calls GetNameOwner, so that no change in between is missed.
 void Bus::watchDaemons()
 {
     if (m_watcher) {
@@ -312,7 +312,7 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
     }
     const QString owner = reply.isError() ? QString() : reply.value();
     for (int i = 0; i < daemonCount; ++i) {
-        const bool isUnknown = m_daemons[i].presence == NotKnown; // else the watch was faster
+        const bool isUnknown = m_daemons[i].presence == NotKnown; // otherwise the watch was faster
         if (watcher == m_daemons[i].question && isUnknown) {
             setOwner(daemonNumber(i), owner, News::DaemonPresent);
         }
@@ -329,8 +329,9 @@ bool Bus::wantsSignals() const
     return false;
 }
 
-// One subscription a daemon, to all signals of its interface, whoever sends them: for a named
-// sender, Qt asks the bus for its owner and waits, and libdbus aborts if the bus is lost meanwhile.
+// One subscription per daemon, to all signals of its interface from any sender. With a sender's
+// name, Qt would call the bus for the name's owner and block, and libdbus aborts if the bus is lost
+// then.
 void Bus::connectSignals()
 {
     for (int i = 0; i < daemonCount; ++i) {
@@ -338,7 +339,7 @@ void Bus::connectSignals()
         m_connection.connect(QString(), daemon->path, daemon->interfaceName, QString(), this,
                              SLOT(onSignal(QDBusMessage)));
     }
-    // Replied after the subscriptions, which have no reply themselves.
+    // The subscriptions have no replies. The bus replies to this call after it has processed them.
     m_subscription = askBus("GetId", QString(), SLOT(onSubscribed(QDBusPendingCallWatcher *)));
 }
 

@@ -25,12 +25,12 @@ enum { daemonCount = 3 };
 struct News
 {
     enum Kind {
-        DaemonPresent,  // since before
-        DaemonAppeared, // also when another process has taken over the bus name
+        DaemonPresent,  // was running when the watch began
+        DaemonAppeared, // also if another process has acquired the bus name
         DaemonAbsent,
-        Listening, // no signal is missed from here on
-        Signal,    // of this row, with these values
-        BusLost    // or there is none
+        Listening, // no signal is missed from now on
+        Signal,    // has a row and values
+        BusLost    // or it could not be connected
     };
 
     explicit News(Kind itsKind) : kind(itsKind), daemon(HNIPCServer::IOEXPD), row(-1) {}
@@ -41,7 +41,8 @@ struct News
     QVariantList values;
 };
 
-// An object that is told of daemons and signals, in the order in which the bus tells of them.
+// An object that receives news about daemons and signals, in the order in which the bus reports
+// them.
 struct Subscriber
 {
     explicit Subscriber(QObject *object) : wantsState(false), daemons(0), rows(0), mailbox(object)
@@ -50,9 +51,9 @@ struct Subscriber
 
     bool wants(HNIPCServer::ServerType daemon) const { return (daemons >> daemon) & 1; }
 
-    bool wantsState; // to be told also of daemons that are present, and when it is listening
+    bool wantsState; // receives DaemonPresent and Listening, too
     int daemons;     // one bit each
-    quint64 rows;    // the same
+    quint64 rows;    // one bit each
     Mailbox<News> mailbox;
 };
 
@@ -61,9 +62,10 @@ typedef std::shared_ptr<Subscriber> SubscriberPointer;
 const int allDaemons = (1 << daemonCount) - 1;
 const quint64 allRows = (Q_UINT64_C(1) << relayRowCount) - 1;
 
-// The non-blocking half's side of the system bus, one in a process. All that could wait for the bus
-// is done here, in a thread of its own (with Qt 4, whose connection belongs to one thread, in the
-// application's), and replies are counted here, so no other thread can keep a call from ending.
+// The system bus for the non-blocking classes; one object per process. Everything that could wait
+// for the bus is done here, in a separate thread. (With Qt 4, in the application's thread, because
+// its connection belongs to one thread.) Replies are counted here, too, so that no other thread can
+// delay the end of a call.
 class Bus : public QObject
 {
     Q_OBJECT
@@ -71,13 +73,13 @@ class Bus : public QObject
 public:
     static Bus *instance();
 
-    // For any thread. Both are done later, in the order of the calls.
+    // Called from any thread. The work is done later, in the order of these calls.
     void send(const CallPointer &call);
-    void forget(const CallPointer &call); // that was withdrawn before it was sent
+    void forget(const CallPointer &call); // it was withdrawn before it was sent
     void subscribe(const SubscriberPointer &subscriber);
     void unsubscribe(const SubscriberPointer &subscriber);
 
-    // For any thread, too: as the bus has reported last.
+    // Called from any thread. Returns the latest report of the bus.
     bool isPresent(HNIPCServer::ServerType daemon) const
     {
         return m_daemons[daemon].presence == Present;
@@ -111,8 +113,8 @@ private:
         int inFlight;
         QList<CallPointer> waiting;
         std::atomic<Presence> presence;    // read by other threads, too
-        QString owner;                     // its connection's unique name
-        QDBusPendingCallWatcher *question; // whether the daemon is running
+        QString owner;                     // the unique name of its connection
+        QDBusPendingCallWatcher *question; // the pending call of GetNameOwner
     };
 
     Bus();
@@ -136,7 +138,7 @@ private:
     QDBusPendingCallWatcher *askBus(const char *method, const QString &name, const char *slot);
 
     Mailbox<Job> m_jobs;
-    bool m_isOpen; // there has been a connection, or an attempt
+    bool m_isOpen; // open() was called; it may have failed
     bool m_isConnected;
     QDBusConnection m_connection;
 
@@ -146,7 +148,7 @@ private:
     QList<SubscriberPointer> m_subscribers;
     QDBusServiceWatcher *m_watcher;
     bool m_isListening;
-    QDBusPendingCallWatcher *m_subscription; // the bus has not confirmed it yet
+    QDBusPendingCallWatcher *m_subscription; // its reply confirms the subscriptions
 };
 
 #endif

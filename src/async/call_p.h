@@ -15,23 +15,23 @@
 struct RequestLetter
 {
     enum Kind {
-        NotSent,    // for the reason that the request knows
-        Replied,    // with this reply
+        NotSent,    // the request has the reason already
+        Replied,    // has the reply
         TimedOut,   // before it was sent
         NoBus,      // not sent
         BusLost,    // after it was sent
         Cancelled,  // within send()
-        TimerNeeded // of the thread that the request belongs to now
+        TimerNeeded // in the thread that the request belongs to now
     };
 
     RequestLetter(Kind itsKind, int itsNumber) : kind(itsKind), number(itsNumber) {}
 
     Kind kind;
-    int number; // of what it is about, so that one that is outdated is known
+    int number; // of the send() or cancel() that it belongs to; older letters are ignored
     QDBusMessage reply;
 };
 
-// A call on its way to the bus and back, shared by the request and the bus.
+// A call that waits or is in flight, shared by its request and the Bus.
 class Call
 {
 public:
@@ -41,11 +41,11 @@ public:
     HNIPCServer::ServerType daemon() const { return m_daemon; }
     const QDBusMessage &message() const { return m_message; }
 
-    // For the request, which does not wait for the call any more. True if the call was not sent;
-    // then it never is.
+    // Called by the request when it no longer waits for the call. Returns true if the call was not
+    // sent; then it never will be.
     bool withdraw();
 
-    // For the bus.
+    // Called by the Bus.
     bool beginSending(); // false if the call was withdrawn, or its deadline has passed
     void end(RequestLetter::Kind kind, const QDBusMessage &reply = QDBusMessage());
 
@@ -57,7 +57,7 @@ private:
     QDBusMessage m_message;
     QElapsedTimer m_clock;
 
-    std::mutex m_mutex; // for both
+    std::mutex m_mutex; // guards the next two
     bool m_isSent;
     bool m_isWithdrawn;
 };

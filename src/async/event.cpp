@@ -43,7 +43,7 @@ struct Events
     QHash<QString, int> rowByMember;
 };
 
-// Never destroyed: the bus may still have signals when static objects are.
+// Never destroyed: signals may still arrive while static objects are destroyed.
 const Events &events()
 {
     static const Events *const instance = new Events;

@@ -10,24 +10,23 @@
 
 class QDBusMessage;
 
-// A row of the relay as HNIPCEvents has it.
+// A relay row, with what it takes to emit the signal of HNIPCEvents.
 struct Event
 {
     HNIPCServer::ServerType daemon;
     QString name;    // of the signal
     int methodIndex; // in the meta-object of HNIPCEvents
     int parameterCount;
-    QString wireSignature; // what a daemon's signal begins with
+    QString wireSignature; // of the parameters
 };
 
-// The event of a relay row.
 const Event &eventOfRow(int row);
 
-// The row whose signal has this name; -1 for none.
+// The row whose signal has this name; -1 if there is none.
 int rowOfSignal(const QString &name);
 
-// The row of a daemon's signal; -1 for none, and if the arguments are not those that are declared.
-// Further arguments are allowed.
+// The row of a daemon's signal; -1 if there is none, or if the arguments do not begin with those
+// that are declared. Extra arguments are allowed.
 int rowOfMessage(const QDBusMessage &message);
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <hnipc/hnipcfailure.h>
 
-// The failures that are found on this side of the bus, each with its names and its words.
+// The failures that the library finds itself, each with its reason, error name and text.
 
 HNIPCFailure unknownMethod(const QString &method);
 HNIPCFailure invalidArguments(const QString &text);

@@ -5,7 +5,7 @@
 
 #include <QtCore/QPointer>
 
-// A child of the object, so that it goes along to another thread.
+// A child of the object, so that it is moved to another thread with it.
 class HNIPCAvailabilityPrivate : public QObject
 {
 public:
@@ -27,7 +27,7 @@ private:
     HNIPCAvailability *const q;
     const SubscriberPointer subscriber;
     bool hasBeenTold[daemonCount];
-    bool isKnownTold; // by knownChanged()
+    bool isKnownTold; // knownChanged(true) was emitted last
 };
 
 HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availability)
@@ -64,7 +64,7 @@ bool HNIPCAvailabilityPrivate::event(QEvent *event)
     return true;
 }
 
-// In each of these, a receiver may destroy the object, or turn the event loop.
+// In each of these functions, a receiver may destroy the object, or run an event loop.
 
 void HNIPCAvailabilityPrivate::setAvailable(HNIPCServer::ServerType daemon, bool available)
 {

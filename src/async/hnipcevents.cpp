@@ -6,7 +6,7 @@
 
 #include <QtCore/QPointer>
 
-// A child of the object, so that it goes along to another thread.
+// A child of the object, so that it is moved to another thread with it.
 class HNIPCEventsPrivate : public QObject
 {
 public:
@@ -62,11 +62,11 @@ void HNIPCEventsPrivate::setListening(bool listening)
     emit q->listeningChanged(listening);
 }
 
-// The values are of the types of the parameters, or there would be no news.
+// The values have the types of the parameters: rowOfMessage() has checked them.
 void HNIPCEventsPrivate::relay(const News &news)
 {
     const Event &event = eventOfRow(news.row);
-    void *arguments[] = { nullptr, nullptr, nullptr }; // the result, and the most that a signal has
+    void *arguments[] = { nullptr, nullptr, nullptr }; // the result, and at most two parameters
     for (int i = 0; i < news.values.size(); ++i) {
         arguments[i + 1] = const_cast<void *>(news.values.at(i).constData());
     }

@@ -18,7 +18,7 @@ HNIPCFailure::HNIPCFailure(HNIPCRequest::Outcome itsOutcome, HNIPCRequest::Reaso
 {
 }
 
-// ---- On this side of the bus ---------------------------------------------------------------
+// ---- Failures that the library finds itself ------------------------------------------------
 
 HNIPCFailure unknownMethod(const QString &method)
 {
@@ -49,13 +49,13 @@ HNIPCFailure noBus()
 HNIPCFailure busLost(const QString &busName)
 {
     return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::BusLost, standardError("Disconnected"),
-                        QString::fromLatin1("the bus was lost before %1 answered").arg(busName));
+                        QString::fromLatin1("the bus was lost before %1 replied").arg(busName));
 }
 
 HNIPCFailure timedOut(bool isSent, const QString &busName, int milliseconds)
 {
-    const char *const text = isSent ? "%1 did not answer within %2 ms"
-                                    : "its turn to be sent to %1 did not come within %2 ms";
+    const char *const text = isSent ? "%1 did not reply within %2 ms"
+                                    : "the call was not sent to %1 within %2 ms";
     return HNIPCFailure(isSent ? HNIPCRequest::Unknown : HNIPCRequest::NotSent,
                         HNIPCRequest::TimedOut, standardError("Timeout"),
                         QString::fromLatin1(text).arg(busName).arg(milliseconds));
@@ -71,20 +71,20 @@ HNIPCFailure cancelled(bool isSent)
 HNIPCFailure wrongType(const QString &busName, const QString &errorName, const QString &text)
 {
     return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::WrongType, errorName,
-                        QString::fromLatin1("%1 answered another type: %2").arg(busName, text));
+                        QString::fromLatin1("%1 replied with another type: %2").arg(busName, text));
 }
 
 // ---- Error replies -------------------------------------------------------------------------
 
-// The bus in place of the daemon.
+// The bus itself replied.
 static HNIPCFailure ofBus(const QDBusMessage &reply, const QString &busName)
 {
     const QString name = reply.errorName();
     if (name == standardError("NoReply")) {
         return HNIPCFailure(HNIPCRequest::Unknown, HNIPCRequest::DaemonLeft, name,
-                            QString::fromLatin1("%1 left the bus before it answered").arg(busName));
+                            QString::fromLatin1("%1 left the bus before it replied").arg(busName));
     }
-    // The bus has another name for an absent daemon if the call may not start one.
+    // NameHasNoOwner means the same, for a call that must not start the daemon.
     if (name == standardError("ServiceUnknown") || name == standardError("NameHasNoOwner")) {
         return daemonAbsent(busName);
     }
@@ -94,7 +94,7 @@ static HNIPCFailure ofBus(const QDBusMessage &reply, const QString &busName)
                         name, reply.errorMessage());
 }
 
-// This process: the call timed out, could not be sent, or the bus was lost.
+// Qt made the error in this process: the call timed out or could not be sent, or the bus was lost.
 static HNIPCFailure ofThisSide(const QDBusMessage &reply, const QString &busName, int timeout)
 {
     switch (QDBusError(reply).type()) {

@@ -17,8 +17,8 @@ static const int longestPause = 30 * 1000;
 
 namespace {
 
-// The properties of the client. That of the supply is of several printers, so that the argument of
-// its signal may be another's.
+// The properties of HNIPC. SupplyChanged can be about another printer, so its argument is not used
+// as the value.
 struct ClientProperty
 {
     const char *name;
@@ -65,10 +65,11 @@ struct State
     bool isKnown;
     bool isCurrent;
     QVariant value;
-    HNIPCFailure failure; // to read it
+    HNIPCFailure failure; // why the value is unknown or could not be read again
 };
 
-// Equal and of the same types: variants that make different calls, as 5 and "5", may be equal.
+// Whether values and types are the same. QVariants that make different calls can be equal: 5 and
+// "5".
 bool isSame(const QVariantList &one, const QVariantList &other);
 
 bool isSame(const QVariant &one, const QVariant &other)
@@ -101,7 +102,7 @@ QEvent::Type configureEvent()
 
 } // namespace
 
-// A child of the reading, so that it goes along to another thread.
+// A child of the reading, so that it is moved to another thread with it.
 class HNIPCReadingPrivate : public QObject
 {
     Q_OBJECT
@@ -110,7 +111,8 @@ public:
     explicit HNIPCReadingPrivate(HNIPCReading *reading);
     virtual ~HNIPCReadingPrivate();
 
-    void reconfigure(void (HNIPCReading::*signal)()); // in the event loop; the signal says of what
+    // Emits the signal; the event loop then calls configure().
+    void reconfigure(void (HNIPCReading::*signal)());
     void read();
 
     QString method;
@@ -138,17 +140,17 @@ private:
     void becomeUnknown(const State &reason);
 
     HNIPCReading *const q;
-    bool isReconfigured;          // and the event loop has not seen it yet
-    QString called;               // the method, that of the client's property
+    bool isReconfigured;          // and configure() was not called yet
+    QString called;               // the method; for a property, its method
     SubscriberPointer subscriber; // null while there is nothing to read
     HNIPCServer::ServerType daemon;
     int resultType;
     int argumentOfValue;
-    bool isAbsent; // the daemon, or the bus has not reported yet
+    bool isAbsent; // the daemon is not running, or the bus has not reported yet
     HNIPCRequest *request;
-    bool isOutdated;   // what is under way, since a signal came after it was sent
-    bool isToFollow;   // one more read, when what is under way has finished
-    bool isFromSignal; // the value, which no read has confirmed
+    bool isOutdated;   // a signal arrived after the pending read was sent
+    bool isToFollow;   // one more read is needed after the pending one
+    bool isFromSignal; // no read has confirmed the value yet
     QBasicTimer pause; // until a failed read is repeated
     int pauseLength;
 };
@@ -163,7 +165,7 @@ HNIPCReadingPrivate::HNIPCReadingPrivate(HNIPCReading *reading)
 
 HNIPCReadingPrivate::~HNIPCReadingPrivate() { unsubscribe(); }
 
-// ---- What is read --------------------------------------------------------------------------
+// ---- Configuration -------------------------------------------------------------------------
 
 void HNIPCReadingPrivate::reconfigure(void (HNIPCReading::*signal)())
 {
@@ -215,7 +217,7 @@ void HNIPCReadingPrivate::configure()
         }
         rows |= Q_UINT64_C(1) << row;
     }
-    daemon = overloads.first().daemon; // that of all overloads, as is the result
+    daemon = overloads.first().daemon; // all overloads have the same daemon and result
     resultType = overloads.first().resultType;
     pauseLength = shortestPause;
     renewRequest();
@@ -229,7 +231,7 @@ void HNIPCReadingPrivate::subscribe(quint64 rows)
     subscriber.reset(new Subscriber(this));
     subscriber->daemons = 1 << daemon;
     subscriber->rows = rows;
-    // A daemon that is known to be running is called at once; of any other, the bus reports.
+    // A daemon that is known to be running is called at once. Otherwise the bus has to report it.
     isAbsent = !Bus::instance()->isPresent(daemon);
     subscriber->wantsState = isAbsent;
     Bus::instance()->subscribe(subscriber);
@@ -261,7 +263,7 @@ void HNIPCReadingPrivate::read()
 void HNIPCReadingPrivate::onFinished()
 {
     const bool isOneMoreWanted = isToFollow;
-    // Signals do not hide that the daemon does not reply.
+    // A timeout is reported even if signals have made the read outdated.
     if (isOutdated && request->reason() != HNIPCRequest::TimedOut) {
         read();
         return;
@@ -317,7 +319,7 @@ void HNIPCReadingPrivate::onNews(const News &news)
         becomeUnknown(State(daemonAbsent(serviceIdentity(daemon)->busName)));
         break;
     case News::DaemonPresent:
-        if (!isAbsent) { // as it was when the first read was sent
+        if (!isAbsent) { // this was known when the first read was sent
             break;
         }
         // fall through
@@ -330,7 +332,7 @@ void HNIPCReadingPrivate::onNews(const News &news)
     }
 }
 
-// A read that is under way was sent to a daemon that is gone.
+// A pending read was sent to a daemon that has disappeared.
 void HNIPCReadingPrivate::becomeUnknown(const State &why)
 {
     if (request->isPending()) {
@@ -352,7 +354,7 @@ void HNIPCReadingPrivate::renewRequest()
 
 void HNIPCReadingPrivate::onSignal(const News &news)
 {
-    if (isAbsent) { // a signal of another daemon
+    if (isAbsent) { // the signal is of another daemon
         return;
     }
     State newState = state;
@@ -364,14 +366,14 @@ void HNIPCReadingPrivate::onSignal(const News &news)
         newState.value = value;
     }
     isOutdated = request->isPending();
-    // A daemon that has not replied in time gets no more calls than the pauses allow.
+    // After a timeout, a signal does not end the pause: the daemon gets no extra calls.
     if (!pause.isActive() || state.failure.reason != HNIPCRequest::TimedOut) {
         read();
     }
     setState(newState);
 }
 
-// The last that is done, for a receiver may destroy the reading.
+// A receiver may destroy the reading: nothing is used after this without a guard.
 void HNIPCReadingPrivate::setState(const State &newState)
 {
     if (newState == state) {
@@ -400,7 +402,7 @@ void HNIPCReading::setMethod(const QString &method)
 
 QVariantList HNIPCReading::arguments() const { return d->arguments; }
 
-// A binding of QML sets them again whenever something that it reads has changed.
+// A QML binding sets the arguments again whenever one of its inputs has changed.
 void HNIPCReading::setArguments(const QVariantList &arguments)
 {
     if (isSame(arguments, d->arguments)) {

@@ -19,10 +19,10 @@
 
 #include <limits>
 
-static const int defaultDeadline = 25
-    * 1000; // the bus library's own timeout, as blocking calls have
+// In ms. The same as the default timeout of the bus library, which blocking calls have.
+static const int defaultDeadline = 25 * 1000;
 
-// A child of the request, so that it goes along to another thread.
+// A child of the request, so that it is moved to another thread with it.
 class HNIPCRequestPrivate : public QObject
 {
 public:
@@ -41,7 +41,7 @@ public:
     bool isPending;
     QElapsedTimer clock;
     qint64 duration;
-    HNIPCFailure failure; // with the outcome Answered for none
+    HNIPCFailure failure; // its outcome is Answered if the request has succeeded
     QVariant value;
 
 protected:
@@ -61,15 +61,15 @@ private:
 
     const std::shared_ptr<Mailbox<RequestLetter>> mailbox;
 
-    // Of the latest send(), whatever is set for the next one.
-    int number; // of the letters that count
+    // Of the latest send(); the properties above are for the next one.
+    int number; // letters with another number are ignored
     RemoteMethod called;
     int allowed;               // the deadline
-    CallPointer call;          // null if there is none to be sent
+    CallPointer call;          // null if nothing is to be sent
     int timer;                 // 0 for none
-    bool isSending;            // within send(), where nothing finishes
+    bool isSending;            // in send(), where the request must not finish
     bool isFinishing;          // between stateChanged() and finished()
-    QList<RequestLetter> held; // until send() has returned
+    QList<RequestLetter> held; // delivered after send()
 };
 
 HNIPCRequestPrivate::HNIPCRequestPrivate(HNIPCRequest *request)
@@ -89,7 +89,8 @@ HNIPCRequestPrivate::~HNIPCRequestPrivate()
 
 // ---- Sending -------------------------------------------------------------------------------
 
-// The call, or none with the failure that says why.
+// Creates the call. Returns false, and sets the failure, if the method, an argument or the
+// deadline is invalid.
 bool HNIPCRequestPrivate::prepare(const QVariantList &with)
 {
     QVariantList fitted;
@@ -145,7 +146,7 @@ bool HNIPCRequestPrivate::send(const QVariantList &with)
     return true;
 }
 
-// A thread without an event loop has no timers. It may get one later.
+// A thread without an event loop has no timers. It may get an event loop later.
 void HNIPCRequestPrivate::startTimer()
 {
     stopTimer();
@@ -180,7 +181,7 @@ bool HNIPCRequestPrivate::event(QEvent *event)
         }
         return true;
     }
-    // Qt would let the timer count anew in the next thread.
+    // Qt would restart the timer with its full interval in the new thread.
     if (event->type() == QEvent::ThreadChange && timer) {
         stopTimer();
         mailbox->put(RequestLetter(RequestLetter::TimerNeeded, number));
@@ -188,7 +189,7 @@ bool HNIPCRequestPrivate::event(QEvent *event)
     return QObject::event(event);
 }
 
-// A timer may be early, and what has come meanwhile is still to be delivered.
+// A timer may be early, and letters that have arrived are delivered before the timeout.
 void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 {
     if (clock.elapsed() < allowed || !mailbox->isEmpty()) {
@@ -200,7 +201,7 @@ void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 
 void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
 {
-    if (!isPending || letter.number != number) { // it has finished, and may have been sent again
+    if (!isPending || letter.number != number) { // finished meanwhile; maybe sent again
         return;
     }
     if (isSending) {
@@ -231,7 +232,7 @@ void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
     finish();
 }
 
-// True if the call was not sent; then it never is.
+// Returns true if the call was not sent; then it never will be.
 bool HNIPCRequestPrivate::withdraw()
 {
     const bool isUnsent = call->withdraw();
@@ -243,7 +244,7 @@ bool HNIPCRequestPrivate::withdraw()
 
 void HNIPCRequestPrivate::giveUp(RequestLetter::Kind kind)
 {
-    if (!call) { // the failure is known already
+    if (!call) { // prepare() has set the failure
         return;
     }
     const bool isSent = !withdraw();
@@ -251,12 +252,12 @@ void HNIPCRequestPrivate::giveUp(RequestLetter::Kind kind)
                                                : timedOut(isSent, daemonName(), allowed);
 }
 
-// A reply has to be of the declared type, but a record may have any number of fields, as for the
+// A reply has to be of the declared type. Only a record may have any number of members, as for the
 // blocking client.
 void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
 {
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        failure = HNIPCFailure::ofReply(reply, daemonName(), 0); // the bus library has no timeout
+        failure = HNIPCFailure::ofReply(reply, daemonName(), 0); // the call had no timeout of Qt
         return;
     }
     failure.outcome = HNIPCRequest::Answered;
@@ -272,7 +273,7 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
     }
     QDBusError error;
     value = emptyValue(called.resultType);
-    qDBusReplyFill(reply, error, value); // what QDBusReply does, for a type by its number
+    qDBusReplyFill(reply, error, value); // as QDBusReply does, for a type given by its number
     if (error.isValid()) {
         value = QVariant();
         failure = wrongType(daemonName(), error.name(), error.message());
@@ -285,9 +286,9 @@ void HNIPCRequestPrivate::cancel()
         return;
     }
     if (call) {
-        call->withdraw(); // also if this is within send(), where the rest has to wait
+        call->withdraw(); // now, also in send(), where the letter is only held
     }
-    ++number; // and the reply may come first
+    ++number; // so that a reply that arrives first is ignored
     deliver(RequestLetter(RequestLetter::Cancelled, number));
 }
 
@@ -327,7 +328,8 @@ void HNIPCRequest::setMethod(const QString &method)
 
 QVariantList HNIPCRequest::arguments() const { return d->arguments; }
 
-// Not compared with the old ones: variants that make different calls, as 5 and "5", may be equal.
+// Not compared with the old ones: variants that make different calls can be equal, such as 5 and
+// "5".
 void HNIPCRequest::setArguments(const QVariantList &arguments)
 {
     d->arguments = arguments;

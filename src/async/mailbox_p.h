@@ -9,16 +9,16 @@
 #include <list>
 #include <mutex>
 
-// The type of the events that come with letters, which applications do not use for their own.
+// The type of the events that announce letters. Registered, so that no application uses it.
 inline QEvent::Type letterEvent()
 {
     static const int type = QEvent::registerEventType();
     return static_cast<QEvent::Type>(type);
 }
 
-// Passes letters from any thread to an object of one thread. Each letter has an event of its own. So
-// letters are delivered one by one and in order, also by a nested event loop, and go along when the
-// object is moved to another thread.
+// Delivers letters from any thread to an object. Each letter is announced by one event. So letters
+// are delivered one by one and in order, also by a nested event loop, and follow the object when it
+// is moved to another thread.
 template <typename Letter>
 class Mailbox
 {
@@ -39,7 +39,7 @@ public:
         QCoreApplication::postEvent(m_owner, new QEvent(letterEvent()));
     }
 
-    // By the owner, for each letterEvent(). False if there is none.
+    // Called by the owner for each letterEvent(). Returns false if there is no letter.
     bool take(Letter *letter)
     {
         const std::lock_guard<std::mutex> lock(m_lettersMutex);
@@ -51,8 +51,9 @@ public:
         return true;
     }
 
-    // The same for an owner whose receivers may run an event loop: there, Qt's dispatcher on GLib does
-    // not deliver what was posted before, to any object, until it is woken up.
+    // The same, for an owner whose receivers may run a nested event loop. In that loop, Qt's GLib
+    // dispatcher does not deliver events that were posted before, to any object, until it is woken
+    // up.
     bool takeForReceivers(Letter *letter)
     {
         if (!take(letter)) {
@@ -70,7 +71,7 @@ public:
         return m_letters.empty();
     }
 
-    // By the owner, when it is destroyed.
+    // Called by the owner when it is destroyed.
     void close()
     {
         const std::lock_guard<std::mutex> lock(m_ownerMutex);
@@ -80,12 +81,13 @@ public:
     }
 
 private:
-    // Not Qt's, which ThreadSanitizer does not see. Two, because the event wakes the owner's thread
-    // at once: it would only wait for put() to unlock the letters.
+    // std::mutex, because ThreadSanitizer does not see QMutex. There are two, because the event
+    // wakes the owner's thread at once: with one mutex, that thread would wait until put() unlocks
+    // it.
     std::mutex m_ownerMutex;
     QObject *m_owner;
     std::mutex m_lettersMutex;
-    std::list<Letter> m_letters; // which, empty, takes no memory of its own
+    std::list<Letter> m_letters; // an empty std::list allocates no memory
 };
 
 #endif

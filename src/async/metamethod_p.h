@@ -8,7 +8,7 @@
 #include <QtCore/QMetaType>
 #include <QtDBus/QDBusMetaType>
 
-// Functions that have different names in the Qt majors.
+// Functions whose names differ between Qt majors.
 
 inline QByteArray nameOf(const QMetaMethod &method)
 {
@@ -45,7 +45,7 @@ inline int resultTypeOf(const QMetaMethod &method)
 #endif
 }
 
-// The D-Bus type of a type of QMetaType.
+// The D-Bus signature of a type of QMetaType.
 inline const char *wireTypeOf(int type)
 {
 #if QT_VERSION < 0x060000

@@ -16,7 +16,7 @@
 #include <cmath>
 #include <limits>
 
-// ---- What there is to call -----------------------------------------------------------------
+// ---- The methods ---------------------------------------------------------------------------
 
 static bool hasSlot(const QMetaObject &server, const QByteArray &name, const QList<int> &types)
 {
@@ -55,7 +55,7 @@ static RemoteMethods readMetaObjects()
         const QByteArray name = nameOf(slot);
         QList<RemoteMethod> &overloads = result[QString::fromLatin1(name)];
         const QList<int> types = parameterTypesOf(slot);
-        // A method with arguments left out follows the whole one.
+        // moc lists the forms with fewer arguments after the complete one.
         if (slot.attributes() & QMetaMethod::Cloned) {
             overloads.last().required = types.size();
             continue;
@@ -79,10 +79,10 @@ static RemoteMethods readMetaObjects()
 QList<RemoteMethod> remoteMethods(const QString &name)
 {
     static const RemoteMethods *const all = new RemoteMethods(readMetaObjects());
-    return all->value(name); // also for requests that outlive static objects
+    return all->value(name); // never destroyed: requests may outlive static objects
 }
 
-// ---- What it is called with ----------------------------------------------------------------
+// ---- The arguments -------------------------------------------------------------------------
 
 static bool isNumber(const QVariant &value)
 {
@@ -103,7 +103,8 @@ static bool isNumber(const QVariant &value)
     }
 }
 
-// The number as a T, or an invalid variant where it is none. JavaScript's are all of type double.
+// The value as a T; an invalid variant if it is not a number that a T can hold exactly. A double is
+// accepted, because all numbers of JavaScript are doubles.
 template <typename T>
 static QVariant exactly(const QVariant &value)
 {
@@ -118,7 +119,7 @@ static QVariant exactly(const QVariant &value)
     if (isFloating) {
         return approximate < end ? QVariant(static_cast<T>(approximate)) : QVariant();
     }
-    // Not negative, or small enough for every type that can be.
+    // A negative number was compared with the start above.
     const bool fits = approximate < 0
         || value.toULongLong() <= static_cast<quint64>(std::numeric_limits<T>::max());
     return fits ? QVariant(
@@ -161,7 +162,7 @@ QVariant converted(const QVariant &value, int type)
     }
 }
 
-// The client has two defaults: no printer name, and the first panel.
+// HNIPC has two defaults: the null string as a printer name, and ribbon panel 1.
 static QVariant defaultOf(int type)
 {
     return type == QMetaType::Int ? QVariant(1) : QVariant(QString());
@@ -184,7 +185,7 @@ static QString nameOfType(int type)
 static QString shown(const QVariant &value)
 {
     if (value.userType() == QMetaType::QString) {
-        return QString::fromLatin1("the text \"%1\"").arg(value.toString());
+        return QString::fromLatin1("the string \"%1\"").arg(value.toString());
     }
     if (isNumber(value) || value.userType() == QMetaType::Bool) {
         return value.toString();
@@ -193,7 +194,7 @@ static QString shown(const QVariant &value)
                            : QString::fromLatin1("undefined");
 }
 
-// The number of arguments that fit, from the first one on.
+// Returns how many arguments fit, counted from the first one.
 static int fit(const RemoteMethod &method, const QVariantList &arguments, QVariantList *fitted)
 {
     fitted->clear();
@@ -223,7 +224,7 @@ const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
         return 0;
     }
 
-    // Of those that do not fit, the ones that came furthest are what was meant.
+    // The error names the types of the overloads that fit the most arguments.
     int furthest = -1;
     QStringList types;
     for (int i = 0; i < overloads.size(); ++i) {

@@ -8,33 +8,33 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-// A method of the client class, as it is called on the bus.
+// A method of HNIPC, with what it takes to call it on the bus.
 struct RemoteMethod
 {
     struct Parameter
     {
         QString name;
-        int type; // of QMetaType, as is the result's
+        int type; // of QMetaType
     };
 
     HNIPCServer::ServerType daemon;
     QString name;
     QList<Parameter> parameters;
-    int required; // so many have no default
-    int resultType;
+    int required;   // the number of parameters without a default
+    int resultType; // of QMetaType
 };
 
-// All methods of this name, none if there is no such method; read from the meta-objects of the
-// client and of the daemons' interface classes.
+// The overloads of this name; an empty list if HNIPC has no such method. They are read from the
+// meta-objects of HNIPC and of the daemons' interface classes.
 QList<RemoteMethod> remoteMethods(const QString &name);
 
-// The one of these overloads that the arguments fit, with the arguments in the declared types and
-// the defaults in place of those that are left out. Null, with the reason, if none fits.
+// The overload that the arguments fit. Sets *fitted to the arguments in the declared types,
+// completed by the defaults. If none fits, returns null and sets *error.
 const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
                                   const QVariantList &arguments, QVariantList *fitted,
                                   QString *error);
 
-// The value as one of this type of QMetaType; invalid if that would lose or invent something.
+// The value converted to this type of QMetaType; an invalid variant if that would change the value.
 QVariant converted(const QVariant &value, int type);
 
 #endif

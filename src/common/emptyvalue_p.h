@@ -5,7 +5,8 @@
 #include <QtCore/QMetaType>
 #include <QtCore/QVariant>
 
-// A valid variant of the type, which Qt 6 no longer makes from the type's number.
+// A valid variant with an empty value of the type. In Qt 6, QVariant has no constructor for a
+// type's number.
 inline QVariant emptyValue(int type)
 {
 #if QT_VERSION < 0x060000

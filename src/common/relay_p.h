@@ -4,7 +4,7 @@
 
 #include <hnipc/hnipcserver.h>
 
-// One signal of a daemon, and the signal of the client classes that it becomes.
+// One signal of a daemon, and the signal of the client classes that relays it.
 struct RelayRow
 {
     HNIPCServer::ServerType daemon;

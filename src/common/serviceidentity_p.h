@@ -14,7 +14,7 @@ struct ServiceIdentity
     QLatin1String interfaceName;
 };
 
-// The identity of a daemon, or null for a type that selects none.
+// The identity of the daemon; null if the type selects no daemon.
 const ServiceIdentity *serviceIdentity(HNIPCServer::ServerType type);
 
 #endif

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The fields that travel, in the order in which they travel.
+// The fields that are sent, in their order on the bus.
 template <typename Carrier, typename Record>
 void carryFields(Carrier &carry, Record &record)
 {
@@ -67,8 +67,8 @@ private:
     QDBusArgument &m_argument;
 };
 
-// Looks before it reads: Qt's own operators take what stands next for what they were asked for,
-// and bring the process down when it is something else.
+// Checks the type of each member before it reads it. Qt's operators do not check: the process
+// crashes if the member has another type.
 class Reader
 {
 public:

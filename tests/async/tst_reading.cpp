@@ -1117,7 +1117,7 @@ void tst_Reading::timedOutReadIsRepeated()
     reading.setDeadline(50);
     VERIFY_SHOWS(reading,
                  "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
-                 "org.hnipc.m4 did not answer within 50 ms");
+                 "org.hnipc.m4 did not reply within 50 ms");
     QVERIFY(isHeld(2));
     m4().answer("getError", "(8,)");
     VERIFY_SHOWS(reading, "current int 8");
@@ -1557,7 +1557,7 @@ void tst_Reading::deadlineIsOfTheNextRead()
     m4().answerHeld(0, "(1,)");
     VERIFY_SHOWS(*reading,
                  "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
-                 "org.hnipc.m4 did not answer within 50 ms");
+                 "org.hnipc.m4 did not reply within 50 ms");
     reading->setDeadline(-1);
     QVERIFY(isHeld(3)); // the repetition has it
     QVERIFY(waitUntil([&]() { return reading->deadline() == -1; }));
@@ -1637,7 +1637,7 @@ void tst_Reading::changedOnlyIfSomethingChanged()
 
     // The daemon has the same words as the library.
     const QByteArray name = "org.freedesktop.DBus.Error.Timeout";
-    const QByteArray text = "org.hnipc.m4 did not answer within 50 ms";
+    const QByteArray text = "org.hnipc.m4 did not reply within 50 ms";
     m4().hold("dac0");
     reading.setDeadline(50);
     reading.read();

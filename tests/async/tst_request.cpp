@@ -45,14 +45,14 @@ const int mostInFlight = 32;
 
 QByteArray timedOut(int deadline)
 {
-    return "Unknown org.freedesktop.DBus.Error.Timeout: org.hnipc.m4 did not answer within "
+    return "Unknown org.freedesktop.DBus.Error.Timeout: org.hnipc.m4 did not reply within "
         + QByteArray::number(deadline) + " ms";
 }
 
 QByteArray waitedTooLong(int deadline)
 {
     return "NotSent org.freedesktop.DBus.Error.Timeout: "
-           "its turn to be sent to org.hnipc.m4 did not come within "
+           "the call was not sent to org.hnipc.m4 within "
         + QByteArray::number(deadline) + " ms";
 }
 
@@ -537,7 +537,7 @@ void tst_Request::daemonLeavesInsteadOfAnswering()
         SignalRecorder recorder(&request);
         QCOMPARE(outcomeOfSending(request),
                  QByteArray("Unknown org.freedesktop.DBus.Error.NoReply: "
-                            "org.hnipc.m4 left the bus before it answered"));
+                            "org.hnipc.m4 left the bus before it replied"));
         QVERIFY(m_daemons->passFence());
         QCOMPARE(recorder.take(), sentLines() + finishedLines());
         QCOMPARE(mortal.calls().size(), 1);

@@ -29,7 +29,7 @@ private Q_SLOTS:
 void tst_RequestBusLost::everyPendingRequestFinishesOnce()
 {
     const QByteArray lost = "Unknown org.freedesktop.DBus.Error.Disconnected: "
-                            "the bus was lost before org.hnipc.m4 answered";
+                            "the bus was lost before org.hnipc.m4 replied";
     const QByteArray
         noBus = "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
     const QByteArray sent = emission("stateChanged()");

@@ -51,7 +51,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
 #endif
     QCOMPARE(outcomeOf(late),
              QByteArray("NotSent org.freedesktop.DBus.Error.Timeout: "
-                        "its turn to be sent to org.hnipc.m4 did not come within 50 ms"));
+                        "the call was not sent to org.hnipc.m4 within 50 ms"));
     QVERIFY(waitUntilFinished(patient));
     QCOMPARE(outcomeOf(patient), QByteArray("Answered"));
     QVERIFY(waitUntil(

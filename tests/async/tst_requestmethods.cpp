@@ -363,8 +363,8 @@ void tst_RequestMethods::argumentDoesNotFit_data()
     } noNumbers[] = {
         { "true", true, "true" },
         { "false", false, "false" },
-        { "text of a number", text("5"), "the text \"5\"" },
-        { "empty text", QString(), "the text \"\"" },
+        { "text of a number", text("5"), "the string \"5\"" },
+        { "empty text", QString(), "the string \"\"" },
         { "bytes", QByteArray("5"), "a QByteArray" },
         { "list", oneValue(list(5)), "a QVariantList" },
         { "list of texts", QStringList() << text("5"), "a QStringList" },
@@ -464,14 +464,14 @@ void tst_RequestMethods::argumentDoesNotFit_data()
     QTest::newRow("both overloads want the same")
         << QByteArray("sendMCCMessage") << list(1, text("2"), text("3"))
         << QByteArray("argument 2 (definedMessage) of sendMCCMessage has to be ") + intRange
-            + ", not the text \"2\"";
+            + ", not the string \"2\"";
 
     QTest::newRow("bool: number") << QByteArray("setSupplyLED") << list(1)
                                   << QByteArray("argument 1 (value) of setSupplyLED has to be bool,"
                                                 " not 1");
     QTest::newRow("bool: text") << QByteArray("setSupplyLED") << list(text("true"))
                                 << QByteArray("argument 1 (value) of setSupplyLED has to be bool,"
-                                              " not the text \"true\"");
+                                              " not the string \"true\"");
     QTest::newRow("text: number") << QByteArray("getPrinterStatus") << list(5)
                                   << QByteArray("argument 1 (printerName) of getPrinterStatus has"
                                                 " to be QString, not 5");
@@ -481,7 +481,7 @@ void tst_RequestMethods::argumentDoesNotFit_data()
     QTest::newRow("list: text") << QByteArray("supplyInformationBySKUs")
                                 << list(text("S"), text("R"))
                                 << QByteArray("argument 2 (ribbonSkus) of supplyInformationBySKUs"
-                                              " has to be QStringList, not the text \"R\"");
+                                              " has to be QStringList, not the string \"R\"");
     QTest::newRow("list: mixed") << QByteArray("supplyInformationBySKUs")
                                  << list(text("S"), oneValue(list(text("R"), 5)))
                                  << QByteArray("argument 2 (ribbonSkus) of supplyInformationBySKUs"
@@ -491,7 +491,7 @@ void tst_RequestMethods::argumentDoesNotFit_data()
             + intRange + ", not 2.5";
     QTest::newRow("first of two") << QByteArray("setUserSetting") << list(text("x"), text("y"))
                                   << QByteArray("argument 1 (setting) of setUserSetting has to be ")
-            + intRange + ", not the text \"x\"";
+            + intRange + ", not the string \"x\"";
     QTest::newRow("one that may be left out")
         << QByteArray("supplyRibbonColorName") << list(text("R"), QVariant())
         << QByteArray("argument 2 (panel) of supplyRibbonColorName has to be ") + intRange
@@ -967,7 +967,7 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown()
     } else {
         // What follows is Qt's.
         const QByteArray start = QByteArray("Unknown org.freedesktop.DBus.Error.InvalidSignature: ")
-            + identities[slot.server].busName + " answered another type: ";
+            + identities[slot.server].busName + " replied with another type: ";
         QVERIFY2(outcome.startsWith(start), outcome.constData());
         QVERIFY(outcome.size() > start.size() && !outcome.endsWith("with a value"));
     }

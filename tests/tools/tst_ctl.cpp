@@ -1186,13 +1186,13 @@ void tst_Ctl::tellsWhatWentWrong_data()
         << QByteArray(
                "m4 replied with the error org.freedesktop.DBus.Error.UnknownMethod: no such method")
         << QByteArray("org.freedesktop.DBus.Error.UnknownMethod");
-    QTest::newRow("silent") << 6 << QByteArray("org.hnipc.m4 did not answer within 250 ms")
+    QTest::newRow("silent") << 6 << QByteArray("org.hnipc.m4 did not reply within 250 ms")
                             << QByteArray("org.freedesktop.DBus.Error.Timeout");
-    QTest::newRow("left") << 6 << QByteArray("org.hnipc.m4 left the bus before it answered")
+    QTest::newRow("left") << 6 << QByteArray("org.hnipc.m4 left the bus before it replied")
                           << QByteArray("org.freedesktop.DBus.Error.NoReply");
-    QTest::newRow("otherType") << 1 << QByteArray("org.hnipc.m4 answered another type: ")
+    QTest::newRow("otherType") << 1 << QByteArray("org.hnipc.m4 replied with another type: ")
                                << QByteArray("org.freedesktop.DBus.Error.InvalidSignature");
-    QTest::newRow("nothing") << 1 << QByteArray("org.hnipc.m4 answered another type: ")
+    QTest::newRow("nothing") << 1 << QByteArray("org.hnipc.m4 replied with another type: ")
                              << QByteArray("org.freedesktop.DBus.Error.InvalidSignature");
 }
 
@@ -1593,7 +1593,7 @@ void tst_Ctl::statusOfWhatIsMissing()
     QCOMPARE(silent.exitCode(), 6);
     QVERIFY2(silent.out().contains("  qmlSupplyPercent         81.5\n"), silent.out());
     QVERIFY2(silent.out().endsWith(
-                 "  qmlSupplySKU             org.hnipc.supplyd did not answer within 3000 ms\n"),
+                 "  qmlSupplySKU             org.hnipc.supplyd did not reply within 3000 ms\n"),
              silent.out());
 }
 
@@ -1672,10 +1672,10 @@ void tst_Ctl::getFailures()
     Ctl some(words("get qmlBatteryStatus qmlSupplySKU"));
     QCOMPARE(some.exitCode(), 1);
     QCOMPARE(some.out(), QByteArray("qmlSupplySKU             \"S-100\"\n"));
-    QVERIFY2(
-        some.err().startsWith("hnipcctl: qmlBatteryStatus: org.hnipc.m4 answered another type: ")
-            && some.err().contains("\"s\"") && some.err().contains("\"i\""),
-        some.err());
+    QVERIFY2(some.err().startsWith(
+                 "hnipcctl: qmlBatteryStatus: org.hnipc.m4 replied with another type: ")
+                 && some.err().contains("\"s\"") && some.err().contains("\"i\""),
+             some.err());
     QCOMPARE(lines(some.err()).size(), 1);
     const QJsonObject json = object(Ctl(words("get --json qmlBatteryStatus qmlSupplySKU")).out());
     QCOMPARE(json.value(text("qmlBatteryStatus")).toObject().value(text("exit")), QJsonValue(1));
@@ -1792,7 +1792,7 @@ void tst_Ctl::watchWaitsForNobody()
     QVERIFY(ctl.prints(" qmlBatteryStatus         87\n"));
     QVERIFY(daemons.emitSignal(M4, "M4_Error", "(18,)"));
     QVERIFY(ctl.prints(" qmlPrintEngineErrorCode  18\n"));
-    QVERIFY(ctl.prints(" qmlPrintEngineErrorCode  org.hnipc.m4 did not answer within 1000 ms\n"));
+    QVERIFY(ctl.prints(" qmlPrintEngineErrorCode  org.hnipc.m4 did not reply within 1000 ms\n"));
     daemons[M4].answer("getError", "(19,)");
     QVERIFY(ctl.prints(" qmlPrintEngineErrorCode  19\n"));
 }

@@ -50,10 +50,10 @@ void tst_CtlDeadline::saysWhatBecameOfACall_data()
                              << 5;
     QTest::newRow("another type")
         << QByteArray("('getError', 'wrongtype', <''>)") << QByteArray()
-        << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 answered another type: ") << 9;
+        << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 replied with another type: ") << 9;
     QTest::newRow("dies") << QByteArray("('getError', 'die', <''>)") << QByteArray()
                           << QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 left the bus "
-                                        "before it answered\n")
+                                        "before it replied\n")
                           << 9;
 }
 
@@ -109,7 +109,7 @@ void tst_CtlDeadline::asJson()
                             { "outcome", "outcome unknown" },
                             { "exit", 9 },
                             { "errorName", "org.freedesktop.DBus.Error.NoReply" },
-                            { "error", "org.hnipc.m4 left the bus before it answered" } }));
+                            { "error", "org.hnipc.m4 left the bus before it replied" } }));
 }
 
 void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
@@ -173,7 +173,7 @@ void tst_CtlDeadline::deadlinePasses()
     Ctl ctl(words("call --deadline 200 cycleCutter"));
     QCOMPARE(ctl.exitCode(), 9);
     QCOMPARE(ctl.err(),
-             QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not answer within "
+             QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not reply within "
                         "200 ms\n"));
     QCOMPARE(ctl.out(), QByteArray());
 }

@@ -487,7 +487,7 @@ void tst_CtlTrace::haltedSimulator()
     QCOMPARE(exitCode, 6);
     QVERIFY2(ctl.err().startsWith("hnipcctl: cannot find out whether m4 is a simulated daemon: "),
              ctl.err());
-    QVERIFY2(ctl.err().endsWith(" did not answer within 250 ms; nothing was sent\n"), ctl.err());
+    QVERIFY2(ctl.err().endsWith(" did not reply within 250 ms; nothing was sent\n"), ctl.err());
 }
 
 void tst_CtlTrace::statusTellsThemApart()
