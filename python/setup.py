@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Builds the package within the tree, whose contract it is made from: pip install ./python"""
+"""Builds the package from the interfaces and headers of this tree: pip install ./python"""
 
 import pathlib
 import sys
@@ -8,12 +8,12 @@ import tempfile
 from setuptools import setup
 from setuptools.command.build_py import build_py
 
-sys.dont_write_bytecode = True  # the tree stays as it is, and may be read-only
+sys.dont_write_bytecode = True  # write nothing to the tree, which may be read-only
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import generate  # noqa: E402
 
 if not (generate.TREE / "interfaces").is_dir():
-    sys.exit("hnipc is built within its source tree: interfaces/ is not beside python/")
+    sys.exit("hnipc has to be built in its source tree: interfaces/ is not beside python/")
 
 
 class BuildWithContract(build_py):

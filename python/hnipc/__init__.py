@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The label printer's daemons, for those who test printers.
+"""A client of the label printer's daemons, for tests.
 
     import hnipc
 
@@ -8,7 +8,7 @@
         with printer.expect("M4PrintDone"):
             printer.forwardFeed(steps=400)
 
-hnipc.aio has the same for asyncio, hnipc.testing a pytest plugin with simulated daemons.
+hnipc.aio is the same for asyncio. hnipc.testing is a pytest plugin with simulated daemons.
 """
 
 from . import events

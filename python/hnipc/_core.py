@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What is said to a daemon, and what its reply means. Nothing here reads or writes."""
+"""Builds calls and interprets replies and signals. Nothing here reads or writes."""
 
 from __future__ import annotations
 
@@ -30,12 +30,12 @@ OMITTED: Any = object()
 # ---- Failures --------------------------------------------------------------------------------
 
 class Reason(enum.Enum):
-    """Why a call has no answer, with the names of the C++ library."""
+    """Why a call has failed, with the names of the C++ library."""
 
     DaemonError = "the daemon's own error"
     DaemonAbsent = "the daemon is not running"
     AccessDenied = "the bus does not let this user call the daemon"
-    BusError = "the bus sent another error in place of the daemon"
+    BusError = "the bus itself replied with another error"
     BusLost = "there is no bus, or its connection was lost"
     TimedOut = "the deadline passed"
     DaemonLeft = "the daemon left the bus before it replied"
@@ -43,7 +43,7 @@ class Reason(enum.Enum):
 
 
 class CallFailed(Exception):
-    """A call without an answer. Its subclass says whether the daemon can have carried it out."""
+    """A call has failed. The subclass says whether the daemon can have carried it out."""
 
     def __init__(self, reason: Reason, error_name: str, error_text: str) -> None:
         super().__init__(error_text)
@@ -53,7 +53,7 @@ class CallFailed(Exception):
 
 
 class NotSent(CallFailed):
-    """The daemon has not received the call: trying again is safe."""
+    """The daemon has not received the call. It is safe to try again."""
 
 
 class Refused(CallFailed):
@@ -72,7 +72,7 @@ def no_bus(why: object) -> NotSent:
 
 
 def bus_lost(daemon: Optional[str] = None) -> CallFailed:
-    """Without a daemon, nothing was sent."""
+    """For a call that was sent to the daemon; without a daemon, nothing was sent."""
     text = f"the bus was lost before {daemon} replied" if daemon else \
         "the connection to the bus is closed or was lost"
     return (Unknown if daemon else NotSent)(Reason.BusLost, ERROR + "Disconnected", text)
@@ -88,7 +88,7 @@ def timed_out(daemon: str, seconds: Optional[float], is_sent: bool) -> CallFaile
 # ---- Arguments -------------------------------------------------------------------------------
 
 class Method(NamedTuple):
-    """One form of a method."""
+    """One overload of a method."""
 
     daemon: str
     name: str
@@ -101,7 +101,7 @@ class Method(NamedTuple):
 
 
 class Misfit(Exception):
-    """A value that does not fit, and what would."""
+    """A value does not fit its D-Bus type. The text says what would fit."""
 
     def __init__(self, expected: str, kind: Type[Exception]) -> None:
         super().__init__(expected)
@@ -121,7 +121,7 @@ VARIANTS: Tuple[Tuple[Any, str], ...] = ((bool, "b"), (int, "i x t"), (float, "d
 
 def integer(kind: str, value: Any) -> int:
     low, high = RANGES[kind]
-    # numpy's integers are Integral. Its bool and arrays are not, but have an index, too.
+    # numpy's integers are Integral. Its bool and arrays are not, although they have __index__().
     if type(value) is not int and (isinstance(value, bool) or not isinstance(value, Integral)):
         raise Misfit(f"an int from {low} to {high}", TypeError)
     if not low <= int(value) <= high:
@@ -130,7 +130,7 @@ def integer(kind: str, value: Any) -> int:
 
 
 def fit(kind: str, value: Any) -> Any:
-    """The value as the binding takes it for a D-Bus type; Misfit if nothing but that would do."""
+    """The value as the binding takes it for this D-Bus type. Raises Misfit if it does not fit."""
     if kind in RANGES:
         return integer(kind, value)
     if kind == "v":
@@ -151,10 +151,10 @@ def fit(kind: str, value: Any) -> Any:
 
 
 def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ...]:
-    """The values of a message, or the exception that says what does not fit."""
+    """The values as the binding takes them. Raises TypeError or ValueError if one does not fit."""
     types = complete_types(signature)
     if len(types) != len(values):
-        raise TypeError(f"{name}: {len(values)} values in place of {len(types)}")
+        raise TypeError(f"{name}: {len(values)} values, expected {len(types)}")
     try:
         return tuple(map(fit, types, values))
     except Misfit as misfit:
@@ -162,7 +162,7 @@ def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ..
 
 
 def variant(value: Any) -> Tuple[str, Any]:
-    """A value that carries its D-Bus type with it."""
+    """A D-Bus variant: the type and the value."""
     misfit = Misfit("a bool, int, float, str, bytes, list or dict", TypeError)
     for kinds in (kinds for accepted, kinds in VARIANTS if isinstance(value, accepted)):
         for kind in kinds.split():
@@ -175,14 +175,14 @@ def variant(value: Any) -> Tuple[str, Any]:
 
 
 def given(*arguments: Any) -> Tuple[Any, ...]:
-    """The arguments without those that were left out."""
+    """The arguments without those that were omitted."""
     return tuple(argument for argument in arguments if argument is not OMITTED)
 
 
 def fitting(forms: Tuple[Method, ...],
             arguments: Tuple[Any, ...]) -> Tuple[Method, Tuple[Any, ...]]:
-    """The form that the arguments fit, and the arguments in its types."""
-    furthest = -1  # those that came furthest are what was meant
+    """The overload that the arguments fit, and the arguments in its types."""
+    furthest = -1  # the error names the types of the overloads that fit the most
     misfits: Dict[str, Type[Exception]] = {}
     for form in forms:
         if len(form.parameters) != len(arguments):
@@ -202,17 +202,17 @@ def fitting(forms: Tuple[Method, ...],
         raise TypeError(f"{forms[0].name}: it takes {' or '.join(map(str, counts))} arguments, "
                         f"not {len(arguments)}")
     longest = max(forms, key=lambda form: len(form.parameters)).parameters
-    # A number out of range is of the right kind for one of the forms.
+    # A number out of range has the right type for one of the overloads.
     kind = ValueError if ValueError in misfits.values() else TypeError
     raise kind(f"{forms[0].name}: argument {furthest + 1} ({longest[furthest][0]}): "
                f"{arguments[furthest]!r:.200} is not {' or '.join(misfits)}")
 
 
-LONGEST = 20 * 24 * 3600  # seconds: what waits longer waits without a limit, as epoll() does
+LONGEST = 20 * 24 * 3600  # seconds, because of epoll(); longer waits have no limit
 
 
 def seconds_of(timeout: Any) -> Optional[float]:
-    """None for no limit."""
+    """The timeout as a float; None if it has no limit."""
     if isinstance(timeout, bool) or not isinstance(timeout, (int, float)):
         raise TypeError(f"timeout: {timeout!r} is not a number of seconds")
     if not timeout > 0:
@@ -221,7 +221,7 @@ def seconds_of(timeout: Any) -> Optional[float]:
 
 
 def deadline_of(seconds: Optional[float]) -> Optional[float]:
-    """On the clock of time.monotonic(); None for never."""
+    """The deadline on the clock of time.monotonic(); None for no deadline."""
     return None if seconds is None or seconds > LONGEST else time.monotonic() + seconds
 
 
@@ -240,7 +240,7 @@ def bus_message(member: str, signature: Optional[str] = None, *arguments: Any) -
 
 @functools.lru_cache(maxsize=1000)
 def complete_types(signature: str) -> Tuple[str, ...]:
-    """The single complete types of a signature, which the bus has checked."""
+    """The single complete types of a signature. The bus has checked that it is valid."""
     result, start, depth = [], 0, 0
     for place, code in enumerate(signature):
         depth += (code in "({") - (code in ")}")
@@ -251,7 +251,7 @@ def complete_types(signature: str) -> Tuple[str, ...]:
 
 
 def plain(value: Any, signature: str) -> Any:
-    """What the binding read, without the types that variants carry."""
+    """The value that the binding has read, without the types of its variants."""
     if signature[0] not in "av(":
         return value
     if signature == "v":
@@ -267,7 +267,7 @@ def plain(value: Any, signature: str) -> Any:
 
 
 def read_record(value: Tuple[Any, ...], signature: str) -> SupplyInformation:
-    """Up to the first member that is missing or of another type, as the C++ library reads it."""
+    """Reads up to the first member that is missing or of another type, as the C++ library does."""
     result = SupplyInformation()
     for member, kind, (name, expected) in zip(value, complete_types(signature[1:-1]), MEMBERS):
         if kind != expected:
@@ -277,7 +277,7 @@ def read_record(value: Tuple[Any, ...], signature: str) -> SupplyInformation:
 
 
 def judge(form: Method, reply: Any) -> Any:
-    """The value of a reply, or the exception that it means."""
+    """The value of a reply. Raises the exception for an error reply or a wrong type."""
     busname = BUS_NAMES[form.daemon]
     types = types_of(reply, busname)
     if not form.result:
@@ -288,11 +288,11 @@ def judge(form: Method, reply: Any) -> Any:
     if types and types[0][0] == "(" and form.result == RECORD:
         return read_record(reply.body[0], types[0])
     raise Unknown(Reason.WrongType, ERROR + "InvalidSignature", f"{busname} replied with the type "
-                  f"\"{''.join(types)}\" in place of \"{form.result}\"")
+                  f"\"{''.join(types)}\", expected \"{form.result}\"")
 
 
 def types_of(reply: Any, busname: str) -> Tuple[str, ...]:
-    """The D-Bus types of a reply, or the exception that an error reply means."""
+    """The D-Bus types of a reply. Raises the exception for an error reply."""
     fields = reply.header.fields
     if reply.header.message_type is MessageType.error:
         raise failure(busname, fields.get(HeaderFields.error_name, ""), reply.body,
@@ -330,7 +330,7 @@ BY_MEMBER = {(INTERFACES[daemon], member): (daemon, cls, complete_types(signatur
 
 
 def kinds_of(kinds: Tuple[Kind, ...]) -> Tuple[Type[Any], ...]:
-    """The classes of events that are named; none for all."""
+    """The classes of these events; empty for all events."""
     for kind in kinds:
         if kind not in EVENT_NAMES and kind not in EVENT_NAMES.values():
             raise ValueError(f"{kind!r} is not an event of the printer")
@@ -338,13 +338,13 @@ def kinds_of(kinds: Tuple[Kind, ...]) -> Tuple[Type[Any], ...]:
 
 
 class Inbox:
-    """What has come: replies, events that nobody has taken yet, owners of the daemons' names."""
+    """What has arrived: replies, events that were not taken yet, owners of the daemons' names."""
 
     def __init__(self) -> None:
         self.owners: Dict[str, str] = {}
         self.events: Deque[Tuple[int, Any]] = deque()
-        self.count = 0  # of all events that ever came
-        self.replies: Dict[int, Any] = {}  # to the calls that wait; None until it has come
+        self.count = 0  # of all events that have arrived
+        self.replies: Dict[int, Any] = {}  # by serial of the pending call; None until it arrives
 
     def put(self, message: Any) -> None:
         fields, kind = message.header.fields, message.header.message_type
@@ -370,8 +370,8 @@ class Inbox:
 
     def search(self, kinds: Tuple[Type[Any], ...], after: int = 0,
                suits: Callable[[Any], bool] = lambda event: True) -> Iterator[Any]:
-        """The oldest of these events, which leaves the inbox, or None if there is none, time and
-        again. It looks at each event once: an inbox can be long."""
+        """Yields the oldest of these events and removes it from the inbox; yields None if there is
+        none. Never ends. It looks at each event only once, because an inbox can be long."""
         while True:
             first = bisect.bisect(self.events, after, key=lambda row: row[0])
             for place in range(first, len(self.events)):
@@ -388,18 +388,18 @@ class Inbox:
 
 
 def rules() -> List[str]:
-    """What a client asks the bus for: the daemons' signals, and who owns their names."""
+    """The match rules of a client: the daemons' signals, and changes of their names' owners."""
     return [rule for daemon, name in BUS_NAMES.items() for rule in (
         f"type='signal',sender='{BUS}',interface='{BUS}',member='NameOwnerChanged',arg0='{name}'",
         f"type='signal',sender='{name}',path='/',interface='{INTERFACES[daemon]}'")]
 
 
 class NotExpected(AssertionError):
-    """The event that a test expected did not come."""
+    """The event that a test expected has not arrived."""
 
 
 class Expectation:
-    """What expect() waits for; event is what came."""
+    """The event that expect() waits for; event is the one that has arrived."""
 
     def __init__(self, kind: Kind, values: Dict[str, Any]) -> None:
         self.kinds = kinds_of((kind,))
@@ -417,12 +417,12 @@ class Expectation:
     def failure(self, inbox: Inbox, seconds: float) -> NotExpected:
         wanted = ", ".join(f"{name}={value!r}" for name, value in self.values.items())
         came = "".join(f"\n    {event!r}" for count, event in inbox.events if count > self.after)
-        return NotExpected(f"no {self.kinds[0].__name__}({wanted}) came within {seconds:g} s; "
-                           + (f"these events came instead:{came}" if came else "no event came"))
+        text = f"these events arrived instead:{came}" if came else "no event arrived"
+        return NotExpected(f"no {self.kinds[0].__name__}({wanted}) within {seconds:g} s; {text}")
 
 
 def bus_address(address: Optional[str]) -> str:
-    """For the binding, which reads the first address of a list."""
+    """The address of the bus. The binding uses the first one of a list."""
     return (address or os.environ.get("DBUS_SYSTEM_BUS_ADDRESS")
             or "unix:path=/run/dbus/system_bus_socket")
 

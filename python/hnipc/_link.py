@@ -16,7 +16,7 @@ from . import _core as core
 
 
 class Link:
-    """Reads when somebody waits."""
+    """A blocking connection. It reads only during receive() and until()."""
 
     def __init__(self, address: Optional[str]) -> None:
         self.address = core.bus_address(address)
@@ -29,7 +29,7 @@ class Link:
         self._process = os.getpid()
         try:
             self.connection = DBusConnection(prep_socket(get_bus(self.address), timeout=seconds))
-        except Exception as error:  # the binding raises what its parts raise
+        except Exception as error:  # the binding raises many types
             raise core.no_bus(f"{self.address}: {error}") from error
         self.is_open = True
 
@@ -39,16 +39,17 @@ class Link:
             self.connection.close()
 
     def _check_process(self) -> None:
-        """Two processes that read from one connection would take each other's replies."""
+        """Raises RuntimeError after a fork: two processes that read from one connection would take
+        each other's messages."""
         if self.is_open and os.getpid() != self._process:
             raise RuntimeError("the printer was connected before a fork: connect after it")
 
     def receive(self, deadline: Optional[float]) -> Any:
-        """The next message, or None if the deadline passes before, or the bus is lost."""
+        """The next message; None if the deadline passes first, or if the bus is lost."""
         parser = self.connection.parser
         while self.is_open:
             left = None if deadline is None else deadline - time.monotonic()
-            if left is not None and left <= 0:  # whatever else has come
+            if left is not None and left <= 0:  # even if messages keep arriving
                 return None
             is_waiting = False
             try:
@@ -63,7 +64,7 @@ class Link:
             except OSError:
                 self.close()
             except Exception:
-                # A message that the binding cannot read. It has been taken off the stream.
+                # The binding cannot read this message. It has removed it from the stream.
                 parser.next_msg_size = None
             except BaseException:
                 if not is_waiting:  # a part of the stream may be lost
@@ -72,8 +73,8 @@ class Link:
         return None
 
     def send(self, message: Any, daemon: str, seconds: Optional[float]) -> int:
-        """The serial number of the message. Half a message cannot be taken back, so a message that
-        the bus does not take in time, or that is interrupted, ends the connection."""
+        """Sends the message and returns its serial number. A timeout or an interruption closes the
+        connection, because half of the message may have been sent."""
         self._check_process()
         if not self.is_open:
             raise core.bus_lost()
@@ -92,7 +93,7 @@ class Link:
 
     def until(self, found: Callable[[], Any], deadline: Optional[float],
               daemon: Optional[str] = None) -> Any:
-        """What is found in the inbox, or None if the deadline passes before."""
+        """Waits until found() returns a result. Returns None if the deadline passes first."""
         self._check_process()
         while True:
             result = found()
@@ -108,7 +109,7 @@ class Link:
 
 
 class AsyncLink:
-    """A task of its own reads."""
+    """An asyncio connection. A separate task reads from it."""
 
     def __init__(self, address: Optional[str]) -> None:
         self.address = core.bus_address(address)
@@ -119,7 +120,7 @@ class AsyncLink:
     async def open(self, seconds: Optional[float]) -> None:
         try:
             self._connection = await asyncio.wait_for(open_dbus_connection(self.address), seconds)
-        except Exception as error:  # the binding raises what its parts raise
+        except Exception as error:  # the binding raises many types
             raise core.no_bus(f"{self.address}: {error}") from error
         self.is_open = True
         self._task = asyncio.get_running_loop().create_task(self._receive())
@@ -143,7 +144,7 @@ class AsyncLink:
             except (EOFError, OSError):
                 self._lose()
             except Exception:
-                self._connection.parser.next_msg_size = None  # as above
+                self._connection.parser.next_msg_size = None  # as in Link.receive()
 
     def _wake(self) -> None:
         waiting, self._waiting = self._waiting, []
@@ -155,7 +156,7 @@ class AsyncLink:
         if not self.is_open:
             raise core.bus_lost()
         serial = next(self._connection.outgoing_serial)
-        # Not drained: what is written is sent before all that is written later.
+        # Without drain(): messages are sent in the order in which they are written.
         self._connection.writer.write(message.serialise(serial))
         return int(serial)
 

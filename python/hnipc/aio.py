@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
-"""The printer for asyncio: what hnipc.Printer has, with await. Any number of calls may be pending.
+"""The printer for asyncio: hnipc.Printer with await. Any number of calls may be pending.
 
     async with hnipc.aio.Printer() as printer:
         async with printer.expect("M4PrintDone"):
             await printer.forwardFeed(steps=400)
 """
-# generate.py makes the blocking client of this file: it leaves out async and await, and the mark of
-# the line that only the blocking client has.
+# generate.py makes the blocking client from this file: it removes "async", "await", "Async", and
+# "# blocking: " before the line that only the blocking client has.
 
 from __future__ import annotations
 
@@ -23,10 +23,10 @@ __all__ = ["Client", "Events", "Expect", "Printer"]
 
 
 class Client(AsyncLink):
-    """Calls, each with its reply."""
+    """A connection that waits for the reply of each call."""
 
     async def call(self, message: Any, daemon: str, seconds: Optional[float]) -> Any:
-        """The reply, whatever it is."""
+        """Sends a call and returns its reply, which may be an error reply."""
         deadline = core.deadline_of(seconds)
         serial = await self.send(message, daemon, seconds)
         replies = self.inbox.replies
@@ -41,7 +41,7 @@ class Client(AsyncLink):
 
     async def ask_bus(self, seconds: Optional[float], member: str, signature: Optional[str] = None,
                       *arguments: Any) -> Any:
-        """What the bus replies, or None for an error."""
+        """Calls the bus and returns its reply: True if it is empty, None if it is an error."""
         reply = await self.call(core.bus_message(member, signature, *arguments), "the bus", seconds)
         is_error = reply.header.message_type is MessageType.error
         return None if is_error else reply.body[0] if reply.body else True
@@ -55,7 +55,7 @@ class Client(AsyncLink):
 
 
 class Events(Generic[E]):
-    """Events in the order in which they came."""
+    """Iterates over events in the order in which they arrived."""
 
     def __init__(self, printer: Printer, kinds: Tuple[core.Kind, ...],
                  timeout: Optional[float]) -> None:
@@ -79,7 +79,7 @@ class Events(Generic[E]):
 
 
 class Expect:
-    """The statement of Printer.expect()."""
+    """The context manager of Printer.expect()."""
 
     def __init__(self, printer: Printer, expected: core.Expectation, timeout: float) -> None:
         self._printer = printer
@@ -104,14 +104,14 @@ class Expect:
 
 
 class Printer(AsyncMethods):
-    """The printer. Each method is one call of a daemon and returns its reply. A method without a
-    reply raises NotSent, Refused or Unknown; arguments that do not fit raise TypeError or
-    ValueError, and nothing is sent. Nothing is ever sent twice.
+    """The printer. Each method is one call of a daemon and returns its reply. A call that fails
+    raises NotSent, Refused or Unknown. Invalid arguments raise TypeError or ValueError, and nothing
+    is sent. A call is never sent twice.
 
-    address is that of the bus, by default the system bus; timeout is the deadline of a call in
-    seconds, which each call can set for itself. An object belongs to one thread. Connecting raises
-    NotSent if there is no bus, and so does each call after the bus was lost: hnipc.Printer connects
-    when it is constructed, hnipc.aio.Printer at the start of its statement.
+    address is the address of the bus, by default the system bus. timeout is the deadline of a call
+    in seconds; each call can have another one. An object belongs to one thread. Connecting raises
+    NotSent if there is no bus, and so does each call after the bus was lost. hnipc.Printer connects
+    when it is constructed, hnipc.aio.Printer when its with statement starts.
     """
 
     def __init__(self, address: Optional[str] = None, *, timeout: float = 25.0) -> None:
@@ -131,7 +131,7 @@ class Printer(AsyncMethods):
             raise
 
     async def close(self) -> None:
-        """Ends the connection to the bus."""
+        """Closes the connection to the bus."""
         await self._link.close()
 
     async def __aenter__(self) -> Printer:
@@ -151,7 +151,7 @@ class Printer(AsyncMethods):
         return core.judge(form, reply)
 
     async def sync(self) -> None:
-        """Waits until all has arrived that the bus has passed on before this call."""
+        """Waits until everything has arrived that the bus delivered before this call."""
         await self._link.ask_bus(core.seconds_of(self.timeout), "GetId")
 
     @overload
@@ -163,21 +163,22 @@ class Printer(AsyncMethods):
         ...
 
     def events(self, *kinds: Any, timeout: Optional[float] = None) -> Events[Any]:
-        """Iterates over the events of the daemons in the order in which they came, from the time of
-        connecting on. kinds are names or classes of hnipc.events; without any, all events. An event
-        is taken by one iteration only, and events of other kinds stay for the next.
+        """Iterates over the events of the daemons since connecting, in the order in which they
+        arrived. kinds are names or classes of hnipc.events; without any, all events. Each event is
+        returned by one iteration only. Events of other kinds stay for later iterations.
 
-        The iteration ends when timeout seconds have passed since this call, or never. With 0, it
-        has all events that the bus has passed on before it begins.
+        The iteration ends timeout seconds after this call; without a timeout, it never ends. With
+        0, it returns the events that the bus has delivered before the iteration starts.
         """
         if timeout is not None and timeout != 0:
             core.seconds_of(timeout)
         return Events(self, kinds, timeout)
 
     def expect(self, kind: core.Kind, *, timeout: float = 5.0, **values: Any) -> Expect:
-        """A with statement that ends when this event has come, and fails with NotExpected if it has
-        not come timeout seconds after the block. Events from before the block do not count. values
-        are those of the event's parameters, or functions that judge them. The event is taken.
+        """For a with statement: waits after the block until this event has arrived. Raises
+        NotExpected if it has not arrived timeout seconds after the block. Events from before the
+        block do not count. values are the expected values of the event's parameters, or functions
+        that return whether a value is right. events() does not return the event again.
         """
         core.seconds_of(timeout)
         return Expect(self, core.Expectation(kind, values), timeout)
@@ -189,7 +190,8 @@ class Printer(AsyncMethods):
 
     async def wait_for_daemon(self, daemon: str, present: bool = True, *,
                               timeout: float = 25.0) -> None:
-        """Waits until ioexpd, m4 or supplyd is on the bus, or not; TimeoutError after that time."""
+        """Waits until ioexpd, m4 or supplyd is running; with present=False, until it is not. Raises
+        TimeoutError after timeout seconds."""
         name, deadline = core.busname_of(daemon), core.deadline_of(core.seconds_of(timeout))
         await self.sync()
         owners = self._link.inbox.owners

@@ -190,7 +190,7 @@ def test_pulses_with_wrong_values(client):
             engine.pulseErrorSignal("ten")
         with pytest.raises(ValueError, match="M4_Error: .* an int from -2147483648"):
             engine.pulseErrorSignal(2**31)
-        with pytest.raises(TypeError, match="M4_Error: 2 values in place of 1"):
+        with pytest.raises(TypeError, match="M4_Error: 2 values, expected 1"):
             engine.emit("M4_Error", "i", (1, 2))
         with client.expect("Error", value=10):
             assert engine.pulseErrorSignal(10)

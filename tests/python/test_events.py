@@ -133,10 +133,10 @@ def test_expect_fails_with_what_came_instead(peers, client):
             emit(peers, "M4_M4PrinterLid", False, types="b")
             emit(peers, "M4_Error", 10, types="i")
     assert str(raised.value) == (
-        "no M4PrinterLid(value=True) came within 0.05 s; these events came instead:\n"
+        "no M4PrinterLid(value=True) within 0.05 s; these events arrived instead:\n"
         "    M4PrinterLid(value=False)\n    Error(value=10)")
     assert isinstance(raised.value, hnipc.NotExpected)
-    with pytest.raises(hnipc.NotExpected, match=r"no PrintButton\(\) came .*; no event came"):
+    with pytest.raises(hnipc.NotExpected, match=r"no PrintButton\(\) within .*; no event arrived"):
         with client.expect(hnipc.events.PrintButton, timeout=0.05):
             pass
 

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """Printers for tests. hnipc.testing.plugin is the pytest plugin with the fixtures sandbox, printer
-and world; the classes here are what it is made of, and daemons in Python."""
+and world. This module has the classes that the plugin uses, and daemons in Python."""
 
 from ._daemon import SILENCE, Call, ErrorReply, Raw
 from ._sandbox import Sandbox, World

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the daemons for tests have in common."""
+"""The base class of the daemons for tests."""
 
 from __future__ import annotations
 
@@ -27,7 +27,7 @@ class Call(NamedTuple):
 
 
 class ErrorReply(Exception):
-    """Raised by a method of a daemon: the caller gets this error."""
+    """Raise it in a method of a daemon: the caller receives this error reply."""
 
     def __init__(self, name: str, text: str = "") -> None:
         super().__init__(name, text)
@@ -39,23 +39,24 @@ class ErrorReply(Exception):
 
 
 class Raw(NamedTuple):
-    """Returned by a method of a daemon: a reply of these D-Bus types, whatever is declared."""
+    """Return it from a method of a daemon: a reply with these D-Bus types, not the declared ones."""
 
     signature: str
     values: Tuple[Any, ...]
 
 
-#: Returned by a method of a daemon: the caller gets no reply.
+#: Return it from a method of a daemon: the caller gets no reply.
 SILENCE: Any = object()
 
 
 class Daemon:
-    """A daemon of the printer on the bus. The methods of a class derived from IOEXPD, M4 or SUPPLYD
-    are called by the bus, in a thread of the daemon's own. The others carry nothing out: a command
-    replies true, a switch is not active, and all else is 0 or empty.
+    """A daemon of the printer on the bus. Derive a class from IOEXPD, M4 or SUPPLYD and override
+    methods; they run in a separate thread. The other methods do nothing and reply with a default:
+    commands with true, switches with false, all others with 0 or an empty value.
 
-    It is on the bus within its with statement, or from start() to stop(). If a method raises
-    something else than ErrorReply, the caller gets that as an error, and stop() raises it.
+    The daemon is on the bus within its with statement, or from start() to stop(). If a method
+    raises another exception than ErrorReply, the caller receives an error reply with its text, and
+    stop() raises the exception.
     """
 
     KIND = ""
@@ -63,7 +64,7 @@ class Daemon:
 
     def __init__(self, address: Optional[str] = None) -> None:
         self.address = core.bus_address(address)
-        #: The calls that it has received, the oldest first.
+        #: The calls that the daemon has received, the oldest first.
         self.calls: List[Call] = []
         self._forms = {(form.name, form.signature): form for form in self.METHODS}
         self._received = threading.Condition()
@@ -80,13 +81,13 @@ class Daemon:
         self.stop()
 
     def start(self) -> None:
-        """Acquires the bus name and serves; RuntimeError if another daemon has the name."""
+        """Acquires the bus name and serves calls. Raises RuntimeError if the name has an owner."""
         if self._link is not None:
             raise RuntimeError("the daemon is running")
         link = Client(self.address)
         link.open(25.0)
         name = core.busname_of(self.KIND)
-        # 4: not to wait for the name. 1: it is ours.
+        # 4: do not queue for the name. 1: the name was acquired.
         if link.ask_bus(25.0, "RequestName", "su", name, 4) != 1:
             link.close()
             raise RuntimeError(f"{name} is on the bus already, or the bus does not allow it")
@@ -96,11 +97,11 @@ class Daemon:
         self._thread.start()
 
     def stop(self) -> None:
-        """Leaves the bus, as a daemon that dies: calls without a reply stay without."""
+        """Leaves the bus, as a daemon that crashes: pending calls get no reply from it."""
         link, self._link = self._link, None
         if link is not None and self._thread is not None:
             with suppress(OSError):
-                link.connection.sock.shutdown(2)  # it wakes the thread, which closes it
+                link.connection.sock.shutdown(2)  # wakes the thread, which closes it
             if self._thread is not threading.current_thread():
                 self._thread.join()
         error, self._error = self._error, None
@@ -108,7 +109,7 @@ class Daemon:
             raise error
 
     def wait_for_call(self, method: str, *, timeout: float = 5.0) -> Call:
-        """The first call of a method; AssertionError if none has come within that time."""
+        """Waits for the first call of a method. Raises AssertionError after timeout seconds."""
         seconds = core.seconds_of(timeout)
 
         def found() -> List[Call]:
@@ -121,7 +122,7 @@ class Daemon:
             return found()[0]
 
     def emit(self, member: str, signature: str, values: Tuple[Any, ...]) -> bool:
-        """Sends a signal of its interface; the pulse methods do this with the right types."""
+        """Sends a signal of its interface. The pulse methods call this with the right types."""
         fitted = core.fit_all(member, signature, values)
         return self._send(new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
                                      signature or None, fitted))
@@ -173,7 +174,7 @@ class Daemon:
                 return None
             if isinstance(result, Raw):
                 reply = new_method_return(message, result.signature or None, result.values)
-                reply.serialise(1)  # it raises what does not fit
+                reply.serialise(1)  # raises an exception if a value does not fit
                 return reply
             if not form.result:
                 return new_method_return(message)
@@ -183,11 +184,11 @@ class Daemon:
         except core.Misfit as misfit:
             return self._mistake(
                 message, TypeError(f"{form.name} returned {result!r}, which is not {misfit}"))
-        except BaseException as error:  # pytest.fail() is no Exception
+        except BaseException as error:  # pytest.fail() raises a BaseException
             return self._mistake(message, error)
 
     def _mistake(self, message: Any, error: BaseException) -> Any:
-        """What the caller gets for a fault of the test's own, which stop() raises."""
+        """The error reply for a mistake in the test, which stop() raises again."""
         self._error = error
         text = traceback.format_exception_only(type(error), error)[-1].replace("\0", "")
         return new_error(message, "org.hnipc.Error.Failed", "s",

@@ -30,8 +30,8 @@ def program(name: str) -> str:
 
 class Sandbox:
     """hnipc-sandbox as an object: a private bus with simulated daemons, from start() to stop() or
-    within a with statement. address is that of the bus. It ends with this process, however that
-    ends.
+    within a with statement. address is the address of the bus. The sandbox ends with this process,
+    even if the process is killed.
     """
 
     def __init__(self, scenario: Optional[str] = None,
@@ -56,8 +56,8 @@ class Sandbox:
         command = [program("hnipc-sandbox"), "--daemons", ",".join(self.daemons) or "none"]
         if self.scenario:
             command += ["--scenario", self.scenario]
-        # The pipe to the command ends with this process, and the sandbox with the command. In a
-        # session of its own, the keys of the terminal do not reach it.
+        # When this process ends, the pipe closes, the command exits, and so does the sandbox. The
+        # new session keeps signals of the terminal, such as Ctrl-C, away from the sandbox.
         command += ["--", "sh", "-c", 'echo "$DBUS_SYSTEM_BUS_ADDRESS"; exec cat']
         self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=self._errors, start_new_session=True)
@@ -65,17 +65,17 @@ class Sandbox:
         self.address = self._process.stdout.readline().decode().strip()
         if not self.address:
             self.stop()
-            raise RuntimeError(f"there is no sandbox: {self.output().strip()}")
+            raise RuntimeError(f"the sandbox did not start: {self.output().strip()}")
         self._settle()
 
     def _settle(self) -> None:
-        """Waits until the supply daemon has told the print engine what is loaded."""
-        # Unless one of them does not run.
+        """Waits until the supply daemon has informed the print engine of what is loaded."""
+        # A failed call means that one of them is not running.
         with closing(World(self.address)) as world, suppress(core.CallFailed):
             while world._act("supplyd", "names") and not world._act("m4", "get", "s", "supplyID"):
                 pass
-            world._act("supplyd", "names")  # it has sent the rest
-            world._act("m4", "names")  # which has arrived
+            world._act("supplyd", "names")  # after this reply, it has sent the rest
+            world._act("m4", "names")  # after this reply, the rest has arrived
 
     def stop(self) -> None:
         process, self._process = self._process, None
@@ -88,16 +88,16 @@ class Sandbox:
                 process.kill()
                 process.wait()
             process.stdout.close()
-        for daemon in self._started:  # they have lost their bus
+        for daemon in self._started:  # they exit, because their bus has ended
             daemon.wait()
         self._started.clear()
 
     def output(self) -> str:
-        """What the daemons and the scenario have printed."""
+        """The text that the daemons and the scenario have printed."""
         return os.pread(self._errors.fileno(), 1 << 20, 0).decode(errors="replace")
 
     def stop_daemon(self, daemon: str) -> None:
-        """Ends a daemon, as systemd would, and waits until it is off the bus."""
+        """Stops a daemon with SIGTERM, as systemd does, and waits until it has left the bus."""
         name = core.busname_of(daemon)
         with Printer(self.address, timeout=LIMIT) as printer:
             process = printer._link.ask_bus(LIMIT, "GetConnectionUnixProcessID", "s", name)
@@ -107,7 +107,7 @@ class Sandbox:
             printer.wait_for_daemon(daemon, present=False, timeout=LIMIT)
 
     def start_daemon(self, daemon: str) -> None:
-        """Starts a simulated daemon that does not run, and waits until it serves."""
+        """Starts a simulated daemon that is not running, and waits until it serves calls."""
         core.busname_of(daemon)
         process = subprocess.Popen(
             [program("hnipc-simulator"), daemon], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -118,15 +118,15 @@ class Sandbox:
         process.stdout.close()
         if not is_ready:
             process.wait()
-            raise RuntimeError(f"{daemon} does not start: {self.output().strip()}")
+            raise RuntimeError(f"{daemon} did not start: {self.output().strip()}")
         self._started.append(process)
         if daemon != "ioexpd":
             self._settle()
 
 
 class World:
-    """The world around simulated daemons: what their object /simulator can do, which
-    hnipc-simulator(1) describes. What the simulator refuses raises hnipc.Refused."""
+    """The world around simulated daemons: the methods of their object /simulator, which
+    hnipc-simulator(1) describes. Raises hnipc.Refused if the simulator refuses a call."""
 
     def __init__(self, address: Optional[str] = None) -> None:
         self._link = Client(address)
@@ -150,13 +150,13 @@ class World:
 
     def _daemon_with(self, name: str) -> str:
         for daemon in core.BUS_NAMES:
-            with suppress(core.NotSent):  # it does not run
+            with suppress(core.NotSent):  # it is not running
                 if name in self.names(daemon):
                     return daemon
         raise ValueError(f"{name!r} is not a reading or switch of a daemon that is running")
 
     def set(self, name: str, value: Any) -> None:
-        """Gives a reading or a switch a value, which its daemon announces."""
+        """Sets a reading or a switch. Its daemon announces the value."""
         self._act(self._daemon_with(name), "set", "sv", name, value)
 
     def get(self, name: str) -> Any:
@@ -168,19 +168,19 @@ class World:
         self._act("ioexpd", "press", "s", button)
 
     def load_supply(self, supply: str = "", ribbons: Sequence[str] = ()) -> None:
-        """Puts in new rolls, by their SKUs. What is empty stays in."""
+        """Loads new rolls, by their SKUs. Without a supply or ribbons, the old ones stay loaded."""
         self._act("supplyd", "load", "sas", supply, list(ribbons))
 
     def print(self, labels: int) -> None:
-        """Queues a print job."""
+        """Queues a print job with this number of labels."""
         self._act("m4", "print", "u", labels)
 
     def emit(self, event: str, *values: Any) -> None:
-        """Sends an event, by the name that clients know."""
+        """Sends an event, by its name in the client, such as M4Dac0."""
         self._act(self._sender_of(event), "emit", "sav", event, list(values))
 
     def flood(self, event: str, count: int) -> None:
-        """Sends an event so many times, as fast as the bus takes it."""
+        """Sends an event count times, as fast as the bus accepts it."""
         self._act(self._sender_of(event), "flood", "su", event, count)
 
     def _sender_of(self, event: str) -> str:
@@ -189,9 +189,9 @@ class World:
 
     def fault(self, method: str, kind: str, detail: Any = "", *,
               daemon: Optional[str] = None) -> None:
-        """Spoils the calls of a method: kind is delay (detail: milliseconds), never, error (detail:
-        "NAME TEXT"), wrongtype, die, or none to end it. With "*" as the method, all calls of
-        daemon."""
+        """Sets a fault for the calls of a method. kind is delay (detail: milliseconds), never,
+        error (detail: "NAME TEXT"), wrongtype or die; none clears it. With "*" as the method, the
+        fault is for all calls of daemon."""
         if daemon is None:
             if method not in METHODS:
                 raise ValueError(f"{method!r} is not a method of the printer")
@@ -199,12 +199,12 @@ class World:
         self._act(daemon, "fault", "ssv", method, kind, detail)
 
     def malform(self, shape: str) -> None:
-        """Spoils the supply records to come: short, wrongtype, dictionary, plain, empty, long, or
-        none to end it."""
+        """Makes the supply daemon send malformed records from now on: short, wrongtype, dictionary,
+        plain, empty or long; none ends this."""
         self._act("supplyd", "malform", "s", shape)
 
     def reset(self) -> None:
-        """Ends all faults of the daemons that are running."""
+        """Clears all faults of the daemons that are running."""
         for daemon in core.BUS_NAMES:
             with suppress(core.NotSent):
                 self._act(daemon, "reset")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What went over the bus during a test: the calls of all programs, and all events."""
+"""The traffic on the bus during a test: the calls of all programs, and all events."""
 
 from __future__ import annotations
 
@@ -16,7 +16,8 @@ DAEMON_OF = {name: daemon for daemon, name in core.BUS_NAMES.items()}
 
 
 class Trace(Client):
-    """Collects from its construction on; the bus keeps the messages until lines() reads them."""
+    """Monitors the bus from its construction. The messages wait in the socket until lines() reads
+    them."""
 
     def __init__(self, address: str) -> None:
         super().__init__(address)
@@ -30,10 +31,10 @@ class Trace(Client):
         self._lines: List[str] = []
 
     def lines(self) -> List[str]:
-        """One line a call or event, in the order in which the bus passed them on."""
+        """One line per call or event, in the order in which the bus delivered them."""
         deadline = time.monotonic() + 5
         fence = Client(self.address)
-        with suppress(core.NotSent):  # the bus is gone; what it has sent can still be read
+        with suppress(core.NotSent):  # the bus has ended; what it sent before can still be read
             fence.open(5.0)
         while True:
             message = self.receive(deadline)
@@ -55,7 +56,7 @@ class Trace(Client):
         if kind is MessageType.method_call:
             daemon = DAEMON_OF.get(fields.get(HeaderFields.destination))
             member, sender = fields.get(HeaderFields.member), fields.get(HeaderFields.sender)
-            if daemon and member != "names":  # for which World asks
+            if daemon and member != "names":  # World itself calls it
                 who = "world" if fields.get(HeaderFields.path) == "/simulator" else "call"
                 self._calls[sender, message.header.serial] = len(self._lines)
                 self._lines.append(f"{who:6} {sender} to {daemon}: {member}"

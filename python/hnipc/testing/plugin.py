@@ -18,12 +18,13 @@ TRACE = pytest.StashKey[Tuple[Sandbox, Trace]]()
 def pytest_configure(config: pytest.Config) -> None:
     config.addinivalue_line(
         "markers", "hnipc(scenario=None, daemons=('ioexpd', 'm4', 'supplyd')): what the fixture "
-        "sandbox is made of; scenario is a file, ordinary-day or bad-day")
+        "sandbox contains; scenario is a file, ordinary-day or bad-day")
 
 
 @pytest.fixture
 def sandbox(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> Iterator[Sandbox]:
-    """A private bus with simulated daemons, the system bus of all that the test starts."""
+    """A private bus with simulated daemons. All programs that the test starts use it as the system
+    bus."""
     marker = request.node.get_closest_marker("hnipc")
     with Sandbox(*marker.args, **marker.kwargs) if marker else Sandbox() as result:
         monkeypatch.setenv("DBUS_SYSTEM_BUS_ADDRESS", result.address)
@@ -51,7 +52,7 @@ def world(sandbox: Sandbox) -> Iterator[World]:
 
 @pytest.hookimpl(hookwrapper=True)  # type: ignore[misc]
 def pytest_runtest_makereport(item: pytest.Item) -> Generator[None, Any, None]:
-    """A test that fails shows what went over the bus, and what the daemons printed."""
+    """Adds the traffic on the bus and the output of the daemons to the report of a failed test."""
     outcome = yield
     report = outcome.get_result()
     if report.when != "teardown" and report.failed and TRACE in item.stash:

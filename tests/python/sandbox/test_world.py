@@ -162,7 +162,7 @@ def test_daemons_stop_and_start(sandbox, printer, world):
     sandbox.start_daemon("m4")
     assert printer.getError() == 0
     world.set("printerLid", True)
-    with pytest.raises(RuntimeError, match="m4 does not start"):
+    with pytest.raises(RuntimeError, match="m4 did not start"):
         sandbox.start_daemon("m4")
     sandbox.stop_daemon("m4")
     assert not printer.availability().m4
@@ -190,7 +190,7 @@ def test_no_daemons(printer):
 def test_mistakes(tmp_path, monkeypatch):
     with pytest.raises(ValueError, match="'printd' is not one of"):
         Sandbox(daemons=["printd"])
-    with pytest.raises(RuntimeError, match="there is no sandbox: .*no-such-scenario"):
+    with pytest.raises(RuntimeError, match="the sandbox did not start: .*no-such-scenario"):
         Sandbox(scenario="no-such-scenario").start()
     with pytest.raises(hnipc.NotSent):
         World("unix:path=/nonexistent/bus")
