@@ -25,7 +25,7 @@ install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/${HNIPC_PACKAGE_NAME}ConfigVersion.cmake
     DESTINATION ${package_dir})
 
-# In two steps, because the prefix is known only when "cmake --install --prefix" names it.
+# Configured twice, because "cmake --install --prefix" can change the prefix.
 set(prefix_at_install "@CMAKE_INSTALL_PREFIX@")
 function(hnipc_install_pc library requires)
     set(pc_name ${library}${HNIPC_NAME_SUFFIX})

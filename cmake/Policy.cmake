@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 #
-# The rules of the system bus for the daemons, made from what the tree says of them: their names in
-# the table of identities, their pulse operations in the descriptions of the interfaces.
+# Generates the rules of the system bus for the daemons. The bus names are read from the table in
+# serviceidentity.cpp, the pulse operations from interfaces/*.xml.
 
-set(HNIPC_DAEMON_USER root CACHE STRING "The user whom the daemons run as")
+set(HNIPC_DAEMON_USER root CACHE STRING "The user that the daemons run as")
 set(HNIPC_CLIENT_GROUP hnipc CACHE STRING "The group whose members may call the daemons")
 
 set(HNIPC_IDENTITIES ${PROJECT_SOURCE_DIR}/src/common/serviceidentity.cpp)
@@ -13,13 +13,13 @@ set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${HNIPC_IDENTITIE
 function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
     foreach(name IN ITEMS "${HNIPC_DAEMON_USER}" "${HNIPC_CLIENT_GROUP}")
         if(NOT name MATCHES "^[A-Za-z_][A-Za-z0-9_.-]*$" OR name MATCHES "--")
-            message(FATAL_ERROR "\"${name}\" cannot be a user or a group of the bus policy.")
+            message(FATAL_ERROR "\"${name}\" is not a valid user or group name for the bus policy.")
         endif()
     endforeach()
 
     file(READ ${HNIPC_IDENTITIES} identities)
     if(NOT identities MATCHES "#define BUS_NAME_PREFIX \"([a-z.]+)\"")
-        message(FATAL_ERROR "${HNIPC_IDENTITIES} states no prefix of the bus names.")
+        message(FATAL_ERROR "${HNIPC_IDENTITIES} does not define BUS_NAME_PREFIX as expected.")
     endif()
     set(prefix ${CMAKE_MATCH_1})
     set(daemon "BUS_NAME_PREFIX \"([.a-z0-9]+)\"\\), path,")
@@ -27,7 +27,7 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
     string(REGEX MATCHALL "${daemon}" daemons "${identities}")
     list(LENGTH daemons count)
     if(NOT count EQUAL 3)
-        message(FATAL_ERROR "${HNIPC_IDENTITIES} names ${count} daemons in a known form, not 3.")
+        message(FATAL_ERROR "${HNIPC_IDENTITIES} contains ${count} daemons in the expected form, not 3.")
     endif()
 
     foreach(identity IN LISTS daemons)
@@ -37,8 +37,8 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
         set(to "send_destination=\"${bus_name}\"")
         set(call_to "send_type=\"method_call\" ${to}")
 
-        # A rule for an interface stands with a destination, or with a type that has to have one:
-        # otherwise it would hit calls that name none, of whatever service.
+        # A rule for an interface also has a destination, or a type that must have an interface.
+        # Otherwise it would also match calls without an interface, to any service.
         set(signals "send_type=\"signal\" send_interface=\"${interface}\"")
         string(APPEND rules_for_all
             "    <deny own=\"${bus_name}\"/>\n"
@@ -48,8 +48,8 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
             "    <allow own=\"${bus_name}\"/>\n"
             "    <allow ${to}/>\n"
             "    <allow ${signals}/>\n")
-        # Qt's proxies introspect first; Peer tells whether a daemon answers at all. Of properties,
-        # which Qt asks for where there are some, the interfaces have none.
+        # Qt's proxies call Introspectable first. Peer shows whether a daemon replies at all. The
+        # interfaces have no properties, so clients need no access to Properties.
         string(APPEND rules_for_clients
             "    <allow ${call_to} send_interface=\"${interface}\"/>\n"
             "    <allow ${call_to} send_interface=\"org.freedesktop.DBus.Introspectable\"/>\n"
@@ -58,13 +58,14 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
         set(description ${PROJECT_SOURCE_DIR}/interfaces/${interface}.xml)
         set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND
             PROPERTY CMAKE_CONFIGURE_DEPENDS ${description})
-        # By their names, which nothing else has: the descriptions say it in no other way.
+        # Pulse operations are recognized by their names: the descriptions do not mark them
+        # otherwise.
         set(pulse "<method name=\"(pulse[A-Za-z0-9]+Signal)\"")
         file(STRINGS ${description} pulses REGEX "${pulse}")
         list(TRANSFORM pulses REPLACE ".*${pulse}.*" "\\1")
         list(REMOVE_DUPLICATES pulses) # overloads
         if(NOT pulses)
-            message(FATAL_ERROR "${description} describes no pulse operation.")
+            message(FATAL_ERROR "${description} contains no pulse operation.")
         endif()
         foreach(member IN LISTS pulses)
             string(APPEND rules_for_clients

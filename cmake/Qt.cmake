@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 #
-# All that differs between the Qt majors as far as the build is concerned: how Qt is found, what
-# its libraries are called, and what ours is called so that several can be installed side by side.
+# The differences between the Qt majors in the build: how Qt is found, the names of Qt's libraries,
+# and our names, which differ so that several builds can be installed side by side.
 
-set(HNIPC_QT "" CACHE STRING "Qt major to build for: 4, 5 or 6; empty for the newest of 6 and 5")
+set(HNIPC_QT "" CACHE STRING "Qt major to build for: 4, 5 or 6; default: the newest of 6 and 5 that is installed")
 set_property(CACHE HNIPC_QT PROPERTY STRINGS "" 4 5 6)
 
 if(NOT HNIPC_QT)
@@ -16,7 +16,7 @@ if(NOT HNIPC_QT)
 endif()
 
 if(HNIPC_QT EQUAL 4)
-    # Qt 4's own headers are looked up through qmake, and its targets have longer names.
+    # CMake finds Qt 4 through qmake; its targets have longer names.
     find_package(Qt4 4.8 REQUIRED QtCore QtDBus)
     set(HNIPC_QT_LIBRARIES Qt4::QtCore Qt4::QtDBus)
     set(HNIPC_QT_TEST Qt4::QtTest)
@@ -25,8 +25,8 @@ if(HNIPC_QT EQUAL 4)
     set(HNIPC_NAME_SUFFIX "")
     set(HNIPC_PACKAGE_NAME HNIPC)
 elseif(HNIPC_QT EQUAL 5)
-    # Qt 5 takes its tools from beside its headers, where a cross build has the target's. The later
-    # majors look for the host's themselves.
+    # Qt 5 takes moc from beside its headers; in a cross build that is the target's moc. Later
+    # majors look for the host's moc themselves.
     if(CMAKE_CROSSCOMPILING AND NOT TARGET Qt5::moc)
         find_program(HNIPC_MOC moc PATHS /usr/lib/qt5/bin REQUIRED
             NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH)
@@ -53,13 +53,13 @@ else()
 endif()
 message(STATUS "HNIPC ${PROJECT_VERSION} for Qt ${HNIPC_QT}")
 
-# Qt 4 has another QML. Where Qt looks for modules below its own prefix is the default place.
+# Qt 4 has another QML. By default, the module is installed where Qt looks for modules.
 if(NOT HNIPC_QT EQUAL 4)
-    set(HNIPC_QML AUTO CACHE STRING "The QML module and the panel: ON, OFF, or AUTO for what Qt's part is found of")
+    set(HNIPC_QML AUTO CACHE STRING "The QML module and the front panel: ON, OFF, or AUTO to build them if Qt's QML is found")
     set_property(CACHE HNIPC_QML PROPERTY STRINGS AUTO ON OFF)
     set(HNIPC_QML_DIR ${CMAKE_INSTALL_LIBDIR}/qt${HNIPC_QT}/qml CACHE STRING
-        "Where QML modules are installed, relative to the prefix")
-    # Where the panel finds them, from its own place, in the build tree as when it is installed.
+        "Directory of QML modules, relative to the prefix")
+    # In the build tree, the panel finds the module at the same relative path as when installed.
     set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/${HNIPC_QML_DIR})
     if(IS_ABSOLUTE "${HNIPC_QML_DIR}")
         set(HNIPC_QML_BUILD_DIR ${PROJECT_BINARY_DIR}/qml-modules)

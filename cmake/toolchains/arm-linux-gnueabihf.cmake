@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: MIT
 #
-# 32-bit Arm with hard float, by Debian's g++-arm-linux-gnueabihf. Qt for Arm comes from the machine's
-# own multiarch packages, such as qtbase5-dev:armhf, or from the target's root file system:
+# 32-bit Arm with hard float, for Debian's g++-arm-linux-gnueabihf. Qt for Arm is found in the
+# multiarch packages of this machine, such as qtbase5-dev:armhf, or in the root file system of the
+# target:
 #
 #   cmake -S . -B build/arm --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \
 #       -DCMAKE_SYSROOT=ROOT -DHNIPC_QT=5 -DHNIPC_QML=OFF
@@ -13,7 +14,7 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 
-# Programs that the build runs are this machine's; what it compiles and links with is the target's.
+# The build runs programs of this machine, and compiles and links with files of the target.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 if(CMAKE_SYSROOT)
     set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
