@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Shows which supply is loaded and whether the lid is open, feeds when the print button is pressed,
-// and ends when the supply daemon asks applications to close.
+// Prints which supply is loaded and whether the lid is open. Feeds when the print button is
+// pressed, and exits when the supply daemon requests that applications close.
 
 #include "words.h"
 
@@ -10,7 +10,7 @@
 
 #include <QtCore/QCoreApplication>
 
-// A screen would set the text of a label; this program prints a line when the text is another one.
+// Prints its text when it changes. A program with a screen would use a label there.
 class Label
 {
 public:

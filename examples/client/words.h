@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The texts that the programs of this guide print.
+// The output of this guide's programs.
 
 #ifndef WORDS_H
 #define WORDS_H
@@ -22,7 +22,7 @@ inline QString inWords(const HNIPCAnswer<bool> &command)
         return "done";
     }
     switch (command.outcome()) {
-    case HNIPCRequest::Answered: // with false
+    case HNIPCRequest::Answered: // the reply is false
         return "the print engine did not do it";
     case HNIPCRequest::Refused:
         return "refused: " + command.errorText();

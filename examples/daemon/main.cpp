@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// An I/O-expander daemon over a directory that is its hardware: it writes to the files "backlight"
-// and "amplifier" there to switch them, and each byte that it reads from "buttons" is a button.
+// An I/O-expander daemon. A directory takes the place of its hardware: the daemon writes to the
+// files "backlight" and "amplifier" to switch them, and each byte that it reads from "buttons" is a
+// button.
 
 #include <hnipc/ihnipcioexpd.h>
 
@@ -16,7 +17,7 @@
 
 class FrontPanel : public IHNIPCIOEXPD, protected QDBusContext
 {
-    Q_OBJECT // for QDBusContext, which Qt looks for by name
+    Q_OBJECT // needed for QDBusContext
 
 public:
     explicit FrontPanel(const QDir &hardware) : m_hardware(hardware) {}
@@ -56,14 +57,14 @@ int main(int argc, char *argv[])
 
     const QDir hardware(application.arguments().value(1));
     QFile buttons(hardware.filePath("buttons"));
-    // For reading and writing, so that it opens, and stays open, without a writer.
+    // ReadWrite, so that a FIFO opens and stays open while no other process has it open.
     if (!buttons.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
         fprintf(stderr, "%s: %s\n", qPrintable(buttons.fileName()),
                 qPrintable(buttons.errorString()));
         return 1;
     }
 
-    FrontPanel panel(hardware); // from here on clients find the daemon, and wait for its replies
+    FrontPanel panel(hardware); // from now on clients find the daemon and wait for its replies
 
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()

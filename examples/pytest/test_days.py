@@ -5,18 +5,18 @@ import pytest
 
 from hnipc import events
 
-PATIENCE = 60  # seconds, for a slow machine: each step ends as soon as its event has come
+PATIENCE = 60  # seconds, for a slow machine: each step ends as soon as its event arrives
 
 
 def next_event(printer, *kinds):
-    """The next event of these kinds."""
+    """Waits for the next event of these kinds."""
     for event in printer.events(*kinds, timeout=PATIENCE):
         return event
-    pytest.fail(f"none of {[kind.__name__ for kind in kinds]} came")
+    pytest.fail(f"none of {[kind.__name__ for kind in kinds]} arrived")
 
 
 def labels_until_complete(printer):
-    """The labels that are printed until the queue is complete, and its value."""
+    """Returns how many labels are printed until the queue is complete, and the event's value."""
     labels = 0
     while True:
         event = next_event(printer, events.M4PrintDone, events.PrintQueueComplete)
@@ -32,11 +32,11 @@ def test_ordinary_day(printer):
     assert labels_until_complete(printer) == (35, 2)
     assert next_event(printer, events.M4BatteryUpdate).value == 84
 
-    # The colour ribbon runs low during the next job, which ends all the same.
+    # The colour ribbon runs low during the next job, which is still printed.
     assert labels_until_complete(printer) == (30, 1)
     assert next_event(printer, events.Alert).value == 21
 
-    # It is changed, with the lid open.
+    # The ribbon is changed, with the lid open.
     assert next_event(printer, events.M4PrinterLid).value is True
     assert next_event(printer, events.Error).value == 10
     assert next_event(printer, events.RibbonChanged).ribbonSkus == ["RIB-110-CMYK", "RIB-110-BK"]
@@ -57,12 +57,13 @@ def test_bad_day(printer):
     for code in (10, 0, 22):
         assert next_event(printer, events.Error).value == code
 
-    # A person opens the lid, puts in a new ribbon, and closes it.
+    # The lid is opened, a new ribbon is loaded, and the lid is closed.
     assert next_event(printer, events.Error).value == 10
     assert next_event(printer, events.RibbonChanged).ribbonSkus[1] == "RIB-110-BK"
     assert next_event(printer, events.Error).value == 0
 
-    # The print engine dies when other labels are loaded. It returns without the job, and finds them.
+    # The print-engine daemon crashes when other labels are loaded. It restarts without the job, and
+    # reads what is loaded.
     assert next_event(printer, events.SupplyChanged).supplySku == "LBL-100150-WH"
     assert next_event(printer, events.M4SupplyID).value == "LBL-100150-WH"
     assert printer.supplySKUCached() == "LBL-100150-WH"

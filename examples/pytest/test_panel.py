@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the front panel needs of its daemons: each of its commands, on a good day and on a bad one."""
+"""The commands of the front panel, with daemons that work and with daemons that fail."""
 
 import pytest
 

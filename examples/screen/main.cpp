@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Shows the QML file that its argument names, until the screen is closed.
+// Shows the QML file that is its argument, until the screen is closed.
 
 #include <QtCore/QUrl>
 #include <QtGui/QGuiApplication>
