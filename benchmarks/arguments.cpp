@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-arguments: what a call costs by the number and size of its arguments: the library's
-// call member, as the client's methods use it, beside the bare call.
+// hnipc-bench-arguments: the time of a call by the number and size of its arguments. Compares the
+// library's call member, which the client's methods use, with QDBusInterface.
 
 #include "daemons.h"
 #include "rawcall.h"
@@ -37,7 +37,7 @@ static void compareArguments(HNIPCPrivate *client, QDBusInterface *supplyd)
     // clang-format on
 
     const QString text(1000, QLatin1Char('x'));
-    compare("a text of 1,000 characters", turns, calls,
+    compare("a string of 1,000 characters", turns, calls,
             { { "Qt", [=] { ask<bool>(supplyd, "takeText", { text }); } },
               { "HNIPC", [=] { client->ask<bool>(daemon, "takeText", text); } } });
 
@@ -45,7 +45,7 @@ static void compareArguments(HNIPCPrivate *client, QDBusInterface *supplyd)
     for (int i = 0; i < 20; ++i) {
         list += QString::fromLatin1("LBL-1000%1-WH").arg(i + 10);
     }
-    compare("a list of 20 texts", turns, calls,
+    compare("a list of 20 strings", turns, calls,
             { { "Qt", [=] { ask<bool>(supplyd, "takeList", { list }); } },
               { "HNIPC", [=] { client->ask<bool>(daemon, "takeList", list); } } });
 }

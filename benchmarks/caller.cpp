@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-caller: the C++ client for the benchmark in Python. It reads how many calls to make,
-// and prints the nanoseconds that they took.
+// hnipc-bench-caller: the C++ client for the benchmark in Python. It reads a number of calls, makes
+// them, and prints how many nanoseconds they took.
 
 #include <hnipc/hnipc.h>
 

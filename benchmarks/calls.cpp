@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-calls: what one blocking call of the client costs, beside other ways to make the same
-// call of the same daemon, by the place of its slot, and by what the answer carries.
+// hnipc-bench-calls: the time of one blocking call of the client, compared with other ways to make
+// the same call of the same daemon, by the place of its slot, and by the type of the reply.
 
 #include "daemons.h"
 #include "m4proxy.h"
@@ -39,23 +39,23 @@ static void comparePlaces(HNIPC *printer)
 static void compareAnswers(HNIPC *printer, QDBusInterface *supplyd)
 {
     const QString sku = QLatin1String("LBL-100060-WH");
-    compare("answer: a text", 40, 200,
+    compare("reply: a string", 40, 200,
             { { "Qt", [=] { ask<QString>(supplyd, "supplySKUCached", { QString() }); } },
               { "HNIPC", [=] { printer->supplySKUCached(); } } });
-    compare("answer: a list of 20 texts", 40, 200,
+    compare("reply: a list of 20 strings", 40, 200,
             { { "Qt", [=] { ask<QStringList>(supplyd, "supplySKUList"); } },
               { "HNIPC", [=] { printer->supplySKUList(); } } });
-    compare("answer: the record", 40, 200,
+    compare("reply: the record", 40, 200,
             { { "Qt", [=] { ask<SupplyInformation>(supplyd, "supplyInformation", { sku }); } },
               { "HNIPC", [=] { printer->supplyInformation(sku); } } });
-    compare("answer: an image of 1 MiB", 40, 10,
+    compare("reply: an image of 1 MiB", 40, 10,
             { { "Qt", [=] { ask<QByteArray>(supplyd, "supplyBackgroundImage", { sku }); } },
               { "HNIPC", [=] { printer->supplyBackgroundImage(sku); } } });
 }
 
 int main(int argc, char **argv)
 {
-    SocketPeer::start(); // before there are threads
+    SocketPeer::start(); // before any thread is started
     QCoreApplication application(argc, argv);
     const DaemonProcess m4Process(HNIPC_BENCH_M4, "org.hnipc.m4");
     const DaemonProcess supplydProcess(HNIPC_BENCH_DAEMON, "org.hnipc.supplyd");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-daemon: stands at the supply daemon's place on the bus, with answers of every size,
-// methods of none to five arguments, and as many signals as one asks for.
+// hnipc-bench-daemon: runs as the supply daemon, with replies of every size, methods of no to five
+// arguments, and a method that sends a given number of signals.
 
 #include <hnipc/supplyinformation.h>
 
@@ -65,7 +65,7 @@ int main(int argc, char **argv)
     QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.registerObject(QLatin1String("/"), &daemon, QDBusConnection::ExportAllSlots)
         || !bus.registerService(QLatin1String("org.hnipc.supplyd"))) {
-        qFatal("not on the bus");
+        qFatal("no connection to the system bus");
     }
     return application.exec();
 }

@@ -9,7 +9,7 @@
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusReply>
 
-// A daemon in a process of its own, for as long as this lives.
+// Runs a daemon in a separate process while this object exists.
 class DaemonProcess
 {
 public:
@@ -18,12 +18,12 @@ public:
         m_process.forwardErrors();
         m_process.start(QLatin1String(program), QStringList());
         if (!m_process.waitForStarted()) {
-            qFatal("no %s", program);
+            qFatal("cannot start %s", program);
         }
         const QLatin1String name(busName);
         while (!QDBusConnection::systemBus().interface()->isServiceRegistered(name).value()) {
             if (m_process.waitForFinished(10)) {
-                qFatal("%s has ended", program);
+                qFatal("%s exited", program);
             }
         }
     }
@@ -34,12 +34,12 @@ private:
     MortalProcess m_process;
 };
 
-// The next line that a process prints.
+// Returns the next line that the process prints.
 inline QByteArray lineOf(QProcess *process)
 {
     while (!process->canReadLine()) {
         if (!process->waitForReadyRead(60 * 1000)) {
-            qFatal("a process has ended, or prints nothing any more");
+            qFatal("a process exited, or printed nothing for 60 s");
         }
     }
     return process->readLine().trimmed();

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-idle-hnipc, hnipc-bench-idle-events, hnipc-bench-idle-qt: a program that has a client,
-// the events and eight readings, or nothing but a connection to the bus. It prints how many
-// microseconds the client took to start, or the events until none is missed, and how many KiB of
-// memory the idle program shares with nobody.
+// hnipc-bench-idle-hnipc, hnipc-bench-idle-events, hnipc-bench-idle-qt: an idle program with an
+// HNIPC object, with HNIPCEvents and eight readings, or with only a connection to the bus. It
+// prints how many microseconds the object took to start (HNIPCEvents: until it listens), and the
+// private memory of the program in KiB.
 
 #ifdef WITH_HNIPC
 #include <hnipc/hnipc.h>
@@ -27,7 +27,7 @@ static double privateKilobytes()
 {
     QFile file(QLatin1String("/proc/self/smaps_rollup"));
     if (!file.open(QIODevice::ReadOnly)) {
-        qFatal("no %s", qPrintable(file.fileName()));
+        qFatal("cannot open %s", qPrintable(file.fileName()));
     }
     double result = 0;
     const QList<QByteArray> lines = file.readAll().split('\n');
@@ -59,7 +59,7 @@ int main(int argc, char **argv)
 #endif
     const double started = double(clock.nsecsElapsed()) / 1000;
     if (!QDBusConnection::systemBus().isConnected()) {
-        qFatal("no bus");
+        qFatal("no connection to the system bus");
     }
 #ifdef WITH_EVENTS
     Readings readings;

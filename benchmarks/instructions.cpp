@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-instructions: calls of the client beside the same calls by Qt alone, for a profiler
-// that counts instructions, which other programs on the machine do not change. What it counts are the
-// functions called measured_...; scripts/bench runs it under valgrind.
+// hnipc-bench-instructions: calls of the client, and the same calls with Qt alone. scripts/bench
+// runs it under valgrind, which counts the instructions of the functions named measured_... Other
+// programs on the machine do not change these counts.
 
 #include "daemons.h"
 #include "rawcall.h"

@@ -67,7 +67,7 @@ bool SystemdPeer::printerLid()
     return open;
 }
 
-// As long as the call of printerLid() with its header.
+// As long as the message that calls printerLid().
 static char packet[144];
 static int echo;
 
@@ -91,11 +91,11 @@ void SocketPeer::start()
 {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) {
-        fail("socket", "none to be had");
+        fail("socket", "socketpair() failed");
     }
     const pid_t process = fork();
     if (process < 0) {
-        fail("socket", "no process to be had");
+        fail("socket", "fork() failed");
     }
     if (process == 0) {
         close(ends[0]);
@@ -109,6 +109,6 @@ void SocketPeer::start()
 void SocketPeer::roundTrip()
 {
     if (!pass(echo, give) || !pass(echo, take)) {
-        fail("socket", "lost");
+        fail("socket", "connection lost");
     }
 }

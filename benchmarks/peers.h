@@ -2,8 +2,8 @@
 #ifndef HNIPC_BENCHMARKS_PEERS_H
 #define HNIPC_BENCHMARKS_PEERS_H
 
-// The same question, "is the lid open?", by other ways than the library's. Each ends the program
-// when it is not answered.
+// The same call, printerLid(), in other ways than with the library. Each aborts the program if it
+// gets no reply.
 
 namespace GlibPeer {
 void connectToBus();
@@ -15,8 +15,8 @@ void connectToBus();
 bool printerLid();
 } // namespace SystemdPeer
 
-// A process that sends back what it is sent, without a bus in between: what no D-Bus can be faster
-// than.
+// A process that sends back what it receives over a socket, without a bus: no D-Bus call can be
+// faster.
 namespace SocketPeer {
 void start();
 void roundTrip();

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""What one call from Python costs, beside the bare binding and the C++ client, with one daemon.
+"""The time of one call from Python, compared with the bare binding and the C++ client.
 
-    python.py DIRECTORY        that of the benchmarks' programs
+    python.py DIRECTORY        DIRECTORY contains the benchmark programs
 
-For report.py; see there.
+Prints figures for report.py, which describes the format.
 """
 
 import asyncio
@@ -27,9 +27,9 @@ SKU = "LBL-100060-WH"
 
 
 def compare(work, turns, times, contenders):
-    """Lets the contenders take turns, and each turn begins with another one. A contender makes so
-    many calls and returns the seconds that they took."""
-    for turn in range(-1, turns):  # the first warms up
+    """Runs the contenders in turns; each turn begins with another one. A contender makes the given
+    number of calls and returns how many seconds they took."""
+    for turn in range(-1, turns):  # the first turn is not counted
         for place in range(len(contenders)):
             name, measure = contenders[(place + turn) % len(contenders)]
             elapsed = measure(times)
@@ -56,7 +56,7 @@ def timed_in(loop, call):
 
 
 def cpp_client():
-    """The client in C++, in a process of its own, which gets how many calls to make."""
+    """The client in C++, in a separate process that reads how many calls to make."""
     process = subprocess.Popen([PROGRAMS / "hnipc-bench-caller"], stdin=subprocess.PIPE,
                                stdout=subprocess.PIPE)
 
@@ -109,7 +109,7 @@ def main():
         sys.stdout.flush()
         for process in processes:
             process.kill()
-    os._exit(0)  # without the ends of connections that nobody closes
+    os._exit(0)  # without destructors: the connections are not closed
 
 
 if __name__ == "__main__":

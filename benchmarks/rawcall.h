@@ -13,12 +13,12 @@ inline QDBusInterface *newProxy(const char *daemon, const char *interface)
         QLatin1String(daemon), QLatin1String("/"), QLatin1String(interface),
         QDBusConnection::systemBus(), QCoreApplication::instance());
     if (!proxy->isValid()) {
-        qFatal("no %s", daemon);
+        qFatal("%s is not running", daemon);
     }
     return proxy;
 }
 
-// The call with nothing around it but what a program needs that looks at the answer.
+// The call, and the least that a program needs to check the reply.
 template <typename T>
 T ask(QDBusInterface *proxy, const char *method, const QVariantList &arguments = QVariantList(),
       QDBus::CallMode mode = QDBus::AutoDetect)

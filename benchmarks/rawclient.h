@@ -12,8 +12,8 @@
 #include <QtDBus/QDBusInterface>
 #include <QtDBus/QDBusServiceWatcher>
 
-// The steps of a client, by means of Qt alone: a subscription for each signal, a proxy for each
-// daemon that is there, and a watch on their names.
+// The steps of HNIPC, with Qt alone: a subscription for each signal, a proxy for each daemon that
+// is running, and a watch on their names.
 class RawClient : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
     {
         for (const Expected::ClientSignal &signal : Expected::clientSignals) {
             if (!signal.member) {
-                continue; // the one that is no daemon's
+                continue; // StatusChanged: no daemon sends it
             }
             const Expected::Identity &daemon = Expected::identities[signal.server];
             const QByteArray signature = withoutAliases(signal.signature);
@@ -32,7 +32,7 @@ public:
                     QLatin1String(daemon.busName), QLatin1String("/"),
                     QLatin1String(daemon.interface), QLatin1String(signal.member), this,
                     slot.constData())) {
-                qFatal("no subscription of %s", signal.signature);
+                qFatal("cannot subscribe to %s", signal.signature);
             }
         }
         m_watcher.setConnection(QDBusConnection::systemBus());

@@ -6,7 +6,7 @@
 
 #include <QtCore/QEventLoop>
 
-// Readings, and whether all their values are known.
+// Readings, with a wait until all their values are known.
 class Readings : public QObject
 {
     Q_OBJECT

@@ -1,11 +1,11 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Makes tables, a JSON file and plots of what the benchmarks print.
+"""Makes tables, a JSON file and plots from the output of the benchmarks.
 
     report.py DIR RUN=FILE...
 
-Each FILE holds lines "work, contender, turn, figure, unit" with tabs between them; RUN is what its
-run is called, as in "Qt 5". DIR gets report.json and the plots; the tables are printed.
+Each FILE contains lines "work, contender, turn, figure, unit", separated by tabs. RUN is the name
+of its run, such as "Qt 5". Writes report.json and the plots to DIR, and prints the tables.
 """
 
 import json
@@ -18,7 +18,7 @@ import matplotlib
 matplotlib.use("Agg")
 import matplotlib.pyplot as plt
 
-# The same figures make the same file.
+# The same figures always make the same files.
 matplotlib.rcParams["svg.hashsalt"] = "hnipc"
 NO_METADATA = {"Creator": None, "Date": None, "Format": None, "Type": None}
 
@@ -30,7 +30,7 @@ def read(path):
         for number, line in enumerate(lines, 1):
             fields = line.rstrip("\n").split("\t")
             if len(fields) != 5:
-                sys.exit(f"{path}:{number}: not a figure: {line.rstrip()}")
+                sys.exit(f"{path}:{number}: not five fields separated by tabs: {line.rstrip()}")
             work, contender, turn, figure, unit = fields
             works.setdefault(work, {}).setdefault(contender, {})[int(turn)] = float(figure)
             units[work] = unit
@@ -44,8 +44,8 @@ def spread(figures):
 
 
 def summary(contenders):
-    """Medians, and how many times as much as each contender the library takes in the same turn;
-    where it is none of them, the first one."""
+    """The median of each contender, and the ratio of the library's figure to it in the same turn.
+    If the library is not a contender, the first contender takes its place."""
     reference = next((name for name in contenders if name.startswith("HNIPC")),
                      next(iter(contenders)))
     result = {}

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-request: what a request in flight costs beside a blocking call of the same method,
-// and whether a screen keeps its beat while one is pending. Everything is asked of one daemon in
-// the same run, in turns, so that what disturbs the machine disturbs all alike.
+// hnipc-bench-request: the time of a request compared with a blocking call of the same method, and
+// the gaps of a screen's timer while a request is pending. All calls go to one daemon in the same
+// run, in turns, so that other load on the machine affects all alike.
 
 #include "daemons.h"
 #include "samples.h"
@@ -24,7 +24,7 @@
 static const int callsOfATurn = 500;
 static const int turns = 60;
 
-// Keeps so many calls in flight until all are answered.
+// Keeps inFlight calls in flight until all calls have a reply.
 class Load : public QObject
 {
     Q_OBJECT
@@ -97,7 +97,7 @@ private:
     QVector<HNIPCRequest *> m_requests;
 };
 
-// The same by means of Qt alone.
+// The same with Qt alone.
 class RawLoad : public Load
 {
     Q_OBJECT
@@ -148,7 +148,7 @@ static void compareCosts()
               { "HNIPCRequest", [&requests] { requests.run(10); }, callsOfATurn } });
 }
 
-// A 16 ms timer in the thread of a request that the daemon keeps waiting for five seconds.
+// A 16 ms timer in the thread of a request to which the daemon replies after five seconds.
 class Screen : public QObject
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 #include <functional>
 #include <vector>
 
-// One thing that is measured beside others.
+// One of the things that are compared.
 struct Contender
 {
     Contender(
@@ -21,24 +21,24 @@ struct Contender
 
     QByteArray name;
     std::function<void()> once;
-    int calls;                   // that one act makes; the time is that of one
-    std::function<void()> after; // each turn, not measured
+    int calls;                   // in one act; the time is that of one call
+    std::function<void()> after; // after each turn, not measured
 };
 
-// For report.py, one figure a line; it makes medians and ratios of them.
+// Prints one figure as a line for report.py, which computes medians and ratios.
 inline void printSample(const QByteArray &work, const QByteArray &name, int turn, double value,
                         const char *unit)
 {
     std::printf("%s\t%s\t%d\t%.4f\t%s\n", work.constData(), name.constData(), turn, value, unit);
 }
 
-// Lets the contenders take turns, so that what disturbs the machine disturbs all alike. Each turn
-// begins with another one: who comes first finds the caches as the last of them left them.
+// Runs the contenders in turns, so that other load on the machine affects all alike. Each turn
+// begins with another contender, because the state of the caches depends on the one before.
 inline void compare(const QByteArray &work, int turns, int timesATurn,
                     const std::vector<Contender> &contenders)
 {
     const int count = int(contenders.size());
-    for (int turn = -1; turn < turns; ++turn) { // the first warms up
+    for (int turn = -1; turn < turns; ++turn) { // the first turn is not counted
         for (int i = 0; i < count; ++i) {
             const Contender &contender = contenders.at(size_t((i + turn + count) % count));
             QElapsedTimer clock;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-screen: what a screen of 30 values costs by readings and by requests, beside blocking
-// calls and Qt's pending calls of the same methods; and how long a screen stands still that starts
-// while a daemon hangs.
+// hnipc-bench-screen: the time to read 30 values with readings and with requests, compared with
+// blocking calls and Qt's pending calls of the same methods; and how long a screen is blocked that
+// starts while a daemon hangs.
 
 #include "daemons.h"
 #include "readings.h"
@@ -83,7 +83,7 @@ static void block(HNIPC *printer)
     }
 }
 
-// Calls in flight, each by an object of its own.
+// Many calls in flight, each with its own object.
 class Calls : public QObject
 {
     Q_OBJECT
@@ -100,7 +100,7 @@ public:
         wait();
     }
 
-    // The same by Qt alone.
+    // The same with Qt alone.
     void callByQt()
     {
         for (const Value &value : values) {
@@ -165,7 +165,7 @@ static void compareScreens(const QByteArray &program, HNIPC *printer)
         }
         readings->waitUntilKnown();
     };
-    // Also what the library's thread does about it: it comes before this request.
+    // The reply to this request shows that the library's thread has removed the readings, too.
     const auto forget = [&readings] {
         readings.reset();
         QEventLoop loop;
@@ -191,8 +191,8 @@ static void compareRequests()
 
 // ---- A daemon that hangs -------------------------------------------------------------------
 
-// A program whose 16 ms timer goes on while it starts what it needs of the printer. It prints the
-// longest gap between two beats from then until 30 beats after the start is complete.
+// A program with a 16 ms timer that starts its objects of the library. It prints the longest gap
+// between two timeouts, from the start until 30 timeouts after the start is complete.
 class Start : public QObject
 {
     Q_OBJECT
@@ -254,7 +254,7 @@ private:
         m_request->send();
     }
 
-    // Calls to the daemon that hangs end by their deadline only.
+    // Calls to the daemon that hangs only end by their deadline.
     bool isComplete() const
     {
         if (m_kind != "HNIPCEvents") {
@@ -295,7 +295,7 @@ static void compareStarts(pid_t daemon)
     kill(daemon, SIGSTOP);
     for (int turn = 0; turn < 20; ++turn) {
         measureStart("HNIPCEvents", "HNIPCEvents, readings and a request", turn);
-        measureStart("nothing", "nothing is started", turn);
+        measureStart("nothing", "without objects of the library", turn);
         if (turn < 2) { // it takes 25 seconds
             measureStart("HNIPC", "HNIPC", turn);
         }

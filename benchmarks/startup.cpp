@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-bench-startup: what it costs to make a client, with the daemons present and absent, beside
-// the same steps by Qt alone; the time until main(); and, in fresh processes, how long the events
-// take to start beside a client, and what memory an idle program of each holds.
+// hnipc-bench-startup: the time to construct an HNIPC object, with the daemons running and not
+// running, compared with the same steps with Qt alone; the time until main(); and, in new
+// processes, how long HNIPCEvents and HNIPC take to start, and the memory of an idle program with
+// each.
 
 #include "daemons.h"
 #include "rawclient.h"
@@ -18,7 +19,7 @@
 
 static void compareClients(const char *daemons)
 {
-    compare(QByteArray("a client made and deleted, daemons ") + daemons, 100, 5,
+    compare(QByteArray("a client constructed and deleted, daemons ") + daemons, 100, 5,
             { { "Qt's steps", [] { RawClient client; } }, { "HNIPC", [] { HNIPC client; } } });
 }
 
@@ -30,11 +31,11 @@ static void run(const char *program)
     int status = 0;
     if (posix_spawn(&process, program, nullptr, nullptr, arguments, environ) != 0
         || waitpid(process, &status, 0) != process || status != 0) {
-        qFatal("%s does not run", program);
+        qFatal("%s did not run", program);
     }
 }
 
-// A program that prints how long it took to start and what memory it holds.
+// Runs a program that prints how long it took to start, and its private memory.
 static void measureIdle(const char *program, const char *startName, const char *memoryName,
                         int turn)
 {
@@ -62,10 +63,10 @@ int main(int argc, char **argv)
             { { "linked with Qt alone", [] { run(HNIPC_BENCH_IDLE_QT); } },
               { "HNIPC", [] { run(HNIPC_BENCH_IDLE_HNIPC); } } });
     for (int turn = 0; turn < 60; ++turn) {
-        measureIdle(HNIPC_BENCH_IDLE_EVENTS, "HNIPCEvents, until it misses nothing",
+        measureIdle(HNIPC_BENCH_IDLE_EVENTS, "HNIPCEvents, until it listens",
                     "HNIPCEvents and eight readings", turn);
         measureIdle(HNIPC_BENCH_IDLE_HNIPC, "HNIPC", "HNIPC", turn);
-        measureIdle(HNIPC_BENCH_IDLE_QT, "the connection alone", "on the bus", turn);
+        measureIdle(HNIPC_BENCH_IDLE_QT, "only the connection", "connected to the bus", turn);
     }
     return 0;
 }
