@@ -26,6 +26,10 @@ STAGES = {
     'docs/guides/printer.md': {
         'hnipcctl status': ['hnipc-sandbox'],
     },
+    'docs/guides/ci.md': {
+        # As an installed python3-hnipc does it.
+        'examples/ci/run': ['export PYTEST_ADDOPTS="-p hnipc.testing.plugin"'],
+    },
     'data/man/hnipc-sandbox.1': {
         'hnipc-sandbox --scenario ordinary-day -- ./my-screen': [
             "printf '%s\\n' '#!/bin/sh' 'exec hnipcctl status' >my-screen",
@@ -90,6 +94,20 @@ NOT_PLAYED = {
     },
     'docs/performance.md': {'scripts/bench': 'measures for minutes, by hand'},
     'data/man/hnipcctl.1': {'wireshark printer.pcapng': 'is a window of its own'},
+    'docs/guides/watching.md': {'wireshark printer.pcapng': 'is a window of its own'},
+    'docs/guides/cross.md': dict.fromkeys((
+        'cmake -S . -B build/arm --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
+        '      -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \\\n'
+        '      -DHNIPC_QT=5 -DHNIPC_QML=OFF -DBUILD_TESTING=OFF',
+        'cmake --build build/arm',
+        'DESTDIR=$PWD/build/arm/root cmake --install build/arm',
+        'cmake -S examples/client -B build/client \\\n'
+        '      --toolchain $PWD/cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
+        '      -DHNIPC_QT=5 -DCMAKE_PREFIX_PATH=$PWD/build/arm/root/usr',
+        'cmake --build build/client',
+        'file --brief build/client/hnipc-example-client',
+        'hnipc-sandbox -- qemu-arm-static build/client/hnipc-example-client'),
+        'takes packages for armhf, and a build of its own; by hand'),
     'docs/size.md': {'scripts/size': 'makes builds of its own, by hand'},
     'docs/reliability.md': {
         'mkdir found': 'goes with the next one',
@@ -168,6 +186,7 @@ def environment(source, installed, qt, home):
         'PATH': f'{installed}/bin:' + os.environ['PATH'],
         'CMAKE_PREFIX_PATH': installed,
         'PKG_CONFIG_PATH': f'{library}/pkgconfig',
+        'PYTHONPATH': f'{installed}/../python/package',
         'LDFLAGS': f'-Wl,-rpath,{library}',
         'CXXFLAGS': '-Wall -Wextra -Werror',  # the examples compile without a warning
         'QML_IMPORT_PATH': f'{library}/qt{qt}/qml',
@@ -185,6 +204,8 @@ def for_qt(text, qt):
         return f'{text} -DHNIPC_QT={qt}'
     if qt != '6' and text.startswith('make '):
         return f'{text} HNIPC_QT={qt}'
+    if qt != '6' and text == 'examples/ci/run':
+        return f'{text} -DHNIPC_QT={qt}'
     return text
 
 
