@@ -3,6 +3,7 @@
 
 import os
 import subprocess
+import threading
 
 import pytest
 
@@ -10,7 +11,10 @@ import pytest
 @pytest.fixture
 def client(sandbox):
     with subprocess.Popen([os.environ["CLIENT"]], stdout=subprocess.PIPE, text=True) as program:
+        if_it_hangs = threading.Timer(60, program.kill)
+        if_it_hangs.start()
         yield program
+        if_it_hangs.cancel()
         program.terminate()
 
 
