@@ -249,7 +249,7 @@ int run(const Context &context, const QStringList &) { return Batch(context).run
 
 // clang-format off
 const Command batchCommand = {
-    "batch", "", "Many calls over one connection: lines from standard input",
+    "batch", "", "Makes many calls over one connection, from lines of standard input",
     "Each line is METHOD [ARGUMENT...], as for \"call\", or get PROPERTY... Quotes and\n"
     "backslashes are as in a shell, and # begins a comment. Prints one line for each, in\n"
     "the same order, as soon as the result is known: the value, \"done\" if the method\n"

@@ -56,7 +56,7 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command getCommand = {
-    "get", "PROPERTY...|all", "The values of properties",
+    "get", "PROPERTY...|all", "Prints the values of properties",
     "Prints the value of one property, or a line for each of several. If some cannot\n"
     "be read, the others are still printed; the exit code is that of the last failure.",
     {}, 1, -1, true,

@@ -229,7 +229,7 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command introspectCommand = {
-    "introspect", "DAEMON", "The interfaces that a daemon declares",
+    "introspect", "DAEMON", "Prints the interfaces that a daemon declares",
     "Prints the interfaces that the daemon's object declares, with D-Bus types. With\n"
     "--check, prints the differences from the installed description; the exit code is\n"
     "1 if there are any.",

@@ -141,11 +141,11 @@ int run(const Context &context, const QStringList &arguments)
 const Command listCommand = {
     "list",
     "[PATTERN]",
-    "Every method, with its arguments, its result and its daemon",
+    "Lists the methods with parameters, result and daemon; or signals, or properties",
     "Lists the methods whose names match PATTERN; default all. A pattern with *, ? or [\n"
     "has to match the whole name, any other a part of it. A parameter in brackets is\n"
-    "optional. With --signals, lists signals; with --properties, properties and the\n"
-    "methods that read them.",
+    "optional. With --signals, lists signals; with --properties, lists properties and\n"
+    "the methods that read them.",
     { { "signals", nullptr, "list the signals" },
       { "properties", nullptr, "list the properties" } },
     0,

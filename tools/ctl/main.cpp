@@ -37,7 +37,7 @@ const std::vector<Option> &globalOptions()
         { "json", nullptr, "print JSON, for programs" },
         { "timeout", "MS",
           "wait at most MS milliseconds for the bus, and for replies; default 25000" },
-        { "help", nullptr, "print this, or the help of a command" },
+        { "help", nullptr, "print this help, or that of a command" },
         { "version", nullptr, "print the version" },
     };
     return table;
@@ -118,7 +118,7 @@ int printHelp(const Command *command)
                        + QLatin1String(each->summary));
     }
     Console::print(
-        QStringLiteral("  help        The same as --help, also of a command: help call"));
+        QStringLiteral("  help        Prints this help, or that of a command: help call"));
     printOptions("Options", globalOptions());
     return Done;
 }

@@ -115,11 +115,11 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command monitorCommand = {
-    "monitor", "[PATTERN]", "Every signal as it comes, with its time and its arguments",
+    "monitor", "[PATTERN]", "Prints every signal with its time and its arguments",
     "Prints the signals whose names match PATTERN, see \"list\", until Ctrl-C; default\n"
-    "all. With --json, each is a JSON object in a line of its own. Standard error says\n"
-    "when a daemon appears or disappears. With several printers, each line begins with\n"
-    "the printer.",
+    "all. With --json, each is a JSON object in a line of its own. A line on standard\n"
+    "error says when a daemon appears or disappears. With several printers, each line\n"
+    "begins with the printer's name.",
     { { "count", "N", "end after N signals, of all printers together" } },
     0, 1, true,
     [](const Contract &contract) { return contract.signalNames(); }, run, check, false, true

@@ -642,8 +642,8 @@ const Command simulateCommand = {
     "  faults              prints the faults\n"
     "  reset               ends all faults, and the flood\n"
     "Values are written as for \"call\". The name of the reading, the signal or the method\n"
-    "selects the daemon; other acts are for all simulated daemons, but for those that\n"
-    "only one daemon has. See hnipc-simulator(1).",
+    "selects the daemon. press, load, print and malform are each for one daemon, all\n"
+    "other acts for all simulated daemons. See hnipc-simulator(1).",
     { { "daemon", "DAEMON", "act on this daemon only" },
       { "words", nullptr, "print the words that may follow, for the completion" } },
     0, -1, true, [](const Contract &) { return actNames(); }, run, check, true

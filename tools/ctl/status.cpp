@@ -155,7 +155,7 @@ int run(const Context &context, const QStringList &)
 
 // clang-format off
 const Command statusCommand = {
-    "status", "", "Which daemons are running, and the values of their properties",
+    "status", "", "Shows which daemons are running, and the values of their properties",
     "Marks simulated daemons and stand-ins of \"replay\". The exit code is 4 if a daemon\n"
     "is not running, and that of \"call\" if one does not reply.",
     {}, 0, 0, true, nullptr, run, nullptr, false, false, false

@@ -876,7 +876,7 @@ int run(const Context &context, const QStringList &arguments)
 
 // clang-format off
 const Command traceCommand = {
-    "trace", "[PATTERN]", "Every call of the daemons: who calls what, and how long it takes",
+    "trace", "[PATTERN]", "Prints every call of the daemons: who calls what, and how long it takes",
     "Prints each method call of the daemons when its reply is sent, until Ctrl-C: when\n"
     "the call was sent, how long the reply took, the caller, the method with its\n"
     "arguments, and the reply. PATTERN is compared with the names of the methods; see\n"

@@ -135,8 +135,8 @@ int run(const Context &context, const QStringList &)
 
 // clang-format off
 const Command watchCommand = {
-    "watch", "", "The values of all properties, as they change",
-    "Shows a table on a terminal, and keeps it up to date until Ctrl-C. Elsewhere, or\n"
+    "watch", "", "Shows the values of all properties as they change",
+    "On a terminal, shows a table and keeps it up to date until Ctrl-C. Otherwise, or\n"
     "with --json, prints a line for each new value. A value is read again when its\n"
     "signal arrives and when its daemon appears or disappears. A failed read is\n"
     "repeated.",

@@ -51,7 +51,7 @@ Sandbox::Request readCommandLine(int argc, char **argv)
     // Options after the command are the command's own.
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
-                                  QStringLiteral("Print this."));
+                                  QStringLiteral("Print this help."));
     const QCommandLineOption version = parser.addVersionOption();
     const QCommandLineOption scenario(
         QStringLiteral("scenario"),

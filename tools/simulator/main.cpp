@@ -53,7 +53,7 @@ Request readCommandLine()
         "Simulates one daemon of the label printer until SIGINT or SIGTERM. It uses the bus at the "
         "address in DBUS_SYSTEM_BUS_ADDRESS, which hnipc-sandbox sets."));
     const QCommandLineOption help({ QStringLiteral("h"), QStringLiteral("help") },
-                                  QStringLiteral("Print this."));
+                                  QStringLiteral("Print this help."));
     parser.addOption(help);
     parser.addVersionOption();
     parser.addOption(
