@@ -25,6 +25,16 @@ install(FILES
     ${CMAKE_CURRENT_BINARY_DIR}/${HNIPC_PACKAGE_NAME}ConfigVersion.cmake
     DESTINATION ${package_dir})
 
+# hnipc_pc_path(result dir): the directory as a .pc file names it.
+function(hnipc_pc_path result dir)
+    if(NOT IS_ABSOLUTE "${dir}")
+        string(PREPEND dir "\${prefix}/")
+    endif()
+    set(${result} "${dir}" PARENT_SCOPE)
+endfunction()
+hnipc_pc_path(pc_libdir "${CMAKE_INSTALL_LIBDIR}")
+hnipc_pc_path(pc_includedir "${CMAKE_INSTALL_INCLUDEDIR}")
+
 # Configured twice, because "cmake --install --prefix" can change the prefix.
 set(prefix_at_install "@CMAKE_INSTALL_PREFIX@")
 function(hnipc_install_pc library requires)
@@ -32,8 +42,8 @@ function(hnipc_install_pc library requires)
     set(pc_requires ${requires})
     set(pc_file ${PROJECT_BINARY_DIR}/${pc_name}.pc)
     configure_file(data/hnipc.pc.in ${pc_file}.in @ONLY)
-    install(CODE "configure_file(\"${pc_file}.in\" \"${pc_file}\" @ONLY)")
-    install(FILES ${pc_file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    install(CODE "configure_file(\"${pc_file}.in\" \"${pc_file}\" @ONLY)" COMPONENT pkgconfig)
+    install(FILES ${pc_file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT pkgconfig)
 endfunction()
 hnipc_install_pc(hnipc "${HNIPC_QT_REQUIRES}")
 hnipc_install_pc(hnipcasync hnipc${HNIPC_NAME_SUFFIX})

@@ -1,13 +1,10 @@
 # SPDX-License-Identifier: MIT
 #
-# Generates the rules of the system bus for the daemons. The bus names are read from the table in
-# serviceidentity.cpp, the pulse operations from interfaces/*.xml.
+# The rules of the system bus for the daemons. The pulse operations, which applications may not call,
+# are those of the interface descriptions.
 
 set(HNIPC_DAEMON_USER root CACHE STRING "The user that the daemons run as")
 set(HNIPC_CLIENT_GROUP hnipc CACHE STRING "The group whose members may call the daemons")
-
-set(HNIPC_IDENTITIES ${PROJECT_SOURCE_DIR}/src/common/serviceidentity.cpp)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${HNIPC_IDENTITIES})
 
 # hnipc_write_policy(file user group)
 function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
@@ -17,28 +14,14 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
         endif()
     endforeach()
 
-    file(READ ${HNIPC_IDENTITIES} identities)
-    if(NOT identities MATCHES "#define BUS_NAME_PREFIX \"([a-z.]+)\"")
-        message(FATAL_ERROR "${HNIPC_IDENTITIES} does not define BUS_NAME_PREFIX as expected.")
-    endif()
-    set(prefix ${CMAKE_MATCH_1})
-    set(daemon "BUS_NAME_PREFIX \"([.a-z0-9]+)\"\\), path,")
-    string(APPEND daemon "[ \n]*QLatin1String\\(\"([A-Za-z0-9.]+)\"\\)")
-    string(REGEX MATCHALL "${daemon}" daemons "${identities}")
-    list(LENGTH daemons count)
-    if(NOT count EQUAL 3)
-        message(FATAL_ERROR "${HNIPC_IDENTITIES} contains ${count} daemons in the expected form, not 3.")
-    endif()
-
-    foreach(identity IN LISTS daemons)
-        string(REGEX MATCH "${daemon}" identity "${identity}")
-        set(bus_name "${prefix}${CMAKE_MATCH_1}")
-        set(interface "${CMAKE_MATCH_2}")
+    foreach(daemon IN ITEMS IOEXPD M4 SUPPLYD)
+        string(TOLOWER "org.hnipc.${daemon}" bus_name)
+        set(interface local.IHNIPC${daemon})
         set(to "send_destination=\"${bus_name}\"")
         set(call_to "send_type=\"method_call\" ${to}")
 
-        # A rule for an interface also has a destination, or a type that must have an interface.
-        # Otherwise it would also match calls without an interface, to any service.
+        # A rule for an interface names a destination as well, or a type of message that always has
+        # an interface. Otherwise it would match calls without an interface to any service.
         set(signals "send_type=\"signal\" send_interface=\"${interface}\"")
         string(APPEND rules_for_all
             "    <deny own=\"${bus_name}\"/>\n"

@@ -29,15 +29,20 @@ static bool hasSlot(const QMetaObject &server, const QByteArray &name, const QLi
     return false;
 }
 
-static HNIPCServer::ServerType daemonOf(const QByteArray &name, const QList<int> &types)
+// Returns false if no daemon has the method.
+static bool findDaemon(const QByteArray &name, const QList<int> &types,
+                       HNIPCServer::ServerType *daemon)
 {
-    if (hasSlot(IHNIPCM4::staticMetaObject, name, types)) {
-        return HNIPCServer::M4;
+    if (hasSlot(IHNIPCIOEXPD::staticMetaObject, name, types)) {
+        *daemon = HNIPCServer::IOEXPD;
+    } else if (hasSlot(IHNIPCM4::staticMetaObject, name, types)) {
+        *daemon = HNIPCServer::M4;
+    } else if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types)) {
+        *daemon = HNIPCServer::SUPPLYD;
+    } else {
+        return false;
     }
-    if (hasSlot(IHNIPCSUPPLYD::staticMetaObject, name, types)) {
-        return HNIPCServer::SUPPLYD;
-    }
-    return HNIPCServer::IOEXPD;
+    return true;
 }
 
 typedef QHash<QString, QList<RemoteMethod>> RemoteMethods;
@@ -47,6 +52,7 @@ static RemoteMethods readMetaObjects()
     qDBusRegisterMetaType<SupplyInformation>();
     RemoteMethods result;
     const QMetaObject &client = HNIPC::staticMetaObject;
+    bool isRemote = false; // the last full form
     for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
         const QMetaMethod slot = client.method(i);
         if (slot.methodType() != QMetaMethod::Slot) {
@@ -57,11 +63,16 @@ static RemoteMethods readMetaObjects()
         const QList<int> types = parameterTypesOf(slot);
         // moc lists the forms with fewer arguments after the complete one.
         if (slot.attributes() & QMetaMethod::Cloned) {
-            overloads.last().required = types.size();
+            if (isRemote) {
+                overloads.last().required = types.size();
+            }
             continue;
         }
         RemoteMethod method;
-        method.daemon = daemonOf(name, types);
+        isRemote = findDaemon(name, types, &method.daemon);
+        if (!isRemote) {
+            continue; // a request for it fails as for an unknown method
+        }
         method.name = QString::fromLatin1(name);
         method.required = types.size();
         method.resultType = resultTypeOf(slot);

@@ -103,6 +103,19 @@ done
 diff <(cd "$source/include" && find hnipc -type f | sed 's/\.in$//' | sort) \
      <(cd "$prefix/include" && find . -type f -printf '%P\n' | sort)
 
+# Libraries and headers outside the prefix: pkg-config has to name the absolute directories.
+elsewhere=$work/elsewhere
+cmake -S "$source" -B "$work/absolute" -DHNIPC_QT="$qt" -DHNIPC_QML=OFF -DBUILD_TESTING=OFF \
+    -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_INSTALL_LIBDIR="$elsewhere/lib" \
+    -DCMAKE_INSTALL_INCLUDEDIR="$elsewhere/include" >>"$work/log"
+cmake --install "$work/absolute" --component pkgconfig >>"$work/log"
+for each in "$name" "${name/hnipc/hnipcasync}"; do
+    for variable in libdir=$elsewhere/lib includedir=$elsewhere/include; do
+        diff <(echo "${variable#*=}") \
+            <(pkg-config --variable="${variable%%=*}" "$elsewhere/lib/pkgconfig/$each.pc")
+    done
+done
+
 if [ "$qt" -ne 4 ]; then
     exit 0
 fi
