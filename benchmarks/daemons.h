@@ -2,7 +2,7 @@
 #ifndef HNIPC_BENCHMARKS_DAEMONS_H
 #define HNIPC_BENCHMARKS_DAEMONS_H
 
-#include "support/mortalprocess.h"
+#include "support/process.h"
 
 #include <QtCore/QStringList>
 #include <QtDBus/QDBusConnection>
@@ -31,7 +31,7 @@ public:
     pid_t id() const { return m_process.id(); }
 
 private:
-    MortalProcess m_process;
+    Process m_process;
 };
 
 // Returns the next line that the process prints.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
-#include "support/busprocess.h"
+#include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/signalrecorder.h"
@@ -353,8 +353,7 @@ void tst_Availability::otherNamesAreNoDaemons()
 void tst_Availability::constructionDoesNotWaitForTheBus()
 {
     m_daemons->start(SUPPLYD);
-    BusProcess process;
-    HaltedBus bus(&process);
+    HaltedBus bus;
     HNIPCAvailability availability;
     HNIPCAvailability *const another = new HNIPCAvailability;
     QVERIFY(!availability.isKnown());

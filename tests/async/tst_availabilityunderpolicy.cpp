@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "expected/identities.h"
 #include "requests.h"
-#include "support/faultybus.h"
+#include "support/privatebus.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -40,8 +40,8 @@ void tst_AvailabilityUnderPolicy::refusedQuestionTellsNothing()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    const FaultyBus bus(QByteArray(),
-                        "<deny send_interface='org.freedesktop.DBus' send_member='GetNameOwner'/>");
+    const PrivateBus bus(
+        "<deny send_interface='org.freedesktop.DBus' send_member='GetNameOwner'/>");
     tst_AvailabilityUnderPolicy test;
     return QTest::qExec(&test, argc, argv);
 }

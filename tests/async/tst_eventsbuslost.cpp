@@ -2,7 +2,6 @@
 #include "asyncdaemons.h"
 #include "events.h"
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/privatebus.h"
 
 #include <QtDBus/QDBusConnection>
@@ -24,7 +23,7 @@ private Q_SLOTS:
 void tst_EventsBusLost::everyObjectIsToldOnce()
 {
     AsyncDaemons daemons;
-    BusProcess bus;
+    BusProcess &bus = *PrivateBus::instance();
     std::vector<std::unique_ptr<HNIPCEvents>> all;
     std::vector<std::unique_ptr<SignalRecorder>> recorders;
     for (int i = 0; i < 10; ++i) {

@@ -2,7 +2,7 @@
 #include "asyncdaemons.h"
 #include "events.h"
 #include "requests.h"
-#include "support/busprocess.h"
+#include "support/haltedbus.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 
@@ -37,8 +37,7 @@ void tst_EventsHaltedBus::nobodyWaits()
 #endif
     WirePeer m4;
     QVERIFY(m4.own(identities[M4].busName));
-    BusProcess process;
-    HaltedBus bus(&process);
+    HaltedBus bus;
     QScopedPointer<HNIPCEvents> destroyed(new HNIPCEvents);
     QScopedPointer<HNIPCEvents> events(new HNIPCEvents);
     SignalRecorder recorder(events.data());
@@ -55,7 +54,7 @@ void tst_EventsHaltedBus::nobodyWaits()
     QVERIFY(waitUntil([&]() { return recorder.emissions().size() == 3; }));
     QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true) << relayedNumber(4));
 
-    HaltedBus again(&process);
+    HaltedBus again;
     events.reset();
     QVERIFY(again.resume());
 }
@@ -63,7 +62,7 @@ void tst_EventsHaltedBus::nobodyWaits()
 void tst_EventsHaltedBus::busDiesBeforeItConfirms()
 {
     QVERIFY(QDBusConnection::systemBus().isConnected());
-    BusProcess process;
+    BusProcess &process = *PrivateBus::instance();
     process.halt();
     HNIPCEvents events;
     SignalRecorder recorder(&events);

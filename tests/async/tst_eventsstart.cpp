@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
 #include "events.h"
-#include "support/busprocess.h"
+#include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
@@ -252,9 +252,8 @@ void tst_EventsStart::otherObjectsDoNotSubscribe()
 void tst_EventsStart::confirmedByTheBus()
 {
     makeRequestsLeave(); // the connection is open
-    BusProcess process;
     {
-        HaltedBus bus(&process);
+        HaltedBus bus;
         HNIPCEvents events;
         NumberCollector collector(&events);
         QVERIFY(passBusThread());
@@ -271,9 +270,8 @@ void tst_EventsStart::confirmedByTheBus()
 void tst_EventsStart::destroyedBeforeItIsConfirmed()
 {
     makeRequestsLeave(); // the connection is open
-    BusProcess process;
     for (int i = 0; i < 20; ++i) {
-        HaltedBus bus(&process);
+        HaltedBus bus;
         QScopedPointer<HNIPCEvents> first(new HNIPCEvents);
         SignalRecorder firstRecorder(first.data());
         QVERIFY(passBusThread());

@@ -2,7 +2,6 @@
 #include "asyncdaemons.h"
 #include "events.h"
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/privatebus.h"
 
 using namespace Expected;
@@ -19,7 +18,7 @@ private Q_SLOTS:
 void tst_EventsUnconfirmed::busDiesBeforeItConfirms()
 {
     QVERIFY(passBusThread());
-    BusProcess process;
+    BusProcess &process = *PrivateBus::instance();
     process.halt();
     HNIPCEvents events;
     SignalRecorder recorder(&events);

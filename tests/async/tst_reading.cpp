@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "expected/clientslots.h"
+#include "expected/properties.h"
 #include "expected/samples.h"
 #include "readings.h"
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/fakedaemons.h"
+#include "support/haltedbus.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 #include "support/signalrecorder.h"
@@ -1217,44 +1218,52 @@ void tst_Reading::whatCannotBeRead()
 
 namespace {
 
-struct ClientProperty
+// Values of a type: in a reply, as a reading shows them.
+struct Values
 {
-    const char *name;
-    Server server;
-    const char *call;
-    const char *reply;
-    const char *current;
-    const char *signal;
-    const char *body;
-    const char *known; // by the signal; null if the signal does not say it
+    const char *type;
+    const char *first;
+    const char *firstShown;
+    const char *second;
+    const char *secondShown;
 };
 
-const ClientProperty clientProperties[] = {
-    { "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent()", "(12.5,)", "double 12.5",
-      "SUPPLYD_SupplyPercentChanged", "(13.5,)", "double 13.5" },
-    { "qmlSupplyColorRGB", SUPPLYD, "supplySupplyRGB('',)", "('00ff00',)", "QString 00ff00",
-      "SUPPLYD_SupplyRGBChanged", "('ff0000',)", "QString ff0000" },
-    { "qmlRibbonPercent", SUPPLYD, "supplyRibbon1Percent()", "(12.5,)", "double 12.5",
-      "SUPPLYD_Ribbon1PercentChanged", "(13.5,)", "double 13.5" },
-    { "qmlRibbonColorRGBs", SUPPLYD, "supplyRibbon1RGBs('',)", "(['a', 'b'],)", "QStringList a,b",
-      "SUPPLYD_Ribbon1RGBsChanged", "(['c'],)", "QStringList c" },
-    { "qmlSupplySKU", SUPPLYD, "supplySKUCached('',)", "('S-100',)", "QString S-100",
-      "SUPPLYD_SupplyChanged", "('S-200', 'another')", 0 },
-    { "qmlPrintEngineErrorCode", M4, "getError()", "(3,)", "int 3", "M4_Error", "(4,)", "int 4" },
-    { "qmlPrintEngineAlertCode", M4, "getAlert()", "(3,)", "int 3", "M4_Alert", "(4,)", "int 4" },
-    { "qmlBatteryStatus", M4, "getBatteryStatus()", "(3,)", "int 3", "M4_M4BatteryUpdate", "(4,)",
-      "int 4" },
+const Values valuesByType[] = {
+    { "double", "12.5", "double 12.5", "13.5", "double 13.5" },
+    { "QString", "'00ff00'", "QString 00ff00", "'ff0000'", "QString ff0000" },
+    { "QStringList", "['a', 'b']", "QStringList a,b", "['c']", "QStringList c" },
+    { "int", "3", "int 3", "4", "int 4" },
 };
+
+const Values &valuesOf(const ClientProperty &property)
+{
+    int row = 0;
+    while (qstrcmp(valuesByType[row].type, property.type) != 0) {
+        ++row;
+    }
+    return valuesByType[row];
+}
+
+// The signal of a supply has a second argument, and does not have the value.
+bool saysTheValue(const ClientProperty &property)
+{
+    return QByteArray(notifierOf(property).parameters).count(',') == 0;
+}
+
+QByteArray signalBody(const ClientProperty &property)
+{
+    return QByteArray("(") + valuesOf(property).second
+        + (saysTheValue(property) ? ",)" : ", 'another')");
+}
 
 } // namespace
 
 void tst_Reading::propertyOfTheClient_data()
 {
     QTest::addColumn<int>("row");
-    const int count = sizeof clientProperties / sizeof clientProperties[0];
     const QMetaObject &meta = HNIPC::staticMetaObject;
-    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), count);
-    for (int row = 0; row < count; ++row) {
+    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), clientPropertyCount);
+    for (int row = 0; row < clientPropertyCount; ++row) {
         QTest::newRow(clientProperties[row].name) << row;
     }
 }
@@ -1263,11 +1272,12 @@ void tst_Reading::propertyOfTheClient()
 {
     QFETCH(int, row);
     const ClientProperty &property = clientProperties[row];
-    const QByteArray call = property.call;
-    const QByteArray member = call.left(call.indexOf('('));
-    const QByteArray current = QByteArray("current ") + property.current;
+    const QByteArray member = property.method;
+    const QByteArray call = member + property.body;
+    const QByteArray reply = QByteArray("(") + valuesOf(property).first + ",)";
+    const QByteArray current = QByteArray("current ") + valuesOf(property).firstShown;
     WirePeer &daemon = (*m_daemons)[property.server];
-    daemon.answer(member, property.reply);
+    daemon.answer(member, reply);
     HNIPCReading reading;
     reading.setMethod(QString::fromLatin1(property.name));
     VERIFY_SHOWS(reading, current);
@@ -1276,13 +1286,14 @@ void tst_Reading::propertyOfTheClient()
     daemon.clearAnswers();
     daemon.hold(member);
     History history(&reading);
-    QVERIFY(m_daemons->emitSignal(property.server, property.signal, property.body));
+    QVERIFY(m_daemons->emitSignal(property.server, property.member, signalBody(property)));
     QVERIFY(waitUntil([&]() { return daemon.held() == 1; }));
     QVERIFY(settle());
     QCOMPARE(history.take(),
              Lines() << QByteArray("known ")
-                     + (property.known ? property.known : property.current));
-    daemon.answerHeld(0, property.reply);
+                     + (saysTheValue(property) ? valuesOf(property).secondShown
+                                               : valuesOf(property).firstShown));
+    daemon.answerHeld(0, reply);
     VERIFY_SHOWS(reading, current);
     QCOMPARE(takeCalls(), Lines() << call);
 
@@ -1290,7 +1301,7 @@ void tst_Reading::propertyOfTheClient()
     history.take();
     for (const ClientProperty &other : clientProperties) {
         if (&other != &property) {
-            QVERIFY(m_daemons->emitSignal(other.server, other.signal, other.body));
+            QVERIFY(m_daemons->emitSignal(other.server, other.member, signalBody(other)));
         }
     }
     QCOMPARE(takeCalls(), Lines());
@@ -1958,8 +1969,7 @@ void tst_Reading::haltedBusBlocksNobody()
     known.setSignalNames(names("Alert"));
 #endif
     VERIFY_SHOWS(known, "current int 7");
-    BusProcess process;
-    HaltedBus bus(&process);
+    HaltedBus bus;
     {
         HNIPCReading deleted;
         deleted.setCall(HNIPC_METHOD(getError));

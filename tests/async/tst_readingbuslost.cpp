@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "readings.h"
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
 
@@ -32,7 +31,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     daemons[M4].answerError("getBatteryStatus", "org.hnipc.Error.Busy", "no");
     daemons[M4].hold("getAlert");
     daemons.stop(SUPPLYD);
-    BusProcess bus;
+    BusProcess &bus = *PrivateBus::instance();
 
     HNIPCReading current;
     current.setCall(HNIPC_METHOD(getError));

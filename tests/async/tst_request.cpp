@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
 #include "requests.h"
-#include "support/busprocess.h"
+#include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/signalrecorder.h"
@@ -1576,8 +1576,7 @@ void tst_Request::haltedBusBlocksNobody()
     given.setCall(HNIPC_METHOD(getAlert));
     HNIPCRequest patient;
     patient.setCall(HNIPC_METHOD(getError));
-    BusProcess process;
-    HaltedBus bus(&process);
+    HaltedBus bus;
     QVERIFY(patient.send());
     QVERIFY(given.send());
     QCOMPARE(outcomeOfSending(late), timedOut(500));

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
 #include "support/signalrecorder.h"
@@ -39,7 +38,7 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
 
     FakeDaemons daemons;
     daemons[M4].hold("getAlert");
-    BusProcess bus;
+    BusProcess &bus = *PrivateBus::instance();
     HNIPCAvailability availability;
     QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
     SignalRecorder availabilityRecorder(&availability);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "requests.h"
-#include "support/busprocess.h"
 #include "support/fakedaemons.h"
+#include "support/haltedbus.h"
 #include "support/privatebus.h"
 
 #include <hnipc/hnipcavailability.h>
@@ -31,8 +31,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
     late.setDeadline(50);
     HNIPCRequest patient;
     patient.setCall(HNIPC_METHOD(getError));
-    BusProcess process;
-    HaltedBus bus(&process);
+    HaltedBus bus;
     HNIPCAvailability availability;
     HNIPCEvents events;
     HNIPCReading reading;

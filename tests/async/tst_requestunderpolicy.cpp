@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "requests.h"
 #include "support/fakedaemons.h"
-#include "support/faultybus.h"
 #include "support/onbroker.h"
+#include "support/privatebus.h"
 #include "support/qtmajors.h"
 
 #include <hnipc/hnipcrequest.h>
@@ -69,8 +69,8 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // It forbids a call, and carries two calls in flight.
-    const FaultyBus bus("<limit name='max_replies_per_connection'>2</limit>",
-                        "<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>");
+    const PrivateBus bus("<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>",
+                         "<limit name='max_replies_per_connection'>2</limit>");
     tst_RequestUnderPolicy test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "expected/clientsignals.h"
 #include "expected/clientslots.h"
+#include "expected/properties.h"
 #include "expected/samples.h"
 #include "support/privatebus.h"
 #include "support/signalrecorder.h"
@@ -15,9 +16,6 @@
 using namespace Expected;
 
 namespace {
-
-const int signalCount = 60;
-const int slotCount = 147;
 
 QMetaMethod method(int index)
 {
@@ -114,20 +112,6 @@ void emitThroughMetaObject(HNIPC *client, int index, const QVariantList &values,
                           client->metaObject()->methodOffset() + index, arguments);
 }
 
-struct Property
-{
-    const char *name;
-    const char *type;
-    int notifySignal;
-};
-
-const Property properties[] = {
-    { "qmlSupplyPercent", "double", 53 },     { "qmlSupplyColorRGB", "QString", 56 },
-    { "qmlRibbonPercent", "double", 54 },     { "qmlRibbonColorRGBs", "QStringList", 57 },
-    { "qmlSupplySKU", "QString", 51 },        { "qmlPrintEngineErrorCode", "int", 39 },
-    { "qmlPrintEngineAlertCode", "int", 40 }, { "qmlBatteryStatus", "int", 38 },
-};
-
 } // namespace
 
 // The client's face towards QML and the meta-object system.
@@ -157,13 +141,11 @@ void tst_ClientMetaObject::classIsPlain()
     const QMetaObject &meta = HNIPC::staticMetaObject;
     QCOMPARE(QByteArray(meta.className()), QByteArray("HNIPC"));
     QCOMPARE(meta.superClass(), &QObject::staticMetaObject);
-    QCOMPARE(meta.methodCount() - meta.methodOffset(), signalCount + slotCount);
-    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), 8);
+    QCOMPARE(meta.methodCount() - meta.methodOffset(), clientSignalCount + clientSlotCount);
+    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), clientPropertyCount);
     QCOMPARE(meta.classInfoCount() - meta.classInfoOffset(), 0);
     QCOMPARE(meta.enumeratorCount() - meta.enumeratorOffset(), 0);
     QCOMPARE(meta.constructorCount(), 0);
-    QCOMPARE(clientSignalCount, signalCount);
-    QCOMPARE(clientSlotCount, slotCount);
 }
 
 void tst_ClientMetaObject::signalsStandInTheirPlaces_data()
@@ -198,7 +180,7 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces()
 {
     QFETCH(int, row);
     const ClientSlot &expected = clientSlots[row];
-    QCOMPARE(expected.index, signalCount + row);
+    QCOMPARE(expected.index, clientSignalCount + row);
     const QMetaMethod slot = method(expected.index);
     QCOMPARE(signatureOf(slot), withoutAliases(expected.signature));
     QCOMPARE(slot.parameterNames(), names(expected.parameters));
@@ -213,8 +195,8 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces()
 void tst_ClientMetaObject::propertiesStandInTheirPlaces_data()
 {
     QTest::addColumn<int>("index");
-    for (int index = 0; index < 8; ++index) {
-        QTest::newRow(properties[index].name) << index;
+    for (int index = 0; index < clientPropertyCount; ++index) {
+        QTest::newRow(clientProperties[index].name) << index;
     }
 }
 
@@ -223,10 +205,11 @@ void tst_ClientMetaObject::propertiesStandInTheirPlaces()
     QFETCH(int, index);
     const QMetaObject &meta = HNIPC::staticMetaObject;
     const QMetaProperty property = meta.property(meta.propertyOffset() + index);
-    QCOMPARE(QByteArray(property.name()), QByteArray(properties[index].name));
-    QCOMPARE(QByteArray(property.typeName()), QByteArray(properties[index].type));
+    QCOMPARE(QByteArray(property.name()), QByteArray(clientProperties[index].name));
+    QCOMPARE(QByteArray(property.typeName()), QByteArray(clientProperties[index].type));
     QVERIFY(property.hasNotifySignal());
-    QCOMPARE(property.notifySignalIndex(), meta.methodOffset() + properties[index].notifySignal);
+    QCOMPARE(property.notifySignalIndex(),
+             meta.methodOffset() + notifierOf(clientProperties[index]).index);
     QVERIFY(property.isReadable());
     QVERIFY(!property.isWritable());
     QVERIFY(!property.isResettable());

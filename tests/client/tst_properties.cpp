@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "expected/properties.h"
 #include "expected/samples.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
@@ -13,42 +14,11 @@ using namespace Expected;
 
 namespace {
 
-struct Property
-{
-    const char *name;
-    const char *type;
-    Server server;
-    const char *method;
-    const char *call;   // what a read sends: D-Bus types and body
-    const char *signal; // the daemon's signal that has it read again
-    const char *body;
-    const char *emission;
-};
-
-const Property properties[] = {
-    { "qmlSupplyPercent", "double", SUPPLYD, "supplySupplyPercent", " ()",
-      "SUPPLYD_SupplyPercentChanged", "(1.5,)", "SupplyPercentChanged(double)" },
-    { "qmlSupplyColorRGB", "QString", SUPPLYD, "supplySupplyRGB", "s ('',)",
-      "SUPPLYD_SupplyRGBChanged", "('x',)", "SupplyRGBChanged(QString)" },
-    { "qmlRibbonPercent", "double", SUPPLYD, "supplyRibbon1Percent", " ()",
-      "SUPPLYD_Ribbon1PercentChanged", "(1.5,)", "Ribbon1PercentChanged(double)" },
-    { "qmlRibbonColorRGBs", "QStringList", SUPPLYD, "supplyRibbon1RGBs", "s ('',)",
-      "SUPPLYD_Ribbon1RGBsChanged", "(['x'],)", "Ribbon1RGBsChanged(QStringList)" },
-    { "qmlSupplySKU", "QString", SUPPLYD, "supplySKUCached", "s ('',)", "SUPPLYD_SupplyChanged",
-      "('sku', 'printer')", "SupplyChanged(QString,QString)" },
-    { "qmlPrintEngineErrorCode", "int", M4, "getError", " ()", "M4_Error", "(99,)", "Error(int)" },
-    { "qmlPrintEngineAlertCode", "int", M4, "getAlert", " ()", "M4_Alert", "(99,)", "Alert(int)" },
-    { "qmlBatteryStatus", "int", M4, "getBatteryStatus", " ()", "M4_M4BatteryUpdate", "(99,)",
-      "M4BatteryUpdate(int)" },
-};
-
-const int propertyCount = sizeof properties / sizeof properties[0];
-
 void addProperties()
 {
     QTest::addColumn<int>("index");
-    for (int index = 0; index < propertyCount; ++index) {
-        QTest::newRow(properties[index].name) << index;
+    for (int index = 0; index < clientPropertyCount; ++index) {
+        QTest::newRow(clientProperties[index].name) << index;
     }
 }
 
@@ -80,16 +50,16 @@ private Q_SLOTS:
     void secondRibbonNotifiesNoProperty();
 
 private:
-    WirePeer &daemon(const Property &property) { return (*m_daemons)[property.server]; }
+    WirePeer &daemon(const ClientProperty &property) { return (*m_daemons)[property.server]; }
 
     QScopedPointer<FakeDaemons> m_daemons;
     QScopedPointer<HNIPC> m_client;
 };
 
-static QByteArray readCall(const Property &property)
+static QByteArray readCall(const ClientProperty &property)
 {
     return QByteArray("/ ") + identities[property.server].interface + '.' + property.method + ' '
-        + property.call;
+        + (qstrcmp(property.body, "()") == 0 ? " " : "s ") + property.body;
 }
 
 void tst_Properties::initTestCase()
@@ -111,7 +81,7 @@ void tst_Properties::eachReadIsOneCall_data() { addProperties(); }
 void tst_Properties::eachReadIsOneCall()
 {
     QFETCH(int, index);
-    const Property &property = properties[index];
+    const ClientProperty &property = clientProperties[index];
     const QList<Sample> samples = samplesOf(property.type);
     for (const Sample &sample : samples) {
         daemon(property).answer(property.method, '(' + sample.wire + ",)");
@@ -130,7 +100,7 @@ void tst_Properties::absentOrFailingDaemonReadsAsEmpty_data() { addProperties();
 void tst_Properties::absentOrFailingDaemonReadsAsEmpty()
 {
     QFETCH(int, index);
-    const Property &property = properties[index];
+    const ClientProperty &property = clientProperties[index];
     const QVariant empty = samplesOf(property.type).first().value;
     daemon(property).answerError(property.method, "org.hnipc.Error.Failed", "no");
     QVERIFY(sameOnFailure(m_client->property(property.name), empty));
@@ -147,9 +117,9 @@ void tst_Properties::writeIsRefused_data() { addProperties(); }
 void tst_Properties::writeIsRefused()
 {
     QFETCH(int, index);
-    const QVariant value = samplesOf(properties[index].type).at(1).value;
+    const QVariant value = samplesOf(clientProperties[index].type).at(1).value;
     SignalRecorder recorder(m_client.data());
-    QVERIFY(!m_client->setProperty(properties[index].name, value));
+    QVERIFY(!m_client->setProperty(clientProperties[index].name, value));
     QVERIFY(!metaProperty(index).write(m_client.data(), value));
     QVERIFY(!metaProperty(index).reset(m_client.data()));
     QVERIFY(m_daemons->takeCalls().isEmpty());
@@ -161,18 +131,20 @@ void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon_data() { ad
 void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon()
 {
     QFETCH(int, index);
-    const Property &property = properties[index];
+    const ClientProperty &property = clientProperties[index];
     const QMetaMethod notify = metaProperty(index).notifySignal();
-    QCOMPARE(signatureOf(notify), QByteArray(property.emission));
+    const QByteArray signature = withoutAliases(notifierOf(property).signature);
+    QCOMPARE(signatureOf(notify), signature);
     const Sample current = samplesOf(property.type).at(1);
     daemon(property).answer(property.method, '(' + current.wire + ",)");
 
     SignalRecorder recorder(m_client.data());
-    QVERIFY(m_daemons->emitSignal(property.server, property.signal, property.body));
+    QVERIFY(m_daemons->emitSignal(property.server, property.member,
+                                  wireBody(argumentSamples(signature, 2))));
     QVERIFY(m_daemons->passFence());
     const QList<QByteArray> emissions = recorder.take();
     QCOMPARE(emissions.size(), 1);
-    QVERIFY(emissions.first().startsWith(QByteArray(property.emission) + ' '));
+    QVERIFY(emissions.first().startsWith(signature + ' '));
     // The library reads nothing by itself.
     QVERIFY(m_daemons->takeCalls().isEmpty());
 
@@ -191,7 +163,7 @@ void tst_Properties::secondRibbonNotifiesNoProperty()
     QCOMPARE(
         recorder.take(),
         QList<QByteArray>() << emission("Ribbon2PercentChanged(double)", QVariantList() << 1.5));
-    for (int index = 0; index < propertyCount; ++index) {
+    for (int index = 0; index < clientPropertyCount; ++index) {
         QVERIFY(signatureOf(metaProperty(index).notifySignal()) != "Ribbon2PercentChanged(double)");
     }
     QVERIFY(m_daemons->takeCalls().isEmpty());

@@ -198,7 +198,6 @@ void tst_Relay::orderIsKept()
             expected.append(emissionOf(row, 0));
         }
     }
-    QCOMPARE(expected.size(), 59);
     QCOMPARE(relayed(), expected);
 }
 

@@ -6,7 +6,6 @@
 
 #include <hnipc/hnipc.h>
 
-#include <QtCore/QProcess>
 #include <QtCore/QScopedPointer>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
@@ -394,15 +393,12 @@ void tst_Record::noShapeMakesNoise()
 {
     // The receiver brings a daemon of its own.
     m_daemons->stop(SUPPLYD);
-    QProcess receiver;
-    receiver.start(QCoreApplication::applicationFilePath(),
-                   QStringList(QLatin1String("all-shapes")));
-    QVERIFY(receiver.waitForFinished());
-    QCOMPARE(receiver.readAllStandardError(), QByteArray());
-    QCOMPARE(receiver.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(receiver.exitCode(), 0);
+    const Outcome receiver = runProgram(QCoreApplication::applicationFilePath(),
+                                        QStringList(QLatin1String("all-shapes")));
+    QCOMPARE(receiver.errors, QByteArray());
+    QCOMPARE(receiver.code, 0);
     const int shapes = fittingShapes().size() + misfittingShapes().size();
-    QCOMPARE(receiver.readAllStandardOutput(), QByteArray::number(shapes) + '\n');
+    QCOMPARE(receiver.output, QByteArray::number(shapes) + '\n');
 }
 
 int main(int argc, char **argv)

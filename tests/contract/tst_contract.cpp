@@ -3,6 +3,7 @@
 #include "expected/identities.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
+#include "support/program.h"
 #include "support/qtmajors.h"
 #include "support/signalrecorder.h"
 #include "support/signature.h"
@@ -14,7 +15,6 @@
 #include <hnipc/ihnipcsupplyd.h>
 
 #include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtCore/QSet>
 #include <QtCore/QVector>
 #include <QtDBus/QDBusConnection>
@@ -144,17 +144,6 @@ Members withoutPulses(const Members &members)
     return result;
 }
 
-// For sides where arguments have no names.
-Members withoutNames(Members members)
-{
-    for (int i = 0; i < members.size(); ++i) {
-        for (int j = 0; j < members.at(i).arguments.size(); ++j) {
-            members[i].arguments[j].name.clear();
-        }
-    }
-    return members;
-}
-
 QByteArray sampleOf(const QByteArray &type)
 {
     static const char *const samples[][2] = {
@@ -177,48 +166,6 @@ QByteArray sampleBody(const Member &member)
     }
     return '(' + result + (member.arguments.size() == 1 ? ",)" : ")");
 }
-
-Member signalOf(const WireMessage &message)
-{
-    Member result;
-    result.kind = "signal";
-    result.name = message.member;
-    for (int i = 0; i < message.signature.size(); ++i) {
-        const int length = message.signature.at(i) == 'a' ? 2 : 1;
-        result.arguments.append(Argument { QByteArray(), message.signature.mid(i, length) });
-        i += length - 1;
-    }
-    return result;
-}
-
-// A daemon that is built on the library, in a process of its own.
-class Daemon
-{
-public:
-    explicit Daemon(int server)
-    {
-        const QByteArray name = QByteArray(identities[server].tag).toLower();
-        m_process.start(QFile::decodeName(HNIPC_TEST_DAEMON_DIR "/hnipc-test-" + name),
-                        QStringList());
-    }
-
-    ~Daemon()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-
-    bool isReady()
-    {
-        return waitUntil([this]() {
-                   return m_process.canReadLine() || m_process.state() == QProcess::NotRunning;
-               })
-            && m_process.readLine() == "ready\n";
-    }
-
-private:
-    QProcess m_process;
-};
 
 void addServers()
 {
@@ -245,8 +192,6 @@ private Q_SLOTS:
     void pulsesOfTheServerClass();
     void liveObject_data() { addServers(); }
     void liveObject();
-    void signalsOfTheLiveObject_data() { addServers(); }
-    void signalsOfTheLiveObject();
     void clientMethods();
     void clientSignals();
     void subscriptions();
@@ -323,8 +268,8 @@ void tst_Contract::pulsesOfTheServerClass()
 void tst_Contract::liveObject()
 {
     QFETCH(int, server);
-    Daemon daemon(server);
-    QVERIFY(daemon.isReady());
+    const QScopedPointer<Program> daemon(
+        Program::daemon(QByteArray(identities[server].tag).toLower().constData()));
     WirePeer peer;
     const WireMessage reply = peer.call(identities[server].busName, "/",
                                         "org.freedesktop.DBus.Introspectable", "Introspect");
@@ -343,49 +288,6 @@ void tst_Contract::liveObject()
     const Side xml = { "the XML", methodsAmong(described(server)) };
     const Side object = { "the live object", interfaces.value(identities[server].interface) };
     VERIFY_AGREEMENT(disagreementsInOrder(xml, object), nothing);
-}
-
-void tst_Contract::signalsOfTheLiveObject()
-{
-    QFETCH(int, server);
-    Daemon daemon(server);
-    QVERIFY(daemon.isReady());
-    WirePeer peer;
-    QVERIFY(peer.listen(QByteArray("type='signal',sender='") + identities[server].busName + '\''));
-
-    Lines lines;
-    Side sent = { "the pulses", Members() };
-    const Members members = described(server);
-    for (const Member &member : members) {
-        if (!isPulse(member)) {
-            continue;
-        }
-        peer.clearSignals();
-        const WireMessage reply = peer.call(identities[server].busName, "/",
-                                            identities[server].interface, member.name,
-                                            sampleBody(member));
-        const QList<WireMessage> received = peer.receivedSignals();
-        if (reply.type != WireMessage::MethodReturn || received.size() != 1
-            || received.first().path != "/"
-            || received.first().interface != identities[server].interface) {
-            lines.append("method " + member.name + ": does not send one signal of the interface");
-            continue;
-        }
-        // A form with a default sends what the full one sends.
-        const Member last = sent.members.value(sent.members.size() - 1);
-        const Side one = { "the full form", Members() << last };
-        const Side other = { "the short form", Members() << signalOf(received.first()) };
-        if (!disagreements(one, other).isEmpty()) {
-            sent.members.append(other.members);
-        }
-    }
-    const Side xml = { "the XML", withoutNames(signalsAmong(members)) };
-    lines += disagreements(xml, sent);
-    if (server == SUPPLYD) {
-        VERIFY_AGREEMENT(lines, pulses);
-    } else {
-        VERIFY_AGREEMENT(lines, nothing);
-    }
 }
 
 void tst_Contract::clientMethods()

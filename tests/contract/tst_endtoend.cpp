@@ -2,19 +2,18 @@
 #include "expected/identities.h"
 #include "support/fence.h"
 #include "support/privatebus.h"
+#include "support/process.h"
 #include "support/signalrecorder.h"
 #include "support/waituntil.h"
 
 #include <hnipc/hnipc.h>
-
-#include <QtCore/QProcess>
 
 using namespace Expected;
 
 namespace {
 
 // A daemon that is built on this library, in a process of its own.
-class Daemon
+class Daemon : public Process
 {
 public:
     explicit Daemon(const char *name)
@@ -23,30 +22,22 @@ public:
     {
     }
 
-    // A daemon that nobody stopped is none that anybody waits for.
-    ~Daemon()
+    bool starts()
     {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-
-    bool start()
-    {
-        m_process.start(m_program, QStringList());
+        start(m_program, QStringList());
         return says("ready\n");
     }
 
-    bool stop()
+    bool stops()
     {
-        m_process.terminate();
-        return finished() && m_process.exitStatus() == QProcess::NormalExit
-            && m_process.exitCode() == 0;
+        terminate();
+        return exitCode() == 0;
     }
 
-    bool crash()
+    bool crashes()
     {
-        m_process.kill();
-        return finished();
+        kill();
+        return ends();
     }
 
     // Waits for these words, which are the next that the daemon says.
@@ -54,19 +45,13 @@ public:
     {
         QByteArray said;
         return waitUntil([this, &said, &words]() {
-            said += m_process.read(words.size() - said.size());
+            said += read(words.size() - said.size());
             return said == words;
         });
     }
 
 private:
-    bool finished()
-    {
-        return waitUntil([this]() { return m_process.state() == QProcess::NotRunning; });
-    }
-
     QString m_program;
-    QProcess m_process;
 };
 
 } // namespace
@@ -89,7 +74,7 @@ private:
 void tst_EndToEnd::ioExpander()
 {
     Daemon daemon("ioexpd");
-    QVERIFY(daemon.start());
+    QVERIFY(daemon.starts());
     HNIPC client(0);
     SignalRecorder recorder(&client);
     client.enableAudioAmp(true);
@@ -101,13 +86,13 @@ void tst_EndToEnd::ioExpander()
     client.printerSoftCancel();
     QVERIFY(m_fence.pass());
     QCOMPARE(recorder.take(), QList<QByteArray>() << emission("CancelButton()"));
-    QVERIFY(daemon.stop());
+    QVERIFY(daemon.stops());
 }
 
 void tst_EndToEnd::printEngine()
 {
     Daemon daemon("m4");
-    QVERIFY(daemon.start());
+    QVERIFY(daemon.starts());
     HNIPC client(0);
     SignalRecorder recorder(&client);
     QCOMPARE(client.m4Version(), QString::fromLatin1("4.2.0-test"));
@@ -131,13 +116,13 @@ void tst_EndToEnd::printEngine()
                             << emission("M4MessageReceived(QString)", QVariantList() << received)
                             << emission("M4MessageSent(QString)", QVariantList() << text)
                             << emission("M4MessageReceived(QString)", QVariantList() << received));
-    QVERIFY(daemon.stop());
+    QVERIFY(daemon.stops());
 }
 
 void tst_EndToEnd::supplies()
 {
     Daemon daemon("supplyd");
-    QVERIFY(daemon.start());
+    QVERIFY(daemon.starts());
     HNIPC client(0);
     const QString supply = QLatin1String("S-100-WHITE");
     const QStringList ribbons = QStringList()
@@ -158,7 +143,7 @@ void tst_EndToEnd::supplies()
     QCOMPARE(record.bytes1, client.supplyBackgroundImage(supply));
     QVERIFY(!record.bytes1.isEmpty());
     QCOMPARE(record.variantList1, QVariantList() << 0x00aeef << 0xec008c << 0xfff200 << 0);
-    QVERIFY(daemon.stop());
+    QVERIFY(daemon.stops());
 }
 
 void tst_EndToEnd::daemonsComeAndGo()
@@ -169,7 +154,7 @@ void tst_EndToEnd::daemonsComeAndGo()
     HNIPC client(0);
     SignalRecorder recorder(&client);
     for (int round = 0; round < 3; ++round) {
-        QVERIFY(ioexpd.start() && m4.start() && supplyd.start());
+        QVERIFY(ioexpd.starts() && m4.starts() && supplyd.starts());
         QVERIFY(m_fence.pass());
         QVERIFY(client.emitAlert(round + 1));
         QCOMPARE(client.getAlert(), round + 1);
@@ -180,7 +165,7 @@ void tst_EndToEnd::daemonsComeAndGo()
                  QList<QByteArray>() << emission("Alert(int)", QVariantList() << round + 1)
                                      << emission("CancelButton()"));
 
-        QVERIFY(ioexpd.stop() && m4.crash() && supplyd.stop());
+        QVERIFY(ioexpd.stops() && m4.crashes() && supplyd.stops());
         QVERIFY(m_fence.pass());
         QCOMPARE(client.getAlert(), 0);
         QCOMPARE(client.supplySupplyPercent(), 0.0);

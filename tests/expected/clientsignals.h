@@ -81,6 +81,7 @@ const ClientSignal clientSignals[] = {
 };
 
 const int clientSignalCount = sizeof clientSignals / sizeof clientSignals[0];
+const int relayedSignalCount = clientSignalCount - 1; // StatusChanged comes from no daemon
 
 } // namespace Expected
 

@@ -7,6 +7,7 @@
 #include <gio/gio.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 
@@ -32,11 +33,12 @@ public:
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        const QByteArray path = qgetenv("DBUS_SYSTEM_BUS_ADDRESS")
-                                    .mid(int(sizeof "unix:path=") - 1);
-        qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
-        if (connect(m_socket, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0) {
-            qFatal("no bus at %s", path.constData());
+        const QByteArray name = qgetenv("DBUS_SYSTEM_BUS_ADDRESS")
+                                    .mid(int(sizeof "unix:abstract=") - 1);
+        qstrncpy(address.sun_path + 1, name.constData(), sizeof address.sun_path - 1);
+        const socklen_t size = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+        if (connect(m_socket, reinterpret_cast<sockaddr *>(&address), size) != 0) {
+            qFatal("no bus at %s", name.constData());
         }
         write(QByteArray(1, '\0') + "AUTH EXTERNAL " + QByteArray::number(getuid()).toHex()
               + "\r\n");

@@ -3,9 +3,9 @@
 #include "client/clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
-#include "program.h"
-#include "support/faultybus.h"
 #include "support/memory.h"
+#include "support/privatebus.h"
+#include "support/program.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/ihnipcioexpd.h>
@@ -35,11 +35,11 @@ private slots:
     void onlyNewProcessesFindANewBus();
 
 private:
-    static FaultyBus *s_bus;
+    static PrivateBus *s_bus;
     friend int main(int, char **);
 };
 
-FaultyBus *tst_BusKilled::s_bus = nullptr;
+PrivateBus *tst_BusKilled::s_bus = nullptr;
 
 namespace {
 
@@ -315,7 +315,7 @@ int main(int argc, char **argv)
         return runDaemon(argc, argv);
     }
     QCoreApplication application(argc, argv);
-    FaultyBus bus;
+    PrivateBus bus;
     tst_BusKilled::s_bus = &bus;
     tst_BusKilled test;
     return QTest::qExec(&test, argc, argv);

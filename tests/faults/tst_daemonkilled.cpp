@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
-#include "program.h"
 #include "support/privatebus.h"
+#include "support/program.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipc.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
-#include "program.h"
-#include "support/faultybus.h"
+#include "support/privatebus.h"
+#include "support/program.h"
 #include "support/qtmajors.h"
 #include "support/wirepeer.h"
 
@@ -276,7 +276,8 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // Qt gives up after 25 seconds, unless the bus does so before.
-    const FaultyBus bus(hasLongTimeout() ? "" : "<limit name='reply_timeout'>2000</limit>");
+    const PrivateBus bus(QByteArray(),
+                         hasLongTimeout() ? "" : "<limit name='reply_timeout'>2000</limit>");
     tst_DaemonStopped test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
+#include "contract/interfaces.h"
 #include "expected/identities.h"
-#include "expected/serverslots.h"
-#include "program.h"
 #include "rawwire.h"
-#include "support/faultybus.h"
 #include "support/memory.h"
+#include "support/privatebus.h"
+#include "support/program.h"
 
 #include <QtTest/QTest>
 
@@ -42,24 +42,11 @@ struct Slot
     QByteArray out;
 };
 
-template <int count>
-void addSlots(std::vector<Slot> *result, const ServerSlot (&table)[count])
-{
-    for (const ServerSlot &row : table) {
-        const QByteArray signature = row.signature;
-        result->push_back(Slot { signature.left(signature.indexOf('(')), row.in, row.out });
-    }
-}
-
 std::vector<Slot> slotsOf(int server)
 {
     std::vector<Slot> result;
-    if (server == IOEXPD) {
-        addSlots(&result, ioexpdSlots);
-    } else if (server == M4) {
-        addSlots(&result, m4Slots);
-    } else {
-        addSlots(&result, supplydSlots);
+    for (const ServerSlot &slot : serverSlots(server)) {
+        result.push_back(Slot { slot.name, slot.in, slot.out });
     }
     return result;
 }
@@ -241,13 +228,13 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
     int carriedOut = 0;
     long before = 0;
     for (int sent = 0; sent < calls; sent += atOnce) {
-        struct Outcome
+        struct Waiting
         {
             QByteArray expected;
             Message call;
         };
         QByteArray bytes;
-        std::map<quint32, Outcome> waiting; // by serial number
+        std::map<quint32, Waiting> waiting; // by serial number
         for (int i = 0; i < atOnce; ++i) {
             QByteArray expected;
             Message call = random.next(&expected);
@@ -259,7 +246,7 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
             bytes += caller.blob(call.get());
             const quint32 serial = g_dbus_message_get_serial(call.get());
             if (isWaiting) {
-                waiting[serial] = Outcome { expected, std::move(call) };
+                waiting[serial] = Waiting { expected, std::move(call) };
             } else {
                 unwanted[serial] = expected == "any";
             }
@@ -360,7 +347,7 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // Callers may have many calls under way, and the bus keeps what they do not read.
-    const FaultyBus bus("<limit name='max_replies_per_connection'>50000</limit>");
+    const PrivateBus bus(QByteArray(), "<limit name='max_replies_per_connection'>50000</limit>");
     tst_HostileCallers test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -4,11 +4,11 @@
 #include "expected/clientsignals.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
-#include "program.h"
 #include "rawwire.h"
 #include "support/fakedaemons.h"
-#include "support/faultybus.h"
 #include "support/memory.h"
+#include "support/privatebus.h"
+#include "support/program.h"
 #include "support/qtmajors.h"
 #include "support/signalrecorder.h"
 
@@ -584,7 +584,7 @@ int main(int argc, char **argv)
         return runBusyListener(argc, argv);
     }
     QCoreApplication application(argc, argv);
-    const FaultyBus bus;
+    const PrivateBus bus;
     tst_HostileDaemon test;
     return QTest::qExec(&test, argc, argv);
 }

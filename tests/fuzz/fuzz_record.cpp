@@ -9,7 +9,7 @@
 // An input is a D-Bus type and, behind a zero, the bytes of a value of this type in GVariant's own
 // form, in which there are no wrong bytes: what makes no sense reads as a default.
 
-#include "support/faultybus.h"
+#include "support/privatebus.h"
 
 #include <hnipc/hnipc.h>
 
@@ -328,7 +328,7 @@ int tryAnswer(const QByteArray &input)
     static char name[] = "hnipc-fuzz-record";
     static char *arguments[] = { name, nullptr };
     static QCoreApplication application(++count, arguments);
-    static FaultyBus bus;
+    static PrivateBus bus;
     static std::unique_ptr<Daemon> daemon(new Daemon);
     static std::unique_ptr<HNIPC> client(new HNIPC);
 

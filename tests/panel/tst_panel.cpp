@@ -273,7 +273,7 @@ void tst_Panel::daemonsCome()
 void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
 {
     Desk desk(allDaemons);
-    const pid_t silent = pid_t(desk.daemon("m4").process().processId());
+    const pid_t silent = desk.daemon("m4").id();
     QCOMPARE(::kill(silent, SIGSTOP), 0);
     Screen screen;
     QVERIFY(screen.shows("state", "Waiting for the print engine"));
@@ -297,7 +297,7 @@ void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
 void tst_Panel::hungDaemonDelaysNothingElse()
 {
     Desk desk(allDaemons);
-    const pid_t silent = pid_t(desk.daemon("ioexpd").process().processId());
+    const pid_t silent = desk.daemon("ioexpd").id();
     QCOMPARE(::kill(silent, SIGSTOP), 0);
     Screen screen;
     QVERIFY(screen.shows("state", "Ready"));
@@ -391,7 +391,7 @@ void tst_Panel::daemonDiesAndReturns()
     for (int time = 0; time < 2; ++time) {
         QVERIFY(screen.shows(place, there));
         QVERIFY(screen.shows("state", "Ready"));
-        desk.daemon(daemon).process().kill();
+        desk.daemon(daemon).kill();
         QVERIFY(screen.shows(place, gone));
         QVERIFY(screen.tells(event));
         QCOMPARE(screen.color(daemon + "/text"), red);
@@ -873,7 +873,7 @@ void tst_Panel::engineDiesWithAJob()
     QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
     screen.click("buttonPrint");
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
-    desk.daemon("m4").process().kill();
+    desk.daemon("m4").kill();
     QVERIFY(screen.shows("buttonPrint/outcome", unknown));
     QCOMPARE(screen.mark("buttonPrint/outcome"), no);
 }
@@ -1015,7 +1015,7 @@ void tst_Panel::wholeScenario()
     QVERIFY(screen.tells("Cutter moves"));
     QVERIFY(screen.shows("cutterHome/text", "home"));
 
-    desk.daemon("m4").process().kill();
+    desk.daemon("m4").kill();
     QVERIFY(screen.shows("state", "Print engine is not running"));
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "not done: print engine is not running"));
@@ -1079,7 +1079,7 @@ void tst_Panel::printingIsSaid()
     QCOMPARE(screen.text("note"), QString("Battery is low"));
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("warning"));
 
-    desk.daemon("m4").process().kill();
+    desk.daemon("m4").kill();
     QVERIFY(screen.shows("state", "Print engine is not running"));
     QCOMPARE(screen.color("state"), red);
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("fault"));
@@ -1139,7 +1139,7 @@ void tst_Panel::ownJobIsPrintingUntilItEnds()
     QCOMPARE(screen.text("buttonPrint/outcome"), QString("stopped"));
 
     QVERIFY(startJob("3000"));
-    desk.daemon("m4").process().kill();
+    desk.daemon("m4").kill();
     QVERIFY(screen.shows("state", "Print engine is not running"));
     desk.start("m4");
     QVERIFY(screen.shows("state", "Ready"));

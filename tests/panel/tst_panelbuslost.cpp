@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "screen.h"
-#include "support/busprocess.h"
 #include "support/qmltestmain.h"
 #include "tools/desk.h"
 
@@ -16,7 +15,7 @@ private slots:
 void tst_PanelBusLost::isSaid()
 {
     Desk desk({ "ioexpd", "m4", "supplyd" });
-    BusProcess bus;
+    BusProcess &bus = *PrivateBus::instance();
     Screen screen;
     QVERIFY(screen.shows("state", "Ready"));
     bus.kill();

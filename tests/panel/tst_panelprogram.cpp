@@ -4,7 +4,6 @@
 #include "tools/desk.h"
 
 #include <QtCore/QFile>
-#include <QtCore/QProcessEnvironment>
 #include <QtCore/QStandardPaths>
 #include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
@@ -33,24 +32,12 @@ private slots:
 
 namespace {
 
-struct Result
-{
-    int exitCode;
-    QString output;
-    QString errors;
-};
-
 using Environment = QProcessEnvironment;
 
-Result run(const QStringList &arguments,
-           const Environment &environment = Environment::systemEnvironment())
+Outcome run(const QStringList &arguments,
+            const Environment &environment = Environment::systemEnvironment())
 {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(HNIPC_TOOLS_DIR "/hnipc-panel", arguments);
-    waitUntil([&]() { return process.state() == QProcess::NotRunning; });
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-             process.readAllStandardOutput(), process.readAllStandardError() };
+    return runProgram(HNIPC_TOOLS_DIR "/hnipc-panel", arguments, environment);
 }
 
 // Of a panel without a daemon, where nothing moves. Null if there is none.
@@ -59,7 +46,7 @@ QImage picture(const QStringList &options,
 {
     QTemporaryDir directory;
     const QString name = directory.filePath("a.png");
-    return run(options + QStringList { "--shoot", "0.3=" + name }, environment).exitCode == 0
+    return run(options + QStringList { "--shoot", "0.3=" + name }, environment).code == 0
         ? QImage(name)
         : QImage();
 }
@@ -88,10 +75,10 @@ void tst_PanelProgram::picturesAreTaken()
     Desk desk({ "m4" });
     QTemporaryDir directory;
     const QStringList names = { directory.filePath("a.png"), directory.filePath("b.png") };
-    const Result result = run(
+    const Outcome result = run(
         options + QStringList { "--shoot", "0.5=" + names[1], "--shoot", "0=" + names[0] });
     QCOMPARE(result.errors, QString());
-    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.code, 0);
     for (const QString &name : names) {
         const QImage picture(name);
         QCOMPARE(picture.width(), 800);
@@ -130,18 +117,18 @@ void tst_PanelProgram::wrongUsageIsSaid()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, said);
-    const Result result = run(arguments);
-    QVERIFY2(result.errors.startsWith(said), qPrintable(result.errors));
-    QCOMPARE(result.exitCode, 2);
+    const Outcome result = run(arguments);
+    QVERIFY2(result.errors.startsWith(said), result.errors.constData());
+    QCOMPARE(result.code, 2);
 }
 
 void tst_PanelProgram::pictureThatCannotBeWritten()
 {
     QTemporaryDir directory;
     for (const QString &name : { directory.filePath("none/a.png"), directory.filePath("a.what") }) {
-        const Result result = run({ "--shoot", "0=" + name });
+        const Outcome result = run({ "--shoot", "0=" + name });
         QCOMPARE(result.errors, "hnipc-panel: " + name + ": cannot be written\n");
-        QCOMPARE(result.exitCode, 1);
+        QCOMPARE(result.code, 1);
     }
 }
 
@@ -159,9 +146,9 @@ void tst_PanelProgram::helpAndVersion()
 {
     QFETCH(QString, option);
     QFETCH(QString, said);
-    const Result result = run({ option });
+    const Outcome result = run({ option });
     QVERIFY2(result.output.contains(said), qPrintable(result.output));
-    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.code, 0);
 }
 
 void tst_PanelProgram::languages()
@@ -214,19 +201,19 @@ void tst_PanelProgram::withoutDisplay_data()
 void tst_PanelProgram::withoutDisplay()
 {
     QFETCH(QStringList, arguments);
-    const Result none = run(arguments, withoutDisplayVariables());
+    const Outcome none = run(arguments, withoutDisplayVariables());
     QVERIFY2(none.errors.startsWith("hnipc-panel: no display is available: "),
              qPrintable(none.errors));
     QCOMPARE(none.errors.count('\n'), 1);
     QCOMPARE(none.output, QString());
-    QCOMPARE(none.exitCode, 1);
+    QCOMPARE(none.code, 1);
 
     Environment environment = withoutDisplayVariables();
     environment.insert("QT_QPA_PLATFORM", "nonsense");
-    const Result nonsense = run(arguments, environment);
-    QVERIFY2(nonsense.errors.contains("\"nonsense\""), qPrintable(nonsense.errors));
+    const Outcome nonsense = run(arguments, environment);
+    QVERIFY2(nonsense.errors.contains("\"nonsense\""), nonsense.errors.constData());
     QCOMPARE(nonsense.errors.count('\n'), 1);
-    QCOMPARE(nonsense.exitCode, 1);
+    QCOMPARE(nonsense.code, 1);
 }
 
 void tst_PanelProgram::displayWithoutWindowManager()
@@ -234,21 +221,16 @@ void tst_PanelProgram::displayWithoutWindowManager()
     if (QStandardPaths::findExecutable("Xvfb").isEmpty()) {
         HNIPC_SKIP("Xvfb is not installed (Debian: xvfb)");
     }
-    QProcess server;
+    Process server;
     server.start("Xvfb", { "-displayfd", "1", "-screen", "0", "1024x600x24", "-nolisten", "tcp" });
-    QByteArray number;
-    QVERIFY(waitUntil([&]() {
-        number += server.readAllStandardOutput();
-        return number.endsWith('\n') || server.state() == QProcess::NotRunning;
-    }));
-    QVERIFY2(!number.isEmpty(), server.readAllStandardError().constData());
+    QVERIFY2(server.prints("\n"), server.errors().constData());
     Environment environment = withoutDisplayVariables();
     environment.insert("QT_QPA_PLATFORM", "xcb");
-    environment.insert("DISPLAY", ":" + number.trimmed());
+    environment.insert("DISPLAY", ":" + server.output().trimmed());
     const QImage whole = picture({ "--fullscreen" }, environment);
     const QImage window = picture({}, environment);
     server.terminate();
-    QVERIFY(waitUntil([&]() { return server.state() == QProcess::NotRunning; }));
+    QVERIFY(server.ends());
     QCOMPARE(whole.size(), QSize(1024, 600));
     QCOMPARE(window.size(), QSize(800, 480));
 }

@@ -133,11 +133,13 @@ QString Machine::publish(const QString &file, const QString &subdirectory)
     return copy;
 }
 
-void Machine::start(QProcess *process, const User &user, const QByteArray &address,
+void Machine::start(Process *process, const User &user, const QByteArray &address,
                     const char *program, const QStringList &arguments)
 {
     QStringList words;
-    words << QString::fromLatin1("--reuid=") + QString::number(user.uid)
+    // The kernel forgets that a process is to die with its parent when it becomes another user's.
+    words << QLatin1String("--pdeathsig=KILL")
+          << QString::fromLatin1("--reuid=") + QString::number(user.uid)
           << QString::fromLatin1("--regid=") + QString::number(user.gid);
     QStringList groups;
     for (gid_t group : user.groups) {
@@ -165,7 +167,7 @@ bool Machine::Bus::isThere(Kind kind)
     if (kind == DBusDaemon && isOnDBusBroker()) {
         return false;
     }
-    QProcess shell;
+    Process shell;
     shell.start(QLatin1String("sh"),
                 QStringList() << QLatin1String("-c")
                               << QLatin1String(kind == DBusBroker ? "command -v dbus-broker-launch"

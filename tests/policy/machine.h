@@ -2,12 +2,10 @@
 #ifndef HNIPC_TESTS_POLICY_MACHINE_H
 #define HNIPC_TESTS_POLICY_MACHINE_H
 
-#include "support/waituntil.h"
+#include "support/process.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
-#include <QtCore/QProcess>
-#include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -42,7 +40,7 @@ QString publish(const QString &file, const QString &subdirectory);
 QString write(const QString &name, const QByteArray &text);
 
 // One of those that are published in "bin", as run by this user on the bus at this address.
-void start(QProcess *process, const User &user, const QByteArray &address, const char *program,
+void start(Process *process, const User &user, const QByteArray &address, const char *program,
            const QStringList &arguments = QStringList());
 QString program(const char *name);
 

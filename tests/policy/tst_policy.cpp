@@ -4,8 +4,7 @@
 
 #include "machine.h"
 
-#include "expected/identities.h"
-#include "expected/serverslots.h"
+#include "contract/interfaces.h"
 #include "support/qtmajors.h"
 
 #include <QtCore/QDir>
@@ -171,19 +170,11 @@ private:
         return m_process.readLine().trimmed();
     }
 
-    QProcess m_process;
+    Process m_process;
     QByteArray m_name;
 };
 
 bool hasTool() { return QFile::exists(Machine::program("hnipcctl")); }
-
-// What a program of a user printed, and how it ended.
-struct Run
-{
-    int exitCode;
-    QByteArray out;
-    QByteArray err;
-};
 
 } // namespace
 
@@ -251,20 +242,17 @@ public:
         return result;
     }
 
-    void start(QProcess *process, const QByteArray &kind, const char *program,
+    void start(Process *process, const QByteArray &kind, const char *program,
                const QStringList &arguments = QStringList())
     {
         Machine::start(process, somebody(kind).user, bus.address(), program, arguments);
     }
 
-    Run run(const QByteArray &kind, const char *program, const QStringList &arguments)
+    Outcome run(const QByteArray &kind, const char *program, const QStringList &arguments)
     {
-        QProcess process;
+        Process process;
         start(&process, kind, program, arguments);
-        waitUntil([&process]() { return process.state() == QProcess::NotRunning; });
-        const Run result = { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                             process.readAllStandardOutput(), process.readAllStandardError() };
-        return result;
+        return { process.exitCode(), process.output(), process.errors() };
     }
 
     Bus bus;
@@ -428,22 +416,14 @@ void tst_Policy::addSlots()
     QTest::addColumn<int>("server");
     QTest::addColumn<QByteArray>("member");
     QTest::addColumn<bool>("isPulse");
-    const auto add = [](int server, const ServerSlot &slot) {
-        const QByteArray signature = slot.signature;
-        if (!slot.cloned) {
-            QTest::newRow(identities[server].tag + QByteArray(" ") + signature)
-                << server << signature.left(signature.indexOf('('))
-                << (slot.kind == PulseOperation);
+    for (int server = 0; server < ServerCount; ++server) {
+        for (const ServerSlot &slot : serverSlots(server)) {
+            if (!slot.cloned) {
+                QTest::newRow(
+                    (identities[server].tag + QByteArray(" ") + slot.signature).constData())
+                    << server << slot.name << slot.isPulse();
+            }
         }
-    };
-    for (const ServerSlot &slot : ioexpdSlots) {
-        add(IOEXPD, slot);
-    }
-    for (const ServerSlot &slot : m4Slots) {
-        add(M4, slot);
-    }
-    for (const ServerSlot &slot : supplydSlots) {
-        add(SUPPLYD, slot);
     }
 }
 
@@ -588,12 +568,11 @@ void tst_Policy::application()
     m4.ask("answer\tgetError\t(7,)");
     m_printer->daemon[SUPPLYD]->ask("answer\tsupplySKUCached\t('LBL-1',)");
 
-    QProcess process;
+    Process process;
     m_printer->start(&process, kind, "hnipc-test-application");
-    QVERIFY(waitUntil(
-        [&]() { return process.canReadLine() || process.state() == QProcess::NotRunning; }));
+    QVERIFY(waitUntil([&]() { return process.canReadLine() || !process.isRunning(); }));
     m4.send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
-    QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
+    QVERIFY(process.ends());
     QCOMPARE(process.readAllStandardOutput(), prints);
     QCOMPARE(process.readAllStandardError(), QByteArray());
     QCOMPARE(process.exitCode(), 0);
@@ -647,11 +626,11 @@ void tst_Policy::tool()
     if (!hasTool()) {
         HNIPC_SKIP("there is no hnipcctl for this Qt");
     }
-    const Run run = m_printer->run(kind, "hnipcctl",
-                                   QString::fromLatin1(arguments).split(QLatin1Char(' ')));
-    QCOMPARE(run.err, complains);
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY2(prints.isEmpty() ? run.out.isEmpty() : run.out.contains(prints), run.out);
+    const Outcome run = m_printer->run(kind, "hnipcctl",
+                                       QString::fromLatin1(arguments).split(QLatin1Char(' ')));
+    QCOMPARE(run.errors, complains);
+    QCOMPARE(run.code, exitCode);
+    QVERIFY2(prints.isEmpty() ? run.output.isEmpty() : run.output.contains(prints), run.output);
 }
 
 void tst_Policy::toolHearsWithoutRights()
@@ -659,20 +638,14 @@ void tst_Policy::toolHearsWithoutRights()
     if (!hasTool()) {
         HNIPC_SKIP("there is no hnipcctl for this Qt");
     }
-    QProcess monitor;
+    Process monitor;
     m_printer->start(&monitor, "stranger", "hnipcctl",
                      QStringList() << QLatin1String("monitor") << QLatin1String("--count")
                                    << QLatin1String("1"));
-    QByteArray err;
-    QVERIFY(waitUntil([&]() {
-        err += monitor.readAllStandardError();
-        return err.contains("subscribed") || monitor.state() == QProcess::NotRunning;
-    }));
+    QVERIFY2(monitor.complains("subscribed"), monitor.errors().constData());
     m_printer->daemon[M4]->send(identities[M4].interface, "M4_M4PrinterLid", "(true,)");
-    QVERIFY(waitUntil([&]() { return monitor.state() == QProcess::NotRunning; }));
-    const QByteArray out = monitor.readAllStandardOutput();
-    QVERIFY2(out.contains("M4PrinterLid value=true"), out + err);
     QCOMPARE(monitor.exitCode(), 0);
+    QVERIFY2(monitor.prints("M4PrinterLid value=true"), monitor.output() + monitor.errors());
 }
 
 int main(int argc, char **argv)

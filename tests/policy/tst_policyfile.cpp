@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "expected/identities.h"
-#include "expected/serverslots.h"
+#include "contract/interfaces.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QList>
@@ -48,14 +47,13 @@ QByteArray joined(const Lines &lines)
     return result;
 }
 
-template <int Count>
-void addPulses(Lines *rules, const Identity &identity, const ServerSlot (&all)[Count])
+void addPulses(Lines *rules, int server)
 {
-    for (const ServerSlot &slot : all) {
-        if (slot.kind == PulseOperation && !slot.cloned) {
-            const QByteArray signature = slot.signature;
-            *rules << QByteArray("deny send_destination=") + identity.busName + " send_interface="
-                    + identity.interface + " send_member=" + signature.left(signature.indexOf('('));
+    for (const ServerSlot &slot : serverSlots(server)) {
+        if (slot.isPulse() && !slot.cloned) {
+            *rules << QByteArray("deny send_destination=") + identities[server].busName
+                    + " send_interface=" + identities[server].interface + " send_member="
+                    + slot.name;
         }
     }
 }
@@ -126,11 +124,9 @@ void tst_PolicyFile::whatClientsMay()
                     + " send_interface=" + interface + " send_type=method_call";
         }
     }
-    const int allowed = rules.size();
-    addPulses(&rules, identities[IOEXPD], ioexpdSlots);
-    addPulses(&rules, identities[M4], m4Slots);
-    addPulses(&rules, identities[SUPPLYD], supplydSlots);
-    QCOMPARE(int(rules.size()) - allowed, 58);
+    for (int server = 0; server < ServerCount; ++server) {
+        addPulses(&rules, server);
+    }
     const Lines written = m_rules["group " HNIPC_CLIENT_GROUP];
     QCOMPARE(joined(written), joined(rules));
 

@@ -2,12 +2,14 @@
 """A private bus without the package's own sandbox, the test daemons of the tree on it, and all that
 goes over it."""
 
+import ctypes
 import os
 import pathlib
 import re
 import signal
 import subprocess
 import uuid
+import xml.etree.ElementTree
 from collections import deque
 
 import pytest
@@ -23,6 +25,7 @@ pytest_plugins = ["pytester"]
 TREE = pathlib.Path(__file__).resolve().parents[2]
 EXPECTED = TREE / "tests" / "expected"
 SERVERS = {"IOEXPD": "ioexpd", "M4": "m4", "SUPPLYD": "supplyd"}
+LIBC = ctypes.CDLL(None)
 RECORD = "(sasdisdisisisdiayddiiiddddasavavavavav)"
 
 
@@ -30,7 +33,9 @@ def rows(header, table):
     """The rows of a table that is typed in a header of tests/expected, as tuples of its cells."""
     text = (EXPECTED / header).read_text(encoding="utf-8")
     body = re.search(rf"{table}\[\] = {{\n(.*?)\n}};", text, re.S).group(1)
-    for row in re.findall(r"^    { (.*?) },$", body, re.S | re.M):
+    found = re.findall(r"^    { (.*?) },$", body, re.S | re.M)
+    assert found and len(found) == body.count("\n    {") + 1, f"{header} is not understood"
+    for row in found:
         yield tuple(text if text is not None and not bare else bare for text, bare in (
             (cell[0].replace("\\\"", '"') if not cell[1] else None, cell[1])
             for cell in re.findall(r'"((?:[^"\\]|\\.)*)"|([\w-]+)', row)))
@@ -53,12 +58,29 @@ def slots():
     return [form for forms in result.values() for form in forms]
 
 
+def operations(daemon):
+    """The methods that interfaces/ has for a daemon: name, names of the parameters, types."""
+    interface = f"local.IHNIPC{daemon}"
+    tree = xml.etree.ElementTree.parse(TREE / "interfaces" / f"{interface}.xml")
+    for method in tree.find(f"interface[@name='{interface}']").iterfind("method"):
+        parameters = method.findall("arg[@direction='in']")
+        yield (method.get("name"), tuple(each.get("name") for each in parameters),
+               "".join(each.get("type") for each in parameters))
+
+
 def types_of(signature):
     return re.findall(r"a\{sv\}|a[a-z]|[a-z]", signature)
 
 
-def ended(process):
-    process.stdin.close()
+def start(command, **options):
+    """A process that ends with the thread that calls this, however the test ends."""
+    die_with_parent = 1  # PR_SET_PDEATHSIG
+    return subprocess.Popen(command, stdout=subprocess.PIPE, **options,
+                            preexec_fn=lambda: LIBC.prctl(die_with_parent, signal.SIGKILL))
+
+
+def end(process):
+    process.kill()
     process.wait(60)
     process.stdout.close()
 
@@ -66,23 +88,16 @@ def ended(process):
 class Bus:
     """A bus that ends with this process."""
 
-    def __init__(self):
-        command = ["dbus-daemon", f"--config-file={TREE}/data/sandbox-bus.conf", "--nofork",
-                   "--nopidfile", f"--address=unix:abstract=hnipc-python-{uuid.uuid4().hex}",
-                   "--print-address"]
-        self.process = subprocess.Popen(
-            ["sh", "-c", '"$@" & echo $!; cat >/dev/null; kill -KILL $! 2>/dev/null; wait',
-             "-"]
-            + command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        lines = sorted((self.process.stdout.readline().decode().strip() for _ in range(2)),
-                       key=lambda line: not line.isdigit())
-        self.pid, self.address = int(lines[0]), lines[1]
+    def __init__(self, config=TREE / "data/sandbox-bus.conf"):
+        self.process = start(
+            ["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile",
+             f"--address=unix:abstract=hnipc-python-{uuid.uuid4().hex}", "--print-address"])
+        self.pid, self.address = self.process.pid, self.process.stdout.readline().decode().strip()
         self.programs = []
 
     def start(self, program):
         """A daemon that says "ready"."""
-        process = subprocess.Popen([program], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
+        process = start([program], env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
         self.programs.append(process)
         assert process.stdout.readline() == b"ready\n"
         return process
@@ -97,10 +112,8 @@ class Bus:
         self.signal(signal.SIGKILL)
 
     def stop(self):
-        for program in self.programs:
-            program.kill()
-            ended(program)
-        ended(self.process)
+        for process in [*self.programs, self.process]:
+            end(process)
 
 
 class Peer:

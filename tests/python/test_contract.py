@@ -1,22 +1,18 @@
 # SPDX-License-Identifier: MIT
-"""The package against the meta-object of the C++ client and the tables of the tests: every member,
-and no other."""
+"""The package against the tables of the C++ client's tests: every member, and no other."""
 
 import dataclasses
 import inspect
-import re
 
 import hnipc
 import hnipc.aio
-from conftest import SERVERS, TREE, rows, slots, types_of
+from conftest import SERVERS, operations, rows, slots, types_of
 from hnipc import _core
 from hnipc._methods import METHODS
 from hnipc.testing import IOEXPD, M4, SUPPLYD
 
 PYTHON = {"b": "bool", "i": "int", "u": "int", "t": "int", "d": "float", "s": "str",
           "as": "List[str]", "ay": "bytes", "a{sv}": "Dict[str, Any]", "": "None"}
-QT = {"bool": "b", "int": "i", "uint": "u", "qulonglong": "t", "double": "d", "QString": "s",
-      "QStringList": "as", "QByteArray": "ay", "QVariantHash": "a{sv}", "void": ""}
 # The bus has it, and the C++ client does not: the message without a value.
 SHORT_MESSAGE = ("sendMCCMessage", ("type", "definedMessage"), "ii")
 
@@ -26,33 +22,15 @@ def forms_of_package():
             for forms in METHODS.values() for form in forms}
 
 
-def meta_object(kind):
-    """The members of the client that are on record, which a test holds against the live object:
-    name, parameters, types, whether it is a form with arguments left out."""
-    text = (TREE / "tests/baseline/recorded/metaobject.txt").read_text(encoding="utf-8")
-    section = text[text.index("[HNIPC]"):].split("\n[", 1)[0]
-    for name, types, rest, names in re.findall(
-            rf"^{kind} \d+: (\w+)\((.*?)\) = \S+?(, .*?)?(?: \[(.*)\])?$", section, re.M):
-        qt = [QT[each] for each in types.split(",") if each]
-        yield name, tuple(names.split(", ")) if names else (), "".join(qt), "default" in rest
-
-
-def test_methods_are_those_of_the_meta_object():
-    slots_of_client = [slot[:3] for slot in meta_object("slot") if not slot[3]]
-    assert len(slots_of_client) == 131
-    assert forms_of_package() == set(slots_of_client) | {SHORT_MESSAGE}
-
-
 def test_methods_are_those_of_the_table():
     table = {(slot["name"], tuple(slot["parameters"]), slot["in"]) for slot in slots()}
-    assert len(table) == 131
     assert forms_of_package() == table | {SHORT_MESSAGE}
 
 
-def test_what_can_be_left_out_is_what_the_meta_object_has():
+def test_what_can_be_left_out_is_what_the_client_has():
     shorter = {}
-    for name, _, _, is_cloned in meta_object("slot"):
-        shorter[name] = shorter.get(name, 0) + is_cloned
+    for slot in slots():
+        shorter[slot["name"]] = shorter.get(slot["name"], 0) + slot["optional"]
     for name in METHODS:
         if name == "sendMCCMessage":
             continue
@@ -87,19 +65,10 @@ def test_no_other_public_name_is_on_the_client():
         assert names - own == {slot["name"] for slot in slots()}
 
 
-def test_events_are_those_of_the_meta_object():
-    # StatusChanged is emitted by applications themselves; no daemon sends it.
-    signals = {(name, parameters, types) for name, parameters, types, _ in meta_object("signal")
-               if name != "StatusChanged"}
-    assert len(signals) == 59
-    assert {(cls.__name__, cls._fields, types) for cls, types in _core.EVENTS.values()} == signals
-
-
 def test_events_are_those_of_the_table():
     table = {(signature[:signature.index("(")], SERVERS[server], member)
              for _, signature, _, server, member in rows("clientsignals.h", "clientSignals")
              if server in SERVERS}
-    assert len(table) == 59
     assert {(cls.__name__, daemon, member)
             for (daemon, member), (cls, _) in _core.EVENTS.items()} == table
 
@@ -121,10 +90,9 @@ def test_the_record_has_the_fields_of_the_table_with_their_defaults():
     assert default.text0 == ""
 
 
-def test_daemons_have_all_methods_of_the_tables():
-    for cls, table in ((IOEXPD, "ioexpdSlots"), (M4, "m4Slots"), (SUPPLYD, "supplydSlots")):
-        expected = {(row[0][:row[0].index("(")], tuple(filter(None, row[1].split(","))), row[3])
-                    for row in rows("serverslots.h", table)}
+def test_daemons_have_all_methods_of_their_interfaces():
+    for cls in (IOEXPD, M4, SUPPLYD):
+        expected = set(operations(cls.__name__))
         assert {(form.name, tuple(name for name, _ in form.parameters), form.signature)
                 for form in cls.METHODS} == expected
         for name, _, _ in expected:

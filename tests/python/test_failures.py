@@ -1,15 +1,18 @@
 # SPDX-License-Identifier: MIT
 """Calls that fail: absent, refusing, silent, dying and wrong daemons, and a bus that goes away."""
 
+import contextlib
 import os
+import pathlib
 import signal
+import time
 
 import pytest
 from jeepney import (DBusAddress, HeaderFields, MessageType, new_error, new_method_call,
                      new_method_return, new_signal)
 
 import hnipc
-from conftest import Peer, RECORD, rows
+from conftest import Bus, Peer, RECORD, rows
 from hnipc import Reason
 
 ERROR = "org.freedesktop.DBus.Error."
@@ -390,19 +393,32 @@ def test_refused_by_the_policy_of_the_bus(tmp_path, bus):
     config.write_text("""<busconfig><type>system</type><listen>unix:tmpdir=/tmp</listen>
         <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>
         <allow receive_sender="*"/><deny send_destination="org.hnipc.m4"/></policy></busconfig>""")
-    import subprocess
-    process = subprocess.Popen(["dbus-daemon", f"--config-file={config}", "--nofork",
-                                "--nopidfile", f"--address=unix:path={tmp_path}/bus",
-                                "--print-address"], stdout=subprocess.PIPE)
+    strict = Bus(config)
     try:
-        address = process.stdout.readline().decode().strip()
-        server = Server(address, "org.hnipc.m4")
-        with hnipc.Printer(address) as printer:
+        server = Server(strict.address, "org.hnipc.m4")
+        with hnipc.Printer(strict.address) as printer:
             with pytest.raises(hnipc.CallFailed) as raised:
                 printer.getError()
             check(raised, hnipc.NotSent, Reason.AccessDenied, ERROR + "AccessDenied")
         server.close()
     finally:
-        process.kill()
-        process.wait()
-        process.stdout.close()
+        strict.stop()
+
+
+def test_bus_and_daemons_end_with_the_tests():
+    reader, writer = os.pipe()
+    tests = os.fork()
+    if tests == 0:
+        bus = Bus()
+        daemon = bus.start(f"{os.environ['HNIPC_TEST_DAEMON_DIR']}/hnipc-test-m4")
+        os.write(writer, f"{bus.pid} {daemon.pid}".encode())
+        signal.pause()
+    processes = os.read(reader, 100).decode().split()
+    os.kill(tests, signal.SIGKILL)
+    os.waitpid(tests, 0)
+    for process in processes:
+        with contextlib.suppress(FileNotFoundError):
+            while pathlib.Path(f"/proc/{process}/cmdline").read_bytes():
+                time.sleep(0.01)
+    os.close(reader)
+    os.close(writer)

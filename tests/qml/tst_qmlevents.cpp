@@ -48,14 +48,11 @@ static const ClientSignal &successorOf(int row)
 void tst_QmlEvents::handlersReceiveArgumentsByName_data()
 {
     QTest::addColumn<int>("row");
-    int rows = 0;
     for (int row = 0; row < clientSignalCount; ++row) {
         if (clientSignals[row].server != NoServer) {
             QTest::newRow(clientSignals[row].signature) << row;
-            ++rows;
         }
     }
-    QCOMPARE(rows, 59);
 }
 
 void tst_QmlEvents::handlersReceiveArgumentsByName()

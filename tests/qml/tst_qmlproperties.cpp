@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "expected/properties.h"
 #include "expected/samples.h"
 #include "handlers.h"
 #include "scene.h"
@@ -11,38 +12,26 @@ using namespace Expected;
 
 namespace {
 
-struct Bound
+struct Bound : ClientProperty
 {
-    const char *name; // in Bindings.qml
-    const char *property;
-    Server server;
-    const char *method;
-    const char *call;   // what a read sends
-    const char *signal; // of the daemon
-    const char *first;  // answers, as GVariant and as JSON
+    const char *binding; // in Bindings.qml
+    const char *first;   // replies, as GVariant and as JSON
     const char *firstValue;
     const char *second;
     const char *secondValue;
 };
 
+// In the order of the properties.
 const Bound bindings[] = {
-    { "supplyPercent", "qmlSupplyPercent", SUPPLYD, "supplySupplyPercent", "supplySupplyPercent()",
-      "SUPPLYD_SupplyPercentChanged", "80.0", "80", "79.5", "79.5" },
-    { "supplyColor", "qmlSupplyColorRGB", SUPPLYD, "supplySupplyRGB", "supplySupplyRGB('',)",
-      "SUPPLYD_SupplyRGBChanged", "'#fff'", "\"#fff\"", "'#000'", "\"#000\"" },
-    { "ribbonPercent", "qmlRibbonPercent", SUPPLYD, "supplyRibbon1Percent",
-      "supplyRibbon1Percent()", "SUPPLYD_Ribbon1PercentChanged", "60.0", "60", "59.5", "59.5" },
-    { "ribbonColors", "qmlRibbonColorRGBs", SUPPLYD, "supplyRibbon1RGBs", "supplyRibbon1RGBs('',)",
-      "SUPPLYD_Ribbon1RGBsChanged", "['#f00']", "[\"#f00\"]", "['#0f0', '#00f']",
+    { clientProperties[0], "supplyPercent", "80.0", "80", "79.5", "79.5" },
+    { clientProperties[1], "supplyColor", "'#fff'", "\"#fff\"", "'#000'", "\"#000\"" },
+    { clientProperties[2], "ribbonPercent", "60.0", "60", "59.5", "59.5" },
+    { clientProperties[3], "ribbonColors", "['#f00']", "[\"#f00\"]", "['#0f0', '#00f']",
       "[\"#0f0\",\"#00f\"]" },
-    { "supplySku", "qmlSupplySKU", SUPPLYD, "supplySKUCached", "supplySKUCached('',)",
-      "SUPPLYD_SupplyChanged", "'S-1'", "\"S-1\"", "'S-2'", "\"S-2\"" },
-    { "errorCode", "qmlPrintEngineErrorCode", M4, "getError", "getError()", "M4_Error", "3", "3",
-      "4", "4" },
-    { "alertCode", "qmlPrintEngineAlertCode", M4, "getAlert", "getAlert()", "M4_Alert", "5", "5",
-      "6", "6" },
-    { "battery", "qmlBatteryStatus", M4, "getBatteryStatus", "getBatteryStatus()",
-      "M4_M4BatteryUpdate", "87", "87", "86", "86" },
+    { clientProperties[4], "supplySku", "'S-1'", "\"S-1\"", "'S-2'", "\"S-2\"" },
+    { clientProperties[5], "errorCode", "3", "3", "4", "4" },
+    { clientProperties[6], "alertCode", "5", "5", "6", "6" },
+    { clientProperties[7], "battery", "87", "87", "86", "86" },
 };
 
 const int bindingCount = sizeof bindings / sizeof bindings[0];
@@ -115,7 +104,7 @@ void tst_QmlProperties::eachSignalReadsWhatItNotifiesOnce()
     scene.showFile("Bindings.qml");
     QCOMPARE(int(takeCalls().size()), bindingCount);
     for (const Bound &bound : bindings) {
-        QCOMPARE(scene.js(bound.name), QByteArray(bound.firstValue));
+        QCOMPARE(scene.js(bound.binding), QByteArray(bound.firstValue));
     }
     QCOMPARE(scene.js("percentText"), QByteArray("\"80 %\""));
 
@@ -125,11 +114,12 @@ void tst_QmlProperties::eachSignalReadsWhatItNotifiesOnce()
     QVERIFY(m_daemons->passFence());
     QList<QByteArray> expected;
     for (const Bound &bound : bindings) {
-        const bool notified = QByteArray(bound.signal) == signal.member;
+        const bool notified = QByteArray(bound.member) == signal.member;
         if (notified) {
-            expected.append(bound.call);
+            expected.append(QByteArray(bound.method) + bound.body);
         }
-        QCOMPARE(scene.js(bound.name), QByteArray(notified ? bound.secondValue : bound.firstValue));
+        QCOMPARE(scene.js(bound.binding),
+                 QByteArray(notified ? bound.secondValue : bound.firstValue));
     }
     QCOMPARE(takeCalls(), expected);
     QCOMPARE(scene.warnings(), QList<QByteArray>());
@@ -139,14 +129,14 @@ void tst_QmlProperties::writeIsRefused_data()
 {
     QTest::addColumn<int>("row");
     for (int row = 0; row < bindingCount; ++row) {
-        QTest::newRow(bindings[row].property) << row;
+        QTest::newRow(bindings[row].name) << row;
     }
 }
 
 void tst_QmlProperties::writeIsRefused()
 {
     QFETCH(int, row);
-    const QByteArray property = bindings[row].property;
+    const QByteArray property = bindings[row].name;
     Scene scene;
     scene.show("import HNIPC 1.0\nHNIPC { id: printer }");
     QCOMPARE(scene.js("printer." + property + " = " + bindings[row].secondValue),

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "expected/clientslots.h"
+#include "expected/properties.h"
 #include "handlers.h"
+#include "support/process.h"
 #include "support/qtmajors.h"
 #include "support/signature.h"
 
@@ -13,7 +15,6 @@
 #include <QtCore/QMap>
 #include <QtCore/QMetaEnum>
 #include <QtCore/QMetaProperty>
-#include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 #include <QtTest/QTest>
@@ -134,9 +135,7 @@ private:
     // the interpreter.
     QByteArray lint(const QString &file, const QStringList &compiler = QStringList())
     {
-        QProcess process;
-        process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(
+        const Outcome outcome = runProgram(
             QString::fromLatin1(HNIPC_QMLLINT), QStringList {
                 QString::fromLatin1("-I"), QString::fromLatin1(HNIPC_QML_BUILD_DIR),
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
@@ -145,13 +144,8 @@ private:
 #endif
                     file
             } + compiler);
-        if (!process.waitForFinished()) {
-            return "qmllint does not run";
-        }
-        const QByteArray output = process.readAll();
-        return process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0
-            ? output
-            : "failed: " + output;
+        const QByteArray output = outcome.output + outcome.errors;
+        return outcome.code == 0 ? output : "failed: " + output;
     }
 
     QByteArray lintText(const QByteArray &text)
@@ -231,17 +225,9 @@ void tst_QmlTypes::initTestCase()
 void tst_QmlTypes::clientIsDescribed()
 {
     Members expected;
-    for (const char *property : {
-             "property double qmlSupplyPercent read-only",
-             "property QString qmlSupplyColorRGB read-only",
-             "property double qmlRibbonPercent read-only",
-             "property QStringList qmlRibbonColorRGBs read-only",
-             "property QString qmlSupplySKU read-only",
-             "property int qmlPrintEngineErrorCode read-only",
-             "property int qmlPrintEngineAlertCode read-only",
-             "property int qmlBatteryStatus read-only",
-         }) {
-        expected.append(property);
+    for (const ClientProperty &property : clientProperties) {
+        expected.append(QByteArray("property ") + property.type + ' ' + property.name
+                        + " read-only");
     }
     for (const ClientSignal &signal : clientSignals) {
         expected.append(member("signal", nameOf(signal.signature), typesOf(signal.signature),
@@ -253,7 +239,6 @@ void tst_QmlTypes::clientIsDescribed()
                                nameOf(slot.signature), typesOf(slot.signature),
                                namesOf(slot.parameters)));
     }
-    QCOMPARE(int(expected.size()), 8 + 60 + 147);
     QCOMPARE(m_members.value("HNIPC"), expected);
 }
 
@@ -280,7 +265,6 @@ void tst_QmlTypes::eventsAreDescribed()
                                    namesOf(signal.parameters)));
         }
     }
-    QCOMPARE(int(expected.size()), 59);
     expected.prepend("property bool listening read-only");
     expected.append("signal received(QString name, QVariantList values)");
     expected.append("signal listeningChanged(bool listening)");
@@ -418,12 +402,10 @@ void tst_QmlTypes::everyMemberIsKnown()
     for (const ClientSlot &slot : clientSlots) {
         use(slot.parameters, nameOf(slot.signature) + '(' + slot.parameters + ')');
     }
-    for (const char *property : { "qmlSupplyPercent", "qmlSupplyColorRGB", "qmlRibbonPercent",
-                                  "qmlRibbonColorRGBs", "qmlSupplySKU", "qmlPrintEngineErrorCode",
-                                  "qmlPrintEngineAlertCode", "qmlBatteryStatus" }) {
-        use("", property);
+    for (const ClientProperty &property : clientProperties) {
+        use("", property.name);
     }
-    QCOMPARE(functions, 60 + 147 + 8);
+    QCOMPARE(functions, clientSignalCount + clientSlotCount + clientPropertyCount);
     text += "}\n";
     QCOMPARE(lintText(text), QByteArray());
 }
@@ -450,7 +432,6 @@ void tst_QmlTypes::everyMemberOfEventsIsKnown()
                 + ".connect(f);\n    }\n";
         }
     }
-    QCOMPARE(count, 59);
     QCOMPARE(lintText(text + "    }\n\n" + handlers + functions + "}\n"), QByteArray());
 }
 

@@ -2,35 +2,25 @@
 #ifndef HNIPC_TESTS_SERVERINTERFACETEST_H
 #define HNIPC_TESTS_SERVERINTERFACETEST_H
 
-#include "expected/identities.h"
-#include "expected/pulses.h"
-#include "expected/serverslots.h"
+#include "contract/interfaces.h"
 #include "outbox.h"
 #include "recorder.h"
 
 #include <hnipc/hnipcserver.h>
 
-// What holds for the interfaces of all daemons: the tables against the meta-object, against the
-// introspection, and against every call and signal on the wire. The tests of the daemons derive
-// from it and add what is particular to one.
+// Holds every call and signal on the wire against interfaces/, for each daemon. tst_contract holds the
+// meta-object and the introspection against it. The tests of the daemons derive from this class and
+// add what is particular to one.
 class ServerInterfaceTest : public QObject
 {
     Q_OBJECT
 
 protected:
-    template <int slotCount, int pulseCount>
-    ServerInterfaceTest(Expected::Server daemon, const QMetaObject &metaObject,
-                        const Expected::ServerSlot (&slotTable)[slotCount],
-                        const Expected::Pulse (&pulseTable)[pulseCount])
+    ServerInterfaceTest(Expected::Server daemon, const QMetaObject &metaObject)
         : m_daemon(daemon), m_interface(Expected::identities[daemon].interface),
-          m_metaObject(&metaObject), m_server(0), m_recorder(0)
+          m_metaObject(&metaObject), m_slots(Expected::serverSlots(daemon)), m_server(0),
+          m_recorder(0)
     {
-        for (const Expected::ServerSlot &row : slotTable) {
-            m_slots.append(row);
-        }
-        for (const Expected::Pulse &row : pulseTable) {
-            m_pulses.append(row);
-        }
     }
 
     // A concrete server object that is a Recorder, too.
@@ -55,12 +45,8 @@ private slots:
     void claimsItsNameAndIsExported();
     void belongsToItsParent();
     void metaObjectHasOnlyTheSlots();
-    void slotIsDeclared_data();
-    void slotIsDeclared();
-    void introspectionShowsTheSlotsAndNothingElse();
     void operationTakesAndAnswersOnTheWire_data();
     void operationTakesAndAnswersOnTheWire();
-    void everyPulseHasItsSlot();
     void pulseSendsItsSignal_data();
     void pulseSendsItsSignal();
     void remotePulseSendsItsSignalAndAnswersTrue_data();
@@ -71,7 +57,6 @@ private slots:
 private:
     void addRows(bool (*selects)(const Expected::ServerSlot &));
     bool isSlot(const QByteArray &signature) const;
-    Expected::Pulse pulseOf(const Expected::ServerSlot &slot) const;
     void pulse(bool (ServerInterfaceTest::*callWith)(int, int));
     bool callInProcess(int index, int round);
     bool callRemotely(int index, int round);
@@ -79,8 +64,7 @@ private:
     const Expected::Server m_daemon;
     const QByteArray m_interface;
     const QMetaObject *const m_metaObject;
-    QList<Expected::ServerSlot> m_slots;
-    QList<Expected::Pulse> m_pulses;
+    const QList<Expected::ServerSlot> m_slots;
     WirePeer m_peer;
     Outbox m_outbox;
     HNIPCServer *m_server;

@@ -54,9 +54,8 @@ class tst_IoexpdServer : public ServerInterfaceTest
 
 public:
     tst_IoexpdServer()
-        : ServerInterfaceTest(Expected::IOEXPD, IHNIPCIOEXPD::staticMetaObject,
-                              Expected::ioexpdSlots, Expected::ioexpdPulses),
-          m_presses(0), m_pressesWithValue(0)
+        : ServerInterfaceTest(Expected::IOEXPD, IHNIPCIOEXPD::staticMetaObject), m_presses(0),
+          m_pressesWithValue(0)
     {
     }
 

@@ -160,11 +160,7 @@ class tst_M4Server : public ServerInterfaceTest
     Q_OBJECT
 
 public:
-    tst_M4Server()
-        : ServerInterfaceTest(Expected::M4, IHNIPCM4::staticMetaObject, Expected::m4Slots,
-                              Expected::m4Pulses)
-    {
-    }
+    tst_M4Server() : ServerInterfaceTest(Expected::M4, IHNIPCM4::staticMetaObject) {}
 
 protected:
     HNIPCServer *create(QObject *parent) override

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "support/faultybus.h"
+#include "support/privatebus.h"
 #include "support/wirepeer.h"
 
 #include <hnipc/hnipcserver.h>
@@ -52,9 +52,8 @@ int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     // It answers nobody who owns a name, and lets nobody own the print engine's.
-    const FaultyBus bus(QByteArray(),
-                        "<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
-                        "<deny own='org.hnipc.m4'/>");
+    const PrivateBus bus("<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
+                         "<deny own='org.hnipc.m4'/>");
     tst_ServerUnderPolicy test;
     return QTest::qExec(&test, argc, argv);
 }

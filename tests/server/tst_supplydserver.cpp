@@ -167,8 +167,7 @@ class tst_SupplydServer : public ServerInterfaceTest
 
 public:
     tst_SupplydServer()
-        : ServerInterfaceTest(Expected::SUPPLYD, IHNIPCSUPPLYD::staticMetaObject,
-                              Expected::supplydSlots, Expected::supplydPulses),
+        : ServerInterfaceTest(Expected::SUPPLYD, IHNIPCSUPPLYD::staticMetaObject),
           m_recordWasKnown(true)
     {
     }

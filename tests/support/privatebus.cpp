@@ -1,28 +1,113 @@
 // SPDX-License-Identifier: MIT
 #include "privatebus.h"
 
-#include <gio/gio.h>
+#include <QtCore/QFile>
+#include <QtCore/QTemporaryFile>
+#include <QtCore/QUuid>
 
-struct PrivateBus::Private
-{
-    GTestDBus *bus;
-    QByteArray address;
-};
+#include <cstdlib>
+#include <unistd.h>
 
-PrivateBus::PrivateBus() : d(new Private)
+static QByteArray contentOf(const QByteArray &fileName)
 {
-    d->bus = g_test_dbus_new(G_TEST_DBUS_NONE);
-    g_test_dbus_up(d->bus);
-    d->address = g_test_dbus_get_bus_address(d->bus);
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", d->address);
+    QFile file(QString::fromLatin1(fileName));
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+static QList<QByteArray> childrenOf(pid_t process)
+{
+    const QByteArray id = QByteArray::number(process);
+    const QByteArray children = contentOf("/proc/" + id + "/task/" + id + "/children").simplified();
+    return children.isEmpty() ? QList<QByteArray>() : children.split(' ');
+}
+
+BusProcess::BusProcess(const QByteArray &rules, const QByteArray &limits, const QByteArray &address)
+    : m_address(address), m_configuration(configuration(address, rules, limits))
+{
+    start();
+}
+
+QByteArray BusProcess::newAddress()
+{
+    // A name that the kernel frees with the bus.
+    return "unix:abstract=hnipc-test-" + QUuid::createUuid().toString().mid(1, 36).toLatin1();
+}
+
+QByteArray BusProcess::configuration(const QByteArray &address, const QByteArray &rules,
+                                     const QByteArray &limits)
+{
+    return "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN'"
+           " 'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
+           "<busconfig><type>session</type><listen>"
+        + address + "</listen><auth>EXTERNAL</auth>" + limits
+        + "<policy context='default'><allow own='*'/><allow eavesdrop='true'/>"
+          "<allow send_destination='*' eavesdrop='true'/>"
+        + rules + "</policy></busconfig>";
+}
+
+void BusProcess::start()
+{
+    QTemporaryFile file;
+    if (!file.open() || file.write(m_configuration) != m_configuration.size() || !file.flush()) {
+        qFatal("no configuration for a bus");
+    }
+    m_process.forwardErrors();
+    m_process.start(QLatin1String("dbus-daemon"),
+                    QStringList() << QLatin1String("--config-file=") + file.fileName()
+                                  << QLatin1String("--nofork") << QLatin1String("--print-address"));
+    // It has read the file and listens when it prints its address.
+    while (!m_process.canReadLine()) {
+        if (!m_process.waitForReadyRead()) {
+            qFatal("no private bus");
+        }
+    }
+    m_process.readAllStandardOutput();
+}
+
+void BusProcess::kill()
+{
+    const QList<QByteArray> children = childrenOf(m_process.id());
+    signal(SIGKILL);
+    m_process.waitForFinished();
+    // Its address is free when the last of its processes has ended. Turns no event loop.
+    for (const QByteArray &child : children) {
+        while (!contentOf("/proc/" + child + "/cmdline").isEmpty()) {
+            usleep(1000);
+        }
+    }
+    if (m_address.startsWith("unix:path=")) {
+        QFile::remove(QFile::decodeName(m_address.mid(10)));
+    }
+}
+
+// dbus-broker does the work in a child of the process that was started.
+void BusProcess::signal(int number)
+{
+    const pid_t id = m_process.id();
+    const QList<QByteArray> children = childrenOf(id);
+    bool reached = id > 0 && ::kill(id, number) == 0;
+    for (const QByteArray &child : children) {
+        reached = reached && ::kill(child.toInt(), number) == 0;
+    }
+    if (!reached) {
+        qFatal("no way to signal the bus");
+    }
+}
+
+PrivateBus *PrivateBus::s_instance = nullptr;
+
+PrivateBus::PrivateBus(const QByteArray &rules, const QByteArray &limits)
+    : BusProcess(rules, limits)
+{
+    s_instance = this;
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address().toLatin1());
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
+    unsetenv("DISPLAY"); // nothing is to be drawn where somebody sees it
 }
 
-PrivateBus::~PrivateBus()
+QProcessEnvironment environmentAt(const BusProcess &bus)
 {
-    g_test_dbus_down(d->bus);
-    g_object_unref(d->bus);
-    delete d;
+    QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
+    result.insert(QLatin1String("DBUS_SYSTEM_BUS_ADDRESS"), bus.address());
+    return result;
 }
-
-QByteArray PrivateBus::address() const { return d->address; }

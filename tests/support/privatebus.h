@@ -2,27 +2,64 @@
 #ifndef HNIPC_TESTS_PRIVATEBUS_H
 #define HNIPC_TESTS_PRIVATEBUS_H
 
+#include "process.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QCoreApplication>
 #include <QtTest/QTest>
 
-// A message bus of the test program's own that plays the system bus while the object lives. It has
-// to be made before the first Qt connection. The session bus is made unreachable, so that traffic
-// that goes to the wrong bus fails.
-class PrivateBus
+// A message bus that ends with the test. It allows everything but what its rules deny, and leaves no
+// file behind. It runs "dbus-daemon" of the PATH, which can be dbus-broker.
+class BusProcess
 {
 public:
-    PrivateBus();
-    ~PrivateBus();
+    // The rules and the limits are elements of the bus' configuration.
+    explicit BusProcess(const QByteArray &rules = QByteArray(),
+                        const QByteArray &limits = QByteArray(),
+                        const QByteArray &address = newAddress());
 
-    QByteArray address() const;
+    QString address() const { return QString::fromLatin1(m_address); }
+    pid_t id() const { return m_process.id(); }
+
+    void start(); // again, at the same address
+    void kill();  // without a word to its clients
+    void halt() { signal(SIGSTOP); }
+    void resume() { signal(SIGCONT); }
+
+    // For a program that starts a bus by itself.
+    static QByteArray configuration(const QByteArray &address,
+                                    const QByteArray &rules = QByteArray(),
+                                    const QByteArray &limits = QByteArray());
 
 private:
-    Q_DISABLE_COPY(PrivateBus)
+    Q_DISABLE_COPY(BusProcess)
 
-    struct Private;
-    Private *d;
+    static QByteArray newAddress();
+    void signal(int number);
+
+    const QByteArray m_address;
+    const QByteArray m_configuration;
+    Process m_process;
 };
+
+// The bus that plays the system bus while the object lives. It has to be made before the first Qt
+// connection. The session bus is made unreachable, so that traffic that goes to the wrong bus fails.
+class PrivateBus : public BusProcess
+{
+public:
+    explicit PrivateBus(const QByteArray &rules = QByteArray(),
+                        const QByteArray &limits = QByteArray());
+    ~PrivateBus() { s_instance = nullptr; }
+
+    // The one of this program.
+    static PrivateBus *instance() { return s_instance; }
+
+private:
+    static PrivateBus *s_instance;
+};
+
+// The environment of a program whose system bus is this one.
+QProcessEnvironment environmentAt(const BusProcess &bus);
 
 #define HNIPC_TEST_MAIN(TestClass)                                                                 \
     int main(int argc, char **argv)                                                                \

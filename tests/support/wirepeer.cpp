@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "wirepeer.h"
-#include "waituntil.h"
+#include "privatebus.h"
 
 #include <gio/gio.h>
 
@@ -289,11 +289,11 @@ GDBusMessage *filter(GDBusConnection *connection, GDBusMessage *message, gboolea
 
 void forget(gpointer userData) { delete static_cast<StatePointer *>(userData); }
 
-GDBusConnection *connectToBus(const StatePointer &state, guint *filterId)
+GDBusConnection *connectToBus(const StatePointer &state, guint *filterId, const QByteArray &address)
 {
     GError *error = nullptr;
     GDBusConnection *connection = g_dbus_connection_new_for_address_sync(
-        qgetenv("DBUS_SYSTEM_BUS_ADDRESS").constData(),
+        address.constData(),
         GDBusConnectionFlags(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT
                              | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, &error);
@@ -352,8 +352,9 @@ QByteArray WireMessage::line() const
 
 struct WirePeer::Private
 {
-    Private()
-        : state(std::make_shared<State>()), filterId(0), connection(connectToBus(state, &filterId))
+    explicit Private(const QByteArray &address)
+        : state(std::make_shared<State>()), filterId(0),
+          connection(connectToBus(state, &filterId, address))
     {
     }
 
@@ -368,7 +369,9 @@ struct WirePeer::Private
     GDBusConnection *connection;
 };
 
-WirePeer::WirePeer() : d(new Private) {}
+WirePeer::WirePeer() : d(new Private(qgetenv("DBUS_SYSTEM_BUS_ADDRESS"))) {}
+
+WirePeer::WirePeer(const BusProcess &bus) : d(new Private(bus.address().toLatin1())) {}
 
 WirePeer::~WirePeer()
 {
@@ -575,8 +578,8 @@ void WirePeer::clearSignals()
 struct WireMonitor::Private
 {
     Private()
-        : state(std::make_shared<State>()), filterId(0), connection(connectToBus(state, &filterId)),
-          markers(0)
+        : state(std::make_shared<State>()), filterId(0),
+          connection(connectToBus(state, &filterId, qgetenv("DBUS_SYSTEM_BUS_ADDRESS"))), markers(0)
     {
         {
             const Lock lock(state->mutex);

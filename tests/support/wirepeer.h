@@ -33,13 +33,16 @@ struct WireMessage
 
 Q_DECLARE_METATYPE(WireMessage)
 
+class BusProcess;
+
 // A program at the other end of the bus that shares no code with the library nor with Qt D-Bus.
 // It records and answers on a thread of its own, so also while the test's thread blocks in a call.
 class WirePeer
 {
 public:
     WirePeer();
-    ~WirePeer(); // leaves the bus at once, with all its names
+    explicit WirePeer(const BusProcess &bus); // another bus than the one in the system bus' place
+    ~WirePeer();                              // leaves the bus at once, with all its names
 
     QByteArray uniqueName() const;
     bool own(const QByteArray &busName);      // true when this peer is now the owner

@@ -2,49 +2,33 @@
 #ifndef HNIPC_TESTS_TOOLS_DESK_H
 #define HNIPC_TESTS_TOOLS_DESK_H
 
-#include "support/waituntil.h"
+#include "support/process.h"
 #include "support/wirepeer.h"
-
-#include <QtCore/QProcess>
-#include <QtCore/QStringList>
 
 #include <map>
 #include <memory>
 
 // One simulated daemon, as the program that it is.
-class SimulatedDaemon
+class SimulatedDaemon : public Process
 {
 public:
     explicit SimulatedDaemon(const QStringList &arguments)
     {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), arguments);
+        forwardErrors();
+        start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), arguments);
     }
 
     ~SimulatedDaemon() { stop(); }
 
-    bool isServing()
-    {
-        return waitUntil([this]() {
-                   m_output += m_process.readAllStandardOutput();
-                   return m_output.contains("ready\n") || hasEnded();
-               })
-            && !hasEnded();
-    }
+    bool isServing() { return prints("ready\n") && isRunning(); }
 
     void stop()
     {
-        m_process.terminate();
-        waitUntil([this]() { return hasEnded(); });
+        terminate();
+        ends();
     }
 
-    bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
-    QProcess &process() { return m_process; }
-    QByteArray output() { return m_output += m_process.readAllStandardOutput(); }
-
-private:
-    QProcess m_process;
-    QByteArray m_output;
+    bool hasEnded() const { return !isRunning(); }
 };
 
 // Simulated daemons on the private bus, and somebody at the wire who acts and listens.

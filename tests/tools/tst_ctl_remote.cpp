@@ -59,41 +59,21 @@ bool isRunning(const QByteArray &pid)
 class Printer
 {
 public:
-    explicit Printer(const QString &socket) : m_bus(configuration(socket))
+    explicit Printer(const QString &socket)
+        : m_bus(QByteArray(), QByteArray(), "unix:path=" + socket.toUtf8()), m_peer(m_bus)
     {
-        const QByteArray address = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_bus.address().toLatin1());
-        m_peer.reset(new WirePeer);
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
         for (const char *name : { "org.hnipc.ioexpd", "org.hnipc.m4", "org.hnipc.supplyd" }) {
-            if (!m_peer->own(name)) {
+            if (!m_peer.own(name)) {
                 qFatal("a printer does not start");
             }
         }
     }
 
-    WirePeer &peer() { return *m_peer; }
+    WirePeer &peer() { return m_peer; }
 
 private:
-    static QString configuration(const QString &socket)
-    {
-        const QString fileName = socket + QStringLiteral(".conf");
-        if (!write(
-                fileName,
-                "<!DOCTYPE busconfig PUBLIC '-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN' "
-                "'http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd'>"
-                "<busconfig><type>session</type><listen>unix:path="
-                    + socket.toUtf8()
-                    + "</listen><auth>EXTERNAL</auth><policy context='default'>"
-                      "<allow own='*'/><allow send_destination='*' eavesdrop='true'/>"
-                      "<allow eavesdrop='true'/></policy></busconfig>")) {
-            qFatal("no configuration");
-        }
-        return fileName;
-    }
-
-    OtherBus m_bus;
-    std::unique_ptr<WirePeer> m_peer;
+    BusProcess m_bus;
+    WirePeer m_peer;
 };
 
 } // namespace
@@ -410,7 +390,7 @@ void tst_CtlRemote::leavesNoSsh()
         QVERIFY(isRunning(pid));
         ctl->send(signal);
     }
-    QVERIFY(ctl->ended());
+    QVERIFY(ctl->ends());
     QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
 }
 
@@ -743,7 +723,7 @@ void tst_CtlRemote::fleetInJsonInterrupted()
     QVERIFY(ctl->prints("\"host\":\"p1\""));
     QVERIFY(ctl->prints("\"host\":\"down\""));
     QVERIFY(waitUntil([this]() { return !m_printers[1]->peer().calls().isEmpty(); }));
-    QCOMPARE(ctl->soFar().count('\n'), 2);
+    QCOMPARE(ctl->output().count('\n'), 2);
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
     const QMap<QString, QJsonObject> rows = byHost(ctl->out());

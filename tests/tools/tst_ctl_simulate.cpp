@@ -23,10 +23,7 @@ QStringList simulate(const char *words)
 
 QJsonObject object(const QByteArray &json) { return QJsonDocument::fromJson(json).object(); }
 
-void stopProcess(SimulatedDaemon *daemon, bool stop)
-{
-    ::kill(pid_t(daemon->process().processId()), stop ? SIGSTOP : SIGCONT);
-}
+void stopProcess(SimulatedDaemon *daemon, bool stop) { daemon->send(stop ? SIGSTOP : SIGCONT); }
 
 } // namespace
 

@@ -211,7 +211,7 @@ void tst_CtlTrace::recordsTypes()
     // Each when the one before has its time.
     int written = 1;
     for (const Sent &signal : sent) {
-        QVERIFY(waitUntil([&]() { return ctl.soFar().count('\n') == written; }));
+        QVERIFY(waitUntil([&]() { return ctl.output().count('\n') == written; }));
         QVERIFY(daemons.emitSignal(signal.server, signal.member, signal.body));
         ++written;
     }
@@ -360,7 +360,7 @@ void tst_CtlTrace::standInLeaves()
     QVERIFY2(answer.errorName.startsWith("org.freedesktop.DBus.Error.Unknown"), answer.errorName);
     QVERIFY(WirePeer().own("org.hnipc.supplyd"));
     player.interrupt();
-    QVERIFY(player.ended());
+    QVERIFY(player.ends());
     QVERIFY(waitUntil([&]() { return peer.own("org.hnipc.m4"); }));
     QVERIFY(peer.release("org.hnipc.m4"));
 
@@ -410,13 +410,9 @@ void tst_CtlTrace::refusesRealDaemon()
 // Its rules say that it is a printer's.
 void tst_CtlTrace::refusesABusWithRules()
 {
-    OtherBus bus(busConfiguration(*m_directory,
-                                  "<deny send_destination='org.hnipc.m4' "
-                                  "send_interface='org.hnipc.Simulator'/>"));
-    const QByteArray usual = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLatin1());
-    WirePeer m4;
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", usual);
+    BusProcess bus("<deny send_destination='org.hnipc.m4' "
+                   "send_interface='org.hnipc.Simulator'/>");
+    WirePeer m4(bus);
     QVERIFY(m4.own("org.hnipc.m4"));
     m4.answerAll("(@as [],)");
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
@@ -478,7 +474,7 @@ void tst_CtlTrace::stopsForARealDaemon()
 void tst_CtlTrace::haltedSimulator()
 {
     Desk desk({ QStringLiteral("m4") });
-    const pid_t pid = pid_t(desk.daemon(QStringLiteral("m4")).process().processId());
+    const pid_t pid = desk.daemon(QStringLiteral("m4")).id();
     ::kill(pid, SIGSTOP);
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
     Ctl ctl(replay(file) << QStringLiteral("--timeout") << QStringLiteral("250"));
@@ -545,11 +541,8 @@ void tst_CtlTrace::throughAPipe()
 // It stands in for no daemon whose name it may not have, and for none of the others then.
 void tst_CtlTrace::refusedName()
 {
-    OtherBus bus(busConfiguration(*m_directory, "<deny own='org.hnipc.supplyd'/>"));
-    const QByteArray usual = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toLatin1());
-    WirePeer peer;
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", usual);
+    BusProcess bus("<deny own='org.hnipc.supplyd'/>");
+    WirePeer peer(bus);
     listen(&peer);
 
     const QString file = write("trace",

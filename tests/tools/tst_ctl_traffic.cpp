@@ -432,14 +432,14 @@ void tst_CtlTraffic::callerNames()
     QVERIFY(QFile::link(text(HNIPC_TOOLS_DIR "/hnipcctl"), m_directory->filePath(name)));
     const auto asText = trace("--count 2");
     const auto asJson = trace("--count 2 --json");
-    QProcess process;
+    Process process;
     process.start(m_directory->filePath(name), words("call getError"));
     QVERIFY(process.waitForStarted());
     const qint64 pid = process.processId();
     QVERIFY(isHeld(M4, 0));
     QVERIFY(knowsCallers(asText.get()) && asJson->prints("printerSoftCancel"));
     daemon(M4).answerHeld(0, "(0,)");
-    QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
+    QVERIFY(process.ends());
 
     const QJsonObject
         caller = objects(asJson->out()).value(1).value(QLatin1String("caller")).toObject();
@@ -629,7 +629,7 @@ void tst_CtlTraffic::callerLeaves()
     const auto held = caller("getError");
     QVERIFY(isHeld(M4, 0));
     held->send(SIGKILL);
-    QVERIFY(held->ended());
+    QVERIFY(held->ends());
     QVERIFY(asText->prints("m4      getError -> the caller left the bus before the reply\n"));
     // A reply that comes all the same is none of another call.
     daemon(M4).answerHeld(0, "(6,)");
@@ -893,7 +893,7 @@ void tst_CtlTraffic::ends()
 
 void tst_CtlTraffic::busLost()
 {
-    OtherBus bus(busConfiguration(*m_directory, ""));
+    BusProcess bus;
     Ctl ctl(words("trace --summary --address")
             << bus.address() << text("--picture") << path("p.svg"));
     QVERIFY(ctl.complains("tracing"));
@@ -906,9 +906,8 @@ void tst_CtlTraffic::busLost()
 
 void tst_CtlTraffic::noRight()
 {
-    OtherBus bus(busConfiguration(*m_directory,
-                                  "<deny send_destination='org.freedesktop.DBus' "
-                                  "send_interface='org.freedesktop.DBus.Monitoring'/>"));
+    BusProcess bus("<deny send_destination='org.freedesktop.DBus' "
+                   "send_interface='org.freedesktop.DBus.Monitoring'/>");
     const QByteArray message = "no right to trace: the bus lets only root, and the user whom the "
                                "bus itself runs as, see "
                                "the calls of others; try: sudo hnipcctl trace";
@@ -1170,7 +1169,7 @@ void tst_CtlTraffic::keepsUp()
 void tst_CtlTraffic::saysWhatIsLost()
 {
     const QString gate = path("gate");
-    QCOMPARE(QProcess::execute(text("mkfifo"), { gate }), 0);
+    QCOMPARE(runProgram(text("mkfifo"), { gate }).code, 0);
     daemon(M4).answer("m4Version", "('" + QByteArray(1 << 20, 'x') + "',)");
     const int total = 100;
     // Nobody reads what is printed until the gate opens.
@@ -1186,7 +1185,7 @@ void tst_CtlTraffic::saysWhatIsLost()
     QFile opened(gate);
     QVERIFY(opened.open(QIODevice::WriteOnly) && opened.write("\n") == 1);
     opened.close();
-    QVERIFY(ctl->ended());
+    QVERIFY(ctl->ends());
     QVERIFY(saysSo);
     int printed = 0;
     int lost = 0;
@@ -1288,7 +1287,7 @@ void tst_CtlTraffic::pictureOfKilled()
 {
     const auto ctl = trace(("--picture " + path("p.svg").toUtf8()).constData());
     ctl->send(SIGKILL);
-    QVERIFY(ctl->ended());
+    QVERIFY(ctl->ends());
     const Picture picture(content(path("p.svg")));
     QCOMPARE(picture.error, QString());
     QVERIFY(picture.texts.contains(text("hnipcctl was ended before it could draw the calls.")));
@@ -1301,7 +1300,7 @@ void tst_CtlTraffic::pictureNames()
     const QString name = text("<&>\"'\001\xef\xbf\xbe");
     QVERIFY(QFile::link(text(HNIPC_TOOLS_DIR "/hnipcctl"), m_directory->filePath(name)));
     const auto ctl = trace(("--count 2 --picture " + path("p.svg").toUtf8()).constData());
-    QProcess process;
+    Process process;
     process.start(m_directory->filePath(name), words("call getError"));
     QVERIFY(process.waitForStarted());
     const QString pid = QString::number(process.processId());
@@ -1309,7 +1308,7 @@ void tst_CtlTraffic::pictureNames()
     QVERIFY(knowsCallers(ctl.get()));
     daemon(M4).answerHeld(0, "(0,)");
     QCOMPARE(ctl->exitCode(), 0);
-    QVERIFY(waitUntil([&]() { return process.state() == QProcess::NotRunning; }));
+    QVERIFY(process.ends());
     const Picture picture(content(path("p.svg")));
     QCOMPARE(picture.error, QString());
     QVERIFY2(picture.texts.contains(text("<&>\"'\\u0001\xef\xbf\xbd ") + pid),

@@ -160,7 +160,7 @@ void tst_RequestFaults::deathAfterReadingIsUnknown()
 void tst_RequestFaults::deathBeforeReadingIsUnknown()
 {
     Desk desk({ "m4" });
-    const pid_t process = pid_t(desk.daemon("m4").process().processId());
+    const pid_t process = desk.daemon("m4").id();
     QCOMPARE(kill(process, SIGSTOP), 0);
     Counted request("cycleCutter");
     QVERIFY(request.send());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/onbroker.h"
+#include "support/process.h"
 #include "support/qtmajors.h"
 #include "support/waituntil.h"
 #include "support/wirepeer.h"
@@ -9,7 +10,6 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QProcess>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QUuid>
@@ -36,13 +36,13 @@ QByteArray read(const QString &fileName)
 }
 
 // hnipc-sandbox as a process. All that it starts inherits a mark, by which it can be found.
-class Sandbox
+class Sandbox : public Process
 {
 public:
-    explicit Sandbox(const QStringList &arguments) { start(sandboxProgram, arguments); }
+    explicit Sandbox(const QStringList &arguments) { begin(sandboxProgram, arguments); }
 
     // Another program, of which the sandbox is a child.
-    Sandbox(const QString &program, const QStringList &arguments) { start(program, arguments); }
+    Sandbox(const QString &program, const QStringList &arguments) { begin(program, arguments); }
 
     Sandbox(const QStringList &arguments, const QList<QPair<QString, QString>> &variables)
         : Sandbox(sandboxProgram, arguments, variables)
@@ -53,37 +53,13 @@ public:
             const QList<QPair<QString, QString>> &variables)
         : m_variables(variables)
     {
-        start(program, arguments);
+        begin(program, arguments);
     }
-
-    ~Sandbox()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-
-    QProcess &process() { return m_process; }
-
-    bool hasEnded()
-    {
-        return waitUntil([this]() { return m_process.state() == QProcess::NotRunning; });
-    }
-
-    // Until it ends; -1 where a signal ended it.
-    int exitCode()
-    {
-        return hasEnded() && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode()
-                                                                            : -1;
-    }
-
-    QByteArray output() { return m_output += m_process.readAllStandardOutput(); }
-    QByteArray errors() { return m_errors += m_process.readAllStandardError(); }
 
     bool says(const QByteArray &text)
     {
         const bool said = waitUntil([this, &text]() {
-            return output().contains(text) || errors().contains(text)
-                || m_process.state() == QProcess::NotRunning;
+            return output().contains(text) || errors().contains(text) || !isRunning();
         });
         return said && (output().contains(text) || errors().contains(text));
     }
@@ -117,25 +93,22 @@ public:
     }
 
 private:
-    void start(const QString &program, const QStringList &arguments)
+    void begin(const QString &program, const QStringList &arguments)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HNIPC_TEST_MARK"), QString::fromLatin1(m_mark));
         for (const auto &variable : std::as_const(m_variables)) {
             environment.insert(variable.first, variable.second);
         }
-        m_process.setProcessEnvironment(environment);
-        m_process.start(program, arguments);
-        if (!m_process.waitForStarted()) {
-            qFatal("%s: %s", qPrintable(program), qPrintable(m_process.errorString()));
+        setProcessEnvironment(environment);
+        start(program, arguments);
+        if (!waitForStarted()) {
+            qFatal("%s: %s", qPrintable(program), qPrintable(errorString()));
         }
     }
 
-    QProcess m_process;
     QByteArray m_mark = QUuid::createUuid().toByteArray();
     QList<QPair<QString, QString>> m_variables;
-    QByteArray m_output;
-    QByteArray m_errors;
 };
 
 // A sandbox whose command does nothing but live, and this program among its daemons.
@@ -147,9 +120,7 @@ public:
                   + QStringList { "--", "sh", "-c",
                                   "echo \"address $DBUS_SYSTEM_BUS_ADDRESS\"; exec cat" })
     {
-        const bool open = waitUntil([this]() {
-            return output().contains('\n') || process().state() == QProcess::NotRunning;
-        });
+        const bool open = waitUntil([this]() { return output().contains('\n') || !isRunning(); });
         if (!open || !output().startsWith("address ")) {
             qFatal("no sandbox: %s", errors().constData());
         }
@@ -312,8 +283,8 @@ void tst_Sandbox::commandHasStreamsAndArguments()
     Sandbox sandbox({ "--daemons", "none", "--", "sh", "-c",
                       "printf '<%s>' \"$@\"; cat; echo wrong >&2", "name", "--", "two words", "",
                       "--daemons", "\xc3\xa4" });
-    sandbox.process().write("what was typed\n");
-    sandbox.process().closeWriteChannel();
+    sandbox.write("what was typed\n");
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
     QCOMPARE(sandbox.output(),
              QByteArray("<--><two words><><--daemons><\xc3\xa4>what was typed\n"));
@@ -444,7 +415,7 @@ void tst_Sandbox::leavesNothingBehind()
         // Two of the sandbox, the bus, three daemons, and the command, which has no environment for
         // the moment in which it becomes another program.
         QVERIFY(waitUntil([&sandbox]() { return sandbox.processes().size() >= 7; }));
-        QCOMPARE(kill(pid_t(sandbox.process().processId()), number), 0);
+        QCOMPARE(kill(sandbox.id(), number), 0);
     }
     QCOMPARE(sandbox.exitCode(), exitCode);
     QVERIFY(sandbox.leavesNothing());
@@ -467,7 +438,7 @@ void tst_Sandbox::survivesNoKill()
     const QString more = outer && inner ? QString() : QStringLiteral("(setsid sleep 1000 &); ");
     Sandbox sandbox(inShell(more + "echo up; exec sleep 1000"));
     QVERIFY(sandbox.says("up\n"));
-    const pid_t process = pid_t(sandbox.process().processId());
+    const pid_t process = sandbox.id();
     const pid_t child = childOf(process);
     QVERIFY(child > 0);
     if (outer) {
@@ -597,9 +568,9 @@ void tst_Sandbox::helpIntoAClosedPipe()
     // true has ended before the sandbox begins.
     Sandbox closed(QStringLiteral("bash"),
                    { "-c", "exec 3> >(true); wait $!; exec \"$0\" --help >&3", sandboxProgram });
-    QVERIFY(closed.hasEnded());
-    QCOMPARE(closed.process().exitStatus(), QProcess::CrashExit);
-    QCOMPARE(closed.process().exitCode(), int(SIGPIPE));
+    QVERIFY(closed.ends());
+    QCOMPARE(closed.exitStatus(), QProcess::CrashExit);
+    QCOMPARE(closed.QProcess::exitCode(), int(SIGPIPE));
     QCOMPARE(closed.errors(), QByteArray());
     QVERIFY(closed.leavesNothing());
 }
@@ -619,7 +590,7 @@ void tst_Sandbox::playsAScenario()
     QVERIFY(waitUntil(
         [&sandbox]() { return sandbox.ask("supplyd", "supplySupplyPercent") == "(12.5,)"; }));
     QCOMPARE(sandbox.errors(), QByteArray("-- The lid is \xc3\xb6pen.\n"));
-    sandbox.process().closeWriteChannel();
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
     QVERIFY(sandbox.leavesNothing());
 }
@@ -694,7 +665,7 @@ void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
                             + QStringList { "--daemons", "m4", "--", "cat" },
                         variables);
         QVERIFY(sandbox.says("-- Done.\n"));
-        const pid_t inner = childOf(pid_t(sandbox.process().processId()));
+        const pid_t inner = childOf(sandbox.id());
         const QDir directory(QStringLiteral("/proc/%1/fd").arg(inner));
         int count = 0;
         const QStringList entries = directory.entryList(QDir::NoDotAndDotDot | QDir::AllEntries
@@ -707,7 +678,7 @@ void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
         }
         pipes += count;
         errors = sandbox.errors();
-        sandbox.process().closeWriteChannel();
+        sandbox.closeWriteChannel();
         QCOMPARE(sandbox.exitCode(), 0);
         QVERIFY(sandbox.leavesNothing());
     }
@@ -733,7 +704,7 @@ void tst_Sandbox::playGoesOnAfterAMistake()
     QVERIFY(sandbox.says(file + ":2: "));
     QVERIFY(sandbox.says(file + ":3: supplyd is not running\n"));
     QVERIFY(sandbox.says(file + ":4: ioexpd is not running\n"));
-    sandbox.process().closeWriteChannel();
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 125);
 }
 
@@ -782,7 +753,7 @@ void tst_Sandbox::failedActDecidesTheExitCode()
     QVERIFY(sandbox.says("-- End.\n"));
     // All that is answered has been answered: the daemon serves one call after another.
     QVERIFY(exitCode != 125 || sandbox.says("scenario.json:2: "));
-    sandbox.process().write("\n");
+    sandbox.write("\n");
     QCOMPARE(sandbox.exitCode(), exitCode);
     QVERIFY2(sandbox.errors().endsWith(last + '\n'), sandbox.errors().constData());
     QVERIFY(sandbox.leavesNothing());
@@ -807,7 +778,7 @@ void tst_Sandbox::daemonThatDoesNotReturnIsAFailedAct()
                         + QStringList { "--daemons", "m4", "--", "cat" },
                     { { "HNIPC_DATA_DIR", HNIPC_TOOLS_DIR "/../share/hnipc" } });
     QVERIFY(sandbox.says("-- Done.\n"));
-    sandbox.process().closeWriteChannel();
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 125);
     QVERIFY2(sandbox.errors().contains("scenario.json:3: m4 did not start\n"),
              sandbox.errors().constData());
@@ -1083,7 +1054,7 @@ void tst_Sandbox::checkEndsOnASignal()
         QStringList { "--daemons", "m4", "--check",
                       scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"reset\" }").last() });
     QVERIFY(sandbox.says("stopped\n"));
-    QCOMPARE(kill(pid_t(sandbox.process().processId()), SIGTERM), 0);
+    QCOMPARE(kill(sandbox.id(), SIGTERM), 0);
     QCOMPARE(sandbox.exitCode(), 128 + SIGTERM);
     QVERIFY(sandbox.leavesNothing());
 }
@@ -1130,7 +1101,7 @@ void tst_Sandbox::tellsOfADaemonThatDies()
     QVERIFY(sandbox.says("hnipc-sandbox: m4 was killed by signal 9\n"));
     QVERIFY(waitUntil([&]() { return !sandbox.isThere("m4"); })); // the bus sees it by itself
     QVERIFY(sandbox.isThere("ioexpd"));
-    sandbox.process().closeWriteChannel();
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
 }
 
@@ -1145,7 +1116,7 @@ void tst_Sandbox::tellsOfABusThatDies()
     const pid_t process = buses.at(0).section(QLatin1Char(' '), 0, 0).toInt();
     QCOMPARE(kill(process, SIGKILL), 0);
     QVERIFY(sandbox.says("hnipc-sandbox: the bus was killed by signal 9\n"));
-    sandbox.process().closeWriteChannel();
+    sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
 }
 
@@ -1164,7 +1135,7 @@ void tst_Sandbox::keysAreForTheCommand()
                    + " -- sh -c 'trap \"echo caught; exit 9\" INT; echo up;"
                      " while :; do sleep 1000 & wait; done'"));
     QVERIFY(terminal->says("up"));
-    terminal->process().write("\x03");
+    terminal->write("\x03");
     QVERIFY(terminal->says("caught"));
     QCOMPARE(terminal->exitCode(), 9);
     QVERIFY(terminal->leavesNothing());
@@ -1175,7 +1146,7 @@ void tst_Sandbox::keyEndsTheCommand()
     const std::unique_ptr<Sandbox> terminal(
         onTerminal(sandboxProgram + " -- sh -c 'echo up; exec sleep 1000'"));
     QVERIFY(terminal->says("up"));
-    terminal->process().write("\x03");
+    terminal->write("\x03");
     QCOMPARE(terminal->exitCode(), 130);
     QVERIFY(terminal->leavesNothing());
 }
@@ -1185,13 +1156,13 @@ void tst_Sandbox::shellWithoutACommand()
     const std::unique_ptr<Sandbox> terminal(
         onTerminal("env SHELL=/bin/bash " + sandboxProgram + " --daemons m4"));
     QVERIFY(terminal->says("a shell with a system bus of its own"));
-    terminal->process().write("set -m; sleep 1000\n");
+    terminal->write("set -m; sleep 1000\n");
     QVERIFY(waitUntil([&terminal]() {
         return !terminal->processes().filter(QRegularExpression("^\\d+ sleep 1000 $")).isEmpty();
     }));
     // The job ends, the shell does not.
-    terminal->process().write("\x03");
-    terminal->process().write("echo \"job: $?\"; exit 6\n");
+    terminal->write("\x03");
+    terminal->write("echo \"job: $?\"; exit 6\n");
     QVERIFY(terminal->says("job: 130"));
     QCOMPARE(terminal->exitCode(), 6);
     QVERIFY(terminal->leavesNothing());

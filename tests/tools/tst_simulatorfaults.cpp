@@ -95,7 +95,7 @@ void tst_SimulatorFaults::clientWaitsForAMissingAnswer()
     desk.act("m4", "fault", "('dac0', 'never', <''>)");
 
     WireMonitor monitor;
-    const pid_t process = pid_t(desk.daemon("m4").process().processId());
+    const pid_t process = desk.daemon("m4").id();
     std::atomic<bool> killed(false);
     std::thread killer([&monitor, &killed, process]() {
         waitUntil([&monitor]() {
@@ -197,8 +197,8 @@ void tst_SimulatorFaults::daemonDiesInTheMiddleOfACall()
     const WireMessage answer = desk.call("m4", "cutterHome");
     QCOMPARE(answer.errorName, QByteArray("org.freedesktop.DBus.Error.NoReply"));
     QVERIFY(waitUntil([&desk]() { return desk.daemon("m4").hasEnded(); }));
-    QCOMPARE(desk.daemon("m4").process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(desk.daemon("m4").process().exitCode(), 1);
+    QCOMPARE(desk.daemon("m4").exitStatus(), QProcess::NormalExit);
+    QCOMPARE(desk.daemon("m4").exitCode(), 1);
     QVERIFY(!printer.cutterHome());
 
     // The client hears the one that comes after it.
@@ -209,7 +209,7 @@ void tst_SimulatorFaults::daemonDiesInTheMiddleOfACall()
     desk.act("m4", "fault", "('cutterHome', 'die', <''>)");
     QVERIFY(!printer.cutterHome());
     QVERIFY(waitUntil([&desk]() { return desk.daemon("m4").hasEnded(); }));
-    QCOMPARE(desk.daemon("m4").process().exitCode(), 1);
+    QCOMPARE(desk.daemon("m4").exitCode(), 1);
 }
 
 void tst_SimulatorFaults::faultOfEveryMember()
@@ -296,7 +296,7 @@ void tst_SimulatorFaults::floodArrivesWholeAndStopsNoCall()
     // Held early, so that the call is there while most are still to come, but not before there
     // would be a queue that the bus has not taken.
     QVERIFY(desk.hears("M4_M4PrintDone", "()", 2000));
-    const pid_t process = pid_t(desk.daemon("m4").process().processId());
+    const pid_t process = desk.daemon("m4").id();
     QCOMPARE(kill(process, SIGSTOP), 0);
     const QDBusPendingCall inTheMiddle = callLater("getError");
     // The bus has it, too.

@@ -55,68 +55,12 @@ private slots:
 
 namespace {
 
-struct Outcome
-{
-    int code;
-    QByteArray output;
-    QByteArray errors;
-};
-
 Outcome run(const QStringList &arguments,
             const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
 {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), arguments);
-    waitUntil([&process]() { return process.state() == QProcess::NotRunning; });
-    const int code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return { code, process.readAllStandardOutput(), process.readAllStandardError() };
+    return runProgram(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), arguments,
+                      environment);
 }
-
-// A bus daemon of its own, with a rule about names.
-class Bus
-{
-public:
-    explicit Bus(const QByteArray &rule)
-    {
-        QFile file(this->file());
-        if (!file.open(QIODevice::WriteOnly)) {
-            qFatal("cannot write bus.conf");
-        }
-        file.write("<busconfig><listen>unix:dir=" + m_directory.path().toLocal8Bit()
-                   + "</listen><policy context='default'><allow send_destination='*'/>"
-                     "<allow receive_sender='*'/>"
-                   + rule + "</policy></busconfig>");
-        file.close();
-        process.start("dbus-daemon",
-                      { "--nofork", "--print-address", "--config-file=" + file.fileName() });
-        waitUntil([this]() {
-            m_address += process.readAllStandardOutput();
-            return m_address.endsWith('\n') || process.state() == QProcess::NotRunning;
-        });
-    }
-
-    ~Bus()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-
-    QString file() const { return m_directory.filePath("bus.conf"); }
-
-    QProcessEnvironment environment() const
-    {
-        QProcessEnvironment result = QProcessEnvironment::systemEnvironment();
-        result.insert("DBUS_SYSTEM_BUS_ADDRESS", QString::fromLocal8Bit(m_address.trimmed()));
-        return result;
-    }
-
-    QProcess process;
-
-private:
-    QTemporaryDir m_directory;
-    QByteArray m_address;
-};
 
 const char catalogue[] = R"({
   "loaded": { "supply": "S1", "ribbons": ["R1"] },
@@ -288,16 +232,15 @@ void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
-    QProcess probe;
+    Process probe;
     probe.start("unshare",
                 { "--user", "--map-root-user", "--mount", "--pid", "--fork", "sh", "-c",
                   "mount -t tmpfs none /run" });
-    if (!waitUntil([&probe]() { return probe.state() == QProcess::NotRunning; })
-        || probe.exitStatus() != QProcess::NormalExit || probe.exitCode() != 0) {
+    if (!probe.ends() || probe.exitStatus() != QProcess::NormalExit || probe.exitCode() != 0) {
         HNIPC_SKIP("this machine allows no mounts");
     }
-    const Bus configuration("<allow own='*'/>"); // for its file only
-    QProcess process;
+    const File configuration(BusProcess::configuration("unix:path=/run/dbus/system_bus_socket"));
+    Process process;
     process.setProcessEnvironment(environment);
     process.start("unshare",
                   { "--user", "--map-root-user", "--mount", "--pid", "--fork", "--kill-child", "sh",
@@ -305,19 +248,19 @@ void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
                     "mount -t tmpfs none /run; mkdir /run/dbus\n"
                     "exec 3<&0\n"
                     "dbus-daemon --nofork --config-file=\"$1\" --print-address=4 "
-                    "--address=unix:path=/run/dbus/system_bus_socket 4>/run/address & bus=$!\n"
+                    "4>/run/address & bus=$!\n"
                     "while [ ! -s /run/address ]; do sleep 0.01; done\n"
                     "\"$2\" --system-bus m4 & simulator=$!\n"
                     "read line <&3; kill $simulator; wait $simulator; kill $bus",
-                    "sh", configuration.file(), HNIPC_TOOLS_DIR "/hnipc-simulator" });
+                    "sh", configuration.path(), HNIPC_TOOLS_DIR "/hnipc-simulator" });
     QByteArray output;
     QVERIFY(waitUntil([&]() {
         output += process.readAllStandardOutput();
-        return output == "ready\n" || process.state() == QProcess::NotRunning;
+        return output == "ready\n" || !process.isRunning();
     }));
     QVERIFY2(output == "ready\n", process.readAllStandardError().constData());
     process.write("end\n");
-    QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
+    QVERIFY(process.ends());
     QCOMPARE(process.exitCode(), 0);
 }
 
@@ -329,14 +272,14 @@ void tst_SimulatorProgram::nameThatIsTaken()
     QCOMPARE(outcome.code, 1);
     QCOMPARE(outcome.errors,
              "hnipc-simulator: org.hnipc.m4 is already owned, by process "
-                 + QByteArray::number(first.process().processId()) + '\n');
+                 + QByteArray::number(first.processId()) + '\n');
     QVERIFY(!first.hasEnded());
 }
 
 void tst_SimulatorProgram::nameThatIsNotAllowed()
 {
-    const Bus bus("<deny own='*'/>");
-    const Outcome outcome = run({ "supplyd" }, bus.environment());
+    const BusProcess bus("<deny own='*'/>");
+    const Outcome outcome = run({ "supplyd" }, environmentAt(bus));
     QCOMPARE(outcome.code, 3);
     QCOMPARE(outcome.errors,
              QByteArray("hnipc-simulator: the bus does not allow the name org.hnipc.supplyd\n"));
@@ -344,13 +287,13 @@ void tst_SimulatorProgram::nameThatIsNotAllowed()
 
 void tst_SimulatorProgram::busThatGoesAway()
 {
-    Bus bus("<allow own='*'/>");
-    QProcess process;
-    process.setProcessEnvironment(bus.environment());
+    BusProcess bus;
+    Process process;
+    process.setProcessEnvironment(environmentAt(bus));
     process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), { "ioexpd" });
     QVERIFY(waitUntil([&process]() { return process.readAllStandardOutput() == "ready\n"; }));
-    bus.process.kill();
-    QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
+    bus.kill();
+    QVERIFY(process.ends());
     QCOMPARE(process.exitCode(), 3);
     QCOMPARE(process.readAllStandardError(),
              QByteArray("hnipc-simulator: the connection to the system bus was lost\n"));
@@ -373,17 +316,17 @@ void tst_SimulatorProgram::endsOnASignal()
     for (const char *name : { "ioexpd", "m4", "supplyd" }) {
         SimulatedDaemon daemon({ name });
         QVERIFY(daemon.isServing());
-        kill(static_cast<pid_t>(daemon.process().processId()), number);
+        kill(static_cast<pid_t>(daemon.processId()), number);
         QVERIFY(waitUntil([&daemon]() { return daemon.hasEnded(); }));
-        QCOMPARE(daemon.process().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(daemon.process().exitCode(), code);
+        QCOMPARE(daemon.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(daemon.exitCode(), code);
     }
 }
 
 void tst_SimulatorProgram::closedOutputDoesNotEndIt()
 {
     Desk desk({ "m4" });
-    desk.daemon("m4").process().closeReadChannel(QProcess::StandardOutput);
+    desk.daemon("m4").closeReadChannel(QProcess::StandardOutput);
     QCOMPARE(desk.ask("m4", "dumpSettings"), QByteArray("(true,)"));
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
 }
@@ -626,7 +569,7 @@ void tst_SimulatorProgram::refusedActIsTold()
     QFETCH(QByteArray, message);
 
     const File file(scenario, from, to);
-    QProcess process;
+    Process process;
     process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"),
                   { "m4", "--scenario", file.path() });
     QByteArray errors;
@@ -636,7 +579,7 @@ void tst_SimulatorProgram::refusedActIsTold()
     }));
     QCOMPARE(errors, "hnipc-simulator: " + file.path().toLocal8Bit() + ":5: " + message + '\n');
     process.terminate();
-    QVERIFY(waitUntil([&process]() { return process.state() == QProcess::NotRunning; }));
+    QVERIFY(process.ends());
     QCOMPARE(process.exitCode(), 0);
 }
 

@@ -2,17 +2,14 @@
 #ifndef HNIPC_TESTS_PROGRAM_H
 #define HNIPC_TESTS_PROGRAM_H
 
-#include "support/mortalprocess.h"
-#include "support/waituntil.h"
+#include "process.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QList>
 #include <QtCore/QStringList>
 
-#include <csignal>
-
 // A process that a test talks to in lines.
-class Program : public MortalProcess
+class Program : public Process
 {
 public:
     // One of the test daemons, ready for calls.
@@ -71,19 +68,17 @@ public:
                     return true;
                 }
             }
-            return state() == QProcess::NotRunning;
+            return !isRunning();
         });
         return there ? found : QByteArray("nothing came");
     }
 
     void tell(const QByteArray &line) { write(line + '\n'); }
 
-    void send(int signal) { ::kill(id(), signal); }
-
     // How it ended: nothing where it ended well.
     QByteArray ending()
     {
-        if (!waitUntil([this]() { return state() == QProcess::NotRunning; })) {
+        if (!ends()) {
             return "it does not end";
         }
         lines();

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_INTERFACES_H
+#define HNIPC_TESTS_INTERFACES_H
+
+#include "expected/identities.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+
+namespace Expected {
+
+// A method of a daemon, as interfaces/ describes it.
+struct ServerSlot
+{
+    QByteArray name;
+    QByteArray signature;      // in Qt: "setDac(uint)"
+    QByteArray parameterNames; // "type,definedMessage"
+    QByteArray reply;          // in Qt
+    QByteArray in;             // on the bus
+    QByteArray out;            // on the bus
+    bool cloned;               // the method above without its last parameter, which has a default
+
+    // Of a pulse operation: the signal that it sends with its own parameters. Empty otherwise.
+    QByteArray member;
+    QByteArray memberTypes; // on the bus
+
+    bool isPulse() const { return !member.isEmpty(); }
+};
+
+// In the order of interfaces/, which is that of the declarations.
+const QList<ServerSlot> &serverSlots(int server);
+
+} // namespace Expected
+
+#endif

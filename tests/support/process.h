@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_PROCESS_H
+#define HNIPC_TESTS_PROCESS_H
+
+#include "waituntil.h"
+
+#include <QtCore/QProcess>
+#include <QtCore/QProcessEnvironment>
+#include <QtCore/QStringList>
+
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+// A process that ends with the test, however the test ends: the kernel kills it when the thread that
+// started it is gone. Every process of the tests is started by this class.
+class Process : public QProcess
+{
+public:
+    Process() : m_test(getpid())
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+        setChildProcessModifier([this]() { dieWithTheTest(); });
+#endif
+    }
+
+    ~Process()
+    {
+        kill();
+        waitForFinished();
+    }
+
+    // Its standard error is that of the test. Qt 4 keeps it to itself.
+    void forwardErrors()
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(5, 2, 0)
+        setProcessChannelMode(ForwardedErrorChannel);
+#endif
+    }
+
+    pid_t id() const
+    {
+#if QT_VERSION >= QT_VERSION_CHECK(5, 3, 0)
+        return pid_t(processId());
+#else
+        return pid();
+#endif
+    }
+
+    void send(int signal) { ::kill(id(), signal); }
+
+    bool isRunning() const { return state() != NotRunning; }
+
+    // Waits until it ends.
+    bool ends()
+    {
+        return waitUntil([this]() { return !isRunning(); });
+    }
+
+    // Waits until it ends; -1 if a signal ended it, or if it did not start. QProcess::exitCode() does not wait.
+    int exitCode()
+    {
+        return ends() && exitStatus() == NormalExit && error() != FailedToStart
+            ? QProcess::exitCode()
+            : -1;
+    }
+
+    // All that it has printed so far.
+    QByteArray output() { return m_output += readAllStandardOutput(); }
+    QByteArray errors() { return m_errors += readAllStandardError(); }
+
+    // Waits until it has printed the text; false if it ends without.
+    bool prints(const QByteArray &text)
+    {
+        waitUntil([&]() { return output().contains(text) || !isRunning(); });
+        return output().contains(text);
+    }
+
+    bool complains(const QByteArray &text)
+    {
+        waitUntil([&]() { return errors().contains(text) || !isRunning(); });
+        return errors().contains(text);
+    }
+
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+protected:
+    void setupChildProcess() override { dieWithTheTest(); }
+#endif
+
+private:
+    // In the child.
+    void dieWithTheTest()
+    {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (getppid() != m_test) { // it was gone before
+            raise(SIGKILL);
+        }
+    }
+
+    const pid_t m_test;
+    QByteArray m_output;
+    QByteArray m_errors;
+};
+
+// What a program that ran to its end left.
+struct Outcome
+{
+    int code; // -1 if a signal ended it
+    QByteArray output;
+    QByteArray errors;
+};
+
+inline Outcome runProgram(
+    const QString &program, const QStringList &arguments,
+    const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+{
+    Process process;
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    const int code = process.exitCode();
+    return { code, process.output(), process.errors() };
+}
+
+#endif
