@@ -196,7 +196,8 @@ QByteArray declarationOf(int index)
 
 const char *daemonNames[ServerCount] = { "ioexpd", "m4", "supplyd" };
 
-const QByteArray subscribed = "subscribed to " + QByteArray::number(relayedSignalCount) + " signals";
+const QByteArray subscribed = "subscribed to " + QByteArray::number(relayedSignalCount)
+    + " signals";
 
 struct PropertyRow : ClientProperty
 {
