@@ -267,7 +267,7 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
     if (called.resultType == qMetaTypeId<SupplyInformation>()
         && reply.signature().startsWith(QLatin1Char('('))) {
         SupplyInformation information;
-        qvariant_cast<QDBusArgument>(reply.arguments().first()) >> information;
+        qvariant_cast<QDBusArgument>(reply.arguments().at(0)) >> information;
         value = QVariant::fromValue(information);
         return;
     }

@@ -69,7 +69,7 @@ void finish(const std::vector<HNIPCRequest *> &requests)
     size_t pending = requests.size();
     for (HNIPCRequest *request : requests) {
         QObject::connect(request, &HNIPCRequest::finished, &loop, [&]() {
-            if (--pending == 0) {
+            if (--pending == 0) { // clazy:exclude=lambda-in-connect
                 loop.quit();
             }
         });

@@ -627,8 +627,8 @@ Timeline timelineOf(const Context &context, const Traffic &traffic, Callers *cal
         }
     }
     result.notes += QStringLiteral("%1 of %2, %3")
-                        .arg(plural(qint64(result.bars.size()), "call"))
-                        .arg(plural(qint64(result.lanes.size()), "caller"),
+                        .arg(plural(qint64(result.bars.size()), "call"),
+                             plural(qint64(result.lanes.size()), "caller"),
                              plural(qint64(result.ticks.size()), "event"));
     if (first > 0) {
         result.notes.last() += QStringLiteral("; the last ones of %1 calls").arg(traffic.count());
