@@ -33,12 +33,12 @@ public:
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        const QByteArray name = qgetenv("DBUS_SYSTEM_BUS_ADDRESS")
-                                    .mid(int(sizeof "unix:abstract=") - 1);
-        qstrncpy(address.sun_path + 1, name.constData(), sizeof address.sun_path - 1);
-        const socklen_t size = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+        const QByteArray busName = qgetenv("DBUS_SYSTEM_BUS_ADDRESS")
+                                       .mid(int(sizeof "unix:abstract=") - 1);
+        qstrncpy(address.sun_path + 1, busName.constData(), sizeof address.sun_path - 1);
+        const socklen_t size = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + busName.size());
         if (connect(m_socket, reinterpret_cast<sockaddr *>(&address), size) != 0) {
-            qFatal("no bus at %s", name.constData());
+            qFatal("no bus at %s", busName.constData());
         }
         write(QByteArray(1, '\0') + "AUTH EXTERNAL " + QByteArray::number(getuid()).toHex()
               + "\r\n");

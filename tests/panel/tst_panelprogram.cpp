@@ -118,7 +118,7 @@ void tst_PanelProgram::wrongUsageIsSaid()
     QFETCH(QStringList, arguments);
     QFETCH(QString, said);
     const Outcome result = run(arguments);
-    QVERIFY2(result.errors.startsWith(said), result.errors.constData());
+    QVERIFY2(result.errors.startsWith(said.toUtf8()), result.errors.constData());
     QCOMPARE(result.code, 2);
 }
 
@@ -147,7 +147,7 @@ void tst_PanelProgram::helpAndVersion()
     QFETCH(QString, option);
     QFETCH(QString, said);
     const Outcome result = run({ option });
-    QVERIFY2(result.output.contains(said), qPrintable(result.output));
+    QVERIFY2(result.output.contains(said.toUtf8()), result.output.constData());
     QCOMPARE(result.code, 0);
 }
 
@@ -203,7 +203,7 @@ void tst_PanelProgram::withoutDisplay()
     QFETCH(QStringList, arguments);
     const Outcome none = run(arguments, withoutDisplayVariables());
     QVERIFY2(none.errors.startsWith("hnipc-panel: no display is available: "),
-             qPrintable(none.errors));
+             none.errors.constData());
     QCOMPARE(none.errors.count('\n'), 1);
     QCOMPARE(none.output, QString());
     QCOMPARE(none.code, 1);

@@ -29,7 +29,7 @@ namespace {
 
 const QString sandboxProgram = QStringLiteral(HNIPC_TOOLS_DIR "/hnipc-sandbox");
 
-QByteArray read(const QString &fileName)
+QByteArray contentOf(const QString &fileName)
 {
     QFile file(fileName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -71,9 +71,9 @@ public:
         const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
         for (const QString &entry : entries) {
             const QString directory = QLatin1String("/proc/") + entry;
-            if (entry.toInt() > 0 && read(directory + "/environ").contains(m_mark)) {
+            if (entry.toInt() > 0 && contentOf(directory + "/environ").contains(m_mark)) {
                 result += entry + QLatin1Char(' ')
-                    + QString::fromLocal8Bit(read(directory + "/cmdline").replace('\0', ' '));
+                    + QString::fromLocal8Bit(contentOf(directory + "/cmdline").replace('\0', ' '));
             }
         }
         return result;
@@ -163,7 +163,7 @@ QStringList inShell(const QString &script, const QStringList &options = {})
 pid_t childOf(pid_t parent)
 {
     const QString children = QStringLiteral("/proc/%1/task/%1/children").arg(parent);
-    return read(children).split(' ').value(0).toInt();
+    return contentOf(children).split(' ').value(0).toInt();
 }
 
 } // namespace
@@ -1072,7 +1072,7 @@ void tst_Sandbox::shippedScenariosAndTheExampleAreRight()
     QFETCH(QString, file);
     if (file.isEmpty()) {
         // The example of the manual page, with every act.
-        const QByteArray page = read(HNIPC_TOOLS_DIR "/../share/hnipc/man/hnipc-simulator.1");
+        const QByteArray page = contentOf(HNIPC_TOOLS_DIR "/../share/hnipc/man/hnipc-simulator.1");
         const int begin = int(page.indexOf("// A shift of acts\n"));
         QVERIFY(begin > 0);
         const QByteArray text = page.mid(begin, page.indexOf(".EE", begin) - begin)
