@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: an option of scripts/demo and scripts/screenshots without its value is
-# refused, with a message. Each mutation of tests/mutations/list still changes its file.
+# refused, with a message, and so is a check that scripts/lint does not have. Each mutation of tests/mutations/list still changes its file.
 
 set -euo pipefail
 cd "$1"
@@ -25,5 +25,8 @@ for value in "" "''"; do
 done
 refused '--qt: "4" is not one of 5, 6' scripts/demo --qt 4
 refused '--qt: "7" is not one of 5, 6' scripts/screenshots directory --qt 7
+all="format shell man xml qml spelling links licences clazy tidy"
+refused "scripts/lint: unknown check links,man; one of $all" scripts/lint links,man
+refused "scripts/lint: unknown option --fast; see --help" scripts/lint --fast
 
 scripts/mutate --check
