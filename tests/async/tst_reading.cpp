@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "expected/clientsignals.h"
 #include "expected/clientslots.h"
 #include "expected/properties.h"
 #include "expected/samples.h"
@@ -137,6 +138,7 @@ private Q_SLOTS:
 
     void readsWhenTheDaemonIsRunning();
     void readsAgainAtItsSignals();
+    void readsAgainAtEachSignal();
     void signalOfAnotherDaemon();
     void returnedDaemonIsReadAgain();
     void replacedDaemonIsReadAgain();
@@ -493,6 +495,27 @@ void tst_Reading::readsAgainAtItsSignals()
     QVERIFY(stranger.emitSignal("/", identities[M4].interface, "M4_Error", "(1,)"));
     QCOMPARE(takeCalls(), Lines());
     QCOMPARE(history.take(), Lines());
+}
+
+void tst_Reading::readsAgainAtEachSignal()
+{
+    m4().answer("getError", "(7,)");
+    for (const ClientSignal &row : clientSignals) {
+        if (!row.member) { // no daemon emits it
+            continue;
+        }
+        const QByteArray signature = row.signature;
+        const QByteArray name = signature.left(signature.indexOf('('));
+        HNIPCReading reading;
+        reading.setMethod("getError");
+        reading.setSignalNames(QStringList(QString::fromLatin1(name)));
+        VERIFY_SHOWS(reading, "current int 7");
+        m_daemons->takeCalls();
+        const QByteArray body = wireBody(argumentSamples(signature, 0));
+        QVERIFY(m_daemons->emitSignal(row.server, row.member, body));
+        QVERIFY2(waitUntil([&]() { return m4().calls().size() == 1; }), row.signature);
+        VERIFY_SHOWS(reading, "current int 7");
+    }
 }
 
 void tst_Reading::signalOfAnotherDaemon()
