@@ -159,16 +159,7 @@ void tst_RequestMethods::init()
     m_monitor->clear();
 }
 
-void tst_RequestMethods::everyMethodIsCalledByItsName_data()
-{
-    addRows();
-    int whole = 0;
-    for (const ClientSlot &slot : clientSlots) {
-        whole += slot.added ? 0 : 1;
-    }
-    QCOMPARE(whole, 131);
-    QCOMPARE(clientSlotCount - whole, 16);
-}
+void tst_RequestMethods::everyMethodIsCalledByItsName_data() { addRows(); }
 
 void tst_RequestMethods::everyMethodIsCalledByItsName()
 {

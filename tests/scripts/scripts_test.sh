@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: an option of scripts/demo and scripts/screenshots without its value is
-# refused, with a message, and so is a check that scripts/lint does not have. Each mutation of tests/mutations/list still changes its file.
+# refused, with a message, and so is a check that scripts/lint does not have. Each mutation of
+# tests/mutations/list still changes its file.
 
 set -euo pipefail
 cd "$1"

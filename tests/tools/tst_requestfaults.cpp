@@ -68,7 +68,7 @@ void tst_RequestFaults::lateAnswerArrives()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("m4", "set", "('error', <7>)");
-    const pid_t process = pid_t(desk.daemon("m4").process().processId());
+    const pid_t process = pid_t(desk.daemon("m4").processId());
     QCOMPARE(kill(process, SIGSTOP), 0);
     Counted late("getError");
     late.setDeadline(60000);
