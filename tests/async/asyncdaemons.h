@@ -14,16 +14,16 @@
 
 #include <thread>
 
-// Waits until all that the library's bus thread has received before is delivered to the objects of
-// this thread. Turns the event loop.
+// Turns the event loop until everything that the library's bus thread has received so far is
+// delivered to the objects of this thread.
 inline bool passBusThread()
 {
     HNIPCAvailability availability;
     return waitUntil([&availability]() { return availability.isKnown(); });
 }
 
-// Waits until all calls that requests have sent before have passed the bus. Turns no event loop of this
-// thread, except with Qt 4, where requests are sent by it.
+// Waits until all calls that requests have sent so far have passed the bus. Turns no event loop of
+// this thread, except with Qt 4, where the event loop sends the requests.
 inline void makeRequestsLeave()
 {
 #if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)
@@ -39,7 +39,7 @@ inline void makeRequestsLeave()
     makeRoundTrip();
 }
 
-// The daemons, for objects that are told of them by way of the library's bus thread.
+// The daemons, for objects that the library's bus thread notifies of daemons.
 class AsyncDaemons : public FakeDaemons
 {
 public:

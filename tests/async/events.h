@@ -43,7 +43,7 @@ inline Lines relayed(const Expected::ClientSignal &row, int round)
                    Expected::values(Expected::argumentSamples(row.signature, round)));
 }
 
-// M4Dac0 with a number.
+// The emissions of M4Dac0 with this number.
 inline Lines relayedNumber(quint32 number)
 {
     return relayed("M4Dac0(quint32)", QVariantList() << number);
@@ -55,7 +55,7 @@ inline bool emitNumber(WirePeer *m4, quint32 number)
                           "(uint32 " + QByteArray::number(number) + ",)");
 }
 
-// Sends numbers from 1 on while the object lives, one after the other.
+// Sends the signal M4_Dac0 with the numbers from 1 on, without pauses, while the object lives.
 class NumberSender
 {
 public:
@@ -68,10 +68,10 @@ public:
 
     ~NumberSender() { stop(); }
 
-    // A number above this one has not been sent yet.
+    // The last number whose sending has begun. No larger number has been sent yet.
     quint32 begun() const { return m_begun; }
 
-    // How many have been sent.
+    // Stops sending. Returns how many numbers have been sent.
     quint32 stop()
     {
         m_isEnding = true;
@@ -87,7 +87,7 @@ private:
     std::thread m_thread;
 };
 
-// The numbers that an object emits.
+// Collects the numbers that an object emits.
 class NumberCollector : public QObject
 {
     Q_OBJECT
@@ -100,7 +100,7 @@ public:
 
     quint32 last() const { return numbers.isEmpty() ? 0 : numbers.last(); }
 
-    // Each of them once and in order, and none is missing that is above this one.
+    // True if the numbers increase and none above this one is missing.
     bool areCompleteAfter(quint32 number) const
     {
         for (int i = 1; i < numbers.size(); ++i) {

@@ -1,8 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# misuse_test.sh COMPILER [OPTION...]: the compiler refuses calls that cannot be meant. Each line of
-# the table is a statement, and what the compiler's message has to contain; "-" if it compiles.
+# misuse_test.sh COMPILER [OPTION...]: the compiler refuses calls that are mistakes. Each line of
+# the table is a statement, and a text that the compiler's message has to contain; "-" if it
+# compiles.
 
 set -euo pipefail
 failed=0

@@ -12,8 +12,8 @@
 #include <QtCore/QMetaEnum>
 #include <QtCore/QStringList>
 
-// The properties of a reading, in one line: "current int 7", "known int 7" if it is not current, "unknown",
-// and why: "unknown DaemonError NAME: TEXT".
+// The properties of a reading in one line: "current int 7", "known int 7" if the value is not
+// current, "unknown", and the reason: "unknown DaemonError NAME: TEXT".
 inline QByteArray shown(const HNIPCReading &reading)
 {
     QByteArray line = !reading.isKnown() ? "unknown" : reading.isCurrent() ? "current" : "known";

@@ -9,7 +9,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QMetaEnum>
 
-// What a request has come to, in one line: "Answered", "Refused NAME: TEXT".
+// The outcome of a request in one line: "Answered", "Refused NAME: TEXT".
 inline QByteArray outcomeOf(const HNIPCRequest &request)
 {
     const QMetaObject &meta = HNIPCRequest::staticMetaObject;

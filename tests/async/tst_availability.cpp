@@ -55,7 +55,7 @@ void addServers()
 
 } // namespace
 
-// Which daemons are on the bus, as the bus tells.
+// Which daemons are on the bus, as the bus reports it.
 class tst_Availability : public QObject
 {
     Q_OBJECT
@@ -84,7 +84,7 @@ private Q_SLOTS:
     void mayBeMovedToAThread();
 
 private:
-    // Messages that this process has sent since the last time.
+    // The messages that this process has sent since the previous call of this function.
     QList<WireMessage> takeSent(WireMonitor *monitor)
     {
         const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
@@ -112,7 +112,7 @@ void tst_Availability::init()
     makeRoundTrip();
 }
 
-// The first object of the process.
+// Runs first: it needs the first object of the process.
 void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
 {
     m_daemons->FakeDaemons::start(M4);
@@ -120,7 +120,8 @@ void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
 
     HNIPCAvailability availability;
     QVERIFY(becomesKnown(availability));
-    // Each name is watched before it is asked for, or what happens between would be lost.
+    // The process subscribes to each name before it asks for it. Otherwise it would miss a change
+    // in between.
     Lines expected = Lines() << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
                                 "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
     for (const Identity &identity : identities) {
@@ -138,7 +139,7 @@ void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
     }
     QCOMPARE(sent, expected);
 
-    // From here on it listens, for all objects of the process.
+    // All objects of the process share this subscription.
     HNIPCAvailability another;
     QVERIFY(becomesKnown(another));
     QVERIFY(another.hasM4() && !another.hasIoexpd() && !another.hasSupplyd());
@@ -182,7 +183,7 @@ void tst_Availability::propertiesNotify()
     QVERIFY(property.isReadable() && !property.isWritable());
     QCOMPARE(property.notifySignalIndex(), meta.indexOfSignal(signal.constData()));
 
-    // The one that the name says.
+    // The daemon with this name.
     const int server = name == "ioexpd" ? IOEXPD : name == "m4" ? M4 : SUPPLYD;
     m_daemons->start(server);
     HNIPCAvailability availability;
@@ -299,7 +300,7 @@ void tst_Availability::daemonComesBeforeTheBusHasTold_data()
     QTest::newRow("comes, goes and comes") << 3;
 }
 
-// The answer to the question is older than these changes, or newer; it never undoes one.
+// The reply is older or newer than these changes. It never undoes one.
 void tst_Availability::daemonComesBeforeTheBusHasTold()
 {
     QFETCH(int, steps);
@@ -316,7 +317,7 @@ void tst_Availability::daemonComesBeforeTheBusHasTold()
         QVERIFY(becomesKnown(availability));
         QVERIFY(m_daemons->passFence());
         QCOMPARE(availability.hasM4(), isThere);
-        // Each signal tells of a change.
+        // Each signal reports a change.
         const Lines lines = recorder.take();
         QCOMPARE(int(lines.count(line("knownChanged(bool)", true))), 1);
         bool told = false;
@@ -370,7 +371,7 @@ void tst_Availability::mayBeDestroyedAtAnyTime()
     HNIPCAvailability other;
     for (int i = 0; i < 100; ++i) {
         QScopedPointer<HNIPCAvailability> availability(new HNIPCAvailability);
-        if (i % 3 == 1) { // the answers are under way
+        if (i % 3 == 1) { // the replies are under way
             (*m_daemons)[M4].sync();
         } else if (i % 3 == 2) {
             QVERIFY(becomesKnown(*availability));
@@ -412,8 +413,8 @@ void tst_Availability::receiverTurnsTheEventLoop()
     }
     HNIPCAvailability availability;
     SignalRecorder recorder(&availability);
-    // Passing the bus thread posts something new: without that, Qt's GLib event loop does not see what
-    // was queued before it was nested.
+    // Passing the bus thread posts a new event. Without one, Qt's GLib event loop does not see
+    // events that were queued before the nested loop started.
     Listener listener(&availability, SIGNAL(ioexpdChanged(bool)), [&]() {
         passBusThread();
         waitUntil([&]() { return availability.isKnown(); });

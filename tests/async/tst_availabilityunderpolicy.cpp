@@ -10,7 +10,7 @@
 
 using namespace Expected;
 
-// A bus that refuses to say who is there.
+// A bus that refuses to report which daemons are running.
 class tst_AvailabilityUnderPolicy : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,8 @@ private Q_SLOTS:
 void tst_AvailabilityUnderPolicy::refusedQuestionTellsNothing()
 {
     HNIPCAvailability availability;
-    // The library asks in order, so the bus has refused its questions when it answers this call.
+    // The library sends its calls in order, so the bus has refused the earlier ones when it replies
+    // to this one.
     HNIPCRequest request;
     request.setCall(HNIPC_METHOD(getError));
     QVERIFY(outcomeOfSending(request).startsWith("NotSent"));

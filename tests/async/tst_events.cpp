@@ -21,7 +21,7 @@ namespace {
 
 const int eventCount = 59;
 
-// The signals of HNIPC without the one that no daemon has, in their order.
+// The signals of HNIPC in their order, without the one that no daemon sends.
 QList<const ClientSignal *> rows()
 {
     QList<const ClientSignal *> result;
@@ -44,7 +44,7 @@ QList<QByteArray> names(const char *list)
     return QByteArray(list).isEmpty() ? QList<QByteArray>() : QByteArray(list).split(',');
 }
 
-// Compiles only where the class declares the signal with these very parameters.
+// Compiles only if the class declares the signal with exactly these parameters.
 class Probe : public HNIPCEvents
 {
     template <typename Expected, typename Declared>
@@ -120,7 +120,7 @@ public:
     }
 };
 
-// An application's own class of events.
+// A class of an application that derives from HNIPCEvents.
 class OwnEvents : public HNIPCEvents
 {
     Q_OBJECT
@@ -136,7 +136,7 @@ private Q_SLOTS:
 
 } // namespace
 
-// The daemons' signals come out as events, and nothing else does.
+// The daemons' signals are emitted as events, and nothing else is.
 class tst_Events : public QObject
 {
     Q_OBJECT
@@ -185,7 +185,7 @@ private:
 
     bool emitNumber(quint32 number) { return ::emitNumber(&(*m_daemons)[M4], number); }
 
-    // All emissions of the object until now.
+    // All emissions of the object so far.
     Lines emitted()
     {
         return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";
@@ -272,7 +272,7 @@ void tst_Events::signalIsRelayedWithItsValues()
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
     Lines expected;
-    for (int round = 0; round < 6; ++round) { // more than there are samples of a type
+    for (int round = 0; round < 6; ++round) { // more rounds than a type has samples
         QVERIFY(emitRow(row, round));
         expected += relayed(row, round);
     }
@@ -299,7 +299,7 @@ void tst_Events::furtherArgumentsAreLeftOut()
     QCOMPARE(emitted(), expected + relayed(row, 2));
 }
 
-// Whatever a misfit contains, it does not end the process either.
+// The process does not crash either, whatever the signal with wrong types contains.
 void tst_Events::misfitIsNotRelayed()
 {
     QFETCH(int, index);
@@ -309,7 +309,7 @@ void tst_Events::misfitIsNotRelayed()
     for (int count = 0; count < fitting.size(); ++count) {
         QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
     }
-    if (row.member == QByteArray("SUPPLYD_RibbonChanged")) { // whose types are two
+    if (row.member == QByteArray("SUPPLYD_RibbonChanged")) { // its two types differ
         const QList<Sample> swapped = QList<Sample>() << fitting.at(1) << fitting.at(0);
         QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(swapped)));
     }
@@ -355,7 +355,7 @@ void tst_Events::foreignAddressIsNotRelayed()
     const QByteArray otherInterface = identities[other].interface;
     const QByteArray member = row.member;
     const QByteArray body = wireBody(argumentSamples(row.signature, 1));
-    // All of them come to this process, whatever it subscribed to.
+    // The bus delivers all of them to this process, whatever it subscribed to.
     const QByteArray destinations[] = { QByteArray(),
                                         QDBusConnection::systemBus().baseService().toLatin1() };
 
@@ -367,7 +367,7 @@ void tst_Events::foreignAddressIsNotRelayed()
                                   destination));
         QVERIFY(daemon.emitSignal("/", interface, member.toLower(), body, destination));
         QVERIFY(daemon.emitSignal("/", interface, member + "Signal", body, destination));
-        // A member of one daemon in another one's own interface.
+        // A member of one daemon in the interface of another daemon.
         QVERIFY((*m_daemons)[other].emitSignal("/", otherInterface, member, body, destination));
     }
     QCOMPARE(emitted(), Lines());
@@ -388,7 +388,7 @@ void tst_Events::strangerIsNotRelayed()
         QVERIFY(stranger.emitSignal("/", interface, row.member, body, destination));
         QVERIFY(otherDaemon.emitSignal("/", interface, row.member, body, destination));
     }
-    m_daemons->stop(row.server); // so nobody owns the name
+    m_daemons->stop(row.server); // so the name has no owner
     QVERIFY(stranger.emitSignal("/", interface, row.member, body, self));
     m_daemons->start(row.server);
     QCOMPARE(emitted(), Lines());
@@ -441,7 +441,7 @@ void tst_Events::largeValuesArriveWhole()
     }
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4TachValues", "('" + text + "',)"));
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4RibbonIDs", "([" + joined(items, ",") + "],)"));
-    // Not compared by QCOMPARE, which aborts over texts of this length.
+    // Not compared by QCOMPARE, which aborts on strings of this length.
     QVERIFY(emitted()
             == relayed("M4TachValues(QString)", QVariantList() << QString::fromLatin1(text))
                 + relayed("M4RibbonIDs(QStringList)", QVariantList() << list));
@@ -452,7 +452,7 @@ void tst_Events::orderIsKept()
     Lines expected;
     for (int round = 0; round < 3; ++round) {
         for (int i = 0; i < eventCount; ++i) {
-            const ClientSignal &row = *rows().at(i * 20 % eventCount); // of all daemons by turns
+            const ClientSignal &row = *rows().at(i * 20 % eventCount); // the daemons in turn
             QVERIFY(emitRow(row, round));
             expected += relayed(row, round);
         }
@@ -461,7 +461,7 @@ void tst_Events::orderIsKept()
     QCOMPARE(emitted(), expected);
 }
 
-// Three daemons send at once, and another program hears them, too.
+// Three daemons send at the same time, and another program receives their signals, too.
 void tst_Events::orderIsThatOfTheBus()
 {
     WirePeer witness;
@@ -524,13 +524,13 @@ void tst_Events::daemonMayStartLaterAndAgain()
     QVERIFY(waitUntilListening(events));
     QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
     for (int start = 0; start < 5; ++start) {
-        // Its first signal comes at once.
+        // The daemon's first signal follows immediately.
         QVERIFY((*m_daemons)[server].own(identities[server].busName));
         QVERIFY(emitRow(row, start));
         QVERIFY(m_daemons->passFence());
         QCOMPARE(recorder.take(), relayed(row, start));
 
-        // A process that has lost the name is a stranger.
+        // Signals of a process that has lost the name are ignored.
         m_daemons->stop(server);
         QVERIFY(emitRow(row, start));
         QVERIFY(m_daemons->passFence());
@@ -562,7 +562,7 @@ void tst_Events::daemonMayBeReplaced()
 
 void tst_Events::daemonsDoNotChangeWhatIsListenedTo()
 {
-    HNIPCAvailability availability; // of the same process, and told of daemons
+    HNIPCAvailability availability; // of the same process, and notified of daemons
     QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
     m_daemons->stop(M4);
     QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
@@ -620,7 +620,7 @@ void tst_Events::parentDestroysIt()
         events = new HNIPCEvents(&parent);
         QCOMPARE(events->parent(), &parent);
         QVERIFY(waitUntilListening(*events));
-        QVERIFY(emitNumber(3)); // which is on its way to the object
+        QVERIFY(emitNumber(3)); // on its way to the object
     }
     QVERIFY(!events);
     QCOMPARE(emitted(), relayedNumber(3));
@@ -669,7 +669,7 @@ void tst_Events::allDestroyedInASlot()
     QVERIFY(emitNumber(2));
     QCOMPARE(emitted(), relayedNumber(1) + relayedNumber(2));
     QVERIFY(all.isEmpty());
-    // They are told one after the other.
+    // The signal is delivered to the objects one after the other.
     for (int i = 0; i < 5; ++i) {
         const Lines told = recorders.at(i)->take();
         QCOMPARE(told, i < 2 ? relayedNumber(1) : relayedNumber(1).mid(0, i == 2 ? 1 : 0));
@@ -695,7 +695,7 @@ void tst_Events::eventLoopInASlot()
     }
     QVERIFY(waitUntil([&]() { return heard == numbers; }));
     const Lines told = emitted();
-    // The last one's second half and the first one's are both after the loop.
+    // The second half of the last signal's emissions and that of the first follow the nested loop.
     QCOMPARE(int(told.size()), 2 * numbers);
     QCOMPARE(told.mid(0, 2 * numbers - 2), expected.mid(0, 2 * numbers - 2));
     Lines end = expected.mid(2 * numbers - 2) + relayedNumber(0).mid(1);

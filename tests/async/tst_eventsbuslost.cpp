@@ -11,7 +11,7 @@
 
 using namespace Expected;
 
-// A program of its own: there is one bus in the life of a process, and here it dies.
+// A separate program: a process connects to one bus only, and the test kills it.
 class tst_EventsBusLost : public QObject
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ void tst_EventsBusLost::everyObjectIsToldOnce()
 
     bus.kill();
     destroyed.reset();
-    HNIPCEvents hasty; // which may be told of both changes, or of none
+    HNIPCEvents hasty; // may emit both changes or none
     SignalRecorder hastyRecorder(&hasty);
     for (const auto &events : all) {
         QVERIFY(waitUntil([&]() { return !events->isListening(); }));
@@ -51,7 +51,7 @@ void tst_EventsBusLost::everyObjectIsToldOnce()
         later.emplace_back(new HNIPCEvents);
         laterRecorders.emplace_back(new SignalRecorder(later.back().get()));
         delete new HNIPCEvents;
-        HNIPCRequest request; // whose failure comes after what they are told
+        HNIPCRequest request; // fails after the objects have been notified
         request.setCall(HNIPC_METHOD(getError));
         QVERIFY(outcomeOfSending(request).startsWith("NotSent"));
     }

@@ -10,8 +10,8 @@
 
 using namespace Expected;
 
-// A bus that stands still, from before the connection is opened, and dies at last before it has
-// confirmed anything.
+// A bus that is halted before the connection is opened. It is killed before it has confirmed
+// anything.
 class tst_EventsHaltedBus : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ void tst_EventsHaltedBus::busDiesBeforeItConfirms()
     HNIPCEvents events;
     SignalRecorder recorder(&events);
     process.kill();
-    // This request ends after what the object is told.
+    // This request finishes after the object has been notified.
     HNIPCRequest request;
     request.setCall(HNIPC_METHOD(getError));
     QVERIFY(!outcomeOfSending(request).startsWith("Answered"));

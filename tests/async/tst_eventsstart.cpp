@@ -15,8 +15,8 @@
 
 using namespace Expected;
 
-// From the first HNIPCEvents of a process to the last one: what the bus is sent, and from when on
-// nothing is missed.
+// From the first HNIPCEvents of a process to the last one: which messages the bus receives, and
+// from when on no signal is missed.
 class tst_EventsStart : public QObject
 {
     Q_OBJECT
@@ -62,7 +62,7 @@ static QByteArray ownerRule(int server)
         + QByteArray(identities[server].busName) + "'\"";
 }
 
-// Once in a process.
+// The subscriptions that a process makes once.
 Lines tst_EventsStart::watches() const
 {
     Lines result;
@@ -91,7 +91,7 @@ Lines tst_EventsStart::unsubscriptions() const
     return result;
 }
 
-// No other program sends anything meanwhile.
+// The messages of this process: no other program sends any meanwhile.
 Lines tst_EventsStart::takeSent()
 {
     Lines result;
@@ -126,14 +126,15 @@ void tst_EventsStart::releaseNames()
 
 void tst_EventsStart::initTestCase() { ownNames(); }
 
-// Also puts behind what makeRequestsLeave() itself makes the library send, which is once.
+// makeRequestsLeave() itself makes the library send messages, but only once. They are discarded
+// here, too.
 void tst_EventsStart::cleanup()
 {
     makeRequestsLeave();
     m_monitor.clear();
 }
 
-// The connection is opened for it.
+// The library opens the connection for this object.
 void tst_EventsStart::firstObject()
 {
     HNIPCEvents events;
@@ -185,7 +186,7 @@ void tst_EventsStart::nextFirstObject()
     }
     for (int i = 0; i < 3; ++i) {
         QScopedPointer<HNIPCEvents> events(new HNIPCEvents);
-        QScopedPointer<HNIPCEvents> another(new HNIPCEvents); // while the bus has not confirmed it
+        QScopedPointer<HNIPCEvents> another(new HNIPCEvents); // not confirmed by the bus yet
         QVERIFY(waitUntilListening(*events));
         QVERIFY(waitUntilListening(*another));
         QCOMPARE(takeSent(), subscriptions() << "GetId ()");
@@ -209,7 +210,7 @@ void tst_EventsStart::nextFirstObject()
 
 void tst_EventsStart::otherObjectsKeepTheSubscription()
 {
-    releaseNames(); // so it reads nothing
+    releaseNames(); // so the reading reads nothing
     HNIPCReading reading;
     reading.setMethod(QLatin1String("printerLid"));
     reading.setSignalNames(QStringList() << QLatin1String("M4PrinterLid"));
@@ -251,7 +252,7 @@ void tst_EventsStart::otherObjectsDoNotSubscribe()
 
 void tst_EventsStart::confirmedByTheBus()
 {
-    makeRequestsLeave(); // the connection is open
+    makeRequestsLeave(); // opens the connection
     {
         HaltedBus bus;
         HNIPCEvents events;
@@ -266,10 +267,10 @@ void tst_EventsStart::confirmedByTheBus()
     }
 }
 
-// The confirmation of one subscription is not taken for that of the next.
+// The confirmation of one subscription is not mistaken for that of the next.
 void tst_EventsStart::destroyedBeforeItIsConfirmed()
 {
-    makeRequestsLeave(); // the connection is open
+    makeRequestsLeave(); // opens the connection
     for (int i = 0; i < 20; ++i) {
         HaltedBus bus;
         QScopedPointer<HNIPCEvents> first(new HNIPCEvents);
@@ -339,7 +340,7 @@ void tst_EventsStart::daemonStartsAtTheSameTime()
     ownNames();
 }
 
-// It could as well be a stopped process: it is sent nothing.
+// The library sends a hung daemon nothing, so the daemon could as well be a stopped process.
 void tst_EventsStart::hungDaemonDelaysNothing()
 {
     std::mutex mutex;

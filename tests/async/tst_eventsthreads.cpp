@@ -29,7 +29,7 @@ public:
 
 } // namespace
 
-// Goes from thread to thread with its events, and notes their numbers.
+// Is moved from thread to thread together with its events, and records their numbers.
 class Traveller : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ public:
         return m_numbers.isEmpty() ? 0 : m_numbers.last();
     }
 
-    // Each event came on the thread that the object belonged to.
+    // True if each event was delivered on the thread that the object belonged to.
     bool isInPlace() const
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -90,7 +90,7 @@ private:
     bool m_isInPlace;
 };
 
-// The threads of a test, which count themselves out.
+// Waits until all threads of a test have counted down "running", and joins them.
 static bool joinWhileEventsFlow(std::vector<std::thread> *threads, const std::atomic<int> &running)
 {
     const bool ended = waitUntil([&running]() { return running == 0; });
@@ -100,7 +100,7 @@ static bool joinWhileEventsFlow(std::vector<std::thread> *threads, const std::at
     return ended;
 }
 
-// Events on other threads than the application's.
+// Events on threads other than the application's.
 class tst_EventsThreads : public QObject
 {
     Q_OBJECT
@@ -152,7 +152,7 @@ void tst_EventsThreads::movesWhileEventsFlow()
             QCOMPARE(numbers.at(i), quint32(i + 1));
         }
     }
-    // It may belong to a thread that has ended.
+    // The object may belong to a thread that has ended.
     events.reset();
 }
 
@@ -215,7 +215,7 @@ void tst_EventsThreads::threadsEndWhileEventsFlow()
 
 void tst_EventsThreads::createdAndDestroyedWhileEventsFlow()
 {
-    makeRequestsLeave(); // what objects of before have left behind
+    makeRequestsLeave(); // messages that earlier objects caused
     WireMonitor monitor;
     {
         HNIPCEvents staying;
@@ -244,7 +244,7 @@ void tst_EventsThreads::createdAndDestroyedWhileEventsFlow()
         QVERIFY(collector.areCompleteAfter(0));
     }
     NumberSender sender(&(*m_daemons)[M4]);
-    for (int i = 0; i < 1000; ++i) { // each is the last one
+    for (int i = 0; i < 1000; ++i) { // each is the last HNIPCEvents of the process
         delete new HNIPCEvents;
     }
     sender.stop();

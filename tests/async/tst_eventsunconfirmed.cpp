@@ -6,7 +6,7 @@
 
 using namespace Expected;
 
-// A bus that dies with the subscriptions before it: an error is no confirmation.
+// A bus that is killed before it confirms the subscriptions: an error is not a confirmation.
 class tst_EventsUnconfirmed : public QObject
 {
     Q_OBJECT
@@ -22,11 +22,11 @@ void tst_EventsUnconfirmed::busDiesBeforeItConfirms()
     process.halt();
     HNIPCEvents events;
     SignalRecorder recorder(&events);
-    QVERIFY(passBusThread()); // it has been subscribed
+    QVERIFY(passBusThread()); // the library has subscribed
     QVERIFY(passBusThread());
     process.kill();
     QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
-    // This request ends after what the object is told.
+    // This request finishes after the object has been notified.
     HNIPCRequest request;
     request.setCall(HNIPC_METHOD(getError));
     for (int i = 0; i < 3; ++i) {

@@ -5,7 +5,7 @@
 #include <QtDBus/QDBusConnection>
 #include <QtTest/QTest>
 
-// Events in a process that reaches no bus: there are none.
+// Events in a process that cannot connect to a bus: none is emitted.
 class tst_EventsWithoutBus : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ void tst_EventsWithoutBus::nothingIsListenedTo()
         HNIPCEvents events;
         SignalRecorder recorder(&events);
         delete new HNIPCEvents;
-        // Its failure comes after what the events are told.
+        // Fails after the events have been notified.
         HNIPCRequest request;
         request.setCall(HNIPC_METHOD(getError));
         QVERIFY(outcomeOfSending(request).startsWith("NotSent"));

@@ -48,7 +48,7 @@ QStringList names(const char *first, const char *second = nullptr)
     return result;
 }
 
-// A thread with an event loop, where functions can be carried out.
+// A thread with an event loop that runs functions.
 class Worker : public QThread
 {
 public:
@@ -67,7 +67,7 @@ public:
         task->deleteLater();
     }
 
-    // Returns when it has been carried out.
+    // Runs the function in the thread and waits until it has returned.
     void run(const std::function<void()> &function)
     {
         bool isDone = false;
@@ -90,14 +90,14 @@ private:
     struct Task : QObject
     {
         explicit Task(const std::function<void()> &itsFunction) : function(itsFunction) {}
-        // Destroyed by the event loop of its thread.
+        // The event loop of the thread destroys the task, which calls the function.
         ~Task() { function(); }
 
         std::function<void()> function;
     };
 };
 
-// Ends while its readings read.
+// Ends while its readings are still reading.
 class HastyThread : public QThread
 {
 public:
@@ -120,7 +120,7 @@ private:
 
 } // namespace
 
-// A value of a daemon that keeps itself current.
+// A value of a daemon that is updated automatically.
 class tst_Reading : public QObject
 {
     Q_OBJECT
@@ -205,8 +205,8 @@ private:
     WirePeer &m4() { return (*m_daemons)[M4]; }
     WirePeer &supplyd() { return (*m_daemons)[SUPPLYD]; }
 
-    // Waits until all that has passed the bus before is delivered to the objects of this thread. The
-    // request takes the same way.
+    // Waits until everything that has passed the bus before is delivered to the objects of this
+    // thread. The request takes the same way.
     bool pass()
     {
         HNIPCRequest request;
@@ -226,7 +226,8 @@ private:
         return hasPassed;
     }
 
-    // The calls that have reached the print engine and the supply daemon since the last time.
+    // The calls that have reached the print engine and the supply daemon since the previous call of
+    // this function.
     Lines takeCalls()
     {
         settle();
@@ -250,7 +251,7 @@ private:
         return m_daemons->emitSignal(M4, member, body);
     }
 
-    // A reading of a value that the print engine keeps back until the test answers.
+    // A reading of a value for which the print engine holds the reply until the test releases it.
     HNIPCReading *newHeldReading(QObject *parent = nullptr)
     {
         HNIPCReading *const reading = new HNIPCReading(parent);
@@ -272,7 +273,7 @@ void tst_Reading::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Reading::init()
 {
-    m4().own(identities[M4].busName); // which a test may have left without an owner
+    m4().own(identities[M4].busName); // in case a test left the name without an owner
     m4().clearAnswers();
     supplyd().clearAnswers();
     m4().answer("getError", "(7,)");
@@ -280,7 +281,7 @@ void tst_Reading::init()
     takeCalls();
 }
 
-// ---- As others see it ----------------------------------------------------------------------
+// ---- Properties and meta-object ------------------------------------------------------------
 
 void tst_Reading::startsUnknown()
 {
@@ -378,7 +379,7 @@ void tst_Reading::settersNotify()
     reading.setArguments(reading.arguments());
     QCOMPARE(recorder.take(), Lines());
 
-    // Equal variants of other types make other calls.
+    // Equal variants of other types cause other calls.
     const QVariantList others[] = {
         QVariantList() << QVariant(5),
         QVariantList() << QVariant(5u),
@@ -486,7 +487,7 @@ void tst_Reading::readsAgainAtItsSignals()
              Lines() << "getError()"
                      << "getError()");
 
-    // Signals of others, and what only looks like one of its own.
+    // Signals of others, and messages that only resemble a signal of this reading.
     QVERIFY(emitM4("M4_Alert", "(1,)"));
     QVERIFY(emitM4("Error", "(1,)"));
     QVERIFY(emitM4("M4_Error", "('text',)"));
@@ -535,7 +536,7 @@ void tst_Reading::signalOfAnotherDaemon()
     VERIFY_SHOWS(reading, "current QString two");
     QCOMPARE(takeCalls(), Lines() << "m4Version()");
 
-    // The value of a daemon that is not running is unknown, whatever the others report.
+    // The value of a daemon that is not running is unknown, whatever the other daemons send.
     m_daemons->stop(M4);
     VERIFY_SHOWS(reading, absent);
     History history(&reading);
@@ -562,14 +563,14 @@ void tst_Reading::returnedDaemonIsReadAgain()
     }
     QCOMPARE(takeCalls().size(), 4);
 
-    // Another daemon is no matter.
+    // Another daemon has no influence.
     m_daemons->stop(SUPPLYD);
     m_daemons->start(SUPPLYD);
     QVERIFY(settle());
     QCOMPARE(history.take(), Lines());
     QCOMPARE(takeCalls(), Lines());
 
-    // One that crashes.
+    // The same with a daemon that crashes.
     m_daemons->stop(M4);
     {
         WirePeer mortal;
@@ -592,7 +593,7 @@ void tst_Reading::replacedDaemonIsReadAgain()
     QVERIFY(waitUntil([&]() { return former.held() == 1; }));
     History history(reading.data());
 
-    // The read of the former owner is not shown, though it is answered.
+    // The value that the former owner returns is not shown, although it replies.
     QVERIFY(later.takeOver("org.hnipc.m4"));
     QVERIFY(waitUntil([&]() { return later.held() == 1; }));
     former.answerHeld(0, "(1,)");
@@ -603,7 +604,8 @@ void tst_Reading::replacedDaemonIsReadAgain()
     VERIFY_SHOWS(*reading, "current int 2");
     QCOMPARE(history.take(), Lines() << "current int 2");
 
-    // A known value is unknown as soon as its daemon is replaced, and that of the signal, too.
+    // A known value becomes unknown as soon as another process replaces its daemon. So does a value
+    // from a signal.
     QVERIFY(former.takeOver("org.hnipc.m4"));
     QVERIFY(waitUntil([&]() { return former.held() == 2; }));
     QVERIFY(settle());
@@ -613,7 +615,7 @@ void tst_Reading::replacedDaemonIsReadAgain()
     QCOMPARE(former.calls().size(), 2);
     QCOMPARE(later.calls().size(), 1);
 
-    // The signals of the former owner are of no daemon.
+    // The signals of the former owner are ignored.
     history.take();
     QVERIFY(later.emitSignal("/", identities[M4].interface, "M4_Alert", "(4,)"));
     QVERIFY(settle());
@@ -679,7 +681,7 @@ void tst_Reading::failedReadBeforeTheSignalIsNotUsed()
     History history(reading.data());
     QVERIFY(isHeld(1));
     QVERIFY(emitM4("M4_Alert", "(5,)"));
-    m4().clearAnswers(); // the held one is refused
+    m4().clearAnswers(); // the daemon replies to the held call with an error
     m4().hold("getAlert");
     QVERIFY(isHeld(1));
     m4().answerHeld(0, "(2,)");
@@ -736,7 +738,7 @@ void tst_Reading::manySignals()
     VERIFY_SHOWS(reading, "current int 10007");
     QVERIFY(isInOrder);
 
-    // Each read is answered before the next.
+    // Each read finishes before the next starts.
     int calls = 0;
     int replies = 0;
     const QList<WireMessage> messages = monitor.take();
@@ -866,7 +868,7 @@ void tst_Reading::valueOfTheSignalIsConfirmed()
                      << "known int 2"
                      << "known int 3"
                      << "current int 3");
-    // The read has the last word.
+    // The result of the read replaces the value of the signal.
     QVERIFY(emitM4("M4_Alert", "(4,)"));
     QVERIFY(isHeld(4));
     m4().answerHeld(3, "(5,)");
@@ -899,11 +901,11 @@ void tst_Reading::valueOfTheSignalStaysIfTheConfirmationFails()
                      << "known int 8"
                      << "known int 8" + busy);
 
-    // After a signal that does not say the value, it is not the daemon's value any more.
+    // A signal that does not carry the value makes the value outdated.
     QVERIFY(emitM4("M4_M4PrintDone"));
     VERIFY_SHOWS(reading, "unknown" + busy);
 
-    // A value that was read and could not be read again is not one of a signal.
+    // A value that was read, and could not be read again, does not count as the value of a signal.
     m4().answer("getError", "(9,)");
     QVERIFY(emitM4("M4_Error", "(8,)"));
     VERIFY_SHOWS(reading, "current int 9");
@@ -911,7 +913,7 @@ void tst_Reading::valueOfTheSignalStaysIfTheConfirmationFails()
     reading.read();
     VERIFY_SHOWS(reading, "unknown" + busy);
 
-    // Nor is the value of the signal that of the next daemon.
+    // The value of a signal is not valid for the next process of the daemon either.
     QVERIFY(emitM4("M4_Error", "(8,)"));
     VERIFY_SHOWS(reading, "known int 8" + busy);
     history.take();
@@ -923,7 +925,8 @@ void tst_Reading::valueOfTheSignalStaysIfTheConfirmationFails()
                      << "unknown" + busy);
 }
 
-// With its own property's signal, the supply's other argument says of which printer it is.
+// Two readings of the same signal, each with another argument as its value. The other argument of
+// the supply property's signal is only the name of its printer.
 void tst_Reading::valueArgumentIsOfTheOneReading()
 {
     HNIPCReading first;
@@ -978,7 +981,7 @@ void tst_Reading::failedReadIsRepeated()
     const QByteArray failed = shown(reading);
     QVERIFY2(errorName.isEmpty() ? failed.startsWith(expected) : failed == expected,
              failed.constData());
-    // No signal, no return of the daemon: only by itself.
+    // No signal is sent and no daemon restarts: the reading repeats the read by itself.
     QVERIFY(waitUntil([&]() { return m4().calls().size() >= 2; }));
     m4().answer("getError", "(8,)");
     VERIFY_SHOWS(reading, "current int 8");
@@ -997,7 +1000,7 @@ void tst_Reading::repeatsBecomeRarer()
         return int(std::count_if(all.begin(), all.end(),
                                  [&](const WireMessage &call) { return call.member == member; }));
     };
-    // Each of these takes as long as the first pause, one after the other.
+    // Each of these takes as long as the first pause. They run one after the other.
     const int rounds = 8;
     for (int i = 1; i <= rounds; ++i) {
         HNIPCReading measure;
@@ -1016,7 +1019,7 @@ void tst_Reading::repeatsStartAgain_data()
     QTest::newRow("reconfigured") << QByteArray("reconfigured");
 }
 
-// After a while the pauses are long. Then they are as short again as those of a new reading.
+// The pauses become long. After that they are as short again as those of a new reading.
 void tst_Reading::repeatsStartAgain()
 {
     QFETCH(QByteArray, after);
@@ -1054,7 +1057,7 @@ void tst_Reading::repeatsStartAgain()
     QCOMPARE(calls("getError"), 2);
 }
 
-// A daemon that still sends signals but does not reply. It gets no more calls than without them.
+// A daemon that still sends signals but does not reply. It gets no more calls than without signals.
 void tst_Reading::signalsDoNotHideAFailure()
 {
     m4().hold("getError");
@@ -1112,7 +1115,7 @@ void tst_Reading::signalDoesNotWaitForTheRepeat()
     m4().answer("getError", "(7,)");
     QVERIFY(emitM4("M4_Error", "(1,)"));
     VERIFY_SHOWS(reading, "current int 7");
-    // The repetition that was to come has been replaced, too.
+    // The pending repetition has been replaced, too.
     takeCalls();
     m4().answerError("getAlert", "org.hnipc.Error.Busy", "no");
     {
@@ -1123,7 +1126,7 @@ void tst_Reading::signalDoesNotWaitForTheRepeat()
     QVERIFY(!takeCalls().contains("getError()"));
 
     m4().answerError("getError", "org.hnipc.Error.Busy", "no");
-    for (int i = 0; i < 20; ++i) { // the sum of the pauses would be some minutes
+    for (int i = 0; i < 20; ++i) { // the pauses would add up to some minutes
         QVERIFY(emitM4("M4_Error", "(1,)"));
         QVERIFY(waitUntil([&]() { return reading.reason() == HNIPCRequest::DaemonError; }));
         QVERIFY(settle());
@@ -1217,7 +1220,7 @@ void tst_Reading::whatCannotBeRead()
     VERIFY_SHOWS(reading, "unknown " + expected);
     QCOMPARE(history.take(), Lines() << "unknown " + expected);
 
-    // Whatever happens, it stays so.
+    // Nothing changes this state.
     QVERIFY(emitM4("M4_Error", "(5,)"));
     reading.read();
     m_daemons->stop(M4);
@@ -1229,7 +1232,7 @@ void tst_Reading::whatCannotBeRead()
     QCOMPARE(takeCalls(), Lines());
     QCOMPARE(history.take(), Lines());
 
-    // Until what is wrong is changed.
+    // Only a correction of the invalid properties does.
     reading.setMethod(QLatin1String("getError"));
     reading.setArguments(QVariantList());
     reading.setSignalNames(names("Error"));
@@ -1241,7 +1244,7 @@ void tst_Reading::whatCannotBeRead()
 
 namespace {
 
-// Values of a type: in a reply, as a reading shows them.
+// Values of a type: as they are in a reply, and as a reading shows them.
 struct Values
 {
     const char *type;
@@ -1267,7 +1270,8 @@ const Values &valuesOf(const ClientProperty &property)
     return valuesByType[row];
 }
 
-// The signal of a supply has a second argument, and does not have the value.
+// True if the property's signal carries its value. The signal of a supply has a second argument and
+// does not carry the value.
 bool saysTheValue(const ClientProperty &property)
 {
     return QByteArray(notifierOf(property).parameters).count(',') == 0;
@@ -1320,7 +1324,7 @@ void tst_Reading::propertyOfTheClient()
     VERIFY_SHOWS(reading, current);
     QCOMPARE(takeCalls(), Lines() << call);
 
-    // Signals of all others are no matter.
+    // The signals of all other properties have no influence.
     history.take();
     for (const ClientProperty &other : clientProperties) {
         if (&other != &property) {
@@ -1473,7 +1477,7 @@ void tst_Reading::largeValues()
     QVERIFY(!version.isCurrent());
 }
 
-// ---- Changes of what is read ---------------------------------------------------------------
+// ---- Changes of the properties -------------------------------------------------------------
 
 void tst_Reading::reconfigured_data()
 {
@@ -1515,7 +1519,7 @@ void tst_Reading::reconfigured()
     QCOMPARE(takeCalls(), Lines() << call << call);
     history.take();
 
-    // Unknown at once, before anybody is told of the change.
+    // The value is unknown before any receiver is notified of the change.
     QByteArray atTheChange;
     const QMetaProperty property = reading.metaObject()->property(
         reading.metaObject()->indexOfProperty(name.constData()));
@@ -1531,7 +1535,7 @@ void tst_Reading::reconfigured()
     QCOMPARE(shown(reading), QByteArray("unknown"));
     QCOMPARE(history.take(), Lines() << "unknown");
 
-    // The old signals and the old answer are not for the new configuration.
+    // The old signals and the old reply do not count for the new configuration.
     QVERIFY(waitUntil([&]() { return supplyd().held() == 3; }));
     supplyd().answerHeld(1, "('old',)");
     supplyd().sync();
@@ -1570,7 +1574,7 @@ void tst_Reading::manyChangesCostOneRead()
     QCOMPARE(history.take(),
              Lines() << "unknown"
                      << "current int 7");
-    // And one subscription is left.
+    // One subscription is left.
     reading.setValueArgument(-1);
     VERIFY_SHOWS(reading, "current int 7");
     takeCalls();
@@ -1584,7 +1588,7 @@ void tst_Reading::deadlineIsOfTheNextRead()
 {
     QScopedPointer<HNIPCReading> reading(newHeldReading());
     QVERIFY(isHeld(1));
-    reading->setDeadline(50); // does not end the read that is under way, nor start another
+    reading->setDeadline(50); // neither ends the current read nor starts another
     QVERIFY(settle());
     QVERIFY(emitM4("M4_Alert", "(1,)"));
     QVERIFY(settle());
@@ -1593,7 +1597,7 @@ void tst_Reading::deadlineIsOfTheNextRead()
                  "unknown TimedOut org.freedesktop.DBus.Error.Timeout: "
                  "org.hnipc.m4 did not reply within 50 ms");
     reading->setDeadline(-1);
-    QVERIFY(isHeld(3)); // the repetition has it
+    QVERIFY(isHeld(3)); // the repeated read has the new deadline
     QVERIFY(waitUntil([&]() { return reading->deadline() == -1; }));
     m4().answerHeld(2, "(2,)");
     VERIFY_SHOWS(*reading, "current int 2");
@@ -1645,7 +1649,7 @@ void tst_Reading::changedOnlyIfSomethingChanged()
     VERIFY_SHOWS(reading, "current int 7");
     QCOMPARE(history.take(), Lines() << "current int 7");
 
-    // A value that is equal, but of another type.
+    // The same number in another type.
     m4().answer("dac0", "(uint32 7,)");
     reading.setCall(HNIPC_METHOD(dac0));
     VERIFY_SHOWS(reading, "current uint 7");
@@ -1653,7 +1657,7 @@ void tst_Reading::changedOnlyIfSomethingChanged()
              Lines() << "unknown"
                      << "current uint 7");
 
-    // The same failure with another name, text, or reason.
+    // The same failure with another name, message, or reason.
     history.take();
     m4().answerError("dac0", "org.hnipc.Error.Busy", "no");
     reading.read();
@@ -1669,7 +1673,7 @@ void tst_Reading::changedOnlyIfSomethingChanged()
     QVERIFY(settle());
     QCOMPARE(history.take(), Lines());
 
-    // The daemon has the same words as the library.
+    // The daemon replies with the same name and message as the library.
     const QByteArray name = "org.freedesktop.DBus.Error.Timeout";
     const QByteArray text = "org.hnipc.m4 did not reply within 50 ms";
     m4().hold("dac0");
@@ -1730,7 +1734,7 @@ void tst_Reading::destroyedInASignal()
     const std::function<bool()> steps[] = {
         [&]() { reading->setMethod(QLatin1String("nothing")); return settle(); },
         [&]() {
-            reading->setMethod(QLatin1String("getError")); // one of changed()
+            reading->setMethod(QLatin1String("getError")); // emits one of the changed() signals
             return settle();
         },
         [&]() {
@@ -1784,7 +1788,7 @@ void tst_Reading::destroyedAtAnyTime()
         case 3:
             VERIFY_SHOWS(*reading, "current int 7");
             break;
-        case 4: // news is under way
+        case 4: // a signal is under way
             QVERIFY(settle());
             QVERIFY(emitM4("M4_Error", "(1,)"));
             break;
@@ -1793,7 +1797,7 @@ void tst_Reading::destroyedAtAnyTime()
             delete reading;
         }
     }
-    // Nothing is read any more.
+    // No reading reads any more.
     takeCalls();
     QVERIFY(emitM4("M4_Error", "(1,)"));
     QCOMPARE(takeCalls(), Lines());
@@ -1816,7 +1820,7 @@ void tst_Reading::eventLoopInASignal()
     VERIFY_SHOWS(reading, "current int 1");
     bool isNested = false;
     QByteArray within;
-    // As a dialog does.
+    // The slot runs an event loop, as a dialog does.
     Listener listener(&reading, signal.constData(), [&]() {
         if (isNested) {
             return;
@@ -1837,7 +1841,7 @@ void tst_Reading::eventLoopInASignal()
     QVERIFY(settle());
     QCOMPARE(shown(reading), QByteArray("current int 9"));
 
-    // In that of a read, and of a signal.
+    // The same in the slot for a read and in that for a signal.
     isNested = false;
     m4().answer("getError", "(7,)");
     reading.read();
@@ -1909,7 +1913,8 @@ void tst_Reading::movedToAnotherThread()
 {
     QFETCH(QByteArray, when);
     Worker worker;
-    // ThreadSanitizer sees no lock of Qt's, so it is shown that the thread takes over afterwards.
+    // ThreadSanitizer does not see Qt's locks. This mutex shows it that the thread owns the object
+    // afterwards.
     std::mutex mutex;
     std::unique_lock<std::mutex> lock(mutex);
     worker.post([&mutex]() { const std::lock_guard<std::mutex> takeOver(mutex); });
@@ -1970,7 +1975,7 @@ void tst_Reading::threadMayEnd()
         HastyThread thread(turns);
         thread.start();
         QVERIFY(waitUntil([&]() { return thread.isFinished(); }));
-        std::thread([]() { // one that Qt knows nothing of
+        std::thread([]() { // a thread that Qt did not start
             HNIPCReading reading;
             reading.setCall(HNIPC_METHOD(getError));
         })
@@ -1988,7 +1993,7 @@ void tst_Reading::haltedBusBlocksNobody()
     HNIPCReading known;
     known.setCall(HNIPC_METHOD(getError));
 #if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
-    // The first subscription of the program is made in this thread, and Qt asks the bus meanwhile.
+    // This thread makes the first subscription of the program, and Qt calls the bus meanwhile.
     known.setSignalNames(names("Alert"));
 #endif
     VERIFY_SHOWS(known, "current int 7");

@@ -12,7 +12,7 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-// A program of its own: there is one bus in the life of a process, and here it dies.
+// A separate program: a process connects to one bus only, and the test kills it.
 class tst_ReadingBusLost : public QObject
 {
     Q_OBJECT
@@ -61,7 +61,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     History failedHistory(&failed);
     History absentHistory(&absent);
     History *const histories[] = { &currentHistory, &knownHistory, &failedHistory, &absentHistory };
-    HNIPCReading hasty; // which the bus may not have told anything when it dies
+    HNIPCReading hasty; // the bus may be killed before it has replied to this reading
     hasty.setCall(HNIPC_METHOD(getError));
     bus.kill();
     for (int i = 0; i < 4; ++i) {
@@ -71,7 +71,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     QCOMPARE(awaited(hasty, lost), lost);
     QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
 
-    // It stays so, and so it is for those that come later, or are changed.
+    // They stay unknown. So do readings that are constructed or changed later.
     HNIPCReading late;
     late.setCall(HNIPC_METHOD(getError));
     late.setSignalNames(alert);

@@ -12,7 +12,7 @@ typedef QList<QByteArray> Lines;
 static const QByteArray noBus = "unknown BusLost org.freedesktop.DBus.Error.Disconnected: "
                                 "there is no system bus";
 
-// Readings in a process that reaches no bus.
+// Readings in a process that cannot connect to a bus.
 class tst_ReadingWithoutBus : public QObject
 {
     Q_OBJECT

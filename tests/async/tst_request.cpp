@@ -40,7 +40,7 @@ const char
 const char noMethod[] = "NotSent org.freedesktop.DBus.Error.UnknownMethod: "
                         "the printer has no method \"nothing\"";
 
-// To one daemon.
+// The most requests in flight to one daemon.
 const int mostInFlight = 32;
 
 QByteArray timedOut(int deadline)
@@ -66,7 +66,7 @@ Lines sentLines() { return Lines() << emission("stateChanged()"); }
 
 Lines finishedLines() { return Lines() << emission("stateChanged()") << emission("finished()"); }
 
-// A number of requests, and how often and in which order they have finished.
+// A number of requests that record how often and in which order they have finished.
 class Requests : public QObject
 {
     Q_OBJECT
@@ -95,7 +95,7 @@ public:
         return true;
     }
 
-    // So often has each finished since the order was cleared; -1 where one differs.
+    // How often each has finished since the order was cleared; -1 if the numbers differ.
     int timesEachHasFinished() const
     {
         std::vector<int> times(m_requests.size());
@@ -115,7 +115,7 @@ private:
     QList<int> m_order;
 };
 
-// A request on a thread of its own, where its signals have to arrive, too.
+// A request on its own thread, on which its signals have to be delivered, too.
 class RequestThread : public QThread
 {
 public:
@@ -140,7 +140,7 @@ protected:
     }
 };
 
-// Does something on a thread without an event loop, and ends when it may.
+// Runs a function on a thread without an event loop. The thread ends when the test allows it.
 class PlainThread : public QThread
 {
 public:
@@ -160,7 +160,7 @@ private:
     QSemaphore m_end;
 };
 
-// A worker as Qt's documentation has it, which lives in a thread with an event loop.
+// A worker as in Qt's documentation, which lives in a thread with an event loop.
 class Worker : public QObject
 {
     Q_OBJECT
@@ -267,23 +267,23 @@ private:
         return waitUntil([this, count]() { return m4().held() == count; });
     }
 
-    // What has been sent has reached the print engine, and its answers have passed the bus. Turns
-    // no event loop.
+    // Waits until the sent calls have reached the print engine and its replies have passed the bus.
+    // Turns no event loop.
     void settle()
     {
         makeRequestsLeave();
         m4().sync();
     }
 
-    // The calls that reached any of the daemons since the last time.
+    // The calls that have reached any of the daemons since the previous call of this function.
     QList<WireMessage> takeCalls()
     {
         settle();
         return m_daemons->takeCalls();
     }
 
-    // What the print engine has answered has ended here, too: an answer that is there before
-    // anybody listens takes two turns of the event loop.
+    // True when all requests that the print engine has replied to have finished. A reply that
+    // arrives before the library waits for it takes two turns of the event loop.
     bool nothingIsInFlight()
     {
         settle();
@@ -299,7 +299,7 @@ void tst_Request::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Request::init()
 {
-    // What tests before have left in flight is answered and forgotten.
+    // Discards the requests that earlier tests have left in flight.
     settle();
     m4().clearAnswers();
     QVERIFY(nothingIsInFlight());
@@ -309,7 +309,7 @@ void tst_Request::init()
     takeCalls();
 }
 
-// ---- As others see it ----------------------------------------------------------------------
+// ---- Properties and meta-object ------------------------------------------------------------
 
 void tst_Request::startsWithoutOutcome()
 {
@@ -479,7 +479,7 @@ void tst_Request::refusedWithTheDaemonsOwnWords_data()
     QTest::newRow("no text") << QByteArray("org.hnipc.Error.Busy") << QByteArray();
     QTest::newRow("not Latin") << QByteArray("org.hnipc.Error.Busy")
                                << QByteArray("zu hei\xc3\x9f: 80 \xe2\x84\x83");
-    // Those that a request has names for itself, when the daemon uses them.
+    // Names that a request also uses for its own errors, when the daemon sends them.
     const char *const names[] = { "NoReply",          "Timeout",       "TimedOut",
                                   "ServiceUnknown",   "UnknownMethod", "InvalidArgs",
                                   "Disconnected",     "AccessDenied",  "LimitsExceeded",
@@ -621,7 +621,7 @@ void tst_Request::deadlinePasses()
     QVERIFY2(isTimeOut(outcome, deadline), outcome.constData());
     QCOMPARE(recorder.take(), sentLines() + finishedLines());
 
-    // The answer comes late, and the call was made once.
+    // The reply is late, and the daemon was called once.
     const int sent = outcome == waitedTooLong(deadline) ? 0 : 1;
     QVERIFY(sent == 1 || deadline < 1000);
     QVERIFY(isHeld(sent));
@@ -660,7 +660,7 @@ void tst_Request::passedDeadlineOfAFinishedRequestIsNothing()
     later.setCall(HNIPC_METHOD(getAlert));
     later.setDeadline(deadline);
     const QByteArray outcome = outcomeOfSending(request);
-    // A slow machine may have used up the deadline; then it did so before the other is sent.
+    // On a slow machine the deadline may pass. If so, it passes before the other request is sent.
     QVERIFY2(outcome == "Answered" || isTimeOut(outcome, deadline), outcome.constData());
     SignalRecorder recorder(&request);
     QVERIFY(isTimeOut(outcomeOfSending(later), deadline));
@@ -695,7 +695,7 @@ void tst_Request::cancelledBeforeItIsKnownNotToBeSent()
     QVERIFY(request.send());
     SignalRecorder recorder(&request);
     request.cancel();
-    QCOMPARE(outcomeOf(request), QByteArray(noMethod)); // what has not been sent is not unknown
+    QCOMPARE(outcomeOf(request), QByteArray(noMethod)); // not sent, so the outcome is not unknown
     QCOMPARE(recorder.take(), finishedLines());
     QVERIFY(m_daemons->passFence());
     QCOMPARE(recorder.take(), Lines());
@@ -721,7 +721,7 @@ void tst_Request::cancelledNotSentRequestMayBeSentAgain()
 
     request.setMethod(QLatin1String("nothing"));
     recorder.take();
-    HNIPCRequest between; // whose failure is told after that of the cancelled one
+    HNIPCRequest between; // its failure is reported after that of the cancelled one
     between.setMethod(QLatin1String("nothing"));
     bool isPendingThen = false;
     Listener listener(&between, SIGNAL(finished()), [&]() { isPendingThen = request.isPending(); });
@@ -781,7 +781,7 @@ void tst_Request::cancelAsSoonAsSent()
     SignalRecorder recorder(&request);
     Listener canceller(&request, SIGNAL(stateChanged()), [&request]() { request.cancel(); });
     QVERIFY(request.send());
-    QCOMPARE(recorder.take(), sentLines()); // finished() never comes within send()
+    QCOMPARE(recorder.take(), sentLines()); // finished() is never emitted within send()
     QVERIFY(waitUntilFinished(request));
     const QByteArray outcome = outcomeOf(request);
     QVERIFY2(outcome == cancelled || outcome == cancelledWaiting, outcome.constData());
@@ -800,7 +800,7 @@ void tst_Request::nothingFinishesWithinSend_data()
     QTest::newRow("timed out") << QByteArray("getAlert");
 }
 
-// Also where a receiver of stateChanged() turns the event loop until the outcome is there.
+// Also if a receiver of stateChanged() turns the event loop until the outcome is known.
 void tst_Request::nothingFinishesWithinSend()
 {
     QFETCH(QByteArray, method);
@@ -837,7 +837,7 @@ void tst_Request::stateIsKnownBeforeFinished()
     Listener state(&request, SIGNAL(stateChanged()), [&]() {
         if (!request.isPending()) {
             atStateChanged = outcomeOf(request);
-            isAccepted = request.send(); // finished() is still to come
+            isAccepted = request.send(); // finished() has not been emitted yet
             request.cancel();
         }
     });
@@ -910,7 +910,7 @@ void tst_Request::argumentsOfOneCallAreNotKept()
     QVERIFY(isAccepted);
     QVERIFY(waitUntilFinished(request));
 
-    // A list that does not fit is not replaced by what is set.
+    // An invalid list of arguments is not replaced by the property.
     QVERIFY(request.send(QVariantList()));
     QVERIFY(waitUntilFinished(request));
     QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
@@ -924,7 +924,8 @@ void tst_Request::argumentsOfOneCallAreNotKept()
 
 void tst_Request::sentAgainAfterEachOutcome()
 {
-    // outcomeOfSending() sees that nothing of the outcome before is left while it is in flight.
+    // outcomeOfSending() checks that nothing of the previous outcome is left while the request is
+    // in flight.
     HNIPCRequest request;
     for (int i = 0; i < 3; ++i) {
         request.setCall(HNIPC_METHOD(getError));
@@ -968,7 +969,7 @@ void tst_Request::sentAgainFromWithinFinished()
         QCOMPARE(calls.at(i).body, '(' + QByteArray::number(i) + ", 0)");
     }
 
-    // The same for one that is not sent, and for one that is cancelled.
+    // The same for a request that is not sent, and for one that is cancelled.
     outcomes.clear();
     Listener other(&request, SIGNAL(finished()), [&]() {
         if (outcomes.size() == 1) {
@@ -1060,7 +1061,7 @@ void tst_Request::deletedInFlight()
     QCOMPARE(recorder.take(), Lines());
     QCOMPARE(childRecorder.take(), Lines());
 
-    // While the answer is already under way to this thread.
+    // The reply is already on its way to this thread.
     const int count = mostInFlight;
     QScopedPointer<Requests> requests(new Requests(count));
     for (int i = 0; i < count; ++i) {
@@ -1084,7 +1085,7 @@ void tst_Request::deletedBeforeItIsKnownNotToBeSent()
     QCOMPARE(recorder.take(), Lines());
 }
 
-// ---- Time, number and place ----------------------------------------------------------------
+// ---- Time, number and threads --------------------------------------------------------------
 
 void tst_Request::elapsedStandsStillAfterFinishing()
 {
@@ -1112,7 +1113,7 @@ void tst_Request::elapsedStandsStillAfterFinishing()
     clock.cancel();
     QVERIFY(clock.elapsed() > least + 5);
 
-    // It starts anew with the next.
+    // It restarts with the next send().
     QVERIFY(waitUntil([&]() {
         const int before = clock.elapsed();
         const bool isLess = clock.send() && clock.elapsed() < before;
@@ -1132,8 +1133,8 @@ void tst_Request::thousandAreAnsweredInAnyOrder()
     }
     QVERIFY(requests.allAreSent());
 
-    // The daemon has as many to choose from as there may be in flight. It answers each with its
-    // own argument.
+    // The daemon holds as many calls as may be in flight. It replies to a random one of them with
+    // the call's own argument.
     QList<int> unanswered;
     QList<int> order;
     int arrived = 0;
@@ -1155,7 +1156,7 @@ void tst_Request::thousandAreAnsweredInAnyOrder()
     const QList<WireMessage> calls = takeCalls();
     QCOMPARE(calls.size(), count);
     for (int i = 0; i < count; ++i) {
-        QCOMPARE(calls.at(i).body, "('" + QByteArray::number(i) + "', '')"); // their turn
+        QCOMPARE(calls.at(i).body, "('" + QByteArray::number(i) + "', '')"); // in order of sending
         QCOMPARE(outcomeOf(requests[i]), QByteArray("Answered"));
         QCOMPARE(requests[i].value(), QVariant(i));
     }
@@ -1180,7 +1181,7 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     deleted->setCall(HNIPC_METHOD(setUserSetting), 6, 0);
     QVERIFY(deleted->send());
 
-    // One that is never sent needs no turn.
+    // A request that is never sent does not wait for its turn.
     HNIPCRequest nothing;
     nothing.setMethod(QLatin1String("nothing"));
     QCOMPARE(outcomeOfSending(nothing), QByteArray(noMethod));
@@ -1194,14 +1195,15 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     QVERIFY(isHeld(mostInFlight));
     QCOMPARE(takeCalls().size(), mostInFlight);
 
-    // One that is given up keeps its turn until it is answered: the bus counts it until then.
+    // An abandoned call counts until the daemon replies to it, because the bus counts it until
+    // then.
     requests[0].cancel();
     settle();
     QVERIFY(m_daemons->passFence());
     QVERIFY(waiting[2].isPending());
     QCOMPARE(takeCalls().size(), 0);
 
-    // The turn of one goes to the next that still waits, and an answered one gives it on.
+    // Each reply starts the next request that still waits.
     waiting[2].cancel();
     waiting[3].cancel();
     QCOMPARE(outcomeOf(waiting[2]), QByteArray(cancelledWaiting));
@@ -1222,7 +1224,8 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     QCOMPARE(requests.order(), QList<int>() << 0 << 1);
 }
 
-// Neither pending calls to a daemon that does not answer nor forgotten ones hold up another.
+// Neither pending calls to a daemon that does not reply nor abandoned ones delay calls to another
+// daemon.
 void tst_Request::eachDaemonHasItsShare()
 {
     WirePeer &supplyd = (*m_daemons)[SUPPLYD];
@@ -1243,7 +1246,7 @@ void tst_Request::eachDaemonHasItsShare()
     QCOMPARE(outcomeOfSending(other), QByteArray("Answered"));
     QCOMPARE(other.value(), QVariant(12.5));
 
-    // To the one that does not answer, nothing more goes out.
+    // The library sends nothing more to the daemon that does not reply.
     HNIPCRequest late;
     late.setCall(HNIPC_METHOD(forwardFeed), 5);
     late.setDeadline(20);
@@ -1267,8 +1270,9 @@ void tst_Request::deadlineCountsFromSend()
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(mostInFlight));
 
-    // From its turn on it would outlast the measure, which never gets one. A machine that stands
-    // still meanwhile shows nothing, so there is more than one attempt.
+    // A deadline that started with the turn of the request would pass after that of the measure,
+    // which gets no turn. If the machine stops for a while, an attempt shows nothing, so there are
+    // several.
     bool isShown = false;
     for (int attempt = 0; attempt < 20 && !isShown; ++attempt) {
         HNIPCRequest request;
@@ -1311,7 +1315,7 @@ void tst_Request::turnComesAfterTheDeadline()
     request.setDeadline(deadline);
     QVERIFY(request.send());
     makeRequestsLeave();
-    // This thread is too busy to notice that the time is up.
+    // This thread is too busy to notice that the deadline has passed.
     while (request.elapsed() <= deadline) {
         std::this_thread::yield();
     }
@@ -1340,7 +1344,8 @@ void tst_Request::deadlineIsNeverEarly()
     }
 }
 
-// One that does not give back its turn in one of these ways brings everything to a stop.
+// The daemon gets a call for each of these outcomes. One that kept its turn would block all later
+// requests.
 void tst_Request::everyEndGivesBackTheTurn()
 {
     for (int i = 0; i <= mostInFlight; ++i) {
@@ -1402,7 +1407,7 @@ void tst_Request::onAThreadOfItsOwn()
     for (int i = 0; i < mostInFlight; ++i) {
         others[i].setCall(HNIPC_METHOD(getAlert));
     }
-    // At once, and after waiting for its turn, which comes from this thread.
+    // Sent immediately, and after waiting for the reply to a call of this thread.
     for (int round = 0; round < 2; ++round) {
         if (round == 1) {
             QVERIFY(others.allAreSent());
@@ -1437,8 +1442,7 @@ void tst_Request::threadMayEndInFlight_data()
     QTest::newRow("unknown to Qt") << 5;
 }
 
-// However a thread leaves its requests, what they have sent counts until it is answered, and no
-// longer.
+// However a thread abandons its requests, their calls count exactly until the daemon replies.
 void tst_Request::threadMayEndInFlight()
 {
     QFETCH(int, way);
@@ -1447,7 +1451,7 @@ void tst_Request::threadMayEndInFlight()
     std::mutex mutex;
     for (int i = 0; i < mostInFlight; ++i) {
         const auto send = [&left, &mutex]() {
-            const std::lock_guard<std::mutex> lock(mutex); // until it is among those that are left
+            const std::lock_guard<std::mutex> lock(mutex); // until the list contains it
             left.emplace_back(new HNIPCRequest);
             left.back()->setCall(HNIPC_METHOD(getAlert));
             left.back()->send();
@@ -1537,14 +1541,14 @@ void tst_Request::moveToThreadInFlight()
     for (HNIPCRequest *const request : all) {
         Listener *const listener = new Listener(request, SIGNAL(finished()), [&, request]() {
             elsewhere += QThread::currentThread() == &thread ? 1 : 0;
-            // Qt starts the timers of an object again that is moved.
+            // Qt restarts the timers of an object that is moved.
             const QObjectList children = request->children();
             for (QObject *const child : children) {
                 timers += int(QAbstractEventDispatcher::instance()->registeredTimers(child).size());
             }
             ++finished;
         });
-        listener->setParent(request); // goes along
+        listener->setParent(request); // moved together with the request
         QVERIFY(request->send());
         request->moveToThread(&thread);
     }
@@ -1612,7 +1616,8 @@ void tst_Request::deadlineRacesWithTheAnswer()
         }
         QCOMPARE(requests.timesEachHasFinished(), 1);
         requests.clearOrder();
-        // What is late comes in among what follows; but the bus carries 128 unanswered calls.
+        // A late reply would arrive during the next rounds. But the bus allows only 128 calls
+        // without a reply.
         settle();
     }
     QVERIFY(m_daemons->passFence());
@@ -1633,12 +1638,12 @@ void tst_Request::cancelRacesWithTheAnswer()
         QVERIFY(requests.allAreSent());
         int unanswered = size;
         switch (batch % 3) {
-        case 0: // the call is hardly out
+        case 0: // the call may not have been sent yet
             break;
-        case 1: // the answers have passed the bus
+        case 1: // the replies have passed the bus
             settle();
             break;
-        case 2: // some have been delivered
+        case 2: // some replies have been delivered
             QVERIFY(waitUntil([&]() { return requests.order().size() >= size / 3; }));
             unanswered = size - int(requests.order().size());
             break;

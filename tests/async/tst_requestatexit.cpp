@@ -14,9 +14,9 @@ using namespace Expected;
 
 namespace {
 
-const int inFlight = 120; // most of which wait for their turn
+const int inFlight = 120; // most of them wait for their turn
 
-// A number of requests in flight, which nobody answers.
+// A number of requests in flight, to which no daemon replies.
 struct Requests
 {
     bool send()
@@ -43,15 +43,16 @@ struct Requests
     HNIPCRequest requests[inFlight];
 };
 
-// They outlive the application, and Qt's own static objects.
+// Destroyed after the application and Qt's own static objects.
 std::unique_ptr<Requests> staticRequests;
 std::unique_ptr<HNIPCAvailability> staticAvailability;
 
-// The program that ends, in the way of this name. It says what it still had in flight.
+// The program that ends in the way of this name. It prints how many requests were in flight.
 int end(const QByteArray &way, int argc, char **argv)
 {
     std::unique_ptr<QCoreApplication> application(new QCoreApplication(argc, argv));
-    // Sent after the others, and answered by another daemon: then the others are with theirs.
+    // Sent after the others, to another daemon. When that daemon replies, the others have reached
+    // theirs.
     HNIPCRequest answered;
     answered.setCall(HNIPC_METHOD(supplySupplyPercent));
     std::unique_ptr<Requests> requests(new Requests);
@@ -102,7 +103,7 @@ int end(const QByteArray &way, int argc, char **argv)
         requests.release();
         availability.release();
     } else if (way == "exit") {
-        std::exit(0); // nothing on the stack is destroyed
+        std::exit(0); // does not destroy objects on the stack
     } else if (way == "children") {
         for (HNIPCRequest &request : requests->requests) {
             (new HNIPCRequest(application.get()))->setCall(HNIPC_METHOD(getAlert));
@@ -149,7 +150,7 @@ void tst_RequestAtExit::programEndsWithoutAFault()
     daemons[M4].answer("getError", "(7,)");
     daemons[SUPPLYD].answer("supplySupplyPercent", "(12.5,)");
     Process program;
-    // So the GNU allocator notices when somebody writes to what is free.
+    // Makes the GNU allocator notice a write to freed memory.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QLatin1String("GLIBC_TUNABLES"),
                        QLatin1String("glibc.malloc.tcache_count=0:glibc.malloc.mxfast=0"));

@@ -16,7 +16,7 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-// A program of its own: there is one bus in the life of a process, and here it dies.
+// A separate program: a process connects to one bus only, and the test kills it.
 class tst_RequestBusLost : public QObject
 {
     Q_OBJECT
@@ -48,7 +48,7 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
     for (int i = 0; i < inFlight + waiting; ++i) {
         requests.emplace_back(new HNIPCRequest);
         requests.back()->setCall(HNIPC_METHOD(getAlert));
-        // The deadline of a dead bus is no matter.
+        // After the loss of the bus, the deadline has no effect.
         requests.back()->setDeadline(i % 2 ? 60 * 60 * 1000 : -1);
         recorders.emplace_back(new SignalRecorder(requests.back().get()));
         QVERIFY(requests.back()->send());
@@ -63,7 +63,7 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
     QVERIFY(deleted->send());
     deleted.reset();
 
-    // Those that wait for another daemon.
+    // Requests to another daemon, one of which waits for its turn.
     std::vector<std::unique_ptr<HNIPCRequest>> others;
     daemons[IOEXPD].hold("printerSoftCancel");
     for (int i = 0; i < inFlight + 1; ++i) {
@@ -73,7 +73,7 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
     }
     QVERIFY(waitUntil([&]() { return daemons[IOEXPD].held() == inFlight; }));
 
-    HNIPCAvailability hasty; // which the bus may not have told anything when it dies
+    HNIPCAvailability hasty; // may not have had a reply from the bus
     bus.kill();
     for (const auto &request : requests) {
         QVERIFY(waitUntilFinished(*request));
@@ -85,7 +85,7 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
         QCOMPARE(outcomeOf(*requests[i]), i < inFlight ? lost : noBus);
     }
 
-    // And what is sent now is not.
+    // Requests that are sent now fail as not sent.
     for (const auto &request : requests) {
         QCOMPARE(outcomeOfSending(*request), noBus);
     }

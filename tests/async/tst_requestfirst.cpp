@@ -11,7 +11,7 @@
 
 using namespace Expected;
 
-// The first objects of a process, while the bus does not respond. A program of its own: a process
+// The first objects of a process, while the bus does not respond. A separate program: a process
 // opens its connection once.
 class tst_RequestFirst : public QObject
 {
@@ -43,7 +43,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
     const bool isResumedHere = bus.resume();
     QVERIFY(isResumedHere);
 #else
-    // The application's event loop opens the connection, and waits for the bus meanwhile.
+    // The application's event loop opens the connection and waits for the bus meanwhile.
     while (late.elapsed() <= late.deadline()) {}
     bus.resume();
     QVERIFY(waitUntilFinished(late));

@@ -64,7 +64,7 @@ void tst_RequestLocal::daemonIsCalledAfterSend()
     }
     request.setCall(HNIPC_METHOD(getAlert));
     QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
-    request.setCall(HNIPC_METHOD(resetCutter)); // which it does not implement
+    request.setCall(HNIPC_METHOD(resetCutter)); // not implemented by the daemon
     QVERIFY(
         outcomeOfSending(request).startsWith("Refused org.freedesktop.DBus.Error.UnknownMethod"));
     QCOMPARE(engine.calls, 4);

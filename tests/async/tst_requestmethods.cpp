@@ -44,7 +44,7 @@ QVariantList list(const QVariant &a, const QVariant &b, const QVariant &c)
     return QVariantList() << a << b << c;
 }
 
-// A list as an argument, not in place of the arguments.
+// A list as one argument, not as the list of arguments.
 QVariant oneValue(const QVariantList &values) { return QVariant(values); }
 
 void addRows()
@@ -57,7 +57,7 @@ void addRows()
 
 } // namespace
 
-// What a request calls: the method and the arguments that cross the bus, and the answer's value.
+// A request's method and its arguments as they cross the bus, and the value of the reply.
 class tst_RequestMethods : public QObject
 {
     Q_OBJECT
@@ -100,7 +100,7 @@ private Q_SLOTS:
 private:
     WirePeer &daemon(const ClientSlot &slot) { return (*m_daemons)[slot.server]; }
 
-    // All that this process has put on the bus since the last time.
+    // All messages that this process has sent since the previous call of this function.
     QList<WireMessage> takeSent()
     {
         const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
@@ -115,7 +115,7 @@ private:
         return result;
     }
 
-    // The only message among them.
+    // The only message that this process has sent since then.
     QByteArray onlyMessage()
     {
         const QList<WireMessage> sent = takeSent();
@@ -139,7 +139,7 @@ void tst_RequestMethods::initTestCase()
 {
     m_daemons.reset(new AsyncDaemons);
     m_monitor.reset(new WireMonitor);
-    // The first of a process also subscribes to the end of the bus.
+    // The first request of a process also subscribes to the loss of the bus.
     outcomeOfCalling("getError", QVariantList());
 }
 
@@ -212,7 +212,7 @@ void tst_RequestMethods::theBlockingCallSendsTheSame()
     HNIPCRequest request;
     request.setMethod(QString::fromLatin1(nameOf(slot)));
     request.setArguments(arguments);
-    // Neither gets an answer.
+    // The bus replies to neither.
     QCOMPARE(outcomeOfSending(request),
              QByteArray("Refused org.freedesktop.DBus.Error.UnknownMethod: no such method"));
 
@@ -333,7 +333,7 @@ void tst_RequestMethods::argumentFits()
     QFETCH(QVariantList, arguments);
     QFETCH(QByteArray, sent);
     const QByteArray outcome = outcomeOfCalling(method.constData(), arguments);
-    QVERIFY2(outcome.startsWith("Refused"), outcome.constData()); // by the daemon: it answers none
+    QVERIFY2(outcome.startsWith("Refused"), outcome.constData()); // the daemon implements none
     QCOMPARE(onlyMessage(), sent);
 }
 
@@ -345,7 +345,7 @@ void tst_RequestMethods::argumentDoesNotFit_data()
 
     const double infinity = std::numeric_limits<double>::infinity();
     const double notANumber = std::numeric_limits<double>::quiet_NaN();
-    // Of no number type, whatever they say.
+    // None of these is of a number type, whatever its content.
     const struct
     {
         const char *name;
@@ -552,7 +552,7 @@ void tst_RequestMethods::thereIsNoSuchMethod()
     QVERIFY(takeSent().isEmpty());
 }
 
-// To a variant, 5 and "5" may be equal, and so may 1 and true, and large neighbours.
+// For a variant, 5 and "5" may be equal, and so may 1 and true, and large numbers that differ by 1.
 void tst_RequestMethods::otherArgumentReplacesAnEqualOne()
 {
     HNIPCRequest request;
@@ -654,7 +654,7 @@ void addWrong(const char *name, const HNIPCRequest &request, const char *error)
     QTest::newRow(name) << request.method() << request.arguments() << QByteArray(error);
 }
 
-// With the arguments that setCall() makes.
+// Calls the method with the arguments of setCall().
 template <typename Method, typename... Arguments>
 void addWrongCall(const char *name, const char *error, const Method &method,
                   const Arguments &...arguments)
@@ -711,7 +711,7 @@ void tst_RequestMethods::numberOutOfRangeIsRefused()
     QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
     QVERIFY(takeSent().isEmpty());
 
-    // The last that fit.
+    // The last valid arguments.
     request.setCall(HNIPC_METHOD(forwardFeed), Forward);
     outcomeOfSending(request);
     QCOMPARE(onlyMessage(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 400,)"));
@@ -810,7 +810,7 @@ void tst_RequestMethods::commandIsDoneUnlessItsAnswerIsFalse()
     QVERIFY(request.send());
     QVERIFY(!request.isDone());
     QVERIFY(waitUntilFinished(request));
-    // Not every 0 is a refusal.
+    // Not every 0 means that the daemon refused.
     (*m_daemons)[M4].answer("getError", "(0,)");
     request.setCall(HNIPC_METHOD(getError));
     QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
@@ -859,7 +859,7 @@ void tst_RequestMethods::singleCallCallsAFunction()
     QVERIFY(waitUntil([&]() { return request.isNull(); }));
     QCOMPARE(lid, QByteArray("open"));
 
-    // Not where the context is gone.
+    // The function is not called if the context has been destroyed.
     bool isCalled = false;
     QScopedPointer<QObject> gone(new QObject);
     hnipcCall(HNIPC_METHOD(printerLid)).then(gone.data(), [&](const HNIPCAnswer<bool> &) {
@@ -878,7 +878,7 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()
     QTest::addColumn<bool>("fits");
     QTest::addColumn<QVariant>("value");
 
-    // A method of each result type, and an answer of each wire type.
+    // A method of each result type, and a reply of each wire type.
     // clang-format off
     const char *const methods[] = { "emitError(int)", "getError()", "dac0()", "ribbon1Verify()",
                                     "supplySupplyPercent()", "m4Version()", "supplySKUList()",
@@ -892,7 +892,7 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown_data()
     {
         const char *type;
         const char *wire;
-        QVariant value; // for the result type that it fits
+        QVariant value; // the value in the result type that this reply fits
     } answers[] = {
         { "b", "true", true },
         { "i", "-5", -5 },
@@ -956,7 +956,7 @@ void tst_RequestMethods::answerIsOfTheDeclaredTypeOrUnknown()
         outcomeOfSending(request);
         QVERIFY(same(request.value(), value));
     } else {
-        // What follows is Qt's.
+        // Qt adds the rest of the message.
         const QByteArray start = QByteArray("Unknown org.freedesktop.DBus.Error.InvalidSignature: ")
             + identities[slot.server].busName + " replied with another type: ";
         QVERIFY2(outcome.startsWith(start), outcome.constData());

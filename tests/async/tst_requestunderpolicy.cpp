@@ -12,7 +12,7 @@
 
 using namespace Expected;
 
-// What the bus answers in a daemon's place.
+// Errors that the bus sends in the daemon's place.
 class tst_RequestUnderPolicy : public QObject
 {
     Q_OBJECT
@@ -31,7 +31,7 @@ void tst_RequestUnderPolicy::forbiddenCallIsNotSent()
     const QByteArray outcome = outcomeOfSending(request);
     QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.AccessDenied: "),
              outcome.constData());
-    // The bus's own words; dbus-broker's name no method.
+    // The message is the bus' own. That of dbus-broker does not contain the method.
     QVERIFY(request.errorText().contains(QLatin1String("resetPrinter")) || isOnDBusBroker());
     QVERIFY(daemons.passFence());
     QCOMPARE(daemons.takeCalls().size(), 0);
@@ -68,7 +68,7 @@ void tst_RequestUnderPolicy::callThatIsTooManyForTheBusIsNotSent()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    // It forbids a call, and carries two calls in flight.
+    // It denies one call, and allows two calls in flight.
     const PrivateBus bus("<deny send_interface='local.IHNIPCM4' send_member='resetPrinter'/>",
                          "<limit name='max_replies_per_connection'>2</limit>");
     tst_RequestUnderPolicy test;

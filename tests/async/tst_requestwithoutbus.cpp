@@ -14,7 +14,7 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-// Requests in a process that reaches no bus.
+// Requests in a process that cannot connect to a bus.
 class tst_RequestWithoutBus : public QObject
 {
     Q_OBJECT
@@ -86,7 +86,7 @@ void tst_RequestWithoutBus::noDaemonIsAvailable()
 {
     HNIPCAvailability availability;
     SignalRecorder recorder(&availability);
-    // As many turns of the event loop as a request takes to fail, and more.
+    // More turns of the event loop than a request takes to fail.
     for (int i = 0; i < 10; ++i) {
         HNIPCRequest request;
         outcomeOfSending(request);

@@ -20,8 +20,8 @@ using namespace Expected;
 
 namespace {
 
-// What qmlRegisterType() of QtDeclarative needs of a class: a base that is constructed without
-// arguments, in memory of another's, and destroyed through QObject.
+// The requirements of QtDeclarative's qmlRegisterType(): a derived class can be constructed without
+// arguments, in memory that the caller provides, and is destroyed through QObject.
 template <typename Class>
 class Element : public Class
 {
@@ -73,7 +73,7 @@ int enumeration(const char *className, const char *key)
     return -1;
 }
 
-// QtDeclarative finds the signal of a handler by its name alone: onFinished is finished.
+// QtDeclarative finds the signal of a handler by its name alone: onFinished belongs to finished.
 QMetaMethod signalOfHandler(const QObject &object, QByteArray handler)
 {
     handler.remove(0, 2);
@@ -89,7 +89,8 @@ QMetaMethod signalOfHandler(const QObject &object, QByteArray handler)
     return QMetaMethod();
 }
 
-// What JavaScript has: the values are those of a script engine, the names those of the screen.
+// A screen's JavaScript: its values are those of a script engine, its names those of the
+// meta-object.
 class Script
 {
 public:
@@ -123,7 +124,7 @@ public:
         return waitUntil([&]() { return count(handler) == times; });
     }
 
-    // The values that the handler sees, after the signature.
+    // The signature, and the values that the handler receives.
     QByteArray lastEmission() const
     {
         const QList<QByteArray> emissions = m_recorder.emissions();
@@ -137,7 +138,7 @@ public:
             && result;
     }
 
-    // send([first])
+    // Calls send([first]).
     bool sendWith(const QVariant &first)
     {
         bool result = false;
@@ -159,7 +160,7 @@ private:
     SignalRecorder m_recorder;
 };
 
-// A number as JavaScript has it.
+// A number in JavaScript.
 QVariant number(double value) { return value; }
 
 QVariantList array(const QVariant &first) { return QVariantList() << first; }
@@ -174,8 +175,8 @@ void addClasses()
 
 } // namespace
 
-// What an application with QtDeclarative has of the classes after it has registered them: their
-// meta-objects.
+// The meta-objects of the classes, which are all that an application with QtDeclarative uses after
+// it has registered the classes.
 class tst_ScreenClasses : public QObject
 {
     Q_OBJECT
@@ -244,7 +245,7 @@ void tst_ScreenClasses::properties_data()
     {
         const char *className;
         const char *name;
-        const char *type; // as a script engine has it
+        const char *type; // the type in a script engine
         bool isWritable;
         const char *handler;
     } rows[] = {
@@ -299,7 +300,7 @@ void tst_ScreenClasses::properties()
     QCOMPARE(property.isWritable(), isWritable);
     QVERIFY(!property.isConstant());
 
-    // An enumeration that the meta-object does not know would be undefined.
+    // In JavaScript, an enumeration that the meta-object does not know is undefined.
     if (type == "enumeration") {
         QVERIFY(property.isEnumType());
         bool isNumber = false;
@@ -309,14 +310,14 @@ void tst_ScreenClasses::properties()
         QCOMPARE(QByteArray(property.typeName()), type);
     }
 
-    // Without this signal, a binding is evaluated once.
+    // Without this signal, a binding is evaluated only once.
     QVERIFY(property.hasNotifySignal());
     QCOMPARE(signatureOf(property.notifySignal()), signatureOf(signalOfHandler(*object, handler)));
 }
 
 void tst_ScreenClasses::noOtherProperties_data() { addClasses(); }
 
-// Each stands in the table above.
+// The table above contains every property.
 void tst_ScreenClasses::noOtherProperties()
 {
     QFETCH(QByteArray, name);
@@ -371,7 +372,7 @@ void tst_ScreenClasses::handlers_data()
                                << QByteArray("bool available");
 }
 
-// A handler sees the parameters under their names, if QMetaType can copy them.
+// A handler receives the parameters under their names if QMetaType can copy them.
 void tst_ScreenClasses::handlers()
 {
     QFETCH(QByteArray, className);
@@ -390,7 +391,7 @@ void tst_ScreenClasses::handlers()
     QCOMPARE(joined(found, ","), parameters);
 }
 
-// So the guide uses received().
+// Therefore the guide uses received().
 void tst_ScreenClasses::capitalSignalsHaveNoHandlers()
 {
     const HNIPCEvents events;
@@ -398,7 +399,7 @@ void tst_ScreenClasses::capitalSignalsHaveNoHandlers()
     QVERIFY(events.metaObject()->indexOfSignal("PrintButton()") >= 0);
 }
 
-// ---- What a screen does with them ----------------------------------------------------------
+// ---- How a screen uses them ----------------------------------------------------------------
 
 void tst_ScreenClasses::command()
 {
@@ -432,7 +433,7 @@ void tst_ScreenClasses::command()
     QCOMPARE(m4().calls().last().line(), QByteArray("/ local.IHNIPCM4.forwardFeed u (uint32 7,)"));
 }
 
-// A number that the method cannot take is never converted to another one.
+// A number that the method does not accept is never converted to another one.
 void tst_ScreenClasses::commandThatIsRefused()
 {
     m4().answer("forwardFeed", "(true,)");
@@ -512,7 +513,7 @@ void tst_ScreenClasses::readingOfAProperty()
     Script colours("HNIPCReading");
     QVERIFY(colours.write("method", QString::fromLatin1("qmlRibbonColorRGBs")));
     QVERIFY(waitUntil([&colours]() { return colours.read("known").toBool(); }));
-    // An array of strings to a script engine.
+    // A script engine sees an array of strings.
     QCOMPARE(int(colours.read("value").userType()), int(QMetaType::QStringList));
     QCOMPARE(colours.read("value").toStringList(),
              QStringList() << QLatin1String("#00aeef") << QLatin1String("#ec008c"));
