@@ -10,7 +10,7 @@
 
 // Every form in which C++ can call a method of the client.
 
-// No name for a reference: arguments are taken by value.
+// References have no name here: arguments are passed by value.
 // clang-format off
 template <typename T> struct TypeName;
 template <> struct TypeName<void> { static const char *name() { return ""; } };

@@ -8,7 +8,7 @@
 
 #include <QtTest/QTest>
 
-// The signals that daemons have, one test row each, by their index.
+// Adds a test row for each signal that a daemon sends, by its index.
 inline void addRows()
 {
     QTest::addColumn<int>("index");
@@ -27,7 +27,7 @@ inline void addServers()
     }
 }
 
-// One row of each daemon, which is enough where rows cannot differ.
+// One signal of each daemon, for tests in which all signals of a daemon behave the same.
 inline const Expected::ClientSignal &rowOf(int server)
 {
     const Expected::ClientSignal *row = Expected::clientSignals;
@@ -45,7 +45,7 @@ inline bool emitRow(FakeDaemons *daemons, const Expected::ClientSignal &row, int
         Expected::wireBody(Expected::argumentSamples(row.signature, round), more));
 }
 
-// The client's signal that no daemon has, by all names that it could have on the wire.
+// Sends the client's signal that no daemon sends, by all names that it could have on the wire.
 inline bool emitStatusChanged(FakeDaemons *daemons)
 {
     for (int server = 0; server < Expected::ServerCount; ++server) {

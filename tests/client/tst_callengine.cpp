@@ -24,10 +24,11 @@ struct Kind
 {
     const char *name;
     Member member;
-    const char *fits; // the one D-Bus type that a reply may have
+    const char *fits; // the only D-Bus type that fits as a reply
 };
 
-// No D-Bus type is a float; a record is taken from any type, and nothing is taken by void.
+// No D-Bus type is a float; call<SupplyInformation>() accepts any type; call<void>() takes no
+// value.
 const Kind kinds[] = {
     { "void", &HNIPCPrivate::call<void>, "" },
     { "SupplyInformation", &HNIPCPrivate::call<SupplyInformation>, recordType },
@@ -52,7 +53,7 @@ struct Reply
 {
     const char *type;
     const char *wire;
-    QVariant value; // for the kind that it fits
+    QVariant value; // in the kind that this reply fits
 };
 
 QList<Reply> replies()
@@ -94,7 +95,7 @@ QList<Reply> replies()
     };
 }
 
-// Not every Qt converts the one into the other.
+// Not every version of Qt converts a hash to a map.
 QVariantMap mapOf(const QVariantHash &hash)
 {
     QVariantMap map;
@@ -190,7 +191,7 @@ void tst_CallEngine::init()
     m_daemons->takeCalls();
 }
 
-// Stands first: nothing may have called for a record before.
+// Runs first: nothing may have called for a record before.
 void tst_CallEngine::recordIsMadeKnownToDBusEvenWithoutDaemon()
 {
     QVERIFY(!signatureOfRecord());
@@ -342,7 +343,7 @@ void tst_CallEngine::failureGivesNothing()
         QCOMPARE(m_daemons->takeCalls().size(), 1);
     }
 
-    // A daemon that dies instead of answering: the bus answers for it.
+    // A daemon crashes before it replies: the bus sends an error in its place.
     m_daemons->stop(M4);
     {
         WirePeer mortal;
@@ -368,7 +369,7 @@ void tst_CallEngine::absentDaemonIsNotCalled()
     QVERIFY(!result.isValid() && result.isNull());
     QVERIFY(monitor.takeCallsFrom(QDBusConnection::systemBus().baseService().toLatin1()).isEmpty());
 
-    // A daemon that has come back is used by the next call, without a new client.
+    // The next call reaches the restarted daemon. No new client is needed.
     m_daemons->start(M4);
     call(kind);
     QCOMPARE(m4().calls().size(), 1);

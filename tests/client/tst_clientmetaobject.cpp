@@ -27,7 +27,7 @@ QList<QByteArray> names(const char *list)
     return QByteArray(list).isEmpty() ? QList<QByteArray>() : QByteArray(list).split(',');
 }
 
-// Compiles only where the client declares the signal with these very parameters.
+// Compiles only if the client declares the signal with exactly these parameters.
 class Probe : public HNIPC
 {
     template <typename Expected, typename Declared>
@@ -114,7 +114,7 @@ void emitThroughMetaObject(HNIPC *client, int index, const QVariantList &values,
 
 } // namespace
 
-// The client's face towards QML and the meta-object system.
+// The client as QML and the meta-object system see it.
 class tst_ClientMetaObject : public QObject
 {
     Q_OBJECT
@@ -187,7 +187,7 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces()
     QCOMPARE(resultOf(slot), withoutAliases(expected.result));
     QCOMPARE(slot.methodType(), QMetaMethod::Slot);
     QCOMPARE(slot.access(), QMetaMethod::Public);
-    // The only attribute, so none is scriptable.
+    // The only attribute, so no slot is scriptable.
     QCOMPARE(slot.attributes(), expected.added ? int(QMetaMethod::Cloned) : 0);
     QCOMPARE(QByteArray(slot.tag()), QByteArray());
 }

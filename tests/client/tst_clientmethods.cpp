@@ -46,7 +46,7 @@ QVariant callDirectly(HNIPC &client, const ClientSlot &slot, const QVariantList 
 
 QVariant callByIndex(HNIPC &client, const ClientSlot &slot, const QVariantList &values)
 {
-    // Not the empty value, so that a result that is not stored shows.
+    // Not the empty value: it would hide that a result is not stored.
     QVariant result = answersNothing(slot) ? QVariant() : samplesOf(slot.result).at(1).value;
     void *arguments[4] = { result.isValid() ? result.data() : 0 };
     for (int i = 0; i < values.size(); ++i) {
@@ -70,7 +70,7 @@ void addRows()
 
 } // namespace
 
-// Each method is one call of its daemon, however it is called and whatever it carries.
+// Each method makes one call to its daemon, by each way to call it and with each value.
 class tst_ClientMethods : public QObject
 {
     Q_OBJECT
@@ -108,7 +108,7 @@ private Q_SLOTS:
 private:
     WirePeer &daemon(const ClientSlot &slot) { return (*m_daemons)[slot.server]; }
 
-    // The only call that was made since the last time.
+    // The only call since the previous call of this function.
     QByteArray onlyCall()
     {
         const QList<WireMessage> calls = m_daemons->takeCalls();
@@ -340,7 +340,7 @@ void tst_ClientMethods::shortFormsThroughTheMetaObjectAddTheirDefault()
 
 void tst_ClientMethods::defaultPrinterNameIsSentAsEmptyText()
 {
-    // Not the name that was given before.
+    // Differs from the previous name.
     m_client->setModulePrinterName(QLatin1String("printer"));
     m_daemons->takeCalls();
     m_client->supplyColorRGB(QLatin1String("S1"));

@@ -10,7 +10,7 @@
 
 using namespace Expected;
 
-// Several clients in one process, and their lives.
+// Several clients in one process, their construction and their destruction.
 class tst_Clients : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ static int recordType()
 #endif
 }
 
-// Stands first: nothing may have registered the type before.
+// Runs first: nothing may have registered the type before.
 void tst_Clients::constructionRegistersTheRecordAnyNumberOfTimes()
 {
     const int unknown = 0;
@@ -66,7 +66,7 @@ void tst_Clients::clientMayBeBuiltAndDeletedAtAnyTime()
         HNIPC client(0);
         QCOMPARE(client.getError(), 5);
     }
-    // News that is on its way to a client that is gone.
+    // A signal that is on its way to a client when the client is destroyed.
     QScopedPointer<HNIPC> client(new HNIPC(0));
     QVERIFY(daemons.emitSignal(M4, "M4_Error", "(5,)"));
     QVERIFY(daemons[M4].release(identities[M4].busName));
@@ -104,7 +104,7 @@ void tst_Clients::deletedClientLeavesTheOtherItsDaemons()
     QCOMPARE(staying.getError(), 5);
 }
 
-// Not even when a daemon comes that it would have followed.
+// Not even when a daemon appears that the client would have connected to.
 void tst_Clients::deletedClientAsksTheBusNothing()
 {
     FakeDaemons daemons(false);

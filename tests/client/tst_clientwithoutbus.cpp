@@ -11,7 +11,7 @@
 
 using namespace Expected;
 
-// A client in a process that reaches no bus.
+// A client in a process that cannot connect to a bus.
 class tst_ClientWithoutBus : public QObject
 {
     Q_OBJECT

@@ -206,7 +206,7 @@ void tst_ConnectionManager::unregistrationDeletesTheProxyAtOnce()
     for (int other = 0; other < Expected::ServerCount; ++other) {
         QCOMPARE(proxy(other).isNull(), other == server);
     }
-    // A second time there is nothing to delete.
+    // The second time, no proxy is left to delete.
     QVERIFY(unregistered(Expected::identities[server].busName));
     QVERIFY(!proxy(server));
 }

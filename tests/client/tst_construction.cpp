@@ -8,7 +8,8 @@
 
 using namespace Expected;
 
-// A program of its own: Qt asks for an interface once a process, and the question is the window.
+// A separate program: Qt introspects an interface once in a process, and the test acts during that
+// call.
 class tst_Construction : public QObject
 {
     Q_OBJECT
@@ -30,7 +31,7 @@ void tst_Construction::whatComesMeanwhileIsNotLost_data()
                                   << QByteArray("SupplyRGBChanged(QString)") << int(M4);
 }
 
-// A daemon, and an event of the one that is asked.
+// A daemon appears, and the daemon that is introspected sends a signal.
 void tst_Construction::whatComesMeanwhileIsNotLost()
 {
     QFETCH(int, present);

@@ -11,7 +11,7 @@ using namespace Expected;
 
 typedef QPointer<QDBusInterface> Proxy;
 
-// A program of its own: Qt introspects an interface once in a process, and each daemon here appears
+// A separate program: Qt introspects an interface once in a process, and each daemon here appears
 // while the constructor waits for the introspection of another.
 class tst_ConstructionReport : public QObject
 {
@@ -28,7 +28,7 @@ void tst_ConstructionReport::daemonFoundByTheConstructorHasOneProxy()
     WirePeer &m4 = daemons[M4];
     WirePeer &supplyd = daemons[SUPPLYD];
     daemons.start(SUPPLYD);
-    // The supply daemon's turn is the last before the watch begins.
+    // The constructor introspects the supply daemon last before the watch begins.
     supplyd.whenIntrospected([&ioexpd]() {
         ioexpd.own(identities[IOEXPD].busName);
         ioexpd.sync();
@@ -56,7 +56,8 @@ void tst_ConstructionReport::daemonFoundByTheConstructorHasOneProxy()
         QCOMPARE(connections.getInterfaceByServerType(type), proxies[server].data());
     }
 
-    // The next registration of each daemon counts, also of the one that was never reported.
+    // The next registration of each daemon counts, also that of the daemon that the watcher never
+    // reported.
     for (int server = 0; server < ServerCount; ++server) {
         const HNIPCServer::ServerType type = HNIPCServer::ServerType(server);
         daemons.stop(server);

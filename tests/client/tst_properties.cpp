@@ -145,10 +145,10 @@ void tst_Properties::daemonSignalNotifiesAndTheNextReadAsksTheDaemon()
     const QList<QByteArray> emissions = recorder.take();
     QCOMPARE(emissions.size(), 1);
     QVERIFY(emissions.first().startsWith(signature + ' '));
-    // The library reads nothing by itself.
+    // The library does not read the value by itself.
     QVERIFY(m_daemons->takeCalls().isEmpty());
 
-    // The value is the daemon's answer, not what the signal carried.
+    // The value is the daemon's reply, not the argument of the signal.
     QVERIFY(same(m_client->property(property.name), current.value));
     const QList<WireMessage> calls = m_daemons->takeCalls();
     QCOMPARE(calls.size(), 1);

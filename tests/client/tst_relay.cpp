@@ -11,7 +11,7 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-// The daemons' signals come out as the client's, and nothing else does.
+// The client emits the daemons' signals, and nothing else.
 class tst_Relay : public QObject
 {
     Q_OBJECT
@@ -43,7 +43,7 @@ private:
         return ::emitRow(m_daemons.data(), row, round, more);
     }
 
-    // What the client has emitted by now.
+    // The client's emissions so far.
     Lines relayed()
     {
         return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";
@@ -120,7 +120,7 @@ void tst_Relay::misfitIsNotRelayed()
     for (int count = 0; count < fitting.size(); ++count) {
         QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
     }
-    // No structures and lists of other types: over those Qt itself brings the receiver down.
+    // No structures and no lists of other types: with those, Qt itself aborts the receiver.
     // clang-format off
     const struct { const char *type; const char *wire; } others[] = {
         { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
@@ -216,7 +216,7 @@ void tst_Relay::daemonMayStartLaterAndAgain()
         QVERIFY(m_daemons->passFence());
         QCOMPARE(recorder.take(), Lines() << emissionOf(row, 1));
 
-        // Whoever has lost the name is a stranger.
+        // Signals of a process that has lost the name are ignored.
         m_daemons->stop(server);
         QVERIFY(emitRow(row, 1));
         QVERIFY(m_daemons->passFence());

@@ -8,7 +8,7 @@
 
 using namespace Expected;
 
-// A client outlives its daemons many times.
+// A client works through many restarts of its daemons.
 class tst_Restart : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ void tst_Restart::everyReturnIsNoticedAndNothingIsLeft()
 
     const long growth = heapInUse() - before;
     printf("%d restarts, growth %ld bytes\n", restarts, growth);
-    // A proxy that is left behind is about two kilobytes; Qt itself keeps some bytes of each.
+    // A proxy that is not deleted occupies about two kilobytes; Qt itself keeps some bytes of each.
     const long proxies = ServerCount * (restarts - warmUp);
     QVERIFY2(growth < proxies * 500, QByteArray::number(qlonglong(growth)).constData());
 }

@@ -13,12 +13,13 @@
 
 using namespace Expected;
 
-// The comings and goings of the three daemons are watched, by Qt for their signals and by the client.
-// Qt 4 watches a name once, and for good: the client of initTestCase() leaves that behind.
+// The start and the end of the three daemons are watched by Qt, for their signals, and by the
+// client. Qt 4 watches a name once and never stops: the client of initTestCase() makes these
+// subscriptions before the tests.
 static const int watches = QT_VERSION >= QT_VERSION_CHECK(5, 0, 0) ? 3 + 3 : 0;
 
-// What a client costs the bus when it starts: each message is known, so that none is added
-// unnoticed.
+// The messages that a client sends when it starts: the list is complete, so an added message is
+// noticed.
 class tst_StartupMessages : public QObject
 {
     Q_OBJECT
@@ -47,7 +48,8 @@ void tst_StartupMessages::addDaemons()
     QTest::newRow("daemons absent") << false;
 }
 
-// A daemon that is absent is asked again, when its coming can no longer be missed.
+// The client introspects a daemon that is not running twice, the second time after the watch has
+// begun.
 tst_StartupMessages::Messages tst_StartupMessages::introspections(bool arePresent)
 {
     const int times = arePresent ? 1 : 2;
@@ -58,7 +60,7 @@ tst_StartupMessages::Messages tst_StartupMessages::introspections(bool arePresen
     return result;
 }
 
-// By destination and name: what this process has sent.
+// The messages of this process, counted by destination and name.
 tst_StartupMessages::Messages tst_StartupMessages::takeSent(WireMonitor *monitor)
 {
     const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
@@ -72,7 +74,7 @@ tst_StartupMessages::Messages tst_StartupMessages::takeSent(WireMonitor *monitor
     return result;
 }
 
-// "destination member number", a line each.
+// One line each: "destination member number".
 QString tst_StartupMessages::text(const Messages &messages)
 {
     QByteArray result;
@@ -92,14 +94,14 @@ void tst_StartupMessages::firstClient()
     Messages expected = introspections(arePresent);
     expected["org.freedesktop.DBus AddMatch"] = relayedSignalCount + watches;
     expected["org.freedesktop.DBus GetNameOwner"] = 3;
-    if (!arePresent && watches > 0) { // each proxy of one that is absent has a watch, briefly
+    if (!arePresent && watches > 0) { // each proxy without a daemon has a watch for a short time
         expected["org.freedesktop.DBus AddMatch"] += 3;
         expected["org.freedesktop.DBus RemoveMatch"] = 3;
     }
     QCOMPARE(text(takeSent(&monitor)), text(expected));
 }
 
-// Qt has the subscriptions already, and passes on to both.
+// Qt has the subscriptions already, and delivers each signal to both clients.
 void tst_StartupMessages::furtherClient()
 {
     QFETCH(bool, arePresent);
@@ -118,7 +120,7 @@ void tst_StartupMessages::lastClientLeavesNoSubscription()
     QScopedPointer<HNIPC> further(new HNIPC);
     WireMonitor monitor;
 
-    // An answer shows that all has come which was sent before.
+    // The reply shows that all messages sent before have arrived.
     QDBusConnectionInterface *const bus = QDBusConnection::systemBus().interface();
     Messages expected;
     expected["org.freedesktop.DBus NameHasOwner"] = 1;
