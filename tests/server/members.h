@@ -9,7 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
-// Whether all of these pointers to members are of the type Member.
+// True if all these pointers to members are of the type Member.
 template <typename Member, typename... Members>
 struct AreOfType : std::true_type
 {
@@ -28,8 +28,8 @@ constexpr bool areOfType(Members...)
     return AreOfType<Member, Members...>::value;
 }
 
-// The place of an operation in the table of virtual operations, which daemons are built against and
-// a pointer to a member tells on the Itanium C++ ABI. -1 for an operation that is not virtual.
+// The index of an operation in the virtual table, against which daemons are compiled. On the
+// Itanium C++ ABI, a pointer to a member contains it. -1 for an operation that is not virtual.
 template <typename Member>
 int virtualIndex(Member member)
 {
@@ -55,7 +55,7 @@ QList<int> virtualIndexes(Members... members)
     return result;
 }
 
-// The places of the first operations after those of QObject.
+// The indexes of the first operations after those of QObject.
 inline QList<int> virtualIndexesAfterQObject(int count)
 {
     struct Last : QObject
@@ -70,7 +70,7 @@ inline QList<int> virtualIndexesAfterQObject(int count)
     return result;
 }
 
-// Comes after all virtual operations of Class.
+// Its index follows those of all virtual operations of Class.
 template <typename Class>
 struct WithOneMore : Class
 {

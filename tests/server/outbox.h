@@ -6,7 +6,7 @@
 
 #include <QtDBus/QDBusConnection>
 
-// What this process put on the bus, to whomever it was sent.
+// The messages that this process sent, to any destination.
 class Outbox
 {
 public:
@@ -15,7 +15,7 @@ public:
     // The messages of this type since the last call.
     QList<WireMessage> take(WireMessage::Type type)
     {
-        // The answer leaves this process after all that it sent before.
+        // This process sends its reply after everything that it sent before.
         m_peer.call(ownName(), "/", "org.freedesktop.DBus.Peer", "Ping");
         QList<WireMessage> result;
         const QList<WireMessage> messages = m_monitor.take();

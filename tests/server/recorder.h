@@ -8,7 +8,7 @@
 
 #include <initializer_list>
 
-// A call as text that shows the type of every argument.
+// A call as text that shows the type of each argument.
 inline QByteArray callText(const QByteArray &member, const QVariantList &arguments)
 {
     QString text;
@@ -16,7 +16,7 @@ inline QByteArray callText(const QByteArray &member, const QVariantList &argumen
     return member + text.toUtf8();
 }
 
-// What reached the implementations of a daemon's operations, and what the next one answers.
+// The calls that reached the implementations of a daemon's operations, and the next return value.
 class Recorder
 {
 public:

@@ -17,7 +17,7 @@ using namespace Expected;
 
 namespace {
 
-// Enough for every sample of a type to have its turn.
+// Enough rounds for all samples of each type.
 const int roundCount = 5;
 
 QList<QByteArray> typesOf(const ServerSlot &slot)
@@ -34,8 +34,8 @@ bool isPureVirtual(const ServerSlot &slot) { return !slot.isPulse(); }
 
 bool isAny(const ServerSlot &) { return true; }
 
-// What an operation gets when it is called with argumentSamples(): all of them, and the empty value
-// for the parameter that a cloned slot is without.
+// The values that an operation receives when it is called with argumentSamples(): all of them, and
+// the empty value for the parameter that a cloned slot lacks.
 QList<Sample> parameterSamples(const QList<ServerSlot> &rows, int index, int round)
 {
     QList<Sample> result = argumentSamples(rows.at(index).signature, round);

@@ -8,9 +8,9 @@
 
 #include <hnipc/hnipcserver.h>
 
-// Holds every call and signal on the wire against interfaces/, for each daemon. tst_contract holds the
-// meta-object and the introspection against it. The tests of the daemons derive from this class and
-// add what is particular to one.
+// Compares each call and signal on the wire with interfaces/, for each daemon. tst_contract
+// compares the meta-object and the introspection with interfaces/. The tests of the daemons derive
+// from this class and add the cases of one daemon.
 class ServerInterfaceTest : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ protected:
     {
     }
 
-    // A concrete server object that is a Recorder, too.
+    // Returns a concrete server object that is also a Recorder.
     virtual HNIPCServer *create(QObject *parent) = 0;
 
     HNIPCServer *server() const;
@@ -31,9 +31,9 @@ protected:
 
     // Calls the server from the other end of the bus.
     WireMessage call(const QByteArray &member, const QByteArray &body = "()");
-    // The signals that this process sent since the last call, one a line.
+    // The signals that this process sent since the previous call of this function, one a line.
     QByteArray sentSignals();
-    // Such a line for a signal that the server broadcasts.
+    // The line of a signal that the server broadcasts.
     QByteArray signalLine(const QByteArray &member, const QByteArray &signature = QByteArray(),
                           const QByteArray &body = "()") const;
 

@@ -121,7 +121,7 @@ typedef IHNIPCM4 M4;
 
 static_assert(!std::is_convertible<QObject *, const M4Recorder &>::value, "not explicit");
 
-// Daemons call the pulse operations with just these types.
+// Daemons call the pulse operations with exactly these types.
 // clang-format off
 static_assert(areOfType<bool (M4::*)()>(
     &M4::pulseM4Tph2FaultSignal, &M4::pulseM4Tph1FaultSignal, &M4::pulseM4PrintDoneSignal), "");

@@ -31,7 +31,7 @@ static_assert(
 
 } // namespace
 
-// Has one of each that can be exported, and its like that must not be.
+// Has one member of each kind that is exported, and similar ones that must not be exported.
 class Exported : public HNIPCServer
 {
     Q_OBJECT
@@ -56,7 +56,7 @@ signals:
     void plainSignal();
 };
 
-// Looks at the bus before its own part is constructed.
+// Uses the bus before its own part is constructed.
 class Early : public HNIPCServer
 {
 public:
@@ -102,9 +102,10 @@ private slots:
 private:
     QByteArray ownerOf(const QByteArray &busName);
     QByteArray introspect(const QByteArray &path);
-    // Of a path without an object, Qt may still tell what is below it.
+    // For a path without an object, Qt may still list the objects below it.
     bool isExported() { return introspect("/").contains("org.freedesktop.DBus.Properties"); }
-    // The names that this process asked the bus for since the last call.
+    // The names that this process has requested from the bus since the previous call of this
+    // function.
     QList<QByteArray> requestedNames();
 
     WirePeer m_peer;

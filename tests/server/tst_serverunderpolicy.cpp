@@ -51,7 +51,7 @@ void tst_ServerUnderPolicy::refusedNameLeavesTheObjectExported()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    // It answers nobody who owns a name, and lets nobody own the print engine's.
+    // The bus refuses to report owners of names, and denies the name of the print engine to all.
     const PrivateBus bus("<deny send_interface='org.freedesktop.DBus' send_member='NameHasOwner'/>"
                          "<deny own='org.hnipc.m4'/>");
     tst_ServerUnderPolicy test;

@@ -17,7 +17,7 @@ public:
 
 } // namespace
 
-// A server in a process that reaches no bus.
+// A server in a process that cannot connect to a bus.
 class tst_ServerWithoutBus : public QObject
 {
     Q_OBJECT

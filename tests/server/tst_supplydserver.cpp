@@ -144,7 +144,7 @@ typedef IHNIPCSUPPLYD Supplyd;
 
 static_assert(!std::is_convertible<QObject *, const SupplydRecorder &>::value, "not explicit");
 
-// Daemons call the pulse operations with just these types.
+// Daemons call the pulse operations with exactly these types.
 static_assert(areOfType<bool (Supplyd::*)()>(&Supplyd::pulseHNIPCReadySignal), "");
 static_assert(areOfType<bool (Supplyd::*)(QStringList)>(&Supplyd::pulseRibbon2RGBsChangedSignal,
                                                         &Supplyd::pulseRibbon1RGBsChangedSignal),
