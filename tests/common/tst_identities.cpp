@@ -8,7 +8,7 @@
 
 #include <QtDBus/QDBusConnection>
 
-// How the client addresses the three daemons.
+// The names under which the client addresses the three daemons.
 class tst_Identities : public QObject
 {
     Q_OBJECT

@@ -17,7 +17,7 @@ using namespace Expected;
 
 namespace {
 
-// A reply to a request for the record, and how many of its fields fit.
+// A reply to a request for the record, and the number of its fields that fit.
 struct Shape
 {
     QByteArray name;
@@ -36,7 +36,7 @@ Shape shape(const QByteArray &name, const QByteArray &argument, int fitting)
     return shape(name, QList<QByteArray>() << argument, fitting);
 }
 
-// A value of another basic type, of a type that is easily taken for the right one.
+// A value of another basic type that is easily mistaken for the right one.
 QByteArray wrongBasic(const QByteArray &type)
 {
     return type == "i" ? "uint32 42" : type == "d" ? "42" : "42.5";
@@ -123,7 +123,7 @@ void addShapes(const QList<Shape> &shapes)
     }
 }
 
-// The record as Qt hands it to the demarshalling operator.
+// The record as Qt passes it to the demarshalling operator.
 QDBusArgument received(const QByteArray &record)
 {
     WirePeer peer;
@@ -164,8 +164,8 @@ int fieldIndex(const QByteArray &name)
     return -1;
 }
 
-// Asks for the record in every shape, as a process of its own: what the library and what is below
-// it have to say would go to its standard error.
+// Asks for the record in every shape, as a separate process, whose standard error shows all
+// messages of the library and of Qt.
 int receiveAllShapes(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -249,7 +249,8 @@ void tst_Record::isSentAsOneStructure_data()
     }
 }
 
-// Field after field becomes a telling one, so that two that changed places would show.
+// One field after the other gets a distinct value. If two fields changed places, the values would
+// differ.
 void tst_Record::isSentAsOneStructure()
 {
     QFETCH(int, telling);
@@ -391,7 +392,7 @@ void tst_Record::fieldsNotReadKeepTheirValues()
 
 void tst_Record::noShapeMakesNoise()
 {
-    // The receiver brings a daemon of its own.
+    // The receiver starts its own daemon.
     m_daemons->stop(SUPPLYD);
     const Outcome receiver = runProgram(QCoreApplication::applicationFilePath(),
                                         QStringList(QLatin1String("all-shapes")));
