@@ -32,7 +32,7 @@ Members declared(const QMetaObject &metaObject, QMetaMethod::MethodType type, co
             continue;
         }
         Member member = memberOf(method, kind);
-        // The bool that a signal answers concerns its receivers, not the bus.
+        // The bool that a signal returns concerns its receivers, not the bus.
         const QByteArray answer = type == QMetaMethod::Signal ? QByteArray() : resultOf(method);
         if (!answer.isEmpty()) {
             member.result = wireTypeOf(answer);
@@ -56,7 +56,7 @@ Members of(const Members &members, const char *kind)
     return result;
 }
 
-// Takes the first that answers true.
+// Removes the first member for which the condition holds. Returns false if there is none.
 template <typename Condition>
 bool takeFirst(Members *members, Condition condition, Member *taken)
 {
@@ -179,7 +179,7 @@ QMap<QByteArray, Members> interfacesIn(const QByteArray &xml)
                 member->resultName = name;
             }
         } else if (member && name == "org.hnipc.Simulator.Daemon") {
-            // For readers of the description; no object says it.
+            // For readers of the description; no object publishes it.
         } else if (member && element == "annotation") {
             const bool known = name == "org.qtproject.QtDBus.QtTypeName.Out0";
             member->resultClass += known ? attribute("value") : '?' + name;

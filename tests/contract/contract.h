@@ -7,14 +7,14 @@
 #include <QtCore/QMap>
 #include <QtCore/QMetaObject>
 
-// What two sides of the bus say of an interface, in one form, so that they can be held against each
-// other.
+// The members of an interface, in the same form for each side of the bus, so that the sides can be
+// compared.
 namespace Contract {
 
 struct Argument
 {
     QByteArray name;
-    QByteArray type; // on the bus
+    QByteArray type; // the D-Bus type
 };
 
 struct Member
@@ -25,39 +25,39 @@ struct Member
     QByteArray kind; // "method" or "signal"
     QByteArray name;
     QList<Argument> arguments;
-    QByteArray result; // on the bus; empty for none
+    QByteArray result; // the D-Bus type; empty for none
     QByteArray resultName;
-    QByteArray resultClass; // in Qt, where the type on the bus does not tell
+    QByteArray resultClass; // the Qt type, if the D-Bus type does not determine it
     QByteArray documentation;
 };
 
 typedef QList<Member> Members;
 typedef QList<QByteArray> Lines;
 
-// One side, and what the lines call it.
+// One side, and its name in the lines.
 struct Side
 {
     QByteArray name;
     Members members;
 };
 
-// Where they disagree, a line for each member. Overloads are told apart by their arguments.
+// The differences, a line for each member. The arguments distinguish overloads.
 Lines disagreements(const Side &one, const Side &other);
-// The same, and their order, too.
+// The same, with differences in the order.
 Lines disagreementsInOrder(const Side &one, const Side &other);
 
 Members methodsAmong(const Members &members);
 Members signalsAmong(const Members &members);
 
-// The interfaces of an introspection document. One that is not understood has an interface "?" with
-// a member that says why.
+// The interfaces of an introspection document. For a document with an error, the interface is "?",
+// with a member that contains the error.
 QMap<QByteArray, Members> interfacesIn(const QByteArray &xml);
 
-// The signals, or slots, that a class declares itself.
+// The signals, or slots, that the class itself declares.
 Members declaredSignals(const QMetaObject &metaObject);
 Members declaredSlots(const QMetaObject &metaObject);
 
-// The type on the bus of a type in Qt; "?" and its name for one that the contract does not have.
+// The D-Bus type of a Qt type; "?" and the name of the Qt type if the contract does not have it.
 QByteArray wireTypeOf(const QByteArray &type);
 
 } // namespace Contract

@@ -32,7 +32,7 @@ QList<ServerSlot> read(int server)
         qFatal("%s: %s", qPrintable(file.fileName()), qPrintable(file.errorString()));
     }
     const Contract::Members members = Contract::interfacesIn(file.readAll()).value(interface);
-    QMap<QByteArray, QByteArray> sent; // the signals' types
+    QMap<QByteArray, QByteArray> sent; // the D-Bus types of the signals
     for (const Contract::Member &signal : Contract::signalsAmong(members)) {
         sent.insert(signal.name, signal.signature());
     }

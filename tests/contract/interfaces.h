@@ -13,16 +13,16 @@ namespace Expected {
 struct ServerSlot
 {
     QByteArray name;
-    QByteArray signature;      // in Qt: "setDac(uint)"
+    QByteArray signature;      // with Qt types: "setDac(uint)"
     QByteArray parameterNames; // "type,definedMessage"
-    QByteArray reply;          // in Qt
-    QByteArray in;             // on the bus
-    QByteArray out;            // on the bus
+    QByteArray reply;          // Qt type
+    QByteArray in;             // D-Bus types
+    QByteArray out;            // D-Bus type
     bool cloned;               // the method above without its last parameter, which has a default
 
-    // Of a pulse operation: the signal that it sends with its own parameters. Empty otherwise.
+    // For a pulse operation: the signal that it sends with its own parameters. Otherwise empty.
     QByteArray member;
-    QByteArray memberTypes; // on the bus
+    QByteArray memberTypes; // D-Bus types
 
     bool isPulse() const { return !member.isEmpty(); }
 };

@@ -25,7 +25,7 @@ using namespace Expected;
 
 namespace {
 
-// A disagreement that is meant.
+// An intended difference.
 struct Deliberate
 {
     const char *line;
@@ -89,7 +89,7 @@ Lines unexpected(Lines lines, const Deliberate (&deliberate)[count])
     return lines;
 }
 
-// For lines on more than one daemon.
+// For lines that apply to more than one daemon.
 Lines ofServer(int server, Lines lines)
 {
     for (int i = 0; i < lines.size(); ++i) {
@@ -132,7 +132,8 @@ bool isPulse(const Member &member)
     return member.kind == "method" && member.name.startsWith("pulse");
 }
 
-// Clients may call them on the bus, but the client class does not: they are the daemons' own.
+// The client class does not call the pulses, although the bus would allow it: they are for the
+// daemons.
 Members withoutPulses(const Members &members)
 {
     Members result;
@@ -155,7 +156,7 @@ QByteArray sampleOf(const QByteArray &type)
             return row[1];
         }
     }
-    return "'no sample'"; // of a type that the contract does not have, so that it cannot fit
+    return "'no sample'"; // a type that the contract does not have, so that the call cannot fit
 }
 
 QByteArray sampleBody(const Member &member)
@@ -177,8 +178,8 @@ void addServers()
 
 } // namespace
 
-// What the library's sides and its interface descriptions say of the bus is one and the same: each
-// side is held against the descriptions, in both directions.
+// The library's sides and its interface descriptions agree: each side is compared with the
+// descriptions, in both directions.
 class tst_Contract : public QObject
 {
     Q_OBJECT
@@ -233,7 +234,7 @@ void tst_Contract::serverClass()
     QFETCH(int, server);
     const Side xml = { "the XML", methodsAmong(described(server)) };
     const Side metaObject = { "the server class", declaredSlots(*serverClasses[server]) };
-    // Declared to Qt, a signal would be one on the bus beside those of the contract.
+    // If Qt knew a signal of the class, the bus would see it in addition to those of the contract.
     const Side none = { "the contract", Members() };
     const Side qt = { "the server class", declaredSignals(*serverClasses[server]) };
     VERIFY_AGREEMENT(disagreementsInOrder(xml, metaObject) + disagreements(none, qt), nothing);
@@ -246,7 +247,7 @@ void tst_Contract::pulsesOfTheServerClass()
     QSet<QByteArray> seen;
     const Members methods = declaredSlots(*serverClasses[server]);
     for (const Member &method : methods) {
-        // The forms with a default follow the full one.
+        // The forms with default arguments follow the full one.
         if (isPulse(method) && !seen.contains(method.name)) {
             Member signal = method;
             signal.kind = "signal";
@@ -278,13 +279,13 @@ void tst_Contract::liveObject()
     const QByteArray text = reply.body.mid(2, reply.body.size() - 5).replace("\\n", "\n");
     const QMap<QByteArray, Members> interfaces = interfacesIn(text);
 
-    // Beside the contract, an object has what Qt gives to every object.
+    // An object has the interface of the contract, and those that Qt adds to each object.
     QCOMPARE(
         QList<QByteArray>(interfaces.keys()),
         QList<QByteArray>() << identities[server].interface << "org.freedesktop.DBus.Introspectable"
                             << "org.freedesktop.DBus.Peer"
                             << "org.freedesktop.DBus.Properties");
-    // Signals are no part of it: they are sent without being declared to Qt.
+    // The signals are not in it: they are sent without being declared to Qt.
     const Side xml = { "the XML", methodsAmong(described(server)) };
     const Side object = { "the live object", interfaces.value(identities[server].interface) };
     VERIFY_AGREEMENT(disagreementsInOrder(xml, object), nothing);
@@ -296,7 +297,7 @@ void tst_Contract::clientMethods()
     HNIPC client(0);
     const QMetaObject &meta = HNIPC::staticMetaObject;
 
-    // To which daemon a method belongs, only the bus can tell.
+    // Only the bus shows to which daemon a method belongs.
     Lines lines;
     Members methods[ServerCount];
     const Members declared = declaredSlots(meta);
@@ -326,7 +327,7 @@ void tst_Contract::clientMethods()
                 methods[server].append(member);
             }
         }
-        // The short forms send what stands in for their last argument, too.
+        // The short forms also send the default value of their last argument.
         const bool fits = method.attributes() & QMetaMethod::Cloned
             ? call.signature.startsWith(member.signature())
             : call.signature == member.signature();
@@ -362,7 +363,7 @@ void tst_Contract::subscriptions()
 {
     WireMonitor monitor;
     HNIPC client(0);
-    // When the bus has answered this, it has seen everything that went before.
+    // When the bus has replied to this call, it has handled everything sent before.
     QDBusConnection bus = QDBusConnection::systemBus();
     bus.interface()->isServiceRegistered(QLatin1String("org.hnipc.nobody"));
 
@@ -382,7 +383,7 @@ void tst_Contract::subscriptions()
             rule[condition.left(equals)] = condition.mid(equals + 1).replace('\'', "");
         }
         if (rule.value("interface") == "org.freedesktop.DBus") {
-            continue; // the comings and goings of daemons
+            continue; // subscriptions to the start and end of daemons
         }
         bool known = false;
         for (int server = 0; server < ServerCount && !known; ++server) {
@@ -402,7 +403,7 @@ void tst_Contract::subscriptions()
     for (int server = 0; server < ServerCount; ++server) {
         Side xml = { "the XML", signalsAmong(described(server)) };
         for (int i = 0; i < xml.members.size(); ++i) {
-            xml.members[i].arguments.clear(); // no part of a rule
+            xml.members[i].arguments.clear(); // a rule does not contain them
         }
         const Side rules = { "the client's subscriptions", subscribed[server] };
         lines += ofServer(server, disagreements(xml, rules));

@@ -12,7 +12,7 @@ using namespace Expected;
 
 namespace {
 
-// A daemon that is built on this library, in a process of its own.
+// A daemon that is built on this library, as a process of its own.
 class Daemon : public Process
 {
 public:
@@ -40,7 +40,7 @@ public:
         return ends();
     }
 
-    // Waits for these words, which are the next that the daemon says.
+    // Waits for this text. The daemon has to print it next.
     bool says(const QByteArray &words)
     {
         QByteArray said;
