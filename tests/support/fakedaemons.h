@@ -6,12 +6,13 @@
 #include "support/fence.h"
 #include "support/wirepeer.h"
 
-// The three daemons, played by peers that know only the wire. A daemon that is down has given up
-// its name but keeps its record of calls.
+// The three daemons, played by peers that contain no code of the library. A daemon that is down has
+// released its name, but keeps its record of calls.
 class FakeDaemons
 {
 public:
-    // With all three daemons up, or down. The record of calls starts empty either way.
+    // Starts with all three daemons up, or with all three down. The record of calls is empty in
+    // both cases.
     explicit FakeDaemons(bool up = true)
     {
         for (int server = 0; server < Expected::ServerCount && up; ++server) {
@@ -21,7 +22,7 @@ public:
 
     WirePeer &operator[](int server) { return m_peers[server]; }
 
-    // A client of this process knows of the change when these return.
+    // When these return, a client of this process has noticed the change.
     void start(int server)
     {
         if (!m_peers[server].own(Expected::identities[server].busName) || !m_fence.pass()) {
@@ -44,7 +45,7 @@ public:
         return m_peers[server].emitSignal("/", interface, member, body);
     }
 
-    // The calls that reached any of the daemons since the last time.
+    // The calls that have reached any of the daemons since the previous call of this function.
     QList<WireMessage> takeCalls()
     {
         QList<WireMessage> result;

@@ -6,12 +6,12 @@
 
 Fence::Fence() : m_sent(0), m_received(0)
 {
-    // By the unique name, which is as Qt delivers the signals of a known sender.
+    // By the unique name, because Qt delivers the signals of a known sender by it.
     QDBusConnection::systemBus().connect(QString::fromLatin1(m_peer.uniqueName()),
                                          QLatin1String("/"), QLatin1String("local.Fence"),
                                          QLatin1String("Marker"), this, SLOT(onMarker(int)));
-    // Qt holds back what arrives before the event loop first turns, and lets later messages
-    // overtake it. A first marker puts that time behind.
+    // Until the event loop first turns, Qt queues incoming messages, and later messages overtake
+    // them. The first marker ends that phase.
     if (!pass()) {
         qFatal("no way from the bus to the event loop");
     }
@@ -20,7 +20,8 @@ Fence::Fence() : m_sent(0), m_received(0)
 bool Fence::pass()
 {
     ++m_sent;
-    // Addressed to this process, so that no subscription has to reach the bus before.
+    // Addressed to this process. A broadcast would need a subscription that has reached the bus
+    // before.
     m_peer.emitSignal("/", "local.Fence", "Marker", '(' + QByteArray::number(m_sent) + ",)",
                       QDBusConnection::systemBus().baseService().toLatin1());
     return waitUntil([this]() { return m_received == m_sent; });

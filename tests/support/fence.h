@@ -6,8 +6,8 @@
 
 #include <QtCore/QObject>
 
-// Shows that something did not arrive: whatever the bus had passed on to this process before the
-// fence was set up has been delivered to the objects of the calling thread when pass() returns.
+// Shows that a message did not arrive: when pass() returns, all messages that the bus had passed to
+// this process before have been delivered to the objects of the calling thread.
 class Fence : public QObject
 {
     Q_OBJECT

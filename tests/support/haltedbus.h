@@ -9,8 +9,8 @@
 #include <mutex>
 #include <thread>
 
-// The private bus moves no message while the object lives, so a thread that waits for a reply of the
-// bus blocks. The guard keeps a test that does so from hanging.
+// The private bus moves no message while the object lives, so a thread that waits for a reply of
+// the bus blocks. The guard resumes the bus after a while, so that such a test does not hang.
 class HaltedBus
 {
 public:
@@ -27,7 +27,7 @@ public:
 
     ~HaltedBus() { resume(); }
 
-    // False when somebody waited for the bus until the guard resumed it.
+    // Returns false if a thread waited for the bus until the guard resumed it.
     bool resume()
     {
         {

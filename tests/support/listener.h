@@ -6,7 +6,7 @@
 
 #include <functional>
 
-// Does something when a signal arrives.
+// Calls a function when a signal arrives.
 class Listener : public QObject
 {
     Q_OBJECT

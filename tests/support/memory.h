@@ -11,11 +11,12 @@
 #include <unistd.h>
 
 #ifdef HNIPC_SANITIZED
-// Of the sanitizers' allocator. The header that declares it does not come with g++.
+// A function of the sanitizers' allocator. The header that declares it is not part of g++.
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
-// An unknown value is always the same number: a sanitizer keeps freed memory for a while.
+// An unknown value is always this number. With a sanitizer the value is unknown, because the
+// sanitizer keeps freed memory for a while.
 static const long untold = -1;
 #ifdef HNIPC_SANITIZED
 #define HNIPC_WHY_UNTOLD "a sanitizer replaces the heap"
@@ -29,7 +30,7 @@ static const long untold = -1;
 #endif
 #endif
 
-// The bytes of the heap that this process uses, as its allocator counts them.
+// The bytes of the heap that this process uses, as its allocator reports them.
 inline long heapInUse()
 {
 #if defined(HNIPC_SANITIZED)
@@ -42,8 +43,8 @@ inline long heapInUse()
 #endif
 }
 
-// False if heapInUse() does not see a new block, as under valgrind. A test of memory is skipped
-// then, because it would always pass.
+// Returns false if heapInUse() does not notice a new block, as under valgrind. Tests of memory are
+// skipped then, because they would always pass.
 inline bool isHeapCounted()
 {
     const int size = 1000 * 1000; // more than the allocator caches

@@ -4,7 +4,7 @@
 
 #include <QtCore/QByteArray>
 
-// Whether "dbus-daemon" is dbus-broker, as "scripts/test --dbus-broker" has it.
+// True if the tests' "dbus-daemon" is dbus-broker, as under "scripts/test --dbus-broker".
 inline bool isOnDBusBroker() { return qgetenv("HNIPC_TEST_BUS") == "dbus-broker"; }
 
 #endif

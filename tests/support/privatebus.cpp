@@ -29,7 +29,7 @@ BusProcess::BusProcess(const QByteArray &rules, const QByteArray &limits, const 
 
 QByteArray BusProcess::newAddress()
 {
-    // A name that the kernel frees with the bus.
+    // The kernel frees this name when the bus ends.
     return "unix:abstract=hnipc-test-" + QUuid::createUuid().toString().mid(1, 36).toLatin1();
 }
 
@@ -55,7 +55,7 @@ void BusProcess::start()
     m_process.start(QLatin1String("dbus-daemon"),
                     QStringList() << QLatin1String("--config-file=") + file.fileName()
                                   << QLatin1String("--nofork") << QLatin1String("--print-address"));
-    // It has read the file and listens when it prints its address.
+    // The bus prints its address when it has read the file and listens.
     while (!m_process.canReadLine()) {
         if (!m_process.waitForReadyRead()) {
             qFatal("no private bus");
@@ -69,7 +69,7 @@ void BusProcess::kill()
     const QList<QByteArray> children = childrenOf(m_process.id());
     signal(SIGKILL);
     m_process.waitForFinished();
-    // Its address is free when the last of its processes has ended. Turns no event loop.
+    // The address is free when the last process of the bus has ended. Turns no event loop.
     for (const QByteArray &child : children) {
         while (!contentOf("/proc/" + child + "/cmdline").isEmpty()) {
             usleep(1000);
@@ -80,7 +80,7 @@ void BusProcess::kill()
     }
 }
 
-// dbus-broker does the work in a child of the process that was started.
+// With dbus-broker, a child of the started process does the work.
 void BusProcess::signal(int number)
 {
     const pid_t id = m_process.id();
@@ -102,7 +102,7 @@ PrivateBus::PrivateBus(const QByteArray &rules, const QByteArray &limits)
     s_instance = this;
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", address().toLatin1());
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/session-bus");
-    unsetenv("DISPLAY"); // nothing is to be drawn where somebody sees it
+    unsetenv("DISPLAY"); // no test opens a window on a real display
 }
 
 QProcessEnvironment environmentAt(const BusProcess &bus)

@@ -8,12 +8,12 @@
 #include <QtCore/QCoreApplication>
 #include <QtTest/QTest>
 
-// A message bus that ends with the test. It allows everything but what its rules deny, and leaves no
-// file behind. It runs "dbus-daemon" of the PATH, which can be dbus-broker.
+// A message bus that ends with the test. It allows everything that its rules do not deny, and
+// leaves no file. It runs "dbus-daemon" of the PATH, which can be dbus-broker.
 class BusProcess
 {
 public:
-    // The rules and the limits are elements of the bus' configuration.
+    // The rules and the limits are elements of the bus configuration.
     explicit BusProcess(const QByteArray &rules = QByteArray(),
                         const QByteArray &limits = QByteArray(),
                         const QByteArray &address = newAddress());
@@ -22,11 +22,11 @@ public:
     pid_t id() const { return m_process.id(); }
 
     void start(); // again, at the same address
-    void kill();  // without a word to its clients
+    void kill();  // its clients get no message before
     void halt() { signal(SIGSTOP); }
     void resume() { signal(SIGCONT); }
 
-    // For a program that starts a bus by itself.
+    // For a program that starts a bus itself.
     static QByteArray configuration(const QByteArray &address,
                                     const QByteArray &rules = QByteArray(),
                                     const QByteArray &limits = QByteArray());
@@ -42,8 +42,8 @@ private:
     Process m_process;
 };
 
-// The bus that plays the system bus while the object lives. It has to be made before the first Qt
-// connection. The session bus is made unreachable, so that traffic that goes to the wrong bus fails.
+// Plays the system bus while the object lives. Construct it before the first Qt connection. The
+// session bus is made unreachable, so that messages to the wrong bus fail.
 class PrivateBus : public BusProcess
 {
 public:
@@ -51,14 +51,14 @@ public:
                         const QByteArray &limits = QByteArray());
     ~PrivateBus() { s_instance = nullptr; }
 
-    // The one of this program.
+    // The instance of this program.
     static PrivateBus *instance() { return s_instance; }
 
 private:
     static PrivateBus *s_instance;
 };
 
-// The environment of a program whose system bus is this one.
+// The environment for a program that uses this bus as its system bus.
 QProcessEnvironment environmentAt(const BusProcess &bus);
 
 #define HNIPC_TEST_MAIN(TestClass)                                                                 \

@@ -12,8 +12,8 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
-// A process that ends with the test, however the test ends: the kernel kills it when the thread that
-// started it is gone. Every process of the tests is started by this class.
+// A process that ends with the test, however the test ends: the kernel kills it when the thread
+// that started it ends. The tests start all processes by this class.
 class Process : public QProcess
 {
 public:
@@ -30,7 +30,7 @@ public:
         waitForFinished();
     }
 
-    // Its standard error is that of the test. Qt 4 keeps it to itself.
+    // Forwards standard error to that of the test. Qt 4 does not do so by itself.
     void forwardErrors()
     {
 #if QT_VERSION >= QT_VERSION_CHECK(5, 2, 0)
@@ -51,13 +51,14 @@ public:
 
     bool isRunning() const { return state() != NotRunning; }
 
-    // Waits until it ends.
+    // Waits until the process ends.
     bool ends()
     {
         return waitUntil([this]() { return !isRunning(); });
     }
 
-    // Waits until it ends; -1 if a signal ended it, or if it did not start. QProcess::exitCode() does not wait.
+    // Waits until the process ends. Returns -1 if a signal killed it or if it did not start.
+    // QProcess::exitCode() does not wait.
     int exitCode()
     {
         return ends() && exitStatus() == NormalExit && error() != FailedToStart
@@ -65,11 +66,11 @@ public:
             : -1;
     }
 
-    // All that it has printed so far.
+    // Everything that it has printed so far.
     QByteArray output() { return m_output += readAllStandardOutput(); }
     QByteArray errors() { return m_errors += readAllStandardError(); }
 
-    // Waits until it has printed the text; false if it ends without.
+    // Waits until the process has printed the text. Returns false if it ends before.
     bool prints(const QByteArray &text)
     {
         waitUntil([&]() { return output().contains(text) || !isRunning(); });
@@ -88,11 +89,11 @@ protected:
 #endif
 
 private:
-    // In the child.
+    // Runs in the child process.
     void dieWithTheTest()
     {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != m_test) { // it was gone before
+        if (getppid() != m_test) { // the test ended before prctl()
             raise(SIGKILL);
         }
     }
@@ -102,10 +103,10 @@ private:
     QByteArray m_errors;
 };
 
-// What a program that ran to its end left.
+// The result of a program that has ended.
 struct Outcome
 {
-    int code; // -1 if a signal ended it
+    int code; // -1 if a signal killed it
     QByteArray output;
     QByteArray errors;
 };

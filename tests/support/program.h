@@ -8,11 +8,11 @@
 #include <QtCore/QList>
 #include <QtCore/QStringList>
 
-// A process that a test talks to in lines.
+// A process that a test communicates with in lines.
 class Program : public Process
 {
 public:
-    // One of the test daemons, ready for calls.
+    // Starts one of the test daemons and waits until it is ready for calls.
     static Program *daemon(const char *name, const QString &errorFile = QString())
     {
         Program *const program = hastyDaemon(name, errorFile);
@@ -22,7 +22,7 @@ public:
         return program;
     }
 
-    // The same while it comes up.
+    // The same without waiting.
     static Program *hastyDaemon(const char *name, const QString &errorFile = QString())
     {
         Program *const program = new Program;
@@ -36,7 +36,7 @@ public:
         return program;
     }
 
-    // This test program in another part, which its main() knows by this name.
+    // Starts this test program in another role, which its main() knows by this name.
     static Program *part(const char *name, const QStringList &arguments = QStringList())
     {
         Program *const program = new Program;
@@ -46,7 +46,7 @@ public:
         return program;
     }
 
-    // All that it has printed.
+    // All lines that it has printed.
     const QList<QByteArray> &lines()
     {
         while (canReadLine()) {
@@ -57,7 +57,7 @@ public:
 
     bool hasSaid(const QByteArray &line) { return lines().contains(line); }
 
-    // What follows the word in the line that begins with it, once there is one.
+    // The rest of the line that begins with the word. Waits for such a line.
     QByteArray wordAfter(const QByteArray &word)
     {
         QByteArray found;
@@ -75,7 +75,7 @@ public:
 
     void tell(const QByteArray &line) { write(line + '\n'); }
 
-    // How it ended: nothing where it ended well.
+    // How the process ended; empty if it exited with 0.
     QByteArray ending()
     {
         if (!ends()) {

@@ -7,7 +7,7 @@
 #include <QtGui/QGuiApplication>
 #include <QtTest/QTest>
 
-// A test with QML, which draws without a display.
+// The main() of a test with QML, which draws without a display.
 #define HNIPC_QML_TEST_MAIN(TestClass)                                                             \
     int main(int argc, char **argv)                                                                \
     {                                                                                              \

@@ -2,7 +2,7 @@
 #ifndef HNIPC_TESTS_QTMAJORS_H
 #define HNIPC_TESTS_QTMAJORS_H
 
-// What the tests need of Qt that differs from major to major.
+// The parts of Qt that the tests need and that differ between the major versions.
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
@@ -26,7 +26,7 @@ inline QVariant variantOf(const QByteArray &typeName, const void *value)
 #endif
 }
 
-// Qt 4 joins no QByteArrays.
+// Qt 4 cannot join QByteArrays.
 inline QByteArray joined(const QList<QByteArray> &texts, const char *separator = "")
 {
     QByteArray result;

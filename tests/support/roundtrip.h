@@ -5,8 +5,8 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
-// What this process has sent through Qt has passed the bus daemon when this returns. Turns no event
-// loop.
+// Returns when the bus daemon has handled everything that this process has sent through Qt. Turns
+// no event loop.
 inline void makeRoundTrip()
 {
     QDBusConnection::systemBus().call(QDBusMessage::createMethodCall(

@@ -2,8 +2,8 @@
 #ifndef HNIPC_TESTS_SANITIZED_H
 #define HNIPC_TESTS_SANITIZED_H
 
-// HNIPC_SANITIZED is defined where the compiler builds for a sanitizer that slows the program down
-// and replaces its allocator.
+// HNIPC_SANITIZED is defined if the compiler builds for a sanitizer that slows the program down and
+// replaces its allocator.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define HNIPC_SANITIZED
 #elif defined(__has_feature)

@@ -7,7 +7,7 @@
 #include <QtCore/QMetaMethod>
 #include <QtCore/QThread>
 
-// The recorder has a slot for each method of the sender, without a meta-object that names them.
+// The recorder has a slot for each method of the sender, but no meta-object that names them.
 static const int firstSlot = QObject::staticMetaObject.methodCount();
 
 QByteArray emission(const QByteArray &signature, const QVariantList &arguments)

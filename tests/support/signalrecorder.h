@@ -7,10 +7,10 @@
 #include <QtCore/QObject>
 #include <QtCore/QVariant>
 
-// An emission as one line of text that shows type and value of every argument.
+// An emission as one line of text with the type and the value of each argument.
 QByteArray emission(const QByteArray &signature, const QVariantList &arguments = QVariantList());
 
-// Records every signal that the class of an object declares, in the order of their emission.
+// Records all signals that the class of an object declares, in the order of their emission.
 class SignalRecorder : public QObject
 {
 public:

@@ -5,7 +5,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QMetaMethod>
 
-// Qt 4 spells a type as the header does, Qt 5 and 6 as the type that it is an alias of.
+// Qt 4 spells a type as the header does, Qt 5 and 6 as the type behind the alias.
 inline QByteArray withoutAliases(QByteArray types)
 {
     return types.replace("quint32", "uint")
@@ -22,7 +22,7 @@ inline QByteArray signatureOf(const QMetaMethod &method)
 #endif
 }
 
-// The result type of a method, empty for none.
+// The result type of a method; empty for void.
 inline QByteArray resultOf(const QMetaMethod &method)
 {
     const QByteArray type = method.typeName();

@@ -7,8 +7,9 @@
 set -euo pipefail
 cd "$1"
 
-# The machine of the bus policy hands its buses a socket, as systemd does; the record of the binary
-# interface is a program of its own, and so is what stands in for dbus-daemon.
+# Exceptions: the virtual machine of the bus policy passes a socket to its buses, as systemd does;
+# the record of the binary interface is a program of its own, and so is the replacement of
+# dbus-daemon.
 if grep --line-number --extended-regexp --include='*.cpp' --include='*.h' --recursive \
     '\<QProcess +\*?[a-z_]+[;(]|QProcess::(execute|startDetached|start)\(|\<v?fork\(\)|posix_spawn|[^_.>a-zA-Z]system\(|\<popen\(|g_(test_dbus|spawn)_|start\([^)]*dbus-daemon' . \
     | grep --invert-match --extended-regexp '^\./(support/(process\.h|privatebus\.cpp)|baseline/|dbus-broker/|policy/machine\.cpp)'; then

@@ -11,7 +11,7 @@
 
 static const char *const daemonNames[] = { "ioexpd", "m4", "supplyd" };
 
-// What tests start ends with them.
+// The processes that a test starts end with the test.
 class tst_Processes : public QObject
 {
     Q_OBJECT
@@ -24,14 +24,14 @@ private Q_SLOTS:
     void busComesBackAtItsAddress();
 };
 
-// A process that nobody has waited for yet has no command line any more.
+// A process that has ended, and that no process has waited for, has no command line.
 static bool isAlive(const QByteArray &process)
 {
     QFile file(QLatin1String("/proc/") + QString::fromLatin1(process) + QLatin1String("/cmdline"));
     return file.open(QFile::ReadOnly) && !file.readAll().isEmpty();
 }
 
-// A test with a bus and daemons: prints their numbers and does not end by itself.
+// A test with a bus and daemons: prints their process numbers and does not end by itself.
 static int runVictim(int argc, char **argv)
 {
     PrivateBus bus;
@@ -107,7 +107,7 @@ void tst_Processes::busComesBackAtItsAddress()
     for (int i = 0; i < 2; ++i) {
         WirePeer peer(bus);
         QVERIFY(peer.own("org.hnipc.supplyd"));
-        QVERIFY(!peer.own("org.hnipc.m4")); // it keeps its rules
+        QVERIFY(!peer.own("org.hnipc.m4")); // it keeps its rules after a restart
         bus.kill();
         bus.start();
     }

@@ -25,7 +25,7 @@ QDBusMessage callOf(const char *member)
 
 QDBusMessage asked(const char *member) { return QDBusConnection::systemBus().call(callOf(member)); }
 
-// What the messages are with the numbers from 0 on as their bodies, in this order.
+// The expected bodies of messages that carry the numbers from 0 on, in this order.
 QList<QByteArray> numbered(int count)
 {
     QList<QByteArray> result;
@@ -46,7 +46,7 @@ QList<QByteArray> bodiesOf(const QList<WireMessage> &messages, const QByteArray 
     return result;
 }
 
-// A subscriber that the library has no part in.
+// A subscriber without code of the library.
 class Counter : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ public Q_SLOTS:
 
 } // namespace
 
-// What the tests believe when they see that something came, or that nothing did.
+// The helpers by which the tests notice that a message arrived, or that none did.
 class tst_WirePeer : public QObject
 {
     Q_OBJECT
@@ -95,7 +95,7 @@ void tst_WirePeer::noCallIsLost()
     for (int i = 0; i < count; ++i) {
         QDBusConnection::systemBus().send(callOf("number") << i);
     }
-    QCOMPARE(asked("last").type(), QDBusMessage::ReplyMessage); // behind all others
+    QCOMPARE(asked("last").type(), QDBusMessage::ReplyMessage); // sent after all others
     QCOMPARE(bodiesOf(peer.calls(), "number"), numbered(count));
     QCOMPARE(int(peer.calls().size()), count + 1);
     peer.clearCalls();

@@ -7,7 +7,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 
-// In milliseconds.
+// The longest wait, in milliseconds.
 #ifndef HNIPC_TEST_PATIENCE
 #define HNIPC_TEST_PATIENCE (60 * 1000)
 #endif
@@ -17,7 +17,7 @@ template <typename Condition>
 bool waitUntil(Condition condition)
 {
     const qint64 guard = HNIPC_TEST_PATIENCE;
-    // The condition may change on a thread that wakes no event loop, so the loop wakes by itself.
+    // Another thread may change the condition without waking this event loop, so a timer wakes it.
     QTimer heartbeat;
     heartbeat.start(2);
     QElapsedTimer elapsed;

@@ -29,11 +29,12 @@ struct Answer
     }
 
     Kind kind;
-    QByteArray body; // the text of an error
+    QByteArray body; // the message of an error reply
     QByteArray errorName;
 };
 
-// Shared with the filter, which may still run on the connection's thread after the peer is gone.
+// Shared with the filter, which may still run on the connection's thread after the peer is
+// destroyed.
 struct State
 {
     State() : introspections(0), monitor(false) {}
@@ -53,11 +54,11 @@ struct State
     Answer fallback;
     QHash<QByteArray, Answer> answers;
     QList<WireMessage> calls;
-    QList<GDBusMessage *> held; // null for one that has been answered
+    QList<GDBusMessage *> held; // null for a call that has got its reply
     QList<WireMessage> receivedSignals;
-    QHash<QByteArray, int> heard; // how many of them, by member and by member and body
+    QHash<QByteArray, int> heard; // the number of signals, by member and by member and body
     QList<WireMessage> monitored;
-    QSet<QByteArray> markers; // of those that this program sent
+    QSet<QByteArray> markers; // of signals that this program sent
     QSet<quint32> awaited;
     QHash<quint32, WireMessage> replies;
 };
@@ -65,7 +66,7 @@ struct State
 typedef std::shared_ptr<State> StatePointer;
 typedef std::lock_guard<std::mutex> Lock;
 
-// A test with a malformed text is a broken test, which must not pass as a silent peer.
+// A test that passes malformed text is broken. It must not look as if the peer were silent.
 GVariant *parse(const QByteArray &text)
 {
     GError *error = nullptr;
@@ -174,7 +175,7 @@ void sendAnswer(GDBusConnection *connection, GDBusMessage *call, const Answer &a
     }
 }
 
-// Returns whether the call was dealt with.
+// Returns true if the peer has handled the call.
 bool handleCall(GDBusConnection *connection, GDBusMessage *message, State *state)
 {
     const WireMessage call = fromMessage(message);
@@ -209,7 +210,7 @@ bool handleCall(GDBusConnection *connection, GDBusMessage *message, State *state
         sendAnswer(connection, message, answer);
         return true;
     }
-    // Not on GDBus' own thread, which serves all peers.
+    // Runs on a thread of its own, because GDBus' thread serves all peers.
     g_object_ref(connection);
     g_object_ref(message);
     std::thread([=]() {
@@ -243,7 +244,7 @@ void handleReply(GDBusMessage *message, State *state)
     }
 }
 
-// A monitor must never answer what it overhears, so nothing is handed on but replies to itself.
+// A monitor must never reply to messages of others, so it passes on only the replies to itself.
 bool overhear(GDBusConnection *connection, GDBusMessage *message, State *state)
 {
     const Lock lock(state->mutex);
@@ -311,7 +312,7 @@ void disconnectFromBus(GDBusConnection *connection, guint filterId)
     g_object_unref(connection);
 }
 
-// Calls a method of the bus daemon and returns its answer, null on failure.
+// Calls a method of the bus daemon. Returns its reply, or null on failure.
 GVariant *callBus(GDBusConnection *connection, const char *interface, const char *member,
                   GVariant *arguments)
 {
@@ -476,7 +477,7 @@ void WirePeer::clearAnswers()
         d->state->fallback = Answer();
         held.swap(d->state->held);
     }
-    // The bus counts calls that nobody has answered.
+    // The bus counts the calls that have no reply.
     for (GDBusMessage *call : held) {
         if (call) {
             sendAnswer(d->connection, call, Answer());
@@ -524,7 +525,8 @@ WireMessage WirePeer::call(const QByteArray &destination, const QByteArray &path
     setBody(message, body);
     guint32 serial = 0;
     {
-        // The answer must not be looked at before its serial number is known to be awaited.
+        // No other thread may read the reply before the set of awaited serial numbers contains its
+        // number.
         const Lock lock(d->state->mutex);
         g_dbus_connection_send_message(d->connection, message, G_DBUS_SEND_MESSAGE_FLAGS_NONE,
                                        &serial, nullptr);

@@ -8,14 +8,14 @@
 
 #include <functional>
 
-// One message as it crossed the bus. Bodies are GVariant text, so that tables of them read as text.
+// One message as it crossed the bus. Bodies are GVariant text, so that tables of them are readable.
 struct WireMessage
 {
     enum Type { Invalid, MethodCall, MethodReturn, Error, Signal };
 
     WireMessage();
 
-    // "path interface.member signature body" of a call or a signal, for a comparison in one line
+    // "path interface.member signature body" of a call or a signal, for comparisons in one line
     QByteArray line() const;
 
     Type type;
@@ -35,53 +35,53 @@ Q_DECLARE_METATYPE(WireMessage)
 
 class BusProcess;
 
-// A program at the other end of the bus that shares no code with the library nor with Qt D-Bus.
-// It records and answers on a thread of its own, so also while the test's thread blocks in a call.
+// A program on the bus without code of the library or of Qt D-Bus. It records and replies on its
+// own thread, so it works even while the test's thread blocks in a call.
 class WirePeer
 {
 public:
     WirePeer();
-    explicit WirePeer(const BusProcess &bus); // another bus than the one in the system bus' place
-    ~WirePeer();                              // leaves the bus at once, with all its names
+    explicit WirePeer(const BusProcess &bus); // a bus other than the private bus
+    ~WirePeer();                              // leaves the bus immediately, with all its names
 
     QByteArray uniqueName() const;
-    bool own(const QByteArray &busName);      // true when this peer is now the owner
+    bool own(const QByteArray &busName);      // true if this peer owns the name now
     bool takeOver(const QByteArray &busName); // also from an owner that took it over
     bool release(const QByteArray &busName);
-    void sync(); // all that was sent has passed the bus daemon
+    void sync(); // waits until the bus daemon has handled all sent messages
 
-    // As a daemon. Members without an answer of their own get an UnknownMethod error.
+    // As a daemon. Members without a reply of their own get an UnknownMethod error.
     void setIntrospection(const QByteArray &xml); // without it: UnknownMethod error
     int introspections() const;
-    // Done on a thread of its own before the answer goes out.
+    // The action runs on its own thread before the reply is sent.
     void whenIntrospected(const std::function<void()> &action);
     void answer(const QByteArray &member, const QByteArray &body);
     void answerError(const QByteArray &member, const QByteArray &errorName, const QByteArray &text);
     void answerAll(const QByteArray &body);
-    void ignore(const QByteArray &member);  // never answers
-    void leaveOn(const QByteArray &member); // leaves the bus instead of answering
-    void hold(const QByteArray &member);    // answers when answerHeld() says so
+    void ignore(const QByteArray &member);  // never replies
+    void leaveOn(const QByteArray &member); // leaves the bus instead of replying
+    void hold(const QByteArray &member);    // replies when answerHeld() is called
     int held() const;
-    void answerHeld(int number, const QByteArray &body); // by arrival, from 0 on; each once
-    void clearAnswers();                                 // UnknownMethod error for those held, too
+    void answerHeld(int number, const QByteArray &body); // in order of arrival, from 0; once each
+    void clearAnswers();                                 // UnknownMethod error for held calls, too
     QList<WireMessage> calls() const;                    // without Introspect, Peer and Properties
     void clearCalls();
 
-    // As a sender of signals. The signal has passed the bus daemon when this returns.
+    // As a sender of signals. When this returns, the bus daemon has handled the signal.
     bool emitSignal(const QByteArray &path, const QByteArray &interface, const QByteArray &member,
                     const QByteArray &body = "()", const QByteArray &destination = QByteArray());
 
-    // As a caller. Turns the Qt event loop until the answer is there, so that objects of this
-    // process can be called, too. Invalid when there is none. A call may do without an interface.
+    // As a caller. Turns the Qt event loop until the reply arrives, so that objects of this process
+    // can be called, too. The message is invalid without a reply. A call may have no interface.
     WireMessage call(const QByteArray &destination, const QByteArray &path,
                      const QByteArray &interface, const QByteArray &member,
                      const QByteArray &body = "()");
 
-    // As a listener. The bus daemon's notes to this peer about its own names are left out.
+    // As a subscriber. The bus daemon's signals to this peer about its own names are left out.
     bool listen(const QByteArray &matchRule);
     QList<WireMessage> receivedSignals() const;
-    // How many signals of this name and with this body came; an empty body is any. It costs the
-    // same however many came, so it is what to wait for in a flood.
+    // The number of received signals with this name and this body; an empty body matches any. Its
+    // cost does not depend on that number. Use it to wait for the end of a flood.
     int heard(const QByteArray &member, const QByteArray &body = QByteArray()) const;
     void clearSignals();
 
@@ -92,16 +92,16 @@ private:
     Private *d;
 };
 
-// Sees every message that crosses the bus, to show what was sent and that nothing else was.
+// Records every message that crosses the bus, to show which messages were sent, and no others.
 class WireMonitor
 {
 public:
     WireMonitor();
     ~WireMonitor();
 
-    // What crossed the bus since the last call of this function or of clear().
+    // The messages that crossed the bus since the last call of this function or of clear().
     QList<WireMessage> take();
-    // The method calls among them that this sender made, without the bus daemon's own methods
+    // The method calls among them that this sender made, without calls of the bus daemon's methods
     // and without introspection.
     QList<WireMessage> takeCallsFrom(const QByteArray &sender);
     void clear();
@@ -113,7 +113,7 @@ private:
     Private *d;
 };
 
-// The text of a GVariant in the form in which bodies are printed, from any spelling of it.
+// Converts a GVariant text, in any spelling, to the form in which bodies are printed.
 QByteArray wireText(const QByteArray &text);
 
 #endif
