@@ -12,7 +12,7 @@ struct ClientSignal
     const char *signature;
     const char *parameters; // their names
     Server server;
-    const char *member; // of the daemon's signal that is relayed to it
+    const char *member; // name of the daemon's signal that the client relays
 };
 
 const ClientSignal clientSignals[] = {
@@ -81,7 +81,7 @@ const ClientSignal clientSignals[] = {
 };
 
 const int clientSignalCount = sizeof clientSignals / sizeof clientSignals[0];
-const int relayedSignalCount = clientSignalCount - 1; // StatusChanged comes from no daemon
+const int relayedSignalCount = clientSignalCount - 1; // no daemon sends StatusChanged
 
 } // namespace Expected
 

@@ -15,9 +15,9 @@ struct ClientSlot
     const char *result;
     const char *parameters; // their names
     Server server;
-    const char *in;    // D-Bus types of the call that reaches the daemon
+    const char *in;    // D-Bus types of the call that the daemon receives
     const char *out;   // D-Bus type of the reply
-    const char *added; // of a shortened form: the last argument, which the client adds
+    const char *added; // of a short form: the last argument, which the client adds
 };
 
 const ClientSlot clientSlots[] = {

@@ -13,7 +13,7 @@ struct Identity
     const char *tag;
 };
 
-// By server.
+// Indexed by server.
 const Identity identities[ServerCount] = {
     { "org.hnipc.ioexpd", "local.IHNIPCIOEXPD", "IOEXPD" },
     { "org.hnipc.m4", "local.IHNIPCM4", "M4" },

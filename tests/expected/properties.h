@@ -14,9 +14,9 @@ struct ClientProperty
     const char *name;
     const char *type;
     Server server;
-    const char *method; // that a read calls
+    const char *method; // called to read the property
     const char *body;   // of that call
-    const char *member; // of the daemon's signal after which it has to be read again
+    const char *member; // name of the daemon's signal that makes a read necessary
 };
 
 // clang-format off
@@ -34,7 +34,7 @@ const ClientProperty clientProperties[] = {
 
 const int clientPropertyCount = sizeof clientProperties / sizeof clientProperties[0];
 
-// The client's signal that notifies of it.
+// The client's signal that notifies of changes of the property.
 inline const ClientSignal &notifierOf(const ClientProperty &property)
 {
     int row = 0;

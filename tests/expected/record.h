@@ -9,13 +9,13 @@
 
 namespace Expected {
 
-// A field that travels, in the order of travel, with two values as GVariant text.
+// A field that is sent, in the order on the wire, with two values as GVariant text.
 struct RecordField
 {
     const char *name;
     const char *type;
-    const char *initial; // of a record as it is constructed
-    const char *telling; // of tellingRecord(), no two alike
+    const char *initial; // of a newly constructed record
+    const char *telling; // of tellingRecord(); all of them differ
 };
 
 const RecordField recordFields[] = {
@@ -90,7 +90,7 @@ inline SupplyInformation tellingRecord()
     return record;
 }
 
-// Visits the fields of two records side by side: those that travel, then text0.
+// Visits the fields of two records in pairs: the sent fields in order, then text0.
 template <typename Visitor, typename First, typename Second>
 void visitRecords(Visitor &visit, First &a, Second &b)
 {
@@ -141,7 +141,7 @@ public:
         ++m_field;
     }
 
-    // The name of the first field that differs, or nothing.
+    // The name of the first field that differs; empty if none does.
     QByteArray difference() const
     {
         if (m_equal == m_field) {
@@ -162,7 +162,7 @@ inline QByteArray difference(const SupplyInformation &a, const SupplyInformation
     return comparer.difference();
 }
 
-// Takes over the first fields of another record, in the order of travel.
+// Copies the first fields of another record, in the order on the wire.
 class FieldCopier
 {
 public:
@@ -206,7 +206,7 @@ inline QList<QByteArray> tellingFields()
     return fields;
 }
 
-// GVariant text of a structure, and of a message body, with these members.
+// GVariant text of a structure or a message body with these members.
 inline QByteArray wireStructure(const QList<QByteArray> &members)
 {
     QByteArray text = "(";

@@ -18,8 +18,8 @@ struct Sample
     QByteArray wire;
 };
 
-// The values that arguments and results of a type are tried with. The first is the empty value,
-// which is also what a failed call gives.
+// The values that the tests use for arguments and results of a type. The first is the empty value,
+// which a failed call returns, too.
 inline QList<Sample> samplesOf(const QByteArray &typeName)
 {
     const QByteArray type = withoutAliases(typeName);
@@ -73,7 +73,7 @@ inline QList<Sample> samplesOf(const QByteArray &typeName)
     return QList<Sample>();
 }
 
-// Same type, same value. Unlike QVariant's own comparison it converts nothing.
+// True if type and value are the same. QVariant's own comparison would convert.
 inline bool same(const QVariant &a, const QVariant &b)
 {
     if (a.userType() != b.userType()) {
@@ -85,7 +85,8 @@ inline bool same(const QVariant &a, const QVariant &b)
     return a == b;
 }
 
-// The same for a value on failure, where text and bytes are null and not only empty.
+// The same for the value of a failed call, in which strings and byte arrays are null, not only
+// empty.
 inline bool sameOnFailure(const QVariant &value, const QVariant &empty)
 {
     const bool isNull = value.userType() == QMetaType::QString ? value.toString().isNull()
@@ -94,7 +95,7 @@ inline bool sameOnFailure(const QVariant &value, const QVariant &empty)
     return isNull && same(value, empty);
 }
 
-// A sample of each parameter of a method; different rounds give different ones.
+// A sample for each parameter of a method. Different rounds return different samples.
 inline QList<Sample> argumentSamples(const QByteArray &signature, int round)
 {
     QList<Sample> result;
@@ -110,7 +111,7 @@ inline QList<Sample> argumentSamples(const QByteArray &signature, int round)
     return result;
 }
 
-// The body that carries these samples, as bodies are printed.
+// The message body with these samples, in the form in which bodies are printed.
 inline QByteArray wireBody(const QList<Sample> &samples, const QList<QByteArray> &added = {})
 {
     QList<QByteArray> members;
