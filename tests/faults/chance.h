@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <random>
 
-// How often a test does what it does: the test's own count, which is a fifth of that where a
-// sanitizer slows it down, or the count of the environment variable, for a long run by hand.
+// The number of repetitions of a test: the usual number, a fifth of it if a sanitizer slows the
+// test down, or the value of the environment variable, for a long run by hand.
 inline int timesFromEnvironment(const char *variable, int usual)
 {
 #ifdef HNIPC_SANITIZED
@@ -20,7 +20,7 @@ inline int timesFromEnvironment(const char *variable, int usual)
     return times > 0 ? times : usual;
 }
 
-// Chance that can be had again: HNIPC_SEED repeats the run that printed it.
+// Random numbers that can be repeated: HNIPC_SEED repeats the run that printed it.
 class Chance
 {
 public:
@@ -33,7 +33,7 @@ public:
         m_engine.seed(seed);
     }
 
-    // One of 0 to count - 1.
+    // A number from 0 to count - 1.
     int below(int count) { return int(m_engine() % quint32(count)); }
     bool oneIn(int count) { return below(count) == 0; }
     quint64 bits() { return quint64(m_engine()) << 32 | m_engine(); }

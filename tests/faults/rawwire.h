@@ -24,8 +24,8 @@ struct Unref
 typedef std::unique_ptr<GDBusMessage, Unref> Message;
 typedef std::unique_ptr<GVariant, Unref> Value;
 
-// A connection to the bus that is nothing but a socket: it sends what it is told to, many calls
-// before it looks for an answer, and reads only when it is told to.
+// A connection to the bus that is only a socket. It can send many calls before it reads a reply,
+// and reads only when the test asks it to.
 class RawConnection
 {
 public:
@@ -61,7 +61,7 @@ public:
 
     QByteArray uniqueName() const { return m_name; }
 
-    // The serial number under which it went out.
+    // Returns the serial number of the sent message.
     quint32 send(GDBusMessage *message)
     {
         write(blob(message));
@@ -96,7 +96,7 @@ public:
         }
     }
 
-    // The next message, whatever it is.
+    // Returns the next message of any type.
     Message receive()
     {
         const int header = 16;
@@ -111,7 +111,7 @@ public:
         return message;
     }
 
-    // The answer to this call, all that comes before it aside.
+    // Returns the reply to this call and drops all messages before it.
     Message receiveReply(quint32 serial)
     {
         for (;;) {
@@ -134,7 +134,7 @@ private:
         pollfd waiting = { m_socket, POLLIN, 0 };
         char buffer[65536];
         ssize_t size = 0;
-        // The limit is only against hanging.
+        // The limit only keeps a broken test from hanging.
         if (poll(&waiting, 1, 60 * 1000) == 1) {
             size = recv(m_socket, buffer, sizeof buffer, 0);
         }
@@ -150,13 +150,13 @@ private:
     QByteArray m_read;
 };
 
-// Types and values of any kind that D-Bus can carry.
+// Random types and values, of all kinds that D-Bus can carry.
 class RandomValues
 {
 public:
     explicit RandomValues(Chance *chance) : m_chance(chance) {}
 
-    // Nested at most this deep.
+    // Returns a type that is nested at most this deep.
     QByteArray type(int depth)
     {
         switch (depth > 0 ? m_chance->below(8) : 0) {
@@ -176,7 +176,7 @@ public:
         }
     }
 
-    // A list of this many types.
+    // Returns a list of this many types.
     QByteArray types(int count, int depth)
     {
         QByteArray result;
@@ -223,10 +223,10 @@ public:
         }
     }
 
-    // A body of these arguments.
+    // Returns a body with arguments of these types.
     GVariant *body(const QByteArray &signature) { return structure('(' + signature + ')', 3); }
 
-    // Ends of ranges more often than what is between them.
+    // Returns the ends of ranges more often than numbers in between.
     quint64 number()
     {
         static const quint64 edges[] = { 0,
@@ -271,10 +271,10 @@ private:
 
     double real()
     {
-        const quint64 bits = m_chance->bits(); // NaN and infinity, too
+        const quint64 bits = m_chance->bits(); // includes NaN and infinity
         double result;
         memcpy(&result, &bits, sizeof result);
-        // GLib cannot read the smallest of all from the text that it writes.
+        // GLib cannot read subnormal numbers from the text that it writes for them.
         return m_chance->oneIn(2) && std::fpclassify(result) != FP_SUBNORMAL
             ? result
             : m_chance->below(1000) / 4.0;

@@ -23,7 +23,7 @@ using namespace Expected;
 
 static const int pulsesAlone = 20000;
 
-// The bus dies under clients and daemons in processes of their own, and another comes to its
+// The bus is killed while clients and daemons run in processes of their own. Another bus takes its
 // address.
 class tst_BusKilled : public QObject
 {
@@ -55,7 +55,7 @@ void say(const char *format, ...)
     fflush(stdout);
 }
 
-// Until the test has written a line more.
+// Waits until the test has written a line.
 void waitForWord()
 {
     QEventLoop loop;
@@ -70,7 +70,7 @@ void waitForWord()
 
 bool hasBus() { return QDBusConnection::systemBus().isConnected(); }
 
-// What the process does to processors, in thousandths of one, while it has nothing to do.
+// The processor time that the idle process uses, in thousandths of one processor.
 int idleLoad()
 {
     const int window = 500;
@@ -81,7 +81,7 @@ int idleLoad()
     return int((std::clock() - before) / (CLOCKS_PER_SEC / 1000) * 1000 / window);
 }
 
-// How many methods of the client give the value on failure.
+// The number of the client's methods that return the value of a failed call.
 int countFailures(HNIPC &client)
 {
     int failures = 0;
@@ -100,8 +100,8 @@ int runClient(int argc, char **argv)
     QCoreApplication application(argc, argv);
     HNIPC client;
     QSignalSpy heard(&client, SIGNAL(PrintButton()));
-    // Until the event loop first turns, Qt holds back what arrives, and a call that waits when the
-    // bus dies waits for ever.
+    // Until the event loop first turns, Qt queues incoming messages, and a call that waits when the
+    // bus is killed waits forever.
     QTimer::singleShot(0, &application, SLOT(quit()));
     application.exec();
     if (argc > 2) { // under load
@@ -159,7 +159,7 @@ int runDaemon(int argc, char **argv)
     Buttons daemon;
     say("sent %d", daemon.pulsePrintButtonSignal());
     waitUntil([]() { return !hasBus(); });
-    // Qt takes what is sent now, and nobody gets it.
+    // Qt accepts the signal that is sent now, but no process receives it.
     say("sent-alone %d", daemon.pulsePrintButtonSignal());
     say("load %d", pulseAndIdle(daemon));
     const long before = heapInUse();
@@ -187,7 +187,7 @@ bool nameHasOwner(const char *name)
         == "(true,)";
 }
 
-// Whether the process has printed a number after the word, and one below the limit.
+// True if the process has printed the word and a number after it below the limit.
 bool isBelow(Program &program, const QByteArray &word, int limit)
 {
     const QByteArray text = program.wordAfter(word);
@@ -200,7 +200,7 @@ bool isBelow(Program &program, const QByteArray &word, int limit)
     return true;
 }
 
-// Whether the daemon's pulses left less behind than the smallest message. Where the heap is not
+// True if the daemon's pulses left less memory behind than the smallest message. If the heap is not
 // counted, under valgrind, valgrind looks for leaks.
 bool keepsItsSize(Program &daemon)
 {
@@ -229,7 +229,7 @@ void tst_BusKilled::clientAndDaemonOutliveTheirBus()
         QCOMPARE(client->wordAfter("failures-of-another"), all);
         QCOMPARE(daemon->wordAfter("sent-alone"), QByteArray("1"));
         QVERIFY(keepsItsSize(*daemon));
-        // Who spins has a processor to himself, or what others leave of it.
+        // A process in a busy loop uses a whole processor, or all that other processes leave of it.
         QVERIFY(isBelow(*client, "load", 100));
         QVERIFY(isBelow(*daemon, "load", 100));
         printf("%d calls without a bus took %s ms; load %s and %s thousandths; growth %s\n",
@@ -276,13 +276,13 @@ void tst_BusKilled::onlyNewProcessesFindANewBus()
     QVERIFY(keepsItsSize(*oldDaemon));
     s_bus->start();
 
-    // The daemon of old neither comes nor can be brought to the new bus.
+    // The old daemon does not connect to the new bus, and cannot be made to.
     oldDaemon->tell("there is a bus");
     QCOMPARE(oldDaemon->wordAfter("registered"), QByteArray("0"));
     QVERIFY(!nameHasOwner("org.hnipc.ioexpd"));
     QCOMPARE(oldDaemon->ending(), QByteArray());
 
-    // Nor does the client of old, with daemons there that answer and send.
+    // Neither does the old client, although daemons reply and send signals on that bus.
     const std::unique_ptr<Program> m4(Program::daemon("m4"));
     const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
     const std::unique_ptr<Program> ioexpd(Program::daemon("ioexpd"));
@@ -298,7 +298,7 @@ void tst_BusKilled::onlyNewProcessesFindANewBus()
     QCOMPARE(oldClient->wordAfter("heard"), QByteArray("0"));
     QCOMPARE(oldClient->ending(), QByteArray());
 
-    // New processes do.
+    // New processes do connect.
     peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "emitAlert", "(8,)");
     const std::unique_ptr<Program> newClient(Program::part("client"));
     QCOMPARE(newClient->wordAfter("began"), QByteArray("8"));
@@ -306,7 +306,7 @@ void tst_BusKilled::onlyNewProcessesFindANewBus()
 
 int main(int argc, char **argv)
 {
-    setvbuf(stdin, nullptr, _IONBF, 0); // so that its descriptor tells when there is a line
+    setvbuf(stdin, nullptr, _IONBF, 0); // so that its descriptor shows when a line arrives
     const QByteArray part = argc > 1 ? argv[1] : "";
     if (part == "client") {
         return runClient(argc, argv);

@@ -14,8 +14,8 @@
 #include <set>
 #include <vector>
 
-// A daemon dies at any moment, again and again, while four clients in processes of their own call
-// it without a pause.
+// A daemon is killed at random moments, again and again, while four clients in processes of their
+// own call it without pauses.
 class tst_DaemonKilled : public QObject
 {
     Q_OBJECT
@@ -35,14 +35,14 @@ void say(const char *what, int number)
     fflush(stdout);
 }
 
-// What a client hears meanwhile. What the test sends through a new daemon, it says at once.
+// Receives a client's signals. Prints those that the test sends through a new daemon immediately.
 class Ear : public QObject
 {
     Q_OBJECT
 
 public:
     std::vector<int> alerts;
-    bool stop = false; // it was told to
+    bool stop = false; // the test has asked it to stop
     bool stopped = false;
 
 public Q_SLOTS:
@@ -64,9 +64,9 @@ public Q_SLOTS:
     }
 };
 
-// A client under load. Each call of emitAlert() makes the daemon send an alert of that number to
-// all clients. What it is answered by a new daemon, it says at once; what became of its calls, and
-// the alerts that it heard, when it is told to stop.
+// A client under load. Each call of emitAlert() makes the daemon send an alert with that number to
+// all clients. The client prints the first reply of each new daemon immediately. When the test asks
+// it to stop, it prints the outcomes of its calls and the alerts that it received.
 int runClient(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -80,7 +80,7 @@ int runClient(int argc, char **argv)
     QObject::connect(&client, SIGNAL(Alert(int)), &ear, SLOT(hearAlert(int)));
     QSocketNotifier input(0, QSocketNotifier::Read);
     QObject::connect(&input, SIGNAL(activated(int)), &ear, SLOT(hearInput()));
-    QTimer heartbeat; // for as long as no daemon is there to wait for
+    QTimer heartbeat; // turns the event loop while no daemon is running
     heartbeat.start(1);
 
     int lastAnswer = 0;
@@ -162,7 +162,7 @@ void tst_DaemonKilled::everyCallReturnsAndEveryReturnIsSeenOnce()
     for (int round = 1; round <= kills; ++round) {
         std::unique_ptr<Program> daemon;
         if (chance.oneIn(5)) {
-            daemon.reset(Program::hastyDaemon("m4")); // which may not come to its name
+            daemon.reset(Program::hastyDaemon("m4")); // may be killed before it owns its name
         } else {
             const QByteArray number = QByteArray::number(round);
             daemon.reset(Program::daemon("m4"));
@@ -187,7 +187,7 @@ void tst_DaemonKilled::everyCallReturnsAndEveryReturnIsSeenOnce()
         QCOMPARE(client->ending(), QByteArray());
     }
 
-    // Every return of the daemon is seen once, by its answers and by its signals.
+    // Each client notices each restart of the daemon once, by its replies and by its signals.
     for (const auto &client : clients) {
         QCOMPARE(numbersAfter("answer", *client), seen);
         QCOMPARE(numbersAfter("signal", *client), seen);
@@ -198,8 +198,8 @@ void tst_DaemonKilled::everyCallReturnsAndEveryReturnIsSeenOnce()
         QVERIFY(presence.size() / 2 >= seen.size() && int(presence.size() / 2) <= kills);
     }
 
-    // What any daemon said was heard by all, in its order and once; and what a client was told to
-    // be done had been said.
+    // All clients received each alert that any daemon sent, once and in order. For each call that a
+    // daemon confirmed to a client, it had sent the alert.
     Numbers said;
     const QList<WireMessage> alerts = peer.receivedSignals();
     for (const WireMessage &alert : alerts) {

@@ -17,7 +17,7 @@
 #include <mutex>
 #include <thread>
 
-// A daemon that stands still with its name: SIGSTOP takes no leave of anybody.
+// A daemon that is stopped by SIGSTOP keeps its name, and the bus reports nothing.
 class tst_DaemonStopped : public QObject
 {
     Q_OBJECT
@@ -39,7 +39,8 @@ private:
 
 namespace {
 
-// A client on a thread of its own, which does one thing after another while the test looks on.
+// A client on a thread of its own, which carries out one step after the other while the test
+// watches.
 class Client
 {
 public:
@@ -74,7 +75,7 @@ public:
 private:
     void run()
     {
-        QEventLoop loop; // so that the thread has events
+        QEventLoop loop; // makes the thread process events
         HNIPC client;
         while (!m_end) {
             waitUntil([this]() { return m_end || !isDone(); });
@@ -98,7 +99,7 @@ private:
     std::thread m_thread;
 };
 
-// Until a call of this method has crossed the bus.
+// Waits until a call of this method has crossed the bus.
 bool waitForCall(WireMonitor &monitor, const QByteArray &member)
 {
     return waitUntil([&]() {
@@ -109,8 +110,8 @@ bool waitForCall(WireMonitor &monitor, const QByteArray &member)
     });
 }
 
-// The introspection of m4, the bus' error that no reply came, and the call of supplySKUList, in the
-// order in which they cross the bus.
+// The introspection of m4, the error of the bus for the missing reply, and the call of
+// supplySKUList, in the order in which they cross the bus.
 QList<QByteArray> steps(const QList<WireMessage> &messages)
 {
     const QByteArray thisProcess = QDBusConnection::systemBus().baseService().toLatin1();
@@ -208,7 +209,7 @@ void tst_DaemonStopped::otherDaemonsAnswerMeanwhile()
 {
     const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
     Client client;
-    QVERIFY(client.doesToTheEnd([](HNIPC &) {})); // it is there
+    QVERIFY(client.doesToTheEnd([](HNIPC &) {})); // the client is constructed
     m_m4->send(SIGSTOP);
     QStringList skus;
     QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { skus = printer.supplySKUList(); }));
@@ -238,7 +239,7 @@ void tst_DaemonStopped::callGivesUpAtTheTimeout()
     QCOMPARE(alert, 0);
     printf("a call waited for %lld ms\n", waited);
 
-    // The daemon does it all the same when it continues, once; and its late answers are nobody's.
+    // When the daemon continues, it still carries out the call, once. Its late replies are ignored.
     m_m4->send(SIGCONT);
     QVERIFY(waitUntil([&]() { return m_peer->heard("M4_Error", "(7,)") == 1; }));
     int error = -1;
@@ -275,7 +276,7 @@ void tst_DaemonStopped::clientThatStartsWaitsForTheTimeout()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    // Qt gives up after 25 seconds, unless the bus does so before.
+    // Qt stops waiting after 25 seconds, unless the bus sends an error before.
     const PrivateBus bus(QByteArray(),
                          hasLongTimeout() ? "" : "<limit name='reply_timeout'>2000</limit>");
     tst_DaemonStopped test;

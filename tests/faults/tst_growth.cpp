@@ -11,9 +11,9 @@
 
 using namespace Expected;
 
-// A client holds no more memory after many calls than after the first tenth of them. What the
-// peers in this process and the allocator's caches hold moves by less than these bytes a call. The
-// smallest block of the heap has 32 bytes.
+// A client uses no more memory after many calls than after the first tenth of them. The memory of
+// the peers in this process and of the allocator's caches changes by less than these bytes a call.
+// The smallest block of the heap has 32 bytes.
 static const long leastLeak = 16;
 
 class tst_Growth : public QObject

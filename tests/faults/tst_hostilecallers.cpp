@@ -15,7 +15,7 @@
 
 using namespace Expected;
 
-// Daemons, each a process of its own, under calls of every kind.
+// Daemons, each a process of its own, receive random calls.
 class tst_HostileCallers : public QObject
 {
     Q_OBJECT
@@ -64,7 +64,7 @@ Message newCall(int server, const char *member, const char *format = nullptr, ..
     return call;
 }
 
-// "(true,)" of an answer, the name of an error.
+// "(true,)" of a reply, or the name of an error.
 QByteArray text(const Message &reply)
 {
     if (g_dbus_message_get_message_type(reply.get()) == G_DBUS_MESSAGE_TYPE_ERROR) {
@@ -85,7 +85,7 @@ QByteArray answerTo(RawConnection &caller, const Message &call)
     return text(caller.receiveReply(caller.send(call.get())));
 }
 
-// Calls of any kind, and whether they must be carried out.
+// Makes random calls, and knows which of them the daemon must carry out.
 class RandomCalls
 {
 public:
@@ -94,7 +94,8 @@ public:
     {
     }
 
-    // Of what is expected: a signature of an answer, "error", or "any" one reply.
+    // Sets the expected reply: the signature of the reply, "error", or "any" for one reply of any
+    // kind.
     Message next(QByteArray *expected)
     {
         static const char *const foreignMembers[] = {
@@ -137,7 +138,7 @@ public:
         if (m_chance->oneIn(10)) {
             interface = m_chance->of(foreignInterfaces);
         } else if (m_chance->oneIn(10)) {
-            interface = QByteArray(); // allowed: whichever has such a member
+            interface = QByteArray(); // allowed: any interface with such a member
         }
         const QByteArray path = m_chance->oneIn(10) ? m_chance->of(foreignPaths) : "/";
         const QByteArray in = arguments(slot.in);
@@ -166,7 +167,7 @@ public:
     }
 
 private:
-    // The right ones, with one missing, changed or added, or others altogether.
+    // The right arguments, the same with one missing, changed or added, or random ones.
     QByteArray arguments(QByteArray right)
     {
         switch (m_chance->below(6)) {
@@ -196,7 +197,7 @@ void tst_HostileCallers::init()
 {
     const char *const names[] = { "ioexpd", "m4", "supplyd" };
     for (int server = 0; server < ServerCount; ++server) {
-        // It prints its settings for whoever asks for them.
+        // The daemon prints its settings when a client asks for them.
         m_daemons[server].reset(Program::daemon(names[server], QLatin1String("/dev/null")));
     }
 }
@@ -224,7 +225,7 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
     Chance chance;
     RandomCalls random(&chance, server);
     RawConnection caller;
-    std::map<quint32, bool> unwanted; // and whether it went to Qt's own interfaces, which answer
+    std::map<quint32, bool> unwanted; // true for Qt's own interfaces, which reply
     int carriedOut = 0;
     long before = 0;
     for (int sent = 0; sent < calls; sent += atOnce) {
@@ -238,7 +239,7 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
         for (int i = 0; i < atOnce; ++i) {
             QByteArray expected;
             Message call = random.next(&expected);
-            // Some want no answer, and get none; though Qt tells them what went wrong.
+            // Some calls want no reply and get none, except that Qt sends its errors.
             const bool isWaiting = !chance.oneIn(20);
             if (!isWaiting) {
                 g_dbus_message_set_flags(call.get(), G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED);
@@ -252,7 +253,8 @@ void tst_HostileCallers::anyCallIsCarriedOutOrRefused()
             }
         }
         caller.write(bytes);
-        // Qt refuses at once what reaches no object, and overtakes what it has to carry out.
+        // Qt replies immediately to calls without an object; these replies overtake those of other
+        // calls.
         while (!waiting.empty()) {
             const Message reply = caller.receive();
             QVERIFY(reply != nullptr);
@@ -301,7 +303,7 @@ void tst_HostileCallers::fiftyCallersAtOnce()
     for (int i = 0; i < callers; ++i) {
         connections.emplace_back(new RawConnection);
     }
-    // All calls of one caller are on their way before any answer is read.
+    // All calls of one caller are sent before any reply is read.
     std::vector<std::vector<quint32>> serials(callers);
     for (int number = 0; number < calls; ++number) {
         for (int i = 0; i < callers; ++i) {
@@ -326,7 +328,7 @@ void tst_HostileCallers::callerThatNeverReads()
         RawConnection deaf;
         Message call(g_dbus_message_new_method_call(
             identities[M4].busName, "/", "org.freedesktop.DBus.Introspectable", "Introspect"));
-        const int calls = 2000; // 20 KiB of answer each
+        const int calls = 2000; // replies of 20 KiB each
         for (int i = 0; i < calls; ++i) {
             deaf.send(call.get());
             if (i % 100 == 0) {
@@ -346,7 +348,8 @@ void tst_HostileCallers::callerThatNeverReads()
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
-    // Callers may have many calls under way, and the bus keeps what they do not read.
+    // The limits allow many calls in flight for each caller, and the bus keeps the replies that are
+    // not read.
     const PrivateBus bus(QByteArray(), "<limit name='max_replies_per_connection'>50000</limit>");
     tst_HostileCallers test;
     return QTest::qExec(&test, argc, argv);

@@ -24,7 +24,7 @@
 
 using namespace Expected;
 
-// A client and daemons that say anything that D-Bus can carry.
+// A client, and daemons that send anything that D-Bus can carry.
 class tst_HostileDaemon : public QObject
 {
     Q_OBJECT
@@ -70,7 +70,7 @@ QList<QByteArray> typesOf(const QByteArray &signature)
     return types.isEmpty() ? QList<QByteArray>() : types.split(',');
 }
 
-// The D-Bus types that a client's signal takes.
+// The D-Bus types of the client's signal.
 QList<QByteArray> wireTypesOf(const ClientSignal &row)
 {
     QList<QByteArray> result;
@@ -87,14 +87,14 @@ QList<QByteArray> wireTypesOf(const ClientSignal &row)
     return result;
 }
 
-// A structure, a dictionary or a list that Qt does not read by itself.
+// True for a structure, a dictionary or a list that Qt does not read by itself.
 bool isForeign(const QByteArray &type)
 {
     return type.startsWith('(') || (type.startsWith('a') && type != "as" && type != "ay");
 }
 
-// Whether Qt ends a client that hears this: a foreign container stands in the place of an argument,
-// and nothing else keeps the signal from being delivered.
+// True if Qt aborts a client that receives this: an argument is a foreign container, and the other
+// arguments do not prevent the delivery of the signal.
 bool endsTheClient(const QList<QByteArray> &taken, const QList<QByteArray> &sent)
 {
     bool ends = false;
@@ -107,7 +107,7 @@ bool endsTheClient(const QList<QByteArray> &taken, const QList<QByteArray> &sent
     return ends;
 }
 
-// The right ones, with one missing, changed or added, or others altogether.
+// The right types, the same with one missing, changed or added, or random ones.
 QList<QByteArray> randomTypes(Chance *chance, RandomValues *random, QList<QByteArray> right)
 {
     switch (chance->below(6)) {
@@ -145,7 +145,7 @@ QByteArray text(GVariant *body)
     return result;
 }
 
-// A client in a process of its own, which a misfit may end.
+// A client in a process of its own, because Qt may abort it.
 int runListener(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -156,18 +156,18 @@ int runListener(int argc, char **argv)
     }
     HNIPC client;
     QObject::connect(&client, SIGNAL(Alert(int)), &application, SLOT(quit()));
-    // What comes before the event loop first turns may be overtaken by what comes then.
+    // Later messages may overtake those that arrive before the event loop first turns.
     QCoreApplication::processEvents();
     printf("listening\n");
     fflush(stdout);
     return application.exec();
 }
 
-// libdbus reads no further while a program holds 63 MiB of messages.
+// libdbus stops reading while a program holds 63 MiB of messages.
 const int mostThatWait = 63;
 
-// A client whose event loop stands still until so many signals of 1 MiB wait for it: each as it
-// came, and as a QString.
+// A client whose event loop is blocked until this many signals of 1 MiB wait for it: each as it was
+// received, and as a QString.
 int runBusyListener(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
@@ -217,7 +217,7 @@ void tst_HostileDaemon::randomSignalsAreRelayedOnlyWhereTheyFit()
         QByteArray sent;
         for (int i = 0; i < 50; ++i) {
             const ClientSignal *row = &chance.of(clientSignals);
-            while (!row->member) { // the signal of no daemon
+            while (!row->member) { // no daemon sends this signal
                 row = &chance.of(clientSignals);
             }
             const int sender = chance.oneIn(10) ? chance.below(ServerCount + 1) : int(row->server);
@@ -316,13 +316,13 @@ void tst_HostileDaemon::containerEndsTheClient_data()
     add("followed by more", "M4_Error", "([1], 'x')");
 }
 
-// By Qt. README and docs/reliability.md say so: they are to change where this no longer is.
+// Qt aborts it. README and docs/reliability.md say so: change them when this test fails.
 void tst_HostileDaemon::containerEndsTheClient()
 {
     QFETCH(QByteArray, member);
     QFETCH(QByteArray, body);
     m_recorder.reset();
-    m_client.reset(); // not this process
+    m_client.reset(); // only the other process receives the signal
     const std::unique_ptr<Program> client(Program::part("listener"));
     QVERIFY(waitUntil([&]() { return client->hasSaid("listening"); }));
     QVERIFY(m_daemons->emitSignal(M4, member, body));
@@ -346,7 +346,7 @@ void tst_HostileDaemon::randomAnswersAreTakenOnlyWhereTheyFit()
         if (chance.oneIn(3)) {
             types = out + types;
         } else if (out == recordType) {
-            // A structure that begins as the record does, for a while.
+            // A structure whose first members are as those of the record.
             QByteArray fields;
             for (int count = chance.below(30); count > 0; --count) {
                 fields += recordFields[fields.isEmpty() ? 0 : chance.below(30)].type;
@@ -388,7 +388,7 @@ void tst_HostileDaemon::deepRecordIsRead_data()
     const auto nested = [](const char *open, const QByteArray &core, const char *close, int depth) {
         return QByteArray(open).repeated(depth) + core + QByteArray(close).repeated(depth);
     };
-    // One message can hold 32 arrays or structures in each other, and 64 containers in all.
+    // One message can nest 32 arrays or structures in each other, and 64 containers in total.
     QTest::newRow("arrays") << '<' + nested("[", "1", "]", 31) + '>';
     QTest::newRow("structures") << '<' + nested("(", "1", ",)", 31) + '>';
     QTest::newRow("variants") << nested("<", "1", ">", 58);
@@ -407,12 +407,12 @@ void tst_HostileDaemon::deepRecordIsRead()
     QCOMPARE(record.variantList5.at(1), QVariant(7));
 }
 
-// A bus of type system lets a message be 32 MiB long.
+// A bus of type system allows messages of 32 MiB.
 void tst_HostileDaemon::largestMessageArrives()
 {
     m_daemons->stop(SUPPLYD);
-    m_recorder.reset();                      // it writes down what it hears
-    const int size = 32 * 1024 * 1024 - 256; // with the addresses
+    m_recorder.reset();                      // it stores everything that it receives
+    const int size = 32 * 1024 * 1024 - 256; // leaves room for the header
     const QByteArray image(size, 'x');
     const QByteArray longText(size, 'y');
     std::thread daemon([&]() {
@@ -468,7 +468,7 @@ void tst_HostileDaemon::largestMessageArrives()
 QByteArray tst_HostileDaemon::outcomeOfSignalsThatWait(int mebibytes)
 {
     m_recorder.reset();
-    m_client.reset(); // not this process
+    m_client.reset(); // only the other process receives them
     (*m_daemons)[M4].answer("getError", "(5,)");
     const std::unique_ptr<Program> client(
         Program::part("busy-listener", QStringList(QString::number(mebibytes))));
@@ -493,7 +493,7 @@ void tst_HostileDaemon::signalsWaitForTheEventLoop()
     QCOMPARE(outcomeOfSignalsThatWait(mostThatWait - 1), QByteArray("62 heard, answered 5"));
 }
 
-// When libdbus would read further, Qt does not let it. The call waits for Qt's timeout.
+// Even when libdbus could read further, Qt prevents it. The call waits for Qt's timeout.
 void tst_HostileDaemon::moreThanCanWaitDeafensTheClient()
 {
     if (QT_VERSION < QT_VERSION_CHECK(5, 0, 0)) {
@@ -513,7 +513,7 @@ void tst_HostileDaemon::introspectionDataDecidesNothing_data()
     QTest::addColumn<QByteArray>("xml");
     const QByteArray open = "<node><interface name='local.IHNIPCM4'>";
     const QByteArray close = "</interface></node>";
-    // Qt 4 takes minutes over more.
+    // Qt 4 needs minutes for more.
     const int manyMethods = QT_VERSION < QT_VERSION_CHECK(5, 0, 0) ? 2000 : 20000;
     QTest::newRow("blank") << QByteArray(" ");
     QTest::newRow("no XML") << QByteArray("The quick brown fox < & > \xc3\xa4 ]]>");
@@ -560,7 +560,7 @@ void tst_HostileDaemon::introspectionDataDecidesNothing()
     QCOMPARE(relayed(), emission("Error(int)", QVariantList() << 6));
 }
 
-// By Qt: it sends the call and waits for no answer.
+// By Qt: it sends the call and does not wait for a reply.
 void tst_HostileDaemon::introspectionDataThatForbidsRepliesIsObeyed()
 {
     m_daemons->stop(M4);

@@ -14,7 +14,7 @@
 
 using namespace Expected;
 
-// Text of every kind, in every place where a text can stand.
+// Strings of every kind, wherever a string can be sent.
 class tst_Texts : public QObject
 {
     Q_OBJECT
@@ -75,14 +75,14 @@ QString fromCodes(std::initializer_list<uint> codes)
     return text;
 }
 
-// D-Bus has no null text, ends a text at its first zero, and carries nothing that is not Unicode.
-// Qt takes a byte order mark at the start of what it receives for none of the text.
+// D-Bus has no null string, ends a string at its first zero, and carries only Unicode. Qt drops a
+// byte order mark at the start of a received string.
 QList<Text> texts()
 {
     const QString large = QString(1024 * 1024, QLatin1Char('x')) + QChar(0x20ac);
     const QString noCharacters = fromCodes({ 0xfffe, 0xffff, 0xfdd0 });
 #if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
-    // Half a character is left out, the first half with what follows it.
+    // An unpaired surrogate is dropped; a high one together with the next character.
     const QLatin1String highHalf("ac"), lowHalf("ab"), noCharactersOnTheWire("???");
 #else
     const QLatin1String highHalf("a?bc"), lowHalf("a?b");
@@ -110,12 +110,12 @@ QList<Text> texts()
     };
 }
 
-// The text in GVariant's notation, for whatever Unicode it is.
+// The string in GVariant's notation, for any Unicode.
 QByteArray quoted(const QString &text)
 {
     QByteArray result = "'";
     for (int i = 0; i < text.size(); ++i) {
-        // Not by toUcs4(), which appends zeros in Qt 4.
+        // toUcs4() would append zeros in Qt 4.
         uint code = text.at(i).unicode();
         if (text.at(i).isHighSurrogate() && i + 1 < text.size()) {
             code = QChar::surrogateToUcs4(text.at(i), text.at(i + 1));
@@ -155,7 +155,7 @@ void addTexts()
     }
 }
 
-// A print engine of which only the pulses are of interest.
+// A print engine; only its pulses are used.
 class Pulses : public HNIPCServer
 {
 public:
