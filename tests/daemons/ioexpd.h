@@ -4,8 +4,8 @@
 
 #include <hnipc/ihnipcioexpd.h>
 
-/// An I/O expander without the expander: it keeps its two switches in memory, and a soft cancel
-/// acts as the cancel button. A switch speaks up on standard output, since nothing reads it back.
+/// An I/O expander without hardware: it keeps its two switches in memory, and a soft cancel acts as
+/// the cancel button. A changed switch is printed on standard output, because no method reads it.
 class TestIoexpd : public IHNIPCIOEXPD
 {
 public:

@@ -262,7 +262,7 @@ bool TestM4::rfidTest()
         && pulseM4Ribbon2UIDSignal(QLatin1String("E004015012345603"));
 }
 
-// Messages to the micro-controller, which acknowledges every one of them
+// Messages to the micro-controller, which acknowledges each of them
 
 bool TestM4::sendMCCMessage(int type, int definedMessage, quint64 value)
 {
@@ -288,7 +288,7 @@ bool TestM4::forwardFeed(quint32 steps) { return feed(steps); }
 
 bool TestM4::backwardFeed(quint32 steps) { return feed(0 - steps); }
 
-// The counters wrap around, as they do in the engine.
+// The counters wrap around, as those of the real print engine do.
 bool TestM4::feed(quint32 steps)
 {
     m_paperMotorSteps[0] += steps;
@@ -388,7 +388,8 @@ bool TestM4::resetRibbon2()
     return true;
 }
 
-// Measurements: the request takes a fresh reading and announces it, the query reads it
+// Measurements: the request measures and sends a signal with the reading, the query returns the
+// reading
 
 bool TestM4::reqTph1Therm() { return pulseM4TphThermSignal(1, ++m_tphTherm[0]); }
 

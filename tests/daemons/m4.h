@@ -6,17 +6,17 @@
 
 #include <QtCore/QMap>
 
-/// A print engine without the engine: one printer, "labelprinter", with three jobs waiting. It
-/// answers true for what it carried out and announced. A fresh reading is always one more than the
-/// reading before it.
+/// A print engine without hardware: one printer, "labelprinter", with three waiting jobs. It
+/// returns true for each command that it carried out and whose signal it sent. Each new reading is
+/// larger by one than the previous one.
 class TestM4 : public IHNIPCM4
 {
 public:
-    /// What getPrinterStatus() answers.
+    /// The values that getPrinterStatus() returns.
     enum PrinterStatus {
         UnknownPrinter = 0,
         Ready = 1,    ///< Nothing to print.
-        Printing = 2, ///< The first job of the queue.
+        Printing = 2, ///< The first job of the queue is being printed.
         Stopped = 3,  ///< The first job was cancelled, and waits to be retried or cleared.
         Faulty = 4    ///< There is an error code.
     };

@@ -19,7 +19,7 @@ namespace {
 
 int signalPipe[2];
 
-// A signal handler may do next to nothing: the byte wakes the event loop, which does the rest.
+// A signal handler may call few functions only: the byte wakes the event loop, which does the rest.
 void wakeEventLoop(int)
 {
     const int savedErrno = errno;
@@ -38,7 +38,7 @@ bool catchSignals()
     struct sigaction action = {};
     action.sa_handler = wakeEventLoop;
     action.sa_flags = SA_RESTART;
-    signal(SIGPIPE, SIG_IGN); // whoever waited for "ready" may have closed its end of the pipe
+    signal(SIGPIPE, SIG_IGN); // the reader of "ready" may have closed its end of the pipe
     return sigaction(SIGTERM, &action, 0) == 0 && sigaction(SIGINT, &action, 0) == 0;
 }
 
@@ -57,7 +57,8 @@ int serve(const char *busName)
         return fail(busName, QLatin1String("no system bus: ") + bus.lastError().message());
     }
 
-    // Only the bus knows whether the name is ours: the library takes any owner for success.
+    // Only the bus knows whether this process owns the name. For the library, any owner means
+    // success.
     const QString owner = bus.interface()->serviceOwner(QLatin1String(busName)).value();
     if (owner.isEmpty()) {
         return fail(busName, QLatin1String("the system bus refused the name"));
@@ -72,7 +73,7 @@ int serve(const char *busName)
     QSocketNotifier signalled(signalPipe[0], QSocketNotifier::Read);
     QObject::connect(&signalled, SIGNAL(activated(int)), qApp, SLOT(quit()));
 
-    // Without its bus a daemon would wait for ever.
+    // Without a bus a daemon would wait forever.
     bus.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
                 QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"), qApp,
                 SLOT(quit()));

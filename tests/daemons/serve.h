@@ -2,8 +2,9 @@
 #ifndef SERVE_H
 #define SERVE_H
 
-/// Serves until SIGTERM or SIGINT the daemon that was constructed to own @p busName. Prints "ready"
-/// on standard output when it does, and on standard error why it cannot. Answers the exit code.
+/// Runs the daemon that was constructed to own @p busName until SIGTERM or SIGINT. Prints "ready"
+/// on standard output when the daemon owns the name. Prints on standard error why it cannot run.
+/// Returns the exit code.
 int serve(const char *busName);
 
 #endif

@@ -121,11 +121,12 @@ QStringList ribbonRGBs(const QString &ribbonSku)
 
 TestSupplyd::TestSupplyd(QObject *parent) : IHNIPCSUPPLYD(parent)
 {
-    // The library leaves this to the daemon; without it the record's two methods cannot answer.
+    // The library leaves this to the daemon. Without it, the two methods that return the record
+    // cannot reply.
     qDBusRegisterMetaType<SupplyInformation>();
 }
 
-// The catalogue; the colour hashes lead from the name of a colour to its "#rrggbb"
+// The catalogue; the colour hashes map the name of a colour to its "#rrggbb"
 
 QStringList TestSupplyd::supplySKUList()
 {
@@ -165,7 +166,7 @@ QVariantHash TestSupplyd::supplyRibbonColorHash()
     return colors;
 }
 
-// What is loaded
+// The loaded supplies and ribbons
 
 QString TestSupplyd::supplyId() { return QLatin1String(loadedSupply.sku); }
 
@@ -219,9 +220,8 @@ QString TestSupplyd::supplyRibbon2UID() { return QLatin1String(loadedRibbon2.uid
 //   text5 UID of the supply     real5 percent of ribbon 2     integer5 panels of ribbon 1
 //   textList1 ribbon SKUs       real6 width of ribbon 1       bytes1 background image
 //   textList2 panel colours     real7 length of ribbon 1
-//   variantList1 to 5, an element a panel: colour, heat, heat offset, maximal speed, tension
-// The panels are those of all ribbons in turn. The fields not named here stay unknown, and so do
-// the percentages and the UID unless the record is of what is loaded.
+// The panels are those of all ribbons in their order. All other fields stay unknown. So do the
+// percentages and the UID if the record does not describe the loaded supply.
 
 SupplyInformation TestSupplyd::supplyInformation(QString printerName)
 {
@@ -348,7 +348,7 @@ qint32 TestSupplyd::supplyTypeIndex(QString sku, QString)
     return supply ? supply->type : 0;
 }
 
-// Ribbons by SKU and panel; a supply asks for more heat and bears less speed than its ribbon
+// Ribbons by SKU and panel; a supply needs more heat and allows less speed than its ribbon
 
 qint32 TestSupplyd::supplyRibbonPanels(QString ribbonSku)
 {
@@ -420,7 +420,7 @@ void TestSupplyd::setModulePrinterName(QString printerName)
     announceModule();
 }
 
-// A module can start when there is one and this daemon knows the printer that it works with.
+// A module can start if it exists and this daemon knows the printer that it works with.
 void TestSupplyd::announceModule()
 {
     if (m_moduleReady && isLoadedPrinter(m_modulePrinterName)) {
@@ -428,8 +428,8 @@ void TestSupplyd::announceModule()
     }
 }
 
-// The first click on an application opens it, the second closes it again. No pulse operation sends
-// this signal.
+// The first click on an application opens it, the second closes it. No pulse operation sends this
+// signal.
 void TestSupplyd::applicationWasClicked()
 {
     if (++m_clicks % 2 == 0) {

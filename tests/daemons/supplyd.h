@@ -4,9 +4,10 @@
 
 #include <hnipc/ihnipcsupplyd.h>
 
-/// A supply database of three supplies and two ribbons. One printer, "labelprinter", is loaded; an
-/// empty printer name means that one, any other has nothing loaded. The catalogue is the same for
-/// every printer. What is not in it answers 0 or empty; panels count from 1.
+/// A supply database of three supplies and two ribbons. One printer, "labelprinter", is loaded. An
+/// empty printer name means this printer; all other printers have nothing loaded. The catalogue is
+/// the same for each printer. For anything else the methods return 0 or an empty value. Panels
+/// count from 1.
 class TestSupplyd : public IHNIPCSUPPLYD
 {
 public:
