@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
 //
-// Answers a client's question for the supply record with values of any shape, each in a message that
-// crosses a bus, and holds what the client reads against what GLib reads of the same value.
+// Replies to a client's request for the supply record with values of any shape, each in a message
+// that crosses a bus, and compares the values that the client reads with those that GLib reads.
 //
-//   hnipc-fuzz-record [-max_total_time=30] DIR...   libFuzzer makes up answers, from those in DIR
-//   hnipc-fuzz-record FILE...                       built without libFuzzer: these answers only
+//   hnipc-fuzz-record [-max_total_time=30] DIR...   libFuzzer generates replies, from those in DIR
+//   hnipc-fuzz-record FILE...                       built without libFuzzer: these replies only
 //
-// An input is a D-Bus type and, behind a zero, the bytes of a value of this type in GVariant's own
-// form, in which there are no wrong bytes: what makes no sense reads as a default.
+// An input is a D-Bus type, a zero byte and the bytes of a value of this type in GVariant's own
+// format. That format has no invalid bytes: a malformed part reads as a default.
 
 #include "support/privatebus.h"
 
@@ -34,7 +34,7 @@ struct Unref
 typedef std::unique_ptr<GVariant, Unref> Value;
 typedef std::unique_ptr<GDBusMessage, Unref> Message;
 
-// The supply daemon. It answers on a thread of its own, for the client's thread waits.
+// The supply daemon. It replies on a thread of its own, because the client's thread blocks.
 class Daemon
 {
 public:
@@ -60,7 +60,7 @@ public:
         m_answer.reset(g_variant_ref(answer));
     }
 
-    // The bus throws out who sends an answer beyond the limits of D-Bus.
+    // The bus disconnects a sender of a reply that exceeds the limits of D-Bus.
     bool isOnBus() const
     {
         const Value id(g_dbus_connection_call_sync(
@@ -102,8 +102,8 @@ private:
     Value m_answer;
 };
 
-// D-Bus has no optional values and no empty structures, and dictionary entries stand in arrays only.
-// File descriptors are no part of it here.
+// D-Bus has no optional values and no empty structures, and dictionary entries in arrays only. This
+// test uses no file descriptors.
 bool isWireType(const QByteArray &type)
 {
     for (int i = type.indexOf('{'); i >= 0; i = type.indexOf('{', i + 1)) {
@@ -117,10 +117,10 @@ bool isWireType(const QByteArray &type)
         && g_variant_is_signature(type.constData());
 }
 
-// Variants hold types of their own.
+// Variants contain values of any type.
 bool isWireValue(GVariant *value, int depth = 0)
 {
-    if (depth > 60) { // the limit of D-Bus is near
+    if (depth > 60) { // near the limit of D-Bus
         return false;
     }
     if (g_variant_is_of_type(value, G_VARIANT_TYPE_VARIANT)) {
@@ -139,8 +139,8 @@ bool isWireValue(GVariant *value, int depth = 0)
     return true;
 }
 
-// Holds a record against an answer, by the record's table of members: a member that is missing or of
-// another type leaves its field and all after it alone.
+// Compares a record with a reply, by the record's table of members: a member that is missing or of
+// another type leaves its field and all later fields unchanged.
 class Judge
 {
 public:
@@ -150,7 +150,7 @@ public:
     {
     }
 
-    // The first member whose field is not what it should be; 0 where there is none.
+    // The number of the first member whose field is wrong; 0 if there is none.
     int misread() const { return m_misread; }
 
     void operator()(const QString &field, const QString &untouched)
@@ -218,7 +218,7 @@ private:
         return QString::fromUtf8(g_variant_get_string(value, nullptr));
     }
 
-    // Nothing where the reading has ended.
+    // Null if the reading has ended.
     Value next(const char *type)
     {
         const gsize index = gsize(m_member++);
@@ -231,7 +231,7 @@ private:
         return m_fits ? std::move(value) : Value();
     }
 
-    // What Qt has a plain type for. Anything else need only be there.
+    // Compares the types that Qt has as plain types. Any other element only has to exist.
     void judgeElement(const QVariant &element, GVariant *value)
     {
         const gchar *const type = g_variant_get_type_string(value);
@@ -299,7 +299,7 @@ int misreadMember(const SupplyInformation &record, GVariant *answer)
     return judge.misread();
 }
 
-// The answer that an input stands for, or nothing.
+// The reply that an input encodes, or null.
 Value answerOf(const QByteArray &input)
 {
     const int end = input.indexOf('\0');
@@ -310,7 +310,7 @@ Value answerOf(const QByteArray &input)
     if (!isWireType(type)) {
         return Value();
     }
-    // In memory of its own, aligned for any value.
+    // A separate block of memory, aligned for any value.
     const gsize size = gsize(input.size() - end - 1);
     void *const data = g_memdup2(input.constData() + end + 1, size);
     const Value read(g_variant_ref_sink(
@@ -320,7 +320,7 @@ Value answerOf(const QByteArray &input)
     return isWireValue(answer.get()) ? std::move(answer) : Value();
 }
 
-const int noAnswer = -1; // so that libFuzzer does not go on from there
+const int noAnswer = -1; // so that libFuzzer does not use it as a base for new inputs
 
 int tryAnswer(const QByteArray &input)
 {
