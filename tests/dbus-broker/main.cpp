@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// Stands in for dbus-daemon, with the options that tests use, and becomes dbus-broker-launch.
+// Replaces dbus-daemon, with the options that the tests use, and executes dbus-broker-launch.
 
 #include <cerrno>
 #include <csignal>
@@ -22,7 +22,7 @@
 
 namespace {
 
-// The socket that systemd hands to the services that it starts.
+// The file descriptor of the socket that systemd passes to the services that it starts.
 const int handedOver = 3;
 
 [[noreturn]] void fail(const char *what)
@@ -34,14 +34,14 @@ const int handedOver = 3;
 
 std::string ownId() { return std::to_string(getpid()); }
 
-// dbus-broker writes to the journal alone, and does not start without one.
+// dbus-broker writes to the journal only, and does not start without one.
 void keepJournal()
 {
     const char path[] = "/run/systemd/journal/socket";
     if (access(path, W_OK) == 0) {
         return;
     }
-    // Nobody else's /run is touched.
+    // The /run of other processes stays unchanged.
     if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
         || mount("none", "/run", "tmpfs", 0, "mode=755") != 0) {
         fail("there is no journal, and only root can give it one");
@@ -60,7 +60,7 @@ void keepJournal()
     if (fork() == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         dup2(journal, 0);
-        closefrom(1); // whoever reads them waits until nobody has them any more
+        closefrom(1); // a reader of these waits until all processes have closed them
         char entry[65536];
         while (getppid() == bus && recv(0, entry, sizeof(entry), 0) >= 0) {}
         _exit(0);
@@ -76,7 +76,7 @@ std::string contentOf(int file)
     return result;
 }
 
-// What follows the key, up to one of the characters; empty without the key.
+// The text after the key, up to one of the characters; empty without the key.
 std::string behind(const std::string &key, const std::string &text, const char *end)
 {
     const std::size_t start = text.find(key);
@@ -87,8 +87,8 @@ std::string behind(const std::string &key, const std::string &text, const char *
     return rest.substr(0, rest.find_first_of(end));
 }
 
-// Listens at the address that is asked for; else under a name that the kernel finds, which leaves
-// no file behind. Answers the address.
+// Listens at the given address, otherwise under a name that the kernel chooses, which leaves no
+// file. Returns the address.
 std::string listenAt(const std::string &wanted)
 {
     const std::string path = behind("unix:path=", wanted, ",;<");
@@ -118,7 +118,7 @@ std::string listenAt(const std::string &wanted)
     if (!path.empty()) {
         return "unix:path=" + path;
     }
-    const std::size_t found = size - offsetof(sockaddr_un, sun_path) - 1; // behind a zero
+    const std::size_t found = size - offsetof(sockaddr_un, sun_path) - 1; // after a zero byte
     return "unix:abstract=" + std::string(address.sun_path + 1, found);
 }
 
@@ -161,13 +161,13 @@ int main(int argc, char **argv)
         }
     }
 
-    // The number that the address is printed to may be the one that the socket gets.
+    // The descriptor for printing the address may have the number that the socket gets.
     int out = -1;
     if (printTo >= 0) {
         out = fcntl(printTo, F_DUPFD_CLOEXEC, handedOver + 1);
         close(printTo);
     }
-    // Who waits for the address may remove the file as soon as it has it.
+    // A program that waits for the address may remove the file as soon as it has read the address.
     const int kept = open(config.c_str(), O_RDONLY);
     if (kept < 0) {
         fail(config.c_str());
@@ -189,7 +189,7 @@ int main(int argc, char **argv)
 
     setenv("LISTEN_FDS", "1", 1);
     setenv("LISTEN_PID", ownId().c_str(), 1);
-    // It is a client of its own bus, where it looks for systemd.
+    // dbus-broker-launch is also a client of this bus, where it looks for systemd.
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
     config = "/proc/self/fd/" + std::to_string(configuration);
     execlp("dbus-broker-launch", "dbus-broker-launch", "--scope=system", "--config-file",
