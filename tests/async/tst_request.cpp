@@ -1203,7 +1203,7 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     QVERIFY(waiting[2].isPending());
     QCOMPARE(takeCalls().size(), 0);
 
-    // Each reply starts the next request that still waits.
+    // A reply starts the next request that still waits. Cancelled requests are skipped.
     waiting[2].cancel();
     waiting[3].cancel();
     QCOMPARE(outcomeOf(waiting[2]), QByteArray(cancelledWaiting));
@@ -1344,8 +1344,8 @@ void tst_Request::deadlineIsNeverEarly()
     }
 }
 
-// The daemon gets a call for each of these outcomes. One that kept its turn would block all later
-// requests.
+// Each of these outcomes occurs more often than there are turns. If one of them kept its turn,
+// later requests would wait forever.
 void tst_Request::everyEndGivesBackTheTurn()
 {
     for (int i = 0; i <= mostInFlight; ++i) {
@@ -1616,8 +1616,8 @@ void tst_Request::deadlineRacesWithTheAnswer()
         }
         QCOMPARE(requests.timesEachHasFinished(), 1);
         requests.clearOrder();
-        // A late reply would arrive during the next rounds. But the bus allows only 128 calls
-        // without a reply.
+        // Late replies may arrive during the next rounds. The replies are awaited here because the
+        // bus allows only 128 calls without a reply.
         settle();
     }
     QVERIFY(m_daemons->passFence());
