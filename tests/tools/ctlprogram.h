@@ -9,7 +9,7 @@
 
 using Environment = QMap<QString, QString>;
 
-// hnipcctl, as a process.
+// A process of hnipcctl.
 class Ctl : public Process
 {
 public:
@@ -20,7 +20,7 @@ public:
         begin(QStringLiteral(HNIPC_TOOLS_DIR "/hnipcctl"), arguments, environment);
     }
 
-    // In the shell, where the program is on the PATH.
+    // In the shell, with the program on the PATH.
     static Ctl *inShell(const QString &command, const Environment &environment = {})
     {
         Ctl *result = new Ctl;
@@ -28,7 +28,7 @@ public:
         return result;
     }
 
-    // On a terminal of its own, whose output is the program's and its errors'.
+    // On its own terminal, which receives standard output and standard error.
     static Ctl *onTerminal(const QString &command, const Environment &environment = {})
     {
         Ctl *result = new Ctl;
@@ -38,7 +38,7 @@ public:
         return result;
     }
 
-    // When it has ended.
+    // Returns the output after the program has ended.
     QByteArray out()
     {
         ends();

@@ -8,7 +8,7 @@
 #include <map>
 #include <memory>
 
-// One simulated daemon, as the program that it is.
+// A process of hnipc-simulator that plays one daemon.
 class SimulatedDaemon : public Process
 {
 public:
@@ -31,7 +31,7 @@ public:
     bool hasEnded() const { return !isRunning(); }
 };
 
-// Simulated daemons on the private bus, and somebody at the wire who acts and listens.
+// Simulated daemons on the private bus, and a peer that calls them and records their signals.
 class Desk
 {
 public:
@@ -60,7 +60,7 @@ public:
 
     void stop(const QString &daemon) { m_daemons[daemon]->stop(); }
 
-    // The last of the rolls that the supply daemon tells the print engine of.
+    // The supply daemon sends the print engine the colour of ribbon 2 last.
     bool waitUntilSettled() { return hears("M4_M4RibbonClr2"); }
 
     SimulatedDaemon &daemon(const QString &name) { return *m_daemons.at(name); }
@@ -73,14 +73,14 @@ public:
                            body);
     }
 
-    // The answer's body, or "ERROR: text".
+    // Returns the body of the reply, or "ERROR: text".
     QByteArray ask(const QByteArray &daemon, const QByteArray &member,
                    const QByteArray &body = "()")
     {
         return textOf(call(daemon, member, body));
     }
 
-    // Asks the world around a daemon. An empty answer is spelled "()".
+    // Calls a method of the daemon's simulator interface. An empty reply is written as "()".
     QByteArray act(const QByteArray &daemon, const QByteArray &member,
                    const QByteArray &body = "()")
     {
@@ -88,7 +88,8 @@ public:
             m_peer.call("org.hnipc." + daemon, "/simulator", "org.hnipc.Simulator", member, body));
     }
 
-    // Whether a signal comes, or has come since the last forget(). An empty body is any.
+    // Returns true if the signal arrives, or has arrived since the last forget(). An empty body
+    // matches any body.
     bool hears(const QByteArray &member, const QByteArray &body = QByteArray(), int times = 1)
     {
         const bool heard = waitUntil([=]() { return count(member, body) >= times; });

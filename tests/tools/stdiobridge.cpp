@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// hnipc-test-stdio-bridge SOCKET: what the system's stdio bridge does, for a socket of a test's bus.
+// hnipc-test-stdio-bridge SOCKET: does the same as the system's stdio bridge, for a socket of a
+// test's bus.
 
 #include <cstdio>
 #include <cstring>
@@ -8,7 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-// False at the end of either side.
+// Returns false when either side has ended.
 static bool copy(int from, int to)
 {
     char buffer[65536];

@@ -27,7 +27,7 @@ namespace {
 
 QString text(const char *latin1) { return QString::fromLatin1(latin1); }
 
-// "call setDac 5"
+// Splits "call setDac 5" into its words.
 QStringList words(const char *command) { return text(command).split(QLatin1Char(' ')); }
 
 QByteArray nameOf(const char *signature)
@@ -54,7 +54,7 @@ QList<QByteArray> lines(QByteArray output)
     return list(output.endsWith('\n') ? output.chopped(1) : output, '\n');
 }
 
-// What the samples of a type look like: printed by "call", and as an array of their JSON.
+// The samples of a type as "call" prints them, and as an array of their JSON values.
 struct Shown
 {
     const char *type;
@@ -156,7 +156,7 @@ Shown shown(const QByteArray &type)
     return all[0];
 }
 
-// As a person types it.
+// The value as a user types it.
 QString typed(const QVariant &value)
 {
     return value.userType() == QMetaType::QStringList
@@ -177,7 +177,7 @@ QByteArray callLine(const ClientSlot &slot, const QByteArray &body)
         + slot.in + ' ' + body;
 }
 
-// As in the client's header, with the arguments that may be left out in brackets.
+// The declaration as in the client's header, with optional arguments in brackets.
 QByteArray declarationOf(int index)
 {
     const ClientSlot &slot = clientSlots[index];
@@ -201,7 +201,7 @@ const QByteArray subscribed = "subscribed to " + QByteArray::number(relayedSigna
 
 struct PropertyRow : ClientProperty
 {
-    const char *answer; // body
+    const char *answer; // body of the reply
     const char *value;  // as JSON
 };
 
@@ -356,7 +356,7 @@ void tst_Ctl::helpAndVersion()
     QCOMPARE(version.exitCode(), 0);
     QVERIFY(version.out().startsWith("hnipcctl 1."));
 
-    // In front of the command only: behind it, a single dash begins no option.
+    // Only before the command: after it, a single dash does not begin an option.
     QCOMPARE(Ctl(words("-h")).out(), help.out());
     QCOMPARE(Ctl(words("-h call")).out(), Ctl(words("call --help")).out());
     QCOMPARE(Ctl(words("-v")).out(), version.out());
@@ -443,7 +443,7 @@ void tst_Ctl::brokenDescription()
     QCOMPARE(ctl.exitCode(), 1);
     QVERIFY2(ctl.err().contains(fileName.toLocal8Bit() + ":3: expected"), ctl.err());
 
-    // One that is whole, but of another library.
+    // A complete file, but of another library.
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("<node><interface name='local.IHNIPCM4'></interface></node>");
     file.close();
@@ -615,12 +615,12 @@ void tst_Ctl::takesAWrongPatternAsText()
         QCOMPARE(events.exitCode(), 7);
         QCOMPARE(events.err(), QByteArray("hnipcctl: no signal matches \"") + pattern + "\"\n");
     }
-    // The name of a method is no pattern.
+    // The name of a method is not a pattern.
     QCOMPARE(Ctl(words("call setDac[")).err(),
              QByteArray("hnipcctl: no method setDac[; did you mean setDac?\n"));
 }
 
-// As "monitor" prints them, and takes them.
+// The names that "monitor" prints and accepts.
 void tst_Ctl::namesSignalsAsClientsDo()
 {
     const QByteArray all = Ctl(words("list")).out();
@@ -643,7 +643,7 @@ void tst_Ctl::callsEveryMethod_data()
     }
 }
 
-// Once for a person and once for a program, with other values.
+// Calls each method once with text output and once with JSON, with different values.
 void tst_Ctl::callsEveryMethod()
 {
     QFETCH(int, index);
@@ -899,7 +899,7 @@ void tst_Ctl::unknownMethod()
     QCOMPARE(messageOf("feed"),
              QByteArray("hnipcctl: no method feed; did you mean forwardFeed, backwardFeed?"));
     QCOMPARE(messageOf("qqqqqqqqq"), QByteArray("hnipcctl: no method qqqqqqqqq"));
-    // What the daemons offer beyond the client's methods is not the client's.
+    // Methods of the daemons that the client class does not have are unknown.
     QVERIFY(messageOf("pulseM4PrintDoneSignal").startsWith("hnipcctl: no method pulseM4PrintDone"));
     QCOMPARE(messageOf("setDac(int)"),
              QByteArray("hnipcctl: no method setDac(int); did you mean setDac?"));
@@ -977,7 +977,7 @@ void tst_Ctl::keepsFiles()
     QCOMPARE(content(), QByteArray("precious"));
     QVERIFY(daemons.takeCalls().isEmpty());
 
-    // No bytes are no picture.
+    // An empty byte array is not a picture.
     daemons[SUPPLYD].answer("supplyBackgroundImage", "(@ay [],)");
     for (const QString &name : { other, fileName }) {
         Ctl none(QStringList(save) << name << text("--force"));
@@ -996,7 +996,7 @@ void tst_Ctl::keepsFiles()
     QCOMPARE(content(), QByteArray("\x01\x02"));
 }
 
-// With words and JSON as without a file.
+// The text and JSON outputs are the same as without a file.
 void tst_Ctl::savesAndTells()
 {
     QTemporaryDir directory;
@@ -1013,7 +1013,7 @@ void tst_Ctl::savesAndTells()
     QCOMPARE(object(json.out()).value(text("outcome")), QJsonValue(text("answered")));
     QCOMPARE(object(json.out()).value(text("daemon")), QJsonValue(text("supplyd")));
 
-    // It was answered, and is not where it was wanted.
+    // The daemon replied, but the value could not be written.
     Ctl full(QStringList(save) << words("/dev/full --json"));
     QCOMPARE(full.exitCode(), 1);
     QCOMPARE(object(full.out()).value(text("exit")), QJsonValue(1));
@@ -1078,7 +1078,7 @@ void tst_Ctl::batch()
                              "getError 'x\n"
                              "\xff\n"
                              "call\n"
-                             "get qmlSupplySKU"; // without an end
+                             "get qmlSupplySKU"; // no line break at the end
     const QByteArray
         output = "17\n"
                  "true\n"
@@ -1123,7 +1123,8 @@ void tst_Ctl::batch()
     QCOMPARE(daemons.takeCalls().size(), 2);
 }
 
-// A program that asks one thing after another gets each answer before it asks again.
+// A program that writes one command after another gets each result before it writes the next
+// command.
 void tst_Ctl::batchAnswersAtOnce()
 {
     FakeDaemons daemons;
@@ -1160,7 +1161,7 @@ void tst_Ctl::tellsWhatWentWrong_data()
                              << QByteArray(
                                     "m4 replied with the error org.hnipc.Error.Busy: it moves")
                              << QByteArray("org.hnipc.Error.Busy");
-    // As the bus would say it, but said by the daemon.
+    // The error name of the bus, but sent by the daemon.
     QTest::newRow("refusedAsUnknown")
         << 5
         << QByteArray("m4 replied with the error org.freedesktop.DBus.Error.ServiceUnknown: who?")
@@ -1204,13 +1205,13 @@ void tst_Ctl::tellsWhatWentWrong()
             m4.answer("getError", "()");
         }
         QStringList arguments = words("call getError");
-        // Only for one that is silent, so that a slow machine is not taken for one.
+        // A short timeout only for a silent daemon, so that a slow machine is not taken for one.
         arguments += which == "silent" ? words("--timeout 250") : QStringList();
         arguments += json ? words("--json") : QStringList();
         Ctl ctl(arguments);
         QCOMPARE(ctl.exitCode(), exitCode);
         QVERIFY2(ctl.err().startsWith("hnipcctl: " + message), ctl.err());
-        // Both types are named.
+        // The message names both types.
         QCOMPARE(ctl.err().contains("\"i\""), exitCode == 1);
         QCOMPARE(ctl.err().contains("\"s\""), which == "otherType");
         QCOMPARE(daemons.takeCalls().size(), 1);
@@ -1262,13 +1263,13 @@ void tst_Ctl::failsInJson_data()
     row("call supplyBackgroundImage S --output -", 2);
 }
 
-// In one line, as "monitor" and "watch" print, and nothing else.
+// On one line, as "monitor" and "watch" print it, without other output.
 void tst_Ctl::failsInJson()
 {
     QFETCH(QByteArray, command);
     QFETCH(int, exitCode);
 
-    // Also where it stands behind what is wrong.
+    // Also if the option follows the wrong word.
     for (const QStringList &line :
          { words("--json") + words(command), words(command) + words("--json") }) {
         Ctl ctl(line);
@@ -1283,7 +1284,7 @@ void tst_Ctl::failsInJson()
     QVERIFY(!plain.out().contains("\"exit\""));
 }
 
-// As applications do.
+// Replies may have further values, as for applications.
 void tst_Ctl::ignoresFurtherValues()
 {
     FakeDaemons daemons;
@@ -1328,7 +1329,7 @@ void tst_Ctl::noBus()
         QVERIFY2(ctl.err().endsWith("; to try without a printer: hnipc-sandbox hnipcctl status\n"),
                  ctl.err());
     }
-    // These need none.
+    // These commands need no bus.
     QCOMPARE(Ctl(words("list"), nowhere).exitCode(), 0);
     QCOMPARE(Ctl(words("completion bash"), nowhere).exitCode(), 0);
 
@@ -1355,7 +1356,7 @@ void tst_Ctl::noRights()
     QVERIFY(m4.calls().isEmpty());
 }
 
-// For a reason that is not this user's rights.
+// The bus refuses the call for a reason other than this user's rights.
 void tst_Ctl::refusedByTheBus()
 {
     BusProcess bus("</policy><limit name='max_replies_per_connection'>0"
@@ -1408,7 +1409,7 @@ void tst_Ctl::haltedBus_data()
                               << QByteArray("not sent: ");
 }
 
-// One that takes connections and does nothing.
+// The bus accepts connections and does nothing else.
 void tst_Ctl::haltedBus()
 {
     QFETCH(QByteArray, command);
@@ -1446,7 +1447,7 @@ void tst_Ctl::refusesWhatIsNotUtf8()
     }
     QVERIFY(daemons.takeCalls().isEmpty());
 
-    // A byte order mark and noncharacters are passed on like all others.
+    // A byte order mark and noncharacters are passed on like all other characters.
     for (const char *same :
          { "\xef\xbb\xbfx", "\xef\xbf\xbf", "\xef\xbf\xbd", "\xf4\x8f\xbf\xbf" }) {
         Ctl ctl({ text("call"), text("supplyWidth"),
@@ -1458,7 +1459,7 @@ void tst_Ctl::refusesWhatIsNotUtf8()
     }
 }
 
-// As behind sudo in a sandbox.
+// The environment lacks the bus address, as under sudo in a sandbox.
 void tst_Ctl::warnsOfALostBus()
 {
     if (geteuid() != 0) {
@@ -1593,7 +1594,7 @@ void tst_Ctl::statusOnTerminal()
              plain->out());
     QVERIFY(plain->out().contains("\033[1mm4       \033[0m"));
 
-    // What is no colour has no patch.
+    // A text that is not a colour has no colour patch.
     daemons[SUPPLYD].answer("supplySupplyRGB", "('white',)");
     QScopedPointer<Ctl> named(
         Ctl::onTerminal(command, { { text("COLORTERM"), text("truecolor") } }));
@@ -1675,7 +1676,7 @@ void tst_Ctl::watchesInLines()
     QCOMPARE(lines(ctl.output()).size(), clientPropertyCount);
     daemons.takeCalls();
 
-    // Each signal has its property read again, and nothing else.
+    // Each signal makes the program read its property again, and no other property.
     for (const PropertyRow &row : propertyRows) {
         const QByteArray type = row.answer;
         const QByteArray body = type.contains('[') ? "(['#010203'],)"
@@ -1690,7 +1691,7 @@ void tst_Ctl::watchesInLines()
         const QByteArray arguments = row.name == QByteArray("qmlSupplySKU") ? "('x', 'y')" : body;
         QVERIFY(daemons.emitSignal(row.server, row.member, arguments));
         QVERIFY(ctl.prints(' ' + QByteArray(row.name).leftJustified(25) + value + '\n'));
-        // A value that the signal carries is printed before it has been read.
+        // If the signal carries the value, the value is printed before it has been read.
         QVERIFY(waitUntil([&]() { return !daemons[row.server].calls().isEmpty(); }));
         const QList<WireMessage> calls = daemons.takeCalls();
         QCOMPARE(calls.size(), 1);
@@ -1745,7 +1746,7 @@ void tst_Ctl::watchesOnTerminal()
     QVERIFY(daemons.emitSignal(M4, "M4_M4BatteryUpdate", "(12,)"));
     QVERIFY(ctl->prints("\033[8A"));
     QVERIFY(ctl->prints("\rqmlBatteryStatus         12\033[K\r\n"));
-    // One line stays one line.
+    // A long value does not wrap onto a second line.
     daemons[SUPPLYD].answer("supplySKUCached", "('" + QByteArray(200, 'x') + "',)");
     QVERIFY(daemons.emitSignal(SUPPLYD, "SUPPLYD_SupplyChanged", "('', '')"));
     QVERIFY(ctl->prints("\rqmlSupplySKU             \"" + QByteArray(53, 'x') + "\033[K\r\n"));
@@ -1765,7 +1766,7 @@ void tst_Ctl::watchWaitsForNobody()
     QVERIFY(terminal->prints("\rqmlBatteryStatus         87\033[K\r\n"));
     QVERIFY(terminal->prints("\rqmlPrintEngineErrorCode  ...\033[K\r\n"));
 
-    // The value of a signal is shown while the daemon does not reply, and a read that failed is
+    // The value of a signal is shown while the daemon does not reply, and a failed read is
     // repeated.
     Ctl ctl(words("watch --timeout 1000"));
     QVERIFY(ctl.prints(" qmlBatteryStatus         87\n"));
@@ -1899,7 +1900,7 @@ void tst_Ctl::monitorHearsOnlyTheDaemon()
     stranger.emitSignal("/", "local.IHNIPCM4", "M4_Error", "(666,)");
     daemons[M4].emitSignal("/elsewhere", "local.IHNIPCM4", "M4_Error", "(667,)");
     daemons.emitSignal(M4, "M4_Error", "(1,)");
-    // The next daemon of that name is heard as well.
+    // The signals of the next owner of that bus name are received as well.
     daemons.stop(M4);
     QVERIFY(stranger.own("org.hnipc.m4"));
     stranger.emitSignal("/", "local.IHNIPCM4", "M4_Error", "(2,)");
@@ -1921,7 +1922,7 @@ void tst_Ctl::monitorTellsOfDaemons()
     QVERIFY(ctl.complains("m4 left the bus\n"));
     daemons.start(IOEXPD);
     QVERIFY(ctl.complains("ioexpd is on the bus\n"));
-    // Another process, at once.
+    // Another process acquires the name at once.
     WirePeer other;
     QVERIFY(daemons[SUPPLYD].release("org.hnipc.supplyd") && other.own("org.hnipc.supplyd"));
     QVERIFY(ctl.complains("supplyd is on the bus\n"));
@@ -1948,7 +1949,7 @@ void tst_Ctl::monitorTellsTheTime()
                                                  Qt::ISODateWithMs);
     QVERIFY2(time >= before && time <= QDateTime::currentDateTimeUtc(), ctl.out());
 
-    // The same for a person, in local time; midnight says nothing.
+    // The same as text, in local time. The time is not checked if midnight has passed.
     Ctl person(words("monitor --count 1"));
     QVERIFY(person.complains("subscribed"));
     const QDateTime start = QDateTime::currentDateTime();
@@ -2023,7 +2024,7 @@ void tst_Ctl::monitorEnds()
     QCOMPARE(watch.out().count("absent\n"), 8);
     QCOMPARE(watch.out().count('\n'), 8);
     QCOMPARE(table->exitCode(), 3);
-    QVERIFY(table->out().endsWith("\033[?25h")); // the cursor is there again
+    QVERIFY(table->out().endsWith("\033[?25h")); // the cursor is visible again
 }
 
 // ---- introspect ----------------------------------------------------------------------------
@@ -2186,7 +2187,7 @@ void tst_Ctl::completes_data()
     row("status --timeout = 5 --js", "--json");
 }
 
-// As bash splits and completes it: at each = and @, too.
+// As bash splits and completes words: also at each = and @.
 void tst_Ctl::completesAsTyped()
 {
     // clang-format off
@@ -2255,7 +2256,7 @@ void tst_Ctl::colours()
     answerProperties(&daemons);
     QScopedPointer<Ctl> status(Ctl::onTerminal(text("hnipcctl status"), environment));
     QCOMPARE(status->out().contains('\033'), coloured);
-    // Never in a pipe, and never in JSON.
+    // No colours in a pipe or in JSON.
     environment.insert(text("COLORTERM"), text("truecolor"));
     QVERIFY(!Ctl(words("status"), environment).out().contains('\033'));
     QScopedPointer<Ctl> json(Ctl::onTerminal(text("hnipcctl status --json"), environment));
@@ -2274,7 +2275,7 @@ void tst_Ctl::controlCharacters()
     QVERIFY(Ctl(words("call getError")).err().endsWith("Odd: a\\u001b[2Jb\n"));
 }
 
-// So no printer makes its row look like another's.
+// A printer's texts cannot make its row look like that of another printer.
 void tst_Ctl::invisibleCharacters()
 {
     // DEL, CSI, soft hyphen, zero-width space, right-to-left override, the two separators, the byte
@@ -2286,12 +2287,12 @@ void tst_Ctl::invisibleCharacters()
     FakeDaemons daemons;
     daemons[M4].answer("m4Version", "('" + raw + "',)");
     daemons[M4].answerError("getError", "org.hnipc.Error.Odd", raw);
-    QCOMPARE(Ctl(words("call m4Version")).out(), raw + '\n'); // as it is, for programs
+    QCOMPARE(Ctl(words("call m4Version")).out(), raw + '\n'); // unchanged, for programs
     QScopedPointer<Ctl> terminal(Ctl::onTerminal(text("hnipcctl call m4Version")));
     QCOMPARE(terminal->out(), escaped + "\r\n");
     QVERIFY(Ctl(words("call getError")).err().endsWith("Odd: " + escaped + '\n'));
 
-    // In JSON it is the same string in another spelling.
+    // In JSON it is the same string, with other escapes.
     Ctl json(words("--json call m4Version"));
     QVERIFY2(json.out().contains("\"value\": \"" + escaped + '"'), json.out());
     QCOMPARE(object(json.out()).value(text("value")), QJsonValue(QString::fromUtf8(raw)));
@@ -2310,7 +2311,7 @@ void tst_Ctl::numbersWithoutJson()
     // clang-format on
     for (const auto &row : rows) {
         daemons[SUPPLYD].answer("supplySupplyPercent", row.body);
-        // Qt 5 has no sign for 0.
+        // Qt 5 drops the sign of -0.
         QCOMPARE(Ctl(words("get qmlSupplyPercent")).out().replace("-0", "0"),
                  QByteArray(row.printed).replace("-0", "0") + '\n');
         QCOMPARE(object(Ctl(words("--json call supplySupplyPercent")).out()).value(text("value")),
@@ -2349,7 +2350,7 @@ void tst_Ctl::showsTheCursorAgain()
     QVERIFY(plain->output().lastIndexOf("\033[?25h") > plain->output().lastIndexOf("\033[?25l"));
 }
 
-// Ctrl-Z, in a shell that knows jobs.
+// Ctrl-Z in a shell with job control.
 void tst_Ctl::stopsAndGoesOn()
 {
     FakeDaemons daemons;
@@ -2363,7 +2364,7 @@ void tst_Ctl::stopsAndGoesOn()
     QVERIFY(shell->output().lastIndexOf("\033[?25h") > shell->output().lastIndexOf("\033[?25l"));
     QVERIFY(shell->output().lastIndexOf("\033[?25h") < shell->output().lastIndexOf("Stopped"));
 
-    // All of the table is drawn anew, below what the shell has printed.
+    // The whole table is drawn again, below the output of the shell.
     const int before = int(shell->output().size());
     shell->type("fg\n");
     QVERIFY(waitUntil([&]() { return shell->output().mid(before).contains("qmlBatteryStatus"); }));
@@ -2416,7 +2417,7 @@ void tst_Ctl::closedStreams()
     QCOMPARE(output->exitCode(), 1);
     QCOMPARE(output->err(), QByteArray("hnipcctl: cannot write: Bad file descriptor\n"));
 
-    // Nothing of what is said goes to the bus.
+    // With standard error closed, no message is written to the bus connection.
     QScopedPointer<Ctl> errors(
         Ctl::inShell(text("hnipcctl get qmlBatteryStatus nothing 2>&-; echo $?")));
     QCOMPARE(errors->out(), QByteArray("7\n"));
@@ -2430,7 +2431,7 @@ void tst_Ctl::closedStreams()
     QCOMPARE(all->exitCode(), 1);
 }
 
-// A thread of the bus library may not meet what is gone when the program ends.
+// Threads of the bus library must not use objects that are destroyed when the program ends.
 void tst_Ctl::endsWithoutNoise()
 {
     for (int i = 0; i < 60; ++i) {

@@ -9,8 +9,8 @@
 
 #include <csignal>
 
-// "hnipcctl call --deadline": each outcome in words, with its exit code, against the fault that
-// makes it.
+// "hnipcctl call --deadline": the text and the exit code of each outcome, with the fault that
+// causes it.
 class tst_CtlDeadline : public QObject
 {
     Q_OBJECT
@@ -138,7 +138,7 @@ void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
     }
 }
 
-// The value is printed, in both forms, as without a deadline.
+// Text and JSON show the value as without a deadline.
 void tst_CtlDeadline::leavesTheAnswerAsItIs()
 {
     QFETCH(QStringList, call);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// hnipcctl with printers across the network: a script stands in for ssh, and each printer is a bus
-// of its own.
+// hnipcctl with printers across the network: a script replaces ssh, and each printer is a separate
+// bus.
 #include "ctlprogram.h"
 
 #include "support/privatebus.h"
@@ -48,14 +48,14 @@ QByteArray content(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// A process that is there, and no mere remains that nobody has asked for.
+// A running process, not a zombie.
 bool isRunning(const QByteArray &pid)
 {
     const QByteArray stat = content(QString::fromLatin1("/proc/" + pid + "/stat"));
     return !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
 }
 
-// A bus, and a peer on it that is all three daemons.
+// A bus with one peer that plays all three daemons.
 class Printer
 {
 public:
@@ -135,7 +135,7 @@ void tst_CtlRemote::init()
 {
     m_directory.reset(new QTemporaryDir);
     // clang-format off
-    const QString ssh = path(QStringLiteral("s,s;h %=x")); // all that an address has to escape
+    const QString ssh = path(QStringLiteral("s,s;h %=x")); // an address escapes all of these
     QVERIFY(write(ssh,
                   "#!/bin/sh\n"
                   "cd '" + m_directory->path().toUtf8() + "' || exit 99\n"
@@ -201,7 +201,7 @@ void tst_CtlRemote::reaches()
         if (QStandardPaths::findExecutable(QStringLiteral("systemd-stdio-bridge")).isEmpty()) {
             HNIPC_SKIP("systemd-stdio-bridge is not installed");
         }
-        // It wants an address.
+        // The bridge requires an address.
         const QString script = path(QStringLiteral("bridge"));
         QVERIFY(write(script,
                       "#!/bin/sh\nexec systemd-stdio-bridge --bus-path=\"unix:path=$PWD/$1\"\n"));
@@ -240,7 +240,7 @@ void tst_CtlRemote::hearsSignals()
     QCOMPARE(record->exitCode(), 0);
 }
 
-// A process there has a number, but no name here.
+// A process on the printer has a process id here, but no program name.
 void tst_CtlRemote::traces()
 {
     start(QStringLiteral("p1"), "(7,)");
@@ -357,7 +357,7 @@ void tst_CtlRemote::refusesBeforeItReaches()
         QCOMPARE(ctl->out(), QByteArray());
         QVERIFY2(ctl->err().startsWith("hnipcctl: " + message), ctl->err());
         QCOMPARE(ctl->err().count('\n'), 1);
-        QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // no ssh was started
+        QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // ssh was not started
     }
     for (const char *single :
          { "monitor nope", "monitor --count 0", "record f --count 0", "replay f --speed x" }) {
@@ -431,7 +431,7 @@ void tst_CtlRemote::refusesHosts()
     QCOMPARE(ctl->exitCode(), 2);
     QCOMPARE(ctl->out(), QByteArray());
     QVERIFY2(ctl->err().startsWith("hnipcctl: " + message), ctl->err());
-    QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // no ssh was started
+    QVERIFY(!QFile::exists(path(QStringLiteral("arguments")))); // ssh was not started
 }
 
 void tst_CtlRemote::refusesHostsFiles_data()
@@ -579,7 +579,7 @@ void tst_CtlRemote::fleetTellsTheReason_data()
         << QByteArray("mute") << QByteArray("no system bus of mute") << 3;
 }
 
-// It is not what ssh said by the way.
+// The reason is not another line that ssh printed.
 void tst_CtlRemote::fleetTellsTheReason()
 {
     QFETCH(QByteArray, host);
@@ -597,14 +597,14 @@ void tst_CtlRemote::fleetTellsTheReason()
     QCOMPARE(QJsonDocument::fromJson(json->out()).object().value(QLatin1String("error")),
              QJsonValue(QString::fromUtf8(row)));
 
-    // Nor where the printer was reached.
+    // Other lines of ssh are not the reason either if the printer was reached.
     start(QStringLiteral("p1")).peer().answerError("getError", "org.example.Cold", "too cold");
     QScopedPointer<Ctl> reached(ask(words("call getError --host bannerp1 --host p1")));
     QCOMPARE(reached->out(),
              QByteArray("bannerp1  (m4 replied with the error org.example.Cold: too cold)\n"
                         "p1        (m4 replied with the error org.example.Cold: too cold)\n"));
 
-    // An ssh that is not installed
+    // ssh is not installed
     for (const char *program : { "/nonexistent/ssh", "no-such-ssh" }) {
         m_environment[QStringLiteral("HNIPCCTL_SSH")] = QString::fromLatin1(program);
         const QByteArray error = QByteArray("cannot run ") + program + ": there is no such program";
@@ -624,7 +624,7 @@ void tst_CtlRemote::fleetTellsTheReason()
              unusable->out());
 }
 
-// There is nobody to answer ssh's questions, and no window for them.
+// ssh cannot ask the user: it has no terminal, and opens no window.
 void tst_CtlRemote::fleetAsksNobody()
 {
     start(QStringLiteral("p1"));
@@ -712,7 +712,7 @@ void tst_CtlRemote::fleetInJson()
     QCOMPARE(ctl->exitCode(), 3);
 }
 
-// Each row comes when it is known, and the rest at the end.
+// Each row is printed when it is known, and the remaining rows at the end.
 void tst_CtlRemote::fleetInJsonInterrupted()
 {
     start(QStringLiteral("p1"), "(1,)");
@@ -750,7 +750,7 @@ void tst_CtlRemote::monitorsAFleet()
         QVERIFY(second.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(12,)"));
         QVERIFY(ctl->prints("12"));
         QVERIFY(first.peer().emitSignal("/", "local.IHNIPCM4", "M4_Error", "(13,)"));
-        QCOMPARE(ctl->exitCode(), 3); // for the one that is down
+        QCOMPARE(ctl->exitCode(), 3); // because one printer is not reachable
         if (json) {
             const QMap<QString, QJsonObject> rows = byHost(ctl->out());
             QCOMPARE(rows.size(), 3);
@@ -778,7 +778,7 @@ void tst_CtlRemote::monitorsAFleet()
     QCOMPARE(endless->exitCode(), 130);
 }
 
-// One login a printer.
+// The program logs in to each printer once.
 void tst_CtlRemote::batchesForAFleet()
 {
     start(QStringLiteral("p1"), "(1,)");
@@ -832,12 +832,13 @@ void tst_CtlRemote::fleetFromFile()
     QCOMPARE(lines(both->out()).size(), 3);
     QVERIFY2(both->out().startsWith("down        ssh: "), both->out());
 
-    // As an editor of another system writes it.
+    // With the byte order mark and line ends of another system's editors.
     QVERIFY(write(file, "\xef\xbb\xbfp2\r\np1\r\n"));
     QScopedPointer<Ctl> other(ask(command));
     QCOMPARE(other->out(), QByteArray("p2  2\np1  1\n"));
 
-    // A file of one is a row; for what takes one printer it is that printer.
+    // A file with one printer gives a table with one row. Commands for a single printer use that
+    // printer.
     QVERIFY(write(file, "p1"));
     QScopedPointer<Ctl> one(ask(command));
     QCOMPARE(one->out(), QByteArray("p1  1\n"));
@@ -884,7 +885,7 @@ void tst_CtlRemote::fiftyPrinters()
     }
     const QString file = path(QStringLiteral("hosts"));
     QVERIFY(write(file, hosts));
-    // Each ssh says that it runs, and waits at the gate until all fifty have.
+    // Each ssh reports that it runs, and waits at the gate until all fifty run.
     const QByteArray gate = QFile::encodeName(path(QStringLiteral("gate")));
     QCOMPARE(mkfifo(gate.constData(), 0600), 0);
     const int opener = open(gate.constData(), O_RDWR | O_CLOEXEC);

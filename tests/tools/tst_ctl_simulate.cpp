@@ -27,7 +27,7 @@ void stopProcess(SimulatedDaemon *daemon, bool stop) { daemon->send(stop ? SIGST
 
 } // namespace
 
-// "hnipcctl simulate" as a program, at simulated daemons, real ones, and none.
+// The program "hnipcctl simulate" with simulated daemons, with real ones, and without daemons.
 class tst_CtlSimulate : public QObject
 {
     Q_OBJECT
@@ -61,7 +61,7 @@ private:
     QScopedPointer<Desk> m_desk;
 };
 
-// Some tests leave it without daemons.
+// Starts the simulated daemons if the previous test has stopped them.
 void tst_CtlSimulate::init()
 {
     if (!m_desk) {
@@ -207,7 +207,7 @@ void tst_CtlSimulate::listsAndEndsFaults()
     }
 }
 
-// For all that simulate, or for one of them.
+// An act is for all simulated daemons, or for one of them.
 void tst_CtlSimulate::daemonIsChosen()
 {
     QCOMPARE(Ctl(simulate("fault * delay 0")).exitCode(), 0);
@@ -346,7 +346,7 @@ void tst_CtlSimulate::helpNamesEveryAct()
                              "fault", "malform", "faults", "reset" }) {
         QVERIFY2(help.out().contains(QByteArray("\n  ") + act + ' '), act);
     }
-    // And no act is without: these are all that the daemons take.
+    // The help names every act: the daemons accept no others.
     QCOMPARE(Ctl(simulate("--words")).out().split('\n').size(), 12 + 1);
 }
 
@@ -390,7 +390,7 @@ void tst_CtlSimulate::noSimulatedDaemon()
                  QByteArray("hnipcctl: no simulated daemon is running; hnipc-sandbox starts "
                             "them\n"));
     }
-    // The error names the daemon if only one can be meant.
+    // The error names the daemon if the act is for one daemon only.
     for (const char *act : { "print 3", "set printerLid true --daemon m4", "reset --daemon m4" }) {
         Ctl ctl(simulate(act));
         QCOMPARE(ctl.exitCode(), 4);
@@ -420,14 +420,14 @@ void tst_CtlSimulate::stoppedDaemon()
         const int exitCode = ctl.exitCode();
         const QByteArray error = ctl.err();
         if (exitCode != 6 || !error.contains("m4")) {
-            stopProcess(m4, false); // or it does not end
+            stopProcess(m4, false); // a halted daemon does not end
         }
         QCOMPARE(exitCode, 6);
         QVERIFY2(error.contains("m4"), error.constData());
     }
-    // The others were reset, and a reading of another one is found all the same.
+    // The other daemons were reset. A reading of another daemon is found although m4 is halted.
     QCOMPARE(m_desk->act("ioexpd", "faults"), QByteArray("(@as [],)"));
-    Ctl other(simulate("set supplyPercent 50")); // long before the timeout, which is 25 s
+    Ctl other(simulate("set supplyPercent 50")); // long before the timeout of 25 s
     const int otherExitCode = other.exitCode();
     stopProcess(m4, false);
     QCOMPARE(otherExitCode, 0);
@@ -439,7 +439,7 @@ void tst_CtlSimulate::noBus()
     const Environment nowhere { { "DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus" } };
     Ctl ctl(simulate("names"), nowhere);
     QCOMPARE(ctl.exitCode(), 3);
-    // Faults that are seen without a bus are reported without one.
+    // Faults that can be found without a bus are reported without one.
     QCOMPARE(Ctl(simulate("press stop"), nowhere).exitCode(), 8);
     QCOMPARE(Ctl(simulate("emit Nothing"), nowhere).exitCode(), 7);
 }

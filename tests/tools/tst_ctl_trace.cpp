@@ -37,7 +37,7 @@ QByteArray content(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The lines of a trace without what no two traces share; empty where one is no JSON.
+// The lines of a trace without the fields that differ in each trace. Empty if a line is not JSON.
 QList<QJsonObject> trace(const QByteArray &text)
 {
     QList<QJsonObject> result;
@@ -168,7 +168,7 @@ private:
                  QString::number(count) };
     }
 
-    // What daemons that are there meanwhile send, in a file.
+    // Records into a file what the daemons send meanwhile.
     static bool hasRecorded(const QString &file, const QList<Sent> &sent)
     {
         FakeDaemons daemons;
@@ -180,7 +180,7 @@ private:
         return ok && recorder.exitCode() == 0 && recorder.out().isEmpty();
     }
 
-    // Two signals, a day and more between them.
+    // Two signals, more than a day apart.
     QString longTrace()
     {
         return write("trace",
@@ -208,7 +208,7 @@ void tst_CtlTrace::recordsTypes()
     Ctl ctl(record(QStringLiteral("-"), int(sent.size())));
     QVERIFY(ctl.complains("recording"));
     const QDateTime ready = QDateTime::currentDateTimeUtc();
-    // Each when the one before has its time.
+    // Each signal is sent after the previous one has been written, so their times differ.
     int written = 1;
     for (const Sent &signal : sent) {
         QVERIFY(waitUntil([&]() { return ctl.output().count('\n') == written; }));
@@ -249,7 +249,8 @@ void tst_CtlTrace::roundTrip_data()
 
     QTest::newRow("stand-ins") << QList<int> { IOEXPD, M4, SUPPLYD } << QStringList()
                                << QByteArray("ioexpd stand-in, m4 stand-in, supplyd stand-in");
-    // The simulated supply daemon has things to say of its own when it hears the print engine's.
+    // The simulated supply daemon sends signals of its own when it receives those of the print
+    // engine.
     QTest::newRow("simulated supplyd")
         << QList<int> { SUPPLYD } << QStringList(QStringLiteral("supplyd"))
         << QByteArray("supplyd simulated");
@@ -271,7 +272,7 @@ void tst_CtlTrace::roundTrip()
 
     Desk desk(simulated);
     for (const QString &daemon : simulated) {
-        desk.act(daemon.toLatin1(), "names"); // behind what it says when it starts
+        desk.act(daemon.toLatin1(), "names"); // replies after its first signals
     }
     WirePeer listener;
     listen(&listener);
@@ -291,7 +292,7 @@ void tst_CtlTrace::roundTrip()
     QCOMPARE(trace(content(copy)), trace(content(file)));
 }
 
-// JSON has no form for them.
+// JSON cannot express these numbers.
 void tst_CtlTrace::unusualNumbers()
 {
     // clang-format off
@@ -320,13 +321,15 @@ void tst_CtlTrace::keepsTime()
                                     + eventLine("100000", "m4", "Error", "i", "[3]"));
     WirePeer listener;
     listen(&listener);
-    // The second signal is hours away, the first time by the trace, the second time by the speed.
+    // The second signal is hours away: in the first run because of the trace, in the second because
+    // of the speed.
     for (const QStringList &command :
          { QStringList { QStringLiteral("replay"), file }, replay(three, "0.0001") }) {
         listener.clearSignals();
         Ctl slow(command);
         QVERIFY(waitUntil([&]() { return !heard(listener).isEmpty(); }));
-        // It answers between signals: one that does not wait has sent the last long before.
+        // The stand-in replies between signals. A player without pauses would have sent the last
+        // signal long before.
         for (int i = 0; i < 50; ++i) {
             const WireMessage answer = listener.call("org.hnipc.m4", "/", "local.IHNIPCM4",
                                                      "getError");
@@ -355,7 +358,7 @@ void tst_CtlTrace::standInLeaves()
     listen(&peer);
     Ctl player({ QStringLiteral("replay"), longTrace() });
     QVERIFY(waitUntil([&]() { return !heard(peer).isEmpty(); }));
-    // It is there, has no methods, and takes no other daemon's name.
+    // The stand-in owns its name, has no methods, and does not acquire another daemon's name.
     const WireMessage answer = peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "getError");
     QVERIFY2(answer.errorName.startsWith("org.freedesktop.DBus.Error.Unknown"), answer.errorName);
     QVERIFY(WirePeer().own("org.hnipc.supplyd"));
@@ -407,7 +410,7 @@ void tst_CtlTrace::refusesRealDaemon()
     }
 }
 
-// Its rules say that it is a printer's.
+// The bus denies calls of the simulator's interface, as on a printer.
 void tst_CtlTrace::refusesABusWithRules()
 {
     BusProcess bus("<deny send_destination='org.hnipc.m4' "
@@ -449,7 +452,7 @@ void tst_CtlTrace::refusesADaemonThatRepliesToAll()
     QCOMPARE(heard(listener), QByteArray());
 }
 
-// One that comes while the trace is played. Another simulated one is no reason.
+// A real daemon that appears during the replay stops it. Another simulated daemon does not.
 void tst_CtlTrace::stopsForARealDaemon()
 {
     for (const bool json : { false, true }) {
@@ -470,7 +473,7 @@ void tst_CtlTrace::stopsForARealDaemon()
     }
 }
 
-// It is no real daemon either.
+// A halted simulator does not count as a real daemon either.
 void tst_CtlTrace::haltedSimulator()
 {
     Desk desk({ QStringLiteral("m4") });
@@ -494,7 +497,7 @@ void tst_CtlTrace::statusTellsThemApart()
     listen(&listener);
     const Ctl player({ QStringLiteral("replay"), longTrace() });
     QVERIFY(waitUntil([&]() { return !heard(listener).isEmpty(); }));
-    // A real one would end the replay: it is looked at alone below.
+    // A real daemon would end the replay, so its row is tested separately below.
     const QList<QByteArray> rows = Ctl({ QStringLiteral("status") }).out().split('\n');
     QVERIFY2(rows.at(0).startsWith("ioexpd   present, :") && rows.at(0).endsWith(", simulated"),
              rows.at(0));
@@ -538,7 +541,7 @@ void tst_CtlTrace::throughAPipe()
     QCOMPARE(closed->exitCode(), 8);
 }
 
-// It stands in for no daemon whose name it may not have, and for none of the others then.
+// If the bus refuses one of the names, the player plays no daemon at all.
 void tst_CtlTrace::refusedName()
 {
     BusProcess bus("<deny own='org.hnipc.supplyd'/>");
@@ -553,7 +556,7 @@ void tst_CtlTrace::refusedName()
     QCOMPARE(ctl.err(),
              QByteArray("hnipcctl: the bus does not allow this user to own the name "
                         "org.hnipc.supplyd; nothing was sent\n"));
-    QVERIFY(peer.own("org.hnipc.m4")); // a fence, too: what was sent has come before the answer
+    QVERIFY(peer.own("org.hnipc.m4")); // a fence, too: earlier signals arrive before the reply
     QCOMPARE(heard(peer), QByteArray());
 }
 
@@ -571,7 +574,7 @@ void tst_CtlTrace::simulatorRefuses()
              ctl.err());
 }
 
-// What no client hears is in the trace, and not played.
+// A signal that no client accepts is recorded, but not played.
 void tst_CtlTrace::recordsOtherForms()
 {
     const QString file = path("trace");
@@ -602,7 +605,7 @@ void tst_CtlTrace::refusesTraces_data()
     row("other version", "{\"format\":\"hnipc-trace\",\"version\":2}\n",
         ":1: expected \"version\": 1, not 2");
 
-    // Behind a good line, which is not to be sent either.
+    // The wrong line follows a good one, which is not sent either.
     const QByteArray start = header + eventLine("5", "m4", "Error", "i", "[1]");
     const auto third = [&](const char *name, const QByteArray &line, const char *message) {
         QTest::newRow(name) << start + line << ":3: expected " + QByteArray(message);
@@ -697,7 +700,7 @@ void tst_CtlTrace::wrongUsage_data()
     row("replay", "usage: hnipcctl replay [--speed N] FILE");
     row("replay /nonexistent/a", "/nonexistent/a: No such file or directory", 1);
     row("replay /tmp", "/tmp: ", 1);
-    row("replay /proc/self/mem", "/proc/self/mem: ", 1); // opens, and cannot be read
+    row("replay /proc/self/mem", "/proc/self/mem: ", 1); // can be opened, but not read
     for (const char *speed : { "0", "-1", "fast", "inf", "nan", "1x" }) {
         row((QByteArray("replay /nonexistent/a --speed ") + speed).constData(),
             (QByteArray("--speed: \"") + speed + "\" is neither a number above 0 nor max")
@@ -743,7 +746,7 @@ void tst_CtlTrace::recordEnds_data()
     QTest::newRow("killed") << int(SIGKILL) << -1;
 }
 
-// In the midst of many signals.
+// The recording ends while many signals arrive.
 void tst_CtlTrace::recordEnds()
 {
     QFETCH(int, signal);
@@ -756,7 +759,7 @@ void tst_CtlTrace::recordEnds()
     for (int i = 0; i < 2000; ++i) {
         QVERIFY(daemons.emitSignal(M4, "M4_Error", '(' + QByteArray::number(i) + ",)"));
         if (i == 1000) {
-            // All that came is there already.
+            // All signals that have arrived are already in the file.
             QVERIFY(waitUntil([&]() { return content(file).count('\n') == i + 2; }));
             ctl.send(signal);
         }

@@ -44,7 +44,7 @@ QByteArray content(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Each line of JSON.
+// The JSON object of each line.
 QList<QJsonObject> objects(const QByteArray &lines)
 {
     QList<QJsonObject> result;
@@ -70,7 +70,7 @@ QByteArray essence(const QByteArray &line)
     return form.match(QString::fromUtf8(line)).captured(1).toUtf8();
 }
 
-// An SVG file, as far as it matters.
+// The parts of an SVG file that the tests check.
 struct Picture
 {
     explicit Picture(const QByteArray &svg)
@@ -105,12 +105,12 @@ struct Picture
     QStringList texts;
     QStringList bars;
     QStringList ticks;
-    int failed = -1; // one is in the legend
+    int failed = -1; // without the one in the legend
     double left = 1e9;
     double right = 0;
 };
 
-// A process that calls, so that it can be told from others.
+// A separate process that calls, so that the callers differ.
 std::unique_ptr<Ctl> caller(const char *line)
 {
     return std::make_unique<Ctl>(words("call") + words(line));
@@ -192,7 +192,7 @@ private:
 
     WirePeer &daemon(int server) { return (*m_daemons)[server]; }
 
-    // A call from this process.
+    // Calls from this process.
     WireMessage call(int server, const QByteArray &member, const QByteArray &body = "()")
     {
         return m_peer.call(identities[server].busName, "/", identities[server].interface, member,
@@ -212,8 +212,8 @@ private:
         return waitUntil([=]() { return daemon(server).held() > number; });
     }
 
-    // Returns true when the program knows all earlier callers: it learns of them in their order,
-    // and this caller is the last.
+    // Returns true when the program knows all earlier callers: it identifies them in order, and
+    // this caller is the last.
     bool knowsCallers(Ctl *ctl)
     {
         daemon(IOEXPD).answer("printerSoftCancel", "()");
@@ -293,7 +293,7 @@ void tst_CtlTraffic::values()
     QCOMPARE(essence(ctl->out().trimmed()), line);
 }
 
-// Types that the daemons do not have.
+// Types that the daemons do not use.
 void tst_CtlTraffic::unknownForms_data()
 {
     QTest::addColumn<QByteArray>("body");
@@ -450,7 +450,7 @@ void tst_CtlTraffic::callerNames()
              asText->out());
 }
 
-// The bus no longer knows it.
+// The bus no longer knows the caller.
 void tst_CtlTraffic::callerGoneBefore()
 {
     const auto ctl = trace("--json --count 1");
@@ -499,7 +499,8 @@ void tst_CtlTraffic::matchesReplies()
     daemon(M4).hold("getError");
     daemon(SUPPLYD).hold("supplySKUCached");
     const auto ctl = trace("--json --count 4");
-    // Two callers whose messages have the same numbers, each with two calls, answered crosswise.
+    // Two callers whose messages have the same serial numbers. Each makes two calls, and the
+    // replies come in another order.
     const auto first = caller("getError");
     QVERIFY(isHeld(M4, 0));
     const auto second = caller("getError");
@@ -534,7 +535,7 @@ void tst_CtlTraffic::matchesReplies()
                  "{\"a\":{\"printerName\":\"b\"},\"v\":\"of b\"}", "{\"a\":{},\"v\":2}",
                  "{\"a\":{\"printerName\":\"a\"},\"v\":\"of a\"}", "{\"a\":{},\"v\":1}" }));
     QCOMPARE(callers.removeDuplicates(), 0);
-    // The time is that of the call, so it runs backwards here.
+    // The printed time is that of the call, so it can decrease from line to line here.
     QVERIFY(lines.at(3).value(QLatin1String("time")).toString()
             <= lines.at(1).value(QLatin1String("time")).toString());
     QVERIFY(lines.at(3).value(QLatin1String("duration")).toDouble()
@@ -553,7 +554,7 @@ void tst_CtlTraffic::byConnectionName()
     QCOMPARE(essence(lines.value(1)), QByteArray("m4      getError -> 3"));
 }
 
-// A daemon that restarts gives its name back before it has replied to all.
+// A daemon that restarts releases its name before it has replied to all calls.
 void tst_CtlTraffic::replyAfterNameIsReleased()
 {
     daemon(M4).hold("getError");
@@ -564,7 +565,7 @@ void tst_CtlTraffic::replyAfterNameIsReleased()
     daemon(M4).answerHeld(0, "(4,)");
     QVERIFY(ctl->prints("getError -> 4\n"));
 
-    // The one that takes its place is known.
+    // The next owner of the name is known.
     WirePeer successor;
     QVERIFY(successor.own("org.hnipc.m4"));
     successor.answer("getError", "(5,)");
@@ -631,7 +632,7 @@ void tst_CtlTraffic::callerLeaves()
     held->send(SIGKILL);
     QVERIFY(held->ends());
     QVERIFY(asText->prints("m4      getError -> the caller left the bus before the reply\n"));
-    // A reply that comes all the same is none of another call.
+    // A late reply is not taken for the reply to another call.
     daemon(M4).answerHeld(0, "(6,)");
     call(M4, "getAlert");
     QCOMPARE(asText->exitCode(), 0);
@@ -791,14 +792,14 @@ void tst_CtlTraffic::slow()
     QVERIFY(isHeld(M4, 0));
     QElapsedTimer elapsed;
     elapsed.start();
-    QVERIFY(waitUntil([&]() { return elapsed.elapsed() > 1200; })); // that long is what it takes
+    QVERIFY(waitUntil([&]() { return elapsed.elapsed() > 1200; })); // the call's duration
     daemon(M4).answerHeld(0, "(9,)");
     QCOMPARE(ctl->exitCode(), 0);
     const QList<QJsonObject> lines = objects(ctl->out());
     QCOMPARE(lines.size(), 2);
     QCOMPARE(lines.at(0).value(QLatin1String("method")).toString(), text("getError"));
     QVERIFY(lines.at(0).value(QLatin1String("duration")).toDouble() >= 1000);
-    // The summary has them all.
+    // The summary counts all calls.
     QCOMPARE(lines.at(1)
                  .value(QLatin1String("summary"))
                  .toObject()
@@ -820,7 +821,7 @@ void tst_CtlTraffic::count()
     call(M4, "getError");
     call(M4, "getError");
     QCOMPARE(ctl->exitCode(), 0);
-    QCOMPARE(ctl->out().count('\n'), 2); // without those that are pending
+    QCOMPARE(ctl->out().count('\n'), 2); // without the pending calls
 }
 
 void tst_CtlTraffic::wrongUsage_data()
@@ -938,7 +939,7 @@ void tst_CtlTraffic::closedPipe()
 
 // ---- All in one --------------------------------------------------------------------------------
 
-// The numbers of a method are those of its lines.
+// The summary's numbers of a method equal those of its lines.
 void tst_CtlTraffic::summary()
 {
     daemon(M4).answer("getError", "(0,)");
@@ -991,7 +992,7 @@ void tst_CtlTraffic::summary()
     QCOMPARE(only.value(QLatin1String("pid")).toInt(), int(getpid()));
     QCOMPARE(only.value(QLatin1String("calls")).toInt(), 43);
     QCOMPARE(only.value(QLatin1String("atOnce")).toInt(), 1);
-    // One after the other: the sum, but for what each line leaves of its last microsecond.
+    // Calls one after the other: the sum, apart from the rounding of each line to a microsecond.
     const double waited = only.value(QLatin1String("blocked")).toDouble();
     QVERIFY2(waited >= sum - 0.001 && waited <= sum + 0.044, QByteArray::number(waited - sum));
 }
@@ -1024,7 +1025,7 @@ void tst_CtlTraffic::summaryText()
                  .match(QString::fromLatin1(lines.value(8).simplified()))
                  .hasMatch(),
              lines.value(8));
-    // The columns stand under each other.
+    // The columns are aligned.
     QCOMPARE(lines.value(4).size(), lines.value(3).size());
     QCOMPARE(lines.value(8).size(), lines.value(7).size());
 }
@@ -1060,7 +1061,7 @@ void tst_CtlTraffic::summaryOfPending()
     QVERIFY(method.value(QLatin1String("longest")).toDouble() > 0);
 }
 
-// Calls that are pending at the same time are waited for once.
+// The time of calls that are pending at the same time counts once.
 void tst_CtlTraffic::blocked()
 {
     daemon(M4).hold("getError");
@@ -1099,7 +1100,7 @@ void tst_CtlTraffic::blocked()
     QVERIFY2(waited < sum, QByteArray::number(waited) + " of " + QByteArray::number(sum));
 }
 
-// A table or a picture of so many has a row for each program.
+// With so many callers, the table and the picture have one row for each program.
 void tst_CtlTraffic::manyCallers()
 {
     daemon(M4).hold("getError");
@@ -1135,7 +1136,7 @@ void tst_CtlTraffic::keepsUp()
         QDBusMessage message = QDBusMessage::createMethodCall(
             text("org.hnipc.m4"), text("/"), text("local.IHNIPCM4"), text("forwardFeed"));
         message << uint(i);
-        // As many as the bus lets be pending.
+        // As many as the bus allows to be pending.
         if (i % 100 == 99) {
             bus.call(message, QDBus::Block);
         } else {
@@ -1162,7 +1163,7 @@ void tst_CtlTraffic::keepsUp()
     QCOMPARE(picture.error, QString());
     QVERIFY(picture.texts.contains(text("20000 calls of 1 caller, 0 events; the last ones of 21000 "
                                         "calls")));
-    QVERIFY(picture.bars.size() >= 20000); // some go on in the next strip
+    QVERIFY(picture.bars.size() >= 20000); // some continue in the next strip
     QVERIFY2(picture.left >= 220 && picture.right <= 1582, QByteArray::number(picture.right));
 }
 
@@ -1172,7 +1173,7 @@ void tst_CtlTraffic::saysWhatIsLost()
     QCOMPARE(runProgram(text("mkfifo"), { gate }).code, 0);
     daemon(M4).answer("m4Version", "('" + QByteArray(1 << 20, 'x') + "',)");
     const int total = 100;
-    // Nobody reads what is printed until the gate opens.
+    // The output is not read until the gate opens.
     QScopedPointer<Ctl> ctl(Ctl::inShell(
         QStringLiteral("hnipcctl trace --json --summary --count %1 | { read < %2; cut -c 1-60; }")
             .arg(QString::number(total), gate)));
@@ -1195,7 +1196,7 @@ void tst_CtlTraffic::saysWhatIsLost()
     }
     QVERIFY2(lost > 0, ctl->out());
     QCOMPARE(printed + lost, total);
-    // A machine that is slow to print may lose calls several times.
+    // On a slow machine, calls may be lost several times.
     static const QRegularExpression note(
         text("^hnipcctl: (?:(1) call is|(\\d+) calls are) not printed here$"));
     int noted = 0;
@@ -1293,7 +1294,7 @@ void tst_CtlTraffic::pictureOfKilled()
     QVERIFY(picture.texts.contains(text("hnipcctl was ended before it could draw the calls.")));
 }
 
-// A program may be called what it likes.
+// A program may have any name.
 void tst_CtlTraffic::pictureNames()
 {
     daemon(M4).hold("getError");
@@ -1317,7 +1318,7 @@ void tst_CtlTraffic::pictureNames()
 
 // ---- Elsewhere ---------------------------------------------------------------------------------
 
-// Any user may trace there.
+// In a sandbox any user may trace.
 void tst_CtlTraffic::sandbox()
 {
     QScopedPointer<Ctl> ctl(Ctl::inShell(

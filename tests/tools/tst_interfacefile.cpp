@@ -6,7 +6,8 @@
 
 using namespace Toolkit;
 
-// The reader of interface descriptions: what it makes of the files that ship, and what it refuses.
+// The reader of interface descriptions: its result for the files that ship, and the files that it
+// refuses.
 class tst_InterfaceFile : public QObject
 {
     Q_OBJECT

@@ -17,7 +17,7 @@
 
 #include <csignal>
 
-// What a request in flight makes of each fault of a daemon that is a process of its own.
+// How a pending request finishes at each fault of a daemon in another process.
 class tst_RequestFaults : public QObject
 {
     Q_OBJECT
@@ -156,7 +156,7 @@ void tst_RequestFaults::deathAfterReadingIsUnknown()
     QCOMPARE(request.times, 1);
 }
 
-// The message is at the daemon's socket, and the daemon never comes to read it.
+// The message is in the daemon's socket, and the daemon never reads it.
 void tst_RequestFaults::deathBeforeReadingIsUnknown()
 {
     Desk desk({ "m4" });
@@ -182,7 +182,7 @@ void tst_RequestFaults::absentDaemonGetsNothing()
     QCOMPARE(request.outcome(), HNIPCRequest::NotSent);
     QCOMPARE(request.errorName(), error("ServiceUnknown"));
 
-    // The library knows that the daemon is running, and sends it the next request only.
+    // The library knows that the daemon is running, and sends it only the next request.
     WireMonitor monitor;
     desk.start("m4");
     QVERIFY(passBusThread());
@@ -229,7 +229,7 @@ void tst_RequestFaults::thousandAtOnce()
         names += printer.supplyColorName(sku);
     }
     names.removeDuplicates();
-    QVERIFY(names.size() > 1); // they tell the answers apart
+    QVERIFY(names.size() > 1); // the names distinguish the outcomes
     std::vector<std::unique_ptr<Counted>> requests;
     for (int i = 0; i < 1000; ++i) {
         requests.emplace_back(new Counted("supplyColorName", { skus.at(i % skus.size()) }));
@@ -244,7 +244,8 @@ void tst_RequestFaults::thousandAtOnce()
     }
 }
 
-// Each ends in its own way: answered, refused, not sent, cancelled, deleted in flight.
+// Makes requests that end in different ways: answered, refused, not sent, cancelled, deleted while
+// pending.
 static bool makeRequests(int number)
 {
     for (int i = 0; i < number / 5; ++i) {
@@ -286,7 +287,7 @@ void tst_RequestFaults::memoryStaysAsItIs()
     QVERIFY(makeRequests(number / 10));
     const long before = heapInUse();
     QVERIFY(makeRequests(number));
-    // A byte for each request would be a leak; the heap's own books move by less.
+    // One byte for each request would be a leak. The heap's own data changes by less.
     const long after = heapInUse();
     QVERIFY2(after < before + number,
              qPrintable(QString("%1 bytes, and %2 before").arg(after).arg(before)));

@@ -35,13 +35,14 @@ QByteArray contentOf(const QString &fileName)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// hnipc-sandbox as a process. All that it starts inherits a mark, by which it can be found.
+// A process of hnipc-sandbox. All processes that it starts inherit a mark, by which they can be
+// found.
 class Sandbox : public Process
 {
 public:
     explicit Sandbox(const QStringList &arguments) { begin(sandboxProgram, arguments); }
 
-    // Another program, of which the sandbox is a child.
+    // Another program, which starts the sandbox as its child.
     Sandbox(const QString &program, const QStringList &arguments) { begin(program, arguments); }
 
     Sandbox(const QStringList &arguments, const QList<QPair<QString, QString>> &variables)
@@ -64,7 +65,7 @@ public:
         return said && (output().contains(text) || errors().contains(text));
     }
 
-    // Of all that it has started and that runs, itself included.
+    // All running processes that it has started, and itself.
     QStringList processes()
     {
         QStringList result;
@@ -111,7 +112,7 @@ private:
     QList<QPair<QString, QString>> m_variables;
 };
 
-// A sandbox whose command does nothing but live, and this program among its daemons.
+// A sandbox whose command only waits for the end of its input. This program is on its bus.
 class OpenSandbox : public Sandbox
 {
 public:
@@ -168,7 +169,8 @@ pid_t childOf(pid_t parent)
 
 } // namespace
 
-// The sandbox, from outside: what it gives to its command, what it answers, and what it leaves.
+// The sandbox, seen from outside: the environment of its command, its messages and exit codes, and
+// that nothing is left after its end.
 class tst_Sandbox : public QObject
 {
     Q_OBJECT
@@ -384,8 +386,8 @@ void tst_Sandbox::sandboxInASandbox()
 
 void tst_Sandbox::leavesNothingBehind_data()
 {
-    QTest::addColumn<QString>("script"); // says "up"
-    QTest::addColumn<int>("number");     // the signal that the sandbox gets then, or 0
+    QTest::addColumn<QString>("script"); // prints "up"
+    QTest::addColumn<int>("number");     // the signal sent to the sandbox after that, or 0
     QTest::addColumn<int>("exitCode");
     const QString wait = QStringLiteral("echo up; exec sleep 1000");
     const QString stubborn = QStringLiteral("trap '' TERM HUP INT; echo up; "
@@ -412,8 +414,8 @@ void tst_Sandbox::leavesNothingBehind()
     Sandbox sandbox(inShell(script));
     QVERIFY(sandbox.says("up\n"));
     if (number) {
-        // Two of the sandbox, the bus, three daemons, and the command, which has no environment for
-        // the moment in which it becomes another program.
+        // Two processes of the sandbox, the bus, three daemons, and the command, which has no
+        // environment for the moment in which it becomes another program.
         QVERIFY(waitUntil([&sandbox]() { return sandbox.processes().size() >= 7; }));
         QCOMPARE(kill(sandbox.id(), number), 0);
     }
@@ -434,7 +436,8 @@ void tst_Sandbox::survivesNoKill()
 {
     QFETCH(bool, outer);
     QFETCH(bool, inner);
-    // With a process that only the sandbox can find, unless there is none left.
+    // With a process that only the sandbox can find, unless both processes of the sandbox are
+    // killed.
     const QString more = outer && inner ? QString() : QStringLiteral("(setsid sleep 1000 &); ");
     Sandbox sandbox(inShell(more + "echo up; exec sleep 1000"));
     QVERIFY(sandbox.says("up\n"));
@@ -442,7 +445,7 @@ void tst_Sandbox::survivesNoKill()
     const pid_t child = childOf(process);
     QVERIFY(child > 0);
     if (outer) {
-        QCOMPARE(kill(process, SIGSTOP), 0); // it must not see the other one end
+        QCOMPARE(kill(process, SIGSTOP), 0); // so that it does not see the end of the other process
     }
     if (inner) {
         QCOMPARE(kill(child, SIGKILL), 0);
@@ -595,7 +598,7 @@ void tst_Sandbox::playsAScenario()
     QVERIFY(sandbox.leavesNothing());
 }
 
-// The lines of the scenario are left out, and what fails is not.
+// The narration of the scenario is left out, failed acts are not.
 void tst_Sandbox::quietScenario()
 {
     OpenSandbox sandbox(
@@ -615,13 +618,13 @@ void tst_Sandbox::scenarioStopsADaemon()
     QVERIFY(sandbox.says("-- Stopped.\n"));
     QVERIFY(!sandbox.isThere("m4"));
     QVERIFY(sandbox.isThere("ioexpd"));
-    // It was meant to end, so that there is nothing to tell of it.
+    // The scenario stopped the daemon, so its end is not reported.
     QCOMPARE(sandbox.errors(), QByteArray("-- Stopped.\n"));
 }
 
 void tst_Sandbox::scenarioStartsADaemonAgain()
 {
-    // It returns without the fault, and one that runs is not started twice.
+    // The daemon restarts without the fault, and a daemon that is running is not started twice.
     OpenSandbox sandbox(
         scenario("{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"fault\", \"member\": \"printerLid\", "
                  "\"kind\": \"error\", \"detail\": \"a.b no\" },\n"
@@ -639,7 +642,8 @@ void tst_Sandbox::scenarioStartsADaemonAgain()
     QCOMPARE(int(sandbox.processes().filter("hnipc-simulator").size()), 3);
 }
 
-// With a daemon beside a copy of the sandbox that has much to say when it is asked to end.
+// A script beside a copy of the sandbox plays a daemon that prints many lines when it is asked to
+// end.
 void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
 {
     const QString program = m_directory.filePath("hnipc-sandbox");
@@ -713,7 +717,7 @@ void tst_Sandbox::failedActDecidesTheExitCode_data()
     QTest::addColumn<QByteArray>("acts");
     QTest::addColumn<QString>("command");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("last"); // of what it says
+    QTest::addColumn<QByteArray>("last"); // the end of standard error
     const QByteArray good = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", "
                             "\"name\": \"printerLid\", \"value\": true }";
     const QByteArray refused = "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", "
@@ -751,7 +755,7 @@ void tst_Sandbox::failedActDecidesTheExitCode()
           "{ \"at\": 0.5, \"do\": \"say\", \"text\": \"End.\" }");
     Sandbox sandbox(inShell("read line; " + command, options + QStringList { "--daemons", "m4" }));
     QVERIFY(sandbox.says("-- End.\n"));
-    // All that is answered has been answered: the daemon serves one call after another.
+    // The replies to all earlier calls have been sent: the daemon handles one call after another.
     QVERIFY(exitCode != 125 || sandbox.says("scenario.json:2: "));
     sandbox.write("\n");
     QCOMPARE(sandbox.exitCode(), exitCode);
@@ -759,7 +763,7 @@ void tst_Sandbox::failedActDecidesTheExitCode()
     QVERIFY(sandbox.leavesNothing());
 }
 
-// With a daemon beside a copy of the sandbox that serves once only.
+// A script beside a copy of the sandbox plays a daemon that starts only once.
 void tst_Sandbox::daemonThatDoesNotReturnIsAFailedAct()
 {
     const QTemporaryDir directory;
@@ -785,7 +789,7 @@ void tst_Sandbox::daemonThatDoesNotReturnIsAFailedAct()
     QVERIFY(sandbox.leavesNothing());
 }
 
-// The deepest value that a scenario may have does not cost the player its bus.
+// With the deepest value that a scenario may have, the bus does not disconnect the player.
 void tst_Sandbox::deepValueReachesTheDaemon()
 {
     const int most = 16;
@@ -802,7 +806,7 @@ void tst_Sandbox::deepValueReachesTheDaemon()
     QVERIFY(waitUntil([&sandbox]() { return sandbox.ask("m4", "printerLid") == "(true,)"; }));
 }
 
-// What a sandbox's daemons say, and how the print engine comes and goes.
+// Records the signals of a sandbox's daemons, and when the print engine appears and disappears.
 static void listen(WirePeer *peer)
 {
     for (const char *interface : { "IOEXPD", "M4", "SUPPLYD" }) {
@@ -827,7 +831,7 @@ static QList<QByteArray> story(const WirePeer &peer)
     return result;
 }
 
-// Whether these are in the story, in this order.
+// Returns true if the story contains these signals, in this order.
 static bool tells(const QList<QByteArray> &story, const QList<QByteArray> &course)
 {
     auto at = story.begin();
@@ -842,7 +846,7 @@ static bool tells(const QList<QByteArray> &story, const QList<QByteArray> &cours
     return true;
 }
 
-// All that a sandbox says beside its scenario's narration.
+// All lines of a sandbox other than its scenario's narration.
 static QByteArray complaints(const QByteArray &errors)
 {
     QByteArray result;
@@ -855,7 +859,7 @@ static QByteArray complaints(const QByteArray &errors)
     return result;
 }
 
-// Both at once, because a day takes its time.
+// Plays both scenarios at once, because each takes its time.
 void tst_Sandbox::shippedScenariosPlayToTheirEnd()
 {
     OpenSandbox bad({ "--scenario", "bad-day" });
@@ -881,7 +885,7 @@ void tst_Sandbox::shippedScenariosPlayToTheirEnd()
                     "M4 leaves", "M4 returns", "M4_M4SupplyID('LBL-100150-WH',)",
                     "M4_PrintQueueComplete(1,)", "M4_Alert(1,)", "M4_M4PrintDone()",
                     "M4_PrintQueueClear(0,)" }));
-    // The job did not go on while the lid was open, nor was it done before the daemon died.
+    // The job did not continue while the lid was open, and it was not done before the daemon died.
     const auto opened = std::find(course.begin(), course.end(), "M4_Error(10,)");
     const auto closed = std::find(opened, course.end(), "M4_Error(0,)");
     QCOMPARE(int(std::count(opened, closed, "M4_M4PrintDone()")), 0);
@@ -889,12 +893,12 @@ void tst_Sandbox::shippedScenariosPlayToTheirEnd()
                             "M4_PrintQueueComplete(1,)")),
              0);
     QCOMPARE(bad.ask("m4", "getError"), QByteArray("(0,)"));
-    QCOMPARE(bad.ask("m4", "clearAllPrintJobs"), QByteArray("(false,)")); // none is left
+    QCOMPARE(bad.ask("m4", "clearAllPrintJobs"), QByteArray("(false,)")); // no jobs are left
 }
 
 void tst_Sandbox::checksAScenario_data()
 {
-    QTest::addColumn<QByteArray>("act"); // of one daemon, the second line
+    QTest::addColumn<QByteArray>("act"); // an act of one daemon, on the second line
     QTest::addColumn<QByteArray>("mistake");
     const auto row = [](const char *name, const char *act, const char *mistake) {
         QTest::newRow(name) << QByteArray(act) << QByteArray(mistake);
@@ -965,7 +969,8 @@ void tst_Sandbox::checksAScenario()
     QVERIFY(sandbox.leavesNothing());
 }
 
-// In the order of time, and of daemons that are not running then.
+// The mistakes are printed in order of time. Acts for daemons that are not running then are
+// checked, too.
 void tst_Sandbox::checkFindsAllMistakes()
 {
     const QString file =
@@ -1024,8 +1029,7 @@ void tst_Sandbox::checkOfNoScenario()
     QCOMPARE(sandbox.output(), QByteArray());
 }
 
-// With a daemon beside a copy of the sandbox that never replies.
-// A full disk
+// Standard output is a full disk.
 void tst_Sandbox::checkThatCannotBePrinted()
 {
     Sandbox sandbox("sh", { "-c", "exec \"$0\" --check bad-day >/dev/full", sandboxProgram });
@@ -1034,6 +1038,7 @@ void tst_Sandbox::checkThatCannotBePrinted()
              QByteArray("hnipc-sandbox: cannot write: No space left on device\n"));
 }
 
+// A script beside a copy of the sandbox plays a daemon that never replies.
 void tst_Sandbox::checkEndsOnASignal()
 {
     const QTemporaryDir directory;
@@ -1099,7 +1104,7 @@ void tst_Sandbox::tellsOfADaemonThatDies()
     QVERIFY(process > 0);
     QCOMPARE(kill(process, SIGKILL), 0);
     QVERIFY(sandbox.says("hnipc-sandbox: m4 was killed by signal 9\n"));
-    QVERIFY(waitUntil([&]() { return !sandbox.isThere("m4"); })); // the bus sees it by itself
+    QVERIFY(waitUntil([&]() { return !sandbox.isThere("m4"); })); // known later to the bus
     QVERIFY(sandbox.isThere("ioexpd"));
     sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
@@ -1122,7 +1127,7 @@ void tst_Sandbox::tellsOfABusThatDies()
 
 // ---- On a terminal ----
 
-// Without a shell around it, which the keys would reach, too.
+// Without a shell around it, because the shell would receive the keys, too.
 static Sandbox *onTerminal(const QString &command)
 {
     return new Sandbox(QStringLiteral("script"), { "-qec", "exec " + command, "/dev/null" });

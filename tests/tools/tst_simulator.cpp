@@ -6,8 +6,8 @@
 
 #include <QtTest/QTest>
 
-// The printer behind the simulated daemons: what is set, measured, moved, printed and loaded shows
-// everywhere alike.
+// The printer behind the simulated daemons: values that are set, measured, moved, printed and
+// loaded are the same in all replies and signals.
 class tst_Simulator : public QObject
 {
     Q_OBJECT
@@ -289,7 +289,7 @@ void tst_Simulator::requestTakesAnnouncesAndLeavesANewReading()
 
     Desk desk({ "m4" });
     QByteArray before = desk.ask("m4", query);
-    // A counter moves with the media only, anything else by itself.
+    // A counter changes only when the media move, any other value by itself.
     const bool isCounter = request.endsWith("Mileage");
     for (int i = 0; i < 20; ++i) {
         if (isCounter) {
@@ -406,7 +406,7 @@ void tst_Simulator::feedsMoveTheMileage()
     QVERIFY(desk.hears("M4_M4SupplyMileage", "(8,)"));
     QCOMPARE(desk.ask("m4", "ribbon1Mileage"), QByteArray("(10,)"));
 
-    // Half a millimetre is not lost, and not yet news.
+    // Half a millimetre is counted, but not yet announced.
     desk.forget();
     QCOMPARE(desk.ask("m4", "forwardFeed", "(uint32 4,)"), QByteArray("(true,)"));
     QCOMPARE(desk.ask("m4", "supplyMileage"), QByteArray("(8,)"));
@@ -588,7 +588,7 @@ void tst_Simulator::errorGivesWayToTheOneThatStands()
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(10,)"));
     desk.act("m4", "set", "('printerLid', <false>)");
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(20,)"));
-    // A measurement does not find what is not there.
+    // A measurement does not find media that are not loaded.
     desk.ask("m4", "refreshSensors");
     QCOMPARE(desk.ask("m4", "supplySensor"), QByteArray("(uint32 0,)"));
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(20,)"));
@@ -603,7 +603,7 @@ void tst_Simulator::handedOverErrorOutlivesTheLid()
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(99,)"));
     desk.act("m4", "set", "('printerLid', <true>)");
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(10,)"));
-    // Taking back what was handed over does not close the lid.
+    // Setting the error code back to 0 does not close the lid.
     QCOMPARE(desk.ask("m4", "emitError", "(0,)"), QByteArray("(true,)"));
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(10,)"));
 }
@@ -635,7 +635,7 @@ void tst_Simulator::handedOverCodeStandsBelowTheOthers()
     desk.act("m4", "set", '(' + good + ')');
     QCOMPARE(desk.ask("m4", query), QByteArray("(99,)"));
 
-    // Taken back while another one stands, it does not return.
+    // A code that is set back to 0 while another condition exists does not return.
     desk.act("m4", "set", '(' + bad + ')');
     desk.ask("m4", handOver, "(0,)");
     QCOMPARE(desk.ask("m4", query), code);
@@ -692,7 +692,7 @@ void tst_Simulator::jobsPrintOneAfterAnotherAndComplete()
     QCOMPARE(desk.ask("m4", "getPrinterStatus", "('labelprinter',)"), QByteArray("(2,)"));
     QVERIFY(desk.hears("M4_PrintQueueComplete", "(2,)"));
     QCOMPARE(desk.count("M4_M4PrintDone"), 5);
-    // Each is cut.
+    // The cutter cuts each label.
     QVERIFY(desk.hears("M4_M4CutterHome", "(true,)", 2));
     QCOMPARE(desk.ask("m4", "getPrinterStatus", "('labelprinter',)"), QByteArray("(1,)"));
 
@@ -898,7 +898,7 @@ void tst_Simulator::lowRibbonsMakeAlertsOfTheirOwn()
     QVERIFY(desk.hears("M4_Alert", "(21,)"));
     desk.act("supplyd", "set", "('ribbon2Percent', <5>)");
     QVERIFY(desk.hears("M4_Alert", "(22,)"));
-    // The first one still is.
+    // Ribbon 1 is still low.
     desk.forget();
     desk.act("supplyd", "set", "('ribbon2Percent', <50>)");
     QVERIFY(desk.hears("M4_Alert", "(21,)"));
@@ -974,7 +974,7 @@ void tst_Simulator::loadingIsAnnouncedByBothDaemons()
              QByteArray("(['#000000', '#c8102e'],)"));
     QCOMPARE(desk.ask("supplyd", "supplyRibbon2RGBs", "('',)"), QByteArray("(['#000000'],)"));
 
-    // The tags say the same whenever they are read.
+    // The tags contain the same whenever they are read.
     desk.forget();
     QCOMPARE(desk.ask("m4", "rfidTest"), QByteArray("(true,)"));
     QVERIFY(desk.hears("M4_M4SupplyID", "('TAP-050-YE',)"));
@@ -1091,7 +1091,7 @@ static quint32 bigEndian(const QByteArray &bytes, int at)
     return bytes.mid(at, 4).toHex().toUInt(nullptr, 16);
 }
 
-// Every chunk is whole, and the last one is the end.
+// Returns true if every chunk is complete and the last one is IEND.
 static bool isPng(const QByteArray &bytes)
 {
     int at = 8;
@@ -1200,7 +1200,7 @@ void tst_Simulator::recordSaysWhatTheQueriesSay()
                  printer.supplyRibbonTension(ribbons.at(0), panel, sku));
     }
 
-    // The same from the catalogue alone, which knows nothing of what is loaded.
+    // The same from the catalogue alone, whatever is loaded.
     const SupplyInformation other = printer.supplyInformationBySKUs(
         "TAP-025-OR", QStringList("RIB-110-BK-RESIN"));
     QCOMPARE(other.text1, QString("TAP-025-OR"));
@@ -1213,7 +1213,7 @@ void tst_Simulator::recordSaysWhatTheQueriesSay()
 void tst_Simulator::noticesAreAnswered()
 {
     Desk desk({ "supplyd" });
-    // It has said once that it is ready, before it answers anything.
+    // The daemon has already announced once that it is ready before it replies to the first call.
     desk.ask("supplyd", "supplyId");
     desk.forget();
     QCOMPARE(desk.ask("supplyd", "supplyModuleReady", "(1, 2, 'screen')"), QByteArray("()"));

@@ -11,7 +11,7 @@
 using namespace Contract;
 using namespace Expected;
 
-// What a simulated daemon shows on the bus is what the descriptions of the interfaces say.
+// A simulated daemon exports on the bus exactly the interfaces that the descriptions declare.
 class tst_SimulatorContract : public QObject
 {
     Q_OBJECT
@@ -51,11 +51,11 @@ void tst_SimulatorContract::objectIsAsDescribed()
     const WireMessage reply = desk.peer().call("org.hnipc." + daemon, path,
                                                "org.freedesktop.DBus.Introspectable", "Introspect");
     QCOMPARE(int(reply.type), int(WireMessage::MethodReturn));
-    // The text of a body that is one string: ('...\n...',)
+    // The content of a body with one string: ('...\n...',)
     const QByteArray text = reply.body.mid(2, reply.body.size() - 5).replace("\\n", "\n");
     const QMap<QByteArray, Members> live = interfacesIn(text);
 
-    // Beside the contract, an object has what Qt gives to every object.
+    // Besides the interfaces of the contract, an object has those that Qt adds to every object.
     QList<QByteArray> interfaces = { interface, "org.freedesktop.DBus.Introspectable",
                                      "org.freedesktop.DBus.Peer",
                                      "org.freedesktop.DBus.Properties" };

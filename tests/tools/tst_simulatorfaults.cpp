@@ -16,7 +16,7 @@
 #include <csignal>
 #include <thread>
 
-// What a client sees of each fault that a simulated daemon can be given.
+// How a client sees each fault that can be set in a simulated daemon.
 class tst_SimulatorFaults : public QObject
 {
     Q_OBJECT
@@ -61,13 +61,13 @@ void tst_SimulatorFaults::delayedAnswerHoldsUpNobodyElse()
     desk.act("m4", "fault", "('getError', 'delay', <3000>)");
     desk.act("m4", "set", "('error', <7>)");
     const QDBusPendingCall late = callLater("getError");
-    // The bus has it when it answers what came behind it.
+    // The bus has received the call when it replies to a later one.
     QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("org.hnipc.m4"));
     QCOMPARE(desk.ask("m4", "getAlert"), QByteArray("(0,)"));
     desk.act("m4", "set", "('error', <8>)");
     QVERIFY(!late.isFinished());
     QVERIFY(waitUntil([&late]() { return late.isFinished(); }));
-    // What it was when the call was carried out.
+    // The value at the time when the daemon carried out the call.
     QCOMPARE(late.reply().arguments(), QVariantList { 7 });
 }
 
@@ -85,7 +85,7 @@ void tst_SimulatorFaults::missingAnswerHoldsUpNobodyElse()
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
 }
 
-// What ends the wait is the end of the daemon, while the client stands in its call.
+// The wait ends only when the daemon is killed, while the client blocks in its call.
 void tst_SimulatorFaults::clientWaitsForAMissingAnswer()
 {
     Desk desk({ "m4" });
@@ -129,7 +129,7 @@ void tst_SimulatorFaults::errorIsTheOneThatWasAskedFor()
         QCOMPARE(answer.body, QByteArray("('try later',)"));
         QCOMPARE(printer.getError(), 0);
     }
-    // The call is not carried out.
+    // The daemon does not carry out the call.
     desk.act("m4", "fault", "('setDac', 'error', <'org.example.Busy'>)");
     QVERIFY(desk.act("m4", "faults").contains("'setDac error org.example.Busy"));
     QVERIFY(!printer.setDac(1));
@@ -201,11 +201,11 @@ void tst_SimulatorFaults::daemonDiesInTheMiddleOfACall()
     QCOMPARE(desk.daemon("m4").exitCode(), 1);
     QVERIFY(!printer.cutterHome());
 
-    // The client hears the one that comes after it.
+    // The client receives the signals of the restarted daemon.
     desk.start("m4");
     QVERIFY(waitUntil([&printer]() { return printer.cutterHome(); }));
 
-    // And its call comes back with the value on failure when that one dies of it.
+    // Its call returns the value on failure when the restarted daemon dies during the call.
     desk.act("m4", "fault", "('cutterHome', 'die', <''>)");
     QVERIFY(!printer.cutterHome());
     QVERIFY(waitUntil([&desk]() { return desk.daemon("m4").hasEnded(); }));
@@ -220,7 +220,8 @@ void tst_SimulatorFaults::faultOfEveryMember()
     QCOMPARE(desk.ask("m4", "getError"), error);
     QCOMPARE(desk.ask("m4", "setDac", "(uint32 1,)"), error);
     QCOMPARE(desk.ask("m4", "sendMCCMessage", "(1, 2, 'x')"), error);
-    // The library's own operations, too; the world stays what it was.
+    // The fault also applies to the library's own operations. The simulated printer stays
+    // unchanged.
     QCOMPARE(desk.ask("m4", "pulseM4PrintDoneSignal"), error);
     QCOMPARE(desk.act("m4", "set", "('dac0', <uint32 4>)"), QByteArray("()"));
     QVERIFY(desk.hears("M4_M4Dac0", "(uint32 4,)"));
@@ -236,7 +237,7 @@ void tst_SimulatorFaults::faultOfOneMemberComesBeforeThatOfAll()
     QCOMPARE(desk.ask("m4", "gap"), QByteArray("org.example.All: ('all',)"));
 }
 
-// An operation announces by operations of its own, which nobody called.
+// To emit a signal, an operation uses operations of its own, which no client has called.
 void tst_SimulatorFaults::faultIsNotForThePartsOfACall()
 {
     Desk desk({ "m4" });
@@ -293,20 +294,20 @@ void tst_SimulatorFaults::floodArrivesWholeAndStopsNoCall()
     Desk desk({ "m4" });
     WireMonitor monitor;
     QCOMPARE(desk.act("m4", "flood", "('M4PrintDone', uint32 40000)"), QByteArray("()"));
-    // Held early, so that the call is there while most are still to come, but not before there
-    // would be a queue that the bus has not taken.
+    // Halted early, so that most signals are still to be sent when the call arrives, but not before
+    // there is a queue of signals that the bus has not read.
     QVERIFY(desk.hears("M4_M4PrintDone", "()", 2000));
     const pid_t process = desk.daemon("m4").id();
     QCOMPARE(kill(process, SIGSTOP), 0);
     const QDBusPendingCall inTheMiddle = callLater("getError");
-    // The bus has it, too.
+    // The bus has received the call, too.
     QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("org.hnipc.m4"));
     QCOMPARE(kill(process, SIGCONT), 0);
     QVERIFY(desk.hears("M4_M4PrintDone", "()", count));
     QVERIFY(waitUntil([&inTheMiddle]() { return inTheMiddle.isFinished(); }));
 
-    int asked = -1;     // the number of signals that went before the call
-    QList<int> answers; // and before each answer
+    int asked = -1;     // the number of signals before the call
+    QList<int> answers; // and before each reply
     int flooded = 0;
     for (const WireMessage &message : monitor.take()) {
         if (message.type == WireMessage::Signal && message.member == "M4_M4PrintDone") {
@@ -319,13 +320,15 @@ void tst_SimulatorFaults::floodArrivesWholeAndStopsNoCall()
     }
     QCOMPARE(flooded, count);
     QCOMPARE(int(answers.size()), 1);
-    // A portion is 500; what was on its way when the call came goes before the answer.
+    // The daemon sends 500 signals at a time. Signals that were sent before the call arrived
+    // precede the reply.
     QVERIFY2(
         asked >= 0 && answers.first() - asked <= 3 * 500,
         qPrintable(QString("asked after %1, answered after %2").arg(asked).arg(answers.first())));
 }
 
-// Whether nothing more of a flood comes: it would between one of so many calls and its signal.
+// Returns true if no further signal of a flood arrives: one would arrive between one of these calls
+// and its signal.
 static bool isEnded(Desk *desk, const QByteArray &flooded)
 {
     int before = -1;
@@ -359,7 +362,7 @@ void tst_SimulatorFaults::floodEndsTheOneBefore()
     Desk desk({ "m4" });
     desk.act("m4", "flood", "('M4PrintDone', uint32 4000000000)");
     QVERIFY(desk.hears("M4_M4PrintDone", "()", 1000));
-    // One that cannot be ends nothing.
+    // A flood that is refused does not end the current one.
     QVERIFY(desk.act("m4", "flood", "('M4', uint32 1)").startsWith("org.hnipc.Simulator.Error"));
     QVERIFY(desk.hears("M4_M4PrintDone", "()", desk.count("M4_M4PrintDone") + 1000));
     QCOMPARE(desk.act("m4", "flood", "('M4Dac0', uint32 1500)"), QByteArray("()"));
@@ -371,7 +374,7 @@ void tst_SimulatorFaults::floodEndsTheOneBefore()
 void tst_SimulatorFaults::malformedRecord_data()
 {
     QTest::addColumn<QByteArray>("signature");
-    QTest::addColumn<int>("fields"); // how many of the first the client gets
+    QTest::addColumn<int>("fields"); // how many fields of the first record the client receives
 
     const QByteArray whole = "sasdisdisisisdiayddiiiddddasavavavavav";
     QTest::newRow("short") << QByteArray("(sasdis)") << 5;

@@ -94,7 +94,7 @@ const char scenario[] = R"({
 }
 )";
 
-// A file with some text, in which @p from has been replaced, once.
+// A file with this text, in which @p from has been replaced once.
 class File
 {
 public:
@@ -121,7 +121,7 @@ private:
     QTemporaryDir m_directory;
 };
 
-// A text of a file that is replaced, and what is said then.
+// A replacement in the text of a file, and the message that it causes.
 struct Change
 {
     const char *name, *from, *to, *message;
@@ -138,7 +138,7 @@ void addRows(std::initializer_list<Change> changes)
     }
 }
 
-// What follows "expected JSON" are the words of Qt.
+// After "expected JSON: " the message continues in the words of Qt.
 bool isRefusal(const Outcome &outcome, const File &file, const QByteArray &message)
 {
     const QByteArray expected = "hnipc-simulator: " + file.path().toLocal8Bit() + ':' + message;
@@ -227,7 +227,7 @@ void tst_SimulatorProgram::busHasToBeNamed()
     }
 }
 
-// On a bus of its own at the place of the system bus, in a mount namespace where no other is.
+// On a private bus at the path of the system bus, in a mount namespace without another bus.
 void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -497,12 +497,12 @@ void tst_SimulatorProgram::actsComeInTheOrderOfTheirTimes()
         return heard.contains("M4_M4BMark") && heard.contains("M4_PrintQueueComplete")
             && heard.contains("M4_M4Gap");
     }));
-    // The job, which takes its time, is done in between.
+    // The job takes time, and is done between the two acts.
     QVERIFY(heard.indexOf("M4_M4BMark") < heard.indexOf("M4_PrintQueueComplete"));
     QVERIFY(heard.indexOf("M4_PrintQueueComplete") < heard.indexOf("M4_M4Gap"));
 }
 
-// One act of each kind, each refused or seen.
+// One act of each kind. The test sees the refusal or the effect of each.
 void tst_SimulatorProgram::scenarioOfEveryDaemonHasEveryAct()
 {
     const char everyAct[] = R"({ "name": "All", "about": "All acts.", "acts": [
@@ -726,7 +726,7 @@ void tst_SimulatorProgram::valueIsNestedTooDeep()
     QCOMPARE(outcome.code, 8);
 }
 
-// A fault behind a comment is reported at its true place, and a string has no comments.
+// A fault after a comment is reported on its true line, and strings contain no comments.
 void tst_SimulatorProgram::commentsAreSkipped()
 {
     const QByteArray comments = "// one \"line\", /* and no more\n"
