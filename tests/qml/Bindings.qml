@@ -16,6 +16,6 @@ QtObject {
     readonly property int errorCode: printer.qmlPrintEngineErrorCode
     readonly property int alertCode: printer.qmlPrintEngineAlertCode
     readonly property int battery: printer.qmlBatteryStatus
-    // A second reader of the value, which asks nobody.
+    // A second user of the value, which calls no daemon.
     readonly property string percentText: supplyPercent + " %"
 }

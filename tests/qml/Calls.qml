@@ -5,7 +5,7 @@ import HNIPC 1.0
 QtObject {
     id: root
 
-    property HNIPCEvents made: null // by C++
+    property HNIPCEvents made: null // created by C++
     property string result
     property Connections connections: Connections {
         target: HNIPCEvents.handlersOf(root.made)

@@ -7,7 +7,7 @@ QtObject {
 
     property string log
     property string changes
-    property string atFinish // what is bound, in the handler of finished()
+    property string atFinish // bound values, in the handler of finished()
     property HNIPCRequest request: HNIPCRequest {
         id: request
 

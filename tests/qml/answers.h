@@ -6,7 +6,7 @@
 
 #include <QtTest/QTest>
 
-// A daemon's reply, and its value in JavaScript: the same in a request and in a reading.
+// A daemon's reply, and its value in JavaScript, which is the same in a request and in a reading.
 struct ReadableAnswer
 {
     const char *name;
@@ -37,7 +37,7 @@ inline void addReadableAnswers()
     }
 }
 
-// That of the record of tellingFields().
+// The value of the record of tellingFields().
 const char readableRecord
     [] = "{\"text1\":\"text \xc3\xa4 1\",\"textList1\":[\"list\",\"\",\"one\"],\"real1\":1.5,"
          "\"integer1\":101,\"text2\":\"text 2\",\"real2\":-2.25,\"integer2\":-102,"

@@ -17,7 +17,7 @@ inline QList<QByteArray> namesOf(const QByteArray &parameters)
     return parameters.isEmpty() ? QList<QByteArray>() : parameters.split(',');
 }
 
-// The signal of HNIPCEvents that QML finds a handler of.
+// The name of the signal of HNIPCEvents for which QML finds a handler.
 inline QByteArray eventTwinOf(const Expected::ClientSignal &signal)
 {
     const QByteArray name = nameOf(signal.signature);
@@ -29,7 +29,8 @@ inline QByteArray eventHandlerOf(const Expected::ClientSignal &signal)
     return "on" + nameOf(signal.signature);
 }
 
-// That of HNIPC, which has methods of some of these names.
+// The name of the signal of HNIPC, which differs because HNIPC has methods with some of these
+// names.
 inline QByteArray twinOf(const Expected::ClientSignal &signal)
 {
     const QByteArray name = nameOf(signal.signature);

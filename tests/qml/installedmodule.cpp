@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// installedmodule PATH: uses the QML module below PATH as an application does that knows nothing of
-// this library, and says which of its files are loaded then.
+// installedmodule PATH: uses the QML module below PATH, as an application that is not linked to
+// this library. Prints the paths of the library's files that were loaded.
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>

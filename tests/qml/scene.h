@@ -15,7 +15,7 @@
 #include <QtQml/QQmlExpression>
 #include <QtTest/QTest>
 
-// One QML document in an engine of its own.
+// One QML document with an engine.
 class Scene
 {
 public:
@@ -33,7 +33,7 @@ public:
                          });
     }
 
-    // Where the document is not one, the test ends with what the engine says.
+    // If the document is not valid, the test ends with the engine's errors.
     QObject *show(const QByteArray &document)
     {
         QQmlComponent component(&m_engine);
@@ -48,7 +48,7 @@ public:
         return show(component);
     }
 
-    // What the engine has against the document.
+    // The engine's errors about the document.
     QByteArray refusal(const QByteArray &document)
     {
         QQmlComponent component(&m_engine);
@@ -59,7 +59,8 @@ public:
         return component.errorString().toUtf8();
     }
 
-    // What JavaScript has in hand, as JSON: "undefined" for nothing, "TypeError: ..." for an error.
+    // The value of a JavaScript expression, as JSON: "undefined" for no value, "TypeError: ..." for
+    // an error.
     QByteArray js(const QByteArray &expression)
     {
         QQmlExpression evaluation(qmlContext(m_root.data()), m_root.data(),

@@ -10,7 +10,7 @@
 
 using namespace Expected;
 
-// Requests that JavaScript makes while the document runs, and single calls.
+// Requests that JavaScript creates while the document runs, and single calls.
 class tst_QmlCalls : public QObject
 {
     Q_OBJECT
@@ -76,7 +76,7 @@ static void collect(Scene &scene)
 
 void tst_QmlCalls::pendingRequestsAreNotCollected()
 {
-    const int count = 32; // as many as are in flight at a time
+    const int count = 32; // the limit of calls at a time
     FakeDaemons daemons;
     daemons[M4].hold("calibrateSupply");
     Scene scene;
@@ -323,7 +323,7 @@ void tst_QmlCalls::callerGoesFirst()
     QVERIFY(other->findChild<HNIPCRequest *>());
     delete other.data();
     daemons[M4].answerHeld(0, "(true,)");
-    // A later call has its answer, so the earlier one would have had it.
+    // A later call has its reply, so a reply to the earlier one would have arrived.
     daemons[M4].answer("calibrateSupply", "(true,)");
     scene.js("call('calibrateSupply', [], keep)");
     QVERIFY(isAnswered(scene));
@@ -363,12 +363,13 @@ void tst_QmlCalls::engineGoesFirst()
         QVERIFY(waitUntil([&]() { return daemons[M4].held() == 2; }));
     }
     daemons[M4].answerHeld(1, "(true,)");
-    // The request belongs to the object, which lives, so it finishes and is deleted.
+    // The request belongs to the object, which still exists, so it finishes and is deleted.
     QVERIFY(waitUntil([&]() { return !root->findChild<HNIPCRequest *>(); }));
     QCOMPARE(calls, 1);
 }
 
-// Every fourth screen goes at once, with all at work; the others when all is known.
+// Every fourth screen is destroyed at once, with all its calls pending; the others when all their
+// values are known.
 void tst_QmlCalls::screensComeAndGo()
 {
     FakeDaemons daemons;
@@ -408,10 +409,10 @@ void tst_QmlCalls::screensComeAndGo()
     QVERIFY(show(200, 1000));
     const long perScreen = (heapInUse() - before) / 800;
     QVERIFY2(perScreen < 200,
-             QByteArray::number(qlonglong(perScreen)).constData()); // below any object
+             QByteArray::number(qlonglong(perScreen)).constData()); // less than any object
     QCOMPARE(int(scene.root()->findChildren<QObject *>().size()), children);
     WireMonitor monitor;
-    QVERIFY(show(0, 100)); // after the heap was counted, which has what the monitor keeps
+    QVERIFY(show(0, 100)); // after the heap was measured, because the monitor keeps data there
     int subscriptions = 0;
     const QList<WireMessage> messages = monitor.take();
     for (const WireMessage &message : messages) {
@@ -420,7 +421,7 @@ void tst_QmlCalls::screensComeAndGo()
     QCOMPARE(subscriptions, 0);
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 
-    // And the one that stayed is right.
+    // The remaining screen still works.
     scene.js("load(" + url + ")");
     QVERIFY(waitUntil(isComplete));
     QVERIFY(daemons.emitSignal(M4, "M4_M4PrinterLid", "(false,)"));

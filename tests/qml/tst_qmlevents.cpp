@@ -9,7 +9,7 @@
 
 using namespace Expected;
 
-// The events of the daemons in a document, from an object that waits for no daemon.
+// The events of the daemons in a document, from an object that does not wait for daemons.
 class tst_QmlEvents : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ static QByteArray json(const QVariantList &values)
     return QJsonDocument(QJsonArray::fromVariantList(values)).toJson(QJsonDocument::Compact);
 }
 
-// The next one of the same daemon, which arrives after this one.
+// The next signal of the same daemon, which arrives after this one.
 static const ClientSignal &successorOf(int row)
 {
     int other = row;
@@ -127,7 +127,7 @@ void tst_QmlEvents::eventsOfARestartedDaemonArrive()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-// The blocking client introspects them, and stands still until they reply.
+// The blocking client would introspect the daemons, and block until they reply.
 void tst_QmlEvents::daemonsThatDoNotReplyDelayNothing()
 {
     FakeDaemons daemons;
@@ -215,7 +215,7 @@ void tst_QmlEvents::objectOfCppHasHandlers()
             scene.js("all = []");
         }
     }
-    // Each document has the same ones.
+    // All documents share the same handlers.
     QCOMPARE(scene.js("HNIPCEvents.handlersOf(made) === connections.target"), QByteArray("true"));
     scene.engine().collectGarbage();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -230,7 +230,7 @@ void tst_QmlEvents::handlersOfAnythingElse()
     QCOMPARE(scene.js("HNIPCEvents.handlersOf(events) === events"), QByteArray("true"));
     QCOMPARE(scene.js("[HNIPCEvents.handlersOf(null), HNIPCEvents.handlersOf(root)]"),
              QByteArray("[null,null]"));
-    // One that C++ has created stays its own.
+    // An object that was created by C++ stays a separate one.
     QQmlComponent component(&scene.engine());
     component.setData("import HNIPC 1.0\nHNIPCEvents {}", QUrl());
     const QScopedPointer<QObject> made(component.create());

@@ -14,7 +14,8 @@
 
 using namespace Expected;
 
-// The client class as QML has it: by the module, or as an object that the application made known.
+// The client class in QML: from the module, or as an object that the application has set as a
+// context property.
 class tst_QmlModule : public QObject
 {
     Q_OBJECT
@@ -65,7 +66,8 @@ void tst_QmlModule::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_QmlModule::init() { m_daemons->takeCalls(); }
 
-// The first of all, since what a module registers is known to every engine of the process.
+// This test runs first, because types that a module registers are known to every engine of the
+// process.
 void tst_QmlModule::librariesRegisterNothing()
 {
     HNIPC client;
@@ -82,7 +84,7 @@ void tst_QmlModule::librariesRegisterNothing()
         const QByteArray type = meta->className();
         const QByteArray unknown = Scene(false).refusal("import QtQml 2.15\n" + type + " {}");
         QVERIFY2(unknown.contains(type + " is not a type"), unknown.constData());
-        for (int i = 0; i < meta->classInfoCount(); ++i) { // where Qt 6 has what QML is to know
+        for (int i = 0; i < meta->classInfoCount(); ++i) { // Qt 6 keeps data for QML there
             QVERIFY(!QByteArray(meta->classInfo(i).name()).startsWith("QML"));
         }
     }

@@ -191,7 +191,7 @@ void tst_QmlProperties::twoClientsReadEachForThemselves()
     const QByteArray lids = scene.js("lids");
     QVERIFY2(lids == "\"12\"" || lids == "\"21\"", lids.constData());
 
-    // One that goes takes nothing from the other.
+    // Deleting one client does not affect the other one.
     delete scene.root()->property("second").value<QObject *>();
     QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(9,)"));
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));

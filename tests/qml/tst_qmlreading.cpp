@@ -9,7 +9,7 @@
 
 using namespace Expected;
 
-// Values that keep themselves current, in a document.
+// Readings in a document: their values follow the daemons.
 class tst_QmlReading : public QObject
 {
     Q_OBJECT
@@ -269,7 +269,7 @@ void tst_QmlReading::otherParametersAreReadWith_data()
                                          "supplyInformationBySKUs('a', ['b', 'c'], '')",
                                          "supplyInformationBySKUs('a', ['b', 'd'], '')"
                                      };
-    QTest::newRow("another type") // of an overload, and equal as a variant of Qt 5
+    QTest::newRow("another type") // from an overload, and equal as a variant of Qt 5
         << QByteArray("sendMCCMessage") << QByteArray("[1, 2, '3']") << QByteArray("[1, 2, 3]")
         << QList<QByteArray> { "sendMCCMessage(1, 2, '3')", "sendMCCMessage(1, 2, uint64 3)" };
 }

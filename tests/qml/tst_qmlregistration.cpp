@@ -8,8 +8,8 @@
 
 using namespace Expected;
 
-// The guide's screen of QtQuick 1, with the classes as the application registers them: without the
-// module. Qt 5 and 6 read all of it but the version of the first import.
+// The QtQuick 1 screen of the guide, with classes that the application registers, without the
+// module. Qt 5 and 6 accept all of it but the version of the first import.
 class tst_QmlRegistration : public QObject
 {
     Q_OBJECT

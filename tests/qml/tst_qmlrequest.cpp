@@ -14,7 +14,7 @@
 
 using namespace Expected;
 
-// Calls that do not block, and which daemons are there, in a document.
+// Calls that do not block, and the availability of the daemons, in a document.
 class tst_QmlRequest : public QObject
 {
     Q_OBJECT
@@ -283,7 +283,7 @@ void tst_QmlRequest::everythingIsFreshWhenItFinishes_data()
     QTest::newRow("refused") << QByteArray() << QByteArray("[\"refused: lid open\",null,false]");
 }
 
-// Each time with what it was before the other way round.
+// Each time after a request with another outcome.
 void tst_QmlRequest::everythingIsFreshWhenItFinishes()
 {
     QFETCH(QByteArray, reply);

@@ -7,8 +7,8 @@
 
 using namespace Expected;
 
-// The screen of the examples: what it shows is never more than what is known. Its session in the
-// manual has the ordinary course.
+// The screen of the examples never shows values that are not known. The session in the manual tests
+// the usual use.
 class tst_QmlScreen : public QObject
 {
     Q_OBJECT

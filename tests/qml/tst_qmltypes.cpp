@@ -52,7 +52,7 @@ QByteArray toolsType(const QByteArray &type)
     return name;
 }
 
-// A line a member: "signal M4Gap(uint value)", "int getError()", "property double x read-only".
+// One member per line: "signal M4Gap(uint value)", "int getError()", "property double x read-only".
 typedef QList<QByteArray> Members;
 
 QByteArray member(const QByteArray &kind, const QByteArray &name, const QList<QByteArray> &types,
@@ -71,7 +71,7 @@ QList<QByteArray> typesOf(const QByteArray &signature)
     return namesOf(signature.mid(open + 1, signature.size() - open - 2));
 }
 
-// Those of a handler, to which a list of strings is an Array.
+// The parameter types of a handler. For a handler, a list of strings is an Array.
 QList<QByteArray> handlerTypesOf(const QByteArray &signature)
 {
     QList<QByteArray> types = typesOf(signature);
@@ -109,7 +109,7 @@ Members metaMembers(const QMetaObject &meta)
 
 } // namespace
 
-// What editors and qmllint are told of the module.
+// The type description of the module, for editors and qmllint.
 class tst_QmlTypes : public QObject
 {
     Q_OBJECT
@@ -172,7 +172,7 @@ private:
     }
 
     QTemporaryDir m_directory;
-    QMap<QByteArray, QByteArray> m_components; // their text, by name
+    QMap<QByteArray, QByteArray> m_components; // text by name
     QMap<QByteArray, Members> m_members;
 };
 
@@ -373,7 +373,7 @@ void tst_QmlTypes::documentsOfTheTestsAreClean()
     for (const char *document : documents) {
         QCOMPARE(lint(pathOf(document), compiler), QByteArray());
     }
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) // the linter of Qt 5 knows no inline components
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) // the linter of Qt 5 does not know inline components
     QCOMPARE(lint(QString::fromLatin1(HNIPC_QML_EXAMPLE)), QByteArray());
 #endif
 }
@@ -390,7 +390,7 @@ void tst_QmlTypes::everyMemberIsKnown()
     for (const ClientSignal &signal : clientSignals) {
         text += "    " + handlerOf(signal) + ": function(" + signal.parameters + ") {}\n";
     }
-    // A function each, because qmllint stops looking after the first that it does not know.
+    // One function each, because qmllint stops at the first name that it does not know.
     int functions = 0;
     const auto use = [&](const QByteArray &parameters, const QByteArray &expression) {
         text += "\n    function use" + QByteArray::number(++functions) + '(' + parameters
