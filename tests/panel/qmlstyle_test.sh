@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 #
 # qmlstyle_test.sh DIRECTORY MODULES...: Qt 6's linter reports nothing about the QML files in the
-# directory. It reads the types of the modules in MODULES. scripts/lint does the checks without
+# directory. It reads the types of the modules in MODULES. scripts/lint runs the checks without
 # types.
 
 set -euo pipefail

@@ -17,11 +17,11 @@
 
 #include <cmath>
 
-// The front panel in a window, with somebody who looks at it and touches it.
+// The front panel in a window, with methods to read it, touch it and type.
 class Screen
 {
 public:
-    // Times are those of Panel.qml, by their names, in milliseconds.
+    // The times are those of Panel.qml, by their names, in milliseconds.
     explicit Screen(const QSize &size = QSize(800, 480), const QVariantMap &times = {})
     {
         m_view.setResizeMode(QQuickView::SizeRootObjectToView);
@@ -34,7 +34,7 @@ public:
         m_view.requestActivate();
         const auto isThere = [&]() {
             return m_view.isExposed() && m_view.isActive()
-                && m_view.rootObject()->property("listening").toBool(); // else events are not told
+                && m_view.rootObject()->property("listening").toBool(); // else events are not shown
         };
         if (!waitUntil(isThere)) {
             qFatal("there is no screen");
@@ -43,7 +43,7 @@ public:
 
     QQuickView &view() { return m_view; }
 
-    // By the names of items, outer ones first: "supply/name".
+    // The item at a path of names, outer ones first: "supply/name".
     QQuickItem *item(const QString &path) const
     {
         QQuickItem *result = itemIfAny(path);
@@ -59,7 +59,7 @@ public:
         return shown && shown->isVisible();
     }
 
-    // Without the mark for good or bad.
+    // The text without the mark for good or bad.
     QString text(const QString &path) const
     {
         QString result = item(path)->property("text").toString();
@@ -75,7 +75,7 @@ public:
 
     QString color(const QString &path) const { return colorOf(item(path)).name(); }
 
-    // The colours of a roll, as they are painted, with the "?" of those that are none.
+    // The colours of a roll, as they are painted, and the "?" of entries that are not colours.
     QStringList swatches(const QString &roll) const
     {
         QStringList result;
@@ -134,7 +134,7 @@ public:
 
     void type(Qt::Key key) { QTest::keyClick(&m_view, key); }
 
-    // Goes there with Tab, as long as there is anywhere to go.
+    // Presses Tab until the item has the focus, at most 20 times.
     bool tabTo(const QString &path)
     {
         for (int i = 0; i < 20 && !item(path)->hasActiveFocus(); ++i) {
@@ -156,11 +156,11 @@ public:
         return done;
     }
 
-    // What a person could not read: text that leaves its place or covers another one, or that has
-    // too little contrast.
+    // Faults that make the page hard to read: text that leaves its place, covers another text, or
+    // has too little contrast.
     QString faults()
     {
-        if (!renders(1)) { // places follow from what is shown only then
+        if (!renders(1)) { // the items are placed only when the window is shown
             return "nothing is painted";
         }
         QStringList result;
@@ -176,7 +176,7 @@ public:
             const QQuickItem *list = ancestor(text, "QQuickListView");
             const QQuickItem *card = ancestor(text, "QQuickRectangle");
             QRectF place = text->mapRectToItem(card, ink);
-            if (list) { // which is cut off at its end, and scrolls
+            if (list) { // a list clips its end, and scrolls
                 place.setTop(0);
                 place.setBottom(1);
             }
@@ -203,8 +203,8 @@ public:
         return result.join('\n');
     }
 
-    // What a picture of the screen lacks of what its items say: the colours of the texts and of the
-    // rolls, each at its place.
+    // The items whose colour is missing at their place in a picture of the screen: texts and
+    // colours of rolls.
     QString missingInPicture() const
     {
         const auto grab = m_view.rootObject()->grabToImage();
@@ -219,7 +219,7 @@ public:
             const QQuickItem *list = ancestor(text, "QQuickListView");
             const QRectF place = text->mapRectToScene(inkOf(text));
             if (list && !contains(list->mapRectToScene(list->boundingRect()), place)) {
-                continue; // cut off
+                continue; // clipped
             }
             if (!has(picture, place.toAlignedRect(), colorOf(text))) {
                 result += nameOf(text);
@@ -237,7 +237,7 @@ public:
         return result.join('\n');
     }
 
-    // On the page that is in front.
+    // The texts on the page or sheet in front.
     QList<QQuickItem *> shownTexts() const
     {
         QList<QQuickItem *> result;
@@ -245,7 +245,7 @@ public:
         for (QQuickItem *text : all(m_view.rootObject())) {
             if (text->inherits("QQuickText") && text->isVisible()
                 && !text->property("text").toString().isEmpty()
-                && text->objectName() != "sign" // which is no text
+                && text->objectName() != "sign" // a symbol, not text
                 && (!sheet || sheet->isAncestorOf(text) || item("header")->isAncestorOf(text))) {
                 result += text;
             }
@@ -259,7 +259,7 @@ public:
         return (qMax(x, y) + 0.05) / (qMin(x, y) + 0.05);
     }
 
-    // An item and all in it.
+    // An item and all its descendants.
     static QList<QQuickItem *> all(QQuickItem *item)
     {
         QList<QQuickItem *> result = { item };
@@ -292,7 +292,8 @@ private:
             + text->property("text").toString().left(40) + '"';
     }
 
-    // A thin letter may have none of its colour unmixed.
+    // The pixels of a thin letter may all be mixed with the background, so a similar colour is
+    // enough.
     static bool has(const QImage &picture, const QRect &place, const QColor &color)
     {
         const QRect seen = place.intersected(picture.rect());
@@ -333,7 +334,7 @@ private:
         return outer.adjusted(-0.5, -0.5, 0.5, 0.5).contains(inner);
     }
 
-    // Where a text has its letters.
+    // The place of the letters of a text.
     static QRectF inkOf(const QQuickItem *text)
     {
         const double width = text->property("paintedWidth").toDouble();

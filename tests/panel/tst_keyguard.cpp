@@ -13,8 +13,8 @@
 
 #include <memory>
 
-// The keys of a keyboard and of a scanner, and those of them that a window receives. To see that it
-// has not received one, each test waits for a later key.
+// The keys of a keyboard and of a scanner, and which of them a window receives. To see that the
+// window has not received a key, each test waits for a later key.
 class tst_KeyGuard : public QObject
 {
     Q_OBJECT
@@ -44,7 +44,7 @@ private:
     std::unique_ptr<Window> m_window;
 };
 
-// Writes down its keys, as in "+F2 -F2".
+// Records its keys, as in "+F2 -F2".
 class tst_KeyGuard::Window : public QWindow
 {
 public:
@@ -78,7 +78,8 @@ void tst_KeyGuard::init()
     QVERIFY(waitUntil([this]() { return m_window->isExposed() && m_window->isActive(); }));
 }
 
-// All at once, by a keyboard that has a key for each character, and some that have no text.
+// Sends all keys at once, like a keyboard that has a key for each character. Some keys have no
+// text.
 void tst_KeyGuard::scan(const QString &text)
 {
     for (const QChar character : text) {
@@ -96,8 +97,8 @@ void tst_KeyGuard::scan(const QString &text)
     }
 }
 
-// Presses the key as a person does, who takes time before and after, until it arrives, and takes it
-// out of what has arrived.
+// Presses a key as a person does, with pauses before and after, until the window receives it. Then
+// removes it from the received keys.
 bool tst_KeyGuard::arrives(Qt::Key key)
 {
     const QString name = QKeySequence(key).toString();
@@ -161,7 +162,7 @@ void tst_KeyGuard::keyThatPressesArrivesOnce()
     QFETCH(QString, name);
     QTest::keyPress(m_window.get(), Qt::Key(key));
     QVERIFY(waitUntil([this]() { return m_window->keys.size() >= 2; }));
-    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, QString(), true); // it is held
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, QString(), true); // key is held
     QCoreApplication::sendEvent(m_window.get(), &release);
     QKeyEvent again(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
     QCoreApplication::sendEvent(m_window.get(), &again);
@@ -191,7 +192,7 @@ void tst_KeyGuard::keyThatMovesArrivesAtOnce_data()
     QTest::newRow("Escape") << int(Qt::Key_Escape) << "Esc";
 }
 
-// The event loop does not turn meanwhile.
+// The event loop does not run meanwhile.
 void tst_KeyGuard::keyThatMovesArrivesAtOnce()
 {
     QFETCH(int, key);
@@ -199,7 +200,7 @@ void tst_KeyGuard::keyThatMovesArrivesAtOnce()
     QStringList expected = { "+" + name };
     QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
     QCoreApplication::sendEvent(m_window.get(), &press);
-    for (int i = 0; i < 3; ++i) { // it is held
+    for (int i = 0; i < 3; ++i) { // the key is held
         QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier, QString(), true);
         QCoreApplication::sendEvent(m_window.get(), &release);
         QKeyEvent again(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
@@ -213,7 +214,7 @@ void tst_KeyGuard::keyThatMovesArrivesAtOnce()
 
 void tst_KeyGuard::enterAfterText_data()
 {
-    QTest::addColumn<int>("pause"); // between the text and Enter, as a slow scanner has it
+    QTest::addColumn<int>("pause"); // between the text and Enter, as with a slow scanner
     QTest::newRow("of a scanner") << 0;
     QTest::newRow("of a slow scanner") << 500;
 }
@@ -222,7 +223,7 @@ void tst_KeyGuard::enterAfterText()
 {
     QFETCH(int, pause);
     QElapsedTimer sinceText;
-    do { // again where this machine stood still
+    do { // repeated if this machine was too slow
         m_window->keys.clear();
         QKeyEvent text(QEvent::KeyPress, Qt::Key_7, Qt::NoModifier, "7");
         QCoreApplication::sendEvent(m_window.get(), &text);
@@ -232,7 +233,7 @@ void tst_KeyGuard::enterAfterText()
     } while (sinceText.elapsed() >= 900);
     QVERIFY(arrives(Qt::Key_F9));
     QCOMPARE(m_window->keys, QStringList());
-    QVERIFY(arrives(Qt::Key_Return)); // later
+    QVERIFY(arrives(Qt::Key_Return)); // a later one arrives
 }
 
 void tst_KeyGuard::clockOfTheWindowSystemCounts_data()
@@ -244,7 +245,7 @@ void tst_KeyGuard::clockOfTheWindowSystemCounts_data()
     QTest::newRow("function key") << int(Qt::Key_F2) << "" << 200;
 }
 
-// Keys of a burst that a busy program sees late, one by one.
+// A busy program sees the keys of a burst late, one by one.
 void tst_KeyGuard::clockOfTheWindowSystemCounts()
 {
     QFETCH(int, first);
@@ -265,13 +266,13 @@ void tst_KeyGuard::clockOfTheWindowSystemCounts()
     QCOMPARE(m_window->keys, QStringList());
 }
 
-// The time of a key that waits is over while the program is busy, and the rest of the burst is in
-// the queue behind it.
+// The waiting time of a key ends while the program is busy. The rest of the burst is in the queue
+// after it.
 void tst_KeyGuard::keysThatWaitedGoFirst()
 {
     QKeyEvent press(QEvent::KeyPress, Qt::Key_F2, Qt::NoModifier);
     QCoreApplication::sendEvent(m_window.get(), &press);
-    QTimer rest; // is due after the key, and comes in the same turn
+    QTimer rest; // due after the key, in the same run of the event loop
     rest.setSingleShot(true);
     rest.setTimerType(Qt::PreciseTimer);
     QObject::connect(&rest, &QTimer::timeout, m_window.get(), [this]() { scan("PKD\r"); });
@@ -285,7 +286,7 @@ void tst_KeyGuard::keysThatWaitedGoFirst()
     QCOMPARE(m_window->keys, QStringList());
 }
 
-// The error that closes a page moves the focus to a button, which nobody has meant.
+// The error that closes a page moves the focus to a button that the user did not choose.
 void tst_KeyGuard::focusThatMovesDropsTheKey()
 {
     QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
@@ -309,7 +310,7 @@ void tst_KeyGuard::releaseWithoutPress()
 int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QTemporaryDir runtime; // Qt complains where there is none
+    QTemporaryDir runtime; // avoids a warning of Qt
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
     QGuiApplication application(argc, argv);
     tst_KeyGuard test;

@@ -33,7 +33,7 @@ const QString plain = "#e8edf2", amber = "#f2bd4b", red = "#ff8f80", green = "#7
               blue = "#8fc7ea";
 const QChar yes(0x2713), no(0x2715); // before an outcome
 
-QStringList complaints; // of the QML engine, and about the QML files
+QStringList complaints; // from the QML engine, and about the QML files
 
 QtMessageHandler printMessage = nullptr;
 
@@ -46,7 +46,7 @@ void keepComplaints(QtMsgType type, const QMessageLogContext &context, const QSt
     }
 }
 
-// The calls of this process that the daemons got, by name.
+// The names of the calls of this process that the daemons received.
 QList<QByteArray> calledMembers(WireMonitor &monitor)
 {
     QList<QByteArray> result;
@@ -65,7 +65,7 @@ QByteArray joined(const QList<QByteArray> &members)
     return sorted.join(' ');
 }
 
-// A supply daemon that says what it likes.
+// A supply daemon whose replies and signals the test chooses.
 class SupplyPeer
 {
 public:
@@ -107,7 +107,7 @@ private:
 
 } // namespace
 
-// The front panel, through the eyes and fingers of a person before it.
+// The front panel, as a user sees and touches it.
 class tst_Panel : public QObject
 {
     Q_OBJECT
@@ -202,7 +202,7 @@ private slots:
     void focusIsSeen();
 };
 
-// Qt Test has a handler of its own, so this one has to come after it.
+// Qt Test installs a handler of its own, so this one has to be installed after it.
 void tst_Panel::initTestCase() { printMessage = qInstallMessageHandler(keepComplaints); }
 
 void tst_Panel::cleanupTestCase() { qInstallMessageHandler(printMessage); }
@@ -269,7 +269,7 @@ void tst_Panel::daemonsCome()
     QCOMPARE(screen.faults(), QString());
 }
 
-// A daemon that has its name and does not reply, from the start of the panel on.
+// From the start of the panel on, a daemon owns its name and does not reply.
 void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
 {
     Desk desk(allDaemons);
@@ -293,7 +293,7 @@ void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
     QVERIFY(screen.shows("battery", "Battery 87 %"));
 }
 
-// Of the I/O expander nothing is shown, so nothing is missing.
+// The panel shows no values of the I/O expander, so no value is missing.
 void tst_Panel::hungDaemonDelaysNothingElse()
 {
     Desk desk(allDaemons);
@@ -349,12 +349,12 @@ void tst_Panel::readsThatFailAreRepeated()
     QVERIFY(screen.shows("state",
                          refuses ? "Print engine refuses to say its state"
                                  : "Print engine does not reply"));
-    QCOMPARE(screen.color("m4/text"), refuses ? green : amber); // it replies, or does not
+    QCOMPARE(screen.color("m4/text"), refuses ? green : amber); // replies, or does not
     engine.answer("getError", "(10,)");
     QVERIFY(screen.shows("state", "Stopped: lid open"));
     const int before = readings();
 
-    // Once more, of a value that was known.
+    // The same once more for a value that was known.
     engine.answer("printerLid", "(true,)");
     engine.emitSignal("/", "local.IHNIPCM4", "M4_M4PrinterLid", "(true,)");
     QVERIFY(screen.shows("lid/text", "open"));
@@ -403,7 +403,7 @@ void tst_Panel::daemonDiesAndReturns()
     QVERIFY(screen.shows(place, there));
     QCOMPARE(screen.color(daemon + "/text"), green);
 
-    // It is heard, too.
+    // Its signals are received, too.
     if (daemon == "m4") {
         desk.act("m4", "set", "('printerLid', <true>)");
         QVERIFY(screen.shows("lid/text", "open"));
@@ -674,7 +674,7 @@ void tst_Panel::clickGivesACommand_data()
     // clang-format on
 }
 
-// Whether it was given, once, and its outcome is shown.
+// Checks that the command is sent once, and that its outcome is shown.
 static void checkCommand(Screen &screen, const std::function<void()> &give)
 {
     QFETCH(QString, button);
@@ -822,7 +822,7 @@ void tst_Panel::jobIsStoppedAndPrinted()
     QVERIFY(screen.shows("buttonCancel/outcome", "job stopped"));
     screen.click("buttonPrint");
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
-    QCOMPARE(screen.text("buttonCancel/outcome"), QString()); // it is not stopped any more
+    QCOMPARE(screen.text("buttonCancel/outcome"), QString()); // the job is no longer stopped
     screen.click("buttonCancel");
     QVERIFY(screen.shows("buttonPrint/outcome", "stopped"));
     QCOMPARE(screen.mark("buttonPrint/outcome"), no);
@@ -839,7 +839,7 @@ void tst_Panel::jobIsStoppedAndPrinted()
     screen.click("question/drop");
     QVERIFY(screen.shows("buttonClear/outcome", "job dropped"));
     QVERIFY(screen.tells("Print queue is cleared"));
-    QCOMPARE(screen.text("buttonPrint/outcome"), QString("printed")); // which is the job before
+    QCOMPARE(screen.text("buttonPrint/outcome"), QString("printed")); // of the earlier job
 }
 
 void tst_Panel::jobIsStoppedByAnError()
@@ -939,14 +939,14 @@ void tst_Panel::helpHasTheKeys()
         QVERIFY(screen.isShown("help"));
         QVERIFY(screen.renders(1));
         QCOMPARE(screen.faults(), QString());
-        screen.type(Qt::Key_F3); // which is not for a button that nobody sees
+        screen.type(Qt::Key_F3); // has no effect on a button that is not visible
         QCOMPARE(screen.text("buttonFeed/outcome"), QString());
         screen.type(key);
         QVERIFY(!screen.isShown("help"));
     }
     screen.type(Qt::Key_F1);
     QVERIFY(screen.isShown("help"));
-    screen.click("buttonFeed"); // as a touch anywhere
+    screen.click("buttonFeed"); // same as a touch anywhere
     QVERIFY(!screen.isShown("help"));
     QCOMPARE(screen.text("buttonFeed/outcome"), QString());
     QVERIFY(screen.tabTo("buttonHelp"));
@@ -1045,7 +1045,7 @@ static bool isQuiet(Screen &screen, Desk &desk)
 {
     const auto told = [&]() { return screen.events().count("Print queue is full"); };
     const auto before = told();
-    for (int i = 0; i < 2; ++i) { // the second one after the answers to the first one's calls
+    for (int i = 0; i < 2; ++i) { // the second one follows the replies to calls caused by the first
         desk.act("m4", "emit", "('PrintQueueFull', [<8>])");
         if (!waitUntil([&]() { return told() > before + i; }) || !screen.renders(20)) {
             return false;
@@ -1064,7 +1064,7 @@ void tst_Panel::printingIsSaid()
     Screen screen;
     QVERIFY(screen.shows("state", "Ready"));
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("good"));
-    desk.act("m4", "print", "(uint32 3000,)"); // by somebody else
+    desk.act("m4", "print", "(uint32 3000,)"); // from another client
     QVERIFY(waitUntil([&]() { return screen.text("state").startsWith("Printing, "); }));
     QCOMPARE(screen.color("state"), blue);
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("busy"));
@@ -1084,7 +1084,7 @@ void tst_Panel::printingIsSaid()
     QCOMPARE(screen.color("state"), red);
     QCOMPARE(screen.item("icon")->property("state").toString(), QString("fault"));
 
-    // The label that was in the machine when the job was cancelled says nothing.
+    // The last label of a cancelled job does not change the state to Printing.
     desk.start("m4");
     QVERIFY(screen.shows("state", "Ready"));
     desk.act("m4", "print", "(uint32 3000,)");
@@ -1100,7 +1100,7 @@ void tst_Panel::printingIsSaid()
 void tst_Panel::ownJobIsPrintingUntilItEnds()
 {
     Desk desk(allDaemons);
-    Screen screen(QSize(800, 480), { { "movingTime", 1 } }); // so labels say nothing
+    Screen screen(QSize(800, 480), { { "movingTime", 1 } }); // so labels do not count as movement
     QVERIFY(screen.shows("state", "Ready"));
     const auto startJob = [&](const QByteArray &labels) {
         desk.act("m4", "print", "(uint32 " + labels + ",)");
@@ -1145,7 +1145,7 @@ void tst_Panel::ownJobIsPrintingUntilItEnds()
     QVERIFY(screen.shows("state", "Ready"));
 }
 
-// Its reply comes when the job has ended already.
+// The reply arrives after the end of the job.
 void tst_Panel::lateReplyStartsNoJob()
 {
     Desk desk(allDaemons);
@@ -1163,7 +1163,7 @@ void tst_Panel::lateReplyStartsNoJob()
     QCOMPARE(screen.text("buttonPrint/outcome"), QString());
 }
 
-// Cancelled by somebody else, of which nothing tells.
+// Another client cancels the job, and no signal reports that.
 void tst_Panel::jobWithoutLabelsEnds_data()
 {
     QTest::addColumn<bool>("isOwn");
@@ -1265,12 +1265,12 @@ void tst_Panel::outcomeGoesWithItsCause()
     QVERIFY(screen.shows("state", "Stopped: lid open"));
     screen.click("buttonFeed");
     QVERIFY(screen.shows("buttonFeed/outcome", "refused: lid open"));
-    screen.click("buttonCancel"); // of which the lid is no cause
+    screen.click("buttonCancel"); // the lid does not prevent it
     QVERIFY(screen.shows("buttonCancel/outcome", "no job is printing"));
     desk.act("m4", "set", "('printerLid', <false>)");
     QVERIFY(screen.shows("buttonFeed/outcome", ""));
     QCOMPARE(screen.text("buttonCancel/outcome"), QString("no job is printing"));
-    QVERIFY(screen.tells("Feed: refused: lid open")); // which is history
+    QVERIFY(screen.tells("Feed: refused: lid open")); // events stay
 
     desk.act("m4", "set", "('error', <10>)");
     QVERIFY(screen.shows("state", "Stopped: lid open"));
@@ -1309,7 +1309,7 @@ void tst_Panel::outcomeExpires()
     QVERIFY(screen.shows("state", "Stopped: a job waits"));
     screen.click("buttonPrint");
     QVERIFY(screen.shows("buttonPrint/outcome", "printing"));
-    for (int i = 0; i < 2; ++i) { // which lasts longer than other outcomes
+    for (int i = 0; i < 2; ++i) { // shown longer than other outcomes
         screen.click("buttonFeed");
         QVERIFY(screen.shows("buttonFeed/outcome", "fed"));
         QVERIFY(screen.shows("buttonFeed/outcome", ""));
@@ -1328,7 +1328,7 @@ void tst_Panel::errorClosesHelp()
         QVERIFY(screen.placeOf(sheet).top() >= screen.placeOf("state").bottom());
         QVERIFY(screen.renders(1));
         QCOMPARE(screen.faults(), QString());
-        desk.act("m4", "set", "('batteryStatus', <9>)"); // which is no error
+        desk.act("m4", "set", "('batteryStatus', <9>)"); // not an error
         QVERIFY(screen.shows("state", "Ready, but battery is low"));
         QVERIFY(screen.isShown(sheet));
         desk.act("m4", "set", "('printerLid', <true>)");
@@ -1341,7 +1341,7 @@ void tst_Panel::errorClosesHelp()
     desk.act("m4", "set", "('error', <10>)");
     QVERIFY(screen.shows("state", "Stopped: lid open"));
     screen.type(Qt::Key_F1);
-    desk.act("m4", "set", "('error', <12>)"); // for one who reads what to do
+    desk.act("m4", "set", "('error', <12>)"); // while the user reads the help
     QVERIFY(screen.shows("state", "Stopped: supply latch open"));
     QVERIFY(screen.isShown("help"));
 }
@@ -1400,12 +1400,12 @@ void tst_Panel::listOpensWhereItIsTouched()
     screen.type(Qt::Key_Return);
     QVERIFY(screen.text("details/text").startsWith("Error: error 68"));
     screen.type(Qt::Key_Escape);
-    QCOMPARE(list->property("currentIndex").toInt(), 2); // goes on from there
+    QCOMPARE(list->property("currentIndex").toInt(), 2); // continues from there
     QVERIFY(screen.tabTo("buttonPrint"));
     QCOMPARE(list->property("currentIndex").toInt(), -1);
 }
 
-// The pointer and a screen reader find nothing of it.
+// The pointer and a screen reader cannot reach the page.
 void tst_Panel::pageIsOutOfReachBehindASheet()
 {
     Desk desk(allDaemons);
@@ -1466,7 +1466,7 @@ void tst_Panel::commandsThatCannotWorkAreDimmed()
         QVERIFY(screen.item("button" + button)->property("possible").toBool());
         QCOMPARE(screen.color("button" + button) == "#10151b", button == "Clear");
     }
-    // One of them is what a person wants most, and one is unlike all others.
+    // Users need one button most; another one differs from all others.
     QCOMPARE(screen.color("buttonPrint"), QString("#1c6aa8"));
     QCOMPARE(screen.color("buttonClear/label"), red);
 }
@@ -1493,7 +1493,7 @@ void tst_Panel::floodIsShown()
     QCOMPARE(int(screen.events().size()), 100);
     QCOMPARE(screen.events().at(1), QString("Print queue is full"));
     QVERIFY(screen.renders(2));
-    QVERIFY(screen.item("events")->property("atYBeginning").toBool()); // the latest is in sight
+    QVERIFY(screen.item("events")->property("atYBeginning").toBool()); // the latest is visible
     QCOMPARE(screen.faults(), QString());
 }
 
@@ -1613,7 +1613,7 @@ void tst_Panel::changesFasterThanAnswersAreShown()
     QVERIFY(screen.shows("battery", QString("Battery %1 %").arg(percent)));
 }
 
-// The answer that is under way may be older than the change.
+// A pending reply may be older than the change.
 void tst_Panel::changeBeforeTheAnswerIsReadAgain()
 {
     SupplyPeer daemon;
@@ -1629,7 +1629,7 @@ void tst_Panel::changeBeforeTheAnswerIsReadAgain()
     daemon.emitSignal("SupplyChanged", "('S-1', '')");
     QVERIFY(screen.tells("Supply is now S-1"));
     QVERIFY(screen.shows("supply/percent", "20 %"));
-    daemon.peer().answerHeld(0, "(40.0,)"); // it is older than the last signal
+    daemon.peer().answerHeld(0, "(40.0,)"); // older than the last signal
     QVERIFY(waitUntil([&]() { return daemon.peer().held() == 2; }));
     QCOMPARE(screen.text("supply/percent"), QString("20 %"));
     daemon.peer().answerHeld(1, "(19.0,)");
@@ -1637,7 +1637,7 @@ void tst_Panel::changeBeforeTheAnswerIsReadAgain()
     QCOMPARE(daemon.peer().held(), 2);
 }
 
-// The signal of a change has the SKU of whichever printer, so it has to be read.
+// The signal of a change may have the SKU of any printer, so the panel has to read the SKU.
 void tst_Panel::formerRollsAreNotShown()
 {
     SupplyPeer daemon;
@@ -1666,7 +1666,7 @@ void tst_Panel::formerRollsAreNotShown()
     QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
     QVERIFY(screen.shows("ribbon1/name", "Green, Green"));
     QVERIFY(screen.shows("ribbon2/name", "nothing is in"));
-    // Never one of the former ribbon with the new colours.
+    // The panel never asks for the former ribbon with the new colours.
     const QList<WireMessage> calls = daemon.peer().calls();
     for (const WireMessage &call : calls) {
         QVERIFY(call.body != "('R-1', 2)");
@@ -1716,7 +1716,7 @@ void tst_Panel::colorsAreChecked()
     }));
     for (QQuickItem *item : Screen::all(screen.item("supply"))) {
         if (item->objectName() == "color" && shown == "?") {
-            QCOMPARE(Screen::colorOf(item).name(), QString("#39434f")); // that of no colour
+            QCOMPARE(Screen::colorOf(item).name(), QString("#39434f")); // for an invalid colour
         }
     }
     QVERIFY(screen.renders(1));
@@ -1776,7 +1776,7 @@ void tst_Panel::oddTextsAreHarmless()
     }
 }
 
-// A screen has no place for a thousand colours, nor for the names of as many SKUs.
+// A screen has no room for a thousand colours, nor for the names of as many SKUs.
 void tst_Panel::manyTextsAreHarmless()
 {
     SupplyPeer daemon;
@@ -1864,7 +1864,7 @@ void tst_Panel::everySizeIsLaidOut()
                 QVERIFY(other == button || !place.intersects(screen.placeOf("button" + other)));
             }
         }
-        // Apart from what loses nothing.
+        // It is apart from the button that loses nothing.
         const QPointF apart = screen.placeOf("buttonClear").center()
             - screen.placeOf("buttonCancel").center();
         QVERIFY(qAbs(apart.x()) > screen.placeOf("buttonCancel").width());
@@ -1903,7 +1903,7 @@ void tst_Panel::focusIsSeen()
     }
 }
 
-// Of what can be touched, and of what tells a state.
+// The edges of buttons, and of items that show a state.
 void tst_Panel::edgesAreSeen()
 {
     Desk desk(allDaemons);
@@ -2008,7 +2008,7 @@ void tst_Panel::scannerDoesNothing()
     Screen screen;
     QVERIFY(isQuiet(screen, desk));
     WireMonitor monitor;
-    // Not even where it is not kept from the panel: but for Enter, which presses a button.
+    // Even without the key guard, the code has no effect. Only Enter would press a button.
     const QString code = "PKD-0C1F rhxcl dkfp";
     for (const QChar letter : code) {
         QTest::keyClick(&screen.view(), letter.toLatin1());
@@ -2021,7 +2021,7 @@ void tst_Panel::scannerDoesNothing()
     screen.type(Qt::Key_Return);
     QVERIFY(!screen.isShown("help"));
     QVERIFY(waitUntil([&]() {
-        screen.type(Qt::Key_F4); // is heard a second later
+        screen.type(Qt::Key_F4); // takes effect a second later
         QTest::qWait(200);       // a person is slower than a scanner
         return screen.text("buttonCut/outcome") == "cut";
     }));
@@ -2064,7 +2064,7 @@ void tst_Panel::everythingHasANameAndARole()
     QCOMPARE(text("buttonFeed", QAccessible::Description), QString("fed"));
 }
 
-// A language that nobody speaks, with words half as long again as those of English.
+// An artificial language whose words are half as long again as those of English.
 class LongWords : public QTranslator
 {
 public:

@@ -3,7 +3,7 @@
 #include "support/qmltestmain.h"
 #include "tools/desk.h"
 
-// A program of its own: there is one bus in the life of a process, and here it dies.
+// A separate program, because a process has one bus connection, and this test ends it.
 class tst_PanelBusLost : public QObject
 {
     Q_OBJECT

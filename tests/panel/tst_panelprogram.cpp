@@ -40,7 +40,7 @@ Outcome run(const QStringList &arguments,
     return runProgram(HNIPC_TOOLS_DIR "/hnipc-panel", arguments, environment);
 }
 
-// Of a panel without a daemon, where nothing moves. Null if there is none.
+// The picture of a panel without a daemon, so nothing moves. A null image if there is no picture.
 QImage picture(const QStringList &options,
                const Environment &environment = Environment::systemEnvironment())
 {
@@ -82,7 +82,7 @@ void tst_PanelProgram::picturesAreTaken()
     for (const QString &name : names) {
         const QImage picture(name);
         QCOMPARE(picture.width(), 800);
-        // The display that Qt plays where there is none is higher.
+        // The display that Qt simulates is higher.
         QVERIFY(options.isEmpty() ? picture.height() == 480 : picture.height() > 480);
         QCOMPARE(picture.pixelColor(2, 2).name(), QString("#10151b"));
         int others = 0;
@@ -240,7 +240,7 @@ int main(int argc, char **argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
     PrivateBus bus;
-    QTemporaryDir runtime; // Qt complains where there is none
+    QTemporaryDir runtime; // avoids a warning of Qt
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
     QCoreApplication application(argc, argv);
     tst_PanelProgram test;
