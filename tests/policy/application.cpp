@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// An application like any other: one call to each daemon, a property, and what it hears of the lid.
+// A typical application: calls each daemon once, reads a property, and receives the signal of the
+// lid.
 
 #include <hnipc/hnipc.h>
 

@@ -40,7 +40,7 @@ int boundSocket(int type, const QByteArray &name)
     return fd;
 }
 
-// dbus-broker writes to the journal alone, and does not start without.
+// dbus-broker logs only to the journal, and does not start without it.
 void keepJournal()
 {
     QDir().mkpath(QFileInfo(QString::fromLatin1(journal)).path());
@@ -137,7 +137,8 @@ void Machine::start(Process *process, const User &user, const QByteArray &addres
                     const char *program, const QStringList &arguments)
 {
     QStringList words;
-    // The kernel forgets that a process is to die with its parent when it becomes another user's.
+    // When a process changes its user, the kernel clears the parent-death signal. setpriv sets it
+    // again.
     words << QLatin1String("--pdeathsig=KILL")
           << QString::fromLatin1("--reuid=") + QString::number(user.uid)
           << QString::fromLatin1("--regid=") + QString::number(user.gid);
@@ -176,7 +177,8 @@ bool Machine::Bus::isThere(Kind kind)
     return shell.exitCode() == 0;
 }
 
-// Both take the socket as systemd hands it over, so that nobody has to wait until they are up.
+// Both buses receive a listening socket, as from systemd, so callers need not wait until the bus is
+// up.
 Machine::Bus::Bus(Kind kind, const QByteArray &configuration)
 {
     static int buses = 0;

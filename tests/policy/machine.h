@@ -11,9 +11,9 @@
 
 #include <sys/types.h>
 
-// What the machine looks like to this process and its children, and to nobody else: its users and
-// groups are those of the test, and /run is empty. All that the test writes is there, and goes with
-// the last of them.
+// Changes the view that this process and its children have of the machine: the users and groups are
+// those of the test, and /run is empty. All files that the test writes are there, and are removed
+// with the last of these processes.
 namespace Machine {
 
 struct User
@@ -21,7 +21,7 @@ struct User
     const char *name;
     uid_t uid;
     gid_t gid;
-    QList<gid_t> groups; // beside the first
+    QList<gid_t> groups; // besides the first
 };
 
 struct Group
@@ -32,14 +32,14 @@ struct Group
 
 const char directory[] = "/run/hnipc-test";
 
-// False, with the reason, where this process may not do so.
+// Returns false and the reason if this process is not allowed to do so.
 bool make(const QList<User> &users, const QList<Group> &groups, QByteArray *reason);
 
-// The file, where every user can read and run it.
+// Copies the file to a place where every user can read and run it.
 QString publish(const QString &file, const QString &subdirectory);
 QString write(const QString &name, const QByteArray &text);
 
-// One of those that are published in "bin", as run by this user on the bus at this address.
+// Starts a program that was published in "bin", as this user, with the bus at this address.
 void start(Process *process, const User &user, const QByteArray &address, const char *program,
            const QStringList &arguments = QStringList());
 QString program(const char *name);

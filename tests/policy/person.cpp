@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Somebody on the bus, who does what its standard input says and reports in one line each, fields
-// between tabs. The user is the one that the process runs as.
+// A program on the bus that carries out the commands on its standard input. It reports each result
+// in one line, with tabs between the fields. Its user is that of the process.
 
 #include "support/wirepeer.h"
 
@@ -51,7 +51,7 @@ QByteArray obey(WirePeer &peer, const QList<QByteArray> &words)
         peer.answer(words.at(1), words.at(2));
         return "will do";
     }
-    if (verb == "calls") { // that came since the last time
+    if (verb == "calls") { // calls since the last time
         const QByteArray result = listed(peer.calls());
         peer.clearCalls();
         return result;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the bus lets whom do, with the policy as it is installed: on both buses there are, by
-// processes of different users. Each user is played by a program that knows only the wire.
+// Tests which users the installed policy allows to do what. Both bus implementations are tested,
+// with processes of different users. Each user is played by a program without code of the library.
 
 #include "machine.h"
 
@@ -21,14 +21,14 @@ using Machine::User;
 
 namespace {
 
-// The system's own rules, as distributions have them: closed, but for one service, which everybody
-// may be and call.
+// The system's own rules, as in distributions: everything is denied, except for one service, whose
+// name everybody may own and call.
 const char closedRules
     [] = "<deny own='*'/><deny send_type='method_call'/>"
          "<allow send_destination='org.freedesktop.DBus' send_interface='org.freedesktop.DBus'/>"
          "<allow own='local.Clock'/><allow send_destination='local.Clock'/>";
 
-// A careless file of another package has opened the bus.
+// A file of another package allows everything by mistake.
 const char openRules[] = "<allow own='*'/><allow send_type='method_call'/>";
 
 QByteArray configuration(const char *rules, const char *policyFile)
@@ -46,7 +46,8 @@ QByteArray configuration(const char *rules, const char *policyFile)
         + rules + "</policy><include>" + policyFile + "</include></busconfig>";
 }
 
-// The printer's users are those of the build, the others' those of a second file.
+// The users of the printer are those of the build; those of the other printer are from a second
+// policy file.
 const bool daemonIsRoot = qstrcmp(HNIPC_DAEMON_USER, "root") == 0;
 const gid_t clients = 4200;
 const gid_t otherClients = 4201;
@@ -98,7 +99,7 @@ public:
         m_process.waitForFinished();
     }
 
-    // On the bus, without a name to be found by.
+    // The unique name of its connection.
     QByteArray name() const { return m_name; }
 
     QByteArray call(const QByteArray &destination, const QByteArray &interface,
@@ -136,7 +137,7 @@ public:
                  QByteArray("listening"));
     }
 
-    // All up to the fence of this number, without it.
+    // All lines up to the fence with this number, without the fence.
     QList<QByteArray> heardUpTo(int fence)
     {
         const QByteArray last = "local.Fence.Passed (" + QByteArray::number(fence) + ",)";
@@ -178,7 +179,7 @@ bool hasTool() { return QFile::exists(Machine::program("hnipcctl")); }
 
 } // namespace
 
-// A bus with the three daemons, and one of each kind of user.
+// A bus with the three daemons, and one user of each kind.
 class Printer
 {
 public:
@@ -194,7 +195,7 @@ public:
         add("the daemons' user", daemons, Daemon);
         add("member", isOther ? otherMember : aMember, Client);
         add("member by its own group", isOther ? otherMemberByOwnGroup : memberByOwnGroup, Client);
-        // Of the other file's group, which has no rights here.
+        // In the group of the other file, which has no rights here.
         add("stranger", isOther ? aMember : otherMember, Everybody);
         if (isOther || !daemonIsRoot) {
             add("root", root, Everybody);
@@ -207,7 +208,7 @@ public:
         User user;
         Right right;
         QSharedPointer<Person> person;
-        QByteArray answer; // to what all called
+        QByteArray answer; // the outcome of its last call
     };
 
     Somebody &somebody(const QByteArray &kind)
@@ -218,10 +219,10 @@ public:
             }
         }
         qFatal("nobody is %s", kind.constData());
-        return people.first(); // Qt 4 does not say that nobody comes here
+        return people.first(); // Qt 4 does not declare that qFatal() never returns
     }
 
-    // All of them do, and wait for their answers side by side.
+    // All users make the call, and wait for their replies at the same time.
     void call(const QByteArray &destination, const QByteArray &interface, const QByteArray &member)
     {
         for (Somebody &each : people) {
@@ -345,11 +346,11 @@ void tst_Policy::names()
 
 void tst_Policy::calls_data()
 {
-    QTest::addColumn<QByteArray>("destination"); // empty: its name without a meaning
+    QTest::addColumn<QByteArray>("destination"); // if empty, the print engine's unique name
     QTest::addColumn<QByteArray>("interface");
     QTest::addColumn<QByteArray>("member");
     QTest::addColumn<int>("least");
-    QTest::addColumn<QByteArray>("arrives"); // empty where the peer's bus library answers
+    QTest::addColumn<QByteArray>("arrives"); // empty if the peer's bus library replies itself
     const QByteArray standard = "org.freedesktop.DBus.";
     const QByteArray simulator = "org.hnipc.Simulator";
     for (const Identity &identity : identities) {
@@ -357,7 +358,8 @@ void tst_Policy::calls_data()
         const QByteArray interface = identity.interface;
         QTest::newRow(name + ": operation") << name << interface << QByteArray("anything")
                                             << int(Client) << interface + ".anything ()";
-        // Nobody of ours leaves the interface out, and a bus could not tell the pulses then.
+        // Neither the library nor the tools omit the interface. Without it a bus could not tell the
+        // pulses from other operations.
         QTest::newRow(name + ": without an interface")
             << name << QByteArray() << QByteArray("anything") << int(Daemon)
             << QByteArray(".anything ()");
@@ -458,7 +460,7 @@ void tst_Policy::events_data()
     QTest::newRow("another service's") << QByteArray("local.Clock") << int(Everybody);
 }
 
-// To all, to an application alone, and to a daemon, which listens to the other daemons.
+// Signals to all, to one application alone, and to a daemon, which subscribes to the other daemons.
 void tst_Policy::events()
 {
     QFETCH(QByteArray, interface);
@@ -512,7 +514,8 @@ void tst_Policy::daemonsAmongThemselves()
     }
 }
 
-// A rule too wide would stop calls that name no interface, or what others answer the daemons.
+// A rule that is too wide would also deny calls without an interface, or the replies of others to
+// the daemons.
 void tst_Policy::otherServicesAreLeftAlone()
 {
     Person &service = *m_printer->somebody("stranger").person;
@@ -531,7 +534,8 @@ void tst_Policy::otherServicesAreLeftAlone()
     }
 }
 
-// Where the group or the user is not made yet, the daemons do without rather than all come in.
+// If the group or the user does not exist yet, no one may own the names: better no daemons than
+// access for all users.
 void tst_Policy::unknownUsersOpenNothing()
 {
     QFETCH_GLOBAL(int, bus);
@@ -559,7 +563,7 @@ void tst_Policy::application_data()
                               << QByteArray("fed 0, error 0, sku null\nlid 1\n");
 }
 
-// The client class fails quietly, as it does for every reason.
+// The client class fails without a message, as for every reason.
 void tst_Policy::application()
 {
     QFETCH(QByteArray, kind);
@@ -583,7 +587,7 @@ void tst_Policy::tool_data()
     QTest::addColumn<QByteArray>("kind");
     QTest::addColumn<QByteArray>("arguments");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QByteArray>("prints"); // in this order, among other things
+    QTest::addColumn<QByteArray>("prints"); // in this order, among other output
     QTest::addColumn<QByteArray>("complains");
     const QByteArray member = "member";
     const QByteArray stranger = "stranger";

@@ -13,8 +13,8 @@ using namespace Expected;
 
 typedef QList<QByteArray> Lines;
 
-// The rules of the file, each as "allow own=org.hnipc.m4" with its attributes in a fixed order, by
-// whom they are for: "context default", "group hnipc".
+// The rules of the file, grouped by the users to whom they apply: "context default", "group hnipc".
+// Each rule is written as "allow own=org.hnipc.m4", with its attributes in a fixed order.
 class tst_PolicyFile : public QObject
 {
     Q_OBJECT
@@ -130,7 +130,7 @@ void tst_PolicyFile::whatClientsMay()
     const Lines written = m_rules["group " HNIPC_CLIENT_GROUP];
     QCOMPARE(joined(written), joined(rules));
 
-    // The last rule that fits holds, so no exception may stand before what it is an exception of.
+    // The last matching rule applies, so an exception has to follow the rule that it restricts.
     for (const Identity &identity : identities) {
         const QByteArray to = QByteArray(" send_destination=") + identity.busName + ' ';
         bool denied = false;
