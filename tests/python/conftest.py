@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""A private bus without the package's own sandbox, the test daemons of the tree on it, and all that
-goes over it."""
+"""A private bus without the package's own sandbox, with the test daemons of the tree and a monitor
+of all messages."""
 
 import ctypes
 import os
@@ -73,7 +73,7 @@ def types_of(signature):
 
 
 def start(command, **options):
-    """A process that ends with the thread that calls this, however the test ends."""
+    """Starts a process that ends with the calling thread, however the test ends."""
     die_with_parent = 1  # PR_SET_PDEATHSIG
     return subprocess.Popen(command, stdout=subprocess.PIPE, **options,
                             preexec_fn=lambda: LIBC.prctl(die_with_parent, signal.SIGKILL))
@@ -96,14 +96,14 @@ class Bus:
         self.programs = []
 
     def start(self, program):
-        """A daemon that says "ready"."""
+        """Starts a daemon, and waits until it prints "ready"."""
         process = start([program], env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": self.address})
         self.programs.append(process)
         assert process.stdout.readline() == b"ready\n"
         return process
 
     def signal(self, number):
-        """dbus-broker does the work in a child."""
+        """Sends the signal to the children, too: the bus of dbus-broker is a child."""
         children = pathlib.Path(f"/proc/{self.pid}/task/{self.pid}/children").read_text().split()
         for process in [self.pid, *map(int, children)]:
             os.kill(process, number)
@@ -117,7 +117,7 @@ class Bus:
 
 
 class Peer:
-    """A connection without the package."""
+    """A bus connection that does not use the package."""
 
     def __init__(self, address):
         self.connection = DBusConnection(prep_socket(get_bus(address), timeout=25.0))
@@ -125,7 +125,7 @@ class Peer:
 
     def call(self, name, path, interface, member, signature=None, *values):
         place = DBusAddress(path, bus_name=name, interface=interface)
-        aside = deque()  # what comes before the reply
+        aside = deque()  # messages before the reply
         with self.connection.filter(MatchRule(), queue=aside):
             reply = self.connection.send_and_get_reply(
                 new_method_call(place, member, signature, values), timeout=25)
@@ -150,7 +150,7 @@ class Peer:
 
 
 class Wire(Peer):
-    """All that goes over the bus, from its construction on."""
+    """Records all messages on the bus, from its construction on."""
 
     def __init__(self, address):
         super().__init__(address)
@@ -159,7 +159,7 @@ class Wire(Peer):
                   "org.freedesktop.DBus.Monitoring", "BecomeMonitor", "asu", [], 0)
 
     def calls(self):
-        """The calls of the daemons since the last time, as the fields that matter."""
+        """The calls to the daemons since the last time, as tuples of the compared fields."""
         fence = Peer(self.address)
         result = []
         self.flags = set()

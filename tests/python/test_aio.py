@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The printer for asyncio: all methods, events, and what fails otherwise than in blocking calls."""
+"""The printer for asyncio: all methods, events, and failures that differ from blocking calls."""
 
 import asyncio
 import signal
@@ -22,7 +22,7 @@ def run(address, act, **options):
 
 
 async def begun(call):
-    """A call that has been sent, and not been replied to."""
+    """A call that has been sent, and has no reply yet."""
     result = asyncio.ensure_future(call)
     await asyncio.sleep(0)
     return result

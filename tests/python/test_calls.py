@@ -14,7 +14,7 @@ import hnipc
 import hnipc.aio
 from conftest import RECORD, slots, types_of
 
-# Of each type: a value, and another one for the second parameter of the type.
+# A value of each type, and another one for the second parameter of the type.
 SAMPLES = {"b": [True], "i": [-7, 12], "u": [4294967295], "t": [18446744073709551615],
            "s": ["LBL-100060-WH", "ä€🖨", ""], "as": [["RIB-110-CMY", "ß"]]}
 RESULTS = {"": type(None), "b": bool, "i": int, "u": int, "t": int, "d": float, "s": str,
@@ -86,14 +86,14 @@ class Number(enum.IntEnum):
 
 
 class Whole(fractions.Fraction):
-    """As the integers of numpy: no int, but registered as one."""
+    """Like the integers of numpy: not an int, but registered as an integral number."""
 
 
 numbers.Integral.register(Whole)
 
 
 class Indexed:
-    """As the bool of numpy: it has an index, and is no whole number."""
+    """Like the bool of numpy: it has __index__(), and is not an integral number."""
 
     def __index__(self):
         return 1

@@ -13,7 +13,7 @@ from hnipc.testing import IOEXPD, M4, SUPPLYD
 
 PYTHON = {"b": "bool", "i": "int", "u": "int", "t": "int", "d": "float", "s": "str",
           "as": "List[str]", "ay": "bytes", "a{sv}": "Dict[str, Any]", "": "None"}
-# The bus has it, and the C++ client does not: the message without a value.
+# The daemon has the message without a value; the C++ client does not.
 SHORT_MESSAGE = ("sendMCCMessage", ("type", "definedMessage"), "ii")
 
 

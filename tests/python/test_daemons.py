@@ -45,7 +45,7 @@ def test_what_is_not_overridden_carries_nothing_out(daemons, client):
 def test_all_pulses(daemons, client):
     expected = []
     for tag, daemon in SERVERS.items():
-        full = {}  # with all arguments, which is the first form of a pulse
+        full = {}  # with all arguments: the first form of a pulse
         for operation, _, types in operations(tag):
             full.setdefault(operation, types)
         for operation, types in full.items():
@@ -54,11 +54,11 @@ def test_all_pulses(daemons, client):
                 assert getattr(daemons[daemon], operation)(*values) is True
                 member = f"{tag}_{operation[len('pulse'):-len('Signal')]}"
                 expected.append((member, tuple(values)))
-    # A reply of each daemon: the bus has delivered its earlier signals by then.
+    # When a daemon has replied, the bus has delivered its earlier signals.
     client.printerSoftCancel(), client.getError(), client.supplyId()
     events = [(event, next(member for (_, member), (cls, _) in hnipc._core.EVENTS.items()
                            if cls is type(event))) for event in client.events(timeout=0)]
-    # Of three connections, each has an order of its own.
+    # The order is defined only within each of the three connections.
     key = repr
     assert sorted(((member, tuple(event)) for event, member in events), key=key) \
         == sorted(expected, key=key)

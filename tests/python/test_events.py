@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Events, as a peer without the package sends them, and availability."""
+"""Events, sent by a peer that does not use the package, and availability."""
 
 import time
 
@@ -28,7 +28,7 @@ def events_of_table():
 
 @pytest.fixture
 def peers(bus, peer):
-    """A peer with the names of all three daemons."""
+    """A peer that owns the names of all three daemons."""
     for name in BUS_NAMES.values():
         peer.own(name)
     return peer
@@ -172,7 +172,7 @@ def test_signals_that_are_none_of_the_daemons_are_ignored(bus, peers, client):
 
 def test_messages_that_the_binding_cannot_read_are_ignored(peers, client):
     signal = new_signal(DBusAddress("/", interface="local.IHNIPCM4"), "M4_Error", "u", (1,))
-    # A file descriptor, which the message does not carry.
+    # The signature contains a file descriptor, but the message has none.
     client._link.connection.parser.add_data(signal.serialise(1).replace(b"\1u\0", b"\1h\0"))
     emit(peers, "M4_Error", 2, types="i")
     assert next(client.events(timeout=5)) == (2,)

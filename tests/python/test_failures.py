@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Calls that fail: absent, refusing, silent, dying and wrong daemons, and a bus that goes away."""
+"""Calls that fail: daemons that are not running, refuse, do not reply, die or send wrong types,
+and a lost bus."""
 
 import contextlib
 import os
@@ -25,7 +26,7 @@ def client(bus):
 
 
 class Server(Peer):
-    """A daemon of which one call is answered by hand."""
+    """A daemon whose replies the test sends."""
 
     def __init__(self, address, name):
         super().__init__(address)
@@ -39,8 +40,8 @@ class Server(Peer):
 
 
 def answered(bus, name, call, answer):
-    """The result of a call to a daemon that answers in a process of its own."""
-    # The client must have its bus name before there are two processes.
+    """The result of a call to a daemon that replies in a separate process."""
+    # The server has to own the name before the process forks.
     server = Server(bus.address, name)
     child = os.fork()
     if child == 0:
@@ -132,11 +133,11 @@ def test_a_late_reply_is_not_taken_for_that_of_the_next_call(bus, client):
 
 
 class Interrupt(BaseException):
-    """As KeyboardInterrupt, which would end pytest."""
+    """Replaces KeyboardInterrupt, which would end pytest."""
 
 
 def state_of(process):
-    """As ps has it: S for one that sleeps."""
+    """The state as ps prints it: S if the process sleeps."""
     with open(f"/proc/{process}/stat", encoding="utf-8") as stat:
         return stat.read().rsplit(")", 1)[1].split()[0]
 
@@ -146,7 +147,7 @@ def test_a_reply_to_an_interrupted_call_is_not_taken_for_that_of_the_next(bus, c
         raise Interrupt
 
     def late(server, first):
-        while state_of(os.getppid()) != "S":  # it waits; an interrupt before ends the connection
+        while state_of(os.getppid()) != "S":  # blocked; an earlier interrupt ends the connection
             pass
         os.kill(os.getppid(), signal.SIGUSR1)
         second = server.next_call()
@@ -272,7 +273,7 @@ def test_nested_values_are_plain(bus, client):
         "a": 1, "b": b"\0", "c": ["x"], "d": {"e": 0.5}, "f": (1, "y"), "g": ["z", True]}
 
 
-# A record with another value in each field.
+# A record with a different value in each field.
 TELLING = {
     "text1": "text ä 1", "textList1": ["list", "", "one"], "real1": 1.5, "integer1": 101,
     "text2": "text 2", "real2": -2.25, "integer2": -102, "text3": "text 3",
@@ -388,7 +389,7 @@ def test_closed_printer(bus):
 
 
 def test_refused_by_the_policy_of_the_bus(tmp_path, bus):
-    # A bus of its own, whose policy lets nobody call the print engine.
+    # A separate bus, whose policy denies all calls to the print engine.
     config = tmp_path / "bus.conf"
     config.write_text("""<busconfig><type>system</type><listen>unix:tmpdir=/tmp</listen>
         <policy context="default"><allow user="*"/><allow own="*"/><allow send_destination="*"/>

@@ -21,7 +21,7 @@ BUILT = pathlib.Path(hnipc.__file__).parent
 
 
 def test_what_is_installed_is_what_the_tests_use(tmp_path):
-    # A copy of what it is built from, which has to stay as it is.
+    # A copy of the sources, because the build must not change the tree.
     for part in ("python", "interfaces", "include", "CMakeLists.txt"):
         source = TREE / part
         (shutil.copytree if source.is_dir() else shutil.copy)(source, tmp_path / part)
@@ -47,7 +47,7 @@ def test_what_is_installed_is_what_the_tests_use(tmp_path):
     version = re.search(r"project\(HNIPC VERSION (\S+)", (TREE / "CMakeLists.txt").read_text())
     assert metadata.name == f"hnipc-{version.group(1)}.dist-info"
 
-    # pytest finds the plugin by itself, and a test runs with nothing else.
+    # pytest finds the plugin without options, and a test needs nothing else.
     (tmp_path / "test_own.py").write_text("def test_own(printer): assert printer.getError() == 0\n")
     environment = {name: value for name, value in os.environ.items()
                    if name != "PYTEST_DISABLE_PLUGIN_AUTOLOAD"}
@@ -80,7 +80,7 @@ def test_a_default_that_it_does_not_know_is_an_error(tmp_path, old, new, text):
 
 
 def code_lines(path):
-    """The lines with code: neither blank, nor a comment, nor documentation."""
+    """The lines of code, without blank lines, comments and documentation."""
     text = path.read_text(encoding="utf-8")
     aside = (tokenize.COMMENT, tokenize.NL, tokenize.NEWLINE, tokenize.INDENT, tokenize.DEDENT,
              tokenize.ENDMARKER)

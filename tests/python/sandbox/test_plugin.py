@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The plugin as pytest runs it: what tests see, what a failed one shows, and what one leaves."""
+"""The plugin as pytest runs it: the fixtures, the report of a failed test, and the end of all
+processes."""
 
 import os
 import pathlib

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The sandbox and the world of the simulated daemons."""
+"""The sandbox and the simulated daemons' world."""
 
 import os
 

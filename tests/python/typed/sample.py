@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""A test as its author would write it with types; mypy reads it, and never runs it."""
+"""A test with types, as users write it. Only mypy reads it; it never runs."""
 
 from typing import List, Optional
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""One mistake a line, each of which mypy has to find."""
+"""One mistake on each line. mypy has to find all of them."""
 
 import hnipc
 import hnipc.aio
