@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The code and the sessions that a page shows.
 
-Such a block stands between lines of three backquotes. The line above it is a comment with the file
+Such a block is between lines of three backquotes. The line above it is a comment with the file
 that the block comes from, such as "<!-- from examples/client/main.cpp -->". The block is a run of
-lines of that file, moved to the left. A session of docs/sessions is shown whole, in one block or, if
-it has several parts, in one block for each.
+lines of that file, moved to the left. A session of docs/sessions is shown completely, in one block or,
+if it has several parts, in one block for each.
 """
 
 import os
@@ -14,7 +14,7 @@ import textwrap
 import shown
 
 SESSION = 'docs/sessions/'
-# What a session does, and does not show.
+# Lines of a session that run, but are not shown.
 HIDDEN = re.compile(r'(#|sandbox:|needs:|setup:)')
 FENCE = re.compile(r'```(\w*)$')
 DOXYGEN = re.compile(r'(?:[@\\\\](?:ref|subpage|snippet|include|page|mainpage|section|anchor)\b)'
@@ -39,7 +39,7 @@ def fenced(text):
 
 
 def parts(session):
-    """What a session shows, split where it is shown in parts."""
+    """The lines of a session that pages show, as a list of parts."""
     result = [[]]
     for line in session.splitlines():
         if not line or HIDDEN.match(line):
@@ -50,14 +50,14 @@ def parts(session):
 
 
 def is_run(block, text):
-    """Whether a block is a run of a file's lines, with the same lines of space in front taken away."""
+    """Returns True if the block is a run of the file's lines, moved to the left."""
     lines = text.splitlines()
     return any(textwrap.dedent('\n'.join(lines[start:start + len(block)])) == '\n'.join(block)
                for start in range(len(lines) - len(block) + 1))
 
 
 def doxygen_commands(text):
-    """What only Doxygen understands in a page: the line numbers, and the commands or labels."""
+    """The commands and labels in a page that only Doxygen understands, with their line numbers."""
     is_code = False
     for number, line in enumerate(text.splitlines(), 1):
         is_code ^= bool(FENCE.match(line))
@@ -66,7 +66,7 @@ def doxygen_commands(text):
 
 
 def faults(source, pages, sessions):
-    """What is wrong with the blocks of pages, one line each. Paths are relative to source."""
+    """The faults in the blocks of pages, one line each. Paths are relative to source."""
     def read(path):
         with open(f'{source}/{path}', encoding='utf-8') as file:
             return file.read()

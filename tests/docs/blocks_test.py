@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Whether the code and the sessions in the pages are those of the files that they come from, and
-whether a difference is noticed."""
+"""Checks that the code and the sessions in the pages are the same as in their files, and that a
+difference is noticed."""
 
 import glob
 import os

@@ -32,7 +32,7 @@ class _Page(html.parser.HTMLParser):
 
 
 def links_and_anchors(path):
-    """What a page links to, and the places in it to which a page can link."""
+    """The links of a page, and the places in it to which a page can link."""
     with open(path, encoding='utf-8') as file:
         text = file.read()
     if path.endswith('.html'):
@@ -47,8 +47,8 @@ def links_and_anchors(path):
 
 
 def dead_links(directory):
-    """The links that lead to no file or to no place in it, or out of the directory; and how many
-    links there are within it."""
+    """The links to missing files, to missing places in files, or out of the directory; and the
+    number of links within it."""
     directory = os.path.realpath(directory)
     pages = {}
     for folder, _, names in os.walk(directory):

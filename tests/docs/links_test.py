@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""links_test.py BUILD: whether the installed documentation has dead links, and whether a dead link
-is noticed."""
+"""links_test.py BUILD: checks that the installed documentation has no dead links, and that a dead
+link is noticed."""
 
 import os
 import subprocess

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""newcomer.py DIRECTORY [--without-tests]: goes through README.md and the pages to which it leads, in
-two empty systems, DIRECTORY/desk and DIRECTORY/build, each with the checkout in /root/hnipc. See
-scripts/newcomer."""
+"""newcomer.py DIRECTORY [--without-tests]: types the commands of README.md and of the pages to
+which it links, in two empty systems, DIRECTORY/desk and DIRECTORY/build. Each has the checkout in
+/root/hnipc. See scripts/newcomer."""
 
 import os
 import re
@@ -15,7 +15,7 @@ import shown
 
 CHECKOUT = '/root/hnipc'
 
-# Nothing that is mounted or left running there outlives it.
+# All mounts and processes end with its namespaces.
 ENTER = '''
 root=$1
 shift
@@ -28,7 +28,7 @@ exec chroot "$root" /usr/bin/env --ignore-environment HOME=/root SHELL=/bin/bash
     PROMPT_COMMAND="$PROMPT_COMMAND" "$@" bash --norc -i
 '''
 
-# For want of a display. The last one says when a window is drawn; MANPAGER, that man shows all.
+# Replaces a display. QSG_INFO reports when a window is drawn; MANPAGER makes man print everything.
 DESK = ['MANPAGER=cat', 'QT_QPA_PLATFORM=offscreen', 'QT_QUICK_BACKEND=software', 'QSG_INFO=1']
 
 
@@ -46,7 +46,7 @@ class Newcomer:
         return terminal
 
     def type(self, terminal, text, lines=()):
-        """A command that no page shows in this form."""
+        """Types a command that no page shows in this form."""
         command = shown.Command('scripts/newcomer', 0, text)
         command.shown = list(lines)
         terminal.type(command)
@@ -76,7 +76,7 @@ def without_a_printer(newcomer):
     for command in commands:
         terminal.type(command)
 
-    # From here on in the sandbox that the last commands were typed in.
+    # From here on in the sandbox in which the last commands were typed.
     came = newcomer.type(terminal, address)
     bus = next(line for line in came if line.startswith('unix:'))
     other = newcomer.terminal('desk')
@@ -132,7 +132,7 @@ def on_a_printer(newcomer):
     newcomer.type(terminal, 'useradd kiosk')
     section = 'The user and the group of the bus policy'
     for command in shown.commands(pages_test.INSTALL, section):
-        if command.text.startswith('systemctl '):  # no systemd is the first process
+        if command.text.startswith('systemctl '):  # systemd is not running here
             print(f'NOT PLAYED: {command.text}')
             continue
         terminal.type(command)

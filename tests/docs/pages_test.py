@@ -1,8 +1,9 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
 """pages_test.py SOURCE INSTALLED QT PAGE: types each command that a page shows into a terminal, and
-compares what comes. INSTALLED is the prefix that scripts/demo has installed to. With "--all" in
-place of a page: that each command of each page is in a page that is played, or has its reason here.
+compares the output with the page. INSTALLED is the prefix that scripts/demo has installed to. With
+"--all" instead of a page: checks that each command of each page is in a page that is tested, or has
+its reason here.
 """
 
 import glob
@@ -20,8 +21,8 @@ SIM = ('dbus-send --system --print-reply --dest=org.hnipc.{0} /simulator '
        'org.hnipc.Simulator.{1} >sim.log')
 LID = SIM.format('m4', 'set string:printerLid variant:boolean:{}')
 
-# The preparations of a command that the page does not show, such as the daemons that run.
-# Without it, a page is read at a shell that has the installed programs on its PATH.
+# The preparations of a command that the page does not show, such as starting the daemons. A page
+# without preparations is read at a shell that has the installed programs on its PATH.
 STAGES = {
     'docs/guides/printer.md': {
         'hnipcctl status': ['hnipc-sandbox'],
@@ -58,17 +59,17 @@ STAGES = {
             r"printf '%s\n' printer7 service@printer8 >hall.txt"],
     },
 }
-README_SECTION = 'Without a printer'  # scripts/newcomer plays the others, too
+README_SECTION = 'Without a printer'  # scripts/newcomer types the other sections, too
 DESK = 'docs/guides/desk.md'
 INSTALL = 'docs/install.md'
 
-# Commands that show a window until it is closed, and what comes when it is there.
+# Commands that show a window until it is closed, and the output when it is open.
 WINDOWS = {
     'hnipc-sandbox --scenario ordinary-day -- hnipc-panel',
 }
 WINDOW_IS_THERE = ['...', 'qt.scenegraph.general: Loading backend software', '...', '^C']
 
-# The commands in the sentences of a page. scripts/newcomer plays them, but for README's.
+# The commands in the sentences of a page. scripts/newcomer types them, except those of README.
 INLINE = {
     'README.md': ['scripts/test --qt 5'],
     DESK: ['man hnipcctl', 'echo $DBUS_SYSTEM_BUS_ADDRESS', "export DBUS_SYSTEM_BUS_ADDRESS='...'",
@@ -116,7 +117,7 @@ NOT_PLAYED = {
     },
 }
 
-# In place of ssh: printer7 is the sandbox's own bus.
+# Replaces ssh: printer7 is the sandbox's own bus.
 SSH = '''#!/bin/bash
 case "$*" in
 *printer8*)
@@ -133,7 +134,7 @@ def pages():
 
 
 def played_pages():
-    """Those that CMakeLists.txt makes a test of."""
+    """The pages for which CMakeLists.txt adds a test."""
     return ['README.md'] + [page for page in pages() if re.match('docs/guides/|data/man/', page)]
 
 
@@ -144,7 +145,7 @@ def reason(page, command):
 
 
 def check_all():
-    """No command is forgotten, and nothing is said of commands that no page shows."""
+    """Checks that no command is missing here, and that pages show all commands listed here."""
     wrong = []
     for page in pages():
         all_commands = shown.commands(page)
@@ -172,7 +173,7 @@ def check_all():
 
 
 def environment(source, installed, qt, home):
-    """As the guides say it for a library under another prefix than /usr."""
+    """The environment in the guides for a library that is not installed under /usr."""
     found = glob.glob(f'{installed}/lib/**/libhnipc-qt{qt}.so', recursive=True)
     library = os.path.dirname(found[0])
     result = {key: value for key, value in os.environ.items()
@@ -182,7 +183,7 @@ def environment(source, installed, qt, home):
         'SHELL': '/bin/bash',
         'LC_ALL': 'C.UTF-8',
         'MANPAGER': 'cat',
-        'DBUS_SYSTEM_BUS_ADDRESS': 'unix:path=/nowhere',  # never the machine's own
+        'DBUS_SYSTEM_BUS_ADDRESS': 'unix:path=/nowhere',  # never the system bus of the machine
         'PATH': f'{installed}/bin:' + os.environ['PATH'],
         'CMAKE_PREFIX_PATH': installed,
         'PKG_CONFIG_PATH': f'{library}/pkgconfig',
@@ -193,13 +194,13 @@ def environment(source, installed, qt, home):
         'QML2_IMPORT_PATH': f'{library}/qt{qt}/qml',
         'QT_QPA_PLATFORM': 'offscreen',
         'QT_QUICK_BACKEND': 'software',
-        'QSG_INFO': '1',  # says when a window is drawn
+        'QSG_INFO': '1',  # reports when a window is drawn
     })
     return result
 
 
 def for_qt(text, qt):
-    """What the guides say to add for Qt 5."""
+    """Adds the options that the guides give for Qt 5."""
     if qt != '6' and text.startswith('cmake -S examples/'):
         return f'{text} -DHNIPC_QT={qt}'
     if qt != '6' and text.startswith('make '):
@@ -215,7 +216,7 @@ def play(source, installed, qt, page):
         with open(f'{work}/ssh', 'w', encoding='utf-8') as ssh:
             ssh.write(SSH)
         os.chmod(f'{work}/ssh', 0o700)
-        os.makedirs(f'{work}/build/qt6')  # where the README expects it
+        os.makedirs(f'{work}/build/qt6')  # the path in the README
         os.symlink(installed, f'{work}/build/qt6/demo')
 
         section = README_SECTION if page == 'README.md' else None

@@ -1,25 +1,25 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash disable=SC2317 # the session calls the functions
 #
-# session_play.sh SESSION: what session_test.sh runs in the sandbox.
+# session_play.sh SESSION: session_test.sh runs it in the sandbox.
 
 session=$(realpath "$1")
 
-# until_says FILE TEXT: waits for a line with the text.
+# until_says FILE TEXT: waits until the file has a line with the text.
 until_says() {
     until grep --quiet --fixed-strings -- "$2" "$1" 2>/dev/null; do
         sleep 0.02
     done
 }
 
-# sim DAEMON MEMBER ARGUMENT...: acts on the world of a simulated daemon.
+# sim DAEMON MEMBER ARGUMENT...: calls a daemon's simulator interface.
 sim() {
     dbus-send --system --print-reply --dest="org.hnipc.$1" /simulator "org.hnipc.Simulator.$2" \
         "${@:3}" >/dev/null
 }
 
-# start PROGRAM ARGUMENT...: in the background. Where the session runs it, it waits for its end and
-# shows what it printed.
+# start PROGRAM ARGUMENT...: in the background. When the session runs it as a command, it waits for
+# its end and prints its output.
 start() {
     "$@" >"$1.output" 2>&1 &
     eval "$1() { wait $!; cat $1.output; }"
@@ -44,7 +44,7 @@ bus() {
 while IFS= read -r line <&3; do
     case $line in
     "setup: "*)
-        echo "$line" >&2 # what a session that hangs was waiting for
+        echo "$line" >&2 # shows where a session hangs
         eval "${line#setup: }" </dev/null || { echo "failed: $line"; exit 1; }
         ;;
     "$ "*)

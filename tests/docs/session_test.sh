@@ -2,17 +2,17 @@
 # SPDX-License-Identifier: MIT
 #
 # session_test.sh SESSION PATH_OF_PROGRAMS: plays a session of the manual in a sandbox, and compares
-# what comes with what the manual shows.
+# its output with the manual.
 #
 #   sandbox: OPTIONS    for hnipc-sandbox
-#   setup: COMMAND      is done, and not shown
-#   $ COMMAND           is shown, and what follows it is what it prints
+#   setup: COMMAND      runs, and is not shown
+#   $ COMMAND           runs, and is shown; its output follows
 #   # COMMENT
 #
-# A blank line stands where the manual shows the next part in a block of its own.
+# After a blank line, the manual shows the next part in a separate block.
 #
-# Processes and connections have other numbers each time, events other times, and calls other
-# durations; the group of the bus policy has the name that the build gave it.
+# In each run, processes and connections have other numbers, events other times, and calls other
+# durations. The name of the bus policy's group is a setting of the build.
 
 set -euo pipefail
 session=$1
@@ -31,11 +31,11 @@ for program in $(sed -n 's/^needs: //p' "$session"); do
     command -v "$program" >/dev/null || { echo "skipped: there is no $program"; exit 77; }
 done
 
-unset CI BUILD_NUMBER # pytest prints longer lines where one of them is set
+unset CI BUILD_NUMBER # pytest prints longer lines if one of them is set
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 export HOME=$work SESSION_DIRECTORY=$here
-read -ra options < <(sed -n 's/^sandbox: //p' "$session") || true # a session needs none
+read -ra options < <(sed -n 's/^sandbox: //p' "$session") || true # a session may have none
 (cd "$work" && hnipc-sandbox "${options[@]}" -- bash "$here/session_play.sh" "$session" >"$work/.played") \
     || { code=$?; cat "$work/.played"; exit $code; }
 

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The commands that a page shows, and a terminal into which they are typed.
 
-A page shows a command behind "$ ", and below it what the terminal shows then. "^C" is that key, for
-a command that does not end by itself; what such a command prints may come in another order. "..."
-stands for lines that the page leaves out. A command below which nothing is shown has to succeed,
-whatever it prints. A block without "$ " may be commands only.
+A page shows a command after "$ ", and its output below it. "^C" is that key, for a command that
+does not end by itself; the output of such a command may have another order. "..." means lines that
+the page leaves out. A command without output on the page has to succeed, whatever it prints. A
+block without "$ " may consist of commands only.
 """
 
 import os
@@ -15,7 +15,7 @@ import time
 import pexpect
 import pyte
 
-# Only against hanging: a build on a loaded machine ends before it, and so does a whole scenario.
+# Only against hanging: a build on a loaded machine ends earlier, and so does a complete scenario.
 PATIENCE = int(os.environ.get('HNIPC_PAGES_PATIENCE', 1800))
 COLUMNS, LINES = 250, 200
 INTERRUPTED = 130  # the exit code
@@ -26,14 +26,14 @@ PROMPT = re.compile(r'@@(\d+)@@ ?')
 
 
 class Failed(Exception):
-    """A page shows something else than what comes."""
+    """The output is not the one that the page shows."""
 
 
 class Command:
     def __init__(self, page, number, text):
         self.page = page
         self.number = number  # of the line
-        self.text = text      # with line breaks, where the page has them
+        self.text = text      # with the page's line breaks
         self.shown = []
 
     def __str__(self):
@@ -71,8 +71,9 @@ def fenced(page, language):
 
 
 def inline_commands(page, section=None):
-    """The commands in the sentences of a page or of a section of it. A program of ours with one word behind it, and
-    what that takes, is a name: `hnipcctl status`, `hnipc-sandbox --scenario FILE`."""
+    """The commands in the sentences of a page or of a section of it. One of our programs with one
+    word and its arguments is a name, not a command: `hnipcctl status`,
+    `hnipc-sandbox --scenario FILE`."""
     return [span for span in spans(page, section)
             if ' ' in span and is_command(span) and not re.fullmatch(r'hnipc\S* \S+( [A-Z]+)*', span)]
 
@@ -93,8 +94,8 @@ def _lines(page, section=None):
 
 
 def _blocks(page, section):
-    """Blocks of code: indented ones of Markdown, without those in fences, and .EX to .EE of a manual
-    page."""
+    """Blocks of code: in Markdown the indented ones, without those in fences; in a manual page
+    those from .EX to .EE."""
     block = []
     is_manual_page = page.endswith('.1')
     inside = False
@@ -128,7 +129,7 @@ def _plain(line):
 
 
 def is_command(text):
-    """Whether a line without "$ " is a command. It depends on nothing that is installed."""
+    """Returns True if a line without "$ " is a command, whether or not programs are installed."""
     word = text.split(' ')[0]
     return bool(re.match(r'(\w+=|hnipcctl$|hnipc-|(\.|scripts|build)/)', word)) or word in PROGRAMS
 
@@ -162,13 +163,14 @@ def _without_what_varies(line):
 
 
 def _heed_keys():
-    """What runs in the background was told to ignore them, and so would all that it starts."""
+    """Restores the default actions of the keys' signals. Background processes ignore these signals,
+    and their child processes inherit that."""
     for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP):
         signal.signal(number, signal.SIG_DFL)
 
 
 class Terminal:
-    """An interactive bash, and what its terminal shows."""
+    """An interactive bash, and the screen of its terminal."""
 
     def __init__(self, arguments, environment, directory, log=None):
         self._screen = pyte.Screen(COLUMNS, LINES)
@@ -185,7 +187,7 @@ class Terminal:
         return [line.rstrip() for line in self._screen.display]
 
     def type(self, command):
-        """Types a command, and compares what comes with what its page shows."""
+        """Types a command, and compares its output with its page."""
         print(f'{os.path.basename(command.page)}:{command.number}: $ {command.text}', flush=True)
         self._screen.reset()
         self._child.send(command.text + '\n')
@@ -210,7 +212,7 @@ class Terminal:
                 self._fail(command, 'shows something else')
 
     def close(self):
-        """Leaves all shells."""
+        """Exits from all shells."""
         while self._child.isalive():
             try:
                 self._child.send('exit\n')
@@ -220,7 +222,7 @@ class Terminal:
         self._child.close()
 
     def kill(self):
-        """Hangs up, whatever runs."""
+        """Closes the terminal, even if programs are running."""
         self._child.close(force=True)
 
     def _exit_code(self):

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""That a page which shows something else than what comes is noticed."""
+"""Checks that a difference between a page and the output is noticed."""
 
 import os
 import sys

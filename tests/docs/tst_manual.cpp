@@ -24,7 +24,7 @@ QString contentOf(const QString &page)
     return QString::fromUtf8(file.readAll());
 }
 
-// What a reader sees of a piece of HTML.
+// The text of HTML as a reader sees it.
 QString seen(QString html)
 {
     html.remove(QRegularExpression("<[^>]*>"));
@@ -38,15 +38,15 @@ QString page(int server)
     return QString("dbus_%1.html").arg(QString(identities[server].tag).toLower());
 }
 
-// A member of a class, as its page has it.
+// A member of a class, as on its page.
 struct Member
 {
     QString parameters; // their names
-    QString group;      // the header above it
+    QString group;      // the heading above it
     QString text;
 };
 
-// By normalized signature, by name alone for what is no function.
+// The members by normalized signature; those that are not functions by name alone.
 QMultiHash<QString, Member> membersOf(const QString &className)
 {
     QMultiHash<QString, Member> result;
@@ -63,7 +63,7 @@ QMultiHash<QString, Member> membersOf(const QString &className)
         if (match.captured(1) == "memitem") {
             declaration = seen(match.captured(2).section(right, 1).section('>', 1));
             if (match.captured(2).contains("#define")) {
-                declaration = declaration.section(' ', 0, 0); // without what it stands for
+                declaration = declaration.section(' ', 0, 0); // without the macro's replacement
             }
         } else if (match.captured(1) == "memdesc") {
             member.text = seen(match.captured(2));
@@ -118,7 +118,7 @@ QString takes(const QByteArray &types, const QString &names)
     return !types.isEmpty() ? types + (' ' + QString(names).replace(",", ", ")) : QString();
 }
 
-// How many rows have a text behind these cells.
+// The number of rows that have a text after these cells.
 int documented(const QList<QStringList> &rows, const QStringList &cells)
 {
     int result = 0;
@@ -130,7 +130,7 @@ int documented(const QList<QStringList> &rows, const QStringList &cells)
 
 } // namespace
 
-// Whether the manual has everything that the expected tables have, with a text.
+// Checks that the manual has every member of the expected tables, with a text.
 class tst_Manual : public QObject
 {
     Q_OBJECT
@@ -147,12 +147,12 @@ private Q_SLOTS:
 
 void tst_Manual::clientMethods()
 {
-    // How the groups of the header name the daemons.
+    // The daemons as the groups of the header name them.
     const QString daemons[] = { "The I/O expander", "The print engine", "The supply daemon" };
     const QMultiHash<QString, Member> members = membersOf("classHNIPC");
     for (const ClientSlot &slot : clientSlots) {
         if (slot.added) {
-            continue; // stands as the default of the whole form
+            continue; // documented as the default value of the complete form
         }
         QCOMPARE(members.count(slot.signature), 1);
         const Member member = members.value(slot.signature);
@@ -164,7 +164,7 @@ void tst_Manual::clientMethods()
     }
 }
 
-// The one table that says which reasons an outcome has, and by which name the error goes.
+// The only table of the reasons of each outcome, and of the error name of each reason.
 void tst_Manual::outcomes()
 {
     const QString standard = "org.freedesktop.DBus.Error.";
@@ -199,8 +199,8 @@ void tst_Manual::record()
     }
 }
 
-// Doxygen refuses a public member without a comment, or with the name of another parameter, in a class
-// that has one. Of these members it says nothing.
+// In a class with documentation, Doxygen refuses a public member without a comment, or with the
+// name of another parameter. It does not check these members.
 void tst_Manual::whatDoxygenLetsPass()
 {
     struct Row
@@ -259,7 +259,7 @@ void tst_Manual::busMethods()
 {
     for (int server = 0; server < ServerCount; ++server) {
         const QList<QStringList> rows = rowsOf(page(server));
-        int signalCount = server == SUPPLYD; // one that no pulse operation sends
+        int signalCount = server == SUPPLYD; // one signal that no pulse operation sends
         for (const ServerSlot &slot : serverSlots(server)) {
             const QString out = slot.out.startsWith('(') ? "record" : QString(slot.out);
             const QStringList cells = { slot.name, takes(slot.in, slot.parameterNames), out };
