@@ -1,10 +1,10 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# exports_test.sh LIBRARY SONAME CLASSES [calls|CLASS]: what the shared library shows is the public
-# classes, which are named with blanks between, and nothing else; with "calls" the two operators of
-# the supply record, the fourteen call members and the version, too; with CLASS one that is no
-# QObject.
+# exports_test.sh LIBRARY SONAME CLASSES [calls|CLASS]: the shared library exports the public
+# classes and nothing else. CLASSES is a list with blanks between. With "calls" it also exports the
+# two operators of the supply record, the fourteen call members and the version; with CLASS also a
+# class that is not a QObject.
 
 set -euo pipefail
 library=$1
@@ -19,7 +19,7 @@ if [ "$actual_soname" != "$soname" ]; then
     failed=1
 fi
 
-# "QList<QString>" is what QStringList is called in Qt 6.
+# In Qt 6, QStringList is called "QList<QString>".
 symbols=$(nm --dynamic --defined-only --demangle "$library" | cut -d' ' -f3- \
     | sed 's/QList<QString>/QStringList/g; s/ >/>/g')
 

@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: MIT
 #
 # install_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME: installs into an empty prefix. Every program
-# starts there, a QML engine finds the module there, and the libraries know nothing of QML. With Qt 4,
-# a client and a daemon are built against what is there, through CMake and through pkg-config alone,
-# and meet on a bus; with Qt 5 and 6 the tests of the guides do that with the examples.
+# starts there, a QML engine finds the module there, and the libraries do not depend on QML. A
+# client and a daemon are compiled against the installed files, through CMake and pkg-config alone,
+# and communicate over a bus. This part is for Qt 4; with Qt 5 and 6 the tests of the guides do it
+# with the examples.
 
 set -euo pipefail
 source=$1
@@ -21,7 +22,7 @@ cmake --install "$build" --prefix "$prefix" >"$work/log"
 library=$(find "$prefix" -name "lib$name.so")
 libdir=$(dirname "$library")
 
-# The programs, and what they read; Qt 4 has the contract and the rules of the bus alone.
+# The programs and the files that they read. With Qt 4 only the contract and the rules of the bus.
 interfaces="share/dbus-1/interfaces/local.IHNIPCIOEXPD.xml
 share/dbus-1/interfaces/local.IHNIPCM4.xml
 share/dbus-1/interfaces/local.IHNIPCSUPPLYD.xml
@@ -50,9 +51,9 @@ fi
 diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
         -o -path ./share/doc/hnipc -prune -o ! -type d -printf '%P\n' | sort)
-cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # that the tests use
-# Each program starts with what was installed, and nothing of the user's environment leads it there.
-mkdir --mode=700 "$work/runtime" # Qt complains where there is none
+cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # used by the tests
+# Each program starts with the installed files. The user's environment has no paths to them.
+mkdir --mode=700 "$work/runtime" # avoids a warning of Qt
 nothing="env -i PATH=$PATH LC_ALL=C.UTF-8 XDG_RUNTIME_DIR=$work/runtime QT_QPA_PLATFORM=offscreen"
 if [ "$qt" -ge 5 ]; then
     for program in "$prefix"/bin/*; do
@@ -72,7 +73,7 @@ if has_panel "$build"; then
     test -s "$work/panel.png"
 fi
 
-# The libraries need no more of Qt than its core and D-Bus modules.
+# Of Qt, the libraries need only its core and D-Bus modules.
 for each in "$name" "${name/hnipc/hnipcasync}"; do
     needed=$(readelf --dynamic --wide "$libdir/lib$each.so" \
         | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
@@ -80,7 +81,7 @@ for each in "$name" "${name/hnipc/hnipcasync}"; do
     diff /dev/null <(grep '^libQt' <<<"$needed" | grep -v -E '^libQt[56]?(Core|DBus)\.so')
 done
 
-# The QML module, by itself: nothing but the import path leads to it and to its libraries.
+# The QML module alone: only the import path leads to it and to its libraries.
 if has_module "$build"; then
     modules=$libdir/qt$qt/qml
     diff <(printf '%s\n' libhnipcqml.so plugins.qmltypes qmldir) <(ls "$modules/HNIPC")
@@ -93,7 +94,7 @@ if has_module "$build"; then
          <(grep '/libhnipc' "$work/output" | sort --unique)
 fi
 
-# Every public header stands alone, and nothing else was installed.
+# Every public header compiles alone, and no other file was installed.
 export PKG_CONFIG_PATH=$libdir/pkgconfig${PKG_CONFIG_PATH:+:$PKG_CONFIG_PATH}
 standard=$([ "$qt" -ge 6 ] && echo c++17 || echo c++11)
 read -ra flags < <(pkg-config --cflags "$name")
@@ -127,7 +128,7 @@ for program in daemon client; do
     make --silent -C "$work/make-$program" CXXFLAGS="-Wall -Wextra -Werror"
 done
 
-# The run-time path of the programs built by make is the user's business.
+# Users set the run-time path of programs that make builds.
 export LD_LIBRARY_PATH=$libdir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
 for kind in cmake make; do
     dbus-run-session -- bash -euc '

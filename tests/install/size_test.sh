@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 #
 # size_test.sh STRIP LIBRARY LIMIT: the library, stripped as packages strip it, has at most LIMIT
-# bytes. docs/size.md says what it is made of.
+# bytes. docs/size.md lists its parts.
 
 set -euo pipefail
 stripped=$(mktemp)

@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# version_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME PACKAGE VERSION: whoever is asked for the
-# version, of all that is installed, says the one that CMakeLists.txt says.
+# version_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME PACKAGE VERSION: every installed file that
+# states a version states the one in CMakeLists.txt.
 
 set -euo pipefail
 source=$1
@@ -39,7 +39,7 @@ for library in "$name" "${name/hnipc/hnipcasync}"; do
     says "pkg-config $library" "$version" "$(pkg-config --modversion "$library")"
 done
 
-# The header and the library, by a program like any user's.
+# The header and the library, with a program like a user's.
 cat >"$work/version.cpp" <<'CODE'
 #include <hnipc/hnipc.h>
 #include <cstdio>
@@ -58,7 +58,7 @@ says "the header and the library" "header $version
 number $version
 library $version" "$("$work/version")"
 
-# CMake's package, which is also refused to who wants another major version.
+# CMake's package, which also refuses a request for another major version.
 cat >"$work/CMakeLists.txt" <<'CODE'
 cmake_minimum_required(VERSION 3.16)
 project(version LANGUAGES CXX)
@@ -80,7 +80,7 @@ for program in "$prefix"/bin/*; do
         "$(QT_QPA_PLATFORM=offscreen "$program" --version)"
 done
 
-# A QML module has a version of its own, for what QML sees of the library; not so its major.
+# The QML module has its own version, for its QML interface. Its major version is the library's.
 qmltypes=$(find "$prefix" -name plugins.qmltypes)
 if [ "$qmltypes" ]; then
     says "QML types" "HNIPC/HNIPC $major" \

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Asks each daemon a few questions and prints the answers. With --listen it stays and prints
+// Calls each daemon a few times and prints the values. With --listen it keeps running and prints
 // events too, until the supply daemon asks applications to close or a signal ends it.
 
 #include "watcher.h"
@@ -23,7 +23,8 @@ void say(const char *what, const QString &value)
     say(QString(QLatin1String("%1: %2")).arg(QLatin1String(what), value));
 }
 
-// The client's answers do not tell an absent daemon from one that says 0; the bus does.
+// If a daemon is not running, the client returns the same as for a real 0; the bus knows the
+// difference.
 bool isPresent(const char *busName)
 {
     const bool present = QDBusConnection::systemBus().interface()->isServiceRegistered(
@@ -50,7 +51,7 @@ void askPrintEngine(HNIPC &hnipc)
     say("  lid", QString::number(hnipc.printerLid()));
     say("  status", QString::number(hnipc.getPrinterStatus(QLatin1String("labelprinter"))));
 
-    // A measurement: ask for a fresh reading, then read what the daemon holds.
+    // A measurement: request a fresh reading, then read the value that the daemon holds.
     if (!hnipc.reqTph1Therm()) {
         say("  print head 1", QLatin1String("refused to measure"));
     }
@@ -76,7 +77,7 @@ void askSupplies(HNIPC &hnipc)
             + information.textList1.join(QLatin1String(" ")));
 }
 
-// The properties that QML screens bind to. Each is read from its daemon now.
+// The properties that QML screens bind to. Each getter calls its daemon.
 void readProperties(const HNIPC &hnipc)
 {
     say(QLatin1String("properties, 0 or empty where the daemon is absent"));

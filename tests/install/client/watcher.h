@@ -14,8 +14,8 @@ inline void say(const QString &line)
     fflush(stdout);
 }
 
-/// Prints the events that it is connected to. A receiver spells the types of its parameters as the
-/// signal does, which Qt 4 insists on.
+/// Prints the events that it is connected to. The parameter types are spelled as in the signal,
+/// which Qt 4 requires.
 class Watcher : public QObject
 {
     Q_OBJECT

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A complete I/O-expander daemon. Where a real one drives the hardware, this one prints.
+// A complete I/O-expander daemon. A real one would drive the hardware; this one prints.
 
 #include <hnipc/ihnipcioexpd.h>
 
@@ -17,7 +17,7 @@ public:
     void enableAudioAmp(bool value) override { say(value ? "amplifier on" : "amplifier off"); }
     void enableBacklight(bool value) override { say(value ? "backlight on" : "backlight off"); }
 
-    // A cancel from an application is to every other one as if the button had been pressed.
+    // When an application cancels, all applications receive the same signal as for the button.
     void printerSoftCancel() override
     {
         say("soft cancel");
@@ -36,20 +36,21 @@ int main(int argc, char *argv[])
 {
     QCoreApplication application(argc, argv);
 
-    // The library reports no failure here, so a daemon asks the bus itself.
+    // The library does not report a missing bus, so the daemon checks the connection itself.
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()) {
         fputs("There is no system bus.\n", stderr);
         return 1;
     }
-    FrontPanel panel; // on the bus from here on
+    FrontPanel panel; // exported on the bus from here on
     const QString owner = bus.interface()->serviceOwner(QLatin1String("org.hnipc.ioexpd")).value();
     if (owner != bus.baseService()) {
         fputs("The system bus did not give this process the name org.hnipc.ioexpd.\n", stderr);
         return 1;
     }
 
-    // The pulse operations are slots: whatever sees a button can be connected to one of them.
+    // The pulse operations are slots: anything that detects a button can be connected to one of
+    // them.
     QTimer finger;
     QObject::connect(&finger, SIGNAL(timeout()), &panel, SLOT(pulsePrintButtonSignal()));
     finger.start(5000);
