@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# lint_test.sh SOURCE: each check of scripts/lint names a file that is wrong. The files are broken in a
-# copy of the tree.
+# lint_test.sh SOURCE: each check of scripts/lint names a file that is wrong. The files are broken
+# in a copy of the tree.
 
 set -euo pipefail
 for program in clang-format-14 codespell mandoc reuse shellcheck xmllint xsltproc \
@@ -48,7 +48,7 @@ reports links README.md sed --in-place '$a[size](docs/size.md#nowhere)'
 reports links README.md sed --in-place '$a[license]: LICENCE'
 reports licences .ci/run sed --in-place 's/Identifier: MIT/Identifier: Zlib/'
 
-# It goes on after a failed check.
+# scripts/lint continues after a failed check.
 echo 'Teh [end](nowhere.md).' >>README.md
 output=$(scripts/lint spelling links man 2>&1) || true
 if [[ $output != *"== spelling =="*"== links =="*"== man =="*"Failed: spelling links" ]]; then

@@ -1,9 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# scripts_test.sh SOURCE: an option of scripts/demo and scripts/screenshots without its value is
-# refused, with a message, and so is a check that scripts/lint does not have. Each mutation of
-# tests/mutations/list still changes its file.
+# scripts_test.sh SOURCE: scripts/demo and scripts/screenshots refuse an option without its value,
+# with a message. scripts/lint refuses unknown checks. Each mutation of tests/mutations/list changes
+# its file.
 
 set -euo pipefail
 cd "$1"

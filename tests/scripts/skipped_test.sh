@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# skipped_test.sh SOURCE: scripts/skipped lists each skipped test, and fails if this machine could have
-# run one. ctest runs tests that print what real ones print.
+# skipped_test.sh SOURCE: scripts/skipped lists each skipped test, and fails if this machine could
+# have run one. ctest runs tests that print what real ones print.
 
 set -euo pipefail
 source=$1
@@ -11,8 +11,8 @@ trap 'rm -rf "$work"' EXIT
 cd "$work"
 failed=
 
-# report [--code CODE] NAME OUTPUT: makes the file report, of a run with one test. Much is printed
-# before and after.
+# report [--code CODE] NAME OUTPUT: writes the file "report" of a run with one test. The test prints
+# many lines before and after the output.
 report() {
     local code=0
     if [ "$1" = --code ]; then
