@@ -19,7 +19,7 @@ template <typename Function>
 Entry answer(const char *section, const char *name, Function function)
 {
     QByteArray type = demangled(typeid(function).name());
-    type.replace("QList<QString>", "QStringList"); // what Qt 6 makes of it
+    type.replace("QList<QString>", "QStringList"); // as in Qt 6
     return Entry { section, "answer", -1, name, type, QByteArray() };
 }
 

@@ -4,8 +4,8 @@
 
 #include "entry.h"
 
-// The types of the public functions that are no slots. What a function answers is no part of its
-// symbol; for slots the meta-objects tell it.
+// The types of the public functions that are not slots. The symbol of a function does not contain
+// its return type; for slots the meta-objects do.
 Entries answers();
 
 #endif

@@ -92,7 +92,7 @@ QByteArray Corpus::typeName(const QByteArray &id) const
     return number < 0 ? QByteArray("?") : typeName(number);
 }
 
-// With its aliases resolved, which binaries do not know.
+// The name with aliases resolved, because binaries do not know aliases.
 QByteArray Corpus::typeName(int number) const
 {
     const Element &element = m_elements.at(number);
@@ -188,7 +188,7 @@ Entries Corpus::classNamed(const QByteArray &name, int definition) const
         }
     }
 
-    // Each translation unit may tell of some of the functions.
+    // Each translation unit may describe only some of the functions.
     QMap<int, Entry> virtuals;
     for (int i = 0; i < m_elements.size(); ++i) {
         const Element &part = m_elements.at(i);

@@ -4,9 +4,9 @@
 
 #include "entry.h"
 
-// What programs that were compiled before rely on in a library: its symbols, and the layouts and
-// virtual tables of the classes of these headers, without what is Qt's or the compiler's.
-// Description: what abidw, of libabigail, writes of the library. Throws what is wrong with it.
+// The parts of a library that compiled programs rely on: its symbols, and the layouts and virtual
+// tables of the classes of these headers, without those of Qt and of the compiler. The description
+// is the output of abidw (libabigail) for the library. Throws a message if it is not valid.
 Entries binaryInterface(const QByteArray &description, const QList<QByteArray> &headers);
 
 #endif

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cxxabi.h>
 
-// The compilers differ in the blank between two closing brackets.
+// Compilers differ in the blank between two closing angle brackets.
 inline QByteArray withoutBlanks(QByteArray type)
 {
     while (type.contains("> >")) {
@@ -16,7 +16,7 @@ inline QByteArray withoutBlanks(QByteArray type)
     return type;
 }
 
-// The C++ name of a symbol or a type; itself where it has none.
+// The C++ name of a symbol or a type; the symbol itself if it has none.
 inline QByteArray demangled(const QByteArray &symbol)
 {
     int status = 0;

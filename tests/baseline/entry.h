@@ -5,23 +5,23 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 
-// One promise of an interface, which is one line of a baseline:
+// One guarantee of an interface, which is one line of a baseline:
 //     kind place: name = result [names]
-// All but the kind and the name may be missing.
+// All fields but the kind and the name may be missing.
 struct Entry
 {
     QByteArray section; // the class or the bus interface
     QByteArray kind;
-    int place;         // index or offset; -1 where the order is no promise
-    QByteArray name;   // what tells it from its neighbours
-    QByteArray result; // or type, or value
+    int place;         // index or offset; -1 if the order is not guaranteed
+    QByteArray name;   // distinguishes it from its neighbours
+    QByteArray result; // type or value
     QByteArray names;  // of the parameters
 };
 
 typedef QList<Entry> Entries;
 
 QByteArray textOf(const Entries &entries);
-// A line that is none has the kind "?".
+// A line that is not an entry gets the kind "?".
 Entries entriesIn(const QByteArray &text);
 
 #endif

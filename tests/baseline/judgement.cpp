@@ -12,7 +12,7 @@ struct Rule
     const char *kind;
     Event event;
     Verdict verdict;
-    const char *consequence; // "%" stands for who it concerns
+    const char *consequence; // "%" is replaced by the programs concerned
 };
 
 const char undefinedSymbol[] = "% compiled before that use it do not start: undefined symbol";
@@ -30,7 +30,7 @@ const char readers[] = "whoever reads the names at run time: introspection, call
 const char isNew[] = "no one: it is new";
 const char otherEnumerator[] = "% compiled before have the old number";
 
-// The first that fits. What fits none is a break.
+// The first matching rule applies. A change without a rule is a break.
 const Rule rules[] = {
     // The binary interface.
     { "function", Added, Addition, isNew },
@@ -106,20 +106,21 @@ const Rule rules[] = {
       "names" },
 };
 
-// What a change did, and to what, is the same in a finding; the lines are the single cases.
+// The lines of one finding are changes of the same sort, of the same class and for the same
+// programs.
 struct Finding
 {
     QByteArray section;
     QByteArray kind;
     Event event;
-    QByteArray name; // of the first
+    QByteArray name; // of the first line
     QList<QByteArray> lines;
 };
 
 // Every QObject class has these virtual functions before its own.
 const int virtualsOfQObject = 12;
 
-// For an exported symbol, by what it is called in C++.
+// The programs that a change concerns. For an exported symbol, "called" is its C++ name.
 QByteArray whom(const QByteArray &section, const QByteArray &called)
 {
     const QByteArray subject = section == "exports" ? called.left(called.indexOf('(')) : section;
@@ -171,7 +172,7 @@ QByteArray at(const Entry &entry)
     return entry.place < 0 ? QByteArray() : ' ' + QByteArray::number(entry.place);
 }
 
-// A symbol says little to people; what it is stands behind it.
+// A symbol is hard to read, so the C++ name in its result is shown instead.
 QByteArray called(const Entry &entry)
 {
     const bool symbol = entry.kind == "function" || entry.kind == "variable";
@@ -195,7 +196,7 @@ int find(const Entries &entries, const Entry &wanted)
     return -1;
 }
 
-// What stands in the place of the one that is gone, or bears its name.
+// The entry with the same name as the removed one, or at the same place.
 int findSuccessor(const Entries &entries, const Entry &gone)
 {
     const bool named = called(gone).contains('(');
@@ -301,7 +302,7 @@ Judgement judge(const Entries &baseline, const Entries &now)
         findings.add(old, Removed, line);
     }
     for (const Entry &entry : fresh) {
-        // A function of a base that the class now has for itself leaves the table as it was.
+        // An override of a base's function does not change the layout of the virtual table.
         int count = virtualsOfQObject;
         for (const Entry &old : baseline) {
             if (old.kind == "virtual" && old.section == entry.section) {

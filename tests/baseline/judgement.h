@@ -4,20 +4,20 @@
 
 #include "entry.h"
 
-// What a change does to those who were there before it, the least first.
+// The effect of a change on older programs, in increasing order.
 enum Verdict { Same, Harmless, Addition, Break };
 
 struct Judgement
 {
     Verdict verdict;
-    QByteArray report; // what changed, and for whom that matters
+    QByteArray report; // the changes, and the programs concerned
 };
 
 Judgement judge(const Entries &baseline, const Entries &now);
 
-// The lowest version that may follow: 1.2.3 becomes 1.2.4, 1.3.0 or 2.0.0.
+// The lowest permitted next version: 1.2.4, 1.3.0 or 2.0.0 after 1.2.3.
 QByteArray versionAfter(const QByteArray &version, Verdict verdict);
-// Whether the first is the second or a later one.
+// Returns true if the first version is equal to or later than the second.
 bool isAtLeast(const QByteArray &version, const QByteArray &other);
 
 #endif

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 //
-// hnipc-baseline COMMAND: holds the interface as it was built against what is on record.
-//   hnipc-baseline check PART...        what differs, and for whom that matters; fails if any does
+// hnipc-baseline COMMAND: compares the built interface with the recorded one.
+//   hnipc-baseline check PART...        prints the differences and the programs concerned; fails
+//                                       if there are any
 //   hnipc-baseline permit [--unreleased]
-//                                       whether the version allows to record all as it is now
+//                                       checks that the version permits recording the interface
 //   hnipc-baseline record               records it
 #include "answers.h"
 #include "binaryinterface.h"
@@ -29,7 +30,7 @@ struct Part
 {
     const char *name;
     const char *file;
-    const char *library; // of a binary interface, and the headers that make it
+    const char *library; // for a binary interface, with its headers
     const char *headers;
 };
 
@@ -131,7 +132,7 @@ int checkVersion()
     return 1;
 }
 
-// Without all of it, what is on record would not be of one version.
+// Recording only some parts would mix versions in the recorded interface.
 void needAllParts()
 {
 #ifndef HNIPC_ABIDW

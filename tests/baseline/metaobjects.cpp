@@ -54,7 +54,7 @@ Entry propertyEntry(const QMetaObject &meta, int index)
 {
     const QMetaProperty property = meta.property(index);
     QByteArray result = withoutAliases(property.typeName());
-    result.replace(QByteArray(meta.className()) + "::", ""); // which Qt 6 has before its enums
+    result.replace(QByteArray(meta.className()) + "::", ""); // Qt 6 adds it to its enums
     result += property.isWritable() ? ", written" : ", read only";
     result += property.isConstant() ? ", constant" : "";
     if (property.hasNotifySignal()) {

@@ -4,8 +4,8 @@
 
 #include "entry.h"
 
-// What QML, introspection and connections by text or index find in the public classes. Indices
-// count from the first of the class's own.
+// The members of the public classes that QML, introspection and connections by text or index find.
+// Indices count from the first member of the class itself.
 Entries metaObjects();
 
 #endif

@@ -7,7 +7,7 @@
 
 Q_DECLARE_METATYPE(Verdict)
 
-// What is said of a change, and for whom it matters.
+// The report of each change, and the programs that it concerns.
 class tst_Baseline : public QObject
 {
     Q_OBJECT

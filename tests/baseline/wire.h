@@ -6,8 +6,9 @@
 
 #include <QtCore/QString>
 
-// What programs in any language find on the bus, from all descriptions in a directory, without
-// their explanations. The order of the members is no promise. Throws where one is not understood.
+// The interfaces on the bus, as programs in any language see them: from all descriptions in a
+// directory, without their documentation. The order of the members is not guaranteed. Throws a
+// message if a description is not understood.
 Entries wireContract(const QString &directory);
 
 #endif
