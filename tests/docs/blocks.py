@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The code and the sessions that a page shows.
 
-Such a block is between lines of three backquotes. The line above it is a comment with the file
-that the block comes from, such as "<!-- from examples/client/main.cpp -->". The block is a run of
-lines of that file, moved to the left. A session of docs/sessions is shown completely, in one block or,
-if it has several parts, in one block for each.
+Such a block is between lines of three backquotes. The line above it is a comment that names the
+file of the block, such as "<!-- from examples/client/main.cpp -->". The block is a run of lines of
+that file, moved to the left. A session of docs/sessions is shown completely, in one block or, if it
+has several parts, in one block for each.
 """
 
 import os
