@@ -191,7 +191,7 @@ private:
     QScopedPointer<QTemporaryDir> m_directory;
 };
 
-// ---- There and back ------------------------------------------------------------------------
+// ---- Recording and replaying ---------------------------------------------------------------
 
 void tst_CtlTrace::recordsTypes()
 {
@@ -373,7 +373,7 @@ void tst_CtlTrace::standInLeaves()
              QJsonDocument::fromJson("{\"signals\":0,\"daemons\":{}}").object());
 }
 
-// ---- What is refused -----------------------------------------------------------------------
+// ---- Refused traces and daemons ------------------------------------------------------------
 
 void tst_CtlTrace::refusesRealDaemon_data()
 {

@@ -423,7 +423,7 @@ void tst_CtlTraffic::longValues()
              value);
 }
 
-// ---- Who calls ------------------------------------------------------------------------------
+// ---- Callers --------------------------------------------------------------------------------
 
 void tst_CtlTraffic::callerNames()
 {
@@ -937,7 +937,7 @@ void tst_CtlTraffic::closedPipe()
              QByteArray("hnipcctl: tracing the calls of ioexpd, m4, supplyd; Ctrl-C ends\n"));
 }
 
-// ---- All in one --------------------------------------------------------------------------------
+// ---- The summary -------------------------------------------------------------------------------
 
 // The summary's numbers of a method equal those of its lines.
 void tst_CtlTraffic::summary()
@@ -1316,7 +1316,7 @@ void tst_CtlTraffic::pictureNames()
              qPrintable(picture.texts.join(QLatin1Char('|'))));
 }
 
-// ---- Elsewhere ---------------------------------------------------------------------------------
+// ---- In a sandbox ------------------------------------------------------------------------------
 
 // In a sandbox any user may trace.
 void tst_CtlTraffic::sandbox()

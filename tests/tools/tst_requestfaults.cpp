@@ -17,7 +17,7 @@
 
 #include <csignal>
 
-// How a pending request finishes at each fault of a daemon in another process.
+// The outcome of a pending request at each fault of a daemon in another process.
 class tst_RequestFaults : public QObject
 {
     Q_OBJECT

@@ -382,7 +382,7 @@ void tst_Sandbox::sandboxInASandbox()
     QVERIFY(sandbox.leavesNothing());
 }
 
-// ---- What is left ----
+// ---- The end of all processes ----
 
 void tst_Sandbox::leavesNothingBehind_data()
 {
@@ -1173,7 +1173,7 @@ void tst_Sandbox::shellWithoutACommand()
     QVERIFY(terminal->leavesNothing());
 }
 
-// ---- What this program is inside of a sandbox ----
+// ---- This program inside a sandbox ----
 
 static int printNames()
 {

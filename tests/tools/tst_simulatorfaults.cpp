@@ -16,7 +16,7 @@
 #include <csignal>
 #include <thread>
 
-// How a client sees each fault that can be set in a simulated daemon.
+// The effect on a client of each fault that can be set in a simulated daemon.
 class tst_SimulatorFaults : public QObject
 {
     Q_OBJECT
@@ -374,7 +374,7 @@ void tst_SimulatorFaults::floodEndsTheOneBefore()
 void tst_SimulatorFaults::malformedRecord_data()
 {
     QTest::addColumn<QByteArray>("signature");
-    QTest::addColumn<int>("fields"); // how many fields of the first record the client receives
+    QTest::addColumn<int>("fields"); // how many of the first fields the client receives
 
     const QByteArray whole = "sasdisdisisisdiayddiiiddddasavavavavav";
     QTest::newRow("short") << QByteArray("(sasdis)") << 5;
