@@ -214,7 +214,7 @@ void tst_Panel::cleanup()
     QCOMPARE(said, QStringList());
 }
 
-// ---- What is shown ----
+// ---- Shown values ----
 
 void tst_Panel::nobodyIsThere()
 {
@@ -1255,7 +1255,7 @@ void tst_Panel::daemonThatHungIsReadAgain()
     QVERIFY(screen.shows("m4/text", QString::fromUtf8("Engine \u2713")));
 }
 
-// ---- What became of it ----
+// ---- Outcomes ----
 
 void tst_Panel::outcomeGoesWithItsCause()
 {
@@ -1497,7 +1497,7 @@ void tst_Panel::floodIsShown()
     QCOMPARE(screen.faults(), QString());
 }
 
-// ---- What is asked of the daemons ----
+// ---- Calls to the daemons ----
 
 void tst_Panel::oneReadingForEachChange_data()
 {
@@ -1673,7 +1673,7 @@ void tst_Panel::formerRollsAreNotShown()
     }
 }
 
-// ---- What a daemon must not do to the screen ----
+// ---- Unusual values of daemons ----
 
 void tst_Panel::colorsAreChecked_data()
 {
@@ -1828,7 +1828,7 @@ void tst_Panel::oddNumbersAreHarmless()
     }
 }
 
-// ---- Fingers and keys ----
+// ---- Touch and keys ----
 
 void tst_Panel::everySizeIsLaidOut_data()
 {
