@@ -24,17 +24,17 @@ class HNIPCPrivate;
  * the bus library.
  *
  * The constructor blocks as well. It calls each daemon that is running, for its introspection data,
- * and waits up to 25 s for each that does not reply. The event loop does the same when a daemon
- * appears.
+ * and waits up to 25 s for each that does not reply. The event loop blocks in the same way when a
+ * daemon appears.
  *
  * Failures are not reported. A method fails if the daemon is not running, replies with an error or
- * with another type, or does not reply in time. Then a query returns the empty value of its result
- * type, which its declaration gives; a command returns false; a method without a result just
- * returns. Such a value looks the same as one that the daemon has sent.
+ * with another type, or does not reply in time. On failure, a query returns the empty value of its
+ * result type, which is in the comment of the method. A command returns false. A method without a
+ * result just returns. Such a value looks the same as one that the daemon has sent.
  *
- * Once the event loop has processed the signal that a daemon left the bus, nothing is sent to it,
- * and calls are neither queued nor retried. Once it has processed the signal that the daemon is
- * back, the next call is sent.
+ * The bus sends a signal when a daemon leaves it. Once the event loop has processed this signal,
+ * nothing is sent to the daemon. Calls are neither queued nor retried. The bus sends another signal
+ * when the daemon is back. Once the event loop has processed it, the next call is sent.
  *
  * The daemons' events arrive as the signals of this class, through the event loop, for as long as
  * the object lives. They also arrive after a daemon starts or restarts.
@@ -47,15 +47,15 @@ class HNIPCPrivate;
  * on unchanged. This includes printer names. The default of a printer name is the null string; it
  * arrives as an empty string, and the daemon defines which printer that means.
  *
- * A signal returns the value that a directly connected receiver returned. Without a receiver its
- * result is undefined.
+ * The signals have the result type bool. A program that emits one gets the value that a directly
+ * connected receiver returned. Without a receiver, the value is undefined.
  *
  * The order of signals and slots is part of the binary interface and never changes.
  */
 class HNIPC_EXPORT HNIPC : public QObject
 {
     Q_OBJECT
-    /// @name For QML: each read is one blocking call of its method; read again after the signal
+    /// @name For QML: each read of a property is one blocking call; QML reads again after the signal
     /// @{
 
     /// The reply of supplySupplyPercent(); SupplyPercentChanged() is its signal.
@@ -197,7 +197,7 @@ Q_SIGNALS:
 
     /// The supply daemon is ready. The daemon defines what that means.
     bool HNIPCReady();
-    /// The status of the printer @p printerName. No daemon sends this signal: only the application
+    /// The status of the printer @p printerName. No daemon sends this signal. Only the application
     /// itself can emit it.
     bool StatusChanged(int status, const QString &printerName);
     /// The loaded supply changed to @p supplySku, in the printer @p printerName.
@@ -212,9 +212,9 @@ Q_SIGNALS:
     bool Ribbon2PercentChanged(double percentage);
     /// The colour of the loaded supply, as a string in a format defined by the daemon.
     bool SupplyRGBChanged(QString rgb);
-    /// The colours of ribbon 1, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 1, as strings in a format defined by the daemon.
     bool Ribbon1RGBsChanged(QStringList rgbs);
-    /// The colours of ribbon 2, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 2, as strings in a format defined by the daemon.
     bool Ribbon2RGBsChanged(QStringList rgbs);
     /// The supply daemon requests that the applications close.
     bool CloseApplicationSignal();
@@ -479,11 +479,11 @@ public Q_SLOTS:
     /// The colour of the loaded supply, as a string in a format defined by the daemon; a null
     /// string on failure.
     QString supplySupplyRGB(QString printerName = QString());
-    /// The colours of ribbon 1, as strings in a format defined by the daemon; an empty list on
-    /// failure.
+    /// The colours of the panels of ribbon 1, as strings in a format defined by the daemon; an
+    /// empty list on failure.
     QStringList supplyRibbon1RGBs(QString printerName = QString());
-    /// The colours of ribbon 2, as strings in a format defined by the daemon; an empty list on
-    /// failure.
+    /// The colours of the panels of ribbon 2, as strings in a format defined by the daemon; an
+    /// empty list on failure.
     QStringList supplyRibbon2RGBs(QString printerName = QString());
     /// The unique identifier of the loaded supply; a null string on failure.
     QString supplySupplyUID();
@@ -523,7 +523,7 @@ public Q_SLOTS:
     /// The background image of the supply @p sku, as bytes in a format defined by the daemon; a
     /// null byte array on failure.
     QByteArray supplyBackgroundImage(QString sku);
-    /// The non-continuous length of the supply @p sku, in the daemon's unit; 0.0 on failure.
+    /// The length of one label of the supply @p sku, in the daemon's unit; 0.0 on failure.
     double supplyNonContinuousLength(QString sku, QString printerName = QString());
     /// The type of the supply @p sku, an index defined by the daemon; 0 on failure.
     qint32 supplyTypeIndex(QString sku, QString printerName = QString());
@@ -578,7 +578,7 @@ public Q_SLOTS:
     /// @{
 
     /// Informs the daemon which printer the module works with. This object does not store the name:
-    /// a default printer name stays the null string.
+    /// the default of a printer name is still the null string in later calls.
     void setModulePrinterName(QString printerName);
     /// @}
 

@@ -12,8 +12,8 @@ class HNIPCAvailabilityPrivate;
 /**
  * Which daemons are running, as the bus reports it. The class neither polls nor calls a daemon. The
  * constructor does not wait for the bus (with Qt 4, see HNIPCRequest). The reports of the bus
- * arrive through the event loop: until then, and after the bus was lost, all functions return
- * false.
+ * arrive through the event loop. Before they arrive, and after the bus was lost, all functions
+ * return false.
  *
  * The object can be moved to another thread. It can be destroyed at any time, also by a receiver of
  * its own signals.
@@ -45,8 +45,8 @@ public:
     bool hasSupplyd() const;
 
 Q_SIGNALS:
-    /// The bus has reported on all three daemons (true), or was lost (false). The two values
-    /// alternate, and the signal follows the signals of the daemons.
+    /// The bus has reported on all three daemons (true), or was lost (false). True and false
+    /// alternate. This signal is emitted after the signals below that belong to the same change.
     void knownChanged(bool known);
     /// The I/O-expander daemon appeared on the bus (true) or disappeared.
     void ioexpdChanged(bool available);

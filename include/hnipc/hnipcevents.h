@@ -20,13 +20,13 @@ class HNIPCEventsPrivate;
  *     connect(events, SIGNAL(M4PrinterLid(bool)), SLOT(onLid(bool)));
  *
  * The constructor calls no daemon, and with Qt 5 and 6 it does not wait for the bus either. With
- * Qt 4 the event loop of the application's thread opens the connection (see HNIPCRequest), and
- * waits for three replies of the bus when the first object of this class subscribes. All objects in
- * the process share one subscription to each daemon. After listeningChanged(true) no event is
- * missed until the bus is lost, even if a daemon starts or restarts.
+ * Qt 4, the event loop of the application's thread opens the connection (see HNIPCRequest). It also
+ * waits for three replies of the bus, when the first object in the process subscribes to signals.
+ * All objects in the process share one subscription to each daemon. After listeningChanged(true),
+ * no event is missed until the bus is lost, even if a daemon starts or restarts.
  *
  * A signal of a daemon is relayed if its arguments have the declared types. Extra arguments after
- * these are dropped. All other signals are ignored, and so are signals of other senders.
+ * these are dropped. All other signals are ignored. Signals of other senders are ignored, too.
  *
  * Events arrive in the order in which the daemon sent them, through the event loop of the thread
  * that the object belongs to. The object can be moved to another thread, and destroyed at any time.
@@ -171,9 +171,9 @@ Q_SIGNALS:
     void Ribbon2PercentChanged(double percentage);
     /// The colour of the loaded supply, as a string in a format defined by the daemon.
     void SupplyRGBChanged(QString rgb);
-    /// The colours of ribbon 1, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 1, as strings in a format defined by the daemon.
     void Ribbon1RGBsChanged(QStringList rgbs);
-    /// The colours of ribbon 2, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 2, as strings in a format defined by the daemon.
     void Ribbon2RGBsChanged(QStringList rgbs);
     /// The supply daemon requests that the applications close.
     void CloseApplicationSignal();

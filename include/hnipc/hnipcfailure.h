@@ -10,9 +10,10 @@
 class QDBusMessage;
 
 /**
- * The meaning of an error reply to a call of a daemon: whether the daemon, the bus or this process
- * made it, and whether the daemon can have carried out the call. HNIPCRequest uses it. A program
- * that calls a daemon by other means, such as QDBusConnection::call(), can use it, too.
+ * The meaning of an error reply to a call of a daemon. It says whether the daemon, the bus or this
+ * process made the error reply, and whether the daemon can have carried out the call. HNIPCRequest
+ * uses it. A program that calls a daemon by other means, such as QDBusConnection::call(), can use
+ * it, too.
  */
 class HNIPC_EXPORT HNIPCFailure
 {
@@ -32,8 +33,9 @@ public:
     HNIPCFailure(HNIPCRequest::Outcome outcome, HNIPCRequest::Reason reason,
                  const QString &errorName, const QString &errorText);
 
-    /// The failure that @p reply to a call of the daemon @p busName means; no failure if it is not
-    /// an error reply. @p timeout: the timeout of the call in milliseconds; 0 if it had none.
+    /// Returns what @p reply means, for a call of the daemon @p busName. If it is not an error
+    /// reply, returns no failure. @p timeout: the timeout of the call in milliseconds; 0 if it had
+    /// none.
     static HNIPCFailure ofReply(const QDBusMessage &reply, const QString &busName, int timeout);
 };
 

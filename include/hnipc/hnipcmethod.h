@@ -86,8 +86,8 @@ struct HNIPCArguments<First, Rest...>
 };
 
 /**
- * A method of HNIPC: its name, and its type, with which the compiler checks the arguments. Only
- * HNIPC_METHOD and HNIPC_OVERLOAD create it.
+ * A method of HNIPC: its name and its type. The compiler checks the arguments of a call against the
+ * type. Only HNIPC_METHOD and HNIPC_OVERLOAD create it.
  */
 template <typename Result, typename... Parameters>
 class HNIPCMethod
@@ -116,8 +116,8 @@ private:
     const char *m_name;
 };
 
-/// Creates the HNIPCMethod from the method's name and its pointer. With void, the method has any
-/// type; otherwise it has this one.
+/// Creates the HNIPCMethod from the method's name and its pointer. If Signature is void, the method
+/// may have any type. Otherwise it must have the type Signature.
 template <typename Signature>
 struct HNIPCMethodOf;
 

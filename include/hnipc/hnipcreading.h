@@ -24,23 +24,27 @@ class HNIPCReadingPrivate;
  *     lid->setValueArgument(0);
  *     connect(lid, SIGNAL(changed()), SLOT(onLid()));
  *
- * The reading calls its method when the daemon is running, after each of its signals, and when the
- * daemon has restarted. A read that fails while the daemon is running is repeated after 250 ms.
- * Each further pause is twice as long, up to 30 s. A signal ends the pause at once, unless the read
- * has timed out. Use only methods that read: a command would be carried out again and again.
+ * The reading calls its method as soon as the daemon is running, again after each signal in
+ * signalNames(), and again when the daemon has restarted. A read that fails while the daemon is
+ * running is repeated after 250 ms. Each further pause is twice as long, up to 30 s. A signal ends
+ * the pause at once, unless the read has timed out. Use only methods that read: a command would be
+ * carried out again and again.
  *
  * A reply to a call that was sent before the latest signal is never shown: the method is called
  * once more. Until that reply, the former value stays known and isCurrent() is false. However many
- * signals arrive, at most one call is in flight, and one more follows it. If valueArgument() names
- * the argument of the signal that is the value, the reading takes that value at once, and then
- * reads it to confirm it.
+ * signals arrive, at most one call is in flight, and at most one more call follows it. If the value
+ * is an argument of the signal, set valueArgument(). Then the reading takes the value from the
+ * signal at once, and calls the method to confirm it.
  *
- * The value becomes unknown when the daemon disappears or is replaced, when the method, the
- * arguments or the signals are changed, and when a read fails. A value that was taken from a signal
- * stays known if the read that should confirm it fails.
+ * The value becomes unknown
  *
- * Everything starts in the event loop, after the properties have been set. The object belongs to
- * one thread and can be moved to another, but not by a receiver of its own signals. It can be
+ * - when the daemon disappears or is replaced, or the bus is lost
+ * - when the method, the arguments, the signals or valueArgument() are changed
+ * - when a read fails. A value that was taken from a signal stays known if the read that should
+ *   confirm it fails.
+ *
+ * The first call is made by the event loop, after the properties have been set. The object belongs
+ * to one thread and can be moved to another, but not by a receiver of its own signals. It can be
  * destroyed at any time.
  */
 class HNIPC_EXPORT HNIPCReading : public QObject
@@ -75,8 +79,8 @@ public:
     explicit HNIPCReading(QObject *parent = nullptr);
     virtual ~HNIPCReading();
 
-    /// The name of the method of HNIPC that reads the value, or of one of the eight properties of
-    /// HNIPC. For a property, the reading uses the property's method and signal.
+    /// The method that reads the value: the name of a method of HNIPC, or of one of the eight
+    /// properties of HNIPC. For a property, the reading uses the property's method and signal.
     QString method() const;
     /// An unknown name leaves the value unknown, with the reason UnknownMethod.
     void setMethod(const QString &method);
@@ -100,12 +104,13 @@ public:
 
     /// The names of the signals after which the value is read again, such as "M4PrinterLid".
     QStringList signalNames() const;
-    /// An unknown name leaves the value unknown, with the reason InvalidArguments. With an empty
-    /// list, a property of HNIPC is read again after its own signal.
+    /// An unknown name leaves the value unknown, with the reason InvalidArguments. If the list is
+    /// empty and method() is a property of HNIPC, the value is read again after the property's own
+    /// signal.
     void setSignalNames(const QStringList &names);
 
-    /// The index of the signals' argument that is the value: 0 for the first; default -1, for none.
-    /// An argument that is missing, or whose type does not fit the method's result, is not used.
+    /// Which argument of the signals is the value: 0 for the first; default -1, for none. An
+    /// argument is not used if it is missing, or if its type does not fit the method's result.
     int valueArgument() const;
     /// See valueArgument().
     void setValueArgument(int index);
@@ -130,8 +135,8 @@ public:
         return known.userType() == qMetaTypeId<Value>() ? qvariant_cast<Value>(known) : otherwise;
     }
 
-    /// Why the value is unknown or could not be read again: DaemonAbsent, BusLost, or the reason of
-    /// the request that failed. NoReason otherwise, and until the first read has finished.
+    /// Why the value is unknown, or why it could not be read again: DaemonAbsent, BusLost, or the
+    /// reason of the request that failed. NoReason otherwise, and until the first read has finished.
     HNIPCRequest::Reason reason() const;
     /// The D-Bus name of the error; empty with NoReason.
     QString errorName() const;
@@ -153,9 +158,9 @@ Q_SIGNALS:
     void valueArgumentChanged();
     /// deadline() changed.
     void deadlineChanged();
-    /// One of value(), isKnown(), isCurrent(), reason(), errorName() and errorText() changed.
-    /// Records of type SupplyInformation are not compared: each one that was read counts as a
-    /// change.
+    /// One or more of value(), isKnown(), isCurrent(), reason(), errorName() and errorText()
+    /// changed. Records of type SupplyInformation are not compared: each one that was read counts
+    /// as a change.
     void changed();
 
 private:

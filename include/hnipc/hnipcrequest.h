@@ -23,10 +23,11 @@ class HNIPCRequestPrivate;
  *     connect(request, SIGNAL(finished()), SLOT(onFinished()));
  *     request->send();
  *
- * For a single call, hnipcCall() is shorter: it deletes its request by itself.
+ * For a single call, hnipcCall() is shorter: its request deletes itself.
  *
- * Each sent request finishes exactly once. Its outcome() says what matters when a label may have
- * been printed: whether the daemon can have received the call, and whether its result is known.
+ * Each sent request finishes exactly once. Its outcome() says whether the daemon can have received
+ * the call, and whether the result is known. Look at it before you repeat a command: the printer
+ * may have printed the label already.
  *
  * | outcome | reason | errorName() | what happened |
  * | --- | --- | --- | --- |
@@ -36,7 +37,7 @@ class HNIPCRequestPrivate;
  * | NotSent | InvalidArguments | `org.freedesktop.DBus.Error.InvalidArgs` | An argument or the deadline is invalid |
  * | NotSent | DaemonAbsent | `org.freedesktop.DBus.Error.ServiceUnknown` | The daemon is not running |
  * | NotSent | AccessDenied | `org.freedesktop.DBus.Error.AccessDenied` | The bus does not let this user call the daemon |
- * | NotSent | BusError | the bus's | The bus itself replied with another error, such as an exceeded limit |
+ * | NotSent | BusError | the bus's or Qt's | The bus itself replied with another error, such as an exceeded limit; or Qt could not send the call |
  * | NotSent, Unknown | BusLost | `org.freedesktop.DBus.Error.Disconnected` | No system bus; Unknown if it was lost after the call was sent |
  * | NotSent, Unknown | TimedOut | `org.freedesktop.DBus.Error.Timeout` | The deadline passed; NotSent if the call was still waiting |
  * | NotSent, Unknown | Cancelled | `org.hnipc.Error.Cancelled` | cancel() was called; NotSent if the call was still waiting |
@@ -47,31 +48,31 @@ class HNIPCRequestPrivate;
  * that has finished can be sent again.
  *
  * No HNIPC object is needed. Any number of requests may be pending, and they finish in any order.
- * A program has at most 32 calls in flight to each daemon, because a bus of type system allows one
- * program at most 128 calls without a reply. Further requests wait, in the order of send(). A call
- * stays in flight until the daemon has replied or left the bus, even if its request has timed out,
- * was cancelled or was destroyed, because the bus counts it until then. So if a daemon hangs and 32
- * calls to it are in flight, further requests to it finish with NotSent. Requests to the other
- * daemons are not affected.
+ * The requests of a program have at most 32 calls in flight to each daemon, because a bus of type
+ * system allows one program at most 128 calls without a reply. Further requests wait, in the order
+ * of send(). A call stays in flight until the daemon has replied or left the bus, because the bus
+ * counts it until then. This is so even if its request has timed out, was cancelled or was
+ * destroyed. So if a daemon hangs and 32 calls to it are in flight, further requests to it finish
+ * with NotSent. Requests to the other daemons are not affected.
  *
  * A request may be destroyed at any time; then it does not finish. It belongs to one thread, as any
  * QObject does, and needs the event loop of that thread to finish. It can be moved to another
  * thread even while it is pending, but not by a receiver of its own signals. If the thread or the
- * QCoreApplication ends and is started again while the request is pending, the deadline is lost;
- * the reply is not.
+ * QCoreApplication ends and is started again while the request is pending, the request does not
+ * time out any more. It still receives the reply.
  *
  * With Qt 5 and 6, the library has a thread that sends the calls. So send() never waits, not even
  * while the connection to the bus is opened. A daemon in the same process is called by the event
  * loop of the daemon's thread, never inside send(). With Qt 4, the event loop of the application's
- * thread sends the calls. It waits for the bus twice, up to 25 s if the bus does not respond: while
- * the first object opens the connection, and while the first HNIPCEvents or HNIPCReading subscribes
- * to signals. A call whose deadline has passed by then is not sent.
+ * thread sends the calls. It waits for the bus two times, up to 25 s if the bus does not respond:
+ * while the first object opens the connection, and while the first HNIPCEvents or HNIPCReading
+ * subscribes to signals. A call whose deadline has passed by then is not sent.
  *
  * The library uses the connection of Qt's D-Bus module, with its limits. A process opens the
  * connection once: if that fails, or the bus is lost, the process has to be restarted. If the bus
- * accepts the connection and then does not respond, the process cannot exit until it does. If the
- * application has opened the system bus first, in its main thread, for example with an HNIPC
- * object, no thread receives signals before the event loop of the main thread runs.
+ * accepts the connection and then does not respond, the process cannot exit until the bus responds.
+ * If the main thread of the application opens the system bus before the library does, for example
+ * with an HNIPC object, no thread receives signals before the event loop of the main thread runs.
  *
  * A program that exits right after send() may not have sent the call: wait for finished(). A child
  * process made by fork() without exec() cannot use requests: they never finish there.
@@ -119,7 +120,7 @@ public:
         InvalidArguments, ///< An argument or the deadline is invalid, or an argument is missing.
         DaemonAbsent,     ///< The daemon is not running.
         AccessDenied,     ///< The bus does not let this user call the daemon.
-        BusError,         ///< The bus itself replied with another error.
+        BusError,         ///< The bus replied with another error, or Qt could not send the call.
         BusLost,          ///< There is no system bus, or its connection was lost.
         TimedOut,         ///< The deadline passed.
         Cancelled,        ///< cancel() was called.
@@ -146,8 +147,9 @@ public:
     void setMethod(const QString &method);
 
     /// The arguments. Those that have a default may be left out. Each is converted to the declared
-    /// type if nothing is lost: a number to any integer type whose range it is in, a QVariantList
-    /// of strings to a QStringList. Of several overloads, the one whose types fit is called.
+    /// type if nothing is lost: a whole number to any integer type whose range it is in, a
+    /// QVariantList of strings to a QStringList. Of several overloads, the one whose types fit is
+    /// called.
     QVariantList arguments() const;
     /// Takes effect with the next send(). Invalid arguments make the request finish with
     /// InvalidArguments.
@@ -190,10 +192,10 @@ public:
     /// the method returns nothing. HNIPCAnswer::value() returns it without the variant.
     QVariant value() const;
 
-    /// The D-Bus name of the error; empty for Answered.
+    /// The D-Bus name of the error; empty for Answered, and until the request has finished.
     QString errorName() const;
-    /// The error text for people; empty for Answered. It is the daemon's text if the daemon replied
-    /// with an error.
+    /// The error text for people; empty for Answered, and until the request has finished. If the
+    /// daemon replied with an error, it is the daemon's text.
     QString errorText() const;
 
     /// Milliseconds from send() until the outcome was known; for a pending request, until now.
@@ -201,16 +203,17 @@ public:
 
 public Q_SLOTS:
     /// Sends the call and returns true at once. finished() is never emitted before send() has
-    /// returned. Does nothing and returns false while the request is pending, and during the
-    /// stateChanged() that precedes finished().
+    /// returned. While the request is pending, and during the stateChanged() that precedes
+    /// finished(), send() does nothing and returns false.
     bool send();
     /// The same, with these arguments instead of arguments(), for this call only: arguments() does
     /// not change. In QML: `request.send([7])`.
     bool send(const QVariantList &arguments);
-    /// Cancels a pending request. The request finishes with Cancelled before this function returns;
-    /// if it is called during send(), soon after send() has returned. A call that has been sent
-    /// cannot be stopped: its outcome is Unknown. A request that cannot be sent, because its method
-    /// or its arguments are invalid, finishes with that reason instead.
+    /// Cancels a pending request. The request finishes with Cancelled before this function returns.
+    /// If a receiver calls it during send(), the request finishes soon after send() has returned. A
+    /// call that has been sent cannot be stopped: its outcome is Unknown. A request that cannot be
+    /// sent, because its method, an argument or the deadline is invalid, finishes with that reason
+    /// instead.
     void cancel();
 
 Q_SIGNALS:

@@ -15,9 +15,9 @@
  *
  * A daemon derives its object from IHNIPCIOEXPD, IHNIPCM4 or IHNIPCSUPPLYD. The constructor
  * acquires the daemon's name on the system bus and exports the object at "/". Construct it after
- * the QCoreApplication. The process owns the name until it leaves the bus; the object is on the bus
- * for as long as it lives. If either fails, the class does not report it: a daemon that has to know
- * looks up the owner of its name on the bus.
+ * the QCoreApplication. The process owns the name until it leaves the bus. The object is on the bus
+ * for as long as it lives. The constructor does not report a failure of either. A daemon that has
+ * to know looks up the owner of its name on the bus.
  */
 class HNIPC_EXPORT HNIPCServer : public QObject
 {
@@ -41,9 +41,9 @@ public:
     /// The daemon that this object serves.
     ServerType getServerType() const;
 
-    /// Tries to acquire the bus name @p serviceName on the system bus. Returns whether the name has
-    /// an owner now, which may be another process. Returns false if there is no system bus or the
-    /// bus refuses the name.
+    /// Tries to acquire the bus name @p serviceName on the system bus. Returns true if the name has
+    /// an owner now, even if the owner is another process. Returns false if there is no system bus
+    /// or the bus refuses the name.
     bool registerDbusService(const QString &serviceName);
 
     /// Exports the scriptable members of this object on the system bus at @p path. The interface
@@ -51,9 +51,9 @@ public:
     /// no system bus or another object is exported at the path.
     bool registerDbusObject(const QString &path, const QString &interfaceName);
 
-    /// Broadcasts one signal on the system bus: member @p name of @p interfaceName, from the object
-    /// at @p path, with @p arguments unchanged. Returns false if it could not be queued for
-    /// sending.
+    /// Broadcasts one signal on the system bus: the member @p name of the interface
+    /// @p interfaceName, from the object at @p path, with @p arguments unchanged. Returns false if
+    /// the signal could not be queued for sending.
     bool pulseSignal(const QString &path, const QString &interfaceName, const QString &name,
                      const QList<QVariant> &arguments);
 

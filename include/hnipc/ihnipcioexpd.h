@@ -8,9 +8,11 @@
  * The I/O-expander daemon: front-panel buttons, audio amplifier, display backlight.
  *
  * Construct the object once, in the thread whose event loop serves its calls. Every slot is a
- * method of the interface on the bus. The daemon implements the operations. Each pulse operation
- * sends one signal of the interface to all clients. It returns false if the signal could not be
- * queued for sending. Pulse operations can be called over the bus, too.
+ * method of the interface on the bus. The daemon implements the pure virtual slots: they are called
+ * over the bus. This class implements the pulse operations: the daemon calls one to send one signal
+ * of the interface to all clients. A pulse operation returns false if the signal could not be queued
+ * for sending. Pulse operations can be called over the bus, too; the installed bus policy refuses
+ * such calls of applications.
  */
 class HNIPC_EXPORT IHNIPCIOEXPD : public HNIPCServer
 {

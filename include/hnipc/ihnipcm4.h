@@ -10,11 +10,14 @@
  * The print-engine daemon: the process that talks to the print engine's micro-controller.
  *
  * Construct the object once, in the thread whose event loop serves its calls. Every slot is a
- * method of the interface on the bus. The daemon implements the operations. Each pulse operation
- * sends one signal of the interface to all clients. It returns false if the signal could not be
- * queued for sending. Pulse operations can be called over the bus, too.
- * A command returns true if it was accepted or carried out. The implementation defines the units,
- * codes and formats that a comment calls the daemon's.
+ * method of the interface on the bus. The daemon implements the pure virtual slots: they are called
+ * over the bus. This class implements the pulse operations: the daemon calls one to send one signal
+ * of the interface to all clients. A pulse operation returns false if the signal could not be queued
+ * for sending. Pulse operations can be called over the bus, too; the installed bus policy refuses
+ * such calls of applications.
+ *
+ * A command returns true if it was accepted or carried out. Where a comment says "the daemon's
+ * unit" or "defined by the daemon", the implementation defines the unit, code or format.
  */
 class HNIPC_EXPORT IHNIPCM4 : public HNIPCServer
 {

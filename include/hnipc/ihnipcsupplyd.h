@@ -12,9 +12,11 @@
  * The supply daemon: the database of supplies and ribbons, and what is loaded.
  *
  * Construct the object once, in the thread whose event loop serves its calls. Every slot is a
- * method of the interface on the bus. The daemon implements the operations. Each pulse operation
- * sends one signal of the interface to all clients. It returns false if the signal could not be
- * queued for sending. Pulse operations can be called over the bus, too.
+ * method of the interface on the bus. The daemon implements the pure virtual slots: they are called
+ * over the bus. This class implements the pulse operations: the daemon calls one to send one signal
+ * of the interface to all clients. A pulse operation returns false if the signal could not be queued
+ * for sending. Pulse operations can be called over the bus, too; the installed bus policy refuses
+ * such calls of applications.
  *
  * The daemon has to call qDBusRegisterMetaType<SupplyInformation>() before it serves calls, because
  * the library does not. Without it, the two operations that return the record are not on the bus.
@@ -51,9 +53,9 @@ public Q_SLOTS:
     Q_SCRIPTABLE bool pulseRibbon2PercentChangedSignal(double percentage);
     /// The colour of the loaded supply, as a string in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseSupplyRGBChangedSignal(QString rgb);
-    /// The colours of ribbon 1, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 1, as strings in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseRibbon1RGBsChangedSignal(QStringList rgbs);
-    /// The colours of ribbon 2, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 2, as strings in a format defined by the daemon.
     Q_SCRIPTABLE bool pulseRibbon2RGBsChangedSignal(QStringList rgbs);
     /// @}
 
@@ -87,9 +89,9 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE double supplyRibbon2Percent() = 0;
     /// The colour of the loaded supply, as a string in a format defined by the daemon.
     virtual Q_SCRIPTABLE QString supplySupplyRGB(QString printerName) = 0;
-    /// The colours of ribbon 1, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 1, as strings in a format defined by the daemon.
     virtual Q_SCRIPTABLE QStringList supplyRibbon1RGBs(QString printerName) = 0;
-    /// The colours of ribbon 2, as strings in a format defined by the daemon.
+    /// The colours of the panels of ribbon 2, as strings in a format defined by the daemon.
     virtual Q_SCRIPTABLE QStringList supplyRibbon2RGBs(QString printerName) = 0;
     /// The unique identifier of the loaded supply.
     virtual Q_SCRIPTABLE QString supplySupplyUID() = 0;
@@ -127,7 +129,7 @@ public Q_SLOTS:
     virtual Q_SCRIPTABLE qint32 supplyIsLandscape(QString sku) = 0;
     /// The background image of the supply @p sku, as bytes in a format defined by the daemon.
     virtual Q_SCRIPTABLE QByteArray supplyBackgroundImage(QString sku) = 0;
-    /// The non-continuous length of the supply @p sku, in the daemon's unit.
+    /// The length of one label of the supply @p sku, in the daemon's unit.
     virtual Q_SCRIPTABLE double supplyNonContinuousLength(QString sku, QString printerName) = 0;
     /// The type of the supply @p sku, an index defined by the daemon.
     virtual Q_SCRIPTABLE qint32 supplyTypeIndex(QString sku, QString printerName) = 0;

@@ -14,8 +14,9 @@
 /**
  * The supply record: a supply and its ribbons, in one reply.
  *
- * The library carries the record and does not interpret it: the supply daemon defines meaning and
- * unit of every field. A number is -1 while it is not known, except #integer5, which starts at 1.
+ * The library sends and receives the record and does not interpret it: the supply daemon defines
+ * meaning and unit of every field. A number is -1 while it is not known, except #integer5, which
+ * starts at 1.
  *
  * On the bus the record is one structure of 30 members, `(sasdisdisisisdiayddiiiddddasavavavavav)`:
  * all fields except #text0, in the order of their declaration. The comment of each field says which
@@ -64,9 +65,9 @@ HNIPC_EXPORT QDBusArgument &operator<<(QDBusArgument &argument,
                                        const SupplyInformation &information);
 
 /// @relates SupplyInformation
-/// Reads the record from a D-Bus structure with any members. Reading stops at the first member that
-/// is missing or of another type than its field: that field and all after it keep their values. If
-/// the argument is not a structure, the record does not change.
+/// Reads the record from a D-Bus structure, which may have any members. Reading stops at the first
+/// member that is missing or of another type than its field. That field and all after it keep their
+/// values. If the argument is not a structure, the record does not change.
 HNIPC_EXPORT const QDBusArgument &operator>>(const QDBusArgument &argument,
                                              SupplyInformation &information);
 
