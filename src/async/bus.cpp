@@ -13,11 +13,12 @@
 #include <cstdlib>
 #include <limits>
 
-// The most calls in flight to each daemon: 96 to all three. A bus of type system refuses the 129th
-// call of a program that has no reply yet. The rest is for blocking calls.
+// The most calls in flight to each daemon: 96 to all three. A bus of type system refuses a call of a
+// program if 128 earlier calls have no reply yet. The other 32 are for blocking calls.
 static const int mostInFlight = 32;
 
-// Requests have their own deadlines. With a timeout, Qt would end a call that the bus still counts.
+// Requests have their own deadlines. With a timeout, Qt would end a call that the bus still counts
+// as a call without a reply.
 static const int noTimeout = std::numeric_limits<int>::max();
 
 static const char noOwner[] = "org.freedesktop.DBus.Error.NameHasNoOwner";
@@ -35,8 +36,9 @@ Bus::Bus()
 {
 }
 
-// Runs at exit, before Qt closes its connections: the constructor uses QDBusConnection before this
-// function is registered. It waits at most 1 s for a thread that the bus blocks.
+// Runs at exit, before Qt closes its connections: functions run at exit in the reverse order of their
+// registration, and the constructor uses QDBusConnection before this function is registered. It waits
+// at most 1 s for a thread that the bus blocks.
 #if QT_VERSION >= 0x050000
 static void stopThread()
 {
@@ -183,7 +185,7 @@ void Bus::onReply(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
     const CallPointer call = m_calls.take(watcher);
-    if (!call) { // onLost() has ended it
+    if (!call) { // onLost() has ended the call
         return;
     }
     call->end(RequestLetter::Replied, watcher->reply());
@@ -312,7 +314,7 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
     }
     const QString owner = reply.isError() ? QString() : reply.value();
     for (int i = 0; i < daemonCount; ++i) {
-        const bool isUnknown = m_daemons[i].presence == NotKnown; // otherwise the watch was faster
+        const bool isUnknown = m_daemons[i].presence == NotKnown; // otherwise m_watcher was faster
         if (watcher == m_daemons[i].question && isUnknown) {
             setOwner(daemonNumber(i), owner, News::DaemonPresent);
         }

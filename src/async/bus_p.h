@@ -30,7 +30,7 @@ struct News
         DaemonAbsent,
         Listening, // no signal is missed from now on
         Signal,    // has a row and values
-        BusLost    // or it could not be connected
+        BusLost    // or could not be connected
     };
 
     explicit News(Kind itsKind) : kind(itsKind), daemon(HNIPCServer::IOEXPD), row(-1) {}
@@ -52,8 +52,8 @@ struct Subscriber
     bool wants(HNIPCServer::ServerType daemon) const { return (daemons >> daemon) & 1; }
 
     bool wantsState; // receives DaemonPresent and Listening, too
-    int daemons;     // one bit each
-    quint64 rows;    // one bit each
+    int daemons;     // one bit for each daemon
+    quint64 rows;    // one bit for each row of relayRows()
     Mailbox<News> mailbox;
 };
 
@@ -64,8 +64,8 @@ const quint64 allRows = (Q_UINT64_C(1) << relayRowCount) - 1;
 
 // The system bus for the non-blocking classes; one object per process. Everything that could wait
 // for the bus is done here, in a separate thread. (With Qt 4, in the application's thread, because
-// its connection belongs to one thread.) Replies are counted here, too, so that no other thread can
-// delay the end of a call.
+// its connection belongs to one thread.) Replies arrive here first. So a thread that is blocked does
+// not keep the calls of its requests in flight.
 class Bus : public QObject
 {
     Q_OBJECT
@@ -75,7 +75,7 @@ public:
 
     // Called from any thread. The work is done later, in the order of these calls.
     void send(const CallPointer &call);
-    void forget(const CallPointer &call); // it was withdrawn before it was sent
+    void forget(const CallPointer &call); // for a call that was withdrawn before it was sent
     void subscribe(const SubscriberPointer &subscriber);
     void unsubscribe(const SubscriberPointer &subscriber);
 

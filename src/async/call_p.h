@@ -15,13 +15,13 @@
 struct RequestLetter
 {
     enum Kind {
-        NotSent,    // the request has the reason already
+        NotSent,    // the request knows the reason already
         Replied,    // has the reply
         TimedOut,   // before it was sent
         NoBus,      // not sent
         BusLost,    // after it was sent
         Cancelled,  // within send()
-        TimerNeeded // in the thread that the request belongs to now
+        TimerNeeded // the request needs a timer in its present thread
     };
 
     RequestLetter(Kind itsKind, int itsNumber) : kind(itsKind), number(itsNumber) {}
@@ -42,7 +42,7 @@ public:
     const QDBusMessage &message() const { return m_message; }
 
     // Called by the request when it no longer waits for the call. Returns true if the call was not
-    // sent; then it never will be.
+    // sent. Then the Bus does not send it later either.
     bool withdraw();
 
     // Called by the Bus.

@@ -10,7 +10,7 @@
 
 class QDBusMessage;
 
-// A relay row, with what it takes to emit the signal of HNIPCEvents.
+// A relay row, with the data needed to emit the signal of HNIPCEvents.
 struct Event
 {
     HNIPCServer::ServerType daemon;
@@ -25,8 +25,8 @@ const Event &eventOfRow(int row);
 // The row whose signal has this name; -1 if there is none.
 int rowOfSignal(const QString &name);
 
-// The row of a daemon's signal; -1 if there is none, or if the arguments do not begin with those
-// that are declared. Extra arguments are allowed.
+// The row of a daemon's signal; -1 if there is none, or if the first arguments do not have the
+// declared types. Extra arguments after these are allowed.
 int rowOfMessage(const QDBusMessage &message);
 
 #endif

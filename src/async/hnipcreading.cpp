@@ -68,8 +68,8 @@ struct State
     HNIPCFailure failure; // why the value is unknown or could not be read again
 };
 
-// Whether values and types are the same. QVariants that make different calls can be equal: 5 and
-// "5".
+// Whether values and types are the same. QVariants with the values 5 and "5" are equal, but make
+// different calls.
 bool isSame(const QVariantList &one, const QVariantList &other);
 
 bool isSame(const QVariant &one, const QVariant &other)
@@ -222,7 +222,7 @@ void HNIPCReadingPrivate::configure()
     pauseLength = shortestPause;
     renewRequest();
     subscribe(rows);
-    // Sent after the subscription, so no change goes unnoticed between the two.
+    // Sent after the subscription, so no change between the two is missed.
     read();
 }
 
@@ -319,7 +319,7 @@ void HNIPCReadingPrivate::onNews(const News &news)
         becomeUnknown(State(daemonAbsent(serviceIdentity(daemon)->busName)));
         break;
     case News::DaemonPresent:
-        if (!isAbsent) { // this was known when the first read was sent
+        if (!isAbsent) { // the first read was sent already
             break;
         }
         // fall through
@@ -332,7 +332,7 @@ void HNIPCReadingPrivate::onNews(const News &news)
     }
 }
 
-// A pending read was sent to a daemon that has disappeared.
+// A pending read is dropped: it was sent to a daemon that has disappeared.
 void HNIPCReadingPrivate::becomeUnknown(const State &why)
 {
     if (request->isPending()) {
@@ -373,7 +373,7 @@ void HNIPCReadingPrivate::onSignal(const News &news)
     setState(newState);
 }
 
-// A receiver may destroy the reading: nothing is used after this without a guard.
+// A receiver may destroy the reading: after a call of this, no member is used without a guard.
 void HNIPCReadingPrivate::setState(const State &newState)
 {
     if (newState == state) {
@@ -402,7 +402,8 @@ void HNIPCReading::setMethod(const QString &method)
 
 QVariantList HNIPCReading::arguments() const { return d->arguments; }
 
-// A QML binding sets the arguments again whenever one of its inputs has changed.
+// A QML binding sets the arguments again whenever one of its inputs has changed. Equal arguments must
+// not make the value unknown.
 void HNIPCReading::setArguments(const QVariantList &arguments)
 {
     if (isSame(arguments, d->arguments)) {

@@ -189,7 +189,7 @@ bool HNIPCRequestPrivate::event(QEvent *event)
     return QObject::event(event);
 }
 
-// A timer may be early, and letters that have arrived are delivered before the timeout.
+// A timer may be early. Letters that have arrived are delivered before the timeout.
 void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 {
     if (clock.elapsed() < allowed || !mailbox->isEmpty()) {
@@ -201,7 +201,7 @@ void HNIPCRequestPrivate::timerEvent(QTimerEvent *)
 
 void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
 {
-    if (!isPending || letter.number != number) { // finished meanwhile; maybe sent again
+    if (!isPending || letter.number != number) { // the request has finished, or was sent again
         return;
     }
     if (isSending) {
@@ -232,7 +232,7 @@ void HNIPCRequestPrivate::deliver(const RequestLetter &letter)
     finish();
 }
 
-// Returns true if the call was not sent; then it never will be.
+// Returns true if the call was not sent. Then it is not sent later either.
 bool HNIPCRequestPrivate::withdraw()
 {
     const bool isUnsent = call->withdraw();
@@ -273,7 +273,7 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
     }
     QDBusError error;
     value = emptyValue(called.resultType);
-    qDBusReplyFill(reply, error, value); // as QDBusReply does, for a type given by its number
+    qDBusReplyFill(reply, error, value); // as QDBusReply<T> does, for a type known at run time
     if (error.isValid()) {
         value = QVariant();
         failure = wrongType(daemonName(), error.name(), error.message());
@@ -286,7 +286,7 @@ void HNIPCRequestPrivate::cancel()
         return;
     }
     if (call) {
-        call->withdraw(); // now, also in send(), where the letter is only held
+        call->withdraw(); // at once: during send(), deliver() only stores the letter
     }
     ++number; // so that a reply that arrives first is ignored
     deliver(RequestLetter(RequestLetter::Cancelled, number));
@@ -328,8 +328,8 @@ void HNIPCRequest::setMethod(const QString &method)
 
 QVariantList HNIPCRequest::arguments() const { return d->arguments; }
 
-// Not compared with the old ones: variants that make different calls can be equal, such as 5 and
-// "5".
+// Not compared with the old ones: variants with the values 5 and "5" are equal, but make different
+// calls.
 void HNIPCRequest::setArguments(const QVariantList &arguments)
 {
     d->arguments = arguments;

@@ -52,7 +52,7 @@ static RemoteMethods readMetaObjects()
     qDBusRegisterMetaType<SupplyInformation>();
     RemoteMethods result;
     const QMetaObject &client = HNIPC::staticMetaObject;
-    bool isRemote = false; // the last full form
+    bool isRemote = false; // whether a daemon has the latest complete form
     for (int i = client.methodOffset(); i < client.methodCount(); ++i) {
         const QMetaMethod slot = client.method(i);
         if (slot.methodType() != QMetaMethod::Slot) {

@@ -8,7 +8,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVariant>
 
-// A method of HNIPC, with what it takes to call it on the bus.
+// A method of HNIPC, with the data needed to call it on the bus.
 struct RemoteMethod
 {
     struct Parameter

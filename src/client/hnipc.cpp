@@ -134,7 +134,7 @@ bool HNIPC::reqRibbon1Mileage() { return d->ask<bool>(M4, "reqRibbon1Mileage"); 
 bool HNIPC::reqRibbon2Mileage() { return d->ask<bool>(M4, "reqRibbon2Mileage"); }
 bool HNIPC::reqSupplyMileage() { return d->ask<bool>(M4, "reqSupplyMileage"); }
 
-// The print engine: readings as the daemon holds them
+// The print engine: the latest readings of the daemon
 
 qint32 HNIPC::tph1Therm() { return d->ask<int>(M4, "tph1Therm"); }
 qint32 HNIPC::tph2Therm() { return d->ask<int>(M4, "tph2Therm"); }

@@ -46,8 +46,9 @@ HNIPCPrivate::HNIPCPrivate(HNIPC *client) : q(client), ioexpd(0), m4(0), supplyd
     connect(&watcher, SIGNAL(serviceRegistered(QString)), SLOT(onServiceRegistered(QString)));
     connect(&watcher, SIGNAL(serviceUnregistered(QString)), SLOT(onServiceUnregistered(QString)));
 
-    // A daemon that appeared between its proxy's turn above and the start of the watch is reported
-    // by nobody. One that appeared after the start is found here, and reported as well.
+    // Look again: no signal reports a daemon that appeared after the attempt above to create its
+    // proxy and before the watch began. A daemon that appeared after the watch began can be found
+    // here, too, although a signal reports it later: see foundLate.
     const HNIPCServer::ServerType types[] = { IOEXPD, M4, SUPPLYD };
     for (HNIPCServer::ServerType type : types) {
         if (!getInterfaceByServerType(type)) {
@@ -66,9 +67,10 @@ HNIPCPrivate::~HNIPCPrivate()
     deleteSUPPLYDInterface();
 }
 
-// The three functions below expect a null member, which an unregistration leaves: the watcher
-// reports a registration only if the name had no owner before. After a second registration without
-// an unregistration the earlier proxy leaks. That is accepted, so nothing is deleted here.
+// The three functions below expect that the member is null. An unregistration sets it to null, and
+// the watcher reports a registration only if the name had no owner before. If it reported a second
+// registration without an unregistration, the earlier proxy would leak. That is accepted, so nothing
+// is deleted here.
 
 void HNIPCPrivate::createIOEXPDInterface()
 {
@@ -171,7 +173,7 @@ static QDBusMessage send(QDBusInterface *proxy, const QString &method, const QVa
     return proxy->callWithArgumentList(QDBus::AutoDetect, method, leadingRun);
 }
 
-// Returns a value of exactly the type wanted, or an invalid variant. QDBusReply<T> does the same, but
+// Returns a value of exactly the result type, or an invalid variant. QDBusReply<T> does the same, but
 // is compiled once for each T.
 static QVariant fetch(QDBusInterface *proxy, const QString &method, const QVariant &a1,
                       const QVariant &a2, const QVariant &a3, const QVariant &a4,
@@ -233,7 +235,7 @@ QVariant HNIPCPrivate::call<SupplyInformation>(HNIPCServer::ServerType type, con
     return QVariant::fromValue(information);
 }
 
-// Each is marked as exported: without the mark it would be as hidden as its template argument, and
+// Each is marked as exported: otherwise it would be hidden if its template argument is hidden, and
 // Qt's containers are hidden in this library.
 typedef HNIPCServer::ServerType Type;
 typedef const QString &Name;

@@ -13,8 +13,8 @@
 class HNIPC;
 class QDBusInterface;
 
-// The private half of the client: one proxy for each daemon that is running, the blocking call, and
-// the relay of the daemons' signals to the client's.
+// The private part of the client: one proxy for each daemon that is running, the blocking call, and
+// the relay of the daemons' signals to the client's signals.
 class HNIPCPrivate : public QObject
 {
     Q_OBJECT
