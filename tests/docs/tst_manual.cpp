@@ -175,7 +175,7 @@ void tst_Manual::outcomes()
         { "NotSent", "InvalidArguments", standard + "InvalidArgs" },
         { "NotSent", "DaemonAbsent", standard + "ServiceUnknown" },
         { "NotSent", "AccessDenied", standard + "AccessDenied" },
-        { "NotSent", "BusError", "the bus's" },
+        { "NotSent", "BusError", "the bus's or Qt's" },
         { "NotSent, Unknown", "BusLost", standard + "Disconnected" },
         { "NotSent, Unknown", "TimedOut", standard + "Timeout" },
         { "NotSent, Unknown", "Cancelled", "org.hnipc.Error.Cancelled" },

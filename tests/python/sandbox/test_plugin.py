@@ -85,9 +85,10 @@ def test_a_bus_that_is_gone_does_not_hide_the_failure(pytester):
         import os
 
         def test_bus(sandbox, printer):
+            printer.getError()
+            # The bus sends the reply above to its monitor before it replies to this call.
             name = "org.freedesktop.DBus"
             bus = printer._link.ask_bus(25, "GetConnectionUnixProcessID", "s", name)
-            printer.getError()
             children = open(f"/proc/{bus}/task/{bus}/children").read()  # of dbus-broker
             os.system(f"kill -KILL {bus} {children}")
             printer.getError()
