@@ -72,7 +72,8 @@ class Pages(unittest.TestCase):
         self.refuses('$ no-such-program')
 
     def test_key(self):
-        self.play('$ echo b; echo a; sleep infinity', 'a', 'b', '^C', '$ echo c', 'c')
+        # The program prints, so that it is in the foreground when the key is typed.
+        self.play("$ sh -c 'echo b; echo a; sleep infinity'", 'a', 'b', '^C', '$ echo c', 'c')
         self.refuses('$ echo a; sleep infinity', 'b', '^C', patience=1)
         self.refuses('$ echo a', 'a', '^C')
 
