@@ -9,7 +9,7 @@ packages_of_programs_qt5=(qtbase5-dev qtdeclarative5-dev qttools5-dev-tools qml-
 packages_of_programs_qt6=(qt6-base-dev qt6-declarative-dev qt6-l10n-tools qml6-module-qtquick
     qml6-module-qtqml-workerscript)
 
-# What scripts/lint needs. libdbus-1-dev has the DTD of the interface descriptions.
+# The packages that scripts/lint needs. libdbus-1-dev has the DTD of the interface descriptions.
 packages_of_lint=(clang-format-14 codespell git libdbus-1-dev libxml2-utils mandoc python3
     qt6-declarative-dev-tools qtdeclarative5-dev-tools reuse shellcheck xsltproc)
 

@@ -104,7 +104,7 @@ class HNIPC_EXPORT HNIPCRequest : public QObject
     Q_PROPERTY(int elapsed READ elapsed NOTIFY stateChanged)
 
 public:
-    /// How a request has ended.
+    /// The outcome of a request; the table above lists the reasons of each.
     enum Outcome {
         NoOutcome, ///< Not finished: never sent, or pending.
         NotSent,   ///< The daemon has not received the call.
@@ -236,7 +236,7 @@ private:
 };
 
 /// @relates HNIPCRequest
-/// How a request has ended, without the reply. The base of HNIPCAnswer.
+/// The outcome of a request, without the reply. The base of HNIPCAnswer.
 class HNIPCOutcome
 {
 public:

@@ -6,7 +6,7 @@
 
 #include <QtCore/QLatin1String>
 
-// How a daemon is addressed on the system bus. Each exports one object, at the same path.
+// The address of a daemon on the system bus. Each daemon exports one object, at the same path.
 struct ServiceIdentity
 {
     QLatin1String busName;

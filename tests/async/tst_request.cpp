@@ -95,7 +95,7 @@ public:
         return true;
     }
 
-    // How often each has finished since the order was cleared; -1 if the numbers differ.
+    // The number of times that each has finished since the order was cleared; -1 if these differ.
     int timesEachHasFinished() const
     {
         std::vector<int> times(m_requests.size());

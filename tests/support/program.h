@@ -75,7 +75,7 @@ public:
 
     void tell(const QByteArray &line) { write(line + '\n'); }
 
-    // How the process ended; empty if it exited with 0.
+    // The end of the process, in words; empty if it exited with 0.
     QByteArray ending()
     {
         if (!ends()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How not to write a daemon: between its object and its event loop it does something that takes long.
-// Here it waits for a line on its standard input.
+// A daemon with a mistake: something takes long between the construction of its object and its event
+// loop. Here, it waits for a line on its standard input.
 
 #include <hnipc/ihnipcioexpd.h>
 
