@@ -2,6 +2,8 @@
 #include "keyguard.h"
 #include "language.h"
 
+#include "common/qtmessages.h"
+
 #include <hnipc/hnipc_version.h>
 
 #include <QtCore/QCommandLineParser>
@@ -79,6 +81,7 @@ int main(int argc, char *argv[])
     qInstallMessageHandler(whileStarting);
     QGuiApplication application(argc, argv);
     qInstallMessageHandler(nullptr);
+    Toolkit::hideOwnerWarning();
     for (const QString &message : std::as_const(start.messages)) {
         std::fprintf(stderr, "%s\n", qPrintable(message));
     }

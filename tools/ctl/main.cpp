@@ -7,6 +7,8 @@
 #include "surroundings.h"
 #include "values.h"
 
+#include "common/qtmessages.h"
+
 #include <hnipc/hnipc_version.h>
 
 #include <QtCore/QCoreApplication>
@@ -487,6 +489,7 @@ int main(int argc, char *argv[])
     }
     Console::failInJson(
         words.mid(0, int(words.indexOf(QStringLiteral("--")))).contains(QStringLiteral("--json")));
+    hideOwnerWarning();
     QCoreApplication application(argc, argv);
     Console::end(notText.isNull() ? run(parse(words)) : Console::fail(BadValue, notText));
 }

@@ -5,6 +5,7 @@
 #include "common/daemons.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
+#include "common/qtmessages.h"
 
 #include <hnipc/hnipc_version.h>
 
@@ -127,6 +128,7 @@ int main(int argc, char **argv)
     if (guard(&exitCode)) {
         return exitCode;
     }
+    hideOwnerWarning();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-sandbox"));
     QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));

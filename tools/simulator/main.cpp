@@ -8,6 +8,7 @@
 #include "common/datafiles.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
+#include "common/qtmessages.h"
 #include "common/scenario.h"
 
 #include <hnipc/hnipc_version.h>
@@ -242,6 +243,7 @@ int serve(const Request &request)
 
 int main(int argc, char **argv)
 {
+    hideOwnerWarning();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("hnipc-simulator"));
     QCoreApplication::setApplicationVersion(QStringLiteral(HNIPC_VERSION_STRING));
