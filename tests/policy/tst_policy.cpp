@@ -614,6 +614,14 @@ void tst_Policy::tool_data()
         << "hnipcctl: " + noRight + '\n';
     QTest::newRow("stranger introspects")
         << stranger << QByteArray("introspect m4") << 3 << nothing << "hnipcctl: " + noRight + '\n';
+    const QByteArray
+        noActs = "hnipcctl: the bus does not allow acts on m4: this may be a printer\n";
+    QTest::newRow("member acts") << member << QByteArray("simulate --daemon m4 reset") << 1
+                                 << nothing << noActs;
+    QTest::newRow("member acts on a reading")
+        << member << QByteArray("simulate --daemon m4 set gap 3") << 1 << nothing << noActs;
+    QTest::newRow("stranger acts")
+        << stranger << QByteArray("simulate --daemon m4 reset") << 1 << nothing << noActs;
     QTest::newRow("stranger asks for the state")
         << stranger << QByteArray("status") << 3
         << QByteArray("  qmlPrintEngineErrorCode  no right\n  qmlPrintEngineAlertCode  no right\n")

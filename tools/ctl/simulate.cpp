@@ -415,6 +415,11 @@ private:
         } else if (result.reason == HNIPCRequest::DaemonError) {
             result.reason = HNIPCRequest::WrongType;
             result.error = QStringLiteral("%1 is not a simulated daemon").arg(daemon.name);
+        } else if (result.reason == HNIPCRequest::AccessDenied) {
+            result.reason = HNIPCRequest::WrongType;
+            result.error = QStringLiteral(
+                               "the bus does not allow acts on %1: this may be a printer")
+                               .arg(daemon.name);
         }
         return result;
     }
