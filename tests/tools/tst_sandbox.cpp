@@ -213,6 +213,7 @@ private Q_SLOTS:
     void checksAScenario_data();
     void checksAScenario();
     void checkFindsAllMistakes();
+    void checkAsksDaemonsThatTheScenarioStarts();
     void checkOfNoScenario_data();
     void checkOfNoScenario();
     void checkThatCannotBePrinted();
@@ -994,6 +995,20 @@ void tst_Sandbox::checkFindsAllMistakes()
     Sandbox one({ "--daemons", "m4", "--check", file });
     QCOMPARE(one.exitCode(), 8);
     QVERIFY(one.errors().contains(where + ":8: ioexpd is not running at this time\n"));
+}
+
+void tst_Sandbox::checkAsksDaemonsThatTheScenarioStarts()
+{
+    const QString file = scenario(
+                             "{ \"at\": 1, \"daemon\": \"m4\", \"do\": \"start\" },\n"
+                             "{ \"at\": 2, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"no\", "
+                             "\"value\": 1 }")
+                             .last();
+    Sandbox sandbox({ "--daemons", "none", "--check", file });
+    QCOMPARE(sandbox.exitCode(), 8);
+    QCOMPARE(sandbox.errors(),
+             "hnipc-sandbox: " + file.toLocal8Bit()
+                 + ":3: no reading or switch is called \"no\"\n");
 }
 
 void tst_Sandbox::checkOfNoScenario_data()

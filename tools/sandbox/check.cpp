@@ -110,7 +110,7 @@ QStringList mistakesIn(const Scenario &scenario, const QDBusConnection &bus,
             mistake = QStringLiteral("%1 is not running at this time").arg(act.daemon);
         } else if (act.verb == QLatin1String("stop")) {
             running.removeAll(act.daemon);
-        } else if (daemons.contains(act.daemon)) {
+        } else {
             mistake = mistakeIn(act, bus);
         }
         if (!mistake.isEmpty()) {

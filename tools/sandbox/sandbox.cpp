@@ -3,6 +3,7 @@
 
 #include "check.h"
 
+#include "common/daemons.h"
 #include "common/datafiles.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
@@ -118,10 +119,12 @@ Sandbox::~Sandbox()
 int Sandbox::run(const Request &request)
 {
     startBus();
-    for (const QString &name : request.daemons) {
+    // A check asks all daemons, because the scenario may start those that the request does not.
+    const QStringList daemons = request.isCheck ? daemonNames() : request.daemons;
+    for (const QString &name : daemons) {
         startDaemon(name);
     }
-    for (const QString &name : request.daemons) {
+    for (const QString &name : daemons) {
         waitForDaemon(name);
     }
 
