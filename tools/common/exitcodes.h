@@ -16,7 +16,7 @@ enum ExitCode {
     NoSuchName = 7,      ///< an unknown method, property, signal or daemon
     BadValue = 8,        ///< an argument, or a line of a file, is invalid
     OutcomeUnknown = 9,  ///< the daemon may or may not have carried out the request
-    SandboxFailed = 125, ///< the sandbox failed before its command ran
+    SandboxFailed = 125, ///< the sandbox, or an act of its scenario, failed
     CannotRun = 126,     ///< the sandbox's command cannot be run
     NotFound = 127,      ///< the sandbox's command was not found
     Interrupted = 130,   ///< Ctrl-C; for other signals, 128 plus the signal's number

@@ -255,7 +255,8 @@ const Command batchCommand = {
     "the same order, as soon as the result is known: the value, \"done\" if the method\n"
     "returns nothing, or \"error: \" and the reason. A line is sent when the line before\n"
     "it has its result. The exit code is the highest of all lines. With several\n"
-    "printers, each gets all lines, over one ssh login.",
+    "printers, standard input is read to its end first; each printer then gets all\n"
+    "lines, over one ssh login.",
     { { "stop", nullptr, "end at the first line that fails, with its exit code" } },
     0, 0, true, nullptr, run, nullptr, false, true, false
 };

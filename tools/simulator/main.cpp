@@ -104,7 +104,7 @@ Request readCommandLine()
             ? parser.value(QStringLiteral("catalogue"))
             : dataFile(QStringLiteral("supplies.json"));
         if (fileName.isEmpty()) {
-            throw Failure { Failed, QStringLiteral("supplies.json is not installed") };
+            throw Failure { BadValue, QStringLiteral("supplies.json is not installed") };
         }
         result.catalogue = readCatalogue(fileName, &error);
     } else if (parser.isSet(QStringLiteral("catalogue"))) {
