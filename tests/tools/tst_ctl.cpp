@@ -283,6 +283,8 @@ private Q_SLOTS:
     void busByAddress();
     void haltedBus_data();
     void haltedBus();
+    void busHaltsLater_data();
+    void busHaltsLater();
     void refusesWhatIsNotUtf8();
     void warnsOfALostBus();
 
@@ -1431,6 +1433,50 @@ void tst_Ctl::haltedBus()
     QCOMPARE(byAddress.err(),
              "hnipcctl: the bus at " + bus.address().toUtf8() + " was not reached within 250 ms\n");
     bus.resume();
+}
+
+void tst_Ctl::busHaltsLater_data()
+{
+    QTest::addColumn<QByteArray>("command");
+    QTest::addColumn<QString>("member"); // the bus halts when it receives this call
+    const auto row = [](const char *command, const char *member) {
+        QTest::addRow("%s: %s", command, member) << QByteArray(command) << text(member);
+    };
+    row("trace", "ListNames");
+    row("trace", "GetNameOwner");
+    row("monitor", "GetId");
+    row("replay", "GetNameOwner");
+    row("replay", "RequestName");
+    row("replay", "GetId");
+}
+
+// The timeout includes all calls of the bus itself.
+void tst_Ctl::busHaltsLater()
+{
+    QFETCH(QByteArray, command);
+    QFETCH(QString, member);
+
+    const QTemporaryDir directory;
+    QFile recorded(directory.filePath(text("recorded")));
+    QVERIFY(recorded.open(QIODevice::WriteOnly));
+    recorded.write("{\"format\":\"hnipc-trace\",\"version\":1}\n"
+                   "{\"at\":0,\"daemon\":\"m4\",\"signal\":\"M4PrinterLid\",\"signature\":\"b\","
+                   "\"arguments\":[true]}\n");
+    recorded.close();
+    const BusProcess bus;
+    const QString socket = directory.filePath(text("bus"));
+    Process relay;
+    relay.start(text(HNIPC_TEST_RELAY),
+                { socket, bus.address().section(QLatin1Char('='), 1), member });
+    QVERIFY(relay.prints("ready\n"));
+
+    QStringList line { text("--timeout"), text("250"), text(command.constData()) };
+    line += command == "replay" ? QStringList(recorded.fileName()) : QStringList();
+    Ctl ctl(line, { { text("DBUS_SYSTEM_BUS_ADDRESS"), text("unix:path=") + socket } });
+    QCOMPARE(ctl.exitCode(), 6);
+    QVERIFY2(ctl.err().endsWith("hnipcctl: the system bus was not reached within 250 ms\n"),
+             ctl.err());
+    QCOMPARE(ctl.out(), QByteArray());
 }
 
 void tst_Ctl::refusesWhatIsNotUtf8()

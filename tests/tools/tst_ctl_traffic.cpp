@@ -136,6 +136,7 @@ private Q_SLOTS:
     void unknownForms_data();
     void unknownForms();
     void otherReply();
+    void otherStructure();
     void json();
     void escapes();
     void longValues();
@@ -354,6 +355,16 @@ void tst_CtlTraffic::otherReply()
     const QJsonObject object = objects(asJson->out()).value(0);
     QCOMPARE(object.value(QLatin1String("value")).toString(), text("ten"));
     QCOMPARE(object.value(QLatin1String("replySignature")).toString(), text("s"));
+}
+
+// A structure other than the supply record has no names for its members.
+void tst_CtlTraffic::otherStructure()
+{
+    daemon(SUPPLYD).answer("supplyInformation", "(('a', 2),)");
+    const auto ctl = trace("--count 1 --json");
+    call(SUPPLYD, "supplyInformation", "('p',)");
+    QCOMPARE(compact({ { text("value"), objects(ctl->out()).value(0).value(text("value")) } }),
+             QByteArray("{\"value\":[\"a\",2]}"));
 }
 
 void tst_CtlTraffic::json()
