@@ -200,6 +200,7 @@ private Q_SLOTS:
     void helpIntoAClosedPipe();
 
     void playsAScenario();
+    void textsOfAScenarioCannotControlTheTerminal();
     void quietScenario();
     void scenarioStopsADaemon();
     void scenarioStartsADaemonAgain();
@@ -597,6 +598,18 @@ void tst_Sandbox::playsAScenario()
     sandbox.closeWriteChannel();
     QCOMPARE(sandbox.exitCode(), 0);
     QVERIFY(sandbox.leavesNothing());
+}
+
+void tst_Sandbox::textsOfAScenarioCannotControlTheTerminal()
+{
+    OpenSandbox sandbox(scenario(R"({ "at": 0, "do": "say", "text": "Now\u001b[2J\nthis." },
+                    { "at": 0, "daemon": "m4", "do": "set", "name": "no\u202esuch", "value": 1 },
+                    { "at": 0.01, "do": "say", "text": "Done." })"));
+    QVERIFY(sandbox.says("-- Done.\n"));
+    const QList<QByteArray> lines = sandbox.errors().split('\n');
+    QCOMPARE(lines.at(0), QByteArray("-- Now\\u001b[2J\\u000athis."));
+    QVERIFY2(lines.at(1).endsWith("\"no\\u202esuch\""), lines.at(1).constData());
+    QCOMPARE(int(lines.size()), 4);
 }
 
 // The narration of the scenario is left out, failed acts are not.

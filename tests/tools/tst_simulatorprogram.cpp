@@ -40,6 +40,7 @@ private slots:
     void unknownScenarioIsRefused();
 
     void scenarioIsPlayed();
+    void textsOfAScenarioCannotControlTheTerminal();
     void actsComeInTheOrderOfTheirTimes();
     void scenarioOfEveryDaemonHasEveryAct();
     void refusedActIsTold_data();
@@ -475,6 +476,19 @@ void tst_SimulatorProgram::scenarioIsPlayed()
         return heard.size() == 2 && heard.at(0).member == "M4_M4PrinterLid"
             && heard.at(0).body == "(true,)" && heard.at(1).member == "M4_Error";
     }));
+}
+
+void tst_SimulatorProgram::textsOfAScenarioCannotControlTheTerminal()
+{
+    const File file(R"({ "name": "Text", "about": "One text.", "acts": [
+        { "at": 0, "do": "say", "text": "Now\u001b[2J\nthis." }
+    ] })");
+    SimulatedDaemon daemon({ "m4", "--scenario", file.path() });
+    QVERIFY(daemon.isServing());
+    QVERIFY(waitUntil([&daemon]() { return daemon.output().contains("this.\n"); }));
+    QVERIFY2(daemon.output().contains("Now\\u001b[2J\\u000athis.\n"), daemon.output().constData());
+    const Outcome outcome = run({ "m4", "--scenario", "no\033[2Jsuch" });
+    QVERIFY2(outcome.errors.contains("no\\u001b[2Jsuch"), outcome.errors.constData());
 }
 
 void tst_SimulatorProgram::actsComeInTheOrderOfTheirTimes()

@@ -105,47 +105,10 @@ void onWokenUp(int number, std::function<void()> handler)
     wakeUpHandlers[number] = std::move(handler);
 }
 
-// Characters that a terminal does not show, or takes as commands.
-bool isInvisible(char32_t character)
-{
-    switch (QChar::category(character)) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    default:
-        return false;
-    }
-}
-
-const char32_t noCharacter = 0x110000;
-
-QString withoutInvisible(const QString &text, char32_t except = noCharacter)
-{
-    QString result;
-    for (int i = 0; i < text.size(); ++i) {
-        const bool isPair = text.at(i).isHighSurrogate() && i + 1 < text.size()
-            && text.at(i + 1).isLowSurrogate();
-        const char32_t character = isPair ? QChar::surrogateToUcs4(text.at(i), text.at(i + 1))
-                                          : text.at(i).unicode();
-        for (int unit = 0; unit <= int(isPair); ++unit) {
-            const QChar letter = text.at(i + unit);
-            if (character != except && isInvisible(character)) {
-                result += QStringLiteral("\\u%1").arg(letter.unicode(), 4, 16, QLatin1Char('0'));
-            } else {
-                result += letter;
-            }
-        }
-        i += int(isPair);
-    }
-    return result;
-}
-
 // Outside of strings, JSON has no such characters but line ends, which stay; strings have none.
 QByteArray printableJson(const QByteArray &json)
 {
-    return withoutInvisible(QString::fromUtf8(json), U'\n').toUtf8();
+    return Toolkit::printable(QString::fromUtf8(json), U'\n').toUtf8();
 }
 
 // Otherwise a file that is opened later would get the number of a closed stream, and output would be
@@ -263,8 +226,6 @@ QString Console::signalCount(std::size_t count)
 {
     return count == 1 ? QStringLiteral("1 signal") : QStringLiteral("%1 signals").arg(count);
 }
-
-QString Console::printable(const QString &text) { return withoutInvisible(text); }
 
 QString Console::bold(const QString &text) { return styled("1", text); }
 

@@ -2,6 +2,8 @@
 #ifndef HNIPC_TOOLS_CTL_CONSOLE_H
 #define HNIPC_TOOLS_CTL_CONSOLE_H
 
+#include "common/printable.h"
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
@@ -40,10 +42,7 @@ void failInJson(bool json = true);
 /// The output of fail() on standard output: nothing, or a line of JSON.
 QByteArray failureLine(int exitCode, const QString &text);
 
-/// The text with all characters escaped, as in JSON, that a terminal does not show: control
-/// characters, format characters such as those for the direction of writing, and separators of lines
-/// and paragraphs.
-QString printable(const QString &text);
+using Toolkit::printable;
 
 /// "1 signal", "2 signals".
 QString signalCount(std::size_t count);

@@ -5,6 +5,7 @@
 #include "common/daemons.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
+#include "common/printable.h"
 #include "common/qtmessages.h"
 
 #include <hnipc/hnipc_version.h>
@@ -141,7 +142,7 @@ int main(int argc, char **argv)
         return Sandbox().run(request);
     } catch (const Failure &failure) {
         if (!failure.message.isNull()) {
-            fprintf(stderr, "hnipc-sandbox: %s\n", failure.message.toUtf8().constData());
+            fprintf(stderr, "hnipc-sandbox: %s\n", printable(failure.message).toUtf8().constData());
         }
         return failure.exitCode;
     }

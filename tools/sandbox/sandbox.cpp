@@ -7,6 +7,7 @@
 #include "common/datafiles.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
+#include "common/printable.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
@@ -36,7 +37,7 @@ const int startTimeout = 60 * 1000; // milliseconds
 
 void note(const QString &text)
 {
-    fprintf(stderr, "hnipc-sandbox: %s\n", text.toUtf8().constData());
+    fprintf(stderr, "hnipc-sandbox: %s\n", printable(text).toUtf8().constData());
 }
 
 [[noreturn]] void fail(const QString &message, int exitCode = SandboxFailed)
@@ -187,7 +188,7 @@ void Sandbox::startBus()
     close(output[0]);
     if (!m_address.endsWith('\n')) {
         fail(QStringLiteral("the bus did not start: ")
-             + QString::fromLocal8Bit(contentOf(error).trimmed()));
+             + QString::fromLocal8Bit(contentOf(error)).simplified());
     }
     close(error);
     m_address = m_address.trimmed();
@@ -361,7 +362,7 @@ void Sandbox::play(const Scenario &scenario, bool isQuiet)
     m_player.reset(new ScenarioPlayer(scenario, connectToBus(QStringLiteral("scenario"))));
     if (!isQuiet) {
         QObject::connect(m_player.get(), &ScenarioPlayer::said, [](const QString &text) {
-            fprintf(stderr, "-- %s\n", text.toUtf8().constData());
+            fprintf(stderr, "-- %s\n", printable(text).toUtf8().constData());
         });
     }
     QObject::connect(m_player.get(), &ScenarioPlayer::failed, [this](const QString &message) {

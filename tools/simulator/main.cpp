@@ -8,6 +8,7 @@
 #include "common/datafiles.h"
 #include "common/exitcodes.h"
 #include "common/failure.h"
+#include "common/printable.h"
 #include "common/qtmessages.h"
 #include "common/scenario.h"
 
@@ -151,11 +152,11 @@ std::unique_ptr<Daemon> createDaemon(const Request &request)
 void play(ScenarioPlayer *player)
 {
     QObject::connect(player, &ScenarioPlayer::said, [](const QString &text) {
-        puts(qPrintable(text));
+        puts(qPrintable(printable(text)));
         fflush(stdout);
     });
     QObject::connect(player, &ScenarioPlayer::failed, [](const QString &message) {
-        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(message));
+        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(printable(message)));
     });
     player->start();
 }
@@ -250,7 +251,7 @@ int main(int argc, char **argv)
     try {
         return serve(readCommandLine());
     } catch (const Failure &failure) {
-        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(failure.message));
+        fprintf(stderr, "hnipc-simulator: %s\n", qPrintable(printable(failure.message)));
         return failure.exitCode;
     }
 }
