@@ -4,7 +4,7 @@
 # multiarch packages of this machine, such as qtbase5-dev:armhf, or in the root file system of the
 # target:
 #
-#   cmake -S . -B build/arm --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \
+#   cmake -S . -B build/armhf --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \
 #       -DCMAKE_SYSROOT=ROOT -DHNIPC_QT=5 -DHNIPC_QML=OFF
 
 set(CMAKE_SYSTEM_NAME Linux)

@@ -97,14 +97,14 @@ NOT_PLAYED = {
     'data/man/hnipcctl.1': {'wireshark printer.pcapng': 'is a window of its own'},
     'docs/guides/watching.md': {'wireshark printer.pcapng': 'is a window of its own'},
     'docs/guides/cross.md': dict.fromkeys((
-        'cmake -S . -B build/arm --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
+        'cmake -S . -B build/armhf --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
         '      -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \\\n'
         '      -DHNIPC_QT=5 -DHNIPC_QML=OFF -DBUILD_TESTING=OFF',
-        'cmake --build build/arm',
-        'DESTDIR=$PWD/build/arm/root cmake --install build/arm',
+        'cmake --build build/armhf',
+        'DESTDIR=$PWD/build/armhf/root cmake --install build/armhf',
         'cmake -S examples/client -B build/client \\\n'
         '      --toolchain $PWD/cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
-        '      -DHNIPC_QT=5 -DCMAKE_PREFIX_PATH=$PWD/build/arm/root/usr',
+        '      -DHNIPC_QT=5 -DCMAKE_PREFIX_PATH=$PWD/build/armhf/root/usr',
         'cmake --build build/client',
         'file --brief build/client/hnipc-example-client',
         'hnipc-sandbox -- qemu-arm-static build/client/hnipc-example-client'),
