@@ -3,7 +3,7 @@
 #
 # scripts_test.sh SOURCE: scripts/demo and scripts/screenshots refuse an option without its value,
 # with a message. scripts/lint refuses unknown checks. Each mutation of tests/mutations/list changes
-# its file.
+# its file. scripts/mutate --sample accepts 3 % of missed mutants.
 
 set -euo pipefail
 cd "$1"
@@ -31,3 +31,13 @@ refused "scripts/lint: unknown check links,man; one of $all" scripts/lint links,
 refused "scripts/lint: unknown option --fast; see --help" scripts/lint --fast
 
 scripts/mutate --check
+python3 -B -c '
+from importlib.machinery import SourceFileLoader
+from importlib.util import module_from_spec, spec_from_loader
+
+loader = SourceFileLoader("mutate", "scripts/mutate")
+mutate = module_from_spec(spec_from_loader("mutate", loader))
+loader.exec_module(mutate)
+for tried, missed, expected in (200, 6, True), (200, 7, False), (30, 0, True), (30, 1, False), (0, 0, False):
+    assert mutate.is_enough(tried, missed) == expected, (tried, missed)
+'
