@@ -111,9 +111,7 @@ NOT_PLAYED = {
         'takes packages for armhf, and a build of its own; by hand'),
     'docs/size.md': {'scripts/size': 'makes builds of its own, by hand'},
     'docs/reliability.md': {
-        'mkdir found': 'goes with the next one',
-        'build/qt6-sanitized/tests/fuzz/hnipc-fuzz-record -max_total_time=600 found '
-        'tests/fuzz/record': 'takes ten minutes, by hand',
+        'scripts/fuzz --minutes 10': 'takes ten minutes, by hand',
     },
 }
 
