@@ -5,12 +5,10 @@
 #include "wirepeer.h"
 
 #include <QtCore/QObject>
+#include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 #include <QtDBus/QDBusPendingCall>
-
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -45,6 +43,26 @@ QList<QByteArray> bodiesOf(const QList<WireMessage> &messages, const QByteArray 
     }
     return result;
 }
+
+// Sends calls on a connection of its own, in a thread of Qt: Qt 4 cannot call in other threads.
+class Caller : public QThread
+{
+public:
+    ~Caller() override { wait(); }
+
+protected:
+    void run() override
+    {
+        const QString name = QString::number(quintptr(this));
+        {
+            QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name);
+            for (int i = 0; i < 250; ++i) {
+                bus.call(callOf("number") << i);
+            }
+        }
+        QDBusConnection::disconnectFromBus(name);
+    }
+};
 
 // A subscriber without code of the library.
 class Counter : public QObject
@@ -107,22 +125,12 @@ void tst_WirePeer::noCallOfManyThreadsIsLost()
     WirePeer peer;
     QVERIFY(peer.own(busName));
     peer.answer("number", "()");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([i]() {
-            const QString name = QString::number(i);
-            {
-                QDBusConnection bus = QDBusConnection::connectToBus(QDBusConnection::SystemBus,
-                                                                    name);
-                for (int j = 0; j < 250; ++j) {
-                    bus.call(callOf("number") << j);
-                }
-            }
-            QDBusConnection::disconnectFromBus(name);
-        });
+    Caller callers[4];
+    for (Caller &caller : callers) {
+        caller.start();
     }
-    for (std::thread &thread : threads) {
-        thread.join();
+    for (Caller &caller : callers) {
+        caller.wait();
     }
     const QList<WireMessage> calls = peer.calls();
     QCOMPARE(int(calls.size()), 4 * 250);
