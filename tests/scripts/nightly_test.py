@@ -99,7 +99,7 @@ class Table(unittest.TestCase):
                 '| good | passed | 0:00:00 |  |',
                 '| bad | failed | 0:00:00 | exited with 3 |',
                 '| elsewhere | not run |  | there is no printer |',
-                '`seq 90; exit 3` exited with 3. [bad.log](bad.log) ends with:',
+                '`seq 90; exit 3`: exited with 3. [bad.log](bad.log) ends with:',
                 '    66', '    90'):
             self.assertIn(line, page.splitlines())
         self.assertNotIn('    65', page.splitlines())
@@ -124,7 +124,7 @@ class Table(unittest.TestCase):
         self.assertEqual(report['seconds'], 3600)
         self.assertEqual(report['jobs'], [{'name': 'a', 'command': 'touch "$D/late"',
                                            'result': 'passed', 'reason': '', 'seconds': 3600,
-                                           'log': ''}])
+                                           'log': '', 'skipped': []}])
         self.assertIn('- Time: 1:00:00, with a budget of 75 minutes', self.read('report/report.md'))
 
     # Neither process reacts to SIGTERM, and the second one is not in the session of the job.
@@ -176,6 +176,20 @@ class Table(unittest.TestCase):
     def test_control_characters_are_not_in_the_report(self):
         self.run_nightly(('colours', r"printf '\033[31mred\033[0m\000\n\377\n'; exit 1"))
         self.assertIn('    red\n    \ufffd\n', self.read('report/report.md'))
+
+    def test_skipped_tests(self):
+        with open(f'{self.directory}/tests.xml', 'w', encoding='utf-8') as file:
+            file.write('<testsuite><testcase name="tst_x" status="run"><system-out>'
+                       'SKIP   : tst_X::f(a row) Qt 4 has no connections to functions\n'
+                       '</system-out></testcase></testsuite>')
+        self.assertEqual(self.run_nightly(
+            ('suite', 'echo; echo "  a line"; echo; scripts/skipped 4="$D/tests.xml"'),
+            ('other', 'echo; echo "  a line"')), 0)
+        skipped = 'Qt 4: tst_x tst_X::f: (a row) Qt 4 has no connections to functions'
+        jobs = json.loads(self.read('report/report.json'))['jobs']
+        self.assertEqual([job['skipped'] for job in jobs], [[skipped], []])
+        self.assertIn(f'\n## Skipped in suite\n\n- {skipped}\n', self.read('report/report.md'))
+        self.assertNotIn('Skipped in other', self.read('report/report.md'))
 
     def test_choice(self):
         rows = [('a', 'true'), ('b', 'true'), ('c', 'exit 1')]
