@@ -112,14 +112,24 @@ class Table(unittest.TestCase):
         self.assertIn('**1 of 2 jobs passed, 1 not run.**', self.read('report/report.md'))
 
     def test_what_the_report_says_of_the_tree(self):
-        def git(*arguments):
-            return subprocess.run(['git', '-c', 'safe.directory=*', '-C', SOURCE, *arguments],
-                                  stdout=subprocess.PIPE, text=True).stdout.strip()
+        git = f'{self.directory}/git'
+        with open(git, 'w', encoding='utf-8') as file:
+            file.write('#!/bin/sh\ncase "$*" in "rev-parse HEAD") echo 1a2b ;; '
+                       '"status --porcelain") cat "$0.status" ;; esac\n')
+        os.chmod(git, 0o755)
+        for status, line in (('', '- Commit: 1a2b'),
+                             (' M README.md', '- Commit: 1a2b, with uncommitted changes')):
+            with open(f'{git}.status', 'w', encoding='utf-8') as file:
+                file.write(status)
+            self.run_nightly(('a', 'true'),
+                             prefix=['env', f'PATH={self.directory}:{os.environ["PATH"]}'])
+            report = json.loads(self.read('report/report.json'))
+            self.assertEqual((report['commit'], report['changed']), ('1a2b', bool(status)))
+            self.assertIn(line, self.read('report/report.md').splitlines())
 
+    def test_time(self):
         self.run_nightly(('a', 'touch "$D/late"'), arguments=['--budget', '75'])
         report = json.loads(self.read('report/report.json'))
-        self.assertEqual(report['commit'], git('rev-parse', 'HEAD') or 'unknown')
-        self.assertEqual(report['changed'], bool(git('status', '--porcelain')))
         self.assertEqual(report['budget_minutes'], 75)
         self.assertEqual(report['seconds'], 3600)
         self.assertEqual(report['jobs'], [{'name': 'a', 'command': 'touch "$D/late"',
