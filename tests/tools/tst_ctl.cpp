@@ -337,9 +337,9 @@ private Q_SLOTS:
 
 void tst_Ctl::helpAndVersion()
 {
-    const QList<QByteArray> commands { "status",   "list",       "call",      "get",    "batch",
-                                       "watch",    "monitor",    "trace",     "record", "replay",
-                                       "simulate", "introspect", "completion" };
+    const QList<QByteArray> commands { "status", "list",     "call",       "get",       "batch",
+                                       "watch",  "metrics",  "monitor",    "trace",     "record",
+                                       "replay", "simulate", "introspect", "completion" };
     Ctl help(words("--help"));
     QCOMPARE(help.exitCode(), 0);
     QCOMPARE(help.err(), QByteArray());
@@ -393,6 +393,8 @@ void tst_Ctl::wrongUsage_data()
         "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
         "[ARGUMENT...]");
     row("get", "usage: hnipcctl get PROPERTY...|all");
+    row("metrics m4", "usage: hnipcctl metrics [--output FILE]");
+    row("metrics --output=", "the name of the file to be written is empty");
     row("list a b", "usage: hnipcctl list [--signals] [--properties] [PATTERN]");
     row("list --signals --properties", "--signals and --properties list different things");
     row("status --timeout 0",
@@ -1403,8 +1405,8 @@ void tst_Ctl::haltedBus_data()
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<QByteArray>("prefix");
 
-    for (const char *command : { "status", "call getError", "get all", "watch", "monitor",
-                                 "record -", "introspect m4", "replay /dev/null" }) {
+    for (const char *command : { "status", "call getError", "get all", "watch", "metrics",
+                                 "monitor", "record -", "introspect m4", "replay /dev/null" }) {
         QTest::newRow(command) << QByteArray(command) << QByteArray();
     }
     QTest::newRow("deadline") << QByteArray("call getError --timeout 50000 --deadline 250")
@@ -2211,6 +2213,9 @@ void tst_Ctl::completes_data()
     row("get qmlBatteryStatus al", "all");
     row("monitor Ribbon2", "Ribbon2PercentChanged Ribbon2RGBsChanged");
     row("monitor --c", "--count");
+    row("met", "metrics");
+    row("metrics --o", "--output");
+    row("metrics m", "");
     row("introspect ",
         "--address --check --help --host --hosts --json --timeout --version ioexpd m4 "
         "supplyd");

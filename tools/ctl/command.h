@@ -23,6 +23,8 @@ struct Context
     QString unreached;              ///< the message of a ReachingDeadline if the bus does not reply
 };
 
+struct FleetAnswer;
+
 struct Option
 {
     const char *name;
@@ -48,6 +50,9 @@ struct Command
     bool onePrinter = false; ///< is for one printer at a time
     bool inLines = false;    ///< prints lines until it ends, not one result
     bool described = true;   ///< needs the descriptions of the interfaces
+    /// Without --json, the command runs in processes of its own with --json, one for each printer or
+    /// for the local bus. This function then gets all results, and returns the exit code; or null.
+    int (*gather)(const Context &context, const std::vector<FleetAnswer> &answers) = nullptr;
 };
 
 extern const Command statusCommand;
@@ -56,6 +61,7 @@ extern const Command callCommand;
 extern const Command getCommand;
 extern const Command batchCommand;
 extern const Command watchCommand;
+extern const Command metricsCommand;
 extern const Command monitorCommand;
 extern const Command traceCommand;
 extern const Command recordCommand;

@@ -7,6 +7,7 @@
 #include "values.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
@@ -55,6 +56,7 @@ struct Printer
     int exitCode = Toolkit::Done;
     QJsonValue result = QJsonValue::Undefined; ///< undefined if there was no output
     QString error;
+    qint64 time = 0; ///< when it ended
 };
 
 // The result of a call or a property.
@@ -203,6 +205,13 @@ public:
             startNext();
         }
         QCoreApplication::exec();
+        if (m_question.gather && m_exitCode == Toolkit::Done) {
+            std::vector<FleetAnswer> answers;
+            for (const Printer &printer : m_printers) {
+                answers.push_back({ printer.host, printer.result, printer.error, printer.time });
+            }
+            return m_question.gather(answers);
+        }
         int worst = m_exitCode;
         for (const Printer &printer : m_printers) {
             worst = m_exitCode == Toolkit::Done ? std::max(worst, printer.exitCode) : worst;
@@ -241,15 +250,17 @@ private:
                              [=]() { onNotes(printer); });
         } else {
             // The process itself applies the timeout, once to reach the printer and once to the reply.
-            const int latest = int(
-                std::min<qint64>(2 * qint64(m_question.timeout) + 2000, INT_MAX));
+            const qint64 timeouts = m_question.gather ? 1 : 2;
+            const int latest = int(std::min<qint64>(timeouts * m_question.timeout + 2000, INT_MAX));
             QTimer::singleShot(latest, process, [=]() {
                 printer->tooLate = true;
                 process->kill();
             });
         }
-        QStringList words { QStringLiteral("--host"), printer->host, QStringLiteral("--timeout"),
-                            QString::number(m_question.timeout) };
+        QStringList words { QStringLiteral("--timeout"), QString::number(m_question.timeout) };
+        if (!printer->host.isEmpty()) {
+            words << QStringLiteral("--host") << printer->host;
+        }
         if (m_question.json || !m_question.inLines) {
             words += QStringLiteral("--json");
         }
@@ -291,11 +302,15 @@ private:
             const QByteArray line = printer->notes.mid(printer->notesShown,
                                                        end - printer->notesShown);
             if (line.startsWith("hnipcctl: ")) {
-                Console::note(printer->host + QLatin1String(": ")
-                              + QString::fromUtf8(line.mid(int(qstrlen("hnipcctl: ")))));
+                note(*printer, QString::fromUtf8(line.mid(int(qstrlen("hnipcctl: ")))));
             }
             printer->notesShown = end + 1;
         }
+    }
+
+    static void note(const Printer &printer, const QString &text)
+    {
+        Console::note(printer.host.isEmpty() ? text : printer.host + QLatin1String(": ") + text);
     }
 
     void onFinished(Printer *printer, int exitCode, QProcess::ExitStatus status)
@@ -324,6 +339,10 @@ private:
             } else if (document.isArray()) {
                 printer->result = document.array();
             }
+            if (m_question.gather && !printer->result.isUndefined()) {
+                printer->notes = notes;
+                showNotes(printer);
+            }
             end(printer, exitCode, word.isEmpty() ? own : word);
         }
     }
@@ -333,6 +352,7 @@ private:
         printer->ended = true;
         printer->exitCode = exitCode;
         printer->error = error;
+        printer->time = QDateTime::currentMSecsSinceEpoch();
         const bool isAtOnce = m_question.json || m_question.inLines;
         if (isAtOnce) {
             show(*printer);
@@ -372,6 +392,12 @@ private:
     // and for commands that print lines, in the order in which the printers end.
     void show(const Printer &printer)
     {
+        if (m_question.gather) {
+            if (printer.result.isUndefined()) {
+                note(printer, printer.error);
+            }
+            return;
+        }
         // Its lines have been printed already.
         if (m_question.inLines && printer.reached && printer.error.isEmpty()) {
             return;

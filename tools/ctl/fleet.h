@@ -3,17 +3,33 @@
 #define HNIPC_TOOLS_CTL_FLEET_H
 
 #include <QtCore/QByteArray>
+#include <QtCore/QJsonValue>
 #include <QtCore/QStringList>
+
+#include <functional>
+#include <vector>
+
+/// What one printer replied.
+struct FleetAnswer
+{
+    QString host;
+    QJsonValue result = QJsonValue::Undefined; ///< undefined if there is none
+    QString error;                             ///< the reason
+    qint64 time;                               ///< when this was known; in ms since 1970, UTC
+};
 
 struct FleetQuestion
 {
     QStringList words; ///< the command with its options and arguments
-    QStringList hosts;
-    int timeout; ///< to reach a printer, and for its reply; in ms
+    QStringList hosts; ///< an empty name is the local bus
+    int timeout;       ///< to reach a printer, and for its reply; in ms
     bool json;
     bool inLines = false; ///< the command prints lines until it ends, not one value
     int mostLines = -1;   ///< of all printers together, then all end; negative for no limit
     QByteArray input;     ///< the standard input for each printer
+    /// If it is set, no rows are printed. It is called at the end with what all printers replied, and
+    /// returns the exit code. The timeout is then for both together: to reach a printer, and its reply.
+    std::function<int(const std::vector<FleetAnswer> &)> gather;
 };
 
 /// Runs a command for several printers in parallel, each in its own process of this program. Prints

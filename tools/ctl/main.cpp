@@ -12,9 +12,11 @@
 #include <hnipc/hnipc_version.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtDBus/QDBusError>
 
+#include <algorithm>
 #include <optional>
 
 using namespace Toolkit;
@@ -22,9 +24,9 @@ using namespace Toolkit;
 const std::vector<const Command *> &commands()
 {
     static const std::vector<const Command *> table = {
-        &statusCommand,   &listCommand,       &callCommand,       &getCommand,    &batchCommand,
-        &watchCommand,    &monitorCommand,    &traceCommand,      &recordCommand, &replayCommand,
-        &simulateCommand, &introspectCommand, &completionCommand,
+        &statusCommand, &listCommand,     &callCommand,       &getCommand,        &batchCommand,
+        &watchCommand,  &metricsCommand,  &monitorCommand,    &traceCommand,      &recordCommand,
+        &replayCommand, &simulateCommand, &introspectCommand, &completionCommand,
     };
     return table;
 }
@@ -321,6 +323,24 @@ int findHosts(const CommandLine &line, QStringList *hosts)
     return exitCode;
 }
 
+// Runs a command in a process of its own for each printer, or for the local bus.
+int gather(const CommandLine &line, const Context &context, const QStringList &hosts)
+{
+    FleetQuestion question;
+    const QString address = QStringLiteral("address");
+    if (line.options.contains(address)) {
+        question.words += QLatin1String("--address=") + line.options.value(address);
+    }
+    question.words += line.name;
+    question.hosts = hosts.isEmpty() ? QStringList(QString()) : hosts;
+    question.timeout = context.timeout;
+    question.json = true;
+    question.gather = [&](const std::vector<FleetAnswer> &answers) {
+        return line.command->gather(context, answers);
+    };
+    return askFleet(question);
+}
+
 int runAtFleet(const CommandLine &line, const QStringList &hosts, int timeout)
 {
     FleetQuestion question;
@@ -456,13 +476,22 @@ int run(const CommandLine &line)
     Context context { *contract, QDBusConnection(QString()), json, milliseconds, line.options, {} };
     QStringList hosts;
     exitCode = prepare(line, context, &hosts);
+    if (exitCode == Done && line.command->gather && !json) {
+        return gather(line, context, hosts);
+    }
     const bool isFleet = hosts.size() > 1 || line.options.contains(QStringLiteral("hosts"));
     if (exitCode == Done && isFleet && line.command->needsBus && !line.command->onePrinter) {
         return runAtFleet(line, hosts, milliseconds);
     }
     if (exitCode == Done && line.command->needsBus) {
+        QElapsedTimer timer;
+        timer.start();
         exitCode = connectToBus(&context, line.options.value(QStringLiteral("address")),
                                 hosts.value(0));
+        // Such a command has one timeout, for everything.
+        if (line.command->gather) {
+            context.timeout = int(std::max<qint64>(1, milliseconds - timer.elapsed()));
+        }
     }
     return exitCode == Done ? line.command->run(context, line.arguments) : exitCode;
 }
