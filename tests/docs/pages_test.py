@@ -27,6 +27,11 @@ STAGES = {
     'docs/guides/printer.md': {
         'hnipcctl status': ['hnipc-sandbox'],
     },
+    'docs/guides/fleet.md': {
+        'hnipcctl --timeout 5000 --hosts hall.txt metrics': [
+            'export HNIPCCTL_SSH=$PWD/ssh PRINTER7=$DBUS_SYSTEM_BUS_ADDRESS',
+            r"printf '%s\n' printer7 service@printer8 >hall.txt"],
+    },
     'docs/guides/ci.md': {
         # As an installed python3-hnipc does it.
         'examples/ci/run': ['export PYTEST_ADDOPTS="-p hnipc.testing.plugin"'],
@@ -93,6 +98,7 @@ NOT_PLAYED = {
         'usermod --append --groups hnipc kiosk': 'takes root; scripts/newcomer runs it',
         'systemctl reload dbus': 'takes systemd as the first process',
     },
+    'docs/guides/fleet.md': {'scripts/metrics': 'downloads promtool and node_exporter, by hand'},
     'docs/performance.md': {'scripts/bench': 'measures for minutes, by hand'},
     'data/man/hnipcctl.1': {'wireshark printer.pcapng': 'is a window of its own'},
     'docs/guides/watching.md': {'wireshark printer.pcapng': 'is a window of its own'},

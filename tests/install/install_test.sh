@@ -32,10 +32,15 @@ tools="bin/hnipc-sandbox
 bin/hnipc-simulator
 bin/hnipcctl
 share/bash-completion/completions/hnipcctl
+share/hnipc/fleet/alerts.yml
+share/hnipc/fleet/dashboard.json
 share/hnipc/sandbox-bus.conf
 share/hnipc/scenarios/bad-day.json
 share/hnipc/scenarios/ordinary-day.json
 share/hnipc/supplies.json
+share/hnipc/systemd/hnipc-metrics-hosts.conf
+share/hnipc/systemd/hnipc-metrics.service
+share/hnipc/systemd/hnipc-metrics.timer
 share/man/man1/hnipc-sandbox.1
 share/man/man1/hnipc-simulator.1
 share/man/man1/hnipcctl.1"

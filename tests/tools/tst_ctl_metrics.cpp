@@ -169,6 +169,8 @@ private Q_SLOTS:
     void refusesFiles();
     void refusesOptions_data();
     void refusesOptions();
+    void namesInOtherFiles_data();
+    void namesInOtherFiles();
 
     void severalPrinters();
     void severalPrintersInJson();
@@ -204,61 +206,63 @@ void tst_CtlMetrics::allMetrics()
     Ctl ctl(words("metrics"));
     QCOMPARE(ctl.exitCode(), 0);
     QCOMPARE(ctl.err(), QByteArray());
-    QCOMPARE(parsed(ctl.out()),
-             QByteArray("# hnipc_printer_reached gauge -\n"
-                        "hnipc_printer_reached 1.0\n"
-                        "# hnipc_metrics_timestamp_seconds gauge seconds\n"
-                        "hnipc_metrics_timestamp_seconds T\n"
-                        "# hnipc_daemon_present gauge -\n"
-                        "hnipc_daemon_present daemon=\"ioexpd\" 1.0\n"
-                        "hnipc_daemon_present daemon=\"m4\" 1.0\n"
-                        "hnipc_daemon_present daemon=\"supplyd\" 1.0\n"
-                        "# hnipc_daemon_simulated gauge -\n"
-                        "hnipc_daemon_simulated daemon=\"ioexpd\" 0.0\n"
-                        "hnipc_daemon_simulated daemon=\"m4\" 0.0\n"
-                        "hnipc_daemon_simulated daemon=\"supplyd\" 0.0\n"
-                        "# hnipc_daemon_replied gauge -\n"
-                        "hnipc_daemon_replied daemon=\"ioexpd\" 1.0\n"
-                        "hnipc_daemon_replied daemon=\"m4\" 1.0\n"
-                        "hnipc_daemon_replied daemon=\"supplyd\" 1.0\n"
-                        "# hnipc_daemon_call_seconds gauge seconds\n"
-                        "hnipc_daemon_call_seconds daemon=\"ioexpd\" T\n"
-                        "hnipc_daemon_call_seconds daemon=\"m4\" T\n"
-                        "hnipc_daemon_call_seconds daemon=\"supplyd\" T\n"
-                        "# hnipc_property_known gauge -\n"
-                        "hnipc_property_known property=\"qmlBatteryStatus\" 1.0\n"
-                        "hnipc_property_known property=\"qmlPrintEngineAlertCode\" 1.0\n"
-                        "hnipc_property_known property=\"qmlPrintEngineErrorCode\" 1.0\n"
-                        "hnipc_property_known property=\"qmlRibbonColorRGBs\" 1.0\n"
-                        "hnipc_property_known property=\"qmlRibbonPercent\" 1.0\n"
-                        "hnipc_property_known property=\"qmlSupplyColorRGB\" 1.0\n"
-                        "hnipc_property_known property=\"qmlSupplyPercent\" 1.0\n"
-                        "hnipc_property_known property=\"qmlSupplySKU\" 1.0\n"
-                        "# hnipc_property_read_seconds gauge seconds\n"
-                        "hnipc_property_read_seconds property=\"qmlBatteryStatus\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlPrintEngineAlertCode\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlPrintEngineErrorCode\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlRibbonColorRGBs\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlRibbonPercent\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlSupplyColorRGB\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlSupplyPercent\" T\n"
-                        "hnipc_property_read_seconds property=\"qmlSupplySKU\" T\n"
-                        "# hnipc_supply_percent gauge percent\n"
-                        "hnipc_supply_percent 81.5\n"
-                        "# hnipc_ribbon_percent gauge percent\n"
-                        "hnipc_ribbon_percent 55.25\n"
-                        "# hnipc_print_engine_error_code gauge -\n"
-                        "hnipc_print_engine_error_code 17.0\n"
-                        "# hnipc_print_engine_alert_code gauge -\n"
-                        "hnipc_print_engine_alert_code -3.0\n"
-                        "# hnipc_battery_status gauge -\n"
-                        "hnipc_battery_status 87.0\n"
-                        "# hnipc_supply_sku_info gauge -\n"
-                        "hnipc_supply_sku_info sku=\"S-100\" 1.0\n"
-                        "# hnipc_supply_color_info gauge -\n"
-                        "hnipc_supply_color_info color=\"#ffd500\" 1.0\n"
-                        "# hnipc_ribbon_colors_info gauge -\n"
-                        "hnipc_ribbon_colors_info colors=\"#00aeef,#ec008c\" 1.0\n"));
+    QCOMPARE(
+        parsed(ctl.out()),
+        QByteArray(
+            "# hnipc_printer_reached gauge -\n"
+            "hnipc_printer_reached 1.0\n"
+            "# hnipc_metrics_timestamp_seconds gauge seconds\n"
+            "hnipc_metrics_timestamp_seconds T\n"
+            "# hnipc_daemon_present gauge -\n"
+            "hnipc_daemon_present daemon=\"ioexpd\" 1.0\n"
+            "hnipc_daemon_present daemon=\"m4\" 1.0\n"
+            "hnipc_daemon_present daemon=\"supplyd\" 1.0\n"
+            "# hnipc_daemon_simulated gauge -\n"
+            "hnipc_daemon_simulated daemon=\"ioexpd\" 0.0\n"
+            "hnipc_daemon_simulated daemon=\"m4\" 0.0\n"
+            "hnipc_daemon_simulated daemon=\"supplyd\" 0.0\n"
+            "# hnipc_daemon_replied gauge -\n"
+            "hnipc_daemon_replied daemon=\"ioexpd\" 1.0\n"
+            "hnipc_daemon_replied daemon=\"m4\" 1.0\n"
+            "hnipc_daemon_replied daemon=\"supplyd\" 1.0\n"
+            "# hnipc_daemon_call_seconds gauge seconds\n"
+            "hnipc_daemon_call_seconds daemon=\"ioexpd\" T\n"
+            "hnipc_daemon_call_seconds daemon=\"m4\" T\n"
+            "hnipc_daemon_call_seconds daemon=\"supplyd\" T\n"
+            "# hnipc_property_known gauge -\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlBatteryStatus\" 1.0\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlPrintEngineAlertCode\" 1.0\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlPrintEngineErrorCode\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlRibbonColorRGBs\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlRibbonPercent\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplyColorRGB\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplyPercent\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplySKU\" 1.0\n"
+            "# hnipc_property_read_seconds gauge seconds\n"
+            "hnipc_property_read_seconds daemon=\"m4\" property=\"qmlBatteryStatus\" T\n"
+            "hnipc_property_read_seconds daemon=\"m4\" property=\"qmlPrintEngineAlertCode\" T\n"
+            "hnipc_property_read_seconds daemon=\"m4\" property=\"qmlPrintEngineErrorCode\" T\n"
+            "hnipc_property_read_seconds daemon=\"supplyd\" property=\"qmlRibbonColorRGBs\" T\n"
+            "hnipc_property_read_seconds daemon=\"supplyd\" property=\"qmlRibbonPercent\" T\n"
+            "hnipc_property_read_seconds daemon=\"supplyd\" property=\"qmlSupplyColorRGB\" T\n"
+            "hnipc_property_read_seconds daemon=\"supplyd\" property=\"qmlSupplyPercent\" T\n"
+            "hnipc_property_read_seconds daemon=\"supplyd\" property=\"qmlSupplySKU\" T\n"
+            "# hnipc_supply_percent gauge percent\n"
+            "hnipc_supply_percent 81.5\n"
+            "# hnipc_ribbon_percent gauge percent\n"
+            "hnipc_ribbon_percent 55.25\n"
+            "# hnipc_print_engine_error_code gauge -\n"
+            "hnipc_print_engine_error_code 17.0\n"
+            "# hnipc_print_engine_alert_code gauge -\n"
+            "hnipc_print_engine_alert_code -3.0\n"
+            "# hnipc_battery_status gauge -\n"
+            "hnipc_battery_status 87.0\n"
+            "# hnipc_supply_sku_info gauge -\n"
+            "hnipc_supply_sku_info sku=\"S-100\" 1.0\n"
+            "# hnipc_supply_color_info gauge -\n"
+            "hnipc_supply_color_info color=\"#ffd500\" 1.0\n"
+            "# hnipc_ribbon_colors_info gauge -\n"
+            "hnipc_ribbon_colors_info colors=\"#00aeef,#ec008c\" 1.0\n"));
     QVERIFY(ctl.out().endsWith("\n# EOF\n"));
     // With "-", the output is the same as without a file.
     QCOMPARE(parsed(Ctl(words("metrics --output -")).out()), parsed(ctl.out()));
@@ -333,30 +337,32 @@ void tst_CtlMetrics::whatIsMissing()
     QCOMPARE(ctl.exitCode(), 0);
     QCOMPARE(ctl.err(), QByteArray());
     const QByteArray values = parsed(ctl.out());
-    QCOMPARE(only(values, { "hnipc" }),
-             QByteArray("hnipc_printer_reached 1.0\n"
-                        "hnipc_metrics_timestamp_seconds T\n"
-                        "hnipc_daemon_present daemon=\"ioexpd\" 1.0\n"
-                        "hnipc_daemon_present daemon=\"m4\" 1.0\n"
-                        "hnipc_daemon_present daemon=\"supplyd\" 0.0\n"
-                        "hnipc_daemon_simulated daemon=\"ioexpd\" 0.0\n"
-                        "hnipc_daemon_simulated daemon=\"m4\" 0.0\n"
-                        "hnipc_daemon_simulated daemon=\"supplyd\" 0.0\n"
-                        "hnipc_daemon_replied daemon=\"ioexpd\" 1.0\n"
-                        "hnipc_daemon_replied daemon=\"m4\" 1.0\n"
-                        "hnipc_daemon_replied daemon=\"supplyd\" 0.0\n"
-                        "hnipc_daemon_call_seconds daemon=\"ioexpd\" T\n"
-                        "hnipc_daemon_call_seconds daemon=\"m4\" T\n"
-                        "hnipc_property_known property=\"qmlBatteryStatus\" 0.0\n"
-                        "hnipc_property_known property=\"qmlPrintEngineAlertCode\" 0.0\n"
-                        "hnipc_property_known property=\"qmlPrintEngineErrorCode\" 1.0\n"
-                        "hnipc_property_known property=\"qmlRibbonColorRGBs\" 0.0\n"
-                        "hnipc_property_known property=\"qmlRibbonPercent\" 0.0\n"
-                        "hnipc_property_known property=\"qmlSupplyColorRGB\" 0.0\n"
-                        "hnipc_property_known property=\"qmlSupplyPercent\" 0.0\n"
-                        "hnipc_property_known property=\"qmlSupplySKU\" 0.0\n"
-                        "hnipc_property_read_seconds property=\"qmlPrintEngineErrorCode\" T\n"
-                        "hnipc_print_engine_error_code 17.0\n"));
+    QCOMPARE(
+        only(values, { "hnipc" }),
+        QByteArray(
+            "hnipc_printer_reached 1.0\n"
+            "hnipc_metrics_timestamp_seconds T\n"
+            "hnipc_daemon_present daemon=\"ioexpd\" 1.0\n"
+            "hnipc_daemon_present daemon=\"m4\" 1.0\n"
+            "hnipc_daemon_present daemon=\"supplyd\" 0.0\n"
+            "hnipc_daemon_simulated daemon=\"ioexpd\" 0.0\n"
+            "hnipc_daemon_simulated daemon=\"m4\" 0.0\n"
+            "hnipc_daemon_simulated daemon=\"supplyd\" 0.0\n"
+            "hnipc_daemon_replied daemon=\"ioexpd\" 1.0\n"
+            "hnipc_daemon_replied daemon=\"m4\" 1.0\n"
+            "hnipc_daemon_replied daemon=\"supplyd\" 0.0\n"
+            "hnipc_daemon_call_seconds daemon=\"ioexpd\" T\n"
+            "hnipc_daemon_call_seconds daemon=\"m4\" T\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlBatteryStatus\" 0.0\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlPrintEngineAlertCode\" 0.0\n"
+            "hnipc_property_known daemon=\"m4\" property=\"qmlPrintEngineErrorCode\" 1.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlRibbonColorRGBs\" 0.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlRibbonPercent\" 0.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplyColorRGB\" 0.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplyPercent\" 0.0\n"
+            "hnipc_property_known daemon=\"supplyd\" property=\"qmlSupplySKU\" 0.0\n"
+            "hnipc_property_read_seconds daemon=\"m4\" property=\"qmlPrintEngineErrorCode\" T\n"
+            "hnipc_print_engine_error_code 17.0\n"));
 }
 
 // The properties of a daemon that hangs are not read, so it takes the timeout once. The others are
@@ -402,11 +408,11 @@ void tst_CtlMetrics::noRights()
         const bool isOnlyInterface = QByteArray(rule).contains("send_interface");
         QCOMPARE(only(parsed(ctl.out()),
                       { "hnipc_daemon_present daemon=\"m4\"", "hnipc_daemon_replied daemon=\"m4\"",
-                        "hnipc_property_known property=\"qmlBatteryStatus\"" }),
+                        "hnipc_property_known daemon=\"m4\" property=\"qmlBatteryStatus\"" }),
                  QByteArray("hnipc_daemon_present daemon=\"m4\" 1.0\nhnipc_daemon_replied "
                             "daemon=\"m4\" ")
                      + (isOnlyInterface ? "1.0" : "0.0")
-                     + "\nhnipc_property_known property=\"qmlBatteryStatus\" 0.0\n");
+                     + "\nhnipc_property_known daemon=\"m4\" property=\"qmlBatteryStatus\" 0.0\n");
         QVERIFY(m4.calls().isEmpty());
     }
 }
@@ -633,6 +639,47 @@ void tst_CtlMetrics::refusesOptions()
     QCOMPARE(ctl.err(), "hnipcctl: " + error + '\n');
     QVERIFY(daemons.takeCalls().isEmpty());
     QCOMPARE(daemons[M4].introspections(), 0);
+}
+
+void tst_CtlMetrics::namesInOtherFiles_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("hasAll");
+
+    QTest::newRow("alert rules") << text("data/fleet/alerts.yml") << false;
+    QTest::newRow("cases of the alert rules") << text("tests/fleet/alerts_test.yml") << false;
+    QTest::newRow("dashboard") << text("data/fleet/dashboard.json") << false;
+    QTest::newRow("guide") << text("docs/guides/fleet.md") << false;
+    QTest::newRow("manual page") << text("data/man/hnipcctl.1") << true;
+}
+
+// A metric that has another name would not be an error in a rule or in the dashboard.
+void tst_CtlMetrics::namesInOtherFiles()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, hasAll);
+
+    const auto namesIn = [](const QByteArray &text, const char *pattern) {
+        QStringList result;
+        auto all = QRegularExpression(QLatin1String(pattern)).globalMatch(QString::fromUtf8(text));
+        while (all.hasNext()) {
+            result += all.next().captured(1);
+        }
+        result.removeDuplicates();
+        return result;
+    };
+    FakeDaemons daemons;
+    answerProperties(&daemons[M4], &daemons[SUPPLYD]);
+    const QStringList written = namesIn(fileAfter(toFile()), "# HELP (\\w+) ");
+    const QStringList used = namesIn(content(text(HNIPC_INTERFACES_DIR "/../") + file),
+                                     "(\\bhnipc_\\w+)");
+    QVERIFY(!used.isEmpty());
+    for (const QString &name : used) {
+        QVERIFY2(written.contains(name), qPrintable(name));
+    }
+    for (const QString &name : written) {
+        QVERIFY2(!hasAll || used.contains(name), qPrintable(name));
+    }
 }
 
 // ---- Several printers ----------------------------------------------------------------------

@@ -188,15 +188,15 @@ private:
         }
         const QJsonObject properties = daemon.value(QLatin1String("properties")).toObject();
         for (auto property = properties.begin(); property != properties.end(); ++property) {
-            addProperty(property.key(), property.value().toObject());
+            addProperty(labels, property.key(), property.value().toObject());
         }
     }
 
-    void addProperty(const QString &name, const QJsonObject &outcome)
+    void addProperty(const Labels &daemon, const QString &name, const QJsonObject &outcome)
     {
         const QJsonValue value = outcome.value(QLatin1String("value"));
         const PropertyMetric *metric = metricOf(name);
-        const Labels labels { { QStringLiteral("property"), name } };
+        const Labels labels = daemon + Labels { { QStringLiteral("property"), name } };
         sample("hnipc_property_known", labels, number(!value.isUndefined()));
         if (!value.isUndefined()) {
             sample("hnipc_property_read_seconds", labels,
