@@ -1,20 +1,39 @@
 # SPDX-License-Identifier: MIT
 #
-# The rules of the system bus for the daemons. The pulse operations, which applications may not call,
-# are those of the interface descriptions.
+# The rules of the system bus for the daemons, and the users of the daemons. The pulse operations,
+# which applications may not call, are those of the interface descriptions.
 
-set(HNIPC_DAEMON_USER root CACHE STRING "The user that the daemons run as")
+set(HNIPC_DAEMON_USER root CACHE STRING "The user of the daemons that have no user of their own")
+set(HNIPC_IOEXPD_USER "" CACHE STRING "The user of the I/O expander's daemon")
+set(HNIPC_M4_USER "" CACHE STRING "The user of the print engine's daemon")
+set(HNIPC_SUPPLYD_USER "" CACHE STRING "The user of the supply daemon")
 set(HNIPC_CLIENT_GROUP hnipc CACHE STRING "The group whose members may call the daemons")
+option(HNIPC_PRIVATE_EVENTS "Only the group and the daemons receive the daemons' signals" OFF)
 
-# hnipc_write_policy(file user group)
-function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
-    foreach(name IN ITEMS "${HNIPC_DAEMON_USER}" "${HNIPC_CLIENT_GROUP}")
+set(HNIPC_DAEMONS IOEXPD M4 SUPPLYD)
+set(HNIPC_DAEMON_USERS) # in the same order
+foreach(daemon IN LISTS HNIPC_DAEMONS)
+    if(HNIPC_${daemon}_USER)
+        list(APPEND HNIPC_DAEMON_USERS "${HNIPC_${daemon}_USER}")
+    else()
+        list(APPEND HNIPC_DAEMON_USERS "${HNIPC_DAEMON_USER}")
+    endif()
+endforeach()
+
+# hnipc_write_policy(file group users [PRIVATE_EVENTS]): users are those of HNIPC_DAEMONS.
+function(hnipc_write_policy file HNIPC_CLIENT_GROUP users)
+    cmake_parse_arguments(POLICY "PRIVATE_EVENTS" "" "" ${ARGN})
+    foreach(name IN LISTS users HNIPC_CLIENT_GROUP)
         if(NOT name MATCHES "^[A-Za-z_][A-Za-z0-9_.-]*$" OR name MATCHES "--")
             message(FATAL_ERROR "\"${name}\" is not a valid user or group name for the bus policy.")
         endif()
     endforeach()
 
-    foreach(daemon IN ITEMS IOEXPD M4 SUPPLYD)
+    set(who_receives "receive the signals")
+    if(POLICY_PRIVATE_EVENTS)
+        set(who_receives "do not receive the signals")
+    endif()
+    foreach(daemon IN LISTS HNIPC_DAEMONS)
         string(TOLOWER "org.hnipc.${daemon}" bus_name)
         set(interface local.IHNIPC${daemon})
         set(to "send_destination=\"${bus_name}\"")
@@ -27,13 +46,13 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
             "    <deny own=\"${bus_name}\"/>\n"
             "    <deny ${call_to}/>\n"
             "    <deny ${signals}/>\n")
-        string(APPEND rules_for_daemons
+        string(CONCAT rules_to_be_${daemon}
             "    <allow own=\"${bus_name}\"/>\n"
-            "    <allow ${to}/>\n"
+            "    <allow ${call_to}/>\n"
             "    <allow ${signals}/>\n")
         # Qt's proxies call Introspectable first. Peer shows whether a daemon replies at all. The
         # interfaces have no properties, so clients need no access to Properties.
-        string(APPEND rules_for_clients
+        string(CONCAT rules_to_call_${daemon}
             "    <allow ${call_to} send_interface=\"${interface}\"/>\n"
             "    <allow ${call_to} send_interface=\"org.freedesktop.DBus.Introspectable\"/>\n"
             "    <allow ${call_to} send_interface=\"org.freedesktop.DBus.Peer\"/>\n")
@@ -51,15 +70,60 @@ function(hnipc_write_policy file HNIPC_DAEMON_USER HNIPC_CLIENT_GROUP)
             message(FATAL_ERROR "${description} contains no pulse operation.")
         endif()
         foreach(member IN LISTS pulses)
-            string(APPEND rules_for_clients
+            string(APPEND rules_to_call_${daemon}
                 "    <deny ${to} send_interface=\"${interface}\" send_member=\"${member}\"/>\n")
         endforeach()
+
+        if(POLICY_PRIVATE_EVENTS)
+            set(received "receive_type=\"signal\" receive_interface=\"${interface}\"")
+            string(APPEND rules_for_all "    <deny ${received}/>\n")
+            string(APPEND rules_to_be_${daemon} "    <allow ${received}/>\n")
+            string(APPEND rules_to_call_${daemon} "    <allow ${received}/>\n")
+        endif()
+        string(APPEND rules_for_clients "${rules_to_call_${daemon}}")
     endforeach()
+
+    # One element for each user, in which no rule for a client follows one for the same daemon.
+    set(names ${users})
+    list(REMOVE_DUPLICATES names)
+    foreach(name IN LISTS names)
+        string(APPEND policies_of_daemons "\n  <policy user=\"${name}\">\n")
+        foreach(number RANGE 2)
+            list(GET HNIPC_DAEMONS ${number} daemon)
+            list(GET users ${number} user)
+            if(user STREQUAL name)
+                string(APPEND policies_of_daemons "${rules_to_be_${daemon}}")
+            else()
+                string(APPEND policies_of_daemons "${rules_to_call_${daemon}}")
+            endif()
+        endforeach()
+        string(APPEND policies_of_daemons "  </policy>\n")
+    endforeach()
+    list(JOIN names ", " names)
 
     configure_file(${PROJECT_SOURCE_DIR}/data/org.hnipc.conf.in ${file} @ONLY)
 endfunction()
 
+set(private_events)
+if(HNIPC_PRIVATE_EVENTS)
+    set(private_events PRIVATE_EVENTS)
+endif()
 hnipc_write_policy(${PROJECT_BINARY_DIR}/org.hnipc.conf
-    "${HNIPC_DAEMON_USER}" "${HNIPC_CLIENT_GROUP}")
+    "${HNIPC_CLIENT_GROUP}" "${HNIPC_DAEMON_USERS}" ${private_events})
 install(FILES ${PROJECT_BINARY_DIR}/org.hnipc.conf
     DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/system.d)
+
+# hnipc_write_sysusers(file group users): for systemd-sysusers. Every system has root.
+function(hnipc_write_sysusers file group users)
+    list(REMOVE_DUPLICATES users)
+    list(REMOVE_ITEM users root)
+    set(lines "g ${group} -\n")
+    foreach(user IN LISTS users)
+        string(APPEND lines "u ${user} - \"Daemon of the label printer\"\n")
+    endforeach()
+    configure_file(${PROJECT_SOURCE_DIR}/data/hnipc.sysusers.in ${file} @ONLY)
+endfunction()
+
+hnipc_write_sysusers(${PROJECT_BINARY_DIR}/hnipc.sysusers
+    "${HNIPC_CLIENT_GROUP}" "${HNIPC_DAEMON_USERS}")
+install(FILES ${PROJECT_BINARY_DIR}/hnipc.sysusers DESTINATION lib/sysusers.d RENAME hnipc.conf)

@@ -130,7 +130,7 @@ def build_and_install(newcomer):
 def on_a_printer(newcomer):
     terminal = newcomer.terminal('build')
     newcomer.type(terminal, 'useradd kiosk')
-    section = 'The user and the group of the bus policy'
+    section = 'The users and the group of the bus policy'
     for command in shown.commands(pages_test.INSTALL, section):
         if command.text.startswith('systemctl '):  # systemd is not running here
             print(f'NOT PLAYED: {command.text}')

@@ -57,6 +57,7 @@ diff <(sort <<<"$expected") \
      <(cd "$prefix" && find . -path ./include -prune -o -path "./lib*" -prune \
         -o -path ./share/doc/hnipc -prune -o ! -type d -printf '%P\n' | sort)
 cmp "$build/org.hnipc.conf" "$prefix/share/dbus-1/system.d/org.hnipc.conf" # used by the tests
+cmp "$build/hnipc.sysusers" "$prefix/lib/sysusers.d/hnipc.conf"
 # Each program starts with the installed files. The user's environment has no paths to them.
 mkdir --mode=700 "$work/runtime" # avoids a warning of Qt
 nothing="env -i PATH=$PATH LC_ALL=C.UTF-8 XDG_RUNTIME_DIR=$work/runtime QT_QPA_PLATFORM=offscreen"

@@ -91,15 +91,14 @@ bool Machine::make(const QList<User> &users, const QList<Group> &groups, QByteAr
 
     QByteArray passwd;
     for (const User &user : users) {
-        passwd += QByteArray(user.name) + ":x:" + number(user.uid) + ':' + number(user.gid)
-            + "::/:/bin/sh\n";
+        passwd += user.name + ":x:" + number(user.uid) + ':' + number(user.gid) + "::/:/bin/sh\n";
     }
     QByteArray group;
     for (const Group &each : groups) {
         QByteArray members;
         for (const User &user : users) {
             if (user.groups.contains(each.gid)) {
-                members += (members.isEmpty() ? "" : ",") + QByteArray(user.name);
+                members += (members.isEmpty() ? "" : ",") + user.name;
             }
         }
         group += QByteArray(each.name) + ":x:" + number(each.gid) + ':' + members + '\n';

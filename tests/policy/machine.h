@@ -18,7 +18,7 @@ namespace Machine {
 
 struct User
 {
-    const char *name;
+    QByteArray name;
     uid_t uid;
     gid_t gid;
     QList<gid_t> groups; // besides the first

@@ -20,13 +20,17 @@ class tst_PolicyFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
+    void initTestCase_data();
+    void init();
     void nobodyElseIsNamed();
     void whatIsRefusedToAll();
     void whatClientsMay();
     void whatTheDaemonsMay();
 
 private:
+    Lines m_users; // of the daemons
+    QByteArray m_group;
+    bool m_isPrivate = false;
     QMap<QByteArray, Lines> m_rules;
 };
 
@@ -47,8 +51,14 @@ QByteArray joined(const Lines &lines)
     return result;
 }
 
-void addPulses(Lines *rules, int server)
+void addCalls(Lines *rules, int server)
 {
+    const Identity &identity = identities[server];
+    for (const char *interface : { identity.interface, "org.freedesktop.DBus.Introspectable",
+                                   "org.freedesktop.DBus.Peer" }) {
+        *rules << QByteArray("allow send_destination=") + identity.busName
+                + " send_interface=" + interface + " send_type=method_call";
+    }
     for (const ServerSlot &slot : serverSlots(server)) {
         if (slot.isPulse() && !slot.cloned) {
             *rules << QByteArray("deny send_destination=") + identities[server].busName
@@ -58,11 +68,63 @@ void addPulses(Lines *rules, int server)
     }
 }
 
+void addOwn(Lines *rules, int server)
+{
+    const QByteArray name = identities[server].busName;
+    *rules << "allow own=" + name << "allow send_destination=" + name + " send_type=method_call"
+           << QByteArray("allow send_interface=")
+            + identities[server].interface + " send_type=signal";
+}
+
+QByteArray received(const char *action, int server)
+{
+    return QByteArray(action)
+        + " receive_interface=" + identities[server].interface + " receive_type=signal";
+}
+
+// The last matching rule applies, so an exception has to follow the rule that it restricts.
+bool exceptionsFollow(const Lines &rules)
+{
+    for (const Identity &identity : identities) {
+        const QByteArray to = QByteArray(" send_destination=") + identity.busName + ' ';
+        bool denied = false;
+        for (const QByteArray &rule : rules) {
+            denied = denied || (rule.startsWith("deny") && rule.contains(to));
+            if (denied && rule.startsWith("allow") && rule.contains(to)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 } // namespace
 
-void tst_PolicyFile::initTestCase()
+void tst_PolicyFile::initTestCase_data()
 {
-    QFile file(QFile::decodeName(HNIPC_POLICY_FILE));
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<QByteArray>("users");
+    QTest::addColumn<QByteArray>("group");
+    QTest::addColumn<bool>("isPrivate");
+    QTest::newRow("installed") << QByteArray(HNIPC_POLICY_FILE) << QByteArray(HNIPC_DAEMON_USERS)
+                               << QByteArray(HNIPC_CLIENT_GROUP) << bool(HNIPC_PRIVATE_EVENTS);
+    QTest::newRow("a user for each daemon, private events")
+        << QByteArray(HNIPC_TEST_SEPARATE_POLICY_FILE) << QByteArray(HNIPC_TEST_SEPARATE_USERS)
+        << QByteArray(HNIPC_TEST_OTHER_GROUP) << true;
+}
+
+void tst_PolicyFile::init()
+{
+    QFETCH_GLOBAL(QByteArray, path);
+    QFETCH_GLOBAL(QByteArray, users);
+    QFETCH_GLOBAL(QByteArray, group);
+    QFETCH_GLOBAL(bool, isPrivate);
+    m_users = users.split('|');
+    m_group = group;
+    m_isPrivate = isPrivate;
+    m_rules.clear();
+    QCOMPARE(int(m_users.size()), int(ServerCount));
+    QFile file(QFile::decodeName(path));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QXmlStreamReader xml(&file);
     QByteArray subject;
@@ -98,18 +160,27 @@ void tst_PolicyFile::initTestCase()
 
 void tst_PolicyFile::nobodyElseIsNamed()
 {
-    QCOMPARE(joined(m_rules.keys()),
-             joined(Lines() << "context default"
-                            << "group " HNIPC_CLIENT_GROUP << "user " HNIPC_DAEMON_USER));
+    Lines expected = Lines() << "context default"
+                             << "group " + m_group;
+    for (const QByteArray &user : m_users) {
+        if (!expected.contains("user " + user)) {
+            expected << "user " + user;
+        }
+    }
+    QCOMPARE(joined(m_rules.keys()), joined(expected));
 }
 
 void tst_PolicyFile::whatIsRefusedToAll()
 {
     Lines rules;
-    for (const Identity &identity : identities) {
-        const QByteArray name = identity.busName;
+    for (int server = 0; server < ServerCount; ++server) {
+        const QByteArray name = identities[server].busName;
         rules << "deny own=" + name << "deny send_destination=" + name + " send_type=method_call"
-              << QByteArray("deny send_interface=") + identity.interface + " send_type=signal";
+              << QByteArray("deny send_interface=")
+                + identities[server].interface + " send_type=signal";
+        if (m_isPrivate) {
+            rules << received("deny", server);
+        }
     }
     QCOMPARE(joined(m_rules["context default"]), joined(rules));
 }
@@ -117,39 +188,35 @@ void tst_PolicyFile::whatIsRefusedToAll()
 void tst_PolicyFile::whatClientsMay()
 {
     Lines rules;
-    for (const Identity &identity : identities) {
-        for (const char *interface : { identity.interface, "org.freedesktop.DBus.Introspectable",
-                                       "org.freedesktop.DBus.Peer" }) {
-            rules << QByteArray("allow send_destination=") + identity.busName
-                    + " send_interface=" + interface + " send_type=method_call";
-        }
-    }
     for (int server = 0; server < ServerCount; ++server) {
-        addPulses(&rules, server);
-    }
-    const Lines written = m_rules["group " HNIPC_CLIENT_GROUP];
-    QCOMPARE(joined(written), joined(rules));
-
-    // The last matching rule applies, so an exception has to follow the rule that it restricts.
-    for (const Identity &identity : identities) {
-        const QByteArray to = QByteArray(" send_destination=") + identity.busName + ' ';
-        bool denied = false;
-        for (const QByteArray &rule : written) {
-            denied = denied || (rule.startsWith("deny") && rule.contains(to));
-            QVERIFY2(!denied || !rule.startsWith("allow") || !rule.contains(to), rule);
+        addCalls(&rules, server);
+        if (m_isPrivate) {
+            rules << received("allow", server);
         }
     }
+    const Lines written = m_rules["group " + m_group];
+    QCOMPARE(joined(written), joined(rules));
+    QVERIFY(exceptionsFollow(written));
 }
 
 void tst_PolicyFile::whatTheDaemonsMay()
 {
-    Lines rules;
-    for (const Identity &identity : identities) {
-        const QByteArray name = identity.busName;
-        rules << "allow own=" + name << "allow send_destination=" + name
-              << QByteArray("allow send_interface=") + identity.interface + " send_type=signal";
+    for (const QByteArray &user : m_users) {
+        Lines rules;
+        for (int server = 0; server < ServerCount; ++server) {
+            if (m_users.at(server) == user) {
+                addOwn(&rules, server);
+            } else {
+                addCalls(&rules, server);
+            }
+            if (m_isPrivate) {
+                rules << received("allow", server);
+            }
+        }
+        const Lines written = m_rules["user " + user];
+        QCOMPARE(joined(written), joined(rules));
+        QVERIFY2(exceptionsFollow(written), user);
     }
-    QCOMPARE(joined(m_rules["user " HNIPC_DAEMON_USER]), joined(rules));
 }
 
 int main(int argc, char **argv)
