@@ -16,9 +16,11 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QScopedPointer>
+#include <QtCore/QSemaphore>
 #include <QtCore/QTemporaryDir>
 
 #include <algorithm>
+#include <memory>
 #include <unistd.h>
 
 using namespace Expected;
@@ -290,6 +292,8 @@ private Q_SLOTS:
 
     void status();
     void statusOfWhatIsMissing();
+    void statusOfSilentDaemon();
+    void statusOfSomeDaemons();
     void statusOnTerminal();
     void get();
     void getFailures();
@@ -385,10 +389,11 @@ void tst_Ctl::wrongUsage_data()
         "--count is an option of monitor, trace, record: it has to follow the command");
     row("--timeuot 3 status", "no option --timeuot; did you mean --timeout?");
     row("call --frce setDac 5", "no option --frce; did you mean --force?");
-    row("status -h", "usage: hnipcctl status; -h is an argument: options begin with --");
+    row("introspect m4 -h",
+        "usage: hnipcctl introspect [--check] DAEMON; -h is an argument: options begin with --");
     row("status --json=yes", "--json takes no value");
     row("status --address", "--address needs a value: ADDRESS");
-    row("status now", "usage: hnipcctl status");
+    row("introspect m4 now", "usage: hnipcctl introspect [--check] DAEMON");
     row("call",
         "usage: hnipcctl call [--output FILE] [--force] [--deadline MS] METHOD "
         "[ARGUMENT...]");
@@ -428,7 +433,6 @@ void tst_Ctl::wrongUsage()
 
 void tst_Ctl::usageHasNoTrailingBlank()
 {
-    QCOMPARE(Ctl(words("status now")).err(), QByteArray("hnipcctl: usage: hnipcctl status\n"));
     QVERIFY(Ctl(words("help watch")).out().startsWith("Usage: hnipcctl watch [OPTION...]\n"));
 }
 
@@ -1242,7 +1246,8 @@ void tst_Ctl::failsInJson_data()
     row("stauts", 2);
     row("help stauts", 2);
     row("--nothing", 2);
-    row("status now", 2);
+    row("status now", 7);
+    row("status m4 now", 7);
     row("status --timeout 0", 2);
     row("status --nothing", 2);
     row("status --address unix:path=/nonexistent/bus", 3);
@@ -1623,6 +1628,48 @@ void tst_Ctl::statusOfWhatIsMissing()
     QVERIFY2(silent.out().endsWith(
                  "  qmlSupplySKU             org.hnipc.supplyd did not reply within 3000 ms\n"),
              silent.out());
+}
+
+// It has no properties, so that no value shows that it does not reply.
+void tst_Ctl::statusOfSilentDaemon()
+{
+    FakeDaemons daemons;
+    answerProperties(&daemons);
+    const auto silence = std::make_shared<QSemaphore>();
+    daemons[IOEXPD].whenIntrospected([silence]() { silence->acquire(); });
+    const QByteArray line = "ioexpd   present, " + daemons[IOEXPD].uniqueName() + ", process "
+        + QByteArray::number(int(getpid())) + ", does not reply\n";
+    Ctl all(words("status --timeout 3000"));
+    QCOMPARE(all.exitCode(), 6);
+    QVERIFY2(all.out().startsWith(line + "m4       present, "), all.out());
+    QCOMPARE(all.out().count("does not reply"), 1);
+    const QJsonArray json = object(Ctl(words("--json status --timeout 3000")).out())
+                                .value(text("daemons"))
+                                .toArray();
+    QCOMPARE(json.at(0).toObject().value(text("silent")), QJsonValue(true));
+    QVERIFY(!json.at(1).toObject().contains(text("silent")));
+    silence->release(100);
+}
+
+void tst_Ctl::statusOfSomeDaemons()
+{
+    FakeDaemons daemons;
+    answerProperties(&daemons);
+    daemons.stop(SUPPLYD);
+    Ctl one(words("status ioexpd"));
+    QCOMPARE(one.exitCode(), 0);
+    QCOMPARE(one.out(),
+             "ioexpd   present, " + daemons[IOEXPD].uniqueName() + ", process "
+                 + QByteArray::number(int(getpid())) + '\n');
+    QVERIFY(daemons.takeCalls().isEmpty());
+    Ctl two(words("status supplyd m4"));
+    QCOMPARE(two.exitCode(), 4);
+    QVERIFY2(two.out().startsWith("m4       present, "), two.out());
+    QVERIFY2(two.out().endsWith("\nsupplyd  absent\n"), two.out());
+    Ctl unknown(words("status m4 m5"));
+    QCOMPARE(unknown.exitCode(), 7);
+    QCOMPARE(unknown.err(),
+             QByteArray("hnipcctl: no daemon m5; expected one of ioexpd, m4, supplyd\n"));
 }
 
 void tst_Ctl::statusOnTerminal()
@@ -2233,6 +2280,7 @@ void tst_Ctl::completes_data()
     row("call setDac setD", "");
     row("call -- enableBacklight t", "true");
     row("introspect m4 supp", "");
+    row("status m4 supp", "supplyd");
     row("--host = p1 st", "status");
     row("--host = p1 call setU", "setUserSetting");
     row("status --timeout = 5 --js", "--json");

@@ -188,24 +188,11 @@ int check(const Context &context, const Daemon &daemon, const QList<Interface> &
     return found.isEmpty() ? Done : Failed;
 }
 
-int checkDaemon(const Context &context, const QStringList &arguments)
-{
-    return context.contract.daemon(arguments.first())
-        ? int(Done)
-        : Console::fail(
-            NoSuchName,
-            QStringLiteral("no daemon %1; expected one of %2")
-                .arg(arguments.first(), context.contract.daemonNames().join(QLatin1String(", "))));
-}
-
 int run(const Context &context, const QStringList &arguments)
 {
     const Daemon *daemon = context.contract.daemon(arguments.first());
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        daemon->busName, objectPath(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-        QStringLiteral("Introspect"));
-    message.setAutoStartService(false);
-    const QDBusMessage reply = context.bus.call(message, QDBus::Block, context.timeout);
+    const QDBusMessage reply = context.bus.call(introspectCall(*daemon), QDBus::Block,
+                                                context.timeout);
     const Outcome outcome = outcomeOf(
         *daemon, HNIPCFailure::ofReply(reply, daemon->busName, context.timeout));
     if (!outcome.ok()) {
@@ -235,6 +222,6 @@ const Command introspectCommand = {
     "1 if there are any.",
     { { "check", nullptr, "compare with the installed description" } },
     1, 1, true,
-    [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemon
+    [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemons
 };
 // clang-format on

@@ -75,7 +75,9 @@ void finish(const std::vector<HNIPCRequest *> &requests)
         });
         request->send();
     }
-    loop.exec();
+    if (pending > 0) {
+        loop.exec();
+    }
 }
 
 std::vector<std::pair<const Property *, Outcome>> readProperties(
@@ -116,13 +118,23 @@ QDBusMessage busCall(const char *member, const QVariantList &arguments)
     return result;
 }
 
-QDBusMessage playerCall(const QString &busName)
+static QDBusMessage introspectCall(const QString &busName, const QString &path)
 {
     QDBusMessage result = QDBusMessage::createMethodCall(
-        busName, QStringLiteral("/simulator"),
-        QStringLiteral("org.freedesktop.DBus.Introspectable"), QStringLiteral("Introspect"));
+        busName, path, QStringLiteral("org.freedesktop.DBus.Introspectable"),
+        QStringLiteral("Introspect"));
     result.setAutoStartService(false);
     return result;
+}
+
+QDBusMessage introspectCall(const Daemon &daemon)
+{
+    return introspectCall(daemon.busName, objectPath());
+}
+
+QDBusMessage playerCall(const QString &busName)
+{
+    return introspectCall(busName, QStringLiteral("/simulator"));
 }
 
 Player playerIn(const QDBusMessage &reply)
@@ -133,6 +145,19 @@ Player playerIn(const QDBusMessage &reply)
     return text.contains(QLatin1String("\"org.hnipc.Simulator\"")) ? Player::Simulator
         : text.contains(QLatin1String("\"org.hnipc.StandIn\""))    ? Player::StandIn
                                                                    : Player::Real;
+}
+
+int checkDaemons(const Context &context, const QStringList &arguments)
+{
+    const QStringList names = context.contract.daemonNames();
+    for (const QString &argument : arguments) {
+        if (!names.contains(argument)) {
+            return Console::fail(Toolkit::NoSuchName,
+                                 QStringLiteral("no daemon %1; expected one of %2")
+                                     .arg(argument, names.join(QLatin1String(", "))));
+        }
+    }
+    return Toolkit::Done;
 }
 
 int busLost()

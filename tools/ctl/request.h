@@ -63,6 +63,8 @@ QDBusPendingCall ask(const Context &context, const QDBusMessage &call);
 QDBusMessage replyOf(QDBusPendingCall call);
 /// A call of a method of the bus itself.
 QDBusMessage busCall(const char *member, const QVariantList &arguments = {});
+/// The Introspect call of a daemon's object.
+QDBusMessage introspectCall(const Daemon &daemon);
 /// @}
 
 /// The kinds of owners that a daemon's bus name can have.
@@ -70,6 +72,9 @@ enum class Player { Real, Simulator, StandIn };
 /// The Introspect call of the object by which a simulated daemon, and a stand-in of "replay", is known.
 QDBusMessage playerCall(const QString &busName);
 Player playerIn(const QDBusMessage &reply); ///< Real if there is no such object
+
+/// The Command::check of a command whose arguments are names of daemons.
+int checkDaemons(const Context &context, const QStringList &arguments);
 
 /// Reports that the bus connection was lost. Returns the exit code.
 int busLost();

@@ -17,6 +17,7 @@ struct DaemonState
     QString owner;       ///< its unique name on the bus; empty if the daemon is not running
     int pid = 0;         ///< 0 if the bus does not know it
     Player player = Player::Real;
+    bool isSilent = false; ///< it is running, and does not reply
     Answers answers;
 };
 
@@ -26,16 +27,21 @@ struct Questions
     Questions(const Context &context, const Daemon &daemon)
         : owner(ask(context, busCall("GetNameOwner", { daemon.busName }))),
           pid(ask(context, busCall("GetConnectionUnixProcessID", { daemon.busName }))),
-          player(ask(context, playerCall(daemon.busName)))
+          player(ask(context, playerCall(daemon.busName))),
+          introspection(ask(context, introspectCall(daemon)))
     {
     }
 
     QDBusPendingCall owner;
     QDBusPendingCall pid;
     QDBusPendingCall player;
+    // Only this shows whether a daemon without properties replies. The player's object is no use: Qt
+    // itself replies that a daemon does not have it.
+    QDBusPendingCall introspection;
 };
 
-DaemonState stateOf(const Daemon &daemon, const Questions &questions, const Answers &answers)
+DaemonState stateOf(const Context &context, const Daemon &daemon, const Questions &questions,
+                    const Answers &answers)
 {
     DaemonState state;
     const QDBusReply<QString> owner = replyOf(questions.owner);
@@ -44,6 +50,9 @@ DaemonState stateOf(const Daemon &daemon, const Questions &questions, const Answ
     state.owner = owner.value();
     state.pid = int(QDBusReply<uint>(replyOf(questions.pid)).value());
     state.player = playerIn(replyOf(questions.player));
+    const HNIPCFailure failure = HNIPCFailure::ofReply(replyOf(questions.introspection),
+                                                       daemon.busName, context.timeout);
+    state.isSilent = failure.reason == HNIPCRequest::TimedOut;
     for (const auto &answer : answers) {
         if (answer.first->method->daemon == &daemon) {
             state.answers.push_back(answer);
@@ -54,7 +63,7 @@ DaemonState stateOf(const Daemon &daemon, const Questions &questions, const Answ
 
 int exitCodeOf(const DaemonState &state)
 {
-    int exitCode = Toolkit::Done;
+    int exitCode = state.isSilent ? Toolkit::NoAnswer : Toolkit::Done;
     for (const auto &[property, answer] : state.answers) {
         exitCode = answer.ok() ? exitCode : answer.exitCode();
     }
@@ -81,6 +90,9 @@ QJsonObject jsonOf(const Daemon &daemon, const DaemonState &state)
                                                             : QStringLiteral("standIn"),
                           true);
         }
+        if (state.isSilent) {
+            object.insert(QStringLiteral("silent"), true);
+        }
     }
     return object;
 }
@@ -97,7 +109,8 @@ void print(const Daemon &daemon, const DaemonState &state)
                                                            : "";
     Console::print(name + QLatin1String("present, ") + state.owner
                    + (state.pid == 0 ? QString() : QStringLiteral(", process %1").arg(state.pid))
-                   + Console::warning(QLatin1String(player)));
+                   + Console::warning(QLatin1String(player))
+                   + Console::warning(QLatin1String(state.isSilent ? ", does not reply" : "")));
     for (const auto &[property, answer] : state.answers) {
         Console::print(
             QLatin1String("  ") + property->name.leftJustified(25)
@@ -105,15 +118,22 @@ void print(const Daemon &daemon, const DaemonState &state)
     }
 }
 
-int run(const Context &context, const QStringList &)
+int run(const Context &context, const QStringList &arguments)
 {
+    const auto isAsked = [&arguments](const Daemon &daemon) {
+        return arguments.isEmpty() || arguments.contains(daemon.name);
+    };
     std::vector<const Property *> properties;
     for (const Property &property : context.contract.properties()) {
-        properties.push_back(&property);
+        if (isAsked(*property.method->daemon)) {
+            properties.push_back(&property);
+        }
     }
-    std::vector<Questions> questions;
+    std::vector<std::pair<const Daemon *, Questions>> questions;
     for (const Daemon &daemon : context.contract.daemons()) {
-        questions.emplace_back(context, daemon);
+        if (isAsked(daemon)) {
+            questions.emplace_back(&daemon, Questions(context, daemon));
+        }
     }
     const Answers answers = readProperties(context, properties);
 
@@ -125,9 +145,8 @@ int run(const Context &context, const QStringList &)
         }
     }
     QJsonArray daemons;
-    for (const Daemon &daemon : context.contract.daemons()) {
-        const auto &asked = questions[size_t(&daemon - context.contract.daemons().data())];
-        const DaemonState state = stateOf(daemon, asked, answers);
+    for (const auto &[daemon, asked] : questions) {
+        const DaemonState state = stateOf(context, *daemon, asked, answers);
         if (!state.isKnown) {
             return context.bus.isConnected()
                 ? Console::fail(
@@ -138,9 +157,9 @@ int run(const Context &context, const QStringList &)
         const int own = exitCodeOf(state);
         exitCode = own == Toolkit::Done ? exitCode : own;
         if (context.json) {
-            daemons += jsonOf(daemon, state);
+            daemons += jsonOf(*daemon, state);
         } else {
-            print(daemon, state);
+            print(*daemon, state);
         }
     }
     if (context.json) {
@@ -155,9 +174,12 @@ int run(const Context &context, const QStringList &)
 
 // clang-format off
 const Command statusCommand = {
-    "status", "", "Shows which daemons are running, and the values of their properties",
-    "Marks simulated daemons and stand-ins of \"replay\". The exit code is 4 if a daemon\n"
-    "is not running, and that of \"call\" if one does not reply.",
-    {}, 0, 0, true, nullptr, run, nullptr, false, false, false
+    "status", "[DAEMON...]", "Shows which daemons are running, and the values of their properties",
+    "Default all daemons. Marks simulated daemons, stand-ins of \"replay\", and daemons\n"
+    "that do not reply. The exit code is 4 if a daemon is not running, 6 if one does\n"
+    "not reply, and that of \"call\" if a property cannot be read.",
+    {}, 0, -1, true,
+    [](const Contract &contract) { return contract.daemonNames(); }, run, checkDaemons,
+    false, false, false
 };
 // clang-format on
