@@ -55,6 +55,13 @@ int main(int argc, char *argv[])
         }
     });
 
+    // Qt opens the connection to the bus only once. systemd starts the program again.
+    QObject::connect(&lid, &HNIPCReading::changed, &application, [&lid]() {
+        if (lid.reason() == HNIPCRequest::BusLost) {
+            QCoreApplication::exit(1);
+        }
+    });
+
     HNIPCEvents events;
     QObject::connect(&events, &HNIPCEvents::CloseApplicationSignal, &application,
                      &QCoreApplication::quit);

@@ -9,11 +9,14 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QSocketNotifier>
+#include <QtCore/QTimer>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
 #include <QtDBus/QDBusContext>
 
+#include <cstdint>
 #include <cstdio>
+#include <systemd/sd-daemon.h>
 
 class FrontPanel : public IHNIPCIOEXPD, protected QDBusContext
 {
@@ -64,9 +67,13 @@ int main(int argc, char *argv[])
         return 1;
     }
 
+    // When the bus connection is lost, the daemon ends: Qt does not connect again.
+    QDBusConnection bus = QDBusConnection::systemBus();
+    bus.connect(QString(), "/org/freedesktop/DBus/Local", "org.freedesktop.DBus.Local",
+                "Disconnected", &application, SLOT(quit()));
+
     FrontPanel panel(hardware); // from now on clients find the daemon and wait for its replies
 
-    const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected()
         || bus.interface()->serviceOwner("org.hnipc.ioexpd").value() != bus.baseService()) {
         fputs("the system bus did not give this process the name org.hnipc.ioexpd\n", stderr);
@@ -82,7 +89,18 @@ int main(int argc, char *argv[])
             panel.press(button);
         }
     });
-    return application.exec();
+
+    // With WatchdogSec= in its unit, systemd restarts the daemon if the event loop hangs.
+    QTimer alive;
+    QObject::connect(&alive, &QTimer::timeout, []() { sd_notify(0, "WATCHDOG=1"); });
+    uint64_t microseconds = 0;
+    if (sd_watchdog_enabled(0, &microseconds) > 0) {
+        alive.start(int(microseconds / 1000 / 3));
+    }
+
+    application.exec();
+    fputs("the connection to the system bus was lost\n", stderr);
+    return 1;
 }
 
 #include "main.moc"

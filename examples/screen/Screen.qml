@@ -20,6 +20,7 @@ Rectangle {
         method: "printerLid"
         signals: ["M4PrinterLid"]
         valueArgument: 0
+        onChanged: if (reason === HNIPCRequest.BusLost) Qt.exit(1) // only a new process connects again
     }
     function inWords(reading, value) {
         if (reading.current)

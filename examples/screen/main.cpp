@@ -16,6 +16,8 @@ int main(int argc, char *argv[])
     QQuickView view;
     QObject::connect(view.engine(), &QQmlEngine::quit, &application, &QGuiApplication::quit,
                      Qt::QueuedConnection);
+    QObject::connect(view.engine(), &QQmlEngine::exit, &application, &QGuiApplication::exit,
+                     Qt::QueuedConnection);
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.setSource(QUrl::fromUserInput(application.arguments().at(1), "."));
     if (view.status() != QQuickView::Ready) {

@@ -103,7 +103,7 @@ def build_and_install(newcomer):
     qt = re.search(r'-DHNIPC_QT=(\d)', commands[0].text).group(1)
     module = 'qml-module' if qt == '5' else f'qml{qt}-module'
     packages = [span for span in dict.fromkeys(shown.spans(pages_test.INSTALL, 'What it needs'))
-                if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|(lib)?dbus|pkg)-[a-z0-9-]+', span)]
+                if re.fullmatch(rf'(qt[a-z]*{qt}|{module}|(lib)?dbus|libsystemd|pkg)-[a-z0-9-]+', span)]
     newcomer.type(terminal, 'apt-get update')
     newcomer.type(terminal, 'DEBIAN_FRONTEND=noninteractive apt-get install --yes g++ cmake '
                   + ' '.join(packages))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# shellcheck shell=bash disable=SC2317 # the session calls the functions
+# shellcheck shell=bash disable=SC2317,SC2034 # the session calls the functions and reads the variables
 #
 # session_play.sh SESSION: session_test.sh runs it in the sandbox.
 
@@ -19,10 +19,10 @@ sim() {
 }
 
 # start PROGRAM ARGUMENT...: in the background. When the session runs it as a command, it waits for
-# its end and prints its output.
+# its end, prints its output, and returns its exit code.
 start() {
     "$@" >"$1.output" 2>&1 &
-    eval "$1() { wait $!; cat $1.output; }"
+    eval "$1() { local code=0; wait $! || code=\$?; cat $1.output; return \$code; }"
 }
 
 # until_on_bus NAME
@@ -33,9 +33,11 @@ until_on_bus() {
     done
 }
 
-# bus FILE: from here on the system bus is another one, configured by the file.
+# bus FILE: from here on the system bus is another one, configured by the file. Its process is
+# $bus_process.
 bus() {
     dbus-daemon --config-file="$SESSION_DIRECTORY/$1" --nofork --print-address=1 >address &
+    bus_process=$!
     until_says address unix:
     DBUS_SYSTEM_BUS_ADDRESS=$(cat address)
     export DBUS_SYSTEM_BUS_ADDRESS
