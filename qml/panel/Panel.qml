@@ -24,6 +24,8 @@ Rectangle {
     property int jobTime: 60000 // without a label for so long, a job of this panel counts as ended
     property int overdueTime: 3000 // after this time without a reply, "no reply" is shown
 
+    property bool exitsWithoutBus: false
+
     property Item lastFocus: null // the item that had the focus before the sheet
 
     function show(file: string, properties) {
@@ -164,6 +166,10 @@ Rectangle {
 
         daemons: daemons
         events: log.events
+        onIsBusLostChanged: {
+            if (isBusLost && root.exitsWithoutBus)
+                Qt.exit(3);
+        }
         onErrorChanged: {
             if (error !== 0) {
                 printCommand.settle(qsTr("stopped: %1").arg(Words.error(error)), false, error);

@@ -24,7 +24,7 @@
 
 namespace {
 
-enum ExitCode { Failed = 1, WrongUsage = 2 };
+enum ExitCode { Failed = 1, WrongUsage = 2, NoBus = 3 };
 
 // The value of --shoot, such as 2.5=FILE.
 struct Shot
@@ -105,7 +105,11 @@ int main(int argc, char *argv[])
                        "or English.")
             .arg(languages().join(QStringLiteral(", "))),
         QStringLiteral("code"));
-    parser.addOptions({ full, shoot, language });
+    const QCommandLineOption exitWithoutBus(
+        QStringLiteral("exit-without-bus"),
+        QStringLiteral("End with 3 if there is no bus, or when its connection is lost, so that a "
+                       "service manager starts the front panel again."));
+    parser.addOptions({ full, shoot, language, exitWithoutBus });
     if (!parser.parse(QCoreApplication::arguments())) {
         return fail(WrongUsage, parser.errorText() + QStringLiteral(" See hnipc-panel --help."));
     }
@@ -142,6 +146,14 @@ int main(int argc, char *argv[])
     view.engine()->addImportPath(QCoreApplication::applicationDirPath()
                                  + QStringLiteral("/" HNIPC_QML_FROM_BIN));
     view.engine()->addImportPath(QStringLiteral("qrc:/"));
+    const auto endWithoutBus = []() {
+        QCoreApplication::exit(fail(NoBus, QStringLiteral("no connection to the bus")));
+    };
+    // Queued, because there may be no event loop yet.
+    QObject::connect(view.engine(), &QQmlEngine::exit, &application, endWithoutBus,
+                     Qt::QueuedConnection);
+    view.setInitialProperties(
+        { { QStringLiteral("exitsWithoutBus"), parser.isSet(exitWithoutBus) } });
     view.setSource(QUrl(QStringLiteral("qrc:/HNIPC/Panel/Panel.qml")));
     if (view.status() != QQuickView::Ready) {
         const QList<QQmlError> errors = view.errors();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/fakedaemons.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 #include "tools/desk.h"
@@ -28,6 +29,7 @@ private slots:
     void withoutDisplay_data();
     void withoutDisplay();
     void displayWithoutWindowManager();
+    void exitsWithoutBus();
 };
 
 namespace {
@@ -233,6 +235,26 @@ void tst_PanelProgram::displayWithoutWindowManager()
     QVERIFY(server.ends());
     QCOMPARE(whole.size(), QSize(1024, 600));
     QCOMPARE(window.size(), QSize(800, 480));
+}
+
+// The last test, because it kills the bus.
+void tst_PanelProgram::exitsWithoutBus()
+{
+    const QByteArray message = "hnipc-panel: no connection to the bus\n";
+    Environment environment = Environment::systemEnvironment();
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const Outcome none = run({ "--exit-without-bus" }, environment);
+    QCOMPARE(none.errors, message);
+    QCOMPARE(none.code, 3);
+    QVERIFY(!picture({}, environment).isNull());
+
+    FakeDaemons daemons;
+    Process panel;
+    panel.start(HNIPC_TOOLS_DIR "/hnipc-panel", { "--exit-without-bus" });
+    QVERIFY(waitUntil([&]() { return !daemons.takeCalls().isEmpty(); }));
+    PrivateBus::instance()->kill();
+    QCOMPARE(panel.exitCode(), 3);
+    QCOMPARE(panel.errors(), message);
 }
 
 int main(int argc, char **argv)
