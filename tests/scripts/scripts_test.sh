@@ -2,8 +2,9 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: scripts/demo and scripts/screenshots refuse an option without its value,
-# with a message. scripts/lint refuses unknown checks. Each mutation of tests/mutations/list changes
-# its file. scripts/mutate --sample accepts 3 % of missed mutants.
+# with a message. scripts/lint refuses unknown checks. The contact is everywhere that of CONTACT. Each
+# mutation of tests/mutations/list changes its file. scripts/mutate --sample accepts 3 % of missed
+# mutants.
 
 set -euo pipefail
 cd "$1"
@@ -29,7 +30,9 @@ refused '--qt: "7" is not one of 5, 6' scripts/screenshots directory --qt 7
 all="format shell man xml qml spelling links licences clazy tidy"
 refused "scripts/lint: unknown check links,man; one of $all" scripts/lint links,man
 refused "scripts/lint: unknown option --fast; see --help" scripts/lint --fast
+refused "scripts/contact: unknown option --set; see --help" scripts/contact --set
 
+scripts/contact --check
 scripts/mutate --check
 python3 -B -c '
 from importlib.machinery import SourceFileLoader
