@@ -133,7 +133,7 @@ exec systemd-stdio-bridge --bus-path="$PRINTER7"
 
 
 def pages():
-    return ['README.md', 'CONTRIBUTING.md'] + sorted(
+    return ['README.md', 'CONTRIBUTING.md', 'RELEASING.md', 'SECURITY.md'] + sorted(
         glob.glob('docs/*.md') + glob.glob('docs/guides/*.md') + glob.glob('data/man/*.1'))
 
 

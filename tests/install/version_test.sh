@@ -88,7 +88,7 @@ if [ "$qmltypes" ]; then
 fi
 
 says "CHANGELOG.md, at its head" "$version" \
-    "$(sed -n 's/^## //p' "$source/CHANGELOG.md" | head -1)"
+    "$(sed -n 's/^## \([^ ]*\).*/\1/p' "$source/CHANGELOG.md" | head -1)"
 says "debian/changelog, at its head" "$version" \
     "$(sed -n '1s/.*(\(.*\)).*/\1/p' "$source/debian/changelog")"
 
