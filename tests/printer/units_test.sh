@@ -40,6 +40,6 @@ for daemon in ioexpd m4 supplyd; do
         WatchdogSec=10 WantedBy=multi-user.target
 done
 for unit in hnipc-{ioexpd,m4,supplyd,panel,application,events}.service; do
-    has $unit Restart=always RestartSec=2 StartLimitIntervalSec=0
+    has "$unit" Restart=always RestartSec=2 StartLimitIntervalSec=0
 done
 [ -z "$failed" ]
