@@ -554,7 +554,7 @@ void tst_CtlMetrics::replacesTheFile()
     QVERIFY(fileAfter(toFile()).contains("hnipc_print_engine_error_code 1\n"));
     const QByteArray old = content(path("p.prom"));
     QFile reader(path("p.prom"));
-    QVERIFY(reader.open(QIODevice::ReadOnly));
+    QVERIFY(reader.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
     QCOMPARE(reader.read(10), old.left(10));
     daemons[M4].answer("getError", "(2,)");
     QVERIFY(fileAfter(toFile()).contains("hnipc_print_engine_error_code 2\n"));
