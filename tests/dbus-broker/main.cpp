@@ -42,9 +42,23 @@ void keepJournal()
         return;
     }
     // The /run of other processes stays unchanged.
-    if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-        || mount("none", "/run", "tmpfs", 0, "mode=755") != 0) {
-        fail("there is no journal, and only root can give it one");
+    const char missing[] = "there is no journal, and only root can give it one";
+    if (unshare(CLONE_NEWNS) != 0
+        || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        fail(missing);
+    }
+    // dbus-broker-launch connects to the bus by its path, which may be in /run/dbus.
+    const int buses = open("/run/dbus", O_PATH | O_CLOEXEC);
+    if (mount("none", "/run", "tmpfs", 0, "mode=755") != 0) {
+        fail(missing);
+    }
+    if (buses >= 0) {
+        mkdir("/run/dbus", 0755);
+        const std::string old = "/proc/self/fd/" + std::to_string(buses);
+        if (mount(old.c_str(), "/run/dbus", nullptr, MS_BIND, nullptr) != 0) {
+            fail("/run/dbus");
+        }
+        close(buses);
     }
     mkdir("/run/systemd", 0755);
     mkdir("/run/systemd/journal", 0755);
