@@ -56,8 +56,8 @@ public:
         std::map<const Daemon *, QString> owners;
         for (const Daemon &daemon : m_context.contract.daemons()) {
             const ReachingDeadline end(m_context.unreached, m_context.timeout);
-            const QDBusReply<QString> owner = replyOf(
-                ask(m_context, busCall("GetNameOwner", { daemon.busName })));
+            const QDBusReply<QString> owner = replyOfBus(m_context, "GetNameOwner",
+                                                         { daemon.busName });
             const bool isNeeded = std::any_of(
                 events.begin(), events.end(),
                 [&](const TraceEvent &event) { return event.signal->daemon == &daemon; });
@@ -279,7 +279,7 @@ int play(const Context &context, const std::vector<TraceEvent> &events, Senders 
     }
     // Makes sure that the bus has received the last signals before the program ends.
     const ReachingDeadline end(context.unreached, context.timeout);
-    replyOf(ask(context, busCall("GetId")));
+    replyOfBus(context, "GetId");
     return Toolkit::Done;
 }
 

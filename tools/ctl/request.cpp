@@ -6,6 +6,8 @@
 
 #include <QtCore/QEventLoop>
 
+#include <climits>
+
 int Outcome::exitCode() const
 {
     switch (reason) {
@@ -116,6 +118,11 @@ QDBusMessage busCall(const char *member, const QVariantList &arguments)
         QStringLiteral("org.freedesktop.DBus"), QLatin1String(member));
     result.setArguments(arguments);
     return result;
+}
+
+QDBusMessage replyOfBus(const Context &context, const char *member, const QVariantList &arguments)
+{
+    return context.bus.call(busCall(member, arguments), QDBus::Block, INT_MAX);
 }
 
 static QDBusMessage introspectCall(const QString &busName, const QString &path)

@@ -67,6 +67,10 @@ QDBusMessage busCall(const char *member, const QVariantList &arguments = {});
 QDBusMessage introspectCall(const Daemon &daemon);
 /// @}
 
+/// The reply of the bus itself. It has no timeout of its own: a ReachingDeadline ends the program.
+QDBusMessage replyOfBus(const Context &context, const char *member,
+                        const QVariantList &arguments = {});
+
 /// The kinds of owners that a daemon's bus name can have.
 enum class Player { Real, Simulator, StandIn };
 /// The Introspect call of the object by which a simulated daemon, and a stand-in of "replay", is known.

@@ -28,7 +28,7 @@ SignalFeed::SignalFeed(const Context &context, const std::vector<const ClientSig
                   QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
                   this, SLOT(onDisconnected()));
     // The bus replies to this after it has processed the subscriptions, which have no reply.
-    m_bus.call(busCall("GetId"));
+    replyOfBus(context, "GetId");
 }
 
 int SignalFeed::run()

@@ -685,8 +685,7 @@ void tellPresent(const Context &context, Traffic *traffic)
 {
     const ReachingDeadline end(context.unreached, context.timeout);
     QSet<QByteArray> connections;
-    const QStringList
-        names = replyOf(ask(context, busCall("ListNames"))).arguments().value(0).toStringList();
+    const QStringList names = replyOfBus(context, "ListNames").arguments().value(0).toStringList();
     for (const QString &name : names) {
         if (name.startsWith(QLatin1Char(':'))) {
             connections.insert(name.toLatin1());
@@ -694,8 +693,8 @@ void tellPresent(const Context &context, Traffic *traffic)
     }
     traffic->setConnections(connections);
     for (size_t i = 0; i < context.contract.daemons().size(); ++i) {
-        const QDBusMessage owner = replyOf(
-            ask(context, busCall("GetNameOwner", { context.contract.daemons()[i].busName })));
+        const QDBusMessage owner = replyOfBus(context, "GetNameOwner",
+                                              { context.contract.daemons()[i].busName });
         if (owner.type() == QDBusMessage::ReplyMessage) {
             traffic->setOwner(int(i), owner.arguments().value(0).toString().toLatin1());
         }
