@@ -173,6 +173,7 @@ private Q_SLOTS:
     void namesInOtherFiles();
 
     void severalPrinters();
+    void metricsOfAPrinterCannotSpoilThoseOfOthers();
     void severalPrintersInJson();
     void restartsOfSeveralPrinters();
 
@@ -325,7 +326,7 @@ void tst_CtlMetrics::unusualValues()
              QByteArray("hnipc_supply_percent inf\nhnipc_ribbon_percent 0.1\n"));
 }
 
-// What is not known has no metric, and the metrics that say so are 0.
+// An unknown value has no metric. The metrics that say whether something is known are 0.
 void tst_CtlMetrics::whatIsMissing()
 {
     FakeDaemons daemons;
@@ -685,7 +686,7 @@ void tst_CtlMetrics::namesInOtherFiles()
 // ---- Several printers ----------------------------------------------------------------------
 
 // A script replaces ssh: a printer is a bus whose socket has the letters and digits of the printer's
-// name.
+// name. "evil" has the end of a line in the id of its bus.
 Environment tst_CtlMetrics::ssh()
 {
     const QString script = path("ssh");
@@ -700,6 +701,10 @@ Environment tst_CtlMetrics::ssh()
                                        "down) echo 'ssh: connect to host down port 22: No route to "
                                        "host' >&2; exit 255 ;;\n"
                                        "hang) exec sleep 100000 ;;\n"
+                                       "evil) '" HNIPC_TEST_BRIDGE "' evil | perl -e '"
+                                       "while (sysread(STDIN, $_, 65536)) {"
+                                       " s/([0-9a-f]{31})[0-9a-f]\\0/$1\\n\\0/;"
+                                       " syswrite(STDOUT, $_) }'; exit ;;\n"
                                        "esac\n"
                                        "exec '" HNIPC_TEST_BRIDGE "' \"$host\"\n");
     if (!isWritten
@@ -761,6 +766,23 @@ void tst_CtlMetrics::severalPrinters()
     QVERIFY(single.out().contains("hnipc_supply_percent{printer=\"p1\"} 81.5\n"));
 }
 
+// The bus of one printer replies with text that would end a line of the metrics.
+void tst_CtlMetrics::metricsOfAPrinterCannotSpoilThoseOfOthers()
+{
+    Printer good(path("good"));
+    Printer evil(path("evil"));
+    const QString file = path("hall.prom");
+    Ctl ctl(words("metrics --host good --host evil --output") << file, ssh());
+    QCOMPARE(ctl.exitCode(), 0);
+    QFile written(file);
+    QVERIFY(written.open(QIODevice::ReadOnly));
+    const QByteArray metrics = written.readAll();
+    const QByteArray values = parsed(metrics);
+    QVERIFY2(values.contains("hnipc_printer_reached printer=\"good\" 1.0\n"), values.constData());
+    QVERIFY2(values.contains("hnipc_printer_reached printer=\"evil\" 1.0\n"), values.constData());
+    QVERIFY2(metrics.contains("\\\\u000a\""), metrics.constData());
+}
+
 void tst_CtlMetrics::severalPrintersInJson()
 {
     Printer first(path("p1"));
@@ -798,7 +820,7 @@ void tst_CtlMetrics::restartsOfSeveralPrinters()
     QCOMPARE(run(), counts("0", "0"));
     first.reset();
     QVERIFY(QFile::remove(path("abc"))); // the bus leaves its socket
-    QCOMPARE(run(), counts("0", "0")); // is not reached
+    QCOMPARE(run(), counts("0", "0"));   // is not reached
     QVERIFY(content(path("p.prom")).contains("hnipc_printer_reached{printer=\"a\\\"b\\\\c\"} 0\n"));
     QVERIFY(parsed(content(path("p.prom")))
                 .contains("\nhnipc_printer_reached printer=\"a\\\"b\\\\c\" 0.0\n"));

@@ -105,11 +105,13 @@ QString statusText(const QJsonArray &daemons)
         const bool isPresent = daemon.value(QLatin1String("present")).toBool();
         const bool isSimulated = daemon.value(QLatin1String("simulated")).toBool();
         const bool isStandIn = daemon.value(QLatin1String("standIn")).toBool();
+        const bool isSilent = daemon.value(QLatin1String("silent")).toBool();
         texts += daemon.value(QLatin1String("name")).toString()
-            + QLatin1String(isSimulated     ? "=simulated"
-                                : isStandIn ? "=stand-in"
-                                : isPresent ? "=present"
-                                            : "=absent");
+            + QLatin1String(isSilent          ? "=silent"
+                                : isSimulated ? "=simulated"
+                                : isStandIn   ? "=stand-in"
+                                : isPresent   ? "=present"
+                                              : "=absent");
         if (isPresent) {
             properties += propertyTexts(daemon.value(QLatin1String("properties")).toObject());
         }
@@ -208,7 +210,7 @@ public:
         if (m_question.gather && m_exitCode == Toolkit::Done) {
             std::vector<FleetAnswer> answers;
             for (const Printer &printer : m_printers) {
-                answers.push_back({ printer.host, printer.result, printer.error, printer.time });
+                answers.push_back({ printer.host, printer.result, printer.time });
             }
             return m_question.gather(answers);
         }

@@ -9,12 +9,11 @@
 #include <functional>
 #include <vector>
 
-/// What one printer replied.
+/// The reply of one printer.
 struct FleetAnswer
 {
     QString host;
     QJsonValue result = QJsonValue::Undefined; ///< undefined if there is none
-    QString error;                             ///< the reason
     qint64 time;                               ///< when this was known; in ms since 1970, UTC
 };
 
@@ -27,7 +26,7 @@ struct FleetQuestion
     bool inLines = false; ///< the command prints lines until it ends, not one value
     int mostLines = -1;   ///< of all printers together, then all end; negative for no limit
     QByteArray input;     ///< the standard input for each printer
-    /// If it is set, no rows are printed. It is called at the end with what all printers replied, and
+    /// If it is set, no rows are printed. It is called at the end with the replies of all printers, and
     /// returns the exit code. The timeout is then for both together: to reach a printer, and its reply.
     std::function<int(const std::vector<FleetAnswer> &)> gather;
 };

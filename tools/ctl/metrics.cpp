@@ -29,11 +29,7 @@ public:
           m_owner(ask(context, busCall("GetNameOwner", { daemon.busName })))
     {
         m_timer.start();
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            daemon.busName, objectPath(), QStringLiteral("org.freedesktop.DBus.Introspectable"),
-            QStringLiteral("Introspect"));
-        call.setAutoStartService(false);
-        m_light.reset(new QDBusPendingCallWatcher(ask(context, call)));
+        m_light.reset(new QDBusPendingCallWatcher(ask(context, introspectCall(daemon))));
     }
 
     // Calls @p onDone from the event loop.

@@ -33,7 +33,7 @@ const Family families[] = {
     { "hnipc_daemon_simulated", gauge, nullptr, "1 if the daemon is a simulated one or a stand-in of a replay, otherwise 0" },
     { "hnipc_daemon_replied", gauge, nullptr, "1 if the daemon replied to Introspect within the timeout, otherwise 0" },
     { "hnipc_daemon_call_seconds", gauge, "seconds", "The time from the call of Introspect until the daemon's reply" },
-    { "hnipc_daemon_restarts_total", nullptr, nullptr, "How often the daemon was found with another bus connection than in the run before" },
+    { "hnipc_daemon_restarts_total", nullptr, nullptr, "How often the daemon was found with another bus connection than when it was seen last" },
     { "hnipc_daemon_connection_info", gauge, nullptr, "The bus and the unique name with which the daemon was seen last" },
     { "hnipc_property_known", gauge, nullptr, "1 if the value of the property was read, otherwise 0" },
     { "hnipc_property_read_seconds", gauge, "seconds", "The time from the call that reads the property until its reply" },
@@ -219,9 +219,10 @@ private:
         EarlierMetrics::Daemon state = m_earlier->daemon(printer, name);
         for (const QJsonValue &value : result.value(QLatin1String("daemons")).toArray()) {
             const QJsonObject daemon = value.toObject();
-            const QString owner = daemon.value(QLatin1String("owner")).toString();
+            // The printer chooses both texts. They are compared with labels, so they have that form.
+            const QString owner = labelOf(daemon.value(QLatin1String("owner")));
             if (daemon.value(QLatin1String("name")).toString() == name && !owner.isEmpty()) {
-                const QString bus = result.value(QLatin1String("bus")).toString();
+                const QString bus = labelOf(result.value(QLatin1String("bus")));
                 const bool isOther = owner != state.owner || bus != state.bus;
                 state.restarts += !state.owner.isEmpty() && isOther ? 1 : 0;
                 state.owner = owner;

@@ -12,7 +12,7 @@
 #include <optional>
 #include <vector>
 
-/// What an earlier run has written about restarts. It is read from the metrics of that run.
+/// The restarts that earlier runs have counted, read from the metrics of the last run.
 class EarlierMetrics
 {
 public:
