@@ -163,16 +163,18 @@ class Table(unittest.TestCase):
 
     def test_interrupted(self):
         for name in ('INT', 'TERM', 'HUP'):
-            code = self.run_nightly(('first', f'kill -{name} $PPID; sleep infinity'), ('next', 'true'))
+            code = self.run_nightly(('first', f'kill -{name} $PPID; sleep infinity'), ('next', 'true'),
+                                    prefix=['env', '--default-signal=HUP,INT'])
             self.assertEqual(code, 1)
             why = f'the run received SIG{name}'
             self.assertEqual(self.results(), [('first', 'stopped', why), ('next', 'not run', why)])
 
     def test_ignored_signal(self):
-        code = self.run_nightly(('first', 'kill -HUP $PPID'), ('next', 'true'),
+        code = self.run_nightly(('first', 'kill -HUP $PPID'), ('next', 'kill -HUP $$'),
                                 prefix=['env', '--ignore-signal=HUP'])
-        self.assertEqual(code, 0)
-        self.assertEqual(self.results(), [('first', 'passed', ''), ('next', 'passed', '')])
+        self.assertEqual(code, 1)
+        self.assertEqual(self.results(), [('first', 'passed', ''),
+                                          ('next', 'failed', 'was killed by signal 1')])
 
     def test_report_so_far(self):
         self.run_nightly(('first', 'exit 1'), ('second', 'cp "$D/report/report.json" "$D/midway"'),
