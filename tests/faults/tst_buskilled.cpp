@@ -12,6 +12,7 @@
 
 #include <QtCore/QSocketNotifier>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusMessage>
 #include <QtTest/QSignalSpy>
 #include <QtTest/QTest>
 
@@ -147,8 +148,16 @@ public:
 
 int pulseAndIdle(Buttons &daemon)
 {
+    // Qt passes messages to another thread, in a list that grows with the backlog and never shrinks.
+    // When the call, which fails, returns, there is no backlog.
+    const QDBusMessage call = QDBusMessage::createMethodCall(
+        QLatin1String("org.freedesktop.DBus"), QLatin1String("/"),
+        QLatin1String("org.freedesktop.DBus"), QLatin1String("GetId"));
     for (int i = 0; i < pulsesAlone; ++i) {
         daemon.pulsePrintButtonSignal();
+        if (i % 100 == 0) {
+            QDBusConnection::systemBus().call(call);
+        }
     }
     return idleLoad();
 }
