@@ -136,7 +136,7 @@ passed
 passed
 == packages: scripts/package --complete ==
 passed" scripts/release --run
-grep --quiet '^this is scripts/test --valgrind$' "build/release/$commit/valgrind.log" || failed=log
+grep --quiet '^this is scripts/test --valgrind$' "build/release/${commit:0:12}/valgrind.log" || failed=log
 says 0 "Nothing is missing. 2.3.4 can be released as $commit." scripts/release --check
 
 # with TEXT FILE SED-SCRIPT: with this change, the text is missing.
@@ -183,16 +183,16 @@ git checkout --quiet .
 touch stray
 says 1 "or files that git does not know" scripts/release 2.3.4
 rm stray
-mv "build/release/$commit/packages/hnipc-doc_2.3.4_all.deb" .
+mv "build/release/${commit:0:12}/packages/hnipc-doc_2.3.4_all.deb" .
 says 1 "there is no hnipc-doc of version 2.3.4" scripts/release --check
-mv hnipc-doc_2.3.4_all.deb "build/release/$commit/packages"
+mv hnipc-doc_2.3.4_all.deb "build/release/${commit:0:12}/packages"
 
 # What passed on one commit says nothing about the next, nor does a copy of the record.
 git commit --quiet --allow-empty --message=Next
 next=$(git rev-parse HEAD)
-cp --recursive "build/release/$commit" "build/release/$next"
+cp --recursive "build/release/${commit:0:12}" "build/release/${next:0:12}"
 says 1 "Missing: 11." scripts/release 2.3.4
-rm -r "build/release/$next"
+rm -r "build/release/${next:0:12}"
 git reset --quiet --hard "$commit"
 
 # Nothing was made until now. A check that fails, or changes the tree, has not passed, and the others
@@ -247,6 +247,14 @@ cd "$work/tree"
 says 1 "the tag v2.3.4 exists
 tests/baseline/recorded/released: 2.3.4 was released, as commit $commit" scripts/release 2.3.4
 says 1 "2.3.4 was released, as commit $commit: raise the version" scripts/baseline --unreleased
+
+# The next release upgrades the packages of this one.
+sed --in-place s/2.3.4/2.3.5/ CMakeLists.txt
+says 1 "packages: \"scripts/package --complete --previous $PWD/build/release/2.3.4\" has not passed" \
+    scripts/release --check
+rm build/release/2.3.4/*.deb
+says 1 "build/release/2.3.4: there are no packages of the last release" scripts/release --check
+git checkout --quiet CMakeLists.txt
 
 # The archive and the bill of another clone are the same.
 git clone --quiet . "$work/clone" 2>/dev/null
