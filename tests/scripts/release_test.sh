@@ -187,7 +187,7 @@ mv "build/release/${commit:0:12}/packages/hnipc-doc_2.3.4_all.deb" .
 says 1 "there is no hnipc-doc of version 2.3.4" scripts/release --check
 mv hnipc-doc_2.3.4_all.deb "build/release/${commit:0:12}/packages"
 
-# What passed on one commit says nothing about the next, nor does a copy of the record.
+# A record of one commit does not count for the next commit, nor does a copy of it.
 git commit --quiet --allow-empty --message=Next
 next=$(git rev-parse HEAD)
 cp --recursive "build/release/${commit:0:12}" "build/release/${next:0:12}"
@@ -256,9 +256,10 @@ rm build/release/2.3.4/*.deb
 says 1 "build/release/2.3.4: there are no packages of the last release" scripts/release --check
 git checkout --quiet CMakeLists.txt
 
-# The archive and the bill of another clone are the same.
+# The archive and the bill of another clone, with other settings of git, are the same.
 git clone --quiet . "$work/clone" 2>/dev/null
 cd "$work/clone"
+git config tar.umask 0022
 git -c advice.detachedHead=false checkout --quiet "$commit"
 git tag --delete v2.3.4 >/dev/null
 scripts/release --run >/dev/null
