@@ -12,10 +12,10 @@ trap 'rm -rf "$work"' EXIT
 failed=
 fault() { echo "$*" >&2; failed=yes; }
 
-# The exposure of each unit is below 2.0. The rating of a unit's file needs no running systemd.
+# The exposure of each unit is below 1.0. The rating of a unit's file needs no running systemd.
 for unit in *.service; do
-    systemd-analyze security --offline=true --threshold=19 --no-pager "./$unit" >"$work/rating" 2>&1 \
-        || { cat "$work/rating"; fault "$unit: its exposure is 2.0 or more"; }
+    systemd-analyze security --offline=true --threshold=9 --no-pager "./$unit" >"$work/rating" 2>&1 \
+        || { cat "$work/rating"; fault "$unit: its exposure is 1.0 or more"; }
     grep --quiet "Overall exposure level" "$work/rating" || fault "$unit: was not rated"
 done
 
