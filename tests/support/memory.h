@@ -50,7 +50,8 @@ inline bool isHeapCounted()
     const int size = 1000 * 1000; // more than the allocator caches
     const long before = heapInUse();
     const QByteArray block(size, 'x');
-    return heapInUse() >= before + size && block.size() == size;
+    // Another thread may free something meanwhile.
+    return heapInUse() >= before + size / 2 && block.size() == size;
 }
 
 // The kilobytes of memory that a process occupies.
