@@ -5,9 +5,28 @@
 #include "support/privatebus.h"
 #include "support/process.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QMap>
 
 using Environment = QMap<QString, QString>;
+
+inline QString text(const char *utf8) { return QString::fromUtf8(utf8); }
+
+// Splits "call setDac 5" into its words. A space at the end is followed by an empty word.
+inline QStringList words(const char *command) { return text(command).split(QLatin1Char(' ')); }
+
+inline bool write(const QString &fileName, const QByteArray &content)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+// Empty if the file cannot be read.
+inline QByteArray content(const QString &fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 // A process of hnipcctl.
 class Ctl : public Process

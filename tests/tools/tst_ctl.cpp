@@ -28,11 +28,6 @@ using namespace Expected;
 
 namespace {
 
-QString text(const char *latin1) { return QString::fromLatin1(latin1); }
-
-// Splits "call setDac 5" into its words.
-QStringList words(const char *command) { return text(command).split(QLatin1Char(' ')); }
-
 QByteArray nameOf(const char *signature)
 {
     return QByteArray(signature).left(QByteArray(signature).indexOf('('));

@@ -27,11 +27,6 @@ private slots:
     void refusesAWrongDeadline();
 };
 
-static QStringList words(const char *command)
-{
-    return QString::fromLatin1(command).split(QLatin1Char(' '));
-}
-
 void tst_CtlDeadline::saysWhatBecameOfACall_data()
 {
     QTest::addColumn<QByteArray>("fault");

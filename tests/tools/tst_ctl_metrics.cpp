@@ -28,22 +28,6 @@ using namespace Expected;
 
 namespace {
 
-QString text(const char *latin1) { return QString::fromLatin1(latin1); }
-
-QStringList words(const char *command) { return text(command).split(QLatin1Char(' ')); }
-
-bool write(const QString &fileName, const QByteArray &content)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray content(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // The families and samples that an independent parser finds in the text, one in each line. The
 // values of times, which vary, are replaced by "T", if they are more than 0.
 QByteArray parsed(const QByteArray &metrics)

@@ -26,26 +26,9 @@
 
 namespace {
 
-QStringList words(const char *command)
-{
-    return QString::fromLatin1(command).split(QLatin1Char(' '));
-}
-
 QList<QByteArray> lines(QByteArray output)
 {
     return output.isEmpty() ? QList<QByteArray>() : output.chopped(1).split('\n');
-}
-
-bool write(const QString &fileName, const QByteArray &content)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray content(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 // A running process, not a zombie.

@@ -31,12 +31,6 @@ QByteArray eventLine(const char *at, const char *daemon, const char *signal, con
         + "\",\"signature\":\"" + signature + "\",\"arguments\":" + arguments + "}\n";
 }
 
-QByteArray content(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // The lines of a trace without the fields that differ in each trace. Empty if a line is not JSON.
 QList<QJsonObject> trace(const QByteArray &text)
 {

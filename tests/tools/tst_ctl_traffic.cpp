@@ -31,19 +31,6 @@ using namespace Expected;
 
 namespace {
 
-QString text(const char *words) { return QString::fromUtf8(words); }
-
-QStringList words(const char *line)
-{
-    return text(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
-QByteArray content(const QString &fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // The JSON object of each line.
 QList<QJsonObject> objects(const QByteArray &lines)
 {
@@ -202,7 +189,8 @@ private:
 
     static std::unique_ptr<Ctl> trace(const char *options, const Environment &environment = {})
     {
-        auto result = std::make_unique<Ctl>(words("trace") + words(options), environment);
+        const QByteArray line = (QByteArray("trace ") + options).trimmed();
+        auto result = std::make_unique<Ctl>(words(line.constData()), environment);
         return result->complains("tracing the calls of ioexpd, m4, supplyd; Ctrl-C ends\n")
             ? std::move(result)
             : std::make_unique<Ctl>();
