@@ -37,7 +37,6 @@ def run_table(directory, table, arguments):
     nightly.clock = lambda: 3600 if os.path.exists(f'{directory}/late') else 0
     jobs = [nightly.Job(name, command, lambda missing=missing: missing, limit)
             for name, command, missing, limit in table]
-    os.environ['D'] = directory
     return nightly.main(jobs, nightly.pathlib.Path(directory, 'report'), arguments)
 
 
@@ -48,16 +47,27 @@ class Table(unittest.TestCase):
         directory = tempfile.TemporaryDirectory()
         self.addCleanup(directory.cleanup)
         self.directory = directory.name
+        self.write('git', '#!/bin/sh\ncase "$*" in "rev-parse HEAD") cat "$D/commit" ;; '
+                          '"status --porcelain") cat "$D/status" ;; esac\n')
+        os.chmod(f'{self.directory}/git', 0o755)
+        self.write('commit', '1a2b')
+        self.write('status', '')
 
     def run_nightly(self, *rows, arguments=(), prefix=()):
         """The exit code for these rows: (name, command[, missing[, limit]])."""
         table = [(*row, '', 1000)[:4] if len(row) == 2 else (*row, 1000)[:4] for row in rows]
         done = subprocess.run([*prefix, sys.executable, __file__, SOURCE, '--run', self.directory,
                                json.dumps(table), *arguments],
+                              env={**os.environ, 'D': self.directory,
+                                   'PATH': f'{self.directory}:{os.environ["PATH"]}'},
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
         self.output = done.stdout
         return done.returncode
+
+    def write(self, name, text):
+        with open(f'{self.directory}/{name}', 'w', encoding='utf-8') as file:
+            file.write(text)
 
     def read(self, name):
         with open(f'{self.directory}/{name}', encoding='utf-8') as file:
@@ -112,20 +122,90 @@ class Table(unittest.TestCase):
         self.assertIn('**1 of 2 jobs passed, 1 not run.**', self.read('report/report.md'))
 
     def test_what_the_report_says_of_the_tree(self):
-        git = f'{self.directory}/git'
-        with open(git, 'w', encoding='utf-8') as file:
-            file.write('#!/bin/sh\ncase "$*" in "rev-parse HEAD") echo 1a2b ;; '
-                       '"status --porcelain") cat "$0.status" ;; esac\n')
-        os.chmod(git, 0o755)
         for status, line in (('', '- Commit: 1a2b'),
                              (' M README.md', '- Commit: 1a2b, with uncommitted changes')):
-            with open(f'{git}.status', 'w', encoding='utf-8') as file:
-                file.write(status)
-            self.run_nightly(('a', 'true'),
-                             prefix=['env', f'PATH={self.directory}:{os.environ["PATH"]}'])
+            self.write('status', status)
+            self.run_nightly(('a', 'true'))
             report = json.loads(self.read('report/report.json'))
             self.assertEqual((report['commit'], report['changed']), ('1a2b', bool(status)))
             self.assertIn(line, self.read('report/report.md').splitlines())
+
+    def test_it_stops_when_the_tree_changes(self):
+        for change in ('echo 3c4d >"$D/commit"', 'echo "?? core" >"$D/status"'):
+            self.write('commit', '1a2b')
+            self.write('status', '')
+            self.assertEqual(self.run_nightly(('a', change), ('b', 'true')), 1)
+            self.assertEqual(self.results(), [('a', 'failed', 'the tree changed while it ran'),
+                                              ('b', 'not run', 'the tree changed while a ran')])
+            self.assertEqual(self.logs(), ['a.log'])
+
+    def test_resume(self):
+        count = 'echo >>"$D/%s"; '
+        a, b, c = (('a', count % 'a'), ('b', count % 'b' + 'cat "$D/printer"'), ('c', count % 'c'))
+
+        def runs():
+            return [len(self.read(name)) for name in 'abc']
+
+        self.assertEqual(self.run_nightly(a, b, c), 1)
+        self.write('printer', '')
+        self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume']), 0, self.output)
+        self.assertEqual(runs(), [1, 2, 1])
+        earlier = 'in an earlier run'
+        self.assertEqual(self.results(), [('a', 'passed', earlier), ('b', 'passed', ''),
+                                          ('c', 'passed', earlier)])
+        self.assertEqual(self.logs(), [])
+        # A named job runs again, and the others stay.
+        self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume', '--only', 'c']), 0)
+        self.assertEqual(runs(), [1, 2, 2])
+        self.assertEqual(self.results(), [('a', 'passed', earlier), ('b', 'passed', earlier),
+                                          ('c', 'passed', '')])
+        # With another command, the job has not passed yet.
+        self.assertEqual(self.run_nightly(a, b, ('c', count % 'c' + 'true'),
+                                          arguments=['--resume']), 0)
+        self.assertEqual(runs(), [1, 2, 3])
+        # Nor on another commit, nor on a tree that had changes.
+        self.write('commit', '3c4d')
+        self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume']), 0)
+        self.assertEqual(runs(), [2, 3, 4])
+        self.write('status', '?? core')
+        self.assertEqual(self.run_nightly(a, b, c), 0)
+        self.write('status', '')
+        self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume']), 0)
+        self.assertEqual(runs(), [4, 5, 6])
+        # A report that cannot be read is none.
+        self.write('report/report.json', '{')
+        self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume']), 0)
+        self.assertEqual(runs(), [5, 6, 7])
+
+    def test_resume_keeps_what_a_report_says(self):
+        self.run_nightly(('a', 'touch "$D/late"'), ('b', 'false'))
+        before = json.loads(self.read('report/report.json'))['jobs'][0]
+        os.remove(f'{self.directory}/late')
+        self.run_nightly(('a', 'touch "$D/late"'), ('b', 'false'), arguments=['--resume'])
+        after = json.loads(self.read('report/report.json'))['jobs'][0]
+        self.assertEqual(after, {**before, 'reason': 'in an earlier run'})
+        self.assertEqual(before['seconds'], 3600)
+
+    def test_resume_wants_a_commit(self):
+        self.run_nightly(('a', 'true'))
+        for commit, status in (('1a2b', ' M README.md'), ('', '')):
+            self.write('commit', commit)
+            self.write('status', status)
+            self.assertEqual(self.run_nightly(('a', 'true'), arguments=['--resume']), 2)
+            self.assertEqual(self.results(), [('a', 'passed', '')])
+
+    def test_missing(self):
+        rows = ('a', 'true'), ('b', 'false'), ('c', 'true', 'there is no printer')
+        missing = ('b: "false" has not passed on 1a2b\n'
+                   'c: "true" has not passed on 1a2b\n')
+        self.assertEqual(self.run_nightly(*rows, arguments=['--missing']), 1)
+        self.assertEqual(self.output, 'a: "true" has not passed on 1a2b\n' + missing)
+        self.run_nightly(*rows)
+        self.assertEqual(self.run_nightly(*rows, arguments=['--missing']), 1)
+        self.assertEqual(self.output, missing)
+        self.assertEqual(self.run_nightly(*rows, arguments=['--missing', '--only', 'a']), 0)
+        self.assertEqual(self.output, '')
+        self.assertEqual(self.results()[0], ('a', 'passed', ''))
 
     def test_time(self):
         self.run_nightly(('a', 'touch "$D/late"'), arguments=['--budget', '75'])
@@ -206,10 +286,11 @@ class Table(unittest.TestCase):
     def test_choice(self):
         rows = [('a', 'true'), ('b', 'true'), ('c', 'exit 1')]
         self.assertEqual(self.run_nightly(*rows, arguments=['--only', 'b', 'a']), 0)
-        self.assertEqual(self.results(), [('a', 'passed', ''), ('b', 'passed', '')])
+        results = [('a', 'passed', ''), ('b', 'passed', ''), ('c', 'not run', 'it was not chosen')]
+        self.assertEqual(self.results(), results)
         self.assertEqual(self.run_nightly(*rows, arguments=['--list', '--only', 'c']), 0)
         self.assertEqual(self.output.split(), ['c', 'exit', '1'])
-        self.assertEqual(self.results(), [('a', 'passed', ''), ('b', 'passed', '')])
+        self.assertEqual(self.results(), results)
 
     def test_wrong_options(self):
         for wrong in (['--only', 'b'], ['--only'], ['--budget', '0'], ['--budget', '-1'],

@@ -1,22 +1,15 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# release_test.sh SOURCE: scripts/release names what is missing, runs the checks in a clone, and makes
-# the release only if nothing is missing. In a small repository with the real script, whose checks are
-# replaced by commands that pass, fail, or change the tree.
+# release_test.sh SOURCE: scripts/release names what is missing, runs the jobs of .ci/nightly in a
+# clone, and makes the release only if nothing is missing. In a small repository with the real scripts.
+# Its table of jobs has only commands that pass, fail, or change the tree.
 
 set -euo pipefail
 source=$1
 for program in git reuse dpkg-deb; do
     command -v $program >/dev/null || { echo "skipped: $program is not installed"; exit 77; }
 done
-# scripts/release --run wants to be root, and to mount. Here a user namespace is enough.
-if [ "$(id -u)" -ne 0 ] || ! unshare --mount true 2>/dev/null; then
-    unshare --user --map-root-user --mount true 2>/dev/null \
-        || { echo "skipped: this machine allows no mounts"; exit 77; }
-    exec unshare --user --map-root-user --mount "$0" "$source"
-fi
-
 work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 export HOME=$work GIT_CONFIG_NOSYSTEM=1 GIT_AUTHOR_NAME=Tester GIT_AUTHOR_EMAIL=tester@example.org
@@ -24,7 +17,7 @@ export GIT_COMMITTER_NAME=Tester GIT_COMMITTER_EMAIL=tester@example.org
 mkdir "$work/tree"
 cd "$work/tree"
 git init --quiet --initial-branch=main
-mkdir -p scripts debian tests/baseline/recorded LICENSES .reuse
+mkdir -p .ci scripts debian tests/baseline/recorded LICENSES .reuse
 cp "$source"/scripts/{release,contact,bill,baseline,packages.sh} scripts
 cp "$source/LICENSES/MIT.txt" LICENSES
 cp "$source/.reuse/dep5" .reuse
@@ -62,9 +55,19 @@ libhnipc-qt6.so.2 libhnipc-qt6-1 #MINVER#
  (c++)"HNIPC::Alert(int)@Base" 2.3.4~
  (c++)"vtable for HNIPC@Base" 2.0.0~
 SYMBOLS
-for check in lint test other-machine mutate newcomer; do
-    echo 'echo "this is $0 $*"; echo output >build.log; rm build.log' >scripts/$check
-done
+cat >.ci/nightly <<NIGHTLY
+#!/usr/bin/env python3
+import importlib.machinery, importlib.util, pathlib, sys
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("nightly", "$source/.ci/nightly")
+nightly = importlib.util.module_from_spec(importlib.util.spec_from_loader("nightly", loader))
+loader.exec_module(nightly)
+nightly.TOP = pathlib.Path(__file__).resolve().parent.parent
+jobs = [nightly.Job("lint", "scripts/lint"), nightly.Job("newcomer", "scripts/newcomer"),
+        nightly.Job("packages", "scripts/package")]
+sys.exit(nightly.main(jobs, nightly.TOP / "build/nightly", sys.argv[1:]))
+NIGHTLY
+echo 'echo "lint" >>../../ran' | tee scripts/lint >scripts/newcomer
 cat >scripts/package <<'PACKAGE'
 mkdir -p build/package
 touch build/package/{hnipc_2.3.4.dsc,hnipc_2.3.4.tar.xz,build.log}
@@ -75,8 +78,8 @@ for package in libhnipc-qt6-1 hnipc-doc; do
     dpkg-deb --build build/$package build/package/${package}_2.3.4_all.deb >/dev/null
 done
 PACKAGE
-sed --in-place '1i#!/bin/bash' scripts/{lint,test,other-machine,mutate,newcomer,package}
-chmod +x scripts/*
+sed --in-place '1i#!/bin/bash' scripts/{lint,newcomer,package}
+chmod +x scripts/* .ci/nightly
 git add .
 git commit --quiet --message="Version 2.3.4"
 
@@ -99,44 +102,32 @@ is() {
         failed=yes
     fi
 }
-names="lint suite sanitizers threads valgrind dbus-broker i386 armhf mutations newcomer packages"
 
 # A command line that is wrong.
 says 2 "one of --check, --run and a version is missing" scripts/release
 says 2 '"2.3" is not a version such as 1.0.0' scripts/release 2.3
 says 2 "unknown option --make" scripts/release --make
-says 2 "unknown check tests; one of $names" scripts/release --run lint tests
+says 2 "argument --only: invalid choice: 'tests'" scripts/release --run lint tests
 says 2 "one version is enough" scripts/release 2.3.4 2.3.5
 says 2 "--check has no arguments" scripts/release --check lint
 
 # Only the checks are missing.
 commit=$(git rev-parse HEAD)
-says 1 "lint: \"scripts/lint --deep\" has not passed on $commit
-suite: \"scripts/test\" has not passed on $commit
-sanitizers: \"scripts/test --sanitize\" has not passed on $commit
-threads: \"scripts/test --threads\" has not passed on $commit
-valgrind: \"scripts/test --valgrind\" has not passed on $commit
-dbus-broker: \"scripts/test --dbus-broker\" has not passed on $commit
-i386: \"scripts/other-machine i386\" has not passed on $commit
-armhf: \"scripts/other-machine armhf\" has not passed on $commit
-mutations: \"scripts/mutate\" has not passed on $commit
-newcomer: \"scripts/newcomer\" has not passed on $commit
-packages: \"scripts/package --complete\" has not passed on $commit
+clone=build/release/${commit:0:12}
+rm -rf build/release
+says 1 "the checks have not run on $commit: run scripts/release --run
 
-Missing: 11. 2.3.4 cannot be released as $commit." scripts/release --check
-says 1 "Missing: 11." scripts/release 2.3.4
+Missing: 1. 2.3.4 cannot be released as $commit." scripts/release --check
+says 1 "Missing: 1." scripts/release 2.3.4
 
-# One check, then the others.
-says 0 "== mutations: scripts/mutate ==
-passed" scripts/release --run mutations
-says 1 "Missing: 10." scripts/release --check
-says 0 "== lint: scripts/lint --deep ==
-passed
-== suite:*== newcomer: scripts/newcomer ==
-passed
-== packages: scripts/package --complete ==
-passed" scripts/release --run
-grep --quiet '^this is scripts/test --valgrind$' "build/release/${commit:0:12}/valgrind.log" || failed=log
+# One of them, then the others, but not this one again.
+says 0 "newcomer: passed" scripts/release --run newcomer
+says 1 "lint: \"scripts/lint\" has not passed on $commit
+packages: \"scripts/package\" has not passed on $commit
+
+Missing: 2. 2.3.4 cannot be released as $commit." scripts/release --check
+says 0 "**3 of 3 jobs passed.**" scripts/release --run
+is "runs of lint and newcomer" 2 "$(wc -l <build/ran)"
 says 0 "Nothing is missing. 2.3.4 can be released as $commit." scripts/release --check
 
 # with TEXT FILE SED-SCRIPT: with this change, the text is missing.
@@ -183,36 +174,37 @@ git checkout --quiet .
 touch stray
 says 1 "or files that git does not know" scripts/release 2.3.4
 rm stray
-mv "build/release/${commit:0:12}/packages/hnipc-doc_2.3.4_all.deb" .
+mv "$clone/build/package/hnipc-doc_2.3.4_all.deb" .
 says 1 "there is no hnipc-doc of version 2.3.4" scripts/release --check
-mv hnipc-doc_2.3.4_all.deb "build/release/${commit:0:12}/packages"
+mv hnipc-doc_2.3.4_all.deb "$clone/build/package"
+touch "$clone/stray"
+says 1 "the checks have not run on $commit" scripts/release 2.3.4
+rm "$clone/stray"
 
-# A record of one commit does not count for the next commit, nor does a copy of it.
+# The report of one commit does not count for the next commit, nor does a copy of it.
 git commit --quiet --allow-empty --message=Next
 next=$(git rev-parse HEAD)
-cp --recursive "build/release/${commit:0:12}" "build/release/${next:0:12}"
-says 1 "Missing: 11." scripts/release 2.3.4
+cp --recursive "$clone" "build/release/${next:0:12}"
+says 1 "the checks have not run on $next" scripts/release 2.3.4
+git -C "build/release/${next:0:12}" checkout --quiet --detach "$next"
+says 1 "Missing: 3." scripts/release 2.3.4
 rm -r "build/release/${next:0:12}"
 git reset --quiet --hard "$commit"
 
-# Nothing was made until now. A check that fails, or changes the tree, has not passed, and the others
-# run.
+# Nothing was made until now. A job that fails, or changes the tree, has not passed.
 if [ "$(git tag)" ] || [ -e build/release/2.3.4 ]; then
     echo "a part was released"
     failed=yes
 fi
 sed --in-place '$aecho "no such printer"; exit 3' scripts/newcomer
-sed --in-place '$aecho >>CHANGELOG.md' scripts/mutate
+sed --in-place '$aecho >>CHANGELOG.md' scripts/package
 git commit --quiet --all --message="Checks that fail"
-says 1 "no such printer
-failed, exit code 3; *newcomer.log
-== packages*passed
-
-Failed: newcomer" scripts/release --run newcomer packages
-says 1 " M CHANGELOG.md
-it changed the tree" scripts/release --run mutations
-says 1 "is not clean: remove it" scripts/release --run lint
-says 1 "newcomer: \"scripts/newcomer\" has not passed" scripts/release --check
+says 1 "**1 of 3 jobs passed, 2 failed.***no such printer" scripts/release --run
+says 1 "the checks have not run on" scripts/release --check
+says 2 "needs a commit without changes" scripts/release --run
+git -C "build/release/$(git rev-parse --short=12 HEAD)" checkout --quiet .
+says 1 "newcomer: \"scripts/newcomer\" has not passed*packages: \"scripts/package\" has not passed*
+Missing: 2." scripts/release --check
 git reset --quiet --hard "$commit"
 
 # The release.
@@ -248,13 +240,15 @@ says 1 "the tag v2.3.4 exists
 tests/baseline/recorded/released: 2.3.4 was released, as commit $commit" scripts/release 2.3.4
 says 1 "2.3.4 was released, as commit $commit: raise the version" scripts/baseline --unreleased
 
-# The next release upgrades the packages of this one.
-sed --in-place s/2.3.4/2.3.5/ CMakeLists.txt
-says 1 "packages: \"scripts/package --complete --previous $PWD/build/release/2.3.4\" has not passed" \
-    scripts/release --check
+# The next release upgrades the packages of this one, which are in its clone.
+git -c advice.detachedHead=false checkout --quiet --detach
+git commit --quiet --allow-empty --message="The next release"
+says 0 "packages: passed" scripts/release --run packages
+is "packages of the last release" "$PWD/build/release/2.3.4" \
+    "$(realpath "build/release/$(git rev-parse --short=12 HEAD)/build/release/2.3.4")"
 rm build/release/2.3.4/*.deb
-says 1 "build/release/2.3.4: there are no packages of the last release" scripts/release --check
-git checkout --quiet CMakeLists.txt
+says 1 "build/release/2.3.4: there are no packages of the last release" scripts/release --run
+git checkout --quiet main
 
 # The archive and the bill of another clone, with other settings of git, are the same.
 git clone --quiet . "$work/clone" 2>/dev/null
