@@ -603,13 +603,11 @@ void tst_Sandbox::playsAScenario()
 void tst_Sandbox::textsOfAScenarioCannotControlTheTerminal()
 {
     OpenSandbox sandbox(scenario(R"({ "at": 0, "do": "say", "text": "Now\u001b[2J\nthis." },
-                    { "at": 0, "daemon": "m4", "do": "set", "name": "no\u202esuch", "value": 1 },
-                    { "at": 0.01, "do": "say", "text": "Done." })"));
-    QVERIFY(sandbox.says("-- Done.\n"));
+                    { "at": 0, "daemon": "m4", "do": "set", "name": "no\u202esuch", "value": 1 })"));
+    QVERIFY(sandbox.says("\"no\\u202esuch\"\n"));
     const QList<QByteArray> lines = sandbox.errors().split('\n');
     QCOMPARE(lines.at(0), QByteArray("-- Now\\u001b[2J\\u000athis."));
-    QVERIFY2(lines.at(1).endsWith("\"no\\u202esuch\""), lines.at(1).constData());
-    QCOMPARE(int(lines.size()), 4);
+    QCOMPARE(int(lines.size()), 3);
 }
 
 // The narration of the scenario is left out, failed acts are not.
