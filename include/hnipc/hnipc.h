@@ -50,7 +50,7 @@ class HNIPCPrivate;
  * The signals have the result type bool. A program that emits one gets the value that a directly
  * connected receiver returned. Without a receiver, the value is undefined.
  *
- * The order of signals and slots is part of the binary interface and never changes.
+ * The order of signals and slots is part of the binary interface, which a major version keeps.
  */
 class HNIPC_EXPORT HNIPC : public QObject
 {

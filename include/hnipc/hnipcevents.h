@@ -13,7 +13,7 @@
 class HNIPCEventsPrivate;
 
 /**
- * The events of the daemons: the 59 signals that HNIPC relays, with the same names, parameters and
+ * The events of the daemons: the signals that HNIPC relays, with the same names, parameters and
  * order. This class never waits for a daemon.
  *
  *     HNIPCEvents *events = new HNIPCEvents(this);
