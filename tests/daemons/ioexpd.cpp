@@ -3,8 +3,6 @@
 
 #include <cstdio>
 
-TestIoexpd::TestIoexpd(QObject *parent) : IHNIPCIOEXPD(parent) {}
-
 void TestIoexpd::enableAudioAmp(bool value)
 {
     if (value == m_audioAmp) {

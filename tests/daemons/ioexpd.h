@@ -2,15 +2,15 @@
 #ifndef IOEXPD_H
 #define IOEXPD_H
 
-#include <hnipc/ihnipcioexpd.h>
+#include "emptyreplies.h"
+
+#include <operations/ihnipcioexpd.h>
 
 /// An I/O expander without hardware: it keeps its two switches in memory, and a soft cancel acts as
 /// the cancel button. A changed switch is printed on standard output, because no method reads it.
-class TestIoexpd : public IHNIPCIOEXPD
+class TestIoexpd : public Operations::IOEXPD<EmptyReplies>
 {
 public:
-    explicit TestIoexpd(QObject *parent = 0);
-
     void enableAudioAmp(bool value) override;
     void enableBacklight(bool value) override;
     void printerSoftCancel() override;

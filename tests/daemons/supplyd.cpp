@@ -119,7 +119,7 @@ QStringList ribbonRGBs(const QString &ribbonSku)
 
 } // namespace
 
-TestSupplyd::TestSupplyd(QObject *parent) : IHNIPCSUPPLYD(parent)
+TestSupplyd::TestSupplyd()
 {
     // The library leaves this to the daemon. Without it, the two methods that return the record
     // cannot reply.

@@ -2,16 +2,18 @@
 #ifndef SUPPLYD_H
 #define SUPPLYD_H
 
-#include <hnipc/ihnipcsupplyd.h>
+#include "emptyreplies.h"
+
+#include <operations/ihnipcsupplyd.h>
 
 /// A supply database of three supplies and two ribbons. One printer, "labelprinter", is loaded. An
 /// empty printer name means this printer; all other printers have nothing loaded. The catalogue is
 /// the same for each printer. For anything else the methods return 0 or an empty value. Panels
 /// count from 1.
-class TestSupplyd : public IHNIPCSUPPLYD
+class TestSupplyd : public Operations::SUPPLYD<EmptyReplies>
 {
 public:
-    explicit TestSupplyd(QObject *parent = 0);
+    TestSupplyd();
 
     QStringList supplySKUList() override;
     QStringList supplyRibbonSKUList() override;

@@ -44,17 +44,6 @@ int virtualIndex(Member member)
 #endif
 }
 
-template <typename... Members>
-QList<int> virtualIndexes(Members... members)
-{
-    QList<int> result;
-    const int list[] = { virtualIndex(members)... };
-    for (int index : list) {
-        result.append(index);
-    }
-    return result;
-}
-
 // The indexes of the first operations after those of QObject.
 inline QList<int> virtualIndexesAfterQObject(int count)
 {
@@ -76,5 +65,27 @@ struct WithOneMore : Class
 {
     virtual void oneMore();
 };
+
+struct VirtualIndexes
+{
+    QList<int> found;
+
+    template <typename Member>
+    void operator()(Member member)
+    {
+        found.append(virtualIndex(member));
+    }
+};
+
+// The indexes of the operations of Interface, in the order of its description, and of one more.
+// Operations is the class that tests/operations has for Interface.
+template <typename Interface, typename Operations>
+QList<int> virtualIndexes()
+{
+    VirtualIndexes indexes;
+    Operations::each(indexes);
+    indexes(&WithOneMore<Interface>::oneMore);
+    return indexes.found;
+}
 
 #endif

@@ -6,8 +6,6 @@
 #include <QtCore/QList>
 #include <QtCore/QVariant>
 
-#include <initializer_list>
-
 // A call as text that shows the type of each argument.
 inline QByteArray callText(const QByteArray &member, const QVariantList &arguments)
 {
@@ -26,21 +24,20 @@ public:
     QVariant nextAnswer;
 
 protected:
-    void note(const char *member, std::initializer_list<QVariant> arguments = {})
-    {
-        QVariantList list;
-        for (const QVariant &argument : arguments) {
-            list.append(argument);
-        }
-        calls.append(callText(member, list));
-    }
-
     template <typename Result, typename... Arguments>
     Result answer(const char *member, const Arguments &...arguments)
     {
-        note(member, { QVariant(arguments)... });
+        calls.append(callText(member, { QVariant(arguments)... }));
+        return next(static_cast<Result *>(0));
+    }
+
+private:
+    template <typename Result>
+    Result next(Result *) const
+    {
         return nextAnswer.value<Result>();
     }
+    void next(void *) const {}
 };
 
 #endif
