@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
-#include "client/clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "requests.h"
@@ -208,7 +207,7 @@ void tst_RequestMethods::theBlockingCallSendsTheSame()
     const ClientSlot &slot = clientSlots[row];
     const QVariantList arguments = values(argumentSamples(slot.signature, 1));
     HNIPC client(0);
-    clientCalls[row].invoke(client, arguments);
+    slot.call.invoke(client, arguments);
     HNIPCRequest request;
     request.setMethod(QString::fromLatin1(nameOf(slot)));
     request.setArguments(arguments);

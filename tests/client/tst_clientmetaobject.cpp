@@ -180,8 +180,7 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces()
 {
     QFETCH(int, row);
     const ClientSlot &expected = clientSlots[row];
-    QCOMPARE(expected.index, clientSignalCount + row);
-    const QMetaMethod slot = method(expected.index);
+    const QMetaMethod slot = method(indexOf(expected));
     QCOMPARE(signatureOf(slot), withoutAliases(expected.signature));
     QCOMPARE(slot.parameterNames(), names(expected.parameters));
     QCOMPARE(resultOf(slot), withoutAliases(expected.result));

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "chance.h"
-#include "client/clientcalls.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
 #include "support/memory.h"
@@ -88,8 +87,8 @@ int countFailures(HNIPC &client)
     int failures = 0;
     for (int row = 0; row < clientSlotCount; ++row) {
         const ClientSlot &slot = clientSlots[row];
-        const QVariant result = clientCalls[row].invoke(client,
-                                                        values(argumentSamples(slot.signature, 1)));
+        const QVariant result = slot.call.invoke(client,
+                                                 values(argumentSamples(slot.signature, 1)));
         const QVariant empty = slot.result[0] ? samplesOf(slot.result).first().value : QVariant();
         failures += sameOnFailure(result, empty);
     }

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "client/clientcalls.h"
 #include "expected/clientsignals.h"
 #include "expected/clientslots.h"
 #include "expected/samples.h"
@@ -188,7 +187,7 @@ void tst_Texts::argumentArrives()
         QVariantList arguments;
         QList<QByteArray> wire;
         bool hasText = false;
-        for (const QByteArray &type : clientCalls[row].arguments) {
+        for (const QByteArray &type : slot.call.arguments) {
             hasText |= isText(type);
             if (type == "QString") {
                 arguments.append(sent);
@@ -208,7 +207,7 @@ void tst_Texts::argumentArrives()
         if (slot.added) {
             wire.append(slot.added);
         }
-        clientCalls[row].invoke(*m_client, arguments);
+        slot.call.invoke(*m_client, arguments);
         const QList<WireMessage> calls = m_daemons->takeCalls();
         QCOMPARE(calls.size(), 1);
         QVERIFY2(calls.first().body == wireText(wireStructure(wire)), slot.signature);
@@ -234,8 +233,7 @@ void tst_Texts::answerArrives()
         (*m_daemons)[slot.server].answer(
             signature.left(signature.indexOf('(')),
             '(' + (result == "QString" ? quoted(onTheWire) : quotedList(onTheWire)) + ",)");
-        const QVariant answer = clientCalls[row].invoke(*m_client,
-                                                        values(argumentSamples(signature, 0)));
+        const QVariant answer = slot.call.invoke(*m_client, values(argumentSamples(signature, 0)));
         QVERIFY2(result == "QString" ? answer.toString() == received
                                      : answer.toStringList() == listReceived(received),
                  slot.signature);

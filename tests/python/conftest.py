@@ -45,10 +45,10 @@ def slots():
     """The methods of the client: name, parameters, daemon, types of the call and of the reply, and
     how many arguments can be left out."""
     result = {}
-    for _, signature, _, parameters, server, types, reply, *added in rows(
+    for signature, _, parameters, server, types, reply, added, *_ in rows(
             "clientslots.h", "clientSlots"):
         name = signature[:signature.index("(")]
-        if added != ["0"]:
+        if added != "0":
             result[name][-1]["optional"] += 1
             continue
         result.setdefault(name, []).append({
