@@ -17,6 +17,8 @@ bool TestM4::emitAlert(int value)
     return pulseAlertSignal(m_alert);
 }
 
+bool TestM4::resetPrinter() { return emitError(0) && emitAlert(0); }
+
 int TestM4::getPrinterStatus(QString printerName)
 {
     if (printerName != QLatin1String("labelprinter")) {

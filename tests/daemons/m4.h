@@ -22,6 +22,8 @@ public:
     int getAlert() override;
     bool emitError(int value) override;
     bool emitAlert(int value) override;
+    /// Removes the error and the alert.
+    bool resetPrinter() override;
     int getPrinterStatus(QString printerName) override;
 
     QString m4Version() override;
