@@ -37,6 +37,7 @@ private slots:
     void wrongCatalogueIsRefused();
     void missingFileIsRefused_data();
     void missingFileIsRefused();
+    void shippedCatalogueMayBeMissing();
     void unknownScenarioIsRefused();
 
     void scenarioIsPlayed();
@@ -427,6 +428,23 @@ void tst_SimulatorProgram::missingFileIsRefused()
     QCOMPARE(outcome.code, 8);
     QCOMPARE(outcome.errors,
              QByteArray("hnipc-simulator: /nonexistent/file: No such file or directory\n"));
+}
+
+// A copy of the program, in a directory without the data files.
+void tst_SimulatorProgram::shippedCatalogueMayBeMissing()
+{
+    const QTemporaryDir directory;
+    const QString program = directory.filePath("hnipc-simulator");
+    QVERIFY(QFile::copy(HNIPC_TOOLS_DIR "/hnipc-simulator", program));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus");
+    const Outcome outcome = runProgram(program, { "supplyd" }, environment);
+    if (QFile::exists(HNIPC_DATADIR "/hnipc/supplies.json")) {
+        QCOMPARE(outcome.code, 3); // the installed catalogue is used, but there is no bus
+        return;
+    }
+    QCOMPARE(outcome.code, 8);
+    QCOMPARE(outcome.errors, QByteArray("hnipc-simulator: supplies.json is not installed\n"));
 }
 
 void tst_SimulatorProgram::unknownScenarioIsRefused()
