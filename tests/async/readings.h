@@ -11,6 +11,7 @@
 #include <QtCore/QList>
 #include <QtCore/QMetaEnum>
 #include <QtCore/QStringList>
+#include <QtTest/QTest>
 
 // The properties of a reading in one line: "current int 7", "known int 7" if the value is not
 // current, "unknown", and the reason: "unknown DaemonError NAME: TEXT".
@@ -45,25 +46,50 @@ inline QByteArray awaited(const HNIPCReading &reading, const QByteArray &expecte
     return shown(reading);
 }
 
-// The line of a reading at each changed().
-class History
+#define VERIFY_SHOWS(reading, expected)                                                            \
+    QCOMPARE(awaited(reading, QByteArray(expected)), QByteArray(expected))
+
+// The words of a text, such as the names of signals.
+inline QStringList words(const char *text)
+{
+    return *text ? QString::fromLatin1(text).split(QLatin1Char(' ')) : QStringList();
+}
+
+// A reading that records its line at each changed().
+class RecordedReading : public HNIPCReading
 {
 public:
-    explicit History(HNIPCReading *reading)
-        : m_listener(reading, SIGNAL(changed()), [=]() { m_lines.append(shown(*reading)); })
+    explicit RecordedReading(const char *method = "", const char *signalNames = "",
+                             int valueArgument = -1)
+        : m_listener(this, SIGNAL(changed()), [this]() { m_history.append(shown(*this)); })
     {
+        setMethod(QLatin1String(method));
+        setSignalNames(words(signalNames));
+        setValueArgument(valueArgument);
     }
 
-    QList<QByteArray> take()
+    QList<QByteArray> takeHistory()
     {
-        const QList<QByteArray> result = m_lines;
-        m_lines.clear();
+        const QList<QByteArray> result = m_history;
+        m_history.clear();
         return result;
     }
 
+    // Waits until as many lines are recorded. Takes all that are recorded then.
+    QList<QByteArray> awaitedHistory(const QList<QByteArray> &expected)
+    {
+        waitUntil([&]() { return m_history.size() >= expected.size(); });
+        return takeHistory();
+    }
+
 private:
-    QList<QByteArray> m_lines;
+    QList<QByteArray> m_history;
     Listener m_listener;
 };
+
+// The reading changes in this way, and in no other.
+#define VERIFY_HISTORY(reading, ...)                                                               \
+    QCOMPARE((reading).awaitedHistory(QList<QByteArray>({ __VA_ARGS__ })),                         \
+             QList<QByteArray>({ __VA_ARGS__ }))
 
 #endif
