@@ -2,12 +2,14 @@
 #ifndef HNIPC_TESTS_REQUESTS_H
 #define HNIPC_TESTS_REQUESTS_H
 
+#include "support/signalrecorder.h"
 #include "support/waituntil.h"
 
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QMetaEnum>
+#include <QtTest/QTest>
 
 // The outcome of a request in one line: "Answered", "Refused NAME: TEXT".
 inline QByteArray outcomeOf(const HNIPCRequest &request)
@@ -42,5 +44,42 @@ inline QByteArray outcomeOfSending(HNIPCRequest &request)
     }
     return waitUntilFinished(request) ? outcomeOf(request) : QByteArray("never finished");
 }
+
+#define COMPARE_OUTCOME(request, outcome) QCOMPARE(outcomeOf(request), QByteArray(outcome))
+#define SEND_AND_COMPARE(request, outcome) QCOMPARE(outcomeOfSending(request), QByteArray(outcome))
+
+// The names of recorded signals.
+inline QByteArray namesOf(const QList<QByteArray> &emissions)
+{
+    QByteArray result;
+    for (const QByteArray &emission : emissions) {
+        result += (result.isEmpty() ? "" : " ") + emission.left(emission.indexOf('('));
+    }
+    return result;
+}
+
+// A request that records the names of its signals.
+class RecordedRequest : public HNIPCRequest
+{
+public:
+    explicit RecordedRequest(const char *method = "", int deadline = -1) : m_recorder(this)
+    {
+        setMethod(QLatin1String(method));
+        setDeadline(deadline);
+        m_recorder.take();
+    }
+
+    QByteArray takeSignals() { return namesOf(m_recorder.take()); }
+
+private:
+    SignalRecorder m_recorder;
+};
+
+// The signals of a request in flight.
+const char sentSignals[] = "stateChanged";
+const char finishedSignals[] = "stateChanged finished";
+const char allSignals[] = "stateChanged stateChanged finished";
+
+#define COMPARE_SIGNALS(request, names) QCOMPARE((request).takeSignals(), QByteArray(names))
 
 #endif

@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
+#include "client/relayrows.h"
 #include "requests.h"
 #include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
-#include "support/signalrecorder.h"
+#include "support/table.h"
 
 #include <hnipc/hnipc.h>
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QAbstractEventDispatcher>
-#include <QtCore/QEventLoop>
-#include <QtCore/QMetaProperty>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSemaphore>
@@ -39,6 +38,7 @@ const char
     absent[] = "NotSent org.freedesktop.DBus.Error.ServiceUnknown: org.hnipc.m4 is not on the bus";
 const char noMethod[] = "NotSent org.freedesktop.DBus.Error.UnknownMethod: "
                         "the printer has no method \"nothing\"";
+const char busy[] = "Refused org.hnipc.Error.Busy: no";
 
 // The most requests in flight to one daemon.
 const int mostInFlight = 32;
@@ -62,20 +62,18 @@ bool isTimeOut(const QByteArray &outcome, int deadline)
     return outcome == timedOut(deadline) || outcome == waitedTooLong(deadline);
 }
 
-Lines sentLines() { return Lines() << emission("stateChanged()"); }
-
-Lines finishedLines() { return Lines() << emission("stateChanged()") << emission("finished()"); }
-
 // A number of requests that record how often and in which order they have finished.
 class Requests : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Requests(int count)
+    Requests(int count, const char *method, int deadline = -1)
     {
         for (int i = 0; i < count; ++i) {
-            m_requests.push_back(std::unique_ptr<HNIPCRequest>(new HNIPCRequest));
+            m_requests.emplace_back(new HNIPCRequest);
+            m_requests.back()->setMethod(QLatin1String(method));
+            m_requests.back()->setDeadline(deadline);
             m_requests.back()->setObjectName(QString::number(i));
             connect(m_requests.back().get(), SIGNAL(finished()), SLOT(onFinished()));
         }
@@ -87,12 +85,9 @@ public:
 
     bool allAreSent()
     {
-        for (const auto &request : m_requests) {
-            if (!request->send()) {
-                return false;
-            }
-        }
-        return true;
+        return std::all_of(
+            m_requests.begin(), m_requests.end(),
+            [](const std::unique_ptr<HNIPCRequest> &request) { return request->send(); });
     }
 
     // The number of times that each has finished since the order was cleared; -1 if these differ.
@@ -121,22 +116,15 @@ class RequestThread : public QThread
 public:
     QByteArray outcome;
     QVariant value;
-    Lines emissions;
+    QByteArray emitted;
 
 protected:
     void run() override
     {
-        HNIPCRequest request;
-        SignalRecorder recorder(&request);
-        request.setCall(HNIPC_METHOD(getError));
-        QEventLoop loop;
-        loop.connect(&request, SIGNAL(finished()), SLOT(quit()));
-        if (request.send()) {
-            loop.exec();
-        }
-        outcome = outcomeOf(request);
+        RecordedRequest request("getError");
+        outcome = outcomeOfSending(request);
         value = request.value();
-        emissions = recorder.take();
+        emitted = request.takeSignals();
     }
 };
 
@@ -144,9 +132,13 @@ protected:
 class PlainThread : public QThread
 {
 public:
-    explicit PlainThread(const std::function<void()> &action) : m_action(action) {}
+    explicit PlainThread(const std::function<void()> &action) : m_action(action) { start(); }
 
-    void mayEnd() { m_end.release(); }
+    bool end()
+    {
+        m_end.release();
+        return wait();
+    }
 
 protected:
     void run() override
@@ -190,26 +182,19 @@ private Q_SLOTS:
     void init();
 
     void startsWithoutOutcome();
-    void propertiesNotify_data();
-    void propertiesNotify();
     void settersTellOfChanges();
-    void outcomesAreNamedInTheMetaObject();
-    void sendAndCancelAreInvokable();
 
     void answered();
-    void notSentFinishesAfterSendHasReturned();
     void refusedWithTheDaemonsOwnWords_data();
     void refusedWithTheDaemonsOwnWords();
     void absentDaemonIsNotCalledAndMayReturn();
     void daemonLeavesInsteadOfAnswering();
-    void daemonThatGaveUpItsNameStillAnswers();
-    void otherDaemonMayLeave();
+    void daemonReleasesItsNameInFlight_data() { addServers(); }
+    void daemonReleasesItsNameInFlight();
 
-    void deadlineBelowOneIsRefused_data();
     void deadlineBelowOneIsRefused();
     void deadlinePasses_data();
     void deadlinePasses();
-    void answerBeforeTheDeadline_data();
     void answerBeforeTheDeadline();
     void passedDeadlineOfAFinishedRequestIsNothing();
 
@@ -217,7 +202,6 @@ private Q_SLOTS:
     void cancelledBeforeItIsKnownNotToBeSent();
     void cancelledNotSentRequestMayBeSentAgain();
     void cancelOutOfFlightIsNothing();
-    void cancelWithinFinishedIsNothing();
     void cancelAsSoonAsSent();
 
     void nothingFinishesWithinSend_data();
@@ -276,10 +260,15 @@ private:
     }
 
     // The calls that have reached any of the daemons since the previous call of this function.
-    QList<WireMessage> takeCalls()
+    Lines takeCalls()
     {
         settle();
-        return m_daemons->takeCalls();
+        Lines result;
+        const QList<WireMessage> calls = m_daemons->takeCalls();
+        for (const WireMessage &call : calls) {
+            result.append(call.member + call.body);
+        }
+        return result;
     }
 
     // True when all requests that the print engine has replied to have finished. A reply that
@@ -297,6 +286,8 @@ void tst_Request::initTestCase() { m_daemons.reset(new AsyncDaemons); }
 
 void tst_Request::cleanupTestCase() { m_daemons.reset(); }
 
+// In all tests, getError() returns 7, and the replies to getAlert() are held until the test sends
+// them.
 void tst_Request::init()
 {
     // Discards the requests that earlier tests have left in flight.
@@ -309,7 +300,7 @@ void tst_Request::init()
     takeCalls();
 }
 
-// ---- Properties and meta-object ------------------------------------------------------------
+// ---- Properties ----------------------------------------------------------------------------
 
 void tst_Request::startsWithoutOutcome()
 {
@@ -318,157 +309,49 @@ void tst_Request::startsWithoutOutcome()
     QCOMPARE(request.arguments(), QVariantList());
     QCOMPARE(request.deadline(), -1);
     QVERIFY(!request.isPending());
-    QCOMPARE(outcomeOf(request), QByteArray("NoOutcome"));
+    COMPARE_OUTCOME(request, "NoOutcome");
     QCOMPARE(request.elapsed(), 0);
-}
-
-void tst_Request::propertiesNotify_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("type");
-    QTest::addColumn<bool>("writable");
-    QTest::addColumn<QByteArray>("signal");
-    const struct
-    {
-        const char *name;
-        const char *type;
-        bool writable;
-        const char *signal;
-    } rows[] = {
-        { "method", "QString", true, "methodChanged()" },
-        { "parameters", "QVariantList", true, "argumentsChanged()" },
-        { "deadline", "int", true, "deadlineChanged()" },
-        { "pending", "bool", false, "stateChanged()" },
-        { "outcome", "Outcome", false, "stateChanged()" },
-        { "reason", "Reason", false, "stateChanged()" },
-        { "done", "bool", false, "stateChanged()" },
-        { "value", "QVariant", false, "stateChanged()" },
-        { "errorName", "QString", false, "stateChanged()" },
-        { "errorText", "QString", false, "stateChanged()" },
-        { "elapsed", "int", false, "stateChanged()" },
-    };
-    const QMetaObject &meta = HNIPCRequest::staticMetaObject;
-    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), int(sizeof rows / sizeof rows[0]));
-    for (const auto &row : rows) {
-        QTest::newRow(row.name) << QByteArray(row.name) << QByteArray(row.type) << row.writable
-                                << QByteArray(row.signal);
-    }
-}
-
-void tst_Request::propertiesNotify()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(QByteArray, type);
-    QFETCH(bool, writable);
-    QFETCH(QByteArray, signal);
-    const QMetaObject &meta = HNIPCRequest::staticMetaObject;
-    const QMetaProperty property = meta.property(meta.indexOfProperty(name.constData()));
-    QVERIFY(property.isReadable());
-    QCOMPARE(QByteArray(property.typeName()).replace("HNIPCRequest::", ""), type);
-    QCOMPARE(property.isEnumType(), type == "Outcome" || type == "Reason");
-    QCOMPARE(property.isWritable(), writable);
-    QCOMPARE(property.notifySignalIndex(), meta.indexOfSignal(signal.constData()));
 }
 
 void tst_Request::settersTellOfChanges()
 {
-    HNIPCRequest request;
-    SignalRecorder recorder(&request);
+    RecordedRequest request;
     const QVariantList arguments = QVariantList() << 5 << 6;
     QVERIFY(request.setProperty("method", QLatin1String("setUserSetting")));
     QVERIFY(request.setProperty("parameters", arguments));
     QVERIFY(request.setProperty("deadline", 5000));
-    QCOMPARE(recorder.take(),
-             Lines() << emission("methodChanged()") << emission("argumentsChanged()")
-                     << emission("deadlineChanged()"));
+    COMPARE_SIGNALS(request, "methodChanged argumentsChanged deadlineChanged");
     QCOMPARE(request.method(), QString::fromLatin1("setUserSetting"));
     QCOMPARE(request.arguments(), arguments);
     QCOMPARE(request.deadline(), 5000);
     request.setMethod(request.method());
+    request.setArguments(arguments);
     request.setDeadline(request.deadline());
-    QCOMPARE(recorder.take(), Lines());
-
-    QVERIFY(request.send());
-    QVERIFY(request.property("pending").toBool());
-    QVERIFY(waitUntilFinished(request));
-    QVERIFY(!request.property("pending").toBool());
-    QCOMPARE(request.property("outcome").toInt(), int(HNIPCRequest::Answered));
-    QCOMPARE(request.property("value"), QVariant(true));
-    QCOMPARE(request.property("elapsed").toInt(), request.elapsed());
-    request.setMethod(QLatin1String("nothing"));
-    QCOMPARE(outcomeOfSending(request), QByteArray(noMethod));
-    QCOMPARE(request.property("errorName").toString(), request.errorName());
-    QCOMPARE(request.property("errorText").toString(), request.errorText());
-}
-
-void tst_Request::outcomesAreNamedInTheMetaObject()
-{
-    const QMetaObject &meta = HNIPCRequest::staticMetaObject;
-    const QMetaEnum outcomes = meta.enumerator(meta.indexOfEnumerator("Outcome"));
-    const char *const names[] = { "NoOutcome", "NotSent", "Answered", "Refused", "Unknown" };
-    const int count = sizeof names / sizeof names[0];
-    QCOMPARE(outcomes.keyCount(), count);
-    for (int i = 0; i < count; ++i) {
-        QCOMPARE(QByteArray(outcomes.key(i)), QByteArray(names[i]));
-        QCOMPARE(outcomes.value(i), i);
-    }
-    QCOMPARE(outcomes.keyToValue("Unknown"), int(HNIPCRequest::Unknown));
-}
-
-void tst_Request::sendAndCancelAreInvokable()
-{
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
-    bool accepted = false;
-    QVERIFY(QMetaObject::invokeMethod(&request, "send", Qt::DirectConnection,
-                                      Q_RETURN_ARG(bool, accepted)));
-    QVERIFY(accepted);
-    QVERIFY(request.isPending());
-    QVERIFY(isHeld(1));
-    QVERIFY(QMetaObject::invokeMethod(&request, "cancel", Qt::DirectConnection));
-    QCOMPARE(outcomeOf(request), QByteArray(cancelled));
+    COMPARE_SIGNALS(request, "argumentsChanged");
 }
 
 // ---- Outcomes ------------------------------------------------------------------------------
 
 void tst_Request::answered()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
-    SignalRecorder recorder(&request);
+    RecordedRequest request("getAlert");
     QVERIFY(request.send());
-    QCOMPARE(recorder.take(), sentLines());
+    COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(isHeld(1));
     QVERIFY(m_daemons->passFence());
     QVERIFY(request.isPending());
-    QCOMPARE(recorder.take(), Lines());
+    COMPARE_SIGNALS(request, "");
 
     QByteArray within;
-    Listener listener(&request, SIGNAL(finished()), [&request, &within]() {
+    Listener listener(&request, SIGNAL(finished()), [&]() {
         within = request.isPending() ? QByteArray("pending") : outcomeOf(request);
     });
     QVERIFY(answerHeld(0, "(-3,)"));
-    QCOMPARE(recorder.take(), finishedLines());
+    COMPARE_SIGNALS(request, finishedSignals);
     QCOMPARE(within, QByteArray("Answered"));
     QVERIFY(!request.isPending());
     QCOMPARE(request.value(), QVariant(-3));
-    QCOMPARE(takeCalls().size(), 1);
-}
-
-void tst_Request::notSentFinishesAfterSendHasReturned()
-{
-    HNIPCRequest request;
-    request.setMethod(QLatin1String("nothing"));
-    SignalRecorder recorder(&request);
-    QVERIFY(request.send());
-    QVERIFY(request.isPending());
-    QCOMPARE(outcomeOf(request), QByteArray("NoOutcome"));
-    QCOMPARE(recorder.take(), sentLines());
-    QVERIFY(!request.send());
-    QVERIFY(waitUntilFinished(request));
-    QCOMPARE(outcomeOf(request), QByteArray(noMethod));
-    QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), finishedLines());
+    QCOMPARE(takeCalls(), Lines({ "getAlert()" }));
 }
 
 void tst_Request::refusedWithTheDaemonsOwnWords_data()
@@ -496,33 +379,29 @@ void tst_Request::refusedWithTheDaemonsOwnWords()
     QFETCH(QByteArray, name);
     QFETCH(QByteArray, text);
     m4().answerError("getError", name, text);
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    SignalRecorder recorder(&request);
-    QCOMPARE(outcomeOfSending(request), "Refused " + name + ": " + text);
+    RecordedRequest request("getError");
+    SEND_AND_COMPARE(request, "Refused " + name + ": " + text);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines());
-    QCOMPARE(takeCalls().size(), 1);
+    COMPARE_SIGNALS(request, allSignals);
+    QCOMPARE(takeCalls(), Lines({ "getError()" }));
 }
 
 void tst_Request::absentDaemonIsNotCalledAndMayReturn()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    SignalRecorder recorder(&request);
+    RecordedRequest request("getError");
     m_daemons->stop(M4);
     for (int i = 0; i < 3; ++i) {
-        QCOMPARE(outcomeOfSending(request), QByteArray(absent));
+        SEND_AND_COMPARE(request, absent);
         QVERIFY(m_daemons->passFence());
-        QCOMPARE(recorder.take(), sentLines() + finishedLines());
+        COMPARE_SIGNALS(request, allSignals);
     }
     m_daemons->start(M4);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(takeCalls().size(), 0);
+    QCOMPARE(takeCalls(), Lines());
 
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    SEND_AND_COMPARE(request, "Answered");
     QCOMPARE(request.value(), QVariant(7));
-    QCOMPARE(takeCalls().size(), 1);
+    QCOMPARE(takeCalls(), Lines({ "getError()" }));
 }
 
 void tst_Request::daemonLeavesInsteadOfAnswering()
@@ -532,261 +411,191 @@ void tst_Request::daemonLeavesInsteadOfAnswering()
         WirePeer mortal;
         mortal.leaveOn("getError");
         QVERIFY(mortal.own(identities[M4].busName));
-        HNIPCRequest request;
-        request.setCall(HNIPC_METHOD(getError));
-        SignalRecorder recorder(&request);
-        QCOMPARE(outcomeOfSending(request),
-                 QByteArray("Unknown org.freedesktop.DBus.Error.NoReply: "
-                            "org.hnipc.m4 left the bus before it replied"));
+        RecordedRequest request("getError");
+        SEND_AND_COMPARE(request,
+                         "Unknown org.freedesktop.DBus.Error.NoReply: "
+                         "org.hnipc.m4 left the bus before it replied");
         QVERIFY(m_daemons->passFence());
-        QCOMPARE(recorder.take(), sentLines() + finishedLines());
+        COMPARE_SIGNALS(request, allSignals);
         QCOMPARE(mortal.calls().size(), 1);
     }
     m_daemons->start(M4);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(takeCalls().size(), 0); // not sent a second time
+    QCOMPARE(takeCalls(), Lines()); // not sent a second time
 }
 
-void tst_Request::daemonThatGaveUpItsNameStillAnswers()
+// A daemon that has released its name still replies. Another daemon has no influence.
+void tst_Request::daemonReleasesItsNameInFlight()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
+    QFETCH(int, server);
+    RecordedRequest request("getAlert");
     QVERIFY(request.send());
     QVERIFY(isHeld(1));
-    m_daemons->stop(M4);
+    m_daemons->stop(server);
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
-    m_daemons->start(M4);
-}
-
-void tst_Request::otherDaemonMayLeave()
-{
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
-    QVERIFY(request.send());
-    QVERIFY(isHeld(1));
-    m_daemons->stop(IOEXPD);
-    m_daemons->start(IOEXPD);
-    QVERIFY(request.isPending());
-    QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
+    COMPARE_OUTCOME(request, "Answered");
+    m_daemons->start(server);
 }
 
 // ---- Deadline ------------------------------------------------------------------------------
 
-void tst_Request::deadlineBelowOneIsRefused_data()
-{
-    QTest::addColumn<int>("deadline");
-    QTest::newRow("0") << 0;
-    QTest::newRow("-2") << -2;
-    QTest::newRow("-5") << -5;
-    QTest::newRow("lowest") << std::numeric_limits<int>::min();
-}
-
 void tst_Request::deadlineBelowOneIsRefused()
 {
-    QFETCH(int, deadline);
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    request.setDeadline(deadline);
+    RecordedRequest request("getError");
     WireMonitor monitor;
-    QCOMPARE(outcomeOfSending(request),
-             "NotSent org.freedesktop.DBus.Error.InvalidArgs: the deadline has to be 1 ms or more, "
-             "or -1, not "
-                 + QByteArray::number(deadline));
+    for (const int deadline : { 0, -2, -5, std::numeric_limits<int>::min() }) {
+        request.setDeadline(deadline);
+        SEND_AND_COMPARE(request,
+                         "NotSent org.freedesktop.DBus.Error.InvalidArgs: "
+                         "the deadline has to be 1 ms or more, or -1, not "
+                             + QByteArray::number(deadline));
+    }
     makeRoundTrip();
     QVERIFY(monitor.takeCallsFrom(QDBusConnection::systemBus().baseService().toLatin1()).isEmpty());
-
-    request.setDeadline(-1);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
 }
 
 void tst_Request::deadlinePasses_data()
 {
     QTest::addColumn<int>("deadline");
-    QTest::newRow("1") << 1;
-    QTest::newRow("20") << 20;
-    QTest::newRow("1000") << 1000;
+    for (const int deadline : { 1, 20, 1000 }) {
+        QTest::newRow(QByteArray::number(deadline).constData()) << deadline;
+    }
 }
 
 void tst_Request::deadlinePasses()
 {
     QFETCH(int, deadline);
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
-    request.setDeadline(deadline);
-    SignalRecorder recorder(&request);
+    RecordedRequest request("getAlert", deadline);
     const QByteArray outcome = outcomeOfSending(request);
     QVERIFY2(isTimeOut(outcome, deadline), outcome.constData());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines());
+    COMPARE_SIGNALS(request, allSignals);
 
     // The reply is late, and the daemon was called once.
     const int sent = outcome == waitedTooLong(deadline) ? 0 : 1;
     QVERIFY(sent == 1 || deadline < 1000);
     QVERIFY(isHeld(sent));
-    m4().answerHeld(0, "(5,)");
+    if (sent == 1) {
+        m4().answerHeld(0, "(5,)");
+    }
     settle();
-    QCOMPARE(outcomeOf(request), outcome);
-    QCOMPARE(recorder.take(), Lines());
+    COMPARE_OUTCOME(request, outcome);
+    COMPARE_SIGNALS(request, "");
     QCOMPARE(takeCalls().size(), sent);
-}
-
-void tst_Request::answerBeforeTheDeadline_data()
-{
-    QTest::addColumn<int>("deadline");
-    QTest::newRow("the bus's own") << -1;
-    QTest::newRow("an hour") << 60 * 60 * 1000;
-    QTest::newRow("highest") << std::numeric_limits<int>::max();
 }
 
 void tst_Request::answerBeforeTheDeadline()
 {
-    QFETCH(int, deadline);
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    request.setDeadline(deadline);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-    QCOMPARE(request.value(), QVariant(7));
+    for (const int deadline : { -1, 60 * 60 * 1000, std::numeric_limits<int>::max() }) {
+        RecordedRequest request("getError", deadline);
+        SEND_AND_COMPARE(request, "Answered");
+        QCOMPARE(request.value(), QVariant(7));
+    }
 }
 
 void tst_Request::passedDeadlineOfAFinishedRequestIsNothing()
 {
     const int deadline = 200;
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    request.setDeadline(deadline);
-    HNIPCRequest later;
-    later.setCall(HNIPC_METHOD(getAlert));
-    later.setDeadline(deadline);
+    RecordedRequest request("getError", deadline);
+    RecordedRequest later("getAlert", deadline);
     const QByteArray outcome = outcomeOfSending(request);
     // On a slow machine the deadline may pass. If so, it passes before the other request is sent.
     QVERIFY2(outcome == "Answered" || isTimeOut(outcome, deadline), outcome.constData());
-    SignalRecorder recorder(&request);
+    request.takeSignals();
     QVERIFY(isTimeOut(outcomeOfSending(later), deadline));
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(outcomeOf(request), outcome);
+    COMPARE_SIGNALS(request, "");
+    COMPARE_OUTCOME(request, outcome);
 }
 
 // ---- Cancelling ----------------------------------------------------------------------------
 
 void tst_Request::cancelledInFlight()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
+    RecordedRequest request("getAlert");
+    Listener listener(&request, SIGNAL(finished()), [&]() { request.cancel(); }); // does nothing
     QVERIFY(request.send());
     QVERIFY(isHeld(1));
-    SignalRecorder recorder(&request);
+    COMPARE_SIGNALS(request, sentSignals);
     request.cancel();
     QVERIFY(!request.isPending());
-    QCOMPARE(outcomeOf(request), QByteArray(cancelled));
-    QCOMPARE(recorder.take(), finishedLines());
+    COMPARE_OUTCOME(request, cancelled);
+    COMPARE_SIGNALS(request, finishedSignals);
     request.cancel();
     QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(outcomeOf(request), QByteArray(cancelled));
+    COMPARE_SIGNALS(request, "");
+    COMPARE_OUTCOME(request, cancelled);
 }
 
 void tst_Request::cancelledBeforeItIsKnownNotToBeSent()
 {
-    HNIPCRequest request;
-    request.setMethod(QLatin1String("nothing"));
+    RecordedRequest request("nothing");
     QVERIFY(request.send());
-    SignalRecorder recorder(&request);
     request.cancel();
-    QCOMPARE(outcomeOf(request), QByteArray(noMethod)); // not sent, so the outcome is not unknown
-    QCOMPARE(recorder.take(), finishedLines());
+    COMPARE_OUTCOME(request, noMethod); // not sent, so the outcome is not unknown
+    COMPARE_SIGNALS(request, allSignals);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
+    COMPARE_SIGNALS(request, "");
 }
 
 void tst_Request::cancelledNotSentRequestMayBeSentAgain()
 {
-    HNIPCRequest request;
-    SignalRecorder recorder(&request);
-    request.setMethod(QLatin1String("nothing"));
+    RecordedRequest request("nothing");
     QVERIFY(request.send());
     request.cancel();
+    COMPARE_SIGNALS(request, allSignals);
     request.setMethod(QLatin1String("getAlert"));
     QVERIFY(request.send());
     QVERIFY(isHeld(1));
     QVERIFY(m_daemons->passFence());
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
-    const Lines changed = Lines() << emission("methodChanged()");
-    QCOMPARE(recorder.take(),
-             changed + sentLines() + finishedLines() + changed + sentLines() + finishedLines());
+    COMPARE_OUTCOME(request, "Answered");
+    COMPARE_SIGNALS(request, "methodChanged stateChanged stateChanged finished");
 
     request.setMethod(QLatin1String("nothing"));
-    recorder.take();
-    HNIPCRequest between; // its failure is reported after that of the cancelled one
-    between.setMethod(QLatin1String("nothing"));
+    RecordedRequest between("nothing"); // its failure is reported after that of the cancelled one
     bool isPendingThen = false;
     Listener listener(&between, SIGNAL(finished()), [&]() { isPendingThen = request.isPending(); });
     QVERIFY(request.send());
     request.cancel();
+    request.takeSignals();
     QVERIFY(between.send());
     QVERIFY(request.send());
     QVERIFY(waitUntilFinished(request));
     QVERIFY(isPendingThen);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines() + sentLines() + finishedLines());
+    COMPARE_SIGNALS(request, allSignals);
 }
 
 void tst_Request::cancelOutOfFlightIsNothing()
 {
-    HNIPCRequest request;
-    SignalRecorder recorder(&request);
+    RecordedRequest request("getError");
     request.cancel();
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(outcomeOf(request), QByteArray("NoOutcome"));
+    COMPARE_SIGNALS(request, "");
+    COMPARE_OUTCOME(request, "NoOutcome");
 
-    request.setCall(HNIPC_METHOD(getError));
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-    recorder.take();
+    Listener listener(&request, SIGNAL(finished()), [&]() { request.cancel(); });
+    SEND_AND_COMPARE(request, "Answered");
     request.cancel();
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
+    COMPARE_SIGNALS(request, allSignals);
+    COMPARE_OUTCOME(request, "Answered");
     QCOMPARE(request.value(), QVariant(7));
-}
-
-void tst_Request::cancelWithinFinishedIsNothing()
-{
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    Listener listener(&request, SIGNAL(finished()), [&request]() { request.cancel(); });
-    SignalRecorder recorder(&request);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-    QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines());
-
-    request.setCall(HNIPC_METHOD(getAlert));
-    recorder.take();
-    QVERIFY(request.send());
-    QVERIFY(isHeld(1));
-    request.cancel();
-    QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines());
-    QCOMPARE(outcomeOf(request), QByteArray(cancelled));
 }
 
 void tst_Request::cancelAsSoonAsSent()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    SignalRecorder recorder(&request);
-    Listener canceller(&request, SIGNAL(stateChanged()), [&request]() { request.cancel(); });
+    RecordedRequest request("getError");
+    Listener canceller(&request, SIGNAL(stateChanged()), [&]() { request.cancel(); });
     QVERIFY(request.send());
-    QCOMPARE(recorder.take(), sentLines()); // finished() is never emitted within send()
+    COMPARE_SIGNALS(request, sentSignals); // finished() is never emitted within send()
     QVERIFY(waitUntilFinished(request));
     const QByteArray outcome = outcomeOf(request);
     QVERIFY2(outcome == cancelled || outcome == cancelledWaiting, outcome.constData());
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), finishedLines());
+    COMPARE_SIGNALS(request, finishedSignals);
     QCOMPARE(takeCalls().size(), outcome == cancelled ? 1 : 0);
 }
 
@@ -804,10 +613,7 @@ void tst_Request::nothingFinishesWithinSend_data()
 void tst_Request::nothingFinishesWithinSend()
 {
     QFETCH(QByteArray, method);
-    HNIPCRequest request;
-    request.setMethod(QString::fromLatin1(method));
-    request.setDeadline(method == "getAlert" ? 20 : -1);
-    SignalRecorder recorder(&request);
+    RecordedRequest request(method.constData(), method == "getAlert" ? 20 : -1);
     bool isFirst = true;
     Listener loop(&request, SIGNAL(stateChanged()), [&]() {
         if (isFirst) {
@@ -818,20 +624,20 @@ void tst_Request::nothingFinishesWithinSend()
     });
     QVERIFY(request.send());
     QVERIFY(request.isPending());
-    QCOMPARE(recorder.take(), sentLines());
+    COMPARE_OUTCOME(request, "NoOutcome");
+    COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(waitUntilFinished(request));
     const QByteArray outcome = outcomeOf(request);
     QVERIFY2(outcome == (method == "getError" ? "Answered" : noMethod)
                  || (method == "getAlert" && isTimeOut(outcome, 20)),
              outcome.constData());
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), finishedLines());
+    COMPARE_SIGNALS(request, finishedSignals);
 }
 
 void tst_Request::stateIsKnownBeforeFinished()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
+    RecordedRequest request("getError");
     QByteArray atStateChanged;
     bool isAccepted = true;
     Listener state(&request, SIGNAL(stateChanged()), [&]() {
@@ -841,37 +647,33 @@ void tst_Request::stateIsKnownBeforeFinished()
             request.cancel();
         }
     });
-    SignalRecorder recorder(&request);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    SEND_AND_COMPARE(request, "Answered");
     QCOMPARE(atStateChanged, QByteArray("Answered"));
     QVERIFY(!isAccepted);
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), sentLines() + finishedLines());
-    QCOMPARE(takeCalls().size(), 1);
+    COMPARE_SIGNALS(request, allSignals);
+    QCOMPARE(takeCalls(), Lines({ "getError()" }));
 }
 
 // ---- Sending again -------------------------------------------------------------------------
 
 void tst_Request::sendInFlightIsRefused()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
+    RecordedRequest request("getAlert");
     QVERIFY(request.send());
-    QVERIFY(isHeld(1));
-    SignalRecorder recorder(&request);
     QVERIFY(!request.send());
+    QVERIFY(isHeld(1));
     QVERIFY(!request.send());
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
+    COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(answerHeld(0, "(5,)"));
     QCOMPARE(request.value(), QVariant(5));
-    QCOMPARE(takeCalls().size(), 1);
+    QCOMPARE(takeCalls(), Lines({ "getAlert()" }));
 }
 
 void tst_Request::changesInFlightAreForTheNext()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getAlert));
+    RecordedRequest request("getAlert");
     QVERIFY(request.send());
     request.setCall(HNIPC_METHOD(setUserSetting), 5, 6);
     request.setDeadline(1);
@@ -879,47 +681,33 @@ void tst_Request::changesInFlightAreForTheNext()
     QVERIFY(m_daemons->passFence());
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
+    COMPARE_OUTCOME(request, "Answered");
     QCOMPARE(request.value(), QVariant(5));
 
     request.setDeadline(-1);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+    SEND_AND_COMPARE(request, "Answered");
     QCOMPARE(request.value(), QVariant(true));
-    const QList<WireMessage> calls = takeCalls();
-    QCOMPARE(calls.size(), 2);
-    QCOMPARE(calls.at(1).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (5, 6)"));
+    QCOMPARE(takeCalls(), Lines({ "getAlert()", "setUserSetting(5, 6)" }));
 }
 
 void tst_Request::argumentsOfOneCallAreNotKept()
 {
-    HNIPCRequest request;
+    RecordedRequest request;
     request.setCall(HNIPC_METHOD(setUserSetting), 5, 6);
-    SignalRecorder recorder(&request);
+    request.takeSignals();
     QVERIFY(request.send(QVariantList() << 7 << 8));
     QVERIFY(!request.send(QVariantList() << 9 << 9));
-    QCOMPARE(recorder.take(), sentLines());
+    COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(waitUntilFinished(request));
-    QCOMPARE(outcomeOf(request), QByteArray("Answered"));
+    COMPARE_OUTCOME(request, "Answered");
     QCOMPARE(request.arguments(), QVariantList() << 5 << 6);
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-
-    bool isAccepted = false;
-    QVERIFY(QMetaObject::invokeMethod(&request, "send", Qt::DirectConnection,
-                                      Q_RETURN_ARG(bool, isAccepted),
-                                      Q_ARG(QVariantList, QVariantList() << -1 << 10)));
-    QVERIFY(isAccepted);
-    QVERIFY(waitUntilFinished(request));
+    SEND_AND_COMPARE(request, "Answered");
 
     // An invalid list of arguments is not replaced by the property.
     QVERIFY(request.send(QVariantList()));
     QVERIFY(waitUntilFinished(request));
     QCOMPARE(request.reason(), HNIPCRequest::InvalidArguments);
-
-    const QList<WireMessage> calls = takeCalls();
-    QCOMPARE(calls.size(), 3);
-    QCOMPARE(calls.at(0).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (7, 8)"));
-    QCOMPARE(calls.at(1).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (5, 6)"));
-    QCOMPARE(calls.at(2).line(), QByteArray("/ local.IHNIPCM4.setUserSetting ii (-1, 10)"));
+    QCOMPARE(takeCalls(), Lines({ "setUserSetting(7, 8)", "setUserSetting(5, 6)" }));
 }
 
 void tst_Request::sentAgainAfterEachOutcome()
@@ -931,14 +719,14 @@ void tst_Request::sentAgainAfterEachOutcome()
         request.setCall(HNIPC_METHOD(getError));
         request.setDeadline(-1);
         m4().answer("getError", "(7,)");
-        QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
+        SEND_AND_COMPARE(request, "Answered");
         m4().answerError("getError", "org.hnipc.Error.Busy", "no");
-        QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
+        SEND_AND_COMPARE(request, busy);
         request.setCall(HNIPC_METHOD(getAlert));
         request.setDeadline(1);
         QVERIFY(isTimeOut(outcomeOfSending(request), 1));
         request.setMethod(QLatin1String("nothing"));
-        QCOMPARE(outcomeOfSending(request), QByteArray(noMethod));
+        SEND_AND_COMPARE(request, noMethod);
     }
 }
 
@@ -961,13 +749,10 @@ void tst_Request::sentAgainFromWithinFinished()
     QVERIFY(m_daemons->passFence());
     QCOMPARE(accepted, times - 1);
     QVERIFY(!request.isPending());
-    QCOMPARE(int(outcomes.count("Answered")), times);
-    QCOMPARE(int(outcomes.size()), times);
-    const QList<WireMessage> calls = takeCalls();
-    QCOMPARE(calls.size(), times);
-    for (int i = 0; i < times; ++i) {
-        QCOMPARE(calls.at(i).body, '(' + QByteArray::number(i) + ", 0)");
-    }
+    QCOMPARE(outcomes, Lines({ "Answered", "Answered", "Answered", "Answered", "Answered" }));
+    QCOMPARE(takeCalls(),
+             Lines({ "setUserSetting(0, 0)", "setUserSetting(1, 0)", "setUserSetting(2, 0)",
+                     "setUserSetting(3, 0)", "setUserSetting(4, 0)" }));
 
     // The same for a request that is not sent, and for one that is cancelled.
     outcomes.clear();
@@ -988,88 +773,73 @@ void tst_Request::sentAgainFromWithinFinished()
 
 // ---- Destruction ---------------------------------------------------------------------------
 
-void tst_Request::deletedWithinASignal_data()
+namespace {
+
+const struct
 {
-    QTest::addColumn<QByteArray>("method");
-    QTest::addColumn<bool>("cancels");
-    QTest::addColumn<QByteArray>("signal");
-    QTest::addColumn<int>("occurrence");
-    const char *const methods[] = { "getError", "nothing", "getAlert" };
-    for (const char *const method : methods) {
-        const bool cancels = QByteArray(method) == "getAlert";
-        const struct
-        {
-            const char *name;
-            const char *signal;
-            int occurrence;
-        } moments[] = {
-            { "sent", SIGNAL(stateChanged()), 1 },
-            { "finished", SIGNAL(finished()), 1 },
-            { "result known", SIGNAL(stateChanged()), 2 },
-        };
-        for (const auto &moment : moments) {
-            QTest::newRow((QByteArray(method) + ", " + moment.name).constData())
-                << QByteArray(method) << cancels << QByteArray(moment.signal) << moment.occurrence;
-        }
-    }
-}
+    const char *name;
+    const char *method; // a request for getAlert() is cancelled
+    const char *signal;
+    int occurrence;      // the request is destroyed at this one
+    const char *emitted; // until then
+} deletions[] = {
+    { "answered, sent", "getError", SIGNAL(stateChanged()), 1, sentSignals },
+    { "answered, result known", "getError", SIGNAL(stateChanged()), 2,
+      "stateChanged stateChanged" },
+    { "answered, finished", "getError", SIGNAL(finished()), 1, allSignals },
+    { "not sent, sent", "nothing", SIGNAL(stateChanged()), 1, sentSignals },
+    { "not sent, result known", "nothing", SIGNAL(stateChanged()), 2, "stateChanged stateChanged" },
+    { "not sent, finished", "nothing", SIGNAL(finished()), 1, allSignals },
+    { "cancelled, sent", "getAlert", SIGNAL(stateChanged()), 1, sentSignals },
+    { "cancelled, result known", "getAlert", SIGNAL(stateChanged()), 2,
+      "stateChanged stateChanged" },
+    { "cancelled, finished", "getAlert", SIGNAL(finished()), 1, allSignals },
+};
+
+} // namespace
+
+void tst_Request::deletedWithinASignal_data() { addTable(deletions); }
 
 void tst_Request::deletedWithinASignal()
 {
-    QFETCH(QByteArray, method);
-    QFETCH(bool, cancels);
-    QFETCH(QByteArray, signal);
-    QFETCH(int, occurrence);
+    const auto &row = currentRow(deletions);
     const QPointer<HNIPCRequest> request = new HNIPCRequest;
-    request->setMethod(QString::fromLatin1(method));
+    request->setMethod(QLatin1String(row.method));
     SignalRecorder recorder(request);
     int occurred = 0;
-    Listener listener(request, signal.constData(), [&]() {
-        if (++occurred == occurrence) {
+    Listener listener(request, row.signal, [&]() {
+        if (++occurred == row.occurrence) {
             delete request.data();
         }
     });
     QVERIFY(request->send());
-    if (cancels && request) {
+    if (request && request->method() == QLatin1String("getAlert")) {
         request->cancel();
     }
-    QVERIFY(waitUntil([&request]() { return request.isNull(); }));
+    QVERIFY(waitUntil([&]() { return request.isNull(); }));
     QVERIFY(m_daemons->passFence());
-    const Lines whole = sentLines() + finishedLines();
-    const int until = signal == SIGNAL(finished()) ? 3 : occurrence;
-    QCOMPARE(recorder.take(), whole.mid(0, until));
+    QCOMPARE(namesOf(recorder.take()), QByteArray(row.emitted));
 }
 
 void tst_Request::deletedInFlight()
 {
-    QObject parent;
-    HNIPCRequest *const request = new HNIPCRequest;
-    HNIPCRequest *const child = new HNIPCRequest(&parent);
-    request->setCall(HNIPC_METHOD(getAlert));
-    child->setCall(HNIPC_METHOD(getAlert));
-    SignalRecorder recorder(request);
-    SignalRecorder childRecorder(child);
-    QVERIFY(request->send());
-    QVERIFY(child->send());
-    QVERIFY(isHeld(2));
-    recorder.take();
-    childRecorder.take();
-    delete request;
-    delete child;
+    {
+        QObject parent;
+        RecordedRequest request("getAlert");
+        HNIPCRequest *const child = new HNIPCRequest(&parent);
+        child->setCall(HNIPC_METHOD(getAlert));
+        QVERIFY(request.send());
+        QVERIFY(child->send());
+        QVERIFY(isHeld(2));
+    }
     m4().answerHeld(1, "(5,)");
     QVERIFY(answerHeld(0, "('of another type',)"));
-    QCOMPARE(recorder.take(), Lines());
-    QCOMPARE(childRecorder.take(), Lines());
 
     // The reply is already on its way to this thread.
-    const int count = mostInFlight;
-    QScopedPointer<Requests> requests(new Requests(count));
-    for (int i = 0; i < count; ++i) {
-        (*requests)[i].setCall(HNIPC_METHOD(getError));
-    }
+    QScopedPointer<Requests> requests(new Requests(mostInFlight, "getError"));
     takeCalls();
     QVERIFY(requests->allAreSent());
-    QCOMPARE(takeCalls().size(), count);
+    QCOMPARE(takeCalls().size(), mostInFlight);
     requests.reset();
     QVERIFY(m_daemons->passFence());
 }
@@ -1079,30 +849,25 @@ void tst_Request::deletedBeforeItIsKnownNotToBeSent()
     HNIPCRequest *const request = new HNIPCRequest;
     SignalRecorder recorder(request);
     QVERIFY(request->send());
-    QCOMPARE(recorder.take(), sentLines());
     delete request;
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
+    QCOMPARE(namesOf(recorder.take()), QByteArray(sentSignals));
 }
 
 // ---- Time, number and threads --------------------------------------------------------------
 
 void tst_Request::elapsedStandsStillAfterFinishing()
 {
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
-    QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-    HNIPCRequest notSent;
-    QVERIFY(outcomeOfSending(notSent).startsWith("NotSent"));
-    HNIPCRequest late;
-    late.setCall(HNIPC_METHOD(getAlert));
-    late.setDeadline(20);
+    RecordedRequest request("getError");
+    SEND_AND_COMPARE(request, "Answered");
+    RecordedRequest notSent("nothing");
+    SEND_AND_COMPARE(notSent, noMethod);
+    RecordedRequest late("getAlert", 20);
     QVERIFY(isTimeOut(outcomeOfSending(late), 20));
     const int elapsed[] = { request.elapsed(), notSent.elapsed(), late.elapsed() };
     QVERIFY(elapsed[0] >= 0 && elapsed[1] >= 0 && elapsed[2] >= 0);
 
-    HNIPCRequest clock;
-    clock.setCall(HNIPC_METHOD(getAlert));
+    RecordedRequest clock("getAlert");
     QVERIFY(clock.send());
     const int least = clock.elapsed();
     QVERIFY(least >= 0);
@@ -1110,6 +875,7 @@ void tst_Request::elapsedStandsStillAfterFinishing()
     QCOMPARE(request.elapsed(), elapsed[0]);
     QCOMPARE(notSent.elapsed(), elapsed[1]);
     QCOMPARE(late.elapsed(), elapsed[2]);
+    QCOMPARE(late.property("elapsed"), QVariant(elapsed[2]));
     clock.cancel();
     QVERIFY(clock.elapsed() > least + 5);
 
@@ -1127,9 +893,11 @@ void tst_Request::thousandAreAnsweredInAnyOrder()
     const int count = 1000;
     WirePeer &supplyd = (*m_daemons)[SUPPLYD];
     supplyd.hold("supplyColorRGB");
-    Requests requests(count);
+    Requests requests(count, "supplyColorRGB");
+    Lines calls;
     for (int i = 0; i < count; ++i) {
-        requests[i].setCall(HNIPC_METHOD(supplyColorRGB), QString::number(i));
+        requests[i].setArguments(QVariantList() << QString::number(i));
+        calls << "supplyColorRGB('" + QByteArray::number(i) + "', '')";
     }
     QVERIFY(requests.allAreSent());
 
@@ -1153,26 +921,21 @@ void tst_Request::thousandAreAnsweredInAnyOrder()
     QVERIFY(m_daemons->passFence());
     QCOMPARE(requests.order(), order);
     QCOMPARE(requests.timesEachHasFinished(), 1);
-    const QList<WireMessage> calls = takeCalls();
-    QCOMPARE(calls.size(), count);
     for (int i = 0; i < count; ++i) {
-        QCOMPARE(calls.at(i).body, "('" + QByteArray::number(i) + "', '')"); // in order of sending
-        QCOMPARE(outcomeOf(requests[i]), QByteArray("Answered"));
+        COMPARE_OUTCOME(requests[i], "Answered");
         QCOMPARE(requests[i].value(), QVariant(i));
     }
+    QCOMPARE(takeCalls(), calls); // in the order of send()
     supplyd.clearAnswers();
 }
 
 void tst_Request::oneTooManyWaitsForItsTurn()
 {
-    Requests requests(mostInFlight);
-    for (int i = 0; i < mostInFlight; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests requests(mostInFlight, "getAlert");
     QVERIFY(requests.allAreSent());
-    Requests waiting(6);
+    Requests waiting(6, "setUserSetting");
     for (int i = 0; i < 6; ++i) {
-        waiting[i].setCall(HNIPC_METHOD(setUserSetting), i, 0);
+        waiting[i].setArguments(QVariantList() << i << 0);
     }
     waiting[0].setDeadline(20);
     waiting[1].setDeadline(20);
@@ -1182,15 +945,14 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     QVERIFY(deleted->send());
 
     // A request that is never sent does not wait for its turn.
-    HNIPCRequest nothing;
-    nothing.setMethod(QLatin1String("nothing"));
-    QCOMPARE(outcomeOfSending(nothing), QByteArray(noMethod));
+    RecordedRequest nothing("nothing");
+    SEND_AND_COMPARE(nothing, noMethod);
 
     QVERIFY(!waiting[0].send());
     waiting[0].cancel();
-    QCOMPARE(outcomeOf(waiting[0]), QByteArray(cancelledWaiting));
+    COMPARE_OUTCOME(waiting[0], cancelledWaiting);
     QVERIFY(waitUntilFinished(waiting[1]));
-    QCOMPARE(outcomeOf(waiting[1]), waitedTooLong(20));
+    COMPARE_OUTCOME(waiting[1], waitedTooLong(20));
     deleted.reset();
     QVERIFY(isHeld(mostInFlight));
     QCOMPARE(takeCalls().size(), mostInFlight);
@@ -1201,26 +963,22 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     settle();
     QVERIFY(m_daemons->passFence());
     QVERIFY(waiting[2].isPending());
-    QCOMPARE(takeCalls().size(), 0);
+    QCOMPARE(takeCalls(), Lines());
 
     // A reply starts the next request that still waits. Cancelled requests are skipped.
     waiting[2].cancel();
     waiting[3].cancel();
-    QCOMPARE(outcomeOf(waiting[2]), QByteArray(cancelledWaiting));
+    COMPARE_OUTCOME(waiting[2], cancelledWaiting);
     QVERIFY(waiting[3].send());
     QVERIFY(answerHeld(1, "(5,)"));
     QVERIFY(waitUntilFinished(waiting[4]));
-    QCOMPARE(outcomeOf(waiting[4]), QByteArray("Answered"));
+    COMPARE_OUTCOME(waiting[4], "Answered");
     QVERIFY(waitUntilFinished(waiting[5]));
     QVERIFY(waitUntilFinished(waiting[3]));
     QCOMPARE(waiting.order(), QList<int>() << 0 << 1 << 2 << 3 << 4 << 5 << 3);
     QVERIFY(answerHeld(0, "(5,)"));
-
-    const QList<WireMessage> calls = takeCalls();
-    QCOMPARE(calls.size(), 3);
-    QCOMPARE(calls.at(0).body, QByteArray("(4, 0)"));
-    QCOMPARE(calls.at(1).body, QByteArray("(5, 0)"));
-    QCOMPARE(calls.at(2).body, QByteArray("(3, 0)"));
+    QCOMPARE(takeCalls(),
+             Lines({ "setUserSetting(4, 0)", "setUserSetting(5, 0)", "setUserSetting(3, 0)" }));
     QCOMPARE(requests.order(), QList<int>() << 0 << 1);
 }
 
@@ -1230,43 +988,33 @@ void tst_Request::eachDaemonHasItsShare()
 {
     WirePeer &supplyd = (*m_daemons)[SUPPLYD];
     supplyd.answer("supplySupplyPercent", "(12.5,)");
-    Requests requests(mostInFlight + 50);
-    for (int i = 0; i < mostInFlight + 50; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests requests(mostInFlight + 50, "getAlert");
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(mostInFlight));
     for (int i = 0; i < mostInFlight + 50; ++i) {
         requests[i].cancel();
-        QCOMPARE(outcomeOf(requests[i]),
-                 QByteArray(i < mostInFlight ? cancelled : cancelledWaiting));
+        COMPARE_OUTCOME(requests[i], i < mostInFlight ? cancelled : cancelledWaiting);
     }
-    HNIPCRequest other;
-    other.setCall(HNIPC_METHOD(supplySupplyPercent));
-    QCOMPARE(outcomeOfSending(other), QByteArray("Answered"));
+    RecordedRequest other("supplySupplyPercent");
+    SEND_AND_COMPARE(other, "Answered");
     QCOMPARE(other.value(), QVariant(12.5));
 
     // The library sends nothing more to the daemon that does not reply.
-    HNIPCRequest late;
-    late.setCall(HNIPC_METHOD(forwardFeed), 5);
-    late.setDeadline(20);
-    QCOMPARE(outcomeOfSending(late), waitedTooLong(20));
+    RecordedRequest late("resetCutter", 20);
+    SEND_AND_COMPARE(late, waitedTooLong(20));
     takeCalls();
     for (int i = 0; i < mostInFlight; ++i) {
         m4().answerHeld(i, "(5,)");
     }
     QVERIFY(nothingIsInFlight());
-    QCOMPARE(takeCalls().size(), 0);
+    QCOMPARE(takeCalls(), Lines());
     supplyd.clearAnswers();
 }
 
 void tst_Request::deadlineCountsFromSend()
 {
     const int deadline = 200;
-    Requests requests(mostInFlight);
-    for (int i = 0; i < mostInFlight; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests requests(mostInFlight, "getAlert");
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(mostInFlight));
 
@@ -1275,12 +1023,8 @@ void tst_Request::deadlineCountsFromSend()
     // several.
     bool isShown = false;
     for (int attempt = 0; attempt < 20 && !isShown; ++attempt) {
-        HNIPCRequest request;
-        request.setCall(HNIPC_METHOD(getAlert));
-        request.setDeadline(deadline);
-        HNIPCRequest measure;
-        measure.setCall(HNIPC_METHOD(getAlert));
-        measure.setDeadline(deadline + deadline / 4);
+        RecordedRequest request("getAlert", deadline);
+        RecordedRequest measure("getAlert", deadline + deadline / 4);
         bool isFirst = false;
         Listener listener(&request, SIGNAL(finished()), [&]() { isFirst = measure.isPending(); });
         QVERIFY(request.send());
@@ -1303,16 +1047,11 @@ void tst_Request::deadlineCountsFromSend()
 void tst_Request::turnComesAfterTheDeadline()
 {
     const int deadline = 20;
-    Requests requests(mostInFlight);
-    for (int i = 0; i < mostInFlight; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests requests(mostInFlight, "getAlert");
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(mostInFlight));
     takeCalls();
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(forwardFeed), 400);
-    request.setDeadline(deadline);
+    RecordedRequest request("resetCutter", deadline);
     QVERIFY(request.send());
     makeRequestsLeave();
     // This thread is too busy to notice that the deadline has passed.
@@ -1322,17 +1061,16 @@ void tst_Request::turnComesAfterTheDeadline()
     m4().answerHeld(0, "(5,)");
     settle();
     QVERIFY(waitUntilFinished(request));
-    QCOMPARE(outcomeOf(request), waitedTooLong(deadline));
+    COMPARE_OUTCOME(request, waitedTooLong(deadline));
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(takeCalls().size(), 0);
+    QCOMPARE(takeCalls(), Lines());
 }
 
 void tst_Request::deadlineIsNeverEarly()
 {
     const int count = 30;
-    Requests requests(count);
+    Requests requests(count, "getAlert");
     for (int i = 0; i < count; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
         requests[i].setDeadline(100 + 13 * i);
     }
     QVERIFY(requests.allAreSent());
@@ -1350,22 +1088,20 @@ void tst_Request::everyEndGivesBackTheTurn()
 {
     for (int i = 0; i <= mostInFlight; ++i) {
         m4().answerError("resetCutter", "org.hnipc.Error.Busy", "no");
-        HNIPCRequest request;
-        request.setCall(HNIPC_METHOD(getError));
-        QCOMPARE(outcomeOfSending(request), QByteArray("Answered"));
-        request.setCall(HNIPC_METHOD(resetCutter));
-        QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
-        request.setCall(HNIPC_METHOD(getAlert));
-        request.setDeadline(1);
+        RecordedRequest answered("getError");
+        SEND_AND_COMPARE(answered, "Answered");
+        RecordedRequest refused("resetCutter");
+        SEND_AND_COMPARE(refused, busy);
+        RecordedRequest request("getAlert", 1);
         QVERIFY(isTimeOut(outcomeOfSending(request), 1));
         QVERIFY(request.send());
         request.cancel();
         request.setDeadline(-1);
         QVERIFY(request.send());
-        HNIPCRequest *const deleted = new HNIPCRequest;
-        deleted->setCall(HNIPC_METHOD(getAlert));
-        QVERIFY(deleted->send());
-        delete deleted;
+        {
+            RecordedRequest deleted("getAlert");
+            QVERIFY(deleted.send());
+        }
         settle();
         m4().clearAnswers();
         QVERIFY(waitUntilFinished(request));
@@ -1373,9 +1109,8 @@ void tst_Request::everyEndGivesBackTheTurn()
     }
     m_daemons->stop(M4);
     for (int i = 0; i <= mostInFlight; ++i) {
-        HNIPCRequest request;
-        request.setCall(HNIPC_METHOD(getError));
-        QCOMPARE(outcomeOfSending(request), QByteArray(absent));
+        RecordedRequest request("getError");
+        SEND_AND_COMPARE(request, absent);
     }
     m_daemons->start(M4);
 }
@@ -1383,10 +1118,8 @@ void tst_Request::everyEndGivesBackTheTurn()
 void tst_Request::blockingCallsSideBySide()
 {
     HNIPC client(0);
-    HNIPCRequest held;
-    held.setCall(HNIPC_METHOD(getAlert));
-    HNIPCRequest request;
-    request.setCall(HNIPC_METHOD(getError));
+    RecordedRequest held("getAlert");
+    RecordedRequest request("getError");
     QVERIFY(held.send());
     QVERIFY(request.send());
     QCOMPARE(client.getError(), 7);
@@ -1402,17 +1135,11 @@ void tst_Request::blockingCallsSideBySide()
 
 void tst_Request::onAThreadOfItsOwn()
 {
-    const int count = 4;
-    Requests others(mostInFlight);
-    for (int i = 0; i < mostInFlight; ++i) {
-        others[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests others(mostInFlight, "getAlert");
     // Sent immediately, and after waiting for the reply to a call of this thread.
     for (int round = 0; round < 2; ++round) {
-        if (round == 1) {
-            QVERIFY(others.allAreSent());
-        }
-        RequestThread threads[count];
+        QVERIFY(round == 0 || others.allAreSent());
+        RequestThread threads[4];
         for (RequestThread &thread : threads) {
             thread.start();
         }
@@ -1424,55 +1151,51 @@ void tst_Request::onAThreadOfItsOwn()
             QVERIFY(waitUntil([&thread]() { return thread.isFinished(); }));
             QCOMPARE(thread.outcome, QByteArray("Answered"));
             QCOMPARE(thread.value, QVariant(7));
-            QCOMPARE(thread.emissions,
-                     Lines() << emission("methodChanged()") << emission("argumentsChanged()")
-                             << sentLines() << finishedLines());
+            QCOMPARE(thread.emitted, QByteArray(allSignals));
         }
     }
 }
 
-void tst_Request::threadMayEndInFlight_data()
+namespace {
+
+enum Way { DestroyedByThread, LeftBehind, DestroyedLater, WorkerLater, WorkerDeleted, UnknownToQt };
+
+const struct
 {
-    QTest::addColumn<int>("way");
-    QTest::newRow("destroyed by the thread") << 0;
-    QTest::newRow("left behind by a thread that goes on") << 1;
-    QTest::newRow("destroyed after the thread has ended") << 2;
-    QTest::newRow("worker, deleteLater") << 3;
-    QTest::newRow("worker, deleted after the thread has ended") << 4;
-    QTest::newRow("unknown to Qt") << 5;
-}
+    const char *name;
+    Way way;
+} ways[] = {
+    { "destroyed by the thread", DestroyedByThread },
+    { "left behind by a thread that goes on", LeftBehind },
+    { "destroyed after the thread has ended", DestroyedLater },
+    { "worker, deleteLater", WorkerLater },
+    { "worker, deleted after the thread has ended", WorkerDeleted },
+    { "unknown to Qt", UnknownToQt },
+};
+
+} // namespace
+
+void tst_Request::threadMayEndInFlight_data() { addTable(ways); }
 
 // However a thread abandons its requests, their calls count exactly until the daemon replies.
 void tst_Request::threadMayEndInFlight()
 {
-    QFETCH(int, way);
+    const Way way = currentRow(ways).way;
     std::vector<std::unique_ptr<HNIPCRequest>> left;
     std::vector<std::unique_ptr<PlainThread>> threads;
     std::mutex mutex;
+    const auto send = [&left, &mutex]() {
+        const std::lock_guard<std::mutex> lock(mutex); // until the list contains it
+        left.emplace_back(new HNIPCRequest);
+        left.back()->setCall(HNIPC_METHOD(getAlert));
+        left.back()->send();
+    };
     for (int i = 0; i < mostInFlight; ++i) {
-        const auto send = [&left, &mutex]() {
-            const std::lock_guard<std::mutex> lock(mutex); // until the list contains it
-            left.emplace_back(new HNIPCRequest);
-            left.back()->setCall(HNIPC_METHOD(getAlert));
-            left.back()->send();
-        };
-        if (way <= 2) {
-            threads.emplace_back(new PlainThread(send));
-            threads.back()->start();
-            QVERIFY(isHeld(i + 1));
-            if (way == 0) {
-                threads.back()->mayEnd();
-                QVERIFY(threads.back()->wait());
-                left.clear();
-            } else if (way == 2) {
-                threads.back()->mayEnd();
-                QVERIFY(threads.back()->wait());
-            }
-        } else if (way <= 4) {
+        if (way == WorkerLater || way == WorkerDeleted) {
             QThread thread;
             const QPointer<Worker> worker = new Worker;
             worker->moveToThread(&thread);
-            if (way == 3) {
+            if (way == WorkerLater) {
                 worker->connect(&thread, SIGNAL(finished()), SLOT(deleteLater()));
             }
             worker->connect(&thread, SIGNAL(started()), SLOT(send()));
@@ -1480,11 +1203,11 @@ void tst_Request::threadMayEndInFlight()
             QVERIFY(isHeld(i + 1));
             thread.quit();
             QVERIFY(thread.wait());
-            if (way == 4) {
+            if (way == WorkerDeleted) {
                 delete worker.data();
             }
             QVERIFY(!worker);
-        } else {
+        } else if (way == UnknownToQt) {
             QSemaphore end;
             std::thread thread([&]() {
                 send();
@@ -1495,10 +1218,16 @@ void tst_Request::threadMayEndInFlight()
             end.release();
             thread.join();
             QVERIFY(held);
+        } else {
+            threads.emplace_back(new PlainThread(send));
+            QVERIFY(isHeld(i + 1));
+            QVERIFY(way == LeftBehind || threads.back()->end());
+            if (way == DestroyedByThread) {
+                left.clear();
+            }
         }
     }
-    HNIPCRequest next;
-    next.setCall(HNIPC_METHOD(getError));
+    RecordedRequest next("getError");
     QVERIFY(next.send());
     QVERIFY(m_daemons->passFence());
     QVERIFY(next.isPending());
@@ -1506,17 +1235,13 @@ void tst_Request::threadMayEndInFlight()
         QVERIFY(answerHeld(i, "(5,)"));
     }
     QVERIFY(waitUntilFinished(next));
-    QCOMPARE(outcomeOf(next), QByteArray("Answered"));
+    COMPARE_OUTCOME(next, "Answered");
 
-    Requests requests(mostInFlight);
-    for (int i = 0; i < mostInFlight; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getAlert));
-    }
+    Requests requests(mostInFlight, "getAlert");
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(2 * mostInFlight));
     for (const auto &thread : threads) {
-        thread->mayEnd();
-        QVERIFY(thread->wait());
+        QVERIFY(way != LeftBehind || thread->end());
     }
     left.clear();
 }
@@ -1525,20 +1250,17 @@ void tst_Request::moveToThreadInFlight()
 {
     QThread thread;
     thread.start();
-    QObject *const home = new QObject;
-    home->moveToThread(&thread);
-    HNIPCRequest *const answered = new HNIPCRequest;
-    answered->setCall(HNIPC_METHOD(getAlert));
-    HNIPCRequest *const late = new HNIPCRequest;
-    late->setCall(HNIPC_METHOD(getAlert));
-    late->setDeadline(500);
-    HNIPCRequest *const nothing = new HNIPCRequest;
-    nothing->setMethod(QLatin1String("nothing"));
-    HNIPCRequest *const all[] = { answered, late, nothing };
+    HNIPCRequest answered;
+    answered.setCall(HNIPC_METHOD(getAlert));
+    HNIPCRequest late;
+    late.setCall(HNIPC_METHOD(getAlert));
+    late.setDeadline(500);
+    HNIPCRequest nothing;
+    nothing.setMethod(QLatin1String("nothing"));
     std::atomic<int> finished(0);
     std::atomic<int> elsewhere(0);
     std::atomic<int> timers(0);
-    for (HNIPCRequest *const request : all) {
+    for (HNIPCRequest *const request : { &answered, &late, &nothing }) {
         Listener *const listener = new Listener(request, SIGNAL(finished()), [&, request]() {
             elsewhere += QThread::currentThread() == &thread ? 1 : 0;
             // Qt restarts the timers of an object that is moved.
@@ -1560,51 +1282,38 @@ void tst_Request::moveToThreadInFlight()
     QVERIFY(thread.wait());
     QCOMPARE(int(elsewhere), 3);
     QCOMPARE(int(timers), 0);
-    QCOMPARE(outcomeOf(*answered), QByteArray("Answered"));
-    QCOMPARE(outcomeOf(*late), timedOut(500));
-    QVERIFY(late->elapsed() >= 500);
-    QCOMPARE(outcomeOf(*nothing), QByteArray(noMethod));
-    delete answered;
-    delete late;
-    delete nothing;
-    delete home;
+    COMPARE_OUTCOME(answered, "Answered");
+    COMPARE_OUTCOME(late, timedOut(500));
+    QVERIFY(late.elapsed() >= 500);
+    COMPARE_OUTCOME(nothing, noMethod);
     m4().answerHeld(1, "(5,)");
 }
 
 void tst_Request::haltedBusBlocksNobody()
 {
-    HNIPCRequest late;
-    late.setCall(HNIPC_METHOD(getAlert));
-    late.setDeadline(500);
-    HNIPCRequest given;
-    given.setCall(HNIPC_METHOD(getAlert));
-    HNIPCRequest patient;
-    patient.setCall(HNIPC_METHOD(getError));
+    RecordedRequest late("getAlert", 500);
+    RecordedRequest given("getAlert");
+    RecordedRequest patient("getError");
     HaltedBus bus;
     QVERIFY(patient.send());
     QVERIFY(given.send());
-    QCOMPARE(outcomeOfSending(late), timedOut(500));
+    SEND_AND_COMPARE(late, timedOut(500));
     given.cancel();
-    QCOMPARE(outcomeOf(given), QByteArray(cancelled));
+    COMPARE_OUTCOME(given, cancelled);
     QVERIFY(patient.isPending());
     QVERIFY(bus.resume());
     QVERIFY(waitUntilFinished(patient));
-    QCOMPARE(outcomeOf(patient), QByteArray("Answered"));
+    COMPARE_OUTCOME(patient, "Answered");
     QVERIFY(isHeld(2));
     QCOMPARE(takeCalls().size(), 3);
 }
 
 void tst_Request::deadlineRacesWithTheAnswer()
 {
-    const int batches = 100;
     const int size = 100;
-    Requests requests(size);
-    for (int i = 0; i < size; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getError));
-        requests[i].setDeadline(1);
-    }
+    Requests requests(size, "getError", 1);
     int sent = 0;
-    for (int batch = 0; batch < batches; ++batch) {
+    for (int batch = 0; batch < 100; ++batch) {
         QVERIFY(requests.allAreSent());
         QVERIFY(waitUntil([&]() { return requests.order().size() >= size; }));
         for (int i = 0; i < size; ++i) {
@@ -1627,14 +1336,10 @@ void tst_Request::deadlineRacesWithTheAnswer()
 
 void tst_Request::cancelRacesWithTheAnswer()
 {
-    const int batches = 100;
     const int size = 100;
-    Requests requests(size);
-    for (int i = 0; i < size; ++i) {
-        requests[i].setCall(HNIPC_METHOD(getError));
-    }
+    Requests requests(size, "getError");
     int sent = 0;
-    for (int batch = 0; batch < batches; ++batch) {
+    for (int batch = 0; batch < 100; ++batch) {
         QVERIFY(requests.allAreSent());
         int unanswered = size;
         switch (batch % 3) {

@@ -459,10 +459,12 @@ void WirePeer::answerHeld(int number, const QByteArray &body)
     GDBusMessage *call = nullptr;
     {
         const Lock lock(d->state->mutex);
-        std::swap(call, d->state->held[number]);
+        if (number < int(d->state->held.size())) {
+            std::swap(call, d->state->held[number]);
+        }
     }
     if (!call) {
-        qFatal("call %d has been answered", number);
+        qFatal("call %d is not held", number);
     }
     sendAnswer(d->connection, call, Answer(Answer::Reply, body));
     g_object_unref(call);
