@@ -1298,25 +1298,28 @@ void tst_Reading::changedOnlyIfSomethingChanged()
     reading.setCall(HNIPC_METHOD(dac0));
     VERIFY_HISTORY(reading, "unknown", "current uint 7");
 
-    // The same failure with another name, message, or reason. At last, the daemon replies with the
-    // name and the message of the library.
+    // The same failure with another name or message.
     refuse("dac0");
     reading.read();
     VERIFY_HISTORY(reading, busy);
     m4().answerError("dac0", "org.hnipc.Error.Busy", "never");
+    reading.read();
     VERIFY_HISTORY(reading, "unknown DaemonError org.hnipc.Error.Busy: never");
     m4().answerError("dac0", "org.hnipc.Error.Gone", "never");
+    reading.read();
     VERIFY_HISTORY(reading, "unknown DaemonError org.hnipc.Error.Gone: never");
     reading.read();
     QVERIFY(settle());
     QCOMPARE(reading.takeHistory(), Lines());
+
+    // The same name and message with another reason: they are the library's, then the daemon's.
     m4().hold("dac0");
-    reading.setDeadline(50);
-    reading.read();
-    VERIFY_HISTORY(reading, timedOut);
+    RecordedReading late("dac0");
+    late.setDeadline(50);
+    VERIFY_HISTORY(late, timedOut);
     m4().answerError("dac0", "org.freedesktop.DBus.Error.Timeout",
                      "org.hnipc.m4 did not reply within 50 ms");
-    VERIFY_HISTORY(reading, QByteArray(timedOut).replace("TimedOut", "DaemonError"));
+    VERIFY_HISTORY(late, QByteArray(timedOut).replace("TimedOut", "DaemonError"));
 }
 
 // A method that returns nothing has no value, but it is known that it has returned.
