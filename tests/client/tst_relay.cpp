@@ -115,33 +115,9 @@ void tst_Relay::misfitIsNotRelayed()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
-    const QList<Sample> fitting = argumentSamples(row.signature, 1);
-
-    for (int count = 0; count < fitting.size(); ++count) {
-        QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(fitting.mid(0, count))));
-    }
     // No structures and no lists of other types: with those, Qt itself aborts the receiver.
-    // clang-format off
-    const struct { const char *type; const char *wire; } others[] = {
-        { "bool", "true" },        { "int", "42" },        { "uint", "uint32 42" },
-        { "qulonglong", "uint64 42" }, { "double", "42.5" }, { "QString", "'42'" },
-        { "QStringList", "['42']" }, { "", "int64 42" },   { "", "int16 42" },
-        { "", "uint16 42" },       { "", "byte 0x2a" },    { "", "objectpath '/a'" },
-        { "", "signature 's'" },   { "", "[byte 0x2a]" },  { "", "<42>" },
-    };
-    // clang-format on
-    int misfits = 0;
-    for (int position = 0; position < fitting.size(); ++position) {
-        for (const auto &other : others) {
-            if (QByteArray(other.type) != fitting.at(position).value.typeName()) {
-                QList<Sample> changed = fitting;
-                changed[position].wire = other.wire;
-                QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(changed)));
-                ++misfits;
-            }
-        }
-    }
-    QCOMPARE(misfits, 14 * int(fitting.size()));
+    QCOMPARE(emitMisfits(m_daemons.data(), row, simpleMisfits),
+             simpleMisfitCount * parameterCount(row));
     QCOMPARE(relayed(), Lines());
 }
 
