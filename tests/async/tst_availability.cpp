@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
+#include "client/relayrows.h"
 #include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
+#include "support/qtmajors.h"
 #include "support/signalrecorder.h"
-#include "support/waituntil.h"
+#include "support/table.h"
 
 #include <hnipc/hnipcavailability.h>
 
-#include <QtCore/QMetaProperty>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QThread>
@@ -20,38 +21,69 @@ typedef QList<QByteArray> Lines;
 
 namespace {
 
+const QByteArray m4Name = identities[M4].busName;
+
 const char *const changes[ServerCount] = { "ioexpdChanged(bool)", "m4Changed(bool)",
                                            "supplydChanged(bool)" };
 
-QByteArray line(const char *signal, bool value)
+QByteArray changed(int server, bool value)
 {
-    return emission(signal, QVariantList() << value);
+    return emission(changes[server], QVariantList() << value);
 }
 
-bool has(const HNIPCAvailability &availability, int server)
-{
-    return server == IOEXPD ? availability.hasIoexpd()
-        : server == M4      ? availability.hasM4()
-                            : availability.hasSupplyd();
-}
+QByteArray known() { return emission("knownChanged(bool)", QVariantList() << true); }
 
-bool hasAny(const HNIPCAvailability &availability)
+// An availability that records its signals.
+class RecordedAvailability : public HNIPCAvailability
 {
-    return availability.hasIoexpd() || availability.hasM4() || availability.hasSupplyd();
-}
+public:
+    RecordedAvailability() : m_recorder(this) {}
 
-bool becomesKnown(const HNIPCAvailability &availability)
-{
-    return waitUntil([&availability]() { return availability.isKnown(); });
-}
-
-void addServers()
-{
-    QTest::addColumn<int>("server");
-    for (int server = 0; server < ServerCount; ++server) {
-        QTest::newRow(identities[server].tag) << server;
+    // The daemons that are available, such as "IOEXPD M4"; "unknown" before the bus has reported.
+    QByteArray daemons() const
+    {
+        Lines result;
+        if (!isKnown()) {
+            result << "unknown";
+        }
+        const bool has[] = { hasIoexpd(), hasM4(), hasSupplyd() };
+        for (int server = 0; server < ServerCount; ++server) {
+            if (has[server]) {
+                result << identities[server].tag;
+            }
+        }
+        return joined(result, " ");
     }
-}
+
+    bool becomesKnown() const
+    {
+        return waitUntil([this]() { return isKnown(); });
+    }
+
+    Lines takeSignals() { return m_recorder.take(); }
+
+private:
+    SignalRecorder m_recorder;
+};
+
+#define COMPARE_DAEMONS(availability, tags) QCOMPARE((availability).daemons(), QByteArray(tags))
+
+const struct
+{
+    const char *name;
+    int steps;
+} startSteps[] = { { "starts", 1 }, { "starts and stops", 2 }, { "starts, stops and starts", 3 } };
+
+const struct
+{
+    const char *name;
+    const char *signal;
+} ownSignals[] = {
+    { "ioexpdChanged", SIGNAL(ioexpdChanged(bool)) },
+    { "m4Changed", SIGNAL(m4Changed(bool)) },
+    { "supplydChanged", SIGNAL(supplydChanged(bool)) },
+    { "knownChanged", SIGNAL(knownChanged(bool)) },
+};
 
 } // namespace
 
@@ -64,39 +96,30 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void init();
+    void cleanup();
     void onlyTheBusIsAskedAndOnlyOnce();
-    void propertiesNotify_data();
-    void propertiesNotify();
     void daemonsThatAreThereBefore_data();
     void daemonsThatAreThereBefore();
-    void daemonComesAndGoes_data();
+    void daemonComesAndGoes_data() { addServers(); }
     void daemonComesAndGoes();
     void daemonCrashes();
     void daemonIsReplacedWithoutAGap();
-    void daemonComesBeforeTheBusHasTold_data();
+    void daemonComesBeforeTheBusHasTold_data() { addTable(startSteps); }
     void daemonComesBeforeTheBusHasTold();
     void otherNamesAreNoDaemons();
     void constructionDoesNotWaitForTheBus();
     void mayBeDestroyedAtAnyTime();
-    void deletedInItsOwnSignal_data();
+    void deletedInItsOwnSignal_data() { addTable(ownSignals); }
     void deletedInItsOwnSignal();
     void receiverTurnsTheEventLoop();
     void mayBeMovedToAThread();
 
 private:
-    // The messages that this process has sent since the previous call of this function.
-    QList<WireMessage> takeSent(WireMonitor *monitor)
+    void startAll()
     {
-        const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
-        makeRoundTrip();
-        QList<WireMessage> result;
-        const QList<WireMessage> all = monitor->take();
-        for (const WireMessage &message : all) {
-            if (message.sender == self && message.member != "GetId") {
-                result.append(message);
-            }
+        for (int server = 0; server < ServerCount; ++server) {
+            m_daemons->start(server);
         }
-        return result;
     }
 
     QScopedPointer<AsyncDaemons> m_daemons;
@@ -112,85 +135,64 @@ void tst_Availability::init()
     makeRoundTrip();
 }
 
+// Each test begins without daemons.
+void tst_Availability::cleanup()
+{
+    for (int server = 0; server < ServerCount; ++server) {
+        (*m_daemons)[server].release(identities[server].busName);
+    }
+    QVERIFY(m_daemons->passFence());
+}
+
 // Runs first: it needs the first object of the process.
 void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
 {
     m_daemons->FakeDaemons::start(M4);
     WireMonitor monitor;
-
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    // The process subscribes to each name before it asks for it. Otherwise it would miss a change
-    // in between.
-    Lines expected = Lines() << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
-                                "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
-    for (const Identity &identity : identities) {
-        const QByteArray name = identity.busName;
-        expected << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
-                    "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
-                + name + "'\",)"
-                 << "GetNameOwner ('" + name + "',)";
-    }
-    Lines sent;
-    const QList<WireMessage> messages = takeSent(&monitor);
-    for (const WireMessage &message : messages) {
-        QCOMPARE(message.destination, QByteArray("org.freedesktop.DBus"));
-        sent.append(message.member + ' ' + message.body);
-    }
-    QCOMPARE(sent, expected);
-
-    // All objects of the process share this subscription.
-    HNIPCAvailability another;
-    QVERIFY(becomesKnown(another));
-    QVERIFY(another.hasM4() && !another.hasIoexpd() && !another.hasSupplyd());
-    for (int i = 0; i < 3; ++i) {
-        for (int server = 0; server < ServerCount; ++server) {
-            if (server == M4) {
-                m_daemons->stop(M4);
-                m_daemons->start(M4);
-            } else {
-                m_daemons->start(server);
-                m_daemons->stop(server);
+    const auto takeSent = [&]() {
+        const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
+        makeRoundTrip();
+        Lines result;
+        const QList<WireMessage> messages = monitor.take();
+        for (const WireMessage &message : messages) {
+            if (message.sender == self && message.member != "GetId") {
+                result << message.destination + ' ' + message.member + ' ' + message.body;
             }
         }
+        return result;
+    };
+
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    // The process subscribes to each name before it asks for it. Otherwise it would miss a change
+    // in between.
+    const QByteArray toTheBus = "org.freedesktop.DBus ";
+    Lines expected = Lines() << toTheBus
+            + "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
+              "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
+    for (const Identity &identity : identities) {
+        const QByteArray name = identity.busName;
+        expected << toTheBus
+                + "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
+                  "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
+                + name + "'\",)"
+                 << toTheBus + "GetNameOwner ('" + name + "',)";
     }
-    QVERIFY(takeSent(&monitor).isEmpty());
-    m_daemons->stop(M4);
+    QCOMPARE(takeSent(), expected);
+
+    // All objects of the process share this subscription.
+    RecordedAvailability another;
+    QVERIFY(another.becomesKnown());
+    COMPARE_DAEMONS(another, "M4");
+    for (int i = 0; i < 3; ++i) {
+        cleanup();
+        startAll();
+    }
+    QCOMPARE(takeSent(), Lines());
     QCOMPARE(m_daemons->takeCalls().size(), 0);
     for (int server = 0; server < ServerCount; ++server) {
         QCOMPARE((*m_daemons)[server].introspections(), 0);
     }
-}
-
-void tst_Availability::propertiesNotify_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("signal");
-    QTest::newRow("known") << QByteArray("known") << QByteArray("knownChanged(bool)");
-    QTest::newRow("ioexpd") << QByteArray("ioexpd") << QByteArray("ioexpdChanged(bool)");
-    QTest::newRow("m4") << QByteArray("m4") << QByteArray("m4Changed(bool)");
-    QTest::newRow("supplyd") << QByteArray("supplyd") << QByteArray("supplydChanged(bool)");
-}
-
-void tst_Availability::propertiesNotify()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(QByteArray, signal);
-    const QMetaObject &meta = HNIPCAvailability::staticMetaObject;
-    QCOMPARE(meta.propertyCount() - meta.propertyOffset(), 4);
-    const QMetaProperty property = meta.property(meta.indexOfProperty(name.constData()));
-    QCOMPARE(QByteArray(property.typeName()), QByteArray("bool"));
-    QVERIFY(property.isReadable() && !property.isWritable());
-    QCOMPARE(property.notifySignalIndex(), meta.indexOfSignal(signal.constData()));
-
-    // The daemon with this name.
-    const int server = name == "ioexpd" ? IOEXPD : name == "m4" ? M4 : SUPPLYD;
-    m_daemons->start(server);
-    HNIPCAvailability availability;
-    QVERIFY(!availability.property(name.constData()).toBool());
-    QVERIFY(becomesKnown(availability));
-    QVERIFY(availability.property(name.constData()).toBool());
-    m_daemons->stop(server);
 }
 
 void tst_Availability::daemonsThatAreThereBefore_data()
@@ -205,139 +207,113 @@ void tst_Availability::daemonsThatAreThereBefore()
 {
     QFETCH(int, mask);
     Lines expected;
+    Lines tags;
     for (int server = 0; server < ServerCount; ++server) {
         if (mask & (1 << server)) {
             m_daemons->start(server);
-            expected.append(line(changes[server], true));
+            expected << changed(server, true);
+            tags << identities[server].tag;
         }
     }
-    expected.append(line("knownChanged(bool)", true));
-
-    HNIPCAvailability availability;
-    SignalRecorder recorder(&availability);
-    QVERIFY(!availability.isKnown());
-    QVERIFY(!hasAny(availability));
-    QVERIFY(becomesKnown(availability));
-    for (int server = 0; server < ServerCount; ++server) {
-        QCOMPARE(has(availability, server), (mask & (1 << server)) != 0);
-    }
+    RecordedAvailability availability;
+    COMPARE_DAEMONS(availability, "unknown");
+    QVERIFY(availability.becomesKnown());
+    COMPARE_DAEMONS(availability, joined(tags, " "));
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), expected);
-
-    for (int server = 0; server < ServerCount; ++server) {
-        if (mask & (1 << server)) {
-            m_daemons->stop(server);
-        }
-    }
-    QVERIFY(!hasAny(availability));
-    QVERIFY(availability.isKnown());
+    QCOMPARE(availability.takeSignals(), expected << known());
+    cleanup();
+    COMPARE_DAEMONS(availability, "");
 }
-
-void tst_Availability::daemonComesAndGoes_data() { addServers(); }
 
 void tst_Availability::daemonComesAndGoes()
 {
     QFETCH(int, server);
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    SignalRecorder recorder(&availability);
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    availability.takeSignals();
     for (int i = 0; i < 3; ++i) {
         m_daemons->start(server);
-        QVERIFY(has(availability, server));
-        QCOMPARE(recorder.take(), Lines() << line(changes[server], true));
+        COMPARE_DAEMONS(availability, identities[server].tag);
+        QCOMPARE(availability.takeSignals(), Lines() << changed(server, true));
         m_daemons->stop(server);
-        QVERIFY(!hasAny(availability));
-        QCOMPARE(recorder.take(), Lines() << line(changes[server], false));
+        COMPARE_DAEMONS(availability, "");
+        QCOMPARE(availability.takeSignals(), Lines() << changed(server, false));
     }
-    QVERIFY(availability.isKnown());
 }
 
 void tst_Availability::daemonCrashes()
 {
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    SignalRecorder recorder(&availability);
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    availability.takeSignals();
     {
         WirePeer mortal;
-        QVERIFY(mortal.own(identities[M4].busName));
+        QVERIFY(mortal.own(m4Name));
         QVERIFY(m_daemons->passFence());
-        QVERIFY(availability.hasM4());
+        COMPARE_DAEMONS(availability, "M4");
     }
     QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(),
-             Lines() << line("m4Changed(bool)", true) << line("m4Changed(bool)", false));
+    QCOMPARE(availability.takeSignals(), Lines() << changed(M4, true) << changed(M4, false));
 }
 
 void tst_Availability::daemonIsReplacedWithoutAGap()
 {
     WirePeer first;
     WirePeer second;
-    QVERIFY(first.takeOver(identities[M4].busName));
+    QVERIFY(first.takeOver(m4Name));
     QVERIFY(m_daemons->passFence());
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    QVERIFY(availability.hasM4());
-    SignalRecorder recorder(&availability);
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    COMPARE_DAEMONS(availability, "M4");
+    availability.takeSignals();
     for (int i = 0; i < 3; ++i) {
-        QVERIFY(second.takeOver(identities[M4].busName));
-        QVERIFY(first.takeOver(identities[M4].busName));
+        QVERIFY(second.takeOver(m4Name));
+        QVERIFY(first.takeOver(m4Name));
     }
     QVERIFY(m_daemons->passFence());
-    QVERIFY(availability.hasM4());
-    QCOMPARE(recorder.take(), Lines());
-    QVERIFY(first.release(identities[M4].busName));
+    COMPARE_DAEMONS(availability, "M4");
+    QCOMPARE(availability.takeSignals(), Lines());
+    QVERIFY(first.release(m4Name));
     QVERIFY(m_daemons->passFence());
-    QVERIFY(!availability.hasM4());
-    QCOMPARE(recorder.take(), Lines() << line("m4Changed(bool)", false));
-}
-
-void tst_Availability::daemonComesBeforeTheBusHasTold_data()
-{
-    QTest::addColumn<int>("steps");
-    QTest::newRow("comes") << 1;
-    QTest::newRow("comes and goes") << 2;
-    QTest::newRow("comes, goes and comes") << 3;
+    COMPARE_DAEMONS(availability, "");
+    QCOMPARE(availability.takeSignals(), Lines() << changed(M4, false));
 }
 
 // The reply is older or newer than these changes. It never undoes one.
 void tst_Availability::daemonComesBeforeTheBusHasTold()
 {
-    QFETCH(int, steps);
+    const int steps = currentRow(startSteps).steps;
     WirePeer peer;
     for (int attempt = 0; attempt < 200; ++attempt) {
-        HNIPCAvailability availability;
-        SignalRecorder recorder(&availability);
+        RecordedAvailability availability;
         bool isThere = false;
         for (int i = 0; i < steps; ++i) { // no event loop turns meanwhile
-            QVERIFY(isThere ? peer.release(identities[M4].busName)
-                            : peer.own(identities[M4].busName));
+            QVERIFY(isThere ? peer.release(m4Name) : peer.own(m4Name));
             isThere = !isThere;
         }
-        QVERIFY(becomesKnown(availability));
+        QVERIFY(availability.becomesKnown());
         QVERIFY(m_daemons->passFence());
-        QCOMPARE(availability.hasM4(), isThere);
+        COMPARE_DAEMONS(availability, isThere ? "M4" : "");
         // Each signal reports a change.
-        const Lines lines = recorder.take();
-        QCOMPARE(int(lines.count(line("knownChanged(bool)", true))), 1);
+        Lines lines = availability.takeSignals();
+        QCOMPARE(int(lines.removeAll(known())), 1);
         bool told = false;
-        for (const QByteArray &emitted : lines) {
-            if (emitted != line("knownChanged(bool)", true)) {
-                told = !told;
-                QCOMPARE(emitted, line("m4Changed(bool)", told));
-            }
+        for (int i = 0; i < lines.size(); ++i) {
+            told = !told;
+            QCOMPARE(lines.at(i), changed(M4, told));
         }
         QCOMPARE(told, isThere);
-        QVERIFY(!isThere || peer.release(identities[M4].busName));
+        QVERIFY(!isThere || peer.release(m4Name));
         QVERIFY(m_daemons->passFence());
     }
 }
 
 void tst_Availability::otherNamesAreNoDaemons()
 {
-    HNIPCAvailability availability;
-    QVERIFY(becomesKnown(availability));
-    SignalRecorder recorder(&availability);
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    availability.takeSignals();
     const char *const names[] = { "org.hnipc", "org.hnipc.m4.other", "org.hnipc.m", "org.hnipc.M4",
                                   "other.org.hnipc.m4" };
     WirePeer peer;
@@ -347,86 +323,61 @@ void tst_Availability::otherNamesAreNoDaemons()
         QVERIFY(peer.release(name));
     }
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(), Lines());
-    QVERIFY(!hasAny(availability));
+    QCOMPARE(availability.takeSignals(), Lines());
 }
 
 void tst_Availability::constructionDoesNotWaitForTheBus()
 {
     m_daemons->start(SUPPLYD);
     HaltedBus bus;
-    HNIPCAvailability availability;
-    HNIPCAvailability *const another = new HNIPCAvailability;
-    QVERIFY(!availability.isKnown());
-    delete another;
+    RecordedAvailability availability;
+    delete new HNIPCAvailability;
+    COMPARE_DAEMONS(availability, "unknown");
     QVERIFY(bus.resume());
-    QVERIFY(becomesKnown(availability));
-    QVERIFY(availability.hasSupplyd());
-    m_daemons->stop(SUPPLYD);
+    QVERIFY(availability.becomesKnown());
+    COMPARE_DAEMONS(availability, "SUPPLYD");
 }
 
 void tst_Availability::mayBeDestroyedAtAnyTime()
 {
     m_daemons->start(M4);
-    HNIPCAvailability other;
+    RecordedAvailability other;
     for (int i = 0; i < 100; ++i) {
-        QScopedPointer<HNIPCAvailability> availability(new HNIPCAvailability);
+        RecordedAvailability availability;
         if (i % 3 == 1) { // the replies are under way
             (*m_daemons)[M4].sync();
         } else if (i % 3 == 2) {
-            QVERIFY(becomesKnown(*availability));
+            QVERIFY(availability.becomesKnown());
         }
     }
-    m_daemons->stop(M4);
-    QVERIFY(other.isKnown());
-    QVERIFY(!other.hasM4());
-}
-
-void tst_Availability::deletedInItsOwnSignal_data()
-{
-    QTest::addColumn<QByteArray>("signal");
-    QTest::newRow("ioexpdChanged") << QByteArray(SIGNAL(ioexpdChanged(bool)));
-    QTest::newRow("m4Changed") << QByteArray(SIGNAL(m4Changed(bool)));
-    QTest::newRow("supplydChanged") << QByteArray(SIGNAL(supplydChanged(bool)));
-    QTest::newRow("knownChanged") << QByteArray(SIGNAL(knownChanged(bool)));
+    COMPARE_DAEMONS(other, "M4");
 }
 
 void tst_Availability::deletedInItsOwnSignal()
 {
-    QFETCH(QByteArray, signal);
-    for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->start(server);
-    }
+    startAll();
     const QPointer<HNIPCAvailability> availability = new HNIPCAvailability;
-    Listener listener(availability, signal.constData(), [&]() { delete availability.data(); });
+    Listener listener(availability, currentRow(ownSignals).signal,
+                      [&]() { delete availability.data(); });
     QVERIFY(waitUntil([&]() { return availability.isNull(); }));
     QVERIFY(m_daemons->passFence());
-    for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->stop(server);
-    }
 }
 
 void tst_Availability::receiverTurnsTheEventLoop()
 {
-    for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->start(server);
-    }
-    HNIPCAvailability availability;
-    SignalRecorder recorder(&availability);
+    startAll();
+    RecordedAvailability availability;
     // Passing the bus thread posts a new event. Without one, Qt's GLib event loop does not see
     // events that were queued before the nested loop started.
     Listener listener(&availability, SIGNAL(ioexpdChanged(bool)), [&]() {
         passBusThread();
-        waitUntil([&]() { return availability.isKnown(); });
+        availability.becomesKnown();
     });
-    QVERIFY(becomesKnown(availability));
+    QVERIFY(availability.becomesKnown());
     QVERIFY(m_daemons->passFence());
-    QCOMPARE(recorder.take(),
-             Lines() << line("ioexpdChanged(bool)", true) << line("m4Changed(bool)", true)
-                     << line("supplydChanged(bool)", true) << line("knownChanged(bool)", true));
-    for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->stop(server);
-    }
+    QCOMPARE(availability.takeSignals(),
+             Lines() << changed(IOEXPD, true) << changed(M4, true) << changed(SUPPLYD, true)
+                     << known());
 }
 
 void tst_Availability::mayBeMovedToAThread()
@@ -434,17 +385,15 @@ void tst_Availability::mayBeMovedToAThread()
     m_daemons->start(M4);
     QThread thread;
     thread.start();
-    HNIPCAvailability *const availability = new HNIPCAvailability;
-    Listener *const listener = new Listener(availability, SIGNAL(knownChanged(bool)), [&]() {
-        if (QThread::currentThread() == &thread && availability->hasM4()) {
+    HNIPCAvailability availability;
+    Listener *const listener = new Listener(&availability, SIGNAL(knownChanged(bool)), [&]() {
+        if (QThread::currentThread() == &thread && availability.hasM4()) {
             thread.quit();
         }
     });
-    listener->setParent(availability);
-    availability->moveToThread(&thread);
+    listener->setParent(&availability);
+    availability.moveToThread(&thread);
     QVERIFY(waitUntil([&]() { return thread.isFinished(); }));
-    delete availability;
-    m_daemons->stop(M4);
 }
 
 HNIPC_TEST_MAIN(tst_Availability)
