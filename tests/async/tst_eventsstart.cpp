@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "asyncdaemons.h"
 #include "events.h"
+#include "readings.h"
 #include "support/haltedbus.h"
 #include "support/listener.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 
 #include <hnipc/hnipc.h>
-#include <hnipc/hnipcreading.h>
 
 #include <QtCore/QScopedPointer>
-
-#include <memory>
 
 using namespace Expected;
 
@@ -41,52 +39,37 @@ private:
     void ownNames();
     void releaseNames();
     Lines takeSent();
-    Lines watches() const;
-    Lines subscriptions() const;
-    Lines unsubscriptions() const;
+    void discardSent();
 
     WirePeer m_daemons[ServerCount];
     WireMonitor m_monitor;
 };
 
-static QByteArray signalRule(int server)
-{
-    return QByteArray("\"type='signal',path='/',interface='")
-        + identities[server].interface + "'\"";
-}
-
-static QByteArray ownerRule(int server)
-{
-    return "\"type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
-           "member='NameOwnerChanged',arg0='"
-        + QByteArray(identities[server].busName) + "'\"";
-}
-
-// The subscriptions that a process makes once.
-Lines tst_EventsStart::watches() const
+// The calls of AddMatch or RemoveMatch for the signals of each daemon.
+static Lines matches(const char *call)
 {
     Lines result;
-    for (int server = 0; server < ServerCount; ++server) {
-        result << "AddMatch (" + ownerRule(server) + ",)"
-               << "GetNameOwner ('" + QByteArray(identities[server].busName) + "',)";
+    for (const Identity &identity : identities) {
+        result << QByteArray(call) + " (\"type='signal',path='/',interface='"
+                + identity.interface + "'\",)";
     }
     return result;
 }
 
-Lines tst_EventsStart::subscriptions() const
-{
-    Lines result;
-    for (int server = 0; server < ServerCount; ++server) {
-        result << "AddMatch (" + signalRule(server) + ",)";
-    }
-    return result;
-}
+static Lines subscriptions() { return matches("AddMatch"); }
 
-Lines tst_EventsStart::unsubscriptions() const
+static Lines unsubscriptions() { return matches("RemoveMatch"); }
+
+// The subscriptions to the owners of the daemons' names, which a process makes once.
+static Lines watches()
 {
     Lines result;
-    for (int server = 0; server < ServerCount; ++server) {
-        result << "RemoveMatch (" + signalRule(server) + ",)";
+    for (const Identity &identity : identities) {
+        const QByteArray name = identity.busName;
+        result << "AddMatch (\"type='signal',sender='org.freedesktop.DBus',"
+                  "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
+                + name + "'\",)"
+               << "GetNameOwner ('" + name + "',)";
     }
     return result;
 }
@@ -109,8 +92,8 @@ Lines tst_EventsStart::takeSent()
 
 void tst_EventsStart::ownNames()
 {
+    releaseNames();
     for (int server = 0; server < ServerCount; ++server) {
-        m_daemons[server].release(identities[server].busName);
         QVERIFY(m_daemons[server].own(identities[server].busName));
     }
     m_monitor.clear();
@@ -124,15 +107,17 @@ void tst_EventsStart::releaseNames()
     m_monitor.clear();
 }
 
-void tst_EventsStart::initTestCase() { ownNames(); }
-
 // makeRequestsLeave() itself makes the library send messages, but only once. They are discarded
 // here, too.
-void tst_EventsStart::cleanup()
+void tst_EventsStart::discardSent()
 {
     makeRequestsLeave();
     m_monitor.clear();
 }
+
+void tst_EventsStart::initTestCase() { ownNames(); }
+
+void tst_EventsStart::cleanup() { discardSent(); }
 
 // The library opens the connection for this object.
 void tst_EventsStart::firstObject()
@@ -211,15 +196,12 @@ void tst_EventsStart::nextFirstObject()
 void tst_EventsStart::otherObjectsKeepTheSubscription()
 {
     releaseNames(); // so the reading reads nothing
-    HNIPCReading reading;
-    reading.setMethod(QLatin1String("printerLid"));
-    reading.setSignalNames(QStringList() << QLatin1String("M4PrinterLid"));
+    RecordedReading reading("printerLid", "M4PrinterLid");
     {
         HNIPCEvents events;
         QVERIFY(waitUntilListening(events));
     }
-    makeRequestsLeave();
-    m_monitor.clear();
+    discardSent();
     {
         HNIPCEvents events;
         NumberCollector collector(&events);
@@ -230,14 +212,12 @@ void tst_EventsStart::otherObjectsKeepTheSubscription()
     }
     makeRequestsLeave();
     const Lines sent = takeSent();
-    QVERIFY(!sent.contains("RemoveMatch (" + signalRule(M4) + ",)"));
-    QVERIFY(!sent.contains("AddMatch (" + signalRule(M4) + ",)"));
+    QVERIFY(!sent.contains(unsubscriptions().at(M4)));
+    QVERIFY(!sent.contains(subscriptions().at(M4)));
 }
 
 void tst_EventsStart::otherObjectsDoNotSubscribe()
 {
-    makeRequestsLeave();
-    m_monitor.clear();
     HNIPCAvailability availability;
     QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
     {
@@ -246,8 +226,8 @@ void tst_EventsStart::otherObjectsDoNotSubscribe()
     }
     makeRequestsLeave();
     const Lines sent = takeSent();
-    QCOMPARE(int(sent.count("AddMatch (" + signalRule(M4) + ",)")), 1);
-    QCOMPARE(int(sent.count("RemoveMatch (" + signalRule(M4) + ",)")), 1);
+    QCOMPARE(int(sent.count(subscriptions().at(M4))), 1);
+    QCOMPARE(int(sent.count(unsubscriptions().at(M4))), 1);
 }
 
 void tst_EventsStart::confirmedByTheBus()
