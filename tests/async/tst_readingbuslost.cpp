@@ -23,75 +23,58 @@ private Q_SLOTS:
 
 void tst_ReadingBusLost::everyReadingShowsIt()
 {
-    const QByteArray lost = "unknown BusLost org.freedesktop.DBus.Error.Disconnected: "
-                            "there is no system bus";
-    const QStringList alert(QLatin1String("Alert"));
+    const char lost[] = "unknown BusLost org.freedesktop.DBus.Error.Disconnected: "
+                        "there is no system bus";
     FakeDaemons daemons;
     daemons[M4].answer("getError", "(7,)");
     daemons[M4].answerError("getBatteryStatus", "org.hnipc.Error.Busy", "no");
     daemons[M4].hold("getAlert");
     daemons.stop(SUPPLYD);
-    BusProcess &bus = *PrivateBus::instance();
 
-    HNIPCReading current;
-    current.setCall(HNIPC_METHOD(getError));
-    HNIPCReading known;
-    known.setCall(HNIPC_METHOD(getAlert));
-    known.setSignalNames(alert);
-    known.setValueArgument(0);
-    HNIPCReading underWay;
-    underWay.setCall(HNIPC_METHOD(getAlert));
-    HNIPCReading failed;
-    failed.setCall(HNIPC_METHOD(getBatteryStatus));
-    HNIPCReading absent;
-    absent.setCall(HNIPC_METHOD(supplySupplyPercent));
-    HNIPCReading invalid;
-    invalid.setMethod(QLatin1String("nothing"));
+    RecordedReading current("getError");
+    RecordedReading known("getAlert", "Alert", 0);
+    RecordedReading underWay("getAlert");
+    RecordedReading failed("getBatteryStatus");
+    RecordedReading absent("supplySupplyPercent");
+    RecordedReading invalid("nothing");
     QVERIFY(waitUntil([&]() { return daemons[M4].held() == 2; }));
     QVERIFY(daemons.emitSignal(M4, "M4_Alert", "(5,)"));
-    QCOMPARE(awaited(current, "current int 7"), QByteArray("current int 7"));
-    QCOMPARE(awaited(known, "known int 5"), QByteArray("known int 5"));
+    VERIFY_SHOWS(current, "current int 7");
+    VERIFY_SHOWS(known, "known int 5");
     QVERIFY(waitUntil([&]() { return failed.reason() == HNIPCRequest::DaemonError; }));
     QVERIFY(waitUntil([&]() { return absent.reason() == HNIPCRequest::DaemonAbsent; }));
     QVERIFY(waitUntil([&]() { return invalid.reason() == HNIPCRequest::UnknownMethod; }));
 
-    HNIPCReading *const readings[] = { &current, &known, &failed, &absent };
-    History currentHistory(&current);
-    History knownHistory(&known);
-    History failedHistory(&failed);
-    History absentHistory(&absent);
-    History *const histories[] = { &currentHistory, &knownHistory, &failedHistory, &absentHistory };
-    HNIPCReading hasty; // the bus may be killed before it has replied to this reading
-    hasty.setCall(HNIPC_METHOD(getError));
-    bus.kill();
-    for (int i = 0; i < 4; ++i) {
-        QCOMPARE(awaited(*readings[i], lost), lost);
+    RecordedReading *const readings[] = { &current, &known, &failed, &absent };
+    for (RecordedReading *const reading : readings) {
+        reading->takeHistory();
     }
-    QCOMPARE(awaited(underWay, lost), lost);
-    QCOMPARE(awaited(hasty, lost), lost);
+    RecordedReading hasty("getError"); // the bus may be killed before it has replied to this one
+    PrivateBus::instance()->kill();
+    VERIFY_SHOWS(hasty, lost);
+    VERIFY_SHOWS(underWay, lost);
+    underWay.takeHistory();
+    for (RecordedReading *const reading : readings) {
+        VERIFY_HISTORY(*reading, lost);
+    }
     QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
 
     // They stay unknown. So do readings that are constructed or changed later.
-    HNIPCReading late;
-    late.setCall(HNIPC_METHOD(getError));
-    late.setSignalNames(alert);
-    underWay.setMethod(QLatin1String("getError"));
-    QCOMPARE(shown(underWay), QByteArray("unknown"));
-    for (HNIPCReading *const reading : readings) {
+    RecordedReading late("getError", "Alert");
+    for (RecordedReading *const reading : readings) {
         reading->read();
     }
-    HNIPCRequest turns;
-    turns.setCall(HNIPC_METHOD(getError));
+    underWay.setMethod(QLatin1String("getError"));
+    RecordedRequest turns("getError");
     for (int i = 0; i < 10; ++i) {
         QVERIFY(outcomeOfSending(turns).startsWith("NotSent"));
     }
-    QCOMPARE(shown(late), lost);
-    QCOMPARE(shown(underWay), lost);
-    QCOMPARE(shown(failed), lost);
-    QVERIFY(invalid.reason() == HNIPCRequest::UnknownMethod);
-    for (History *const history : histories) {
-        QCOMPARE(history->take(), Lines() << lost);
+    QCOMPARE(late.takeHistory(), Lines({ lost }));
+    QCOMPARE(underWay.takeHistory(), Lines({ "unknown", lost }));
+    for (RecordedReading *const reading : readings) {
+        QCOMPARE(reading->takeHistory(), Lines());
     }
+    QVERIFY(invalid.reason() == HNIPCRequest::UnknownMethod);
 }
 
 HNIPC_TEST_MAIN(tst_ReadingBusLost)

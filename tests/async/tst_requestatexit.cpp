@@ -6,9 +6,11 @@
 #include <hnipc/hnipcavailability.h>
 #include <hnipc/hnipcrequest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 using namespace Expected;
 
@@ -16,101 +18,71 @@ namespace {
 
 const int inFlight = 120; // most of them wait for their turn
 
-// A number of requests in flight, to which no daemon replies.
-struct Requests
+typedef std::vector<std::unique_ptr<HNIPCRequest>> Requests;
+
+// Requests in flight for this method of the print engine.
+Requests sentRequests(const char *method)
 {
-    bool send()
-    {
-        for (HNIPCRequest &request : requests) {
-            request.setCall(HNIPC_METHOD(getAlert));
-            if (!request.send()) {
-                return false;
-            }
-        }
-        return true;
+    Requests result(inFlight);
+    for (auto &request : result) {
+        request.reset(new HNIPCRequest);
+        request->setMethod(QLatin1String(method));
+        request->send();
     }
-
-    bool allArePending() const
-    {
-        for (const HNIPCRequest &request : requests) {
-            if (!request.isPending()) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    HNIPCRequest requests[inFlight];
-};
+    return result;
+}
 
 // Destroyed after the application and Qt's own static objects.
-std::unique_ptr<Requests> staticRequests;
+Requests staticRequests;
 std::unique_ptr<HNIPCAvailability> staticAvailability;
 
 // The program that ends in the way of this name. It prints how many requests were in flight.
 int end(const QByteArray &way, int argc, char **argv)
 {
     std::unique_ptr<QCoreApplication> application(new QCoreApplication(argc, argv));
+    std::unique_ptr<HNIPCAvailability> availability(new HNIPCAvailability);
+    if (way == "answers under way") {
+        const Requests requests = sentRequests("getError");
+        std::printf("%d\n", inFlight);
+        return 0;
+    }
+
+    Requests requests = sentRequests("getAlert");
     // Sent after the others, to another daemon. When that daemon replies, the others have reached
     // theirs.
     HNIPCRequest answered;
     answered.setCall(HNIPC_METHOD(supplySupplyPercent));
-    std::unique_ptr<Requests> requests(new Requests);
-    std::unique_ptr<HNIPCAvailability> availability(new HNIPCAvailability);
-    if (way == "answers under way") {
-        for (HNIPCRequest &request : requests->requests) {
-            request.setCall(HNIPC_METHOD(getError));
-            request.send();
-        }
-        std::printf("%d\n", inFlight);
-        return 0;
-    }
-    if (way == "cancelled" || way == "deleted") {
-        requests->send();
-        answered.send();
-        waitUntilFinished(answered);
-        for (HNIPCRequest &request : requests->requests) {
-            request.cancel();
-        }
-        if (way == "deleted") {
-            requests.reset();
-        }
-        std::printf("%d\n", answered.outcome() == HNIPCRequest::Answered ? inFlight : -1);
-        return 0;
-    }
-
-    requests->send();
     answered.send();
     waitUntilFinished(answered);
-    waitUntil([&availability]() { return availability->isKnown(); });
-    const bool isPending = requests->allArePending();
-    std::printf("%d\n", isPending && answered.outcome() == HNIPCRequest::Answered ? inFlight : -1);
+    waitUntil([&]() { return availability->isKnown(); });
+    const bool arePending = std::all_of(
+        requests.begin(), requests.end(),
+        [](const std::unique_ptr<HNIPCRequest> &request) { return request->isPending(); });
+    std::printf("%d\n", arePending && answered.outcome() == HNIPCRequest::Answered ? inFlight : -1);
     std::fflush(stdout);
-    if (way == "requests after application") {
+
+    if (way.endsWith("after application")) {
         application.reset();
-    } else if (way == "cancelled after application") {
-        application.reset();
-        for (HNIPCRequest &request : requests->requests) {
-            request.cancel();
-            if (request.isPending() || request.outcome() == HNIPCRequest::Answered) {
+    }
+    if (way.startsWith("cancelled") || way == "deleted") {
+        for (const auto &request : requests) {
+            request->cancel();
+            if (request->isPending() || request->outcome() == HNIPCRequest::Answered) {
                 return 2;
             }
         }
+    }
+    if (way == "deleted") {
+        requests.clear();
     } else if (way == "static") {
         staticRequests.swap(requests);
         staticAvailability.swap(availability);
-    } else if (way == "leaked") {
-        requests.release();
-        availability.release();
     } else if (way == "exit") {
         std::exit(0); // does not destroy objects on the stack
     } else if (way == "children") {
-        for (HNIPCRequest &request : requests->requests) {
-            (new HNIPCRequest(application.get()))->setCall(HNIPC_METHOD(getAlert));
-            request.setParent(0);
-        }
-        const QList<HNIPCRequest *> children = application->findChildren<HNIPCRequest *>();
-        for (HNIPCRequest *const child : children) {
+        for (int i = 0; i < inFlight; ++i) {
+            HNIPCRequest *const child = new HNIPCRequest(application.get());
+            child->setCall(HNIPC_METHOD(getAlert));
             child->send();
         }
     }

@@ -31,66 +31,53 @@ void tst_RequestBusLost::everyPendingRequestFinishesOnce()
                             "the bus was lost before org.hnipc.m4 replied";
     const QByteArray
         noBus = "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
-    const QByteArray sent = emission("stateChanged()");
-    const Lines finished = Lines() << emission("stateChanged()") << emission("finished()");
     const int inFlight = 32;
     const int waiting = 20;
-
     FakeDaemons daemons;
     daemons[M4].hold("getAlert");
-    BusProcess &bus = *PrivateBus::instance();
+    daemons[IOEXPD].hold("printerSoftCancel");
     HNIPCAvailability availability;
     QVERIFY(waitUntil([&]() { return availability.isKnown(); }));
     SignalRecorder availabilityRecorder(&availability);
 
-    std::vector<std::unique_ptr<HNIPCRequest>> requests;
-    std::vector<std::unique_ptr<SignalRecorder>> recorders;
+    std::vector<std::unique_ptr<RecordedRequest>> requests;
     for (int i = 0; i < inFlight + waiting; ++i) {
-        requests.emplace_back(new HNIPCRequest);
-        requests.back()->setCall(HNIPC_METHOD(getAlert));
         // After the loss of the bus, the deadline has no effect.
-        requests.back()->setDeadline(i % 2 ? 60 * 60 * 1000 : -1);
-        recorders.emplace_back(new SignalRecorder(requests.back().get()));
+        requests.emplace_back(new RecordedRequest("getAlert", i % 2 ? 60 * 60 * 1000 : -1));
         QVERIFY(requests.back()->send());
     }
     QVERIFY(waitUntil([&]() { return daemons[M4].held() == inFlight; }));
-    HNIPCRequest cancelled;
-    cancelled.setCall(HNIPC_METHOD(getAlert));
+    RecordedRequest cancelled("getAlert");
     QVERIFY(cancelled.send());
     cancelled.cancel();
-    std::unique_ptr<HNIPCRequest> deleted(new HNIPCRequest);
-    deleted->setCall(HNIPC_METHOD(getAlert));
-    QVERIFY(deleted->send());
-    deleted.reset();
+    {
+        RecordedRequest deleted("getAlert");
+        QVERIFY(deleted.send());
+    }
 
     // Requests to another daemon, one of which waits for its turn.
-    std::vector<std::unique_ptr<HNIPCRequest>> others;
-    daemons[IOEXPD].hold("printerSoftCancel");
+    std::vector<std::unique_ptr<RecordedRequest>> others;
     for (int i = 0; i < inFlight + 1; ++i) {
-        others.emplace_back(new HNIPCRequest);
-        others.back()->setCall(HNIPC_METHOD(printerSoftCancel));
+        others.emplace_back(new RecordedRequest("printerSoftCancel"));
         QVERIFY(others.back()->send());
     }
     QVERIFY(waitUntil([&]() { return daemons[IOEXPD].held() == inFlight; }));
 
     HNIPCAvailability hasty; // may not have had a reply from the bus
-    bus.kill();
-    for (const auto &request : requests) {
-        QVERIFY(waitUntilFinished(*request));
+    PrivateBus::instance()->kill();
+    for (int i = 0; i < inFlight + waiting; ++i) {
+        QVERIFY(waitUntilFinished(*requests[i]));
+        COMPARE_OUTCOME(*requests[i], i < inFlight ? lost : noBus);
     }
     QVERIFY(waitUntil([]() { return !QDBusConnection::systemBus().isConnected(); }));
     QVERIFY(waitUntilFinished(*others.back()));
-    QCOMPARE(outcomeOf(*others.back()), noBus);
-    for (int i = 0; i < inFlight + waiting; ++i) {
-        QCOMPARE(outcomeOf(*requests[i]), i < inFlight ? lost : noBus);
-    }
+    COMPARE_OUTCOME(*others.back(), noBus);
 
     // Requests that are sent now fail as not sent.
     for (const auto &request : requests) {
-        QCOMPARE(outcomeOfSending(*request), noBus);
-    }
-    for (const auto &recorder : recorders) {
-        QCOMPARE(recorder->take(), Lines() << sent << finished << sent << finished);
+        COMPARE_SIGNALS(*request, allSignals);
+        SEND_AND_COMPARE(*request, noBus);
+        COMPARE_SIGNALS(*request, allSignals);
     }
 
     QVERIFY(waitUntil([&]() { return !availability.isKnown(); }));
