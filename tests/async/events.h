@@ -16,8 +16,6 @@
 #include <atomic>
 #include <thread>
 
-typedef QList<QByteArray> Lines;
-
 inline bool waitUntilListening(const HNIPCEvents &events)
 {
     return waitUntil([&events]() { return events.isListening(); });

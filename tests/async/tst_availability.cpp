@@ -11,13 +11,10 @@
 #include <hnipc/hnipcavailability.h>
 
 #include <QtCore/QPointer>
-#include <QtCore/QScopedPointer>
 #include <QtCore/QThread>
 #include <QtDBus/QDBusConnection>
 
 using namespace Expected;
-
-typedef QList<QByteArray> Lines;
 
 namespace {
 
@@ -92,9 +89,10 @@ class tst_Availability : public QObject
 {
     Q_OBJECT
 
+public:
+    tst_Availability() : m_daemons(false) {}
+
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
     void init();
     void cleanup();
     void onlyTheBusIsAskedAndOnlyOnce();
@@ -118,20 +116,16 @@ private:
     void startAll()
     {
         for (int server = 0; server < ServerCount; ++server) {
-            m_daemons->start(server);
+            m_daemons.start(server);
         }
     }
 
-    QScopedPointer<AsyncDaemons> m_daemons;
+    AsyncDaemons m_daemons;
 };
-
-void tst_Availability::initTestCase() { m_daemons.reset(new AsyncDaemons(false)); }
-
-void tst_Availability::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_Availability::init()
 {
-    m_daemons->takeCalls();
+    m_daemons.takeCalls();
     makeRoundTrip();
 }
 
@@ -139,15 +133,15 @@ void tst_Availability::init()
 void tst_Availability::cleanup()
 {
     for (int server = 0; server < ServerCount; ++server) {
-        (*m_daemons)[server].release(identities[server].busName);
+        m_daemons[server].release(identities[server].busName);
     }
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
 }
 
 // Runs first: it needs the first object of the process.
 void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
 {
-    m_daemons->FakeDaemons::start(M4);
+    m_daemons.FakeDaemons::start(M4);
     WireMonitor monitor;
     const auto takeSent = [&]() {
         const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
@@ -189,9 +183,9 @@ void tst_Availability::onlyTheBusIsAskedAndOnlyOnce()
         startAll();
     }
     QCOMPARE(takeSent(), Lines());
-    QCOMPARE(m_daemons->takeCalls().size(), 0);
+    QCOMPARE(m_daemons.takeCalls().size(), 0);
     for (int server = 0; server < ServerCount; ++server) {
-        QCOMPARE((*m_daemons)[server].introspections(), 0);
+        QCOMPARE(m_daemons[server].introspections(), 0);
     }
 }
 
@@ -210,7 +204,7 @@ void tst_Availability::daemonsThatAreThereBefore()
     Lines tags;
     for (int server = 0; server < ServerCount; ++server) {
         if (mask & (1 << server)) {
-            m_daemons->start(server);
+            m_daemons.start(server);
             expected << changed(server, true);
             tags << identities[server].tag;
         }
@@ -219,7 +213,7 @@ void tst_Availability::daemonsThatAreThereBefore()
     COMPARE_DAEMONS(availability, "unknown");
     QVERIFY(availability.becomesKnown());
     COMPARE_DAEMONS(availability, joined(tags, " "));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(availability.takeSignals(), expected << known());
     cleanup();
     COMPARE_DAEMONS(availability, "");
@@ -232,10 +226,10 @@ void tst_Availability::daemonComesAndGoes()
     QVERIFY(availability.becomesKnown());
     availability.takeSignals();
     for (int i = 0; i < 3; ++i) {
-        m_daemons->start(server);
+        m_daemons.start(server);
         COMPARE_DAEMONS(availability, identities[server].tag);
         QCOMPARE(availability.takeSignals(), Lines() << changed(server, true));
-        m_daemons->stop(server);
+        m_daemons.stop(server);
         COMPARE_DAEMONS(availability, "");
         QCOMPARE(availability.takeSignals(), Lines() << changed(server, false));
     }
@@ -249,11 +243,11 @@ void tst_Availability::daemonCrashes()
     {
         WirePeer mortal;
         QVERIFY(mortal.own(m4Name));
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         COMPARE_DAEMONS(availability, "M4");
     }
     QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(availability.takeSignals(), Lines() << changed(M4, true) << changed(M4, false));
 }
 
@@ -262,7 +256,7 @@ void tst_Availability::daemonIsReplacedWithoutAGap()
     WirePeer first;
     WirePeer second;
     QVERIFY(first.takeOver(m4Name));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     RecordedAvailability availability;
     QVERIFY(availability.becomesKnown());
     COMPARE_DAEMONS(availability, "M4");
@@ -271,11 +265,11 @@ void tst_Availability::daemonIsReplacedWithoutAGap()
         QVERIFY(second.takeOver(m4Name));
         QVERIFY(first.takeOver(m4Name));
     }
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_DAEMONS(availability, "M4");
     QCOMPARE(availability.takeSignals(), Lines());
     QVERIFY(first.release(m4Name));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_DAEMONS(availability, "");
     QCOMPARE(availability.takeSignals(), Lines() << changed(M4, false));
 }
@@ -293,7 +287,7 @@ void tst_Availability::daemonComesBeforeTheBusHasTold()
             isThere = !isThere;
         }
         QVERIFY(availability.becomesKnown());
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         COMPARE_DAEMONS(availability, isThere ? "M4" : "");
         // Each signal reports a change.
         Lines lines = availability.takeSignals();
@@ -305,7 +299,7 @@ void tst_Availability::daemonComesBeforeTheBusHasTold()
         }
         QCOMPARE(told, isThere);
         QVERIFY(!isThere || peer.release(m4Name));
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
     }
 }
 
@@ -319,16 +313,16 @@ void tst_Availability::otherNamesAreNoDaemons()
     WirePeer peer;
     for (const char *const name : names) {
         QVERIFY(peer.own(name));
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         QVERIFY(peer.release(name));
     }
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(availability.takeSignals(), Lines());
 }
 
 void tst_Availability::constructionDoesNotWaitForTheBus()
 {
-    m_daemons->start(SUPPLYD);
+    m_daemons.start(SUPPLYD);
     HaltedBus bus;
     RecordedAvailability availability;
     delete new HNIPCAvailability;
@@ -340,12 +334,12 @@ void tst_Availability::constructionDoesNotWaitForTheBus()
 
 void tst_Availability::mayBeDestroyedAtAnyTime()
 {
-    m_daemons->start(M4);
+    m_daemons.start(M4);
     RecordedAvailability other;
     for (int i = 0; i < 100; ++i) {
         RecordedAvailability availability;
         if (i % 3 == 1) { // the replies are under way
-            (*m_daemons)[M4].sync();
+            m_daemons[M4].sync();
         } else if (i % 3 == 2) {
             QVERIFY(availability.becomesKnown());
         }
@@ -360,7 +354,7 @@ void tst_Availability::deletedInItsOwnSignal()
     Listener listener(availability, currentRow(ownSignals).signal,
                       [&]() { delete availability.data(); });
     QVERIFY(waitUntil([&]() { return availability.isNull(); }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
 }
 
 void tst_Availability::receiverTurnsTheEventLoop()
@@ -374,7 +368,7 @@ void tst_Availability::receiverTurnsTheEventLoop()
         availability.becomesKnown();
     });
     QVERIFY(availability.becomesKnown());
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(availability.takeSignals(),
              Lines() << changed(IOEXPD, true) << changed(M4, true) << changed(SUPPLYD, true)
                      << known());
@@ -382,7 +376,7 @@ void tst_Availability::receiverTurnsTheEventLoop()
 
 void tst_Availability::mayBeMovedToAThread()
 {
-    m_daemons->start(M4);
+    m_daemons.start(M4);
     QThread thread;
     thread.start();
     HNIPCAvailability availability;

@@ -12,7 +12,6 @@
 #include <hnipc/hnipcevents.h>
 
 #include <QtCore/QPointer>
-#include <QtCore/QScopedPointer>
 
 using namespace Expected;
 
@@ -84,9 +83,11 @@ class tst_Events : public QObject
 {
     Q_OBJECT
 
+public:
+    tst_Events() : m_recorder(&m_events) {}
+
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void classIsPlain();
     void signalsStandInTheirPlaces();
     void stateIsKnownBeforeListeningChanged();
@@ -123,37 +124,27 @@ private Q_SLOTS:
 private:
     bool emitRow(const ClientSignal &row, int round, const Lines &more = Lines())
     {
-        return ::emitRow(m_daemons.data(), row, round, more);
+        return ::emitRow(&m_daemons, row, round, more);
     }
 
-    bool emitNumber(quint32 number) { return ::emitNumber(&(*m_daemons)[M4], number); }
+    bool emitNumber(quint32 number) { return ::emitNumber(&m_daemons[M4], number); }
 
     // All emissions of the object so far.
     Lines emitted()
     {
-        return m_daemons->passFence() ? m_recorder->take() : Lines() << "the fence is lost";
+        return m_daemons.passFence() ? m_recorder.take() : Lines() << "the fence is lost";
     }
 
-    QScopedPointer<AsyncDaemons> m_daemons;
-    QScopedPointer<HNIPCEvents> m_events;
-    QScopedPointer<SignalRecorder> m_recorder;
+    AsyncDaemons m_daemons;
+    HNIPCEvents m_events;
+    SignalRecorder m_recorder;
 };
 
 void tst_Events::initTestCase()
 {
-    m_daemons.reset(new AsyncDaemons);
-    m_events.reset(new HNIPCEvents);
-    m_recorder.reset(new SignalRecorder(m_events.data()));
-    QVERIFY(!m_events->isListening());
-    QVERIFY(waitUntilListening(*m_events));
+    QVERIFY(!m_events.isListening());
+    QVERIFY(waitUntilListening(m_events));
     QCOMPARE(emitted(), Lines() << listeningChangedTo(true));
-}
-
-void tst_Events::cleanupTestCase()
-{
-    m_recorder.reset();
-    m_events.reset();
-    m_daemons.reset();
 }
 
 void tst_Events::classIsPlain()
@@ -241,8 +232,7 @@ void tst_Events::misfitIsNotRelayed()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
-    QCOMPARE(emitMisfits(m_daemons.data(), row, simpleMisfits),
-             simpleMisfitCount * parameterCount(row));
+    QCOMPARE(emitMisfits(&m_daemons, row, simpleMisfits), simpleMisfitCount * parameterCount(row));
     // clang-format off
     const Misfit containers[] = {
         { "", "(42,)" }, { "", "(1, 'a')" }, { "", "{'a': <1>}" }, { "", "@a{sv} {}" },
@@ -252,11 +242,11 @@ void tst_Events::misfitIsNotRelayed()
         { "", "<<'42'>>" }, { "", "<(1, 2)>" }, { "", "('42', ['42'])" },
     };
     // clang-format on
-    QCOMPARE(emitMisfits(m_daemons.data(), row, containers), 19 * parameterCount(row));
+    QCOMPARE(emitMisfits(&m_daemons, row, containers), 19 * parameterCount(row));
     if (row.member == QByteArray("SUPPLYD_RibbonChanged")) { // its two types differ
         const QList<Sample> fitting = argumentSamples(row.signature, 1);
         const QList<Sample> swapped = QList<Sample>() << fitting.at(1) << fitting.at(0);
-        QVERIFY(m_daemons->emitSignal(row.server, row.member, wireBody(swapped)));
+        QVERIFY(m_daemons.emitSignal(row.server, row.member, wireBody(swapped)));
     }
     QCOMPARE(emitted(), Lines());
 }
@@ -266,7 +256,7 @@ void tst_Events::foreignAddressIsNotRelayed()
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
     const int other = (row.server + 1) % ServerCount;
-    WirePeer &daemon = (*m_daemons)[row.server];
+    WirePeer &daemon = m_daemons[row.server];
     const QByteArray interface = identities[row.server].interface;
     const QByteArray otherInterface = identities[other].interface;
     const QByteArray member = row.member;
@@ -284,7 +274,7 @@ void tst_Events::foreignAddressIsNotRelayed()
         QVERIFY(daemon.emitSignal("/", interface, member.toLower(), body, destination));
         QVERIFY(daemon.emitSignal("/", interface, member + "Signal", body, destination));
         // A member of one daemon in the interface of another daemon.
-        QVERIFY((*m_daemons)[other].emitSignal("/", otherInterface, member, body, destination));
+        QVERIFY(m_daemons[other].emitSignal("/", otherInterface, member, body, destination));
     }
     QCOMPARE(emitted(), Lines());
 }
@@ -299,22 +289,22 @@ void tst_Events::strangerIsNotRelayed()
     const QByteArray destinations[] = { QByteArray(), self };
 
     WirePeer stranger;
-    WirePeer &otherDaemon = (*m_daemons)[(row.server + 1) % ServerCount];
+    WirePeer &otherDaemon = m_daemons[(row.server + 1) % ServerCount];
     for (const QByteArray &destination : destinations) {
         QVERIFY(stranger.emitSignal("/", interface, row.member, body, destination));
         QVERIFY(otherDaemon.emitSignal("/", interface, row.member, body, destination));
     }
-    m_daemons->stop(row.server); // so the name has no owner
+    m_daemons.stop(row.server); // so the name has no owner
     QVERIFY(stranger.emitSignal("/", interface, row.member, body, self));
-    m_daemons->start(row.server);
+    m_daemons.start(row.server);
     QCOMPARE(emitted(), Lines());
 }
 
 void tst_Events::signalToThisProcessAloneIsRelayed()
 {
     const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
-    QVERIFY((*m_daemons)[M4].emitSignal("/", identities[M4].interface, "M4_M4Dac0", "(uint32 7,)",
-                                        self));
+    QVERIFY(
+        m_daemons[M4].emitSignal("/", identities[M4].interface, "M4_M4Dac0", "(uint32 7,)", self));
     QCOMPARE(emitted(), relayedNumber(7));
 }
 
@@ -324,7 +314,7 @@ void tst_Events::oneProcessMayBeAllDaemons()
     {
         WirePeer all;
         for (int server = 0; server < ServerCount; ++server) {
-            m_daemons->stop(server);
+            m_daemons.stop(server);
             QVERIFY(all.own(identities[server].busName));
         }
         for (int server = 0; server < ServerCount; ++server) {
@@ -335,14 +325,14 @@ void tst_Events::oneProcessMayBeAllDaemons()
         }
     }
     for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->start(server);
+        m_daemons.start(server);
     }
     QCOMPARE(emitted(), expected);
 }
 
 void tst_Events::statusChangedIsNoEvent()
 {
-    QVERIFY(emitStatusChanged(m_daemons.data()));
+    QVERIFY(emitStatusChanged(&m_daemons));
     QCOMPARE(emitted(), Lines());
 }
 
@@ -355,8 +345,8 @@ void tst_Events::largeValuesArriveWhole()
         list.append(QString::number(i));
         items.append('\'' + QByteArray::number(i) + '\'');
     }
-    QVERIFY(m_daemons->emitSignal(M4, "M4_M4TachValues", "('" + text + "',)"));
-    QVERIFY(m_daemons->emitSignal(M4, "M4_M4RibbonIDs", "([" + joined(items, ",") + "],)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_M4TachValues", "('" + text + "',)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_M4RibbonIDs", "([" + joined(items, ",") + "],)"));
     // Not compared by QCOMPARE, which aborts on strings of this length.
     QVERIFY(emitted()
             == relayed("M4TachValues(QString)", QVariantList() << QString::fromLatin1(text))
@@ -416,31 +406,31 @@ void tst_Events::daemonMayStartLaterAndAgain()
 {
     QFETCH(int, server);
     const ClientSignal &row = rowOf(server);
-    m_daemons->stop(server);
+    m_daemons.stop(server);
     HNIPCEvents events;
     SignalRecorder recorder(&events);
     QVERIFY(waitUntilListening(events));
     QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
     for (int start = 0; start < 5; ++start) {
         // The daemon's first signal follows immediately.
-        QVERIFY((*m_daemons)[server].own(identities[server].busName));
+        QVERIFY(m_daemons[server].own(identities[server].busName));
         QVERIFY(emitRow(row, start));
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         QCOMPARE(recorder.take(), relayed(row, start));
 
         // Signals of a process that has lost the name are ignored.
-        m_daemons->stop(server);
+        m_daemons.stop(server);
         QVERIFY(emitRow(row, start));
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         QCOMPARE(recorder.take(), Lines());
     }
-    m_daemons->start(server);
+    m_daemons.start(server);
     emitted();
 }
 
 void tst_Events::daemonMayBeReplaced()
 {
-    m_daemons->stop(M4);
+    m_daemons.stop(M4);
     WirePeer first;
     WirePeer second;
     QVERIFY(first.takeOver(identities[M4].busName));
@@ -455,19 +445,19 @@ void tst_Events::daemonMayBeReplaced()
     }
     QCOMPARE(emitted(), expected);
     QVERIFY(first.release(identities[M4].busName) || second.release(identities[M4].busName));
-    m_daemons->start(M4);
+    m_daemons.start(M4);
 }
 
 void tst_Events::daemonsDoNotChangeWhatIsListenedTo()
 {
     HNIPCAvailability availability; // of the same process, and notified of daemons
     QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
-    m_daemons->stop(M4);
+    m_daemons.stop(M4);
     QVERIFY(waitUntil([&]() { return !availability.hasM4(); }));
-    QVERIFY(m_events->isListening());
-    m_daemons->start(M4);
+    QVERIFY(m_events.isListening());
+    m_daemons.start(M4);
     QVERIFY(waitUntil([&]() { return availability.hasM4(); }));
-    QVERIFY(m_events->isListening());
+    QVERIFY(m_events.isListening());
     QVERIFY(emitNumber(1));
     QCOMPARE(emitted(), relayedNumber(1));
     QVERIFY(availability.isKnown() && availability.hasM4());
@@ -496,16 +486,16 @@ void tst_Events::destroyedObjectLeavesTheOthersTheirs()
     }
     QVERIFY(emitNumber(2));
     QCOMPARE(emitted(), relayedNumber(2));
-    QVERIFY(m_events->isListening());
+    QVERIFY(m_events.isListening());
 }
 
 void tst_Events::ownClassReceivesToo()
 {
     OwnEvents events;
     QVERIFY(waitUntilListening(events));
-    QVERIFY(m_daemons->emitSignal(M4, "M4_Alert", "(5,)"));
-    QVERIFY(m_daemons->emitSignal(M4, "M4_Error", "(6,)"));
-    QVERIFY(m_daemons->emitSignal(M4, "M4_Alert", "(-7,)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_Alert", "(5,)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_Error", "(6,)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_Alert", "(-7,)"));
     emitted();
     QCOMPARE(events.alerts, QList<int>() << 5 << -7);
 }
@@ -571,7 +561,7 @@ void tst_Events::eventLoopInASlot()
 {
     const int numbers = 20;
     int heard = 0;
-    Listener listener(m_events.data(), SIGNAL(M4Dac0(quint32)), [&]() {
+    Listener listener(&m_events, SIGNAL(M4Dac0(quint32)), [&]() {
         if (++heard == 1) {
             waitUntil([&]() { return heard == numbers; });
         }

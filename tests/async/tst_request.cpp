@@ -28,8 +28,6 @@
 
 using namespace Expected;
 
-typedef QList<QByteArray> Lines;
-
 namespace {
 
 const char cancelled[] = "Unknown org.hnipc.Error.Cancelled: cancelled";
@@ -177,8 +175,6 @@ class tst_Request : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
     void init();
 
     void startsWithoutOutcome();
@@ -237,13 +233,13 @@ private Q_SLOTS:
     void cancelRacesWithTheAnswer();
 
 private:
-    WirePeer &m4() { return (*m_daemons)[M4]; }
+    WirePeer &m4() { return m_daemons[M4]; }
 
     bool answerHeld(int number, const QByteArray &body)
     {
         m4().answerHeld(number, body);
         m4().sync();
-        return m_daemons->passFence();
+        return m_daemons.passFence();
     }
 
     bool isHeld(int count)
@@ -264,7 +260,7 @@ private:
     {
         settle();
         Lines result;
-        const QList<WireMessage> calls = m_daemons->takeCalls();
+        const QList<WireMessage> calls = m_daemons.takeCalls();
         for (const WireMessage &call : calls) {
             result.append(call.member + call.body);
         }
@@ -276,15 +272,11 @@ private:
     bool nothingIsInFlight()
     {
         settle();
-        return m_daemons->passFence() && m_daemons->passFence();
+        return m_daemons.passFence() && m_daemons.passFence();
     }
 
-    QScopedPointer<AsyncDaemons> m_daemons;
+    AsyncDaemons m_daemons;
 };
-
-void tst_Request::initTestCase() { m_daemons.reset(new AsyncDaemons); }
-
-void tst_Request::cleanupTestCase() { m_daemons.reset(); }
 
 // In all tests, getError() returns 7, and the replies to getAlert() are held until the test sends
 // them.
@@ -338,7 +330,7 @@ void tst_Request::answered()
     QVERIFY(request.send());
     COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(isHeld(1));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(request.isPending());
     COMPARE_SIGNALS(request, "");
 
@@ -381,7 +373,7 @@ void tst_Request::refusedWithTheDaemonsOwnWords()
     m4().answerError("getError", name, text);
     RecordedRequest request("getError");
     SEND_AND_COMPARE(request, "Refused " + name + ": " + text);
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, allSignals);
     QCOMPARE(takeCalls(), Lines({ "getError()" }));
 }
@@ -389,14 +381,14 @@ void tst_Request::refusedWithTheDaemonsOwnWords()
 void tst_Request::absentDaemonIsNotCalledAndMayReturn()
 {
     RecordedRequest request("getError");
-    m_daemons->stop(M4);
+    m_daemons.stop(M4);
     for (int i = 0; i < 3; ++i) {
         SEND_AND_COMPARE(request, absent);
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         COMPARE_SIGNALS(request, allSignals);
     }
-    m_daemons->start(M4);
-    QVERIFY(m_daemons->passFence());
+    m_daemons.start(M4);
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(takeCalls(), Lines());
 
     SEND_AND_COMPARE(request, "Answered");
@@ -406,7 +398,7 @@ void tst_Request::absentDaemonIsNotCalledAndMayReturn()
 
 void tst_Request::daemonLeavesInsteadOfAnswering()
 {
-    m_daemons->stop(M4);
+    m_daemons.stop(M4);
     {
         WirePeer mortal;
         mortal.leaveOn("getError");
@@ -415,12 +407,12 @@ void tst_Request::daemonLeavesInsteadOfAnswering()
         SEND_AND_COMPARE(request,
                          "Unknown org.freedesktop.DBus.Error.NoReply: "
                          "org.hnipc.m4 left the bus before it replied");
-        QVERIFY(m_daemons->passFence());
+        QVERIFY(m_daemons.passFence());
         COMPARE_SIGNALS(request, allSignals);
         QCOMPARE(mortal.calls().size(), 1);
     }
-    m_daemons->start(M4);
-    QVERIFY(m_daemons->passFence());
+    m_daemons.start(M4);
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(takeCalls(), Lines()); // not sent a second time
 }
 
@@ -431,11 +423,11 @@ void tst_Request::daemonReleasesItsNameInFlight()
     RecordedRequest request("getAlert");
     QVERIFY(request.send());
     QVERIFY(isHeld(1));
-    m_daemons->stop(server);
+    m_daemons.stop(server);
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
     COMPARE_OUTCOME(request, "Answered");
-    m_daemons->start(server);
+    m_daemons.start(server);
 }
 
 // ---- Deadline ------------------------------------------------------------------------------
@@ -503,7 +495,7 @@ void tst_Request::passedDeadlineOfAFinishedRequestIsNothing()
     QVERIFY2(outcome == "Answered" || isTimeOut(outcome, deadline), outcome.constData());
     request.takeSignals();
     QVERIFY(isTimeOut(outcomeOfSending(later), deadline));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, "");
     COMPARE_OUTCOME(request, outcome);
 }
@@ -534,7 +526,7 @@ void tst_Request::cancelledBeforeItIsKnownNotToBeSent()
     request.cancel();
     COMPARE_OUTCOME(request, noMethod); // not sent, so the outcome is not unknown
     COMPARE_SIGNALS(request, allSignals);
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, "");
 }
 
@@ -547,7 +539,7 @@ void tst_Request::cancelledNotSentRequestMayBeSentAgain()
     request.setMethod(QLatin1String("getAlert"));
     QVERIFY(request.send());
     QVERIFY(isHeld(1));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
     COMPARE_OUTCOME(request, "Answered");
@@ -564,7 +556,7 @@ void tst_Request::cancelledNotSentRequestMayBeSentAgain()
     QVERIFY(request.send());
     QVERIFY(waitUntilFinished(request));
     QVERIFY(isPendingThen);
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, allSignals);
 }
 
@@ -572,14 +564,14 @@ void tst_Request::cancelOutOfFlightIsNothing()
 {
     RecordedRequest request("getError");
     request.cancel();
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, "");
     COMPARE_OUTCOME(request, "NoOutcome");
 
     Listener listener(&request, SIGNAL(finished()), [&]() { request.cancel(); });
     SEND_AND_COMPARE(request, "Answered");
     request.cancel();
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, allSignals);
     COMPARE_OUTCOME(request, "Answered");
     QCOMPARE(request.value(), QVariant(7));
@@ -594,7 +586,7 @@ void tst_Request::cancelAsSoonAsSent()
     QVERIFY(waitUntilFinished(request));
     const QByteArray outcome = outcomeOf(request);
     QVERIFY2(outcome == cancelled || outcome == cancelledWaiting, outcome.constData());
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, finishedSignals);
     QCOMPARE(takeCalls().size(), outcome == cancelled ? 1 : 0);
 }
@@ -619,7 +611,7 @@ void tst_Request::nothingFinishesWithinSend()
         if (isFirst) {
             isFirst = false;
             waitUntil([&]() { return request.elapsed() > 40; });
-            m_daemons->passFence();
+            m_daemons.passFence();
         }
     });
     QVERIFY(request.send());
@@ -631,7 +623,7 @@ void tst_Request::nothingFinishesWithinSend()
     QVERIFY2(outcome == (method == "getError" ? "Answered" : noMethod)
                  || (method == "getAlert" && isTimeOut(outcome, 20)),
              outcome.constData());
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, finishedSignals);
 }
 
@@ -650,7 +642,7 @@ void tst_Request::stateIsKnownBeforeFinished()
     SEND_AND_COMPARE(request, "Answered");
     QCOMPARE(atStateChanged, QByteArray("Answered"));
     QVERIFY(!isAccepted);
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, allSignals);
     QCOMPARE(takeCalls(), Lines({ "getError()" }));
 }
@@ -664,7 +656,7 @@ void tst_Request::sendInFlightIsRefused()
     QVERIFY(!request.send());
     QVERIFY(isHeld(1));
     QVERIFY(!request.send());
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, sentSignals);
     QVERIFY(answerHeld(0, "(5,)"));
     QCOMPARE(request.value(), QVariant(5));
@@ -678,7 +670,7 @@ void tst_Request::changesInFlightAreForTheNext()
     request.setCall(HNIPC_METHOD(setUserSetting), 5, 6);
     request.setDeadline(1);
     QVERIFY(isHeld(1));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(request.isPending());
     QVERIFY(answerHeld(0, "(5,)"));
     COMPARE_OUTCOME(request, "Answered");
@@ -746,7 +738,7 @@ void tst_Request::sentAgainFromWithinFinished()
     });
     QVERIFY(request.send());
     QVERIFY(waitUntil([&]() { return outcomes.size() == times; }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(accepted, times - 1);
     QVERIFY(!request.isPending());
     QCOMPARE(outcomes, Lines({ "Answered", "Answered", "Answered", "Answered", "Answered" }));
@@ -764,7 +756,7 @@ void tst_Request::sentAgainFromWithinFinished()
     request.setMethod(QLatin1String("nothing"));
     QVERIFY(request.send());
     QVERIFY(waitUntil([&]() { return outcomes.size() == times; }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(int(outcomes.size()), times);
     QCOMPARE(outcomes.at(0), QByteArray(noMethod));
     QVERIFY(outcomes.at(1) == cancelled || outcomes.at(1) == cancelledWaiting);
@@ -817,7 +809,7 @@ void tst_Request::deletedWithinASignal()
         request->cancel();
     }
     QVERIFY(waitUntil([&]() { return request.isNull(); }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(namesOf(recorder.take()), QByteArray(row.emitted));
 }
 
@@ -841,7 +833,7 @@ void tst_Request::deletedInFlight()
     QVERIFY(requests->allAreSent());
     QCOMPARE(takeCalls().size(), mostInFlight);
     requests.reset();
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
 }
 
 void tst_Request::deletedBeforeItIsKnownNotToBeSent()
@@ -850,7 +842,7 @@ void tst_Request::deletedBeforeItIsKnownNotToBeSent()
     SignalRecorder recorder(request);
     QVERIFY(request->send());
     delete request;
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(namesOf(recorder.take()), QByteArray(sentSignals));
 }
 
@@ -891,7 +883,7 @@ void tst_Request::elapsedStandsStillAfterFinishing()
 void tst_Request::thousandAreAnsweredInAnyOrder()
 {
     const int count = 1000;
-    WirePeer &supplyd = (*m_daemons)[SUPPLYD];
+    WirePeer &supplyd = m_daemons[SUPPLYD];
     supplyd.hold("supplyColorRGB");
     Requests requests(count, "supplyColorRGB");
     Lines calls;
@@ -918,7 +910,7 @@ void tst_Request::thousandAreAnsweredInAnyOrder()
         supplyd.answerHeld(order.last(), '(' + QByteArray::number(order.last()) + ",)");
     }
     QVERIFY(waitUntil([&]() { return requests.order().size() >= count; }));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(requests.order(), order);
     QCOMPARE(requests.timesEachHasFinished(), 1);
     for (int i = 0; i < count; ++i) {
@@ -961,7 +953,7 @@ void tst_Request::oneTooManyWaitsForItsTurn()
     // then.
     requests[0].cancel();
     settle();
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(waiting[2].isPending());
     QCOMPARE(takeCalls(), Lines());
 
@@ -986,7 +978,7 @@ void tst_Request::oneTooManyWaitsForItsTurn()
 // daemon.
 void tst_Request::eachDaemonHasItsShare()
 {
-    WirePeer &supplyd = (*m_daemons)[SUPPLYD];
+    WirePeer &supplyd = m_daemons[SUPPLYD];
     supplyd.answer("supplySupplyPercent", "(12.5,)");
     Requests requests(mostInFlight + 50, "getAlert");
     QVERIFY(requests.allAreSent());
@@ -1062,7 +1054,7 @@ void tst_Request::turnComesAfterTheDeadline()
     settle();
     QVERIFY(waitUntilFinished(request));
     COMPARE_OUTCOME(request, waitedTooLong(deadline));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(takeCalls(), Lines());
 }
 
@@ -1107,12 +1099,12 @@ void tst_Request::everyEndGivesBackTheTurn()
         QVERIFY(waitUntilFinished(request));
         init();
     }
-    m_daemons->stop(M4);
+    m_daemons.stop(M4);
     for (int i = 0; i <= mostInFlight; ++i) {
         RecordedRequest request("getError");
         SEND_AND_COMPARE(request, absent);
     }
-    m_daemons->start(M4);
+    m_daemons.start(M4);
 }
 
 void tst_Request::blockingCallsSideBySide()
@@ -1229,7 +1221,7 @@ void tst_Request::threadMayEndInFlight()
     }
     RecordedRequest next("getError");
     QVERIFY(next.send());
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(next.isPending());
     for (int i = 0; i < mostInFlight; ++i) {
         QVERIFY(answerHeld(i, "(5,)"));
@@ -1329,7 +1321,7 @@ void tst_Request::deadlineRacesWithTheAnswer()
         // bus allows only 128 calls without a reply.
         settle();
     }
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(requests.order().isEmpty());
     QCOMPARE(takeCalls().size(), sent);
 }
@@ -1368,7 +1360,7 @@ void tst_Request::cancelRacesWithTheAnswer()
         requests.clearOrder();
         QVERIFY(nothingIsInFlight());
     }
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(requests.order().isEmpty());
     QCOMPARE(takeCalls().size(), sent);
 }

@@ -14,8 +14,6 @@
 
 using namespace Expected;
 
-typedef QList<QByteArray> Lines;
-
 // A separate program: a process connects to one bus only, and the test kills it.
 class tst_RequestBusLost : public QObject
 {

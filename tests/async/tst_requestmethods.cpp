@@ -19,8 +19,6 @@
 
 using namespace Expected;
 
-typedef QList<QByteArray> Lines;
-
 namespace {
 
 QByteArray nameOf(const ClientSlot &slot)
@@ -82,7 +80,6 @@ class tst_RequestMethods : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
     void init();
     void everyMethodIsCalledByItsName_data() { addSlots(); }
     void everyMethodIsCalledByItsName();
@@ -112,8 +109,8 @@ private Q_SLOTS:
     void recordMayHaveAnyNumberOfFields();
 
 private:
-    WirePeer &m4() { return (*m_daemons)[M4]; }
-    WirePeer &daemon(const ClientSlot &slot) { return (*m_daemons)[slot.server]; }
+    WirePeer &m4() { return m_daemons[M4]; }
+    WirePeer &daemon(const ClientSlot &slot) { return m_daemons[slot.server]; }
 
     // All messages that this process has sent since the previous call of this function.
     QList<WireMessage> takeSent()
@@ -121,7 +118,7 @@ private:
         const QByteArray self = QDBusConnection::systemBus().baseService().toLatin1();
         makeRoundTrip();
         QList<WireMessage> result;
-        const QList<WireMessage> all = m_monitor->take();
+        const QList<WireMessage> all = m_monitor.take();
         for (const WireMessage &message : all) {
             if (message.sender == self && message.member != "GetId") {
                 result.append(message);
@@ -139,33 +136,25 @@ private:
                                 : QByteArray::number(int(sent.size())) + " messages";
     }
 
-    QScopedPointer<AsyncDaemons> m_daemons;
-    QScopedPointer<WireMonitor> m_monitor;
+    AsyncDaemons m_daemons;
+    WireMonitor m_monitor;
 };
 
 void tst_RequestMethods::initTestCase()
 {
-    m_daemons.reset(new AsyncDaemons);
-    m_monitor.reset(new WireMonitor);
     // The first request of a process also subscribes to the loss of the bus.
     RecordedRequest request("getError");
     outcomeOfSending(request);
 }
 
-void tst_RequestMethods::cleanupTestCase()
-{
-    m_monitor.reset();
-    m_daemons.reset();
-}
-
 void tst_RequestMethods::init()
 {
     for (int server = 0; server < ServerCount; ++server) {
-        (*m_daemons)[server].clearAnswers();
+        m_daemons[server].clearAnswers();
     }
-    m_daemons->takeCalls();
+    m_daemons.takeCalls();
     makeRoundTrip();
-    m_monitor->clear();
+    m_monitor.clear();
 }
 
 void tst_RequestMethods::everyMethodIsCalledByItsName()
@@ -212,7 +201,7 @@ void tst_RequestMethods::theBlockingCallSendsTheSame()
     // The daemon implements neither.
     SEND_AND_COMPARE(request, "Refused org.freedesktop.DBus.Error.UnknownMethod: no such method");
 
-    const QList<WireMessage> calls = m_daemons->takeCalls();
+    const QList<WireMessage> calls = m_daemons.takeCalls();
     QCOMPARE(calls.size(), 2);
     QCOMPARE(calls.at(1).line(), calls.at(0).line());
     QCOMPARE(calls.at(1).destination, calls.at(0).destination);
@@ -587,7 +576,7 @@ void tst_RequestMethods::answerHasTheTypeOfTheMethod()
     QCOMPARE(code.errorText(), text("no"));
 
     request.setCall(HNIPC_METHOD(supplyModuleReady), 1, -1, text("label"));
-    (*m_daemons)[SUPPLYD].answer("supplyModuleReady", "()");
+    m_daemons[SUPPLYD].answer("supplyModuleReady", "()");
     outcomeOfSending(request);
     const HNIPCAnswer<void> ready(request);
     QVERIFY(ready.isAnswered());
@@ -684,7 +673,7 @@ void tst_RequestMethods::singleCallCallsAFunction()
         isCalled = true;
     });
     gone.reset();
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QVERIFY(!isCalled);
 #endif
 }
@@ -783,7 +772,7 @@ void tst_RequestMethods::methodWithoutAnswerTakesAny()
 {
     const char *const bodies[] = { "()", "(5,)", "('text', true)", "((1,),)" };
     for (const char *const body : bodies) {
-        (*m_daemons)[IOEXPD].answer("printerSoftCancel", body);
+        m_daemons[IOEXPD].answer("printerSoftCancel", body);
         HNIPCRequest request;
         request.setCall(HNIPC_METHOD(printerSoftCancel));
         SEND_AND_COMPARE(request, "Answered");
@@ -820,7 +809,7 @@ void tst_RequestMethods::recordMayHaveAnyNumberOfFields()
 {
     QFETCH(QByteArray, record);
     QFETCH(int, fields);
-    (*m_daemons)[SUPPLYD].answer("supplyInformation", '(' + record + ",)");
+    m_daemons[SUPPLYD].answer("supplyInformation", '(' + record + ",)");
     HNIPCRequest request;
     request.setCall(HNIPC_METHOD(supplyInformation));
     SEND_AND_COMPARE(request, "Answered");

@@ -227,8 +227,6 @@ class tst_ScreenClasses : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
     void init();
 
     void canBeRegistered_data() { addTable(screenClasses); }
@@ -249,19 +247,15 @@ private Q_SLOTS:
     void availability();
 
 private:
-    WirePeer &m4() { return (*m_daemons)[M4]; }
+    WirePeer &m4() { return m_daemons[M4]; }
 
-    QScopedPointer<AsyncDaemons> m_daemons;
+    AsyncDaemons m_daemons;
 };
-
-void tst_ScreenClasses::initTestCase() { m_daemons.reset(new AsyncDaemons); }
-
-void tst_ScreenClasses::cleanupTestCase() { m_daemons.reset(); }
 
 void tst_ScreenClasses::init()
 {
     m4().clearAnswers();
-    m_daemons->takeCalls();
+    m_daemons.takeCalls();
 }
 
 // ---- The meta-objects ----------------------------------------------------------------------
@@ -389,7 +383,7 @@ void tst_ScreenClasses::commandThatIsRefused()
     QVERIFY(feed.send());
     QVERIFY(feed.waitForHandler("onFinished", 1));
     QCOMPARE(feed.texts("outcome reason done"), QByteArray("NotSent, InvalidArguments, false"));
-    QVERIFY(m_daemons->passFence());
+    QVERIFY(m_daemons.passFence());
     QCOMPARE(m4().calls().size(), 0);
 }
 
@@ -407,7 +401,7 @@ void tst_ScreenClasses::reading()
     QVERIFY(lid.count("onChanged") > 0);
 
     m4().hold("printerLid");
-    QVERIFY(m_daemons->emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_M4PrinterLid", "(true,)"));
     QVERIFY(lid.become(state, "true, false, true, NoReason"));
     QVERIFY(waitUntil([this]() { return m4().held() == 1; }));
     m4().answerHeld(0, "(true,)");
@@ -433,7 +427,7 @@ void tst_ScreenClasses::reading()
 
 void tst_ScreenClasses::readingOfAProperty()
 {
-    (*m_daemons)[SUPPLYD].answer("supplyRibbon1RGBs", "(['#00aeef', '#ec008c'],)");
+    m_daemons[SUPPLYD].answer("supplyRibbon1RGBs", "(['#00aeef', '#ec008c'],)");
     Script colours("HNIPCReading");
     QVERIFY(colours.write("method", "qmlRibbonColorRGBs"));
     QVERIFY(colours.become("known", "true"));
@@ -448,7 +442,7 @@ void tst_ScreenClasses::events()
     Script events("HNIPCEvents");
     QVERIFY(events.become("listening", "true"));
     QCOMPARE(events.count("onListeningChanged"), 1);
-    QVERIFY(m_daemons->emitSignal(M4, "M4_M4UserSetting", "(3, 120)"));
+    QVERIFY(m_daemons.emitSignal(M4, "M4_M4UserSetting", "(3, 120)"));
     QVERIFY(events.waitForHandler("onReceived", 1));
     QCOMPARE(events.lastEmission(),
              emission("received(QString,QVariantList)",
@@ -461,14 +455,14 @@ void tst_ScreenClasses::availability()
     Script daemons("HNIPCAvailability");
     QVERIFY(daemons.become(state, "true, true, true, true"));
     for (int server = 0; server < ServerCount; ++server) {
-        m_daemons->stop(server);
+        m_daemons.stop(server);
     }
     QCOMPARE(daemons.texts(state), QByteArray("true, false, false, false"));
     QCOMPARE(daemons.count("onM4Changed"), 2);
     for (int server = 0; server < ServerCount; ++server) {
         const char *const states[] = { "true, true, false, false", "true, true, true, false",
                                        "true, true, true, true" };
-        m_daemons->start(server);
+        m_daemons.start(server);
         QCOMPARE(daemons.texts(state), QByteArray(states[server]));
     }
 }

@@ -7,6 +7,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QVariant>
 
+typedef QList<QByteArray> Lines;
+
 // An emission as one line of text with the type and the value of each argument.
 QByteArray emission(const QByteArray &signature, const QVariantList &arguments = QVariantList());
 
@@ -16,14 +18,14 @@ class SignalRecorder : public QObject
 public:
     explicit SignalRecorder(QObject *sender);
 
-    QList<QByteArray> emissions() const { return m_emissions; }
-    QList<QByteArray> take();
+    Lines emissions() const { return m_emissions; }
+    Lines take();
 
     virtual int qt_metacall(QMetaObject::Call call, int id, void **arguments);
 
 private:
     QObject *m_sender;
-    QList<QByteArray> m_emissions;
+    Lines m_emissions;
 };
 
 #endif
