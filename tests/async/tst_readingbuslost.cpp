@@ -29,6 +29,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     daemons[M4].hold("getAlert");
     daemons.stop(SUPPLYD);
 
+    WireMonitor monitor;
     RecordedReading current("getError");
     RecordedReading known("getAlert", "Alert", 0);
     RecordedReading underWay("getAlert");
@@ -42,6 +43,12 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     QVERIFY(waitUntil([&]() { return failed.reason() == HNIPCRequest::DaemonError; }));
     QVERIFY(waitUntil([&]() { return absent.reason() == HNIPCRequest::DaemonAbsent; }));
     QVERIFY(waitUntil([&]() { return invalid.reason() == HNIPCRequest::UnknownMethod; }));
+
+    // The daemon that is not running is not called, although the bus has reported the others.
+    const QList<WireMessage> messages = monitor.take();
+    for (const WireMessage &message : messages) {
+        QVERIFY(message.destination != "org.hnipc.supplyd");
+    }
 
     RecordedReading *const readings[] = { &current, &known, &failed, &absent };
     for (RecordedReading *const reading : readings) {
