@@ -1005,18 +1005,18 @@ void tst_Request::eachDaemonHasItsShare()
 
 void tst_Request::deadlineCountsFromSend()
 {
-    const int deadline = 200;
     Requests requests(mostInFlight, "getAlert");
     QVERIFY(requests.allAreSent());
     QVERIFY(isHeld(mostInFlight));
 
     // A deadline that started with the turn of the request would pass after that of the measure,
     // which gets no turn. If the machine stops for a while, an attempt shows nothing, so there are
-    // several.
+    // several, with longer and longer deadlines.
     bool isShown = false;
     for (int attempt = 0; attempt < 20 && !isShown; ++attempt) {
+        const int deadline = 200 * (attempt + 1);
         RecordedRequest request("getAlert", deadline);
-        RecordedRequest measure("getAlert", deadline + deadline / 4);
+        RecordedRequest measure("getAlert", deadline + deadline * 2 / 5);
         bool isFirst = false;
         Listener listener(&request, SIGNAL(finished()), [&]() { isFirst = measure.isPending(); });
         QVERIFY(request.send());
