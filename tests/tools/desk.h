@@ -5,6 +5,10 @@
 #include "support/process.h"
 #include "support/wirepeer.h"
 
+#include <hnipc/supplyinformation.h>
+
+#include <QtDBus/QDBusMetaType>
+
 #include <map>
 #include <memory>
 
@@ -37,6 +41,7 @@ class Desk
 public:
     explicit Desk(const QStringList &daemons)
     {
+        qDBusRegisterMetaType<SupplyInformation>(); // see lsan.supp
         const QList<QByteArray> interfaces = { "IOEXPD", "M4", "SUPPLYD" };
         for (const QByteArray &interface : interfaces) {
             m_peer.listen("type='signal',interface='local.IHNIPC" + interface + "'");

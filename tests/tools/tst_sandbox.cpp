@@ -15,6 +15,7 @@
 #include <QtCore/QUuid>
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusConnectionInterface>
+#include <QtDBus/QDBusMetaType>
 #include <QtDBus/QDBusReply>
 #include <QtTest/QTest>
 
@@ -1225,6 +1226,7 @@ static int printNames()
 
 static int useClient()
 {
+    qDBusRegisterMetaType<SupplyInformation>(); // see lsan.supp
     HNIPC printer;
     bool heard = false;
     QObject::connect(&printer, &HNIPC::M4Dac0, [&heard](quint32 value) {
