@@ -15,8 +15,8 @@ QString dataFile(const QString &name);
 /// The names of all the files in the data directory @p name, such as "scenarios".
 QStringList dataFiles(const QString &name);
 
-/// The same for the description of a D-Bus interface, such as "local.IHNIPCM4". The directory is
-/// share/dbus-1/interfaces, or "interfaces" in HNIPC_DATA_DIR.
+/// The path of the description of a D-Bus interface, such as "local.IHNIPCM4". It is searched in the
+/// same places: in "interfaces" of HNIPC_DATA_DIR, then in share/dbus-1/interfaces.
 QString interfaceFile(const QString &interfaceName);
 
 /// The path of another HNIPC program, such as "hnipc-simulator", in the directory of this program. A

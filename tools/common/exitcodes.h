@@ -9,7 +9,7 @@ enum ExitCode {
     Done = 0,
     Failed = 1,          ///< a failure without a code of its own
     WrongUsage = 2,      ///< an unknown option or command, or the wrong number of arguments
-    NoBus = 3,           ///< the bus is not running, or the user has no right
+    NoBus = 3,           ///< the bus is not running, or denies this user access
     DaemonAbsent = 4,    ///< the daemon is not running
     Refused = 5,         ///< the daemon replied with an error
     NoAnswer = 6,        ///< the daemon did not reply in time

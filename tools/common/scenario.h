@@ -16,7 +16,7 @@ namespace Toolkit {
 struct Act
 {
     int at = 0;             ///< milliseconds from the start
-    QString daemon;         ///< "ioexpd", "m4" or "supplyd"; empty with "say" for all of them
+    QString daemon;         ///< "ioexpd", "m4" or "supplyd"; may be empty for "say"
     QString verb;           ///< a method of org.hnipc.Simulator, or "call", "start", "stop", "say"
     QVariantList arguments; ///< of that method, in their D-Bus types; for "call" the name of a
                             ///< method of the daemon's interface; for "say" the text

@@ -76,8 +76,8 @@ int chooseMethod(const Contract &contract, const QString &wanted, const QStringL
 
 namespace {
 
-// Writes the byte array to the file. It is empty if the daemon has none, such as the picture of an
-// unknown supply. Returns the error; null on success.
+// Writes the byte array to the file. An empty one is an error: the daemon has no picture of an unknown
+// supply, for example. Returns the error; null on success.
 QString save(const QByteArray &bytes, OutputFile *file)
 {
     if (bytes.isEmpty()) {

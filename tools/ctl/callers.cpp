@@ -15,8 +15,8 @@ QByteArray content(uint process, const char *name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// The kernel's name of a process is that of a script, not of its interpreter, but is cut after 15
-// characters. If it is cut, the first argument has the whole name.
+// The kernel's name of a process is better than the first argument: for a script, it is the script and
+// not the interpreter. But it is cut after 15 characters.
 QString programOf(uint process)
 {
     const QByteArray name = content(process, "comm").chopped(1);

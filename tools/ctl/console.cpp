@@ -105,7 +105,7 @@ void onWokenUp(int number, std::function<void()> handler)
     wakeUpHandlers[number] = std::move(handler);
 }
 
-// Outside of strings, JSON has no such characters but line ends, which stay; strings have none.
+// printable()'s escapes are valid in JSON strings. Outside of strings, only the line ends need none.
 QByteArray printableJson(const QByteArray &json)
 {
     return Toolkit::printable(QString::fromUtf8(json), U'\n').toUtf8();

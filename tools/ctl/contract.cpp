@@ -19,7 +19,7 @@ using namespace Toolkit;
 
 namespace {
 
-// The method that reads each property: the only thing here that is in no meta-object.
+// The method that reads each property. No meta-object has this.
 const struct
 {
     const char *property;
@@ -79,7 +79,7 @@ QString wireSignature(const QList<Parameter> &parameters)
     return result;
 }
 
-// The description that belongs to this overload of a method or signal.
+// Identifies an overload of a method or signal.
 QString keyOf(const QString &name, const QString &signature)
 {
     return name + QLatin1Char(' ') + signature;
@@ -191,7 +191,7 @@ bool Contract::loadMethods(QString *error)
             continue;
         }
         if (member.attributes() & QMetaMethod::Cloned) {
-            // The form with all parameters, as on the bus, comes before those with default arguments.
+            // moc lists the full parameter list first, then a clone for each default argument.
             m_methods.back().required = member.parameterCount();
             continue;
         }

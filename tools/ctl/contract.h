@@ -34,7 +34,7 @@ struct Method
     QString declaration() const;
     /// Its types alone: "supplyRibbonColorName(QString,int)".
     QString signature() const;
-    /// The type of its result, as there; empty for none.
+    /// The type of its result, as in the client's header; empty for none.
     QString result() const;
 
     QString name;

@@ -25,7 +25,8 @@ namespace {
 
 const size_t mostAtOnce = 64;
 
-// A process without a terminal, where fifty would ask for passwords at once. It ends with its parent.
+// A process without a terminal: otherwise the ssh of each printer would ask for a password there, all
+// at the same time. It ends with its parent.
 class Child : public QProcess
 {
 public:
@@ -171,8 +172,8 @@ QString rowOf(const QJsonValue &result)
     return Console::printable(compact(result));
 }
 
-// The last line on standard error, without the program's name. If @p own is null, the last line of the
-// program itself: the reason for its failure. Otherwise the last line that is not @p own: that of ssh.
+// The last line of hnipcctl on standard error, without the program's name. If @p own is set, the last
+// line that is not @p own, which is the line of ssh.
 QString lastWord(const QByteArray &errors, const QString &own = QString())
 {
     const QString name = QStringLiteral("hnipcctl: ");

@@ -24,7 +24,7 @@ struct FleetQuestion
     int timeout;       ///< to reach a printer, and for its reply; in ms
     bool json;
     bool inLines = false; ///< the command prints lines until it ends, not one value
-    int mostLines = -1;   ///< of all printers together, then all end; negative for no limit
+    int mostLines = -1;   ///< the limit for all printers together; negative for none
     QByteArray input;     ///< the standard input for each printer
     /// If it is set, no rows are printed. It is called at the end with the replies of all printers, and
     /// returns the exit code. The timeout is then for both together: to reach a printer, and its reply.

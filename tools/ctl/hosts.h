@@ -5,7 +5,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/// The error in a printer's name, which ssh would take for something else; empty if there is none.
+/// The error in a printer's name that ssh would not take as one name; empty if it is valid.
 QString wrongHost(const QString &host);
 
 /// Adds the printers of a file, one in each line; # begins a comment. Returns the exit code.
@@ -34,8 +34,8 @@ private:
     Q_DISABLE_COPY(ReachingDeadline)
 };
 
-/// The first argument for which this program runs ssh, with the arguments that follow, for such an
-/// address. ssh then ends with the program that started it, even while it is connecting.
+/// With this first argument, which busAddress() uses, the program runs ssh with the arguments that
+/// follow. ssh then ends with the program that started it, even while it is connecting.
 extern const char becomeSshOption[];
 int becomeSsh(char *words[]);
 

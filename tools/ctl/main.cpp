@@ -291,7 +291,7 @@ int connectToBus(Context *context, const QString &address, const QString &host)
         return noBus(address, host, context->bus.lastError().message());
     }
     if (qEnvironmentVariableIsSet(unattendedVariable)) {
-        Console::write("\n"); // the fleet's sign that the printer has been reached
+        Console::write("\n"); // for askFleet(): the printer has been reached
         Console::flush();
     }
     return Done;

@@ -219,7 +219,7 @@ private:
         EarlierMetrics::Daemon state = m_earlier->daemon(printer, name);
         for (const QJsonValue &value : result.value(QLatin1String("daemons")).toArray()) {
             const QJsonObject daemon = value.toObject();
-            // The printer chooses both texts. They are compared with labels, so they have that form.
+            // Both strings come from the printer, and are compared with labels of the earlier file.
             const QString owner = labelOf(daemon.value(QLatin1String("owner")));
             if (daemon.value(QLatin1String("name")).toString() == name && !owner.isEmpty()) {
                 const QString bus = labelOf(result.value(QLatin1String("bus")));

@@ -26,8 +26,8 @@ private:
 /// "; did you mean A, B?", with the names that are similar to @p name; empty if none is.
 QString didYouMean(const QString &name, const QStringList &names);
 
-/// "no method NAME; did you mean A, B?". If NAME is a property or a signal: this, and the command for
-/// it.
+/// "no method NAME; did you mean A, B?". If NAME is a property or a signal, says so, with the command
+/// for it.
 QString noSuch(const char *kind, const QString &name, const QStringList &names,
                const Contract &contract);
 

@@ -170,8 +170,8 @@ private:
         return Toolkit::Done;
     }
 
-    // Checks that all owners are simulated daemons: only they reply to this method with a list. A
-    // program may reply to any method.
+    // Checks that all owners are simulated daemons: only they reply to this method with a list of
+    // strings. Another program may reply to every call with something else.
     int check(const std::map<const Daemon *, QString> &owners)
     {
         std::vector<std::tuple<const Daemon *, QString, QDBusPendingCall>> questions;

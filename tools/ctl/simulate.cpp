@@ -25,7 +25,8 @@ namespace {
 const QString daemonAnnotation = QStringLiteral("org.hnipc.Simulator.Daemon");
 const QString everyMember = QStringLiteral("*");
 
-// The places of rolls. The list of ribbons has empty SKUs before and after that of a place.
+// The places of rolls. To load one ribbon, "load" sends a list with empty SKUs for the other places:
+// so many before this one, and so many after it.
 // clang-format off
 const struct { const char *name; bool isSupply; int before; int after; } places[] = {
     { "supply", true, 0, 0 },
@@ -216,7 +217,7 @@ struct Request
 {
     const InterfaceMember *act = nullptr;
     QVariantList arguments;              ///< all but the value of "set"
-    QString reading;                     ///< checked by the simulated daemons only
+    QString reading;                     ///< only the simulated daemons know the valid names
     QString value;                       ///< of "set"
     std::vector<const Daemon *> daemons; ///< those that the act may be for
 };
@@ -428,8 +429,8 @@ private:
     QElapsedTimer m_clock;
 };
 
-// The daemons that are simulated and have replied. @p why becomes the outcome of another daemon: that
-// of a real one, or one that does not reply, is preferred to that of one that is not running.
+// The daemons that are simulated and have replied. Sets @p why to the failure of another daemon,
+// preferably of one that is running.
 std::vector<const Daemon *> present(const Simulators::Answers &answers, Outcome *why)
 {
     std::vector<const Daemon *> result;

@@ -35,8 +35,8 @@ struct Questions
     QDBusPendingCall owner;
     QDBusPendingCall pid;
     QDBusPendingCall player;
-    // Only this shows whether a daemon without properties replies. The player's object is no use: Qt
-    // itself replies that a daemon does not have it.
+    // Shows whether a daemon without properties replies. The reply to playerCall() does not show it: if
+    // the object does not exist, Qt sends the error reply itself.
     QDBusPendingCall introspection;
 };
 

@@ -164,7 +164,7 @@ QString wireSignature(const WireMessagePointer &message)
     return QString::fromLatin1(dbus_message_get_signature(message.get()));
 }
 
-// The types of a reply that are not those of the method's description; null if they are.
+// The types of the reply if they differ from the method's description; otherwise null.
 QString otherReply(const TracedCall &call)
 {
     if (!call.declared || call.how != CallEnd::Reply) {

@@ -35,7 +35,7 @@ public:
 
     /// Sets a reading and emits its signal.
     bool set(int reading, const QVariant &value);
-    /// The same, unless the reading has this value already.
+    /// Does the same if the value differs from that of the reading.
     bool change(int reading, const QVariant &value);
     /// Takes a new measurement. Each is different, but every run has the same sequence.
     bool measure(int reading);
