@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# The rules of the system bus for the daemons, and the users of the daemons. The pulse operations,
-# which applications may not call, are those of the interface descriptions.
+# Generates the bus policy for the daemons, and the users of the daemons. The pulse operations, which
+# applications may not call, are read from the interface descriptions.
 
 set(HNIPC_DAEMON_USER root CACHE STRING "The user of the daemons that have no user of their own")
 set(HNIPC_IOEXPD_USER "" CACHE STRING "The user of the I/O expander's daemon")
@@ -85,7 +85,8 @@ function(hnipc_write_policy file HNIPC_CLIENT_GROUP users)
         string(APPEND rules_for_clients "${rules_to_call_${daemon}}")
     endforeach()
 
-    # One element for each user, in which no rule for a client follows one for the same daemon.
+    # One element for each user, with the rules either to be a daemon or to call it. With an element
+    # for each daemon, a rule to call could override a rule to be one, because the last one applies.
     set(names ${users})
     list(REMOVE_DUPLICATES names)
     foreach(name IN LISTS names)

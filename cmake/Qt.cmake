@@ -53,7 +53,7 @@ else()
 endif()
 message(STATUS "HNIPC ${PROJECT_VERSION} for Qt ${HNIPC_QT}")
 
-# Qt 4 has another QML. By default, the module is installed where Qt looks for modules.
+# The module needs the QML of Qt 5 or 6. By default, it is installed where Qt searches for modules.
 if(NOT HNIPC_QT EQUAL 4)
     set(HNIPC_QML AUTO CACHE STRING "The QML module and the front panel: ON, OFF, or AUTO to build them if Qt's QML is found")
     set_property(CACHE HNIPC_QML PROPERTY STRINGS AUTO ON OFF)

@@ -2,8 +2,8 @@
 # shellcheck shell=bash disable=SC2034 # used by other scripts
 # Sourced. need_packages installs the named Debian packages that are missing.
 
-# The packages to build and run the programs and the QML module. To run, the front panel needs its QML
-# modules and a font.
+# The packages to build and run the programs and the QML module. The front panel needs the QML modules
+# and the font at run time.
 packages_of_programs=(cmake g++ make pkg-config libglib2.0-dev libdbus-1-dev dbus fonts-dejavu-core)
 packages_of_programs_qt5=(qtbase5-dev qtdeclarative5-dev qttools5-dev-tools qml-module-qtquick2)
 packages_of_programs_qt6=(qt6-base-dev qt6-declarative-dev qt6-l10n-tools qml6-module-qtquick

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Sourced. has_module and has_panel check whether a build has the QML module and the front panel. It
-# has neither with HNIPC_QML=OFF.
+# Sourced. has_module and has_panel check whether a build has the QML module and the front panel.
+# HNIPC_QML=OFF builds neither.
 
 has_target() {
     local targets

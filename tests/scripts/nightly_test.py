@@ -94,7 +94,7 @@ class Table(unittest.TestCase):
             ('good', 'passed', ''),
             ('bad', 'failed', 'exited with 3'),
             ('killed', 'failed', 'was killed by signal 9'),
-            ('hung', 'failed', 'had not ended after 0 minutes'),
+            ('hung', 'failed', 'did not end within 0 minutes'),
             ('elsewhere', 'not run', 'there is no printer'),
             ('last', 'passed', ''),
         ])
@@ -262,7 +262,7 @@ class Table(unittest.TestCase):
         self.assertEqual(self.results('midway'), [
             ('first', 'failed', 'exited with 1'),
             ('second', 'stopped', 'was running when this was written'),
-            ('third', 'not run', 'its turn has not come yet'),
+            ('third', 'not run', 'not started yet'),
         ])
 
     def test_control_characters_are_not_in_the_report(self):
@@ -286,7 +286,7 @@ class Table(unittest.TestCase):
     def test_choice(self):
         rows = [('a', 'true'), ('b', 'true'), ('c', 'exit 1')]
         self.assertEqual(self.run_nightly(*rows, arguments=['--only', 'b', 'a']), 0)
-        results = [('a', 'passed', ''), ('b', 'passed', ''), ('c', 'not run', 'it was not chosen')]
+        results = [('a', 'passed', ''), ('b', 'passed', ''), ('c', 'not run', 'not chosen')]
         self.assertEqual(self.results(), results)
         self.assertEqual(self.run_nightly(*rows, arguments=['--list', '--only', 'c']), 0)
         self.assertEqual(self.output.split(), ['c', 'exit', '1'])
