@@ -80,7 +80,7 @@ def bus_lost(daemon: Optional[str] = None) -> CallFailed:
 
 def timed_out(daemon: str, seconds: Optional[float], is_sent: bool) -> CallFailed:
     text = "{} did not reply within {:g} s" if is_sent else \
-        "the bus did not take the call to {} within {:g} s"
+        "the bus did not accept the call to {} within {:g} s"
     return (Unknown if is_sent else NotSent)(Reason.TimedOut, ERROR + "Timeout",
                                              text.format(daemon, seconds))
 
@@ -130,7 +130,7 @@ def integer(kind: str, value: Any) -> int:
 
 
 def fit(kind: str, value: Any) -> Any:
-    """The value as the binding takes it for this D-Bus type. Raises Misfit if it does not fit."""
+    """The value as jeepney expects it for this D-Bus type. Raises Misfit if it does not fit."""
     if kind in RANGES:
         return integer(kind, value)
     if kind == "v":
@@ -151,7 +151,7 @@ def fit(kind: str, value: Any) -> Any:
 
 
 def fit_all(name: str, signature: str, values: Tuple[Any, ...]) -> Tuple[Any, ...]:
-    """The values as the binding takes them. Raises TypeError or ValueError if one does not fit."""
+    """The values as jeepney expects them. Raises TypeError or ValueError if one does not fit."""
     types = complete_types(signature)
     if len(types) != len(values):
         raise TypeError(f"{name}: {len(values)} values, expected {len(types)}")
@@ -208,7 +208,7 @@ def fitting(forms: Tuple[Method, ...],
                f"{arguments[furthest]!r:.200} is not {' or '.join(misfits)}")
 
 
-LONGEST = 20 * 24 * 3600  # seconds, because of epoll(); longer waits have no limit
+LONGEST = 20 * 24 * 3600  # seconds; epoll() refuses longer timeouts, so they become no timeout
 
 
 def seconds_of(timeout: Any) -> Optional[float]:
@@ -251,7 +251,7 @@ def complete_types(signature: str) -> Tuple[str, ...]:
 
 
 def plain(value: Any, signature: str) -> Any:
-    """The value that the binding has read, without the types of its variants."""
+    """The value that jeepney has read, without the types of its variants."""
     if signature[0] not in "av(":
         return value
     if signature == "v":
@@ -338,7 +338,7 @@ def kinds_of(kinds: Tuple[Kind, ...]) -> Tuple[Type[Any], ...]:
 
 
 class Inbox:
-    """What has arrived: replies, events that were not taken yet, owners of the daemons' names."""
+    """The received replies, events that were not returned yet, and owners of the daemons' names."""
 
     def __init__(self) -> None:
         self.owners: Dict[str, str] = {}
@@ -422,7 +422,7 @@ class Expectation:
 
 
 def bus_address(address: Optional[str]) -> str:
-    """The address of the bus. The binding uses the first one of a list."""
+    """The address of the bus. jeepney uses only the first one of a list."""
     return (address or os.environ.get("DBUS_SYSTEM_BUS_ADDRESS")
             or "unix:path=/run/dbus/system_bus_socket")
 

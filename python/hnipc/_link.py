@@ -29,7 +29,7 @@ class Link:
         self._process = os.getpid()
         try:
             self.connection = DBusConnection(prep_socket(get_bus(self.address), timeout=seconds))
-        except Exception as error:  # the binding raises many types
+        except Exception as error:  # jeepney raises many types
             raise core.no_bus(f"{self.address}: {error}") from error
         self.is_open = True
 
@@ -64,7 +64,7 @@ class Link:
             except OSError:
                 self.close()
             except Exception:
-                # The binding cannot read this message. It has removed it from the stream.
+                # jeepney cannot read this message, which it has removed from the stream.
                 parser.next_msg_size = None
             except BaseException:
                 if not is_waiting:  # a part of the stream may be lost
@@ -120,7 +120,7 @@ class AsyncLink:
     async def open(self, seconds: Optional[float]) -> None:
         try:
             self._connection = await asyncio.wait_for(open_dbus_connection(self.address), seconds)
-        except Exception as error:  # the binding raises many types
+        except Exception as error:  # jeepney raises many types
             raise core.no_bus(f"{self.address}: {error}") from error
         self.is_open = True
         self._task = asyncio.get_running_loop().create_task(self._receive())

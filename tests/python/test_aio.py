@@ -165,7 +165,7 @@ def test_a_call_that_is_cancelled(served):
     run(served.address, act)
 
 
-def test_bus_that_goes_away(bus):
+def test_lost_bus(bus):
     async def act(printer):
         server = Server(bus.address, "org.hnipc.m4")
         pending = await begun(printer.getError())
@@ -203,7 +203,7 @@ def test_halted_bus(bus):
         run(bus.address, act, timeout=0.05)
 
 
-def test_outside_of_its_statement():
+def test_outside_of_its_with_statement():
     printer = hnipc.aio.Printer()
     with pytest.raises(hnipc.NotSent, match="is closed or was lost"):
         asyncio.run(printer.getError())

@@ -65,7 +65,7 @@ def test_three_forms_of_one_method(client, wire):
         ("iit", (1, 2, 18446744073709551615))]
 
 
-def test_a_call_starts_no_daemon_and_takes_a_reply(client, wire):
+def test_a_call_starts_no_daemon_and_wants_a_reply(client, wire):
     client.getError()
     client.enableAudioAmp(True)
     assert len(wire.calls()) == 2

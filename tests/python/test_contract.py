@@ -27,7 +27,7 @@ def test_methods_are_those_of_the_table():
     assert forms_of_package() == table | {SHORT_MESSAGE}
 
 
-def test_what_can_be_left_out_is_what_the_client_has():
+def test_optional_arguments_are_those_of_the_client():
     shorter = {}
     for slot in slots():
         shorter[slot["name"]] = shorter.get(slot["name"], 0) + slot["optional"]

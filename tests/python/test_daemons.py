@@ -28,7 +28,7 @@ def client(bus):
         yield result
 
 
-def test_what_is_not_overridden_carries_nothing_out(daemons, client):
+def test_methods_that_are_not_overridden_do_nothing(daemons, client):
     switches = {"cutterCover", "cutterHome", "printerLid", "supplyLatch"}
     empty = {"": None, "b": True, "i": 0, "u": 0, "t": 0, "d": 0.0, "s": "", "as": [], "ay": b"",
              "a{sv}": {}, RECORD: hnipc.SupplyInformation()}
@@ -45,7 +45,7 @@ def test_what_is_not_overridden_carries_nothing_out(daemons, client):
 def test_all_pulses(daemons, client):
     expected = []
     for tag, daemon in SERVERS.items():
-        full = {}  # with all arguments: the first form of a pulse
+        full = {}  # the first form of a pulse has all arguments
         for operation, _, types in operations(tag):
             full.setdefault(operation, types)
         for operation, types in full.items():
@@ -64,7 +64,7 @@ def test_all_pulses(daemons, client):
         == sorted(expected, key=key)
 
 
-def test_a_pulse_that_the_bus_calls(daemons, client, peer):
+def test_a_pulse_that_is_called_over_the_bus(daemons, client, peer):
     assert peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "pulseErrorSignal", "i", 10) == (True,)
     assert next(client.events(timeout=25)) == hnipc.events.Error(10)
 
@@ -220,7 +220,7 @@ def test_one_name_has_one_daemon():
     assert not first.pulseErrorSignal(1)
 
 
-def test_calls_that_are_none_of_its_interface(peer):
+def test_calls_of_other_members(peer):
     with M4() as engine:
         for path, interface, member in (("/", "local.IHNIPCM4", "noSuchMethod"),
                                         ("/other", "local.IHNIPCM4", "getError"),
@@ -234,7 +234,7 @@ def test_calls_that_are_none_of_its_interface(peer):
 
 
 @pytest.mark.parametrize("daemon", CLASSES)
-def test_what_it_says_of_itself(peer, daemon):
+def test_introspection_data(peer, daemon):
     with CLASSES[daemon]():
         name = BUS_NAMES[daemon]
         peer.call(name, "/", "org.freedesktop.DBus.Peer", "Ping")

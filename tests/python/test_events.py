@@ -59,7 +59,7 @@ def test_all_events_arrive_in_order_with_their_values(peers, client):
     assert all(hasattr(hnipc.events, name) for name, _ in expected)
 
 
-def test_an_iteration_takes_what_it_names_and_leaves_the_rest(peers, client):
+def test_an_iteration_returns_only_the_events_that_it_names(peers, client):
     emit(peers, "M4_M4PrinterLid", True, types="b")
     emit(peers, "M4_Error", 10, types="i")
     emit(peers, "M4_M4PrinterLid", False, types="b")
@@ -78,7 +78,7 @@ def test_an_iteration_waits(peers, client):
     assert next(iter(client.events())) == (2,)
 
 
-def test_a_deadline_ends_a_wait_whatever_has_come(peers, client):
+def test_a_deadline_ends_a_wait_while_messages_arrive(peers, client):
     emit(peers, "M4_Error", 1, types="i")
     assert client._link.receive(time.monotonic()) is None
     events = client.events("Alert", timeout=0.05)
@@ -101,7 +101,7 @@ def test_unknown_events_are_refused(client):
         client.events(timeout=-1)
 
 
-def test_expect_takes_the_event_that_fits(peers, client):
+def test_expect_returns_the_event_that_fits(peers, client):
     with client.expect("M4UserSetting", setting=2, value=lambda value: value > 100) as expected:
         emit(peers, "M4_M4UserSetting", 2, 100, types="ii")
         emit(peers, "M4_M4UserSetting", 3, 101, types="ii")
@@ -110,7 +110,7 @@ def test_expect_takes_the_event_that_fits(peers, client):
     assert list(client.events(timeout=0)) == [(2, 100), (3, 101)]
 
 
-def test_no_event_is_judged_twice(peers, client):
+def test_each_event_is_examined_once(peers, client):
     judged = []
 
     def judge(value):
@@ -125,7 +125,7 @@ def test_no_event_is_judged_twice(peers, client):
     assert list(client.events(timeout=0)) == [(value,) for value in range(9)]
 
 
-def test_expect_fails_with_what_came_instead(peers, client):
+def test_expect_lists_the_events_that_arrived_instead(peers, client):
     emit(peers, "M4_M4PrinterLid", True, types="b")
     with pytest.raises(AssertionError) as raised:
         with client.expect("M4PrinterLid", value=True, timeout=0.05):
@@ -152,7 +152,7 @@ def test_expect_within_expect(peers, client):
         emit(peers, "M4_M4PrinterLid", True, types="b")
 
 
-def test_signals_that_are_none_of_the_daemons_are_ignored(bus, peers, client):
+def test_signals_that_do_not_fit_are_ignored(bus, peers, client):
     stranger = type(peers)(bus.address)
     to = client._link.connection.unique_name
     emit(stranger, "M4_Error", 1, types="i")
@@ -170,7 +170,7 @@ def test_signals_that_are_none_of_the_daemons_are_ignored(bus, peers, client):
     stranger.close()
 
 
-def test_messages_that_the_binding_cannot_read_are_ignored(peers, client):
+def test_messages_that_jeepney_cannot_read_are_ignored(peers, client):
     signal = new_signal(DBusAddress("/", interface="local.IHNIPCM4"), "M4_Error", "u", (1,))
     # The signature contains a file descriptor, but the message has none.
     client._link.connection.parser.add_data(signal.serialise(1).replace(b"\1u\0", b"\1h\0"))

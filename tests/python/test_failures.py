@@ -205,7 +205,7 @@ def test_an_interrupt_within_a_message_ends_the_connection(bus, client, monkeypa
 @pytest.mark.parametrize("forged", [
     new_signal(DBusAddress("/", interface="org.example"), "Forged", "i", (1,)),
     new_method_call(DBusAddress("/", "x.y", "org.example"), "Forged", "i", (1,))])
-def test_only_a_reply_is_a_reply(bus, client, forged):
+def test_other_messages_with_a_reply_serial_are_ignored(bus, client, forged):
     stranger = Peer(bus.address)
 
     def forge_first(server, call):
@@ -331,7 +331,7 @@ def test_the_address_of_the_environment(monkeypatch):
         hnipc.Printer()
 
 
-def test_bus_that_goes_away_during_a_call(bus, client):
+def test_lost_bus_during_a_call(bus, client):
     with pytest.raises(hnipc.CallFailed) as raised:
         answered(bus, "org.hnipc.m4", client.getError, lambda *_: bus.kill())
     check(raised, hnipc.Unknown, Reason.BusLost, ERROR + "Disconnected")
@@ -345,14 +345,14 @@ def test_bus_that_goes_away_during_a_call(bus, client):
     lambda client: next(client.events()), lambda client: next(client.events(timeout=25)),
     lambda client: client.availability(), lambda client: client.wait_for_daemon("m4"),
     lambda client: client.expect("Error").__enter__()])
-def test_waiting_for_a_bus_that_goes_away(bus, client, wait):
+def test_lost_bus_during_a_wait(bus, client, wait):
     bus.kill()
     with pytest.raises(hnipc.CallFailed) as raised:
         wait(client)
     assert raised.value.reason is Reason.BusLost
 
 
-def test_expecting_from_a_bus_that_goes_away(bus, client):
+def test_lost_bus_during_expect(bus, client):
     with pytest.raises(hnipc.CallFailed):
         with client.expect("Error"):
             bus.kill()
@@ -370,11 +370,11 @@ def test_halted_bus(bus, client):
         client.getError()
 
 
-def test_a_call_that_the_halted_bus_does_not_take_is_not_sent(bus, client):
+def test_a_call_that_the_halted_bus_does_not_accept_is_not_sent(bus, client):
     bus.signal(signal.SIGSTOP)
     with pytest.raises(hnipc.CallFailed) as raised:
         client.supplyMaterialName("x" * 16 * 1024 * 1024, timeout=0.2)
-    check(raised, hnipc.NotSent, Reason.TimedOut, ERROR + "Timeout", "did not take the call")
+    check(raised, hnipc.NotSent, Reason.TimedOut, ERROR + "Timeout", "did not accept the call")
     with pytest.raises(hnipc.CallFailed) as raised:
         client.getError()
     check(raised, hnipc.NotSent, Reason.BusLost, ERROR + "Disconnected")

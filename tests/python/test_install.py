@@ -20,7 +20,7 @@ LIMIT = 1200
 BUILT = pathlib.Path(hnipc.__file__).parent
 
 
-def test_what_is_installed_is_what_the_tests_use(tmp_path):
+def test_installed_package_is_the_tested_one(tmp_path):
     # A copy of the sources, because the build must not change the tree.
     for part in ("python", "interfaces", "include", "CMakeLists.txt"):
         source = TREE / part
@@ -57,7 +57,7 @@ def test_what_is_installed_is_what_the_tests_use(tmp_path):
     assert process.returncode == 0 and "1 passed" in process.stdout, process.stdout
 
 
-def test_it_says_what_it_is_built_from(tmp_path):
+def test_missing_interfaces_are_reported(tmp_path):
     shutil.copytree(TREE / "python", tmp_path / "python")
     process = subprocess.run([sys.executable, "setup.py", "--version"], cwd=tmp_path / "python",
                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
@@ -68,7 +68,7 @@ def test_it_says_what_it_is_built_from(tmp_path):
 @pytest.mark.parametrize("old, new, text", [
     ("int panel = 1);", "int panel = first());", "supplyRibbonColorName: the default first()"),
     ("int panel = 1);", "int panel = defaultPanel);", "supplyRibbonColorName")])
-def test_a_default_that_it_does_not_know_is_an_error(tmp_path, old, new, text):
+def test_an_unknown_default_is_an_error(tmp_path, old, new, text):
     for part in ("python", "interfaces", "include"):
         shutil.copytree(TREE / part, tmp_path / part)
     header = tmp_path / "include/hnipc/hnipc.h"

@@ -23,7 +23,7 @@ def test_the_package(tmp_path):
     assert mypy(PACKAGE, tmp_path) == (0, "Success: no issues found in 14 source files\n")
 
 
-def test_a_test(tmp_path):
+def test_the_types_of_a_test(tmp_path):
     assert mypy(TYPED / "sample.py", tmp_path) == (0, "Success: no issues found in 1 source file\n")
 
 

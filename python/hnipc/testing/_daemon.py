@@ -97,7 +97,7 @@ class Daemon:
         self._thread.start()
 
     def stop(self) -> None:
-        """Leaves the bus, as a daemon that crashes: pending calls get no reply from it."""
+        """Leaves the bus as a daemon that crashes does: it sends no reply to pending calls."""
         link, self._link = self._link, None
         if link is not None and self._thread is not None:
             with suppress(OSError):

@@ -69,8 +69,8 @@ class Sandbox:
         self._settle()
 
     def _settle(self) -> None:
-        """Waits until the supply daemon has informed the print engine of what is loaded."""
-        # A failed call means that one of them is not running.
+        """Waits until the supply daemon has sent the loaded rolls to the print engine."""
+        # If a call fails, one of them is not running.
         with closing(World(self.address)) as world, suppress(core.CallFailed):
             while world._act("supplyd", "names") and not world._act("m4", "get", "s", "supplyID"):
                 pass

@@ -26,7 +26,7 @@ def programs_of(address):
     return [process for process in result if process != os.getpid()]
 
 
-def test_what_a_failed_test_shows(pytester):
+def test_report_of_a_failed_test(pytester):
     pytester.makepyfile("""
         import pytest, hnipc
 
@@ -58,7 +58,7 @@ def test_what_a_failed_test_shows(pytester):
         r"-+ hnipc: output of the daemons -+", r"hnipc-sandbox: m4 exited with 1"])
 
 
-def test_what_a_fixture_shows_that_fails(pytester):
+def test_report_of_a_failed_fixture(pytester):
     pytester.makepyfile("""
         import pytest
 
@@ -82,7 +82,7 @@ def test_a_passed_test_shows_nothing(pytester):
     result.stdout.no_fnmatch_line("*hnipc: calls*")
 
 
-def test_a_bus_that_is_gone_does_not_hide_the_failure(pytester):
+def test_a_lost_bus_does_not_hide_the_failure(pytester):
     pytester.makepyfile("""
         import os
 
@@ -141,7 +141,7 @@ def test_scenario_by_marker(pytester):
     pytester.runpytest_subprocess(*PLUGIN, "--strict-markers").assert_outcomes(passed=2)
 
 
-def test_a_marker_that_is_wrong(pytester):
+def test_a_wrong_marker(pytester):
     pytester.makepyfile("""
         import pytest
 

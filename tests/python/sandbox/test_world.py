@@ -17,7 +17,7 @@ def test_the_sandbox_plays_the_system_bus(sandbox):
         assert printer.availability() == (True, True, True)
 
 
-def test_every_test_has_its_own(sandbox, printer, world):
+def test_every_test_has_its_own_sandbox(sandbox, printer, world):
     assert printer.getError() == 0
     world.set("printerLid", True)
     with Sandbox() as other, hnipc.Printer(other.address) as another:
@@ -42,7 +42,7 @@ def test_nothing_happens_after_a_start(sandbox, printer, world):
 
 
 @pytest.mark.parametrize("time", [1, 2])
-def test_the_next_test_begins_anew(printer, world, time):
+def test_each_test_has_a_new_printer(printer, world, time):
     assert printer.printerLid() is False
     world.set("printerLid", True)
 
