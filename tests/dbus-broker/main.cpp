@@ -90,7 +90,7 @@ std::string contentOf(int file)
     return result;
 }
 
-// The text after the key, up to one of the characters; empty without the key.
+// The part of the text from the key to the next of these characters; empty without the key.
 std::string behind(const std::string &key, const std::string &text, const char *end)
 {
     const std::size_t start = text.find(key);

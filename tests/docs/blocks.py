@@ -2,9 +2,9 @@
 """The code and the sessions that a page shows.
 
 Such a block is between lines of three backquotes. The line above it is a comment that names the
-file of the block, such as "<!-- from examples/client/main.cpp -->". The block is a run of lines of
-that file, moved to the left. A session of docs/sessions is shown completely, in one block or, if it
-has several parts, in one block for each.
+file of the block, such as "<!-- from examples/client/main.cpp -->". The block consists of
+consecutive lines of that file, moved to the left. Pages show all of a session of docs/sessions, each
+part of it in a separate block.
 """
 
 import os
@@ -50,7 +50,7 @@ def parts(session):
 
 
 def is_run(block, text):
-    """Returns True if the block is a run of the file's lines, moved to the left."""
+    """Returns True if the block consists of consecutive lines of the file, moved to the left."""
     lines = text.splitlines()
     return any(textwrap.dedent('\n'.join(lines[start:start + len(block)])) == '\n'.join(block)
                for start in range(len(lines) - len(block) + 1))
@@ -86,11 +86,11 @@ def faults(source, pages, sessions):
                 if block not in parts(read(origin.group(1))):
                     result.append(f'{place}: is not a part of {origin.group(1)}')
             elif not block or not is_run(block, read(origin.group(1))):
-                result.append(f'{place}: is not in {origin.group(1)} with these lines')
+                result.append(f'{place}: these lines are not in {origin.group(1)}')
         for number, command in doxygen_commands(read(page)):
             result.append(f'{page}:{number}: "{command}" is not Markdown')
         for number in shown.other_blocks(f'{source}/{page}'):
-            result.append(f'{page}:{number}: is not a command; code stands in a fenced block')
+            result.append(f'{page}:{number}: is not a command; code has to be in a fenced block')
     for session in sessions:
         for part in parts(read(session)):
             if (session, tuple(part)) not in parts_shown:

@@ -51,13 +51,13 @@ class Differences(unittest.TestCase):
         self.assertEqual(self.faults(self.block(self.PROGRAM)), [])
         self.assertEqual(self.faults(self.block('if (a) {\n    b();\n}\n')), [])
         self.assertEqual(self.faults(self.block('if (a) {\n        b();\n}\n')),
-                         ['page.md:4: is not in main.cpp with these lines'])
+                         ['page.md:4: these lines are not in main.cpp'])
         self.assertEqual(self.faults(self.block('if (a) {\n}\n')),
-                         ['page.md:4: is not in main.cpp with these lines'])
+                         ['page.md:4: these lines are not in main.cpp'])
         self.assertEqual(self.faults(self.block('int b;\n')),
-                         ['page.md:4: is not in main.cpp with these lines'])
+                         ['page.md:4: these lines are not in main.cpp'])
         self.assertEqual(self.faults(self.block('')),
-                         ['page.md:4: is not in main.cpp with these lines'])
+                         ['page.md:4: these lines are not in main.cpp'])
 
     def test_origin(self):
         self.assertEqual(self.faults('```cpp\nint a;\n```\n'),
@@ -67,7 +67,7 @@ class Differences(unittest.TestCase):
 
     def test_code_that_is_not_fenced(self):
         self.assertEqual(self.faults('Text\n\n    int a;\n'),
-                         ['page.md:3: is not a command; code stands in a fenced block'])
+                         ['page.md:3: is not a command; code has to be in a fenced block'])
         self.assertEqual(self.faults('Text\n\n    $ ls\n    page.md\n'), [])
 
     def test_plain_markdown(self):

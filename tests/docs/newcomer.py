@@ -76,7 +76,7 @@ def without_a_printer(newcomer):
     for command in commands:
         terminal.type(command)
 
-    # From here on in the sandbox in which the last commands were typed.
+    # The next commands are typed in the sandbox that the last ones have started.
     came = newcomer.type(terminal, address)
     bus = next(line for line in came if line.startswith('unix:'))
     other = newcomer.terminal('desk')
@@ -162,8 +162,8 @@ def main():
         on_a_printer(newcomer)
         guides(newcomer, qt)
     except shown.Failed as failure:
-        sys.exit(f'{failure}\nFAILED. What the terminals showed: {directory}/log')
-    print('README.md does what it shows.')
+        sys.exit(f'{failure}\nFAILED. The output of the terminals is in {directory}/log')
+    print('The output of all commands is the one that the pages show.')
 
 
 if __name__ == '__main__':

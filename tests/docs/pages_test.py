@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 """pages_test.py SOURCE INSTALLED QT PAGE: types each command that a page shows into a terminal, and
 compares the output with the page. INSTALLED is the prefix that scripts/demo has installed to. With
-"--all" instead of a page: checks that each command of each page is in a page that is tested, or has
-its reason here.
+"--all" instead of a page: checks that each command of each page is tested, or that NOT_PLAYED has the
+reason.
 """
 
 import glob
@@ -21,8 +21,8 @@ SIM = ('dbus-send --system --print-reply --dest=org.hnipc.{0} /simulator '
        'org.hnipc.Simulator.{1} >sim.log')
 LID = SIM.format('m4', 'set string:printerLid variant:boolean:{}')
 
-# The preparations of a command that the page does not show, such as starting the daemons. A page
-# without preparations is read at a shell that has the installed programs on its PATH.
+# What is typed before a command and is not in the page, such as the start of the daemons. The shell
+# has the installed programs on its PATH.
 STAGES = {
     'docs/guides/printer.md': {
         'hnipcctl status': ['hnipc-sandbox'],
@@ -94,14 +94,14 @@ NOT_PLAYED = {
             'scripts/newcomer runs it',
         'cmake --build build -j2': 'scripts/newcomer runs it',
         'cmake --install build': 'scripts/newcomer runs it',
-        'groupadd --system hnipc': 'takes root; scripts/newcomer runs it',
-        'usermod --append --groups hnipc kiosk': 'takes root; scripts/newcomer runs it',
-        'systemctl reload dbus': 'takes systemd as the first process',
+        'groupadd --system hnipc': 'needs root; scripts/newcomer runs it',
+        'usermod --append --groups hnipc kiosk': 'needs root; scripts/newcomer runs it',
+        'systemctl reload dbus': 'needs systemd as the first process',
     },
-    'docs/guides/fleet.md': {'scripts/metrics': 'downloads promtool and node_exporter, by hand'},
-    'docs/performance.md': {'scripts/bench': 'measures for minutes, by hand'},
-    'data/man/hnipcctl.1': {'wireshark printer.pcapng': 'is a window of its own'},
-    'docs/guides/watching.md': {'wireshark printer.pcapng': 'is a window of its own'},
+    'docs/guides/fleet.md': {'scripts/metrics': 'downloads promtool and node_exporter; run by hand'},
+    'docs/performance.md': {'scripts/bench': 'measures for minutes; run by hand'},
+    'data/man/hnipcctl.1': {'wireshark printer.pcapng': 'opens a window'},
+    'docs/guides/watching.md': {'wireshark printer.pcapng': 'opens a window'},
     'docs/guides/cross.md': dict.fromkeys((
         'cmake -S . -B build/armhf --toolchain cmake/toolchains/arm-linux-gnueabihf.cmake \\\n'
         '      -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \\\n'
@@ -114,10 +114,10 @@ NOT_PLAYED = {
         'cmake --build build/client',
         'file --brief build/client/hnipc-example-client',
         'hnipc-sandbox -- qemu-arm-static build/client/hnipc-example-client'),
-        'takes packages for armhf, and a build of its own; by hand'),
-    'docs/size.md': {'scripts/size': 'makes builds of its own, by hand'},
+        'needs packages for armhf and a separate build; run by hand'),
+    'docs/size.md': {'scripts/size': 'makes separate builds; run by hand'},
     'docs/reliability.md': {
-        'scripts/fuzz --minutes 10': 'takes ten minutes, by hand',
+        'scripts/fuzz --minutes 10': 'takes ten minutes; run by hand',
     },
 }
 
@@ -144,12 +144,12 @@ def played_pages():
 
 def reason(page, command):
     if command.text.startswith('sudo '):
-        return 'takes root, and is for the real system'
+        return 'needs root, and changes the real system'
     return NOT_PLAYED.get(page, {}).get(command.text)
 
 
 def check_all():
-    """Checks that no command is missing here, and that pages show all commands listed here."""
+    """Checks that the tables above have every command, and only commands that the pages show."""
     wrong = []
     for page in pages():
         all_commands = shown.commands(page)

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The commands that a page shows, and a terminal into which they are typed.
 
-A page shows a command after "$ ", and its output below it. "^C" is that key, for a command that
-does not end by itself; the output of such a command may have another order. "..." means lines that
-the page leaves out. A command without output on the page has to succeed, whatever it prints. A
-block without "$ " may consist of commands only.
+A page shows a command after "$ ", and its output below it. "^C" ends a command that does not end by
+itself; the lines of its output may be in another order. "..." stands for lines that the page leaves
+out. A command without output on the page has to succeed; its output is not compared. A block without
+"$ " may contain only commands.
 """
 
 import os
@@ -26,7 +26,7 @@ PROMPT = re.compile(r'@@(\d+)@@ ?')
 
 
 class Failed(Exception):
-    """The output is not the one that the page shows."""
+    """The output differs from the page."""
 
 
 class Command:
@@ -200,7 +200,7 @@ class Terminal:
             self._child.sendintr()
             self._until(lambda: self._exit_code() is not None, command)
             if self._exit_code() != INTERRUPTED:
-                self._fail(command, f'ended with {self._exit_code()}, and should go on')
+                self._fail(command, f'ended with {self._exit_code()}, but should continue')
         elif shown and self._has_jobs:
             self._until(lambda: self._exit_code() is not None
                         and self._fits(command, shown, True), command)
@@ -209,7 +209,7 @@ class Terminal:
             if not shown and self._exit_code() != 0:
                 self._fail(command, f'ended with {self._exit_code()}')
             if shown and not self._fits(command, shown, True):
-                self._fail(command, 'shows something else')
+                self._fail(command, 'the output differs')
 
     def close(self):
         """Exits from all shells."""
@@ -233,7 +233,7 @@ class Terminal:
         return None
 
     def came(self, command):
-        """What came after the command's own lines."""
+        """The output, which begins after the lines of the command itself."""
         result = []
         for line in self.lines()[command.text.count('\n') + 1:]:
             line = _without_what_varies(PROMPT.sub('', line).replace('^C', ''))
@@ -256,12 +256,12 @@ class Terminal:
         while not condition():
             if command and isinstance(command, Command) and command.needs_key \
                     and self._exit_code() is not None:
-                self._fail(command, f'ended with {self._exit_code()}, and should go on')
+                self._fail(command, f'ended with {self._exit_code()}, but should continue')
             try:
                 text = self._child.read_nonblocking(65536, timeout=1)
             except pexpect.TIMEOUT:
                 if time.monotonic() > end:
-                    self._fail(command, 'hangs, or shows something else')
+                    self._fail(command, 'hangs, or the output differs')
                 continue
             except pexpect.EOF:
                 self._fail(command, 'the terminal was closed')
@@ -273,5 +273,5 @@ class Terminal:
     def _fail(self, command, what):
         if not isinstance(command, Command):
             raise Failed(f'{what}: {command}\n' + '\n'.join(filter(None, self.lines())))
-        raise Failed(f'{command}\n  {what}\n  shown:\n    ' + '\n    '.join(command.shown)
-                     + '\n  came:\n    ' + '\n    '.join(self.came(command)[-60:]))
+        raise Failed(f'{command}\n  {what}\n  on the page:\n    ' + '\n    '.join(command.shown)
+                     + '\n  printed:\n    ' + '\n    '.join(self.came(command)[-60:]))

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 #
 # units_test.sh SOURCE TOOLS: checks the units that write the metrics. systemd can read them, the
-# service has few rights, and its commands write the metrics that node_exporter is to read.
+# service has few rights, and its commands write the file that node_exporter reads.
 
 set -euo pipefail
 source=$1
@@ -25,7 +25,7 @@ done
 unit hnipc-metrics-hosts.conf "$work/hosts/hnipc-metrics.service.d"
 
 for directory in "$work/local" "$work/hosts"; do
-    # A line that systemd ignores is no error, but a warning; other units have warnings, too.
+    # systemd only warns of a line that it ignores. It also warns of other units.
     systemd-analyze verify --man=no "$directory"/hnipc-metrics.{service,timer} >"$work/warnings" 2>&1 \
         || { cat "$work/warnings"; exit 1; }
     if grep hnipc-metrics "$work/warnings"; then
@@ -35,7 +35,7 @@ for directory in "$work/local" "$work/hosts"; do
         >"$work/security" || { cat "$work/security"; exit 1; }
 done
 
-# Without an empty one, the other command would run, too.
+# An empty ExecStart= removes the command of the unit, which would run, too.
 grep --quiet '^ExecStart=$' "$source/data/systemd/hnipc-metrics-hosts.conf"
 
 # command_of FILE: its command.

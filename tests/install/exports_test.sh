@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: MIT
 #
 # exports_test.sh LIBRARY SONAME CLASSES [calls|CLASS]: the shared library exports the public
-# classes and nothing else. CLASSES is a list with blanks between. With "calls" it also exports the
-# two operators of the supply record, the fourteen call members and the version; with CLASS also a
-# class that is not a QObject.
+# classes and nothing else. CLASSES is one argument, separated by blanks. With "calls", it also exports
+# the two operators of the supply record, the instances of HNIPCPrivate::call() and hnipcVersion();
+# with CLASS, also a class that is not a QObject.
 
 set -euo pipefail
 library=$1

@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 #
-# version_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME PACKAGE VERSION: every installed file that
-# states a version states the one in CMakeLists.txt.
+# version_test.sh SOURCE BUILD QT_MAJOR LIBRARY_NAME PACKAGE VERSION: every installed file with a
+# version has the version of CMakeLists.txt.
 
 set -euo pipefail
 source=$1

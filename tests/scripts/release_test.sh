@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # release_test.sh SOURCE: scripts/release names what is missing, runs the jobs of .ci/nightly in a
-# clone, and makes the release only if nothing is missing. In a small repository with the real scripts.
-# Its table of jobs has only commands that pass, fail, or change the tree.
+# clone, and makes the release only if nothing is missing. The real scripts run in a small repository.
+# Commands that pass, fail, or change the tree replace the jobs.
 
 set -euo pipefail
 source=$1
@@ -191,7 +191,7 @@ says 1 "Missing: 3." scripts/release 2.3.4
 rm -r "build/release/${next:0:12}"
 git reset --quiet --hard "$commit"
 
-# Nothing was made until now. A job that fails, or changes the tree, has not passed.
+# Nothing has been released until now. A job has not passed if it fails or changes the tree.
 if [ "$(git tag)" ] || [ -e build/release/2.3.4 ]; then
     echo "a part was released"
     failed=yes
@@ -234,7 +234,7 @@ FileCopyrightText: <text>2026 The HNIPC authors</text>" \
     "$(sed -n '/^FileName: .\/CHANGELOG.md$/,/^$/p' hnipc-2.3.4.spdx | sed '1,2d;/^$/d')"
 cp hnipc-2.3.4.{tar.gz,spdx} "$work"
 
-# Not twice.
+# A version is released only once.
 cd "$work/tree"
 says 1 "the tag v2.3.4 exists
 tests/baseline/recorded/released: 2.3.4 was released, as commit $commit" scripts/release 2.3.4

@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: scripts/demo and scripts/screenshots refuse an option without its value,
-# with a message. scripts/lint refuses unknown checks. The contact is everywhere that of CONTACT. Each
-# mutation of tests/mutations/list changes its file. scripts/mutate --sample accepts 3 % of missed
-# mutants.
+# with a message. scripts/lint refuses unknown checks. All files have the contact of CONTACT. Each
+# mutation of tests/mutations/list changes its file. scripts/mutate --sample accepts 3 % of mutants for
+# which no test fails.
 
 set -euo pipefail
 cd "$1"
