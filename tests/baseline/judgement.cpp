@@ -15,20 +15,21 @@ struct Rule
     const char *consequence; // "%" is replaced by the programs concerned
 };
 
-const char undefinedSymbol[] = "% compiled before that use it do not start: undefined symbol";
-const char otherResult[] = "% compiled before take the result for another type";
-const char layout[] = "% compiled before use the old layout of the object: each has to be compiled "
-                      "again";
-const char table[] = "% compiled before have the old virtual table, so that calls land in another "
-                     "function: each has to be compiled again";
-const char byIndex[] = "whatever keeps its index finds another in its place";
-const char byName[] = "whoever uses it by name finds nothing: connections by text, QML, the bus";
-const char callers[] = "whoever uses it by name gets another type: QML, the bus";
-const char handlers[] = "QML handlers written before use the parameter by its name";
-const char readers[] = "whoever reads the names at run time: introspection, callers generated from "
-                       "it, hnipcctl";
-const char isNew[] = "no one: it is new";
-const char otherEnumerator[] = "% compiled before have the old number";
+const char undefinedSymbol[] = "older % that use it do not start: undefined symbol";
+const char otherResult[] = "older % interpret the result as the old type";
+const char layout[] = "older % use the old layout of the object: they have to be compiled again";
+const char table[] = "older % have the old virtual table, so a call runs another function: they "
+                     "have to be compiled again";
+const char byIndex[] = "programs that use it by index use another member now";
+const char byName[] = "programs that use it by name do not find it: connections by string, QML, "
+                      "the bus";
+const char callers[] = "programs that use it by name get another type: QML, the bus";
+const char handlers[] = "older QML handlers use the old name of the parameter";
+const char readers[] = "programs that read the names at run time get other names: introspection, "
+                       "generated callers, hnipcctl";
+const char isNew[] = "no older program uses it";
+const char otherNames[] = "only callers that are generated again: they get other names";
+const char otherEnumerator[] = "older % use the old number";
 
 // The first matching rule applies. A change without a rule is a break.
 const Rule rules[] = {
@@ -41,8 +42,8 @@ const Rule rules[] = {
     { "answer", ResultChanged, Break, otherResult },
     { "class", Added, Addition, isNew },
     { "class", ResultChanged, Break,
-      "% compiled before make the object in its old size: each has to "
-      "be compiled again" },
+      "older % create the object with its old size: they have to be "
+      "compiled again" },
     { "member", Added, Break, layout },
     { "member", Removed, Break, layout },
     { "member", Moved, Break, layout },
@@ -54,8 +55,7 @@ const Rule rules[] = {
     { "virtual", Removed, Break, table },
     { "virtual", Moved, Break, table },
     { "virtual", ResultChanged, Break, otherResult },
-    { "override", Added, Addition,
-      "no one: % compiled before go on with the function of the base" },
+    { "override", Added, Addition, "older % call the function of the base class" },
     { "enum", ResultChanged, Break, layout },
     { "enum", Added, Addition, isNew },
     { "enumerator", Added, Addition, isNew },
@@ -81,33 +81,27 @@ const Rule rules[] = {
     { "property", Added, Addition, isNew },
     { "property", Removed, Break, "bindings to it are undefined" },
     { "property", Moved, Break, byIndex },
-    { "property", ResultChanged, Break, "bindings to it get another type, or are not read again" },
+    { "property", ResultChanged, Break, "bindings to it get another type, or are not updated" },
     { "names", Added, Addition, isNew },
-    { "names", ResultChanged, Break, "QML that uses the name finds nothing" },
-    { "info", ResultChanged, Break, "the bus: it is the name of the interface there" },
+    { "names", ResultChanged, Break, "QML that uses the old name does not find it" },
+    { "info", ResultChanged, Break, "the interface has another name on the bus" },
 
-    // The wire.
+    // The interface on the bus.
     { "dbus-method", Added, Addition,
-      "no one: it is new; daemons of before answer UnknownMethod, "
-      "which a client has to bear" },
+      "no older program uses it; older daemons reply with UnknownMethod, "
+      "which clients have to handle" },
     { "dbus-method", Removed, Break,
-      "clients of before that call it get UnknownMethod, and so do "
-      "clients of now from daemons of before" },
+      "older clients that call it get UnknownMethod, and so do newer "
+      "clients from older daemons" },
     { "dbus-method", ResultChanged, Break,
-      "clients of before do not understand the answer, and give "
-      "the empty value" },
-    { "dbus-method", NamesChanged, Harmless,
-      "no one on the bus; callers generated anew have other "
-      "names" },
-    { "dbus-signal", Added, Addition, "no one: clients of before do not hear it" },
-    { "dbus-signal", Removed, Break, "clients of before wait for it in vain" },
-    { "dbus-signal", NamesChanged, Harmless,
-      "no one on the bus; callers generated anew have other "
-      "names" },
+      "older clients cannot read the reply, and return the empty value" },
+    { "dbus-method", NamesChanged, Harmless, otherNames },
+    { "dbus-signal", Added, Addition, "older clients do not receive it" },
+    { "dbus-signal", Removed, Break, "older clients wait for it and never receive it" },
+    { "dbus-signal", NamesChanged, Harmless, otherNames },
 };
 
-// The lines of one finding are changes of the same sort, of the same class and for the same
-// programs.
+// Changes of the same kind, in the same class, that concern the same programs.
 struct Finding
 {
     QByteArray section;
@@ -158,7 +152,7 @@ QByteArray noun(const QByteArray &kind)
 
 const Rule &ruleFor(const Finding &finding)
 {
-    static const Rule unknown = { "", Removed, Break, "not known: it needs a look" };
+    static const Rule unknown = { "", Removed, Break, "unknown: there is no rule for this change" };
     for (const Rule &rule : rules) {
         if (finding.kind == rule.kind && finding.event == rule.event) {
             return rule;
@@ -237,7 +231,7 @@ public:
     Judgement judgement() const
     {
         static const char *const effects[] = { "", "harmless", "compatible", "BREAKS" };
-        static const char *const events[] = { "new", "gone", "moved", "changed",
+        static const char *const events[] = { "added", "removed", "moved", "changed",
                                               "parameters renamed" };
         const int shown = 5;
         Judgement result = { Same, QByteArray() };

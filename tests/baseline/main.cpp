@@ -107,18 +107,18 @@ int check(const Part &part)
     }
     const QByteArray recorded = recordedVersion();
     const QByteArray next = versionAfter(recorded, judgement.verdict);
-    std::printf("%s is not that of %s, which is on record in tests/baseline/recorded/%s:\n\n%s",
-                part.name, recorded.constData(), part.file, judgement.report.constData());
+    std::printf(
+        "%s differs from version %s, which is recorded in tests/baseline/recorded/%s:\n\n%s",
+        part.name, recorded.constData(), part.file, judgement.report.constData());
     if (judgement.verdict == Break) {
         std::printf(
-            "This breaks programs that exist. If it has to be, the next version is %s, and the "
+            "This breaks existing programs. If it is necessary, the next version is %s, and the "
             "soname ends in .so.%s.\n",
             next.constData(), next.left(next.indexOf('.')).constData());
     } else {
-        std::printf("This breaks no program that exists. The next version is %s.\n",
-                    next.constData());
+        std::printf("This breaks no existing program. The next version is %s.\n", next.constData());
     }
-    std::printf("With that in CMakeLists.txt, scripts/baseline records it: see CONTRIBUTING.md.\n");
+    std::printf("Set it in CMakeLists.txt, then run scripts/baseline; see CONTRIBUTING.md.\n");
     return 1;
 }
 
@@ -127,8 +127,9 @@ int checkVersion()
     if (recordedVersion() == versionNow) {
         return 0;
     }
-    std::printf("What is on record is of version %s, and this is %s: run scripts/baseline.\n",
-                recordedVersion().constData(), versionNow);
+    std::printf(
+        "The recorded interface is that of version %s, and this is %s: run scripts/baseline.\n",
+        recordedVersion().constData(), versionNow);
     return 1;
 }
 
@@ -154,7 +155,8 @@ int permit(bool unreleased)
         std::printf("%s:\n%s", part.file, judgement.report.constData());
         const QByteArray needed = versionAfter(recordedVersion(), judgement.verdict);
         if (!unreleased && !isAtLeast(versionNow, needed)) {
-            std::printf("Needs version %s, and this is %s.\n\n", needed.constData(), versionNow);
+            std::printf("This needs version %s; the version is %s.\n\n", needed.constData(),
+                        versionNow);
             result = 1;
         }
     }
@@ -192,7 +194,7 @@ int run(const QStringList &arguments)
             return check(part);
         }
     }
-    std::fprintf(stderr, "There is no such command or part.\n");
+    std::fprintf(stderr, "expected: check PART, permit [--unreleased] or record\n");
     return 2;
 }
 

@@ -7,13 +7,13 @@
 
 Q_DECLARE_METATYPE(Verdict)
 
-// The report of each change, and the programs that it concerns.
+// The report of each kind of change.
 class tst_Baseline : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void whatIsOnRecordIsUnderstood();
+    void recordedFilesAreRead();
     void changeIsJudged_data();
     void changeIsJudged();
     void worstChangeDecides();
@@ -22,7 +22,7 @@ private Q_SLOTS:
     void versionFollows();
 };
 
-void tst_Baseline::whatIsOnRecordIsUnderstood()
+void tst_Baseline::recordedFilesAreRead()
 {
     const QDir directory(HNIPC_RECORDED_DIR);
     const QStringList names = directory.entryList({ "*.txt" }, QDir::Files);
@@ -59,63 +59,63 @@ void tst_Baseline::changeIsJudged_data()
     QTest::newRow("virtual functions swapped")
         << table << QByteArray("[IHNIPCM4]\nvirtual 12: b() = int\nvirtual 13: a() = int\n")
         << Break
-        << QByteArray("a() was 12, is 13 now\n    b() was 13, is 12 now\n  BREAKS: daemons");
+        << QByteArray("a() was 12, is 13 now\n    b() was 13, is 12 now\n  BREAKS: older daemons");
     QTest::newRow("virtual function removed")
         << table << QByteArray("[IHNIPCM4]\nvirtual 12: b() = int\n") << Break
-        << QByteArray("gone:\n    a() 12\n  BREAKS: daemons compiled before have the old virtual");
+        << QByteArray("removed:\n    a() 12\n  BREAKS: older daemons have the old virtual table");
     QTest::newRow("virtual function replaced")
         << table << QByteArray(table).replace("a()", "c()") << Break
-        << QByteArray("gone:\n    a() 12 is now c() 12\n  BREAKS: daemons");
+        << QByteArray("removed:\n    a() 12 is now c() 12\n  BREAKS: older daemons");
     QTest::newRow("virtual function at the end")
         << table << table + "virtual 14: c() = int\n"
-        << Break << QByteArray("new:\n    c() 14\n  BREAKS: daemons");
+        << Break << QByteArray("added:\n    c() 14\n  BREAKS: older daemons");
     QTest::newRow("virtual function of QObject overridden")
         << table << table + "virtual 5: event(QEvent*) = bool\n"
-        << Addition << QByteArray("event(QEvent*) 5\n  compatible: no one: daemons");
+        << Addition << QByteArray("event(QEvent*) 5\n  compatible: older daemons");
     QTest::newRow("symbol removed")
         << symbols << QByteArray() << Break
-        << QByteArray("HNIPC::f(int)\n  BREAKS: applications compiled before that use it do not");
+        << QByteArray("HNIPC::f(int)\n  BREAKS: older applications that use it do not start");
     QTest::newRow("symbol with another parameter")
         << symbols << QByteArray("[exports]\nfunction: g = HNIPC::f(bool)\n") << Break
-        << QByteArray("HNIPC::f(int) is now HNIPC::f(bool)\n  BREAKS: applications");
+        << QByteArray("HNIPC::f(int) is now HNIPC::f(bool)\n  BREAKS: older applications");
     QTest::newRow("symbol added") << symbols << symbols + "function: g = HNIPCServer::g()\n"
                                   << Addition << QByteArray("HNIPCServer::g()\n  compatible");
     QTest::newRow("object grown")
         << layout << QByteArray(layout).replace("8 bytes", "12 bytes") + "member 8: c = int\n"
-        << Break << QByteArray("was 8 bytes, is 12 bytes now\n  BREAKS: applications and daemons");
+        << Break
+        << QByteArray("was 8 bytes, is 12 bytes now\n  BREAKS: older applications and daemons");
     QTest::newRow("members swapped")
         << layout << QByteArray(layout).replace("0: a", "0: c").replace("4: b", "4: a") << Break
-        << QByteArray("a was 0, is 4 now\n  BREAKS: applications and daemons");
+        << QByteArray("a was 0, is 4 now\n  BREAKS: older applications and daemons");
     QTest::newRow("signal before the slots")
         << client << QByteArray(client).replace("slot 1", "signal 1: D() = bool\nslot 2") << Break
-        << QByteArray("b(uint) was 1, is 2 now\n  BREAKS: whatever keeps its index");
+        << QByteArray("b(uint) was 1, is 2 now\n  BREAKS: programs that use it by index");
     QTest::newRow("slot at the end") << client << client + "slot 2: d() = bool\n"
                                      << Addition << QByteArray("d() 2\n  compatible");
     QTest::newRow("slot with another parameter")
         << client << QByteArray(client).replace("uint", "int") << Break
-        << QByteArray("b(uint) 1 is now b(int) 1\n  BREAKS: whoever uses it by name");
-    QTest::newRow("slot that answers another type")
+        << QByteArray("b(uint) 1 is now b(int) 1\n  BREAKS: programs that use it by name");
+    QTest::newRow("slot that returns another type")
         << client << QByteArray(client).replace("b(uint) = bool", "b(uint) = int") << Break
-        << QByteArray("b(uint) 1 was bool, is int now\n  BREAKS: whoever uses it by name");
+        << QByteArray("b(uint) 1 was bool, is int now\n  BREAKS: programs that use it by name");
     QTest::newRow("parameter of a signal renamed")
         << client << QByteArray(client).replace("value", "code") << Break
-        << QByteArray("was [value], is [code] now\n  BREAKS: QML handlers");
+        << QByteArray("was [value], is [code] now\n  BREAKS: older QML handlers");
     QTest::newRow("property removed")
         << client << QByteArray(client).replace("property 0: c = int\n", "") << Break
-        << QByteArray("gone:\n    c 0\n  BREAKS: bindings");
+        << QByteArray("removed:\n    c 0\n  BREAKS: bindings");
     QTest::newRow("method on the bus with another argument")
         << wire << QByteArray(wire).replace("a(u)", "a(i)") << Break
-        << QByteArray(
-               "a(u) is now a(i)\n  BREAKS: clients of before that call it get UnknownMethod");
-    QTest::newRow("method on the bus with another answer")
+        << QByteArray("a(u) is now a(i)\n  BREAKS: older clients that call it get UnknownMethod");
+    QTest::newRow("method on the bus with another result")
         << wire << QByteArray(wire).replace("= b", "= i") << Break
-        << QByteArray("was b, is i now\n  BREAKS: clients of before do not understand");
+        << QByteArray("was b, is i now\n  BREAKS: older clients cannot read the reply");
     QTest::newRow("argument on the bus renamed")
         << wire << QByteArray(wire).replace("value", "code") << Harmless
-        << QByteArray("harmless: no one on the bus");
+        << QByteArray("harmless: only callers that are generated again");
     QTest::newRow("signal on the bus removed")
         << wire << QByteArray(wire).replace("dbus-signal: B(i) [value]\n", "") << Break
-        << QByteArray("B(i)\n  BREAKS: clients of before wait for it in vain");
+        << QByteArray("B(i)\n  BREAKS: older clients wait for it");
     QTest::newRow("method on the bus added") << wire << wire + "dbus-method: c()\n"
                                              << Addition << QByteArray("c()\n  compatible");
     QTest::newRow("order on the bus") << wire
