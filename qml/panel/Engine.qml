@@ -51,7 +51,7 @@ QtObject {
         if (state === "busy")
             return labels > 0 ? qsTr("Printing, %Ln label(s)", "", labels) : qsTr("Printing");
         if (state === "unknown" && errorReading.reason === HNIPCRequest.DaemonError)
-            return qsTr("Print engine refuses to say its state");
+            return qsTr("Print engine does not report its state");
         if (state === "unknown")
             return isSilent ? qsTr("Print engine does not reply") : qsTr("Waiting for the print engine");
         if (jobWaits)

@@ -21,7 +21,7 @@ Rectangle {
     property int patience: 30000 // the timeout of a command
     property int outcomeTime: 60000 // how long an outcome is shown
     property int movingTime: 10000 // how long the printer counts as printing after a label
-    property int jobTime: 60000 // without a label for so long, a job of this panel counts as ended
+    property int jobTime: 60000 // a job of this panel counts as ended after this time without a label
     property int overdueTime: 3000 // after this time without a reply, "no reply" is shown
 
     property bool exitsWithoutBus: false
@@ -250,7 +250,7 @@ Rectangle {
         method: "calibrateSupply"
         label: qsTr("Calibrate")
         about: qsTr("supply", "what is calibrated")
-        help: qsTr("measures the supply that is in.")
+        help: qsTr("measures the loaded supply.")
         done: qsTr("calibrated")
         no: qsTr("refused by the printer")
         engine: engine

@@ -88,7 +88,7 @@ Rectangle {
         anchors.rightMargin: Theme.gap
         y: 26 * Theme.unit
         height: 26 * Theme.unit
-        text: root.present ? root.name : root.known ? qsTr("nothing is in") : qsTr("not known")
+        text: root.present ? root.name : root.known ? qsTr("no roll loaded") : qsTr("not known")
         color: root.present ? Theme.text : Theme.faint
         font.pixelSize: Theme.large
         fontSizeMode: Text.HorizontalFit

@@ -87,7 +87,7 @@
         <translation>Druckt</translation>
     </message>
     <message>
-        <source>Print engine refuses to say its state</source>
+        <source>Print engine does not report its state</source>
         <translation>Druckwerk verweigert Auskunft</translation>
     </message>
     <message>
@@ -254,7 +254,7 @@
         <translation>Material</translation>
     </message>
     <message>
-        <source>measures the supply that is in.</source>
+        <source>measures the loaded supply.</source>
         <translation>misst das eingelegte Material aus.</translation>
     </message>
     <message>
@@ -412,7 +412,7 @@
 <context>
     <name>Roll</name>
     <message>
-        <source>nothing is in</source>
+        <source>no roll loaded</source>
         <translation>nichts eingelegt</translation>
     </message>
     <message>

@@ -87,7 +87,7 @@
         <translation>Impression</translation>
     </message>
     <message>
-        <source>Print engine refuses to say its state</source>
+        <source>Print engine does not report its state</source>
         <translation>Le moteur refuse de répondre</translation>
     </message>
     <message>
@@ -254,7 +254,7 @@
         <translation>support</translation>
     </message>
     <message>
-        <source>measures the supply that is in.</source>
+        <source>measures the loaded supply.</source>
         <translation>mesure le support en place.</translation>
     </message>
     <message>
@@ -412,7 +412,7 @@
 <context>
     <name>Roll</name>
     <message>
-        <source>nothing is in</source>
+        <source>no roll loaded</source>
         <translation>rien en place</translation>
     </message>
     <message>

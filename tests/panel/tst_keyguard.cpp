@@ -32,8 +32,8 @@ private slots:
     void enterAfterText();
     void clockOfTheWindowSystemCounts_data();
     void clockOfTheWindowSystemCounts();
-    void keysThatWaitedGoFirst();
-    void focusThatMovesDropsTheKey();
+    void delayedKeysArriveFirst();
+    void movedFocusDropsTheKey();
     void releaseWithoutPress();
 
 private:
@@ -268,7 +268,7 @@ void tst_KeyGuard::clockOfTheWindowSystemCounts()
 
 // The waiting time of a key ends while the program is busy. The rest of the burst is in the queue
 // after it.
-void tst_KeyGuard::keysThatWaitedGoFirst()
+void tst_KeyGuard::delayedKeysArriveFirst()
 {
     QKeyEvent press(QEvent::KeyPress, Qt::Key_F2, Qt::NoModifier);
     QCoreApplication::sendEvent(m_window.get(), &press);
@@ -287,7 +287,7 @@ void tst_KeyGuard::keysThatWaitedGoFirst()
 }
 
 // The error that closes a page moves the focus to a button that the user did not choose.
-void tst_KeyGuard::focusThatMovesDropsTheKey()
+void tst_KeyGuard::movedFocusDropsTheKey()
 {
     QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
     QCoreApplication::sendEvent(m_window.get(), &press);

@@ -117,8 +117,8 @@ private slots:
     void cleanupTestCase();
     void cleanup();
 
-    void nobodyIsThere();
-    void daemonsCome();
+    void noDaemonIsRunning();
+    void daemonsStart();
     void silentDaemonDelaysOnlyItsOwnValues();
     void hungDaemonDelaysNothingElse();
     void readsThatFailAreRepeated_data();
@@ -135,13 +135,13 @@ private slots:
     void batteryIsShown();
     void emptyPlaceIsShown();
 
-    void clickGivesACommand_data();
-    void clickGivesACommand();
-    void keyGivesACommand_data();
-    void keyGivesACommand();
-    void tabAndEnterGiveACommand_data();
-    void tabAndEnterGiveACommand();
-    void heldKeyGivesOneCommand();
+    void clickSendsACommand_data();
+    void clickSendsACommand();
+    void keySendsACommand_data();
+    void keySendsACommand();
+    void tabAndEnterSendACommand_data();
+    void tabAndEnterSendACommand();
+    void heldKeySendsOneCommand();
     void outcomeOfEachKind_data();
     void outcomeOfEachKind();
     void refusedWithAReason_data();
@@ -149,27 +149,27 @@ private slots:
     void jobIsStoppedAndPrinted();
     void jobIsStoppedByAnError();
     void engineDiesWithAJob();
-    void screenGoesOnWhilePrinterIsAtWork();
+    void screenWorksDuringACommand();
     void buttonsOfThePrinter();
     void helpHasTheKeys();
     void wholeScenario_data();
     void wholeScenario();
 
-    void printingIsSaid();
+    void printingIsShown();
     void ownJobIsPrintingUntilItEnds();
     void lateReplyStartsNoJob();
     void jobWithoutLabelsEnds_data();
     void jobWithoutLabelsEnds();
-    void readyIsNotSaidWhileAReadIsOverdue();
-    void readyIsNotSaidBeforeTheAlertIsKnown();
+    void readyIsNotShownWhileAReadIsOverdue();
+    void readyIsNotShownBeforeTheAlertIsKnown();
     void errorOfASignalIsShownAtOnce();
     void daemonThatHungIsReadAgain();
-    void outcomeGoesWithItsCause();
+    void outcomeDisappearsWithItsCause();
     void outcomeExpires();
     void errorClosesHelp();
     void longReasonIsReadWhole();
     void listOpensWhereItIsTouched();
-    void pageIsOutOfReachBehindASheet();
+    void pageBehindASheetIsDisabled();
     void clearAsksFirst();
     void commandsThatCannotWorkAreDimmed();
     void floodIsShown();
@@ -192,14 +192,14 @@ private slots:
     void everySizeIsLaidOut_data();
     void everySizeIsLaidOut();
     void everyButtonFitsAFinger();
-    void edgesAreSeen();
+    void edgesAreVisible();
     void arrowsMoveTheFocus_data();
     void arrowsMoveTheFocus();
-    void scannerDoesNothing();
+    void scannerHasNoEffect();
     void everythingHasANameAndARole();
     void languagesFit_data();
     void languagesFit();
-    void focusIsSeen();
+    void focusIsVisible();
 };
 
 // Qt Test installs a handler of its own, so this one has to be installed after it.
@@ -216,7 +216,7 @@ void tst_Panel::cleanup()
 
 // ---- Shown values ----
 
-void tst_Panel::nobodyIsThere()
+void tst_Panel::noDaemonIsRunning()
 {
     Screen screen;
     QVERIFY(screen.shows("state", "Print engine is not running"));
@@ -240,7 +240,7 @@ void tst_Panel::nobodyIsThere()
     QCOMPARE(screen.faults(), QString());
 }
 
-void tst_Panel::daemonsCome()
+void tst_Panel::daemonsStart()
 {
     Screen screen;
     QVERIFY(screen.shows("state", "Print engine is not running"));
@@ -347,7 +347,7 @@ void tst_Panel::readsThatFailAreRepeated()
     };
     QVERIFY(waitUntil([&]() { return readings() >= 2; }));
     QVERIFY(screen.shows("state",
-                         refuses ? "Print engine refuses to say its state"
+                         refuses ? "Print engine does not report its state"
                                  : "Print engine does not reply"));
     QCOMPARE(screen.color("m4/text"), refuses ? green : amber); // replies, or does not
     engine.answer("getError", "(10,)");
@@ -642,7 +642,7 @@ void tst_Panel::emptyPlaceIsShown()
     QVERIFY(screen.shows("ribbon2/name", "Black"));
     desk.act("supplyd", "load", "('', ['RIB-110-RD'])");
     QVERIFY(screen.shows("ribbon1/name", "Red"));
-    QVERIFY(screen.shows("ribbon2/name", "nothing is in"));
+    QVERIFY(screen.shows("ribbon2/name", "no roll loaded"));
     QCOMPARE(screen.text("ribbon2/sku"), QString());
     QCOMPARE(screen.swatches("ribbon2"), QStringList());
     QVERIFY(!screen.item("ribbon2/percent")->isVisible());
@@ -651,7 +651,7 @@ void tst_Panel::emptyPlaceIsShown()
 
 // ---- Commands ----
 
-void tst_Panel::clickGivesACommand_data()
+void tst_Panel::clickSendsACommand_data()
 {
     QTest::addColumn<QString>("button");
     QTest::addColumn<Qt::Key>("key");
@@ -701,7 +701,7 @@ static void checkCommand(Screen &screen, const std::function<void()> &give)
     QCOMPARE(times, 1);
 }
 
-void tst_Panel::clickGivesACommand()
+void tst_Panel::clickSendsACommand()
 {
     QFETCH(QString, button);
     Desk desk(allDaemons);
@@ -711,9 +711,9 @@ void tst_Panel::clickGivesACommand()
     }
 }
 
-void tst_Panel::keyGivesACommand_data() { clickGivesACommand_data(); }
+void tst_Panel::keySendsACommand_data() { clickSendsACommand_data(); }
 
-void tst_Panel::keyGivesACommand()
+void tst_Panel::keySendsACommand()
 {
     QFETCH(Qt::Key, key);
     Desk desk(allDaemons);
@@ -721,9 +721,9 @@ void tst_Panel::keyGivesACommand()
     checkCommand(screen, [&]() { screen.type(key); });
 }
 
-void tst_Panel::tabAndEnterGiveACommand_data() { clickGivesACommand_data(); }
+void tst_Panel::tabAndEnterSendACommand_data() { clickSendsACommand_data(); }
 
-void tst_Panel::tabAndEnterGiveACommand()
+void tst_Panel::tabAndEnterSendACommand()
 {
     QFETCH(QString, button);
     Desk desk(allDaemons);
@@ -734,7 +734,7 @@ void tst_Panel::tabAndEnterGiveACommand()
     }
 }
 
-void tst_Panel::heldKeyGivesOneCommand()
+void tst_Panel::heldKeySendsOneCommand()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -878,7 +878,7 @@ void tst_Panel::engineDiesWithAJob()
     QCOMPARE(screen.mark("buttonPrint/outcome"), no);
 }
 
-void tst_Panel::screenGoesOnWhilePrinterIsAtWork()
+void tst_Panel::screenWorksDuringACommand()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -1058,7 +1058,7 @@ static bool isQuiet(Screen &screen, Desk &desk)
 
 // ---- The headline ----
 
-void tst_Panel::printingIsSaid()
+void tst_Panel::printingIsShown()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -1193,7 +1193,7 @@ void tst_Panel::jobWithoutLabelsEnds()
     QVERIFY(screen.shows("state", "Ready"));
 }
 
-void tst_Panel::readyIsNotSaidWhileAReadIsOverdue()
+void tst_Panel::readyIsNotShownWhileAReadIsOverdue()
 {
     Desk desk(allDaemons);
     Screen screen(QSize(800, 480), { { "overdueTime", 200 } });
@@ -1216,7 +1216,7 @@ void tst_Panel::readyIsNotSaidWhileAReadIsOverdue()
     QCOMPARE(screen.text("ribbon1/name"), QString("not known"));
 }
 
-void tst_Panel::readyIsNotSaidBeforeTheAlertIsKnown()
+void tst_Panel::readyIsNotShownBeforeTheAlertIsKnown()
 {
     WirePeer engine;
     engine.answer("getError", "(0,)");
@@ -1257,7 +1257,7 @@ void tst_Panel::daemonThatHungIsReadAgain()
 
 // ---- Outcomes ----
 
-void tst_Panel::outcomeGoesWithItsCause()
+void tst_Panel::outcomeDisappearsWithItsCause()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -1406,7 +1406,7 @@ void tst_Panel::listOpensWhereItIsTouched()
 }
 
 // The pointer and a screen reader cannot reach the page.
-void tst_Panel::pageIsOutOfReachBehindASheet()
+void tst_Panel::pageBehindASheetIsDisabled()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -1665,7 +1665,7 @@ void tst_Panel::formerRollsAreNotShown()
     daemon.peer().answerHeld(1, "(['R-3'],)");
     QVERIFY(screen.shows("supply/name", "Paper, Wide, Blue"));
     QVERIFY(screen.shows("ribbon1/name", "Green, Green"));
-    QVERIFY(screen.shows("ribbon2/name", "nothing is in"));
+    QVERIFY(screen.shows("ribbon2/name", "no roll loaded"));
     // The panel never asks for the former ribbon with the new colours.
     const QList<WireMessage> calls = daemon.peer().calls();
     for (const WireMessage &call : calls) {
@@ -1885,7 +1885,7 @@ void tst_Panel::everyButtonFitsAFinger()
     QCOMPARE(areas, 8);
 }
 
-void tst_Panel::focusIsSeen()
+void tst_Panel::focusIsVisible()
 {
     Screen screen;
     const auto border = [&](const QString &button) {
@@ -1904,7 +1904,7 @@ void tst_Panel::focusIsSeen()
 }
 
 // The edges of buttons, and of items that show a state.
-void tst_Panel::edgesAreSeen()
+void tst_Panel::edgesAreVisible()
 {
     Desk desk(allDaemons);
     Screen screen;
@@ -2002,7 +2002,7 @@ void tst_Panel::arrowsMoveTheFocus()
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
-void tst_Panel::scannerDoesNothing()
+void tst_Panel::scannerHasNoEffect()
 {
     Desk desk(allDaemons);
     Screen screen;

@@ -18,8 +18,8 @@ class tst_PanelProgram : public QObject
 private slots:
     void picturesAreTaken_data();
     void picturesAreTaken();
-    void wrongUsageIsSaid_data();
-    void wrongUsageIsSaid();
+    void wrongUsageIsReported_data();
+    void wrongUsageIsReported();
     void pictureThatCannotBeWritten();
     void helpAndVersion_data();
     void helpAndVersion();
@@ -97,7 +97,7 @@ void tst_PanelProgram::picturesAreTaken()
     }
 }
 
-void tst_PanelProgram::wrongUsageIsSaid_data()
+void tst_PanelProgram::wrongUsageIsReported_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("said");
@@ -115,7 +115,7 @@ void tst_PanelProgram::wrongUsageIsSaid_data()
     }
 }
 
-void tst_PanelProgram::wrongUsageIsSaid()
+void tst_PanelProgram::wrongUsageIsReported()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, said);
