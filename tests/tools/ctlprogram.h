@@ -70,7 +70,6 @@ public:
         return errors();
     }
 
-    // Ctrl-C
     void interrupt() { send(SIGINT); }
     void type(const QByteArray &keys) { write(keys); }
     void endInput() { closeWriteChannel(); }

@@ -245,7 +245,7 @@ private Q_SLOTS:
     void listsSignalsAndProperties();
     void suggestsForPatterns_data();
     void suggestsForPatterns();
-    void takesAWrongPatternAsText();
+    void takesAnInvalidPatternAsText();
     void namesSignalsAsClientsDo();
 
     void callsEveryMethod_data();
@@ -259,21 +259,21 @@ private Q_SLOTS:
     void refusesArguments_data();
     void refusesArguments();
     void unknownMethod();
-    void knowsWhatElseItIs_data();
-    void knowsWhatElseItIs();
+    void suggestsTheRightCommand_data();
+    void suggestsTheRightCommand();
     void savesBytes();
     void keepsFiles();
-    void savesAndTells();
+    void savesAndPrints();
     void showsManyBytes();
     void batch();
-    void batchAnswersAtOnce();
+    void batchPrintsEachResultAtOnce();
 
-    void tellsWhatWentWrong_data();
-    void tellsWhatWentWrong();
+    void reportsEachFailure_data();
+    void reportsEachFailure();
     void failsInJson_data();
     void failsInJson();
     void ignoresFurtherValues();
-    void waitsAsLongAsItIsTold();
+    void waitsForTheTimeout();
     void noDaemon();
     void noBus();
     void noRights();
@@ -283,11 +283,11 @@ private Q_SLOTS:
     void haltedBus();
     void busHaltsLater_data();
     void busHaltsLater();
-    void refusesWhatIsNotUtf8();
+    void refusesInvalidUtf8();
     void warnsOfALostBus();
 
     void status();
-    void statusOfWhatIsMissing();
+    void statusOfAbsentDaemons();
     void statusOfSilentDaemon();
     void statusOfSomeDaemons();
     void statusOnTerminal();
@@ -297,16 +297,16 @@ private Q_SLOTS:
     void watchesInLines();
     void watchesInJson();
     void watchesOnTerminal();
-    void watchWaitsForNobody();
+    void watchDoesNotWaitForADaemon();
 
     void monitorsEverySignal();
     void monitorsByPattern();
     void monitorMarksOtherForms();
-    void monitorHearsOnlyTheDaemon();
-    void monitorTellsOfDaemons();
-    void monitorTellsTheTime();
+    void monitorIgnoresOtherSenders();
+    void monitorReportsDaemons();
+    void monitorPrintsTheTime();
     void monitorLosesNothing();
-    void monitorSaysThatItListensFirst();
+    void monitorReportsTheSubscriptionFirst();
     void monitorEnds();
 
     void introspects();
@@ -324,13 +324,13 @@ private Q_SLOTS:
     void controlCharacters();
     void invisibleCharacters();
     void numbersWithoutJson();
-    void showsTheCursorAgain_data();
-    void showsTheCursorAgain();
-    void stopsAndGoesOn();
+    void restoresTheCursor_data();
+    void restoresTheCursor();
+    void suspendsAndContinues();
     void closedPipe();
     void fullDevice();
     void closedStreams();
-    void endsWithoutNoise();
+    void endsWithoutWarnings();
 };
 
 // ---- Usage ---------------------------------------------------------------------------------
@@ -609,7 +609,7 @@ void tst_Ctl::suggestsForPatterns()
     QCOMPARE(ctl.err(), "hnipcctl: " + message + '\n');
 }
 
-void tst_Ctl::takesAWrongPatternAsText()
+void tst_Ctl::takesAnInvalidPatternAsText()
 {
     for (const char *pattern : { "[", "feed[", "[z-a]" }) {
         Ctl methods({ text("list"), text(pattern) });
@@ -803,7 +803,6 @@ void tst_Ctl::readsArguments_data()
     skus("[\"\"]", "['']");
     skus("[\"R1\", \"a,b\"]", "['R1', 'a,b']");
 
-    // Overloads.
     row("sendMCCMessage", words("1 2 5"), "sendMCCMessage iit (1, 2, uint64 5)");
     row("sendMCCMessage", words("1 2 0xffffffffffffffff"),
         "sendMCCMessage iit (1, 2, uint64 18446744073709551615)");
@@ -909,7 +908,7 @@ void tst_Ctl::unknownMethod()
              QByteArray("hnipcctl: no method setDac(int); did you mean setDac?"));
 }
 
-void tst_Ctl::knowsWhatElseItIs_data()
+void tst_Ctl::suggestsTheRightCommand_data()
 {
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<QByteArray>("message");
@@ -923,7 +922,7 @@ void tst_Ctl::knowsWhatElseItIs_data()
     row("get M4PrinterLid", "M4PrinterLid is a signal: hnipcctl monitor M4PrinterLid");
 }
 
-void tst_Ctl::knowsWhatElseItIs()
+void tst_Ctl::suggestsTheRightCommand()
 {
     QFETCH(QByteArray, command);
     QFETCH(QByteArray, message);
@@ -1001,7 +1000,7 @@ void tst_Ctl::keepsFiles()
 }
 
 // The text and JSON outputs are the same as without a file.
-void tst_Ctl::savesAndTells()
+void tst_Ctl::savesAndPrints()
 {
     QTemporaryDir directory;
     const QString fileName = directory.filePath(QStringLiteral("image"));
@@ -1129,7 +1128,7 @@ void tst_Ctl::batch()
 
 // A program that writes one command after another gets each result before it writes the next
 // command.
-void tst_Ctl::batchAnswersAtOnce()
+void tst_Ctl::batchPrintsEachResultAtOnce()
 {
     FakeDaemons daemons;
     daemons[M4].answer("getError", "(17,)");
@@ -1155,7 +1154,7 @@ void tst_Ctl::batchAnswersAtOnce()
 
 // ---- Failures ------------------------------------------------------------------------------
 
-void tst_Ctl::tellsWhatWentWrong_data()
+void tst_Ctl::reportsEachFailure_data()
 {
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QByteArray>("message");
@@ -1185,7 +1184,7 @@ void tst_Ctl::tellsWhatWentWrong_data()
                              << QByteArray("org.freedesktop.DBus.Error.InvalidSignature");
 }
 
-void tst_Ctl::tellsWhatWentWrong()
+void tst_Ctl::reportsEachFailure()
 {
     QFETCH(int, exitCode);
     QFETCH(QByteArray, message);
@@ -1300,7 +1299,7 @@ void tst_Ctl::ignoresFurtherValues()
     QCOMPARE(ctl.err(), QByteArray());
 }
 
-void tst_Ctl::waitsAsLongAsItIsTold()
+void tst_Ctl::waitsForTheTimeout()
 {
     FakeDaemons daemons;
     daemons[M4].ignore("getError");
@@ -1485,7 +1484,7 @@ void tst_Ctl::busHaltsLater()
     QCOMPARE(ctl.out(), QByteArray());
 }
 
-void tst_Ctl::refusesWhatIsNotUtf8()
+void tst_Ctl::refusesInvalidUtf8()
 {
     FakeDaemons daemons;
     daemons[SUPPLYD].answerAll("(uint32 1,)");
@@ -1580,7 +1579,7 @@ void tst_Ctl::status()
              (QJsonObject { { text("daemons"), expected } }));
 }
 
-void tst_Ctl::statusOfWhatIsMissing()
+void tst_Ctl::statusOfAbsentDaemons()
 {
     FakeDaemons daemons;
     answerProperties(&daemons);
@@ -1850,7 +1849,7 @@ void tst_Ctl::watchesOnTerminal()
     QVERIFY(ctl->out().contains("\033[?25h"));
 }
 
-void tst_Ctl::watchWaitsForNobody()
+void tst_Ctl::watchDoesNotWaitForADaemon()
 {
     FakeDaemons daemons;
     answerProperties(&daemons);
@@ -1985,7 +1984,7 @@ void tst_Ctl::monitorMarksOtherForms()
                     "\"signature\":\"si\"}"));
 }
 
-void tst_Ctl::monitorHearsOnlyTheDaemon()
+void tst_Ctl::monitorIgnoresOtherSenders()
 {
     FakeDaemons daemons;
     Ctl ctl(words("monitor --count 2"));
@@ -2005,7 +2004,7 @@ void tst_Ctl::monitorHearsOnlyTheDaemon()
     QVERIFY(printed.last().endsWith("Error value=2"));
 }
 
-void tst_Ctl::monitorTellsOfDaemons()
+void tst_Ctl::monitorReportsDaemons()
 {
     FakeDaemons daemons;
     daemons.stop(IOEXPD);
@@ -2031,7 +2030,7 @@ void tst_Ctl::monitorTellsOfDaemons()
     QCOMPARE(ctl.out(), QByteArray());
 }
 
-void tst_Ctl::monitorTellsTheTime()
+void tst_Ctl::monitorPrintsTheTime()
 {
     FakeDaemons daemons;
     Ctl ctl(words("monitor --json --count 1"));
@@ -2075,7 +2074,7 @@ void tst_Ctl::monitorLosesNothing()
     }
 }
 
-void tst_Ctl::monitorSaysThatItListensFirst()
+void tst_Ctl::monitorReportsTheSubscriptionFirst()
 {
     FakeDaemons daemons;
     for (int i = 0; i < 20; ++i) {
@@ -2417,7 +2416,7 @@ void tst_Ctl::numbersWithoutJson()
     }
 }
 
-void tst_Ctl::showsTheCursorAgain_data()
+void tst_Ctl::restoresTheCursor_data()
 {
     QTest::addColumn<QByteArray>("keys");
     QTest::addColumn<int>("signal");
@@ -2429,7 +2428,7 @@ void tst_Ctl::showsTheCursorAgain_data()
     QTest::newRow("terminated") << QByteArray() << int(SIGTERM) << 143;
 }
 
-void tst_Ctl::showsTheCursorAgain()
+void tst_Ctl::restoresTheCursor()
 {
     QFETCH(QByteArray, keys);
     QFETCH(int, signal);
@@ -2449,7 +2448,7 @@ void tst_Ctl::showsTheCursorAgain()
 }
 
 // Ctrl-Z in a shell with job control.
-void tst_Ctl::stopsAndGoesOn()
+void tst_Ctl::suspendsAndContinues()
 {
     FakeDaemons daemons;
     answerProperties(&daemons);
@@ -2530,7 +2529,7 @@ void tst_Ctl::closedStreams()
 }
 
 // Threads of the bus library must not use objects that are destroyed when the program ends.
-void tst_Ctl::endsWithoutNoise()
+void tst_Ctl::endsWithoutWarnings()
 {
     for (int i = 0; i < 60; ++i) {
         Ctl ctl(words("status"));

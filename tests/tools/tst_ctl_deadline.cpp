@@ -16,18 +16,18 @@ class tst_CtlDeadline : public QObject
     Q_OBJECT
 
 private slots:
-    void saysWhatBecameOfACall_data();
-    void saysWhatBecameOfACall();
+    void printsTheOutcome_data();
+    void printsTheOutcome();
     void asJson();
-    void leavesTheAnswerAsItIs_data();
-    void leavesTheAnswerAsItIs();
+    void deadlineDoesNotChangeTheValue_data();
+    void deadlineDoesNotChangeTheValue();
     void deadlinePasses();
     void daemonIsAbsent();
-    void refusesAWrongDeadline_data();
-    void refusesAWrongDeadline();
+    void refusesAnInvalidDeadline_data();
+    void refusesAnInvalidDeadline();
 };
 
-void tst_CtlDeadline::saysWhatBecameOfACall_data()
+void tst_CtlDeadline::printsTheOutcome_data()
 {
     QTest::addColumn<QByteArray>("fault");
     QTest::addColumn<QByteArray>("output");
@@ -52,7 +52,7 @@ void tst_CtlDeadline::saysWhatBecameOfACall_data()
                           << 9;
 }
 
-void tst_CtlDeadline::saysWhatBecameOfACall()
+void tst_CtlDeadline::printsTheOutcome()
 {
     QFETCH(QByteArray, fault);
     QFETCH(QByteArray, output);
@@ -107,7 +107,7 @@ void tst_CtlDeadline::asJson()
                             { "error", "org.hnipc.m4 left the bus before it replied" } }));
 }
 
-void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
+void tst_CtlDeadline::deadlineDoesNotChangeTheValue_data()
 {
     struct Row
     {
@@ -133,8 +133,7 @@ void tst_CtlDeadline::leavesTheAnswerAsItIs_data()
     }
 }
 
-// Text and JSON show the value as without a deadline.
-void tst_CtlDeadline::leavesTheAnswerAsItIs()
+void tst_CtlDeadline::deadlineDoesNotChangeTheValue()
 {
     QFETCH(QStringList, call);
     QFETCH(QByteArray, firstLine);
@@ -181,7 +180,7 @@ void tst_CtlDeadline::daemonIsAbsent()
     QCOMPARE(ctl.out(), QByteArray());
 }
 
-void tst_CtlDeadline::refusesAWrongDeadline_data()
+void tst_CtlDeadline::refusesAnInvalidDeadline_data()
 {
     QTest::addColumn<QString>("deadline");
     for (const char *deadline : { "", "0", "-1", "soon", "5s", "2147483648" }) {
@@ -189,7 +188,7 @@ void tst_CtlDeadline::refusesAWrongDeadline_data()
     }
 }
 
-void tst_CtlDeadline::refusesAWrongDeadline()
+void tst_CtlDeadline::refusesAnInvalidDeadline()
 {
     QFETCH(QString, deadline);
     Ctl ctl({ "call", "--deadline=" + deadline, "getError" });

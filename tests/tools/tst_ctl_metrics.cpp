@@ -138,7 +138,7 @@ private Q_SLOTS:
     void allMetrics();
     void inJson();
     void unusualValues();
-    void whatIsMissing();
+    void missingValues();
     void hangingDaemon();
     void noRights();
     void simulated();
@@ -311,7 +311,7 @@ void tst_CtlMetrics::unusualValues()
 }
 
 // An unknown value has no metric. The metrics that say whether something is known are 0.
-void tst_CtlMetrics::whatIsMissing()
+void tst_CtlMetrics::missingValues()
 {
     FakeDaemons daemons;
     answerProperties(&daemons[M4], &daemons[SUPPLYD]);

@@ -69,18 +69,18 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void reaches_data();
-    void reaches();
-    void hearsSignals();
+    void callsThePrinter_data();
+    void callsThePrinter();
+    void receivesSignals();
     void traces();
     void namesTheHostExactly();
-    void tellsWhyNot_data();
-    void tellsWhyNot();
-    void tellsWhyNotInJson();
-    void refusesBeforeItReaches_data();
-    void refusesBeforeItReaches();
-    void leavesNoSsh_data();
-    void leavesNoSsh();
+    void printsTheReason_data();
+    void printsTheReason();
+    void printsTheReasonInJson();
+    void refusesBeforeItConnects_data();
+    void refusesBeforeItConnects();
+    void endsSsh_data();
+    void endsSsh();
     void refusesHosts_data();
     void refusesHosts();
     void refusesHostsFiles_data();
@@ -89,9 +89,9 @@ private Q_SLOTS:
     void fleetInRows_data();
     void fleetInRows();
     void fleetChecksDescriptions();
-    void fleetTellsTheReason_data();
-    void fleetTellsTheReason();
-    void fleetAsksNobody();
+    void fleetPrintsTheReason_data();
+    void fleetPrintsTheReason();
+    void fleetAsksForNoPassword();
     void fleetWithUnusualNumbers();
     void fleetMarksSimulated();
     void fleetWithDeadline();
@@ -168,7 +168,7 @@ Printer &tst_CtlRemote::start(const QString &host, const QByteArray &error)
 
 // ---- One printer ---------------------------------------------------------------------------
 
-void tst_CtlRemote::reaches_data()
+void tst_CtlRemote::callsThePrinter_data()
 {
     QTest::addColumn<QString>("bridge");
 
@@ -176,7 +176,7 @@ void tst_CtlRemote::reaches_data()
     QTest::newRow("bridge of the system") << QStringLiteral("systemd-stdio-bridge --bus-path");
 }
 
-void tst_CtlRemote::reaches()
+void tst_CtlRemote::callsThePrinter()
 {
     QFETCH(QString, bridge);
 
@@ -209,7 +209,7 @@ void tst_CtlRemote::reaches()
     QCOMPARE(status->exitCode(), 0);
 }
 
-void tst_CtlRemote::hearsSignals()
+void tst_CtlRemote::receivesSignals()
 {
     Printer &printer = start(QStringLiteral("p1"));
     QScopedPointer<Ctl> monitor(ask(words("monitor --host p1 --json --count 1")));
@@ -252,7 +252,7 @@ void tst_CtlRemote::namesTheHostExactly()
              "-xT\n-oConnectTimeout=26\n--\n" + host.toUtf8() + "\nsystemd-stdio-bridge\n");
 }
 
-void tst_CtlRemote::tellsWhyNot_data()
+void tst_CtlRemote::printsTheReason_data()
 {
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<QByteArray>("error");
@@ -284,7 +284,7 @@ void tst_CtlRemote::tellsWhyNot_data()
         << QByteArray("hnipcctl: hang%2 was not reached within 200 ms\n") << 6;
 }
 
-void tst_CtlRemote::tellsWhyNot()
+void tst_CtlRemote::printsTheReason()
 {
     QFETCH(QByteArray, command);
     QFETCH(QByteArray, error);
@@ -296,7 +296,7 @@ void tst_CtlRemote::tellsWhyNot()
     QCOMPARE(ctl->out(), QByteArray());
 }
 
-void tst_CtlRemote::tellsWhyNotInJson()
+void tst_CtlRemote::printsTheReasonInJson()
 {
     QScopedPointer<Ctl> down(ask(words("--json status --host down")));
     QCOMPARE(down->exitCode(), 3);
@@ -307,7 +307,7 @@ void tst_CtlRemote::tellsWhyNotInJson()
              QByteArray("{\"error\":\"hang was not reached within 200 ms\",\"exit\":6}\n"));
 }
 
-void tst_CtlRemote::refusesBeforeItReaches_data()
+void tst_CtlRemote::refusesBeforeItConnects_data()
 {
     QTest::addColumn<QByteArray>("command");
     QTest::addColumn<int>("exitCode");
@@ -325,7 +325,7 @@ void tst_CtlRemote::refusesBeforeItReaches_data()
     row("introspect m5", 7, "no daemon m5; expected one of ioexpd, m4, supplyd");
 }
 
-void tst_CtlRemote::refusesBeforeItReaches()
+void tst_CtlRemote::refusesBeforeItConnects()
 {
     QFETCH(QByteArray, command);
     QFETCH(int, exitCode);
@@ -350,7 +350,7 @@ void tst_CtlRemote::refusesBeforeItReaches()
     }
 }
 
-void tst_CtlRemote::leavesNoSsh_data()
+void tst_CtlRemote::endsSsh_data()
 {
     QTest::addColumn<int>("signal");
 
@@ -359,7 +359,7 @@ void tst_CtlRemote::leavesNoSsh_data()
     QTest::newRow("killed") << int(SIGKILL);
 }
 
-void tst_CtlRemote::leavesNoSsh()
+void tst_CtlRemote::endsSsh()
 {
     QFETCH(int, signal);
 
@@ -544,7 +544,7 @@ void tst_CtlRemote::fleetChecksDescriptions()
     QCOMPARE(introspect->exitCode(), 3);
 }
 
-void tst_CtlRemote::fleetTellsTheReason_data()
+void tst_CtlRemote::fleetPrintsTheReason_data()
 {
     QTest::addColumn<QByteArray>("host");
     QTest::addColumn<QByteArray>("row");
@@ -563,7 +563,7 @@ void tst_CtlRemote::fleetTellsTheReason_data()
 }
 
 // The reason is not another line that ssh printed.
-void tst_CtlRemote::fleetTellsTheReason()
+void tst_CtlRemote::fleetPrintsTheReason()
 {
     QFETCH(QByteArray, host);
     QFETCH(QByteArray, row);
@@ -611,7 +611,7 @@ void tst_CtlRemote::fleetTellsTheReason()
 }
 
 // ssh cannot ask the user: it has no terminal, and opens no window.
-void tst_CtlRemote::fleetAsksNobody()
+void tst_CtlRemote::fleetAsksForNoPassword()
 {
     start(QStringLiteral("p1"));
     const QString file = path(QStringLiteral("hosts"));

@@ -14,7 +14,6 @@
 
 namespace {
 
-// "simulate" and the words.
 QStringList simulate(const char *words)
 {
     return QStringList(QStringLiteral("simulate"))

@@ -121,7 +121,7 @@ private Q_SLOTS:
     void haltedSimulator();
     void refusedName();
     void simulatorRefuses();
-    void statusTellsThemApart();
+    void statusDistinguishesThem();
     void throughAPipe();
     void recordsOtherForms();
 
@@ -484,7 +484,7 @@ void tst_CtlTrace::haltedSimulator()
     QVERIFY2(ctl.err().endsWith(" did not reply within 3000 ms; nothing was sent\n"), ctl.err());
 }
 
-void tst_CtlTrace::statusTellsThemApart()
+void tst_CtlTrace::statusDistinguishesThem()
 {
     Desk desk({ QStringLiteral("ioexpd") });
     FakeDaemons daemons(false);

@@ -128,7 +128,7 @@ private Q_SLOTS:
     void escapes();
     void longValues();
     void callerNames();
-    void callerGoneBefore();
+    void callerThatHasLeft();
     void daemonAsCaller();
 
     void matchesReplies();
@@ -162,7 +162,7 @@ private Q_SLOTS:
     void blocked();
     void manyCallers();
     void keepsUp();
-    void saysWhatIsLost();
+    void reportsLostCalls();
 
     void picture();
     void emptyPicture();
@@ -450,7 +450,7 @@ void tst_CtlTraffic::callerNames()
 }
 
 // The bus no longer knows the caller.
-void tst_CtlTraffic::callerGoneBefore()
+void tst_CtlTraffic::callerThatHasLeft()
 {
     const auto ctl = trace("--json --count 1");
     ctl->send(SIGSTOP);
@@ -1166,7 +1166,7 @@ void tst_CtlTraffic::keepsUp()
     QVERIFY2(picture.left >= 220 && picture.right <= 1582, QByteArray::number(picture.right));
 }
 
-void tst_CtlTraffic::saysWhatIsLost()
+void tst_CtlTraffic::reportsLostCalls()
 {
     const QString gate = path("gate");
     QCOMPARE(runProgram(text("mkfifo"), { gate }).code, 0);

@@ -13,14 +13,14 @@ class tst_InterfaceFile : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void readsEveryFileThatShips_data();
-    void readsEveryFileThatShips();
+    void readsEveryInstalledFile_data();
+    void readsEveryInstalledFile();
     void readsAMember_data();
     void readsAMember();
     void readsAnnotationsAndDocumentation();
     void refuses_data();
     void refuses();
-    void refusesWhatIsNotThere();
+    void refusesAMissingFile();
 
 private:
     QString write(const QByteArray &content);
@@ -50,7 +50,7 @@ QString tst_InterfaceFile::write(const QByteArray &content)
     return file.fileName();
 }
 
-void tst_InterfaceFile::readsEveryFileThatShips_data()
+void tst_InterfaceFile::readsEveryInstalledFile_data()
 {
     QTest::addColumn<int>("methods");
     QTest::addColumn<int>("signalCount");
@@ -60,7 +60,7 @@ void tst_InterfaceFile::readsEveryFileThatShips_data()
     QTest::newRow("org.hnipc.Simulator") << 12 << 0;
 }
 
-void tst_InterfaceFile::readsEveryFileThatShips()
+void tst_InterfaceFile::readsEveryInstalledFile()
 {
     QFETCH(int, methods);
     QFETCH(int, signalCount);
@@ -192,7 +192,7 @@ void tst_InterfaceFile::refuses()
     QVERIFY2(error.size() > file.size() + 5, qPrintable(error));
 }
 
-void tst_InterfaceFile::refusesWhatIsNotThere()
+void tst_InterfaceFile::refusesAMissingFile()
 {
     QString error;
     QVERIFY(!readInterfaceFile(QStringLiteral("/nowhere/it.xml"), &error));

@@ -24,16 +24,16 @@ class tst_RequestFaults : public QObject
 
 private slots:
     void lateAnswerArrives();
-    void othersAreAnsweredMeanwhile();
+    void otherRequestsFinishMeanwhile();
     void missingAnswerIsUnknown();
     void errorIsARefusal();
     void otherTypeIsUnknown();
     void deathAfterReadingIsUnknown();
     void deathBeforeReadingIsUnknown();
-    void absentDaemonGetsNothing();
-    void daemonThatReturnsIsAsked();
+    void absentDaemonReceivesNoCall();
+    void restartedDaemonIsCalled();
     void thousandAtOnce();
-    void memoryStaysAsItIs();
+    void memoryDoesNotGrow();
 };
 
 namespace {
@@ -85,7 +85,7 @@ void tst_RequestFaults::lateAnswerArrives()
     QCOMPARE(late.times, 1);
 }
 
-void tst_RequestFaults::othersAreAnsweredMeanwhile()
+void tst_RequestFaults::otherRequestsFinishMeanwhile()
 {
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('calibrateSupply', 'never', <''>)");
@@ -173,7 +173,7 @@ void tst_RequestFaults::deathBeforeReadingIsUnknown()
     QCOMPARE(request.times, 1);
 }
 
-void tst_RequestFaults::absentDaemonGetsNothing()
+void tst_RequestFaults::absentDaemonReceivesNoCall()
 {
     Desk desk({ "ioexpd" });
     Counted request("cycleCutter");
@@ -199,7 +199,7 @@ void tst_RequestFaults::absentDaemonGetsNothing()
     QCOMPARE(request.times, 1);
 }
 
-void tst_RequestFaults::daemonThatReturnsIsAsked()
+void tst_RequestFaults::restartedDaemonIsCalled()
 {
     Desk desk({ "m4" });
     HNIPCAvailability availability;
@@ -276,7 +276,7 @@ static bool makeRequests(int number)
     return true;
 }
 
-void tst_RequestFaults::memoryStaysAsItIs()
+void tst_RequestFaults::memoryDoesNotGrow()
 {
     if (!isHeapCounted()) {
         HNIPC_SKIP("the allocator does not say how much of the heap is in use");

@@ -183,21 +183,21 @@ private Q_SLOTS:
     void commandHasTheEnvironment();
     void currentDirectoryIsNotInThePath_data();
     void currentDirectoryIsNotInThePath();
-    void commandIsAmongTheDaemons_data();
-    void commandIsAmongTheDaemons();
+    void commandFindsTheDaemonsOnItsBus_data();
+    void commandFindsTheDaemonsOnItsBus();
     void clientWorksInside();
     void sandboxInASandbox();
 
     void leavesNothingBehind_data();
     void leavesNothingBehind();
-    void survivesNoKill_data();
-    void survivesNoKill();
+    void processesEndWhenTheSandboxIsKilled_data();
+    void processesEndWhenTheSandboxIsKilled();
     void leavesNoFiles();
 
     void refuses_data();
     void refuses();
     void refusesABrokenScenario();
-    void saysWhatDoesNotComeUp();
+    void reportsWhatDoesNotStart();
     void helpIntoAClosedPipe();
 
     void playsAScenario();
@@ -205,11 +205,11 @@ private Q_SLOTS:
     void quietScenario();
     void scenarioStopsADaemon();
     void scenarioStartsADaemonAgain();
-    void daemonThatIsReplacedIsHeardToItsEnd();
-    void playGoesOnAfterAMistake();
+    void allOutputOfARestartedDaemonIsPrinted();
+    void scenarioContinuesAfterAFailedAct();
     void failedActDecidesTheExitCode_data();
     void failedActDecidesTheExitCode();
-    void daemonThatDoesNotReturnIsAFailedAct();
+    void daemonThatDoesNotRestartIsAFailedAct();
     void deepValueReachesTheDaemon();
     void shippedScenariosPlayToTheirEnd();
     void checksAScenario_data();
@@ -222,8 +222,8 @@ private Q_SLOTS:
     void checkEndsOnASignal();
     void shippedScenariosAndTheExampleAreRight_data();
     void shippedScenariosAndTheExampleAreRight();
-    void tellsOfADaemonThatDies();
-    void tellsOfABusThatDies();
+    void reportsADaemonThatDies();
+    void reportsABusThatDies();
 
     void keysAreForTheCommand();
     void keyEndsTheCommand();
@@ -343,7 +343,7 @@ void tst_Sandbox::currentDirectoryIsNotInThePath()
     QCOMPARE(here.output(), QByteArray());
 }
 
-void tst_Sandbox::commandIsAmongTheDaemons_data()
+void tst_Sandbox::commandFindsTheDaemonsOnItsBus_data()
 {
     QTest::addColumn<QStringList>("options");
     QTest::addColumn<QByteArray>("names");
@@ -357,7 +357,7 @@ void tst_Sandbox::commandIsAmongTheDaemons_data()
                                << QByteArray("org.hnipc.m4\n");
 }
 
-void tst_Sandbox::commandIsAmongTheDaemons()
+void tst_Sandbox::commandFindsTheDaemonsOnItsBus()
 {
     QFETCH(QStringList, options);
     QFETCH(QByteArray, names);
@@ -426,7 +426,7 @@ void tst_Sandbox::leavesNothingBehind()
     QVERIFY(sandbox.leavesNothing());
 }
 
-void tst_Sandbox::survivesNoKill_data()
+void tst_Sandbox::processesEndWhenTheSandboxIsKilled_data()
 {
     QTest::addColumn<bool>("outer");
     QTest::addColumn<bool>("inner");
@@ -435,7 +435,7 @@ void tst_Sandbox::survivesNoKill_data()
     QTest::newRow("both") << true << true;
 }
 
-void tst_Sandbox::survivesNoKill()
+void tst_Sandbox::processesEndWhenTheSandboxIsKilled()
 {
     QFETCH(bool, outer);
     QFETCH(bool, inner);
@@ -532,7 +532,7 @@ void tst_Sandbox::refusesABrokenScenario()
     QVERIFY(sandbox.leavesNothing());
 }
 
-void tst_Sandbox::saysWhatDoesNotComeUp()
+void tst_Sandbox::reportsWhatDoesNotStart()
 {
     const QString catalogue = write("supplies.json", "{\n  \"supplies\": 3\n}\n");
     Sandbox noDaemon(inShell("echo run"), { { "HNIPC_DATA_DIR", m_directory.path() } });
@@ -657,7 +657,7 @@ void tst_Sandbox::scenarioStartsADaemonAgain()
 
 // A script beside a copy of the sandbox plays a daemon that prints many lines when it is asked to
 // end.
-void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
+void tst_Sandbox::allOutputOfARestartedDaemonIsPrinted()
 {
     const QString program = m_directory.filePath("hnipc-sandbox");
     QVERIFY(QFile::copy(sandboxProgram, program));
@@ -708,7 +708,7 @@ void tst_Sandbox::daemonThatIsReplacedIsHeardToItsEnd()
     QCOMPARE(errors, (last + "that was all\n").repeated(4) + "-- Done.\n");
 }
 
-void tst_Sandbox::playGoesOnAfterAMistake()
+void tst_Sandbox::scenarioContinuesAfterAFailedAct()
 {
     const QStringList options = scenario(
         "{ \"at\": 0, \"daemon\": \"m4\", \"do\": \"set\", \"name\": \"nothing\", \"value\": 1 },\n"
@@ -777,7 +777,7 @@ void tst_Sandbox::failedActDecidesTheExitCode()
 }
 
 // A script beside a copy of the sandbox plays a daemon that starts only once.
-void tst_Sandbox::daemonThatDoesNotReturnIsAFailedAct()
+void tst_Sandbox::daemonThatDoesNotRestartIsAFailedAct()
 {
     const QTemporaryDir directory;
     const QString program = directory.filePath("hnipc-sandbox");
@@ -1135,7 +1135,7 @@ void tst_Sandbox::shippedScenariosAndTheExampleAreRight()
     QVERIFY(sandbox.leavesNothing());
 }
 
-void tst_Sandbox::tellsOfADaemonThatDies()
+void tst_Sandbox::reportsADaemonThatDies()
 {
     OpenSandbox sandbox({ "--daemons", "m4,ioexpd" });
     const QByteArray reply = sandbox.processOf("m4"); // (uint32 123,)
@@ -1149,7 +1149,7 @@ void tst_Sandbox::tellsOfADaemonThatDies()
     QCOMPARE(sandbox.exitCode(), 0);
 }
 
-void tst_Sandbox::tellsOfABusThatDies()
+void tst_Sandbox::reportsABusThatDies()
 {
     if (isOnDBusBroker()) {
         HNIPC_SKIP("dbus-broker has another name");

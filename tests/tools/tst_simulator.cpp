@@ -20,30 +20,30 @@ private slots:
     void switchIsKept_data();
     void switchIsKept();
     void userSettingIsAnnouncedAgainOnRefresh();
-    void requestTakesAnnouncesAndLeavesANewReading_data();
-    void requestTakesAnnouncesAndLeavesANewReading();
+    void requestMeasuresAndEmitsTheValue_data();
+    void requestMeasuresAndEmitsTheValue();
     void measurementsAreTheSameInEveryRun();
     void messageIsAnnouncedAndAcknowledged();
     void refreshAllAnnouncesEverySensor_data();
     void refreshAllAnnouncesEverySensor();
-    void numberOfAnApplicationIsAnnounced();
+    void numberFromAnApplicationIsEmitted();
 
     void feedsMoveTheMileage();
     void backwardFeedEndsAtTheStart();
     void resetMotorForgetsLessThanAMillimetre_data();
     void resetMotorForgetsLessThanAMillimetre();
     void calibrationMeasures();
-    void ribbonUnitThatWasResetStands();
+    void ribbonOfAResetUnitDoesNotMove();
     void cutterLeavesHomeAndComesBack();
-    void cutterThatIsAwayDoesNotCycle();
+    void cutterAwayFromHomeDoesNotCycle();
     void openLidRefusesMotion_data();
     void openLidRefusesMotion();
-    void conditionMakesAnErrorAndItsEndClearsIt_data();
-    void conditionMakesAnErrorAndItsEndClearsIt();
-    void errorGivesWayToTheOneThatStands();
-    void handedOverErrorOutlivesTheLid();
-    void handedOverCodeStandsBelowTheOthers_data();
-    void handedOverCodeStandsBelowTheOthers();
+    void conditionSetsAnErrorAndItsEndClearsIt_data();
+    void conditionSetsAnErrorAndItsEndClearsIt();
+    void errorOfAnotherConditionFollows();
+    void emittedErrorStaysAfterTheLidIsClosed();
+    void codeOfAConditionReplacesAnEmittedCode_data();
+    void codeOfAConditionReplacesAnEmittedCode();
     void hotHeadIsAFault();
     void lowBatteryMakesAnAlert();
     void resetPrinterClearsAll();
@@ -55,7 +55,7 @@ private slots:
     void jobCanBeCancelledRetriedAndCleared();
     void clearingTheCurrentJobStartsTheNext();
     void openLidStopsTheJob();
-    void statusKnowsItsPrinter();
+    void statusIsForThisPrinterOnly();
 
     void buttonsAndSoftCancel();
     void expanderKeepsItsSwitches();
@@ -65,24 +65,24 @@ private slots:
     void mileageBeforeTheStartIsAFullRoll();
     void lowSupplyMakesAnAlertAndAnEmptyOneAnError();
     void lowRibbonsMakeAlertsOfTheirOwn();
-    void lowSupplyIsAlertedOfAgain();
+    void lowSupplyIsReportedAgain();
     void loadingIsAnnouncedByBothDaemons();
     void loadingNothingLeavesTheRolls();
     void tagBeforeThePrintEngineIsLoaded();
-    void tagInAnEmptyPlaceIsNone();
-    void printEngineThatReturnsFindsTheRolls();
-    void supplyDaemonThatReturnsBelievesThePrintEngine();
+    void tagOfAnEmptyPlaceIsIgnored();
+    void restartedPrintEngineReceivesTheRolls();
+    void restartedSupplyDaemonTakesValuesOfThePrintEngine();
     void catalogueIsServed();
-    void recordSaysWhatTheQueriesSay();
-    void noticesAreAnswered();
-    void supplyDaemonSaysThatItIsReady();
-    void otherPrinterHasNothingLoaded();
+    void recordHasTheValuesOfTheQueries();
+    void notificationsGetReplies();
+    void supplyDaemonEmitsReady();
+    void otherPrinterHasNoRolls();
 
-    void worldRefusesWhatCannotBe_data();
-    void worldRefusesWhatCannotBe();
+    void simulatorRefusesInvalidActs_data();
+    void simulatorRefusesInvalidActs();
     void anySignalCanBeSent_data();
     void anySignalCanBeSent();
-    void worldIsNamedCompletely();
+    void namesOfReadingsAreComplete();
 };
 
 // ---- Readings ----
@@ -250,7 +250,7 @@ void tst_Simulator::userSettingIsAnnouncedAgainOnRefresh()
         [&desk]() { return desk.daemon("m4").output().contains("user setting 5: -3\n"); }));
 }
 
-void tst_Simulator::requestTakesAnnouncesAndLeavesANewReading_data()
+void tst_Simulator::requestMeasuresAndEmitsTheValue_data()
 {
     QTest::addColumn<QByteArray>("query");
     QTest::addColumn<QByteArray>("signal");
@@ -280,7 +280,7 @@ void tst_Simulator::requestTakesAnnouncesAndLeavesANewReading_data()
     }
 }
 
-void tst_Simulator::requestTakesAnnouncesAndLeavesANewReading()
+void tst_Simulator::requestMeasuresAndEmitsTheValue()
 {
     QFETCH(QByteArray, query);
     QFETCH(QByteArray, signal);
@@ -382,7 +382,7 @@ void tst_Simulator::refreshAllAnnouncesEverySensor()
     }
 }
 
-void tst_Simulator::numberOfAnApplicationIsAnnounced()
+void tst_Simulator::numberFromAnApplicationIsEmitted()
 {
     Desk desk({ "m4" });
     QCOMPARE(desk.ask("m4", "printQueueFull", "(uint32 12,)"), QByteArray("(true,)"));
@@ -472,7 +472,7 @@ void tst_Simulator::calibrationMeasures()
     }
 }
 
-void tst_Simulator::ribbonUnitThatWasResetStands()
+void tst_Simulator::ribbonOfAResetUnitDoesNotMove()
 {
     Desk desk({ "m4" });
     desk.ask("m4", "resetRibbon1");
@@ -493,7 +493,7 @@ void tst_Simulator::cutterLeavesHomeAndComesBack()
     QCOMPARE(desk.ask("m4", "cutterHome"), QByteArray("(true,)"));
 }
 
-void tst_Simulator::cutterThatIsAwayDoesNotCycle()
+void tst_Simulator::cutterAwayFromHomeDoesNotCycle()
 {
     Desk desk({ "m4" });
     desk.act("m4", "set", "('cutterHome', <false>)");
@@ -529,7 +529,7 @@ void tst_Simulator::openLidRefusesMotion()
     QCOMPARE(desk.ask("m4", member, body), QByteArray("(true,)"));
 }
 
-void tst_Simulator::conditionMakesAnErrorAndItsEndClearsIt_data()
+void tst_Simulator::conditionSetsAnErrorAndItsEndClearsIt_data()
 {
     QTest::addColumn<QByteArray>("bad");
     QTest::addColumn<QByteArray>("good");
@@ -554,7 +554,7 @@ void tst_Simulator::conditionMakesAnErrorAndItsEndClearsIt_data()
     }
 }
 
-void tst_Simulator::conditionMakesAnErrorAndItsEndClearsIt()
+void tst_Simulator::conditionSetsAnErrorAndItsEndClearsIt()
 {
     QFETCH(QByteArray, bad);
     QFETCH(QByteArray, good);
@@ -580,7 +580,7 @@ void tst_Simulator::conditionMakesAnErrorAndItsEndClearsIt()
     QVERIFY(desk.hears("M4_M4PrintDone"));
 }
 
-void tst_Simulator::errorGivesWayToTheOneThatStands()
+void tst_Simulator::errorOfAnotherConditionFollows()
 {
     Desk desk({ "m4" });
     desk.act("m4", "set", "('supplySensor', <uint32 0>)");
@@ -594,7 +594,7 @@ void tst_Simulator::errorGivesWayToTheOneThatStands()
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(20,)"));
 }
 
-void tst_Simulator::handedOverErrorOutlivesTheLid()
+void tst_Simulator::emittedErrorStaysAfterTheLidIsClosed()
 {
     Desk desk({ "m4" });
     desk.act("m4", "set", "('printerLid', <true>)");
@@ -608,7 +608,7 @@ void tst_Simulator::handedOverErrorOutlivesTheLid()
     QCOMPARE(desk.ask("m4", "getError"), QByteArray("(10,)"));
 }
 
-void tst_Simulator::handedOverCodeStandsBelowTheOthers_data()
+void tst_Simulator::codeOfAConditionReplacesAnEmittedCode_data()
 {
     QTest::addColumn<QByteArray>("query");
     QTest::addColumn<QByteArray>("bad");
@@ -620,7 +620,7 @@ void tst_Simulator::handedOverCodeStandsBelowTheOthers_data()
                                << QByteArray("'batteryStatus', <50>") << QByteArray("(1,)");
 }
 
-void tst_Simulator::handedOverCodeStandsBelowTheOthers()
+void tst_Simulator::codeOfAConditionReplacesAnEmittedCode()
 {
     QFETCH(QByteArray, query);
     QFETCH(QByteArray, bad);
@@ -800,7 +800,7 @@ void tst_Simulator::openLidStopsTheJob()
     QCOMPARE(desk.count("M4_M4PrintDone"), 20);
 }
 
-void tst_Simulator::statusKnowsItsPrinter()
+void tst_Simulator::statusIsForThisPrinterOnly()
 {
     Desk desk({ "m4" });
     QCOMPARE(desk.ask("m4", "getPrinterStatus", "('labelprinter',)"), QByteArray("(1,)"));
@@ -906,7 +906,7 @@ void tst_Simulator::lowRibbonsMakeAlertsOfTheirOwn()
     QVERIFY(desk.hears("M4_Alert", "(0,)"));
 }
 
-void tst_Simulator::lowSupplyIsAlertedOfAgain()
+void tst_Simulator::lowSupplyIsReportedAgain()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("supplyd", "set", "('supplyPercent', <5>)");
@@ -1022,7 +1022,7 @@ void tst_Simulator::tagBeforeThePrintEngineIsLoaded()
     QCOMPARE(desk.ask("supplyd", "supplyId"), QByteArray("('TAP-100-RD',)"));
 }
 
-void tst_Simulator::tagInAnEmptyPlaceIsNone()
+void tst_Simulator::tagOfAnEmptyPlaceIsIgnored()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("m4", "set", "('ribbon2UID', <'E004010000000022'>)");
@@ -1038,7 +1038,7 @@ void tst_Simulator::tagInAnEmptyPlaceIsNone()
     QCOMPARE(desk.ask("supplyd", "supplyRibbon2UID"), QByteArray("('',)"));
 }
 
-void tst_Simulator::printEngineThatReturnsFindsTheRolls()
+void tst_Simulator::restartedPrintEngineReceivesTheRolls()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("supplyd", "load", "('TAP-050-YE', ['RIB-110-BK'])");
@@ -1055,7 +1055,7 @@ void tst_Simulator::printEngineThatReturnsFindsTheRolls()
     QCOMPARE(desk.count("SUPPLYD_SupplyChanged"), 0);
 }
 
-void tst_Simulator::supplyDaemonThatReturnsBelievesThePrintEngine()
+void tst_Simulator::restartedSupplyDaemonTakesValuesOfThePrintEngine()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("supplyd", "load", "('TAP-050-YE', ['RIB-110-BK'])");
@@ -1156,7 +1156,7 @@ void tst_Simulator::catalogueIsServed()
     QCOMPARE(printer.supplyRibbonMaxSpeed("RIB-110-BK", 1, "LBL-025075-SI"), 60);
 }
 
-void tst_Simulator::recordSaysWhatTheQueriesSay()
+void tst_Simulator::recordHasTheValuesOfTheQueries()
 {
     Desk desk({ "supplyd" });
     HNIPC printer;
@@ -1210,7 +1210,7 @@ void tst_Simulator::recordSaysWhatTheQueriesSay()
     QCOMPARE(printer.supplyInformationBySKUs("unknown", ribbons).text1, QString());
 }
 
-void tst_Simulator::noticesAreAnswered()
+void tst_Simulator::notificationsGetReplies()
 {
     Desk desk({ "supplyd" });
     // The daemon has already announced once that it is ready before it replies to the first call.
@@ -1223,7 +1223,7 @@ void tst_Simulator::noticesAreAnswered()
     QCOMPARE(desk.ask("supplyd", "setModulePrinterName", "('labelprinter',)"), QByteArray("()"));
 }
 
-void tst_Simulator::supplyDaemonSaysThatItIsReady()
+void tst_Simulator::supplyDaemonEmitsReady()
 {
     WirePeer peer;
     peer.listen("type='signal',interface='local.IHNIPCSUPPLYD'");
@@ -1232,7 +1232,7 @@ void tst_Simulator::supplyDaemonSaysThatItIsReady()
     QCOMPARE(peer.receivedSignals().at(0).member, QByteArray("SUPPLYD_HNIPCReady"));
 }
 
-void tst_Simulator::otherPrinterHasNothingLoaded()
+void tst_Simulator::otherPrinterHasNoRolls()
 {
     Desk desk({ "supplyd" });
     QCOMPARE(desk.ask("supplyd", "supplySKUCached", "('another',)"), QByteArray("('',)"));
@@ -1243,7 +1243,7 @@ void tst_Simulator::otherPrinterHasNothingLoaded()
 
 // ---- The world ----
 
-void tst_Simulator::worldRefusesWhatCannotBe_data()
+void tst_Simulator::simulatorRefusesInvalidActs_data()
 {
     QTest::addColumn<QByteArray>("daemon");
     QTest::addColumn<QByteArray>("member");
@@ -1300,7 +1300,7 @@ void tst_Simulator::worldRefusesWhatCannotBe_data()
     }
 }
 
-void tst_Simulator::worldRefusesWhatCannotBe()
+void tst_Simulator::simulatorRefusesInvalidActs()
 {
     QFETCH(QByteArray, daemon);
     QFETCH(QByteArray, member);
@@ -1355,7 +1355,7 @@ void tst_Simulator::anySignalCanBeSent()
     QVERIFY(desk.hears(member, body));
 }
 
-void tst_Simulator::worldIsNamedCompletely()
+void tst_Simulator::namesOfReadingsAreComplete()
 {
     Desk desk({ "ioexpd", "m4", "supplyd" });
     QCOMPARE(desk.act("ioexpd", "names"), QByteArray("(['audioAmp', 'backlight'],)"));

@@ -22,23 +22,23 @@ class tst_SimulatorFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void delayedAnswerHoldsUpNobodyElse();
-    void missingAnswerHoldsUpNobodyElse();
-    void clientWaitsForAMissingAnswer();
-    void errorIsTheOneThatWasAskedFor();
+    void delayedReplyDelaysNoOtherCall();
+    void missingReplyDelaysNoOtherCall();
+    void clientWaitsForAMissingReply();
+    void errorIsTheOneThatWasSet();
     void answerHasAnotherType_data();
     void answerHasAnotherType();
     void answerOfACommandHasAnotherType();
     void daemonDiesInTheMiddleOfACall();
     void faultOfEveryMember();
     void faultOfOneMemberComesBeforeThatOfAll();
-    void faultIsNotForThePartsOfACall();
+    void faultAppliesOnlyToCallsFromTheBus();
     void noneEndsAFault();
     void faultsAreListed();
     void floodArrivesCompleteAndInOrder();
-    void floodArrivesWholeAndStopsNoCall();
+    void callsAreServedDuringAFlood();
     void resetEndsAFlood();
-    void floodEndsTheOneBefore();
+    void newFloodEndsTheEarlierOne();
     void malformedRecord_data();
     void malformedRecord();
     void malformedRecordCanBeLate();
@@ -50,7 +50,7 @@ static QDBusPendingCall callLater(const char *member, int timeout = -1)
         QDBusMessage::createMethodCall("org.hnipc.m4", "/", "local.IHNIPCM4", member), timeout);
 }
 
-void tst_SimulatorFaults::delayedAnswerHoldsUpNobodyElse()
+void tst_SimulatorFaults::delayedReplyDelaysNoOtherCall()
 {
     Desk desk({ "m4" });
     QCOMPARE(desk.act("m4", "fault", "('setDac', 'delay', <uint32 100>)"), QByteArray("()"));
@@ -71,7 +71,7 @@ void tst_SimulatorFaults::delayedAnswerHoldsUpNobodyElse()
     QCOMPARE(late.reply().arguments(), QVariantList { 7 });
 }
 
-void tst_SimulatorFaults::missingAnswerHoldsUpNobodyElse()
+void tst_SimulatorFaults::missingReplyDelaysNoOtherCall()
 {
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('emitError', 'never', <''>)");
@@ -86,7 +86,7 @@ void tst_SimulatorFaults::missingAnswerHoldsUpNobodyElse()
 }
 
 // The wait ends only when the daemon is killed, while the client blocks in its call.
-void tst_SimulatorFaults::clientWaitsForAMissingAnswer()
+void tst_SimulatorFaults::clientWaitsForAMissingReply()
 {
     Desk desk({ "m4" });
     desk.act("m4", "set", "('dac0', <uint32 7>)");
@@ -114,7 +114,7 @@ void tst_SimulatorFaults::clientWaitsForAMissingAnswer()
     QCOMPARE(value, 0u);
 }
 
-void tst_SimulatorFaults::errorIsTheOneThatWasAskedFor()
+void tst_SimulatorFaults::errorIsTheOneThatWasSet()
 {
     Desk desk({ "m4" });
     HNIPC printer;
@@ -238,7 +238,7 @@ void tst_SimulatorFaults::faultOfOneMemberComesBeforeThatOfAll()
 }
 
 // To emit a signal, an operation uses operations of its own, which no client has called.
-void tst_SimulatorFaults::faultIsNotForThePartsOfACall()
+void tst_SimulatorFaults::faultAppliesOnlyToCallsFromTheBus()
 {
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('*', 'delay', <1>)");
@@ -288,7 +288,7 @@ void tst_SimulatorFaults::floodArrivesCompleteAndInOrder()
     QVERIFY(desk.hears("M4_M4Dac0", QByteArray(), 20000));
 }
 
-void tst_SimulatorFaults::floodArrivesWholeAndStopsNoCall()
+void tst_SimulatorFaults::callsAreServedDuringAFlood()
 {
     const int count = 40000;
     Desk desk({ "m4" });
@@ -357,7 +357,7 @@ void tst_SimulatorFaults::resetEndsAFlood()
     QVERIFY(isEnded(&desk, "M4_M4PrintDone"));
 }
 
-void tst_SimulatorFaults::floodEndsTheOneBefore()
+void tst_SimulatorFaults::newFloodEndsTheEarlierOne()
 {
     Desk desk({ "m4" });
     desk.act("m4", "flood", "('M4PrintDone', uint32 4000000000)");

@@ -21,12 +21,12 @@ private slots:
     void wrongUsage_data();
     void wrongUsage();
     void noBus();
-    void busHasToBeNamed_data();
-    void busHasToBeNamed();
-    void systemBusIsServedWhenAskedFor();
+    void busHasToBeGiven_data();
+    void busHasToBeGiven();
+    void optionUsesTheSystemBus();
     void nameThatIsTaken();
     void nameThatIsNotAllowed();
-    void busThatGoesAway();
+    void lostBus();
     void endsOnASignal_data();
     void endsOnASignal();
     void closedOutputDoesNotEndIt();
@@ -44,8 +44,8 @@ private slots:
     void textsOfAScenarioCannotControlTheTerminal();
     void actsComeInTheOrderOfTheirTimes();
     void scenarioOfEveryDaemonHasEveryAct();
-    void refusedActIsTold_data();
-    void refusedActIsTold();
+    void refusedActIsReported_data();
+    void refusedActIsReported();
     void shippedScenariosAreRead_data();
     void shippedScenariosAreRead();
     void wrongScenarioIsRefused_data();
@@ -203,14 +203,14 @@ void tst_SimulatorProgram::noBus()
     QCOMPARE(outcome.output, QByteArray());
 }
 
-void tst_SimulatorProgram::busHasToBeNamed_data()
+void tst_SimulatorProgram::busHasToBeGiven_data()
 {
     QTest::addColumn<bool>("isSet");
     QTest::newRow("not set") << false;
     QTest::newRow("empty") << true;
 }
 
-void tst_SimulatorProgram::busHasToBeNamed()
+void tst_SimulatorProgram::busHasToBeGiven()
 {
     QFETCH(bool, isSet);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -230,7 +230,7 @@ void tst_SimulatorProgram::busHasToBeNamed()
 }
 
 // On a private bus at the path of the system bus, in a mount namespace without another bus.
-void tst_SimulatorProgram::systemBusIsServedWhenAskedFor()
+void tst_SimulatorProgram::optionUsesTheSystemBus()
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove("DBUS_SYSTEM_BUS_ADDRESS");
@@ -287,7 +287,7 @@ void tst_SimulatorProgram::nameThatIsNotAllowed()
              QByteArray("hnipc-simulator: the bus does not allow the name org.hnipc.supplyd\n"));
 }
 
-void tst_SimulatorProgram::busThatGoesAway()
+void tst_SimulatorProgram::lostBus()
 {
     BusProcess bus;
     Process process;
@@ -584,7 +584,7 @@ void tst_SimulatorProgram::scenarioOfEveryDaemonHasEveryAct()
     QVERIFY(!daemon.output().contains("not mine\n"));
 }
 
-void tst_SimulatorProgram::refusedActIsTold_data()
+void tst_SimulatorProgram::refusedActIsReported_data()
 {
     addRows({
         { "nothing of that name", "printerLid", "printerLidd",
@@ -594,7 +594,7 @@ void tst_SimulatorProgram::refusedActIsTold_data()
     });
 }
 
-void tst_SimulatorProgram::refusedActIsTold()
+void tst_SimulatorProgram::refusedActIsReported()
 {
     QFETCH(QByteArray, from);
     QFETCH(QByteArray, to);

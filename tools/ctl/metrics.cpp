@@ -18,9 +18,9 @@ namespace {
 
 // ---- One printer: the result as JSON -------------------------------------------------------
 
-// Reads one daemon. The light call is Introspect of its object: the daemon replies to it from its event
-// loop, it changes nothing, and every HNIPC object waits for it. The properties are read when the
-// daemon has replied, so they do not delay this reply, and a daemon that hangs takes the timeout once.
+// Reads one daemon. First it calls Introspect of the daemon's object: the daemon replies from its event
+// loop, the call changes nothing, and every HNIPC object makes it, too. The properties are read after
+// the reply, so they do not delay it, and a daemon that hangs takes the timeout only once.
 class DaemonReader
 {
 public:
@@ -160,8 +160,8 @@ private:
     std::unique_ptr<QDBusPendingCallWatcher> m_light;
     std::unique_ptr<QDBusPendingCallWatcher> m_player;
     std::vector<std::unique_ptr<HNIPCRequest>> m_requests;
-    HNIPCFailure m_failure; // of the light call
-    qint64 m_duration = 0;  // of the light call, in ns
+    HNIPCFailure m_failure; // of Introspect
+    qint64 m_duration = 0;  // of Introspect, in ns
     int m_pending = 0;
 };
 
@@ -276,8 +276,8 @@ int gather(const Context &context, const std::vector<FleetAnswer> &answers)
 // clang-format off
 const Command metricsCommand = {
     "metrics", "", "Prints metrics of the printer for a monitoring system",
-    "Prints OpenMetrics text: which daemons are running, how long a light call of each\n"
-    "takes, and the values of the properties. With --output, also counts the restarts of\n"
+    "Prints OpenMetrics text: which daemons are running, how long each takes to reply to\n"
+    "a call, and the values of the properties. With --output, also counts the restarts of\n"
     "the daemons since the file was first written. For several printers, each metric has\n"
     "a label \"printer\". --timeout is the time for everything; a printer that does not\n"
     "reply in time has the metric hnipc_printer_reached with the value 0. The exit code is\n"
