@@ -133,7 +133,7 @@ private Q_SLOTS:
     void initTestCase();
     void cleanupTestCase();
     void init();
-    void recordIsMadeKnownToDBusEvenWithoutDaemon();
+    void recordTypeIsRegisteredWithoutADaemon();
     void resultIsOfExactlyTheKind_data();
     void resultIsOfExactlyTheKind();
     void doubleIsNoFloat();
@@ -152,7 +152,7 @@ private Q_SLOTS:
     void otherServerTypesAreNotCalled_data();
     void otherServerTypesAreNotCalled();
     void failureLeavesNothingBehind();
-    void introspectionDecidesNothing();
+    void introspectionDataIsIgnored();
 
 private:
     QVariant call(int kind, int server = M4, const QByteArray &method = "method",
@@ -192,7 +192,7 @@ void tst_CallEngine::init()
 }
 
 // Runs first: nothing may have called for a record before.
-void tst_CallEngine::recordIsMadeKnownToDBusEvenWithoutDaemon()
+void tst_CallEngine::recordTypeIsRegisteredWithoutADaemon()
 {
     QVERIFY(!signatureOfRecord());
     QVERIFY(!call(recordKind, 3).isValid());
@@ -397,7 +397,7 @@ void tst_CallEngine::failureLeavesNothingBehind()
     QVERIFY(!m_private->call<int>(HNIPCServer::M4, QLatin1String("fails")).isValid());
 }
 
-void tst_CallEngine::introspectionDecidesNothing()
+void tst_CallEngine::introspectionDataIsIgnored()
 {
     m_daemons->stop(M4);
     m4().setIntrospection("<node><interface name='local.IHNIPCM4'><method name='known'>"

@@ -56,14 +56,14 @@ public Q_SLOTS:
 
 private Q_SLOTS:
     void classIsPlain();
-    void signalsStandInTheirPlaces_data();
-    void signalsStandInTheirPlaces();
-    void slotsStandInTheirPlaces_data();
-    void slotsStandInTheirPlaces();
-    void propertiesStandInTheirPlaces_data();
-    void propertiesStandInTheirPlaces();
-    void emissionAnswersWhatTheReceiverAnswers_data();
-    void emissionAnswersWhatTheReceiverAnswers();
+    void signalsAreDeclaredInOrder_data();
+    void signalsAreDeclaredInOrder();
+    void slotsAreDeclaredInOrder_data();
+    void slotsAreDeclaredInOrder();
+    void propertiesAreDeclaredInOrder_data();
+    void propertiesAreDeclaredInOrder();
+    void emissionReturnsTheValueOfTheReceiver_data();
+    void emissionReturnsTheValueOfTheReceiver();
     void emissionWithoutReceiverIsHarmless();
 };
 
@@ -85,7 +85,7 @@ void tst_ClientMetaObject::classIsPlain()
     QCOMPARE(meta.constructorCount(), 0);
 }
 
-void tst_ClientMetaObject::signalsStandInTheirPlaces_data()
+void tst_ClientMetaObject::signalsAreDeclaredInOrder_data()
 {
     QTest::addColumn<int>("index");
     for (const ClientSignal &row : clientSignals) {
@@ -93,7 +93,7 @@ void tst_ClientMetaObject::signalsStandInTheirPlaces_data()
     }
 }
 
-void tst_ClientMetaObject::signalsStandInTheirPlaces()
+void tst_ClientMetaObject::signalsAreDeclaredInOrder()
 {
     QFETCH(int, index);
     const QMetaMethod signal = method(index);
@@ -105,7 +105,7 @@ void tst_ClientMetaObject::signalsStandInTheirPlaces()
     QCOMPARE(QByteArray(signal.tag()), QByteArray());
 }
 
-void tst_ClientMetaObject::slotsStandInTheirPlaces_data()
+void tst_ClientMetaObject::slotsAreDeclaredInOrder_data()
 {
     QTest::addColumn<int>("row");
     for (int row = 0; row < clientSlotCount; ++row) {
@@ -113,7 +113,7 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces_data()
     }
 }
 
-void tst_ClientMetaObject::slotsStandInTheirPlaces()
+void tst_ClientMetaObject::slotsAreDeclaredInOrder()
 {
     QFETCH(int, row);
     const ClientSlot &expected = clientSlots[row];
@@ -128,7 +128,7 @@ void tst_ClientMetaObject::slotsStandInTheirPlaces()
     QCOMPARE(QByteArray(slot.tag()), QByteArray());
 }
 
-void tst_ClientMetaObject::propertiesStandInTheirPlaces_data()
+void tst_ClientMetaObject::propertiesAreDeclaredInOrder_data()
 {
     QTest::addColumn<int>("index");
     for (int index = 0; index < clientPropertyCount; ++index) {
@@ -136,7 +136,7 @@ void tst_ClientMetaObject::propertiesStandInTheirPlaces_data()
     }
 }
 
-void tst_ClientMetaObject::propertiesStandInTheirPlaces()
+void tst_ClientMetaObject::propertiesAreDeclaredInOrder()
 {
     QFETCH(int, index);
     const QMetaObject &meta = HNIPC::staticMetaObject;
@@ -157,12 +157,12 @@ void tst_ClientMetaObject::propertiesStandInTheirPlaces()
     QVERIFY(!property.isFinal());
 }
 
-void tst_ClientMetaObject::emissionAnswersWhatTheReceiverAnswers_data()
+void tst_ClientMetaObject::emissionReturnsTheValueOfTheReceiver_data()
 {
-    signalsStandInTheirPlaces_data();
+    signalsAreDeclaredInOrder_data();
 }
 
-void tst_ClientMetaObject::emissionAnswersWhatTheReceiverAnswers()
+void tst_ClientMetaObject::emissionReturnsTheValueOfTheReceiver()
 {
     QFETCH(int, index);
     SignalParameters<HNIPC, bool>::check();

@@ -82,7 +82,7 @@ private Q_SLOTS:
     void declarationHasTheTypes();
     void oneCallCarriesTheArgumentsAndTheAnswer_data();
     void oneCallCarriesTheArgumentsAndTheAnswer();
-    void resultNeedsNoPlace();
+    void callsWorkWithoutAPlaceForTheResult();
     void failedCallGivesTheEmptyValue_data();
     void failedCallGivesTheEmptyValue();
     void absentDaemonGivesTheEmptyValueAndIsNotCalled_data();
@@ -96,7 +96,7 @@ private Q_SLOTS:
     void userSettingKeepsTheOrderOfItsArguments();
     void extremeReadingsAreReturnedUnchanged();
     void verificationValueIsReturnedWhole();
-    void printerStatusOfNoNameAsksThePrintEngine();
+    void printerStatusWithoutANameIsCalled();
     void defaultPanelIsOne();
     void shortFormsThroughTheMetaObjectAddTheirDefault();
     void defaultPrinterNameIsSentAsEmptyText();
@@ -186,7 +186,7 @@ void tst_ClientMethods::oneCallCarriesTheArgumentsAndTheAnswer()
     }
 }
 
-void tst_ClientMethods::resultNeedsNoPlace()
+void tst_ClientMethods::callsWorkWithoutAPlaceForTheResult()
 {
     for (const ClientSlot &slot : clientSlots) {
         const QVariantList arguments = values(argumentSamples(slot.signature, 1));
@@ -311,7 +311,7 @@ void tst_ClientMethods::verificationValueIsReturnedWhole()
     QCOMPARE(m_client->ribbon2Verify(), quint64(0x0123456789abcdefull));
 }
 
-void tst_ClientMethods::printerStatusOfNoNameAsksThePrintEngine()
+void tst_ClientMethods::printerStatusWithoutANameIsCalled()
 {
     m_client->getPrinterStatus(QString());
     QCOMPARE(onlyCall(), QByteArray("/ local.IHNIPCM4.getPrinterStatus s ('',)"));

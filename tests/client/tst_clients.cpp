@@ -20,8 +20,8 @@ private Q_SLOTS:
     void parentOwnsTheClientWhichHasNoChildren();
     void clientMayBeBuiltAndDeletedAtAnyTime();
     void eachClientFollowsTheDaemons();
-    void deletedClientLeavesTheOtherItsDaemons();
-    void deletedClientAsksTheBusNothing();
+    void deletingAClientKeepsTheDaemonsOfTheOther();
+    void deletedClientSendsNothingToTheBus();
 };
 
 static int recordType()
@@ -89,7 +89,7 @@ void tst_Clients::eachClientFollowsTheDaemons()
     QCOMPARE(daemons.takeCalls().size(), 2);
 }
 
-void tst_Clients::deletedClientLeavesTheOtherItsDaemons()
+void tst_Clients::deletingAClientKeepsTheDaemonsOfTheOther()
 {
     FakeDaemons daemons;
     daemons[M4].answer("getError", "(5,)");
@@ -105,7 +105,7 @@ void tst_Clients::deletedClientLeavesTheOtherItsDaemons()
 }
 
 // Not even when a daemon appears that the client would have connected to.
-void tst_Clients::deletedClientAsksTheBusNothing()
+void tst_Clients::deletedClientSendsNothingToTheBus()
 {
     FakeDaemons daemons(false);
     QScopedPointer<HNIPC> client(new HNIPC(0));

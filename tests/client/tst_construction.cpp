@@ -15,11 +15,11 @@ class tst_Construction : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void whatComesMeanwhileIsNotLost_data();
-    void whatComesMeanwhileIsNotLost();
+    void messagesDuringConstructionAreNotLost_data();
+    void messagesDuringConstructionAreNotLost();
 };
 
-void tst_Construction::whatComesMeanwhileIsNotLost_data()
+void tst_Construction::messagesDuringConstructionAreNotLost_data()
 {
     QTest::addColumn<int>("present");
     QTest::addColumn<QByteArray>("member");
@@ -32,7 +32,7 @@ void tst_Construction::whatComesMeanwhileIsNotLost_data()
 }
 
 // A daemon appears, and the daemon that is introspected sends a signal.
-void tst_Construction::whatComesMeanwhileIsNotLost()
+void tst_Construction::messagesDuringConstructionAreNotLost()
 {
     QFETCH(int, present);
     QFETCH(QByteArray, member);

@@ -25,16 +25,16 @@ private Q_SLOTS:
     void furtherArgumentsAreIgnored();
     void misfitIsNotRelayed_data();
     void misfitIsNotRelayed();
-    void signedValueIsNoUnsignedOne();
+    void signedValueIsNotRelayedAsUnsigned();
     void foreignAddressIsNotRelayed_data();
     void foreignAddressIsNotRelayed();
-    void strangerIsNotRelayed_data();
-    void strangerIsNotRelayed();
+    void signalOfAnotherSenderIsNotRelayed_data();
+    void signalOfAnotherSenderIsNotRelayed();
     void orderIsKept();
     void daemonMayStartLaterAndAgain_data();
     void daemonMayStartLaterAndAgain();
     void eachClientReceivesEverySignal();
-    void deletedClientLeavesTheOtherItsSignals();
+    void deletingAClientKeepsTheSignalsOfTheOther();
     void statusChangedNeverFires();
 
 private:
@@ -121,7 +121,7 @@ void tst_Relay::misfitIsNotRelayed()
     QCOMPARE(relayed(), Lines());
 }
 
-void tst_Relay::signedValueIsNoUnsignedOne()
+void tst_Relay::signedValueIsNotRelayedAsUnsigned()
 {
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4Dac0", "(5,)"));
     QVERIFY(m_daemons->emitSignal(M4, "M4_M4Dac0", "(uint32 5,)"));
@@ -149,9 +149,9 @@ void tst_Relay::foreignAddressIsNotRelayed()
     QCOMPARE(relayed(), Lines());
 }
 
-void tst_Relay::strangerIsNotRelayed_data() { addRows(); }
+void tst_Relay::signalOfAnotherSenderIsNotRelayed_data() { addRows(); }
 
-void tst_Relay::strangerIsNotRelayed()
+void tst_Relay::signalOfAnotherSenderIsNotRelayed()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];
@@ -217,7 +217,7 @@ void tst_Relay::eachClientReceivesEverySignal()
     QCOMPARE(recorder.take(), expected);
 }
 
-void tst_Relay::deletedClientLeavesTheOtherItsSignals()
+void tst_Relay::deletingAClientKeepsTheSignalsOfTheOther()
 {
     delete new HNIPC(0);
     const ClientSignal &row = rowOf(SUPPLYD);

@@ -14,10 +14,10 @@ class tst_Restart : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void everyReturnIsNoticedAndNothingIsLeft();
+    void everyRestartIsNoticedAndNothingLeaks();
 };
 
-void tst_Restart::everyReturnIsNoticedAndNothingIsLeft()
+void tst_Restart::everyRestartIsNoticedAndNothingLeaks()
 {
     if (!isHeapCounted()) {
         HNIPC_SKIP("the allocator does not say how much of the heap is in use");

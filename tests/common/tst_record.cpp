@@ -198,7 +198,7 @@ private Q_SLOTS:
     void doubleOnTheWireIsNarrowed();
     void variantListKeepsTypesAndOrder();
     void defaultRecordArrivesEqual();
-    void textZeroIsNotTouchedByTheTransfer();
+    void text0IsNotSent();
     void listsAreReplacedNotExtended();
     void operatorsReturnTheirArgument();
     void fittingShapeIsReadWhole_data();
@@ -207,7 +207,7 @@ private Q_SLOTS:
     void misfittingShapeIsReadUpToTheMisfit();
     void fieldsNotReadKeepTheirValues_data();
     void fieldsNotReadKeepTheirValues();
-    void noShapeMakesNoise();
+    void noShapeCausesAWarning();
 
 private:
     QScopedPointer<FakeDaemons> m_daemons;
@@ -315,7 +315,7 @@ void tst_Record::defaultRecordArrivesEqual()
     QCOMPARE(difference(arrived, SupplyInformation()), QByteArray());
 }
 
-void tst_Record::textZeroIsNotTouchedByTheTransfer()
+void tst_Record::text0IsNotSent()
 {
     SupplyInformation arrived;
     arrived.text0 = QLatin1String("the receiver's");
@@ -390,7 +390,7 @@ void tst_Record::fieldsNotReadKeepTheirValues()
     QCOMPARE(difference(arrived, tellingUpTo(fitting, before)), QByteArray());
 }
 
-void tst_Record::noShapeMakesNoise()
+void tst_Record::noShapeCausesAWarning()
 {
     // The receiver starts its own daemon.
     m_daemons->stop(SUPPLYD);

@@ -199,8 +199,8 @@ private Q_SLOTS:
     void relayedSignals_data() { addServers(); }
     void relayedSignals();
 
-    void disagreementIsNamed_data();
-    void disagreementIsNamed();
+    void differenceIsNamed_data();
+    void differenceIsNamed();
     void orderIsNamed();
 };
 
@@ -434,7 +434,7 @@ void tst_Contract::relayedSignals()
     VERIFY_AGREEMENT(lines, nothing);
 }
 
-void tst_Contract::disagreementIsNamed_data()
+void tst_Contract::differenceIsNamed_data()
 {
     QTest::addColumn<QByteArray>("change");
     QTest::addColumn<QByteArray>("into");
@@ -496,7 +496,7 @@ static const char sampleInterface[] =
     "<signal name='Said'/>"
     "</interface></node>";
 
-void tst_Contract::disagreementIsNamed()
+void tst_Contract::differenceIsNamed()
 {
     QFETCH(QByteArray, change);
     QFETCH(QByteArray, into);

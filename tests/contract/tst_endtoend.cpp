@@ -65,7 +65,7 @@ private Q_SLOTS:
     void ioExpander();
     void printEngine();
     void supplies();
-    void daemonsComeAndGo();
+    void daemonsStartAndStop();
 
 private:
     Fence m_fence;
@@ -146,7 +146,7 @@ void tst_EndToEnd::supplies()
     QVERIFY(daemon.stops());
 }
 
-void tst_EndToEnd::daemonsComeAndGo()
+void tst_EndToEnd::daemonsStartAndStop()
 {
     Daemon ioexpd("ioexpd");
     Daemon m4("m4");

@@ -139,7 +139,7 @@ private Q_SLOTS:
     void clientMethods();
     void outcomes();
     void record();
-    void whatDoxygenLetsPass();
+    void declarationsThatDoxygenMisses();
     void busMethods();
     void busSignals();
     void busRecord();
@@ -201,7 +201,7 @@ void tst_Manual::record()
 
 // In a class with documentation, Doxygen refuses a public member without a comment, or with the
 // name of another parameter. It does not check these members.
-void tst_Manual::whatDoxygenLetsPass()
+void tst_Manual::declarationsThatDoxygenMisses()
 {
     struct Row
     {

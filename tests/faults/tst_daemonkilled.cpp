@@ -21,7 +21,7 @@ class tst_DaemonKilled : public QObject
     Q_OBJECT
 
 private slots:
-    void everyCallReturnsAndEveryReturnIsSeenOnce();
+    void everyCallReturnsAndEveryRestartIsNoticedOnce();
 };
 
 namespace {
@@ -130,7 +130,7 @@ Numbers numbersAfter(const QByteArray &word, Program &program)
 
 } // namespace
 
-void tst_DaemonKilled::everyCallReturnsAndEveryReturnIsSeenOnce()
+void tst_DaemonKilled::everyCallReturnsAndEveryRestartIsNoticedOnce()
 {
     const int kills = timesFromEnvironment("HNIPC_KILLS", 50);
     Chance chance;

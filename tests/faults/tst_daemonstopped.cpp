@@ -27,10 +27,10 @@ private slots:
     void init();
     void cleanup();
 
-    void callIsAnsweredOnceTheDaemonContinues();
-    void stopsUnderLoadLoseNothing();
-    void otherDaemonsAnswerMeanwhile();
-    void callGivesUpAtTheTimeout();
+    void callGetsItsReplyWhenTheDaemonContinues();
+    void nothingIsLostWhenStoppedUnderLoad();
+    void otherDaemonsReplyMeanwhile();
+    void callEndsAtTheTimeout();
     void clientThatStartsWaitsForTheTimeout();
 
 private:
@@ -149,7 +149,7 @@ void tst_DaemonStopped::cleanup()
     m_peer.reset();
 }
 
-void tst_DaemonStopped::callIsAnsweredOnceTheDaemonContinues()
+void tst_DaemonStopped::callGetsItsReplyWhenTheDaemonContinues()
 {
     const int stops = timesFromEnvironment("HNIPC_STOPS", 20);
     WireMonitor monitor;
@@ -172,7 +172,7 @@ void tst_DaemonStopped::callIsAnsweredOnceTheDaemonContinues()
     QCOMPARE(m_peer->heard("M4_Error"), stops);
 }
 
-void tst_DaemonStopped::stopsUnderLoadLoseNothing()
+void tst_DaemonStopped::nothingIsLostWhenStoppedUnderLoad()
 {
     const int stops = timesFromEnvironment("HNIPC_STOPS", 20);
     Chance chance;
@@ -206,7 +206,7 @@ void tst_DaemonStopped::stopsUnderLoadLoseNothing()
     printf("%d stops, %d calls\n", stops, 2 * int(calls));
 }
 
-void tst_DaemonStopped::otherDaemonsAnswerMeanwhile()
+void tst_DaemonStopped::otherDaemonsReplyMeanwhile()
 {
     const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
     Client client;
@@ -217,7 +217,7 @@ void tst_DaemonStopped::otherDaemonsAnswerMeanwhile()
     QVERIFY(!skus.isEmpty());
 }
 
-void tst_DaemonStopped::callGivesUpAtTheTimeout()
+void tst_DaemonStopped::callEndsAtTheTimeout()
 {
     WireMonitor monitor;
     Client client;

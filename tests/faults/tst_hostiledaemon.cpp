@@ -42,9 +42,9 @@ private Q_SLOTS:
     void deepRecordIsRead();
     void largestMessageArrives();
     void signalsWaitForTheEventLoop();
-    void moreThanCanWaitDeafensTheClient();
-    void introspectionDataDecidesNothing_data();
-    void introspectionDataDecidesNothing();
+    void signalsAboveTheLimitBlockTheClient();
+    void introspectionDataIsIgnored_data();
+    void introspectionDataIsIgnored();
     void introspectionDataThatForbidsRepliesIsObeyed();
 
 private:
@@ -315,7 +315,8 @@ void tst_HostileDaemon::containerEndsTheClient_data()
     add("followed by more", "M4_Error", "([1], 'x')");
 }
 
-// Qt aborts it. README and docs/reliability.md say so: change them when this test fails.
+// Qt aborts it. docs/failures.md, docs/reliability.md and docs/troubleshooting.md say so: change them
+// when this test fails.
 void tst_HostileDaemon::containerEndsTheClient()
 {
     QFETCH(QByteArray, member);
@@ -492,7 +493,7 @@ void tst_HostileDaemon::signalsWaitForTheEventLoop()
 }
 
 // Even when libdbus could read further, Qt prevents it. The call waits for Qt's timeout.
-void tst_HostileDaemon::moreThanCanWaitDeafensTheClient()
+void tst_HostileDaemon::signalsAboveTheLimitBlockTheClient()
 {
     if (QT_VERSION < QT_VERSION_CHECK(5, 0, 0)) {
         HNIPC_SKIP("Qt 4 reads only in the event loop");
@@ -506,7 +507,7 @@ void tst_HostileDaemon::moreThanCanWaitDeafensTheClient()
     QCOMPARE(outcomeOfSignalsThatWait(mostThatWait + 3), QByteArray("63 heard, answered 0"));
 }
 
-void tst_HostileDaemon::introspectionDataDecidesNothing_data()
+void tst_HostileDaemon::introspectionDataIsIgnored_data()
 {
     QTest::addColumn<QByteArray>("xml");
     const QByteArray open = "<node><interface name='local.IHNIPCM4'>";
@@ -543,7 +544,7 @@ void tst_HostileDaemon::introspectionDataDecidesNothing_data()
             + open + "<method name='&g;'/>" + close;
 }
 
-void tst_HostileDaemon::introspectionDataDecidesNothing()
+void tst_HostileDaemon::introspectionDataIsIgnored()
 {
     QFETCH(QByteArray, xml);
     m_daemons->stop(M4);
@@ -558,7 +559,7 @@ void tst_HostileDaemon::introspectionDataDecidesNothing()
     QCOMPARE(relayed(), emission("Error(int)", QVariantList() << 6));
 }
 
-// By Qt: it sends the call and does not wait for a reply.
+// Qt sends the call and does not wait for a reply.
 void tst_HostileDaemon::introspectionDataThatForbidsRepliesIsObeyed()
 {
     m_daemons->stop(M4);

@@ -320,7 +320,7 @@ Value answerOf(const QByteArray &input)
     return isWireValue(answer.get()) ? std::move(answer) : Value();
 }
 
-const int noAnswer = -1; // so that libFuzzer does not use it as a base for new inputs
+const int noAnswer = -1; // libFuzzer does not keep an input with this result
 
 int tryAnswer(const QByteArray &input)
 {

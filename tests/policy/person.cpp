@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // A program on the bus that carries out the commands on its standard input. It reports each result
-// in one line, with tabs between the fields. Its user is that of the process.
+// in one line, with tabs between the fields.
 
 #include "support/wirepeer.h"
 

@@ -423,12 +423,12 @@ private Q_SLOTS:
     void events();
     void daemonsAmongThemselves();
     void otherServicesAreLeftAlone();
-    void unknownUsersOpenNothing();
+    void unknownUserGivesNoAccess();
     void application_data();
     void application();
     void tool_data();
     void tool();
-    void toolHears();
+    void toolReceivesSignals();
 
 private:
     void addSlots();
@@ -681,9 +681,8 @@ void tst_Policy::otherServicesAreLeftAlone()
     }
 }
 
-// If the group or the user does not exist yet, no one may own the names: better no daemons than
-// access for all users.
-void tst_Policy::unknownUsersOpenNothing()
+// If the group or the user does not exist yet, no user may own the names, and so no daemon can start.
+void tst_Policy::unknownUserGivesNoAccess()
 {
     QFETCH_GLOBAL(int, bus);
     QFETCH_GLOBAL(int, site);
@@ -709,7 +708,7 @@ void tst_Policy::application_data()
                               << QByteArray("fed 0, error 0, sku null\nlid 1\n");
 }
 
-// The client class fails without a message, as for every reason.
+// The calls of the client class fail without a message.
 void tst_Policy::application()
 {
     QFETCH(QByteArray, kind);
@@ -796,7 +795,7 @@ void tst_Policy::tool()
     QVERIFY2(prints.isEmpty() ? run.output.isEmpty() : run.output.contains(prints), run.output);
 }
 
-void tst_Policy::toolHears()
+void tst_Policy::toolReceivesSignals()
 {
     if (!hasTool()) {
         HNIPC_SKIP("there is no hnipcctl for this Qt");

@@ -22,10 +22,10 @@ class tst_PolicyFile : public QObject
 private Q_SLOTS:
     void initTestCase_data();
     void init();
-    void nobodyElseIsNamed();
-    void whatIsRefusedToAll();
-    void whatClientsMay();
-    void whatTheDaemonsMay();
+    void noOtherUserHasRules();
+    void rulesForAllUsers();
+    void rulesForClients();
+    void rulesForDaemons();
 
 private:
     Lines m_users; // of the daemons
@@ -158,7 +158,7 @@ void tst_PolicyFile::init()
     QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
 }
 
-void tst_PolicyFile::nobodyElseIsNamed()
+void tst_PolicyFile::noOtherUserHasRules()
 {
     Lines expected = Lines() << "context default"
                              << "group " + m_group;
@@ -170,7 +170,7 @@ void tst_PolicyFile::nobodyElseIsNamed()
     QCOMPARE(joined(m_rules.keys()), joined(expected));
 }
 
-void tst_PolicyFile::whatIsRefusedToAll()
+void tst_PolicyFile::rulesForAllUsers()
 {
     Lines rules;
     for (int server = 0; server < ServerCount; ++server) {
@@ -185,7 +185,7 @@ void tst_PolicyFile::whatIsRefusedToAll()
     QCOMPARE(joined(m_rules["context default"]), joined(rules));
 }
 
-void tst_PolicyFile::whatClientsMay()
+void tst_PolicyFile::rulesForClients()
 {
     Lines rules;
     for (int server = 0; server < ServerCount; ++server) {
@@ -199,7 +199,7 @@ void tst_PolicyFile::whatClientsMay()
     QVERIFY(exceptionsFollow(written));
 }
 
-void tst_PolicyFile::whatTheDaemonsMay()
+void tst_PolicyFile::rulesForDaemons()
 {
     for (const QByteArray &user : m_users) {
         Lines rules;

@@ -19,7 +19,7 @@ private Q_SLOTS:
     void pendingRequestsAreNotCollected();
     void finishedRequestsAreCollected();
     void pendingRequestMayBeDestroyed();
-    void pendingRequestGoesWithItsEngine();
+    void engineDeletesItsPendingRequests();
     void callIsSentAndAnswered_data();
     void callIsSentAndAnswered();
     void callNeedsNeitherParametersNorCallback();
@@ -27,9 +27,9 @@ private Q_SLOTS:
     void wrongUseIsAnError();
     void callbackThatThrowsIsReported();
     void callbackMayDestroyItsCaller();
-    void callerGoesFirst();
-    void engineGoesFirst();
-    void screensComeAndGo();
+    void callerIsDestroyedFirst();
+    void engineIsDestroyedFirst();
+    void screensAreLoadedAndDestroyed();
 };
 
 static const char maker[] = R"(
@@ -131,7 +131,7 @@ void tst_QmlCalls::pendingRequestMayBeDestroyed()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlCalls::pendingRequestGoesWithItsEngine()
+void tst_QmlCalls::engineDeletesItsPendingRequests()
 {
     FakeDaemons daemons;
     daemons[M4].hold("calibrateSupply");
@@ -311,7 +311,7 @@ void tst_QmlCalls::callbackMayDestroyItsCaller()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlCalls::callerGoesFirst()
+void tst_QmlCalls::callerIsDestroyedFirst()
 {
     FakeDaemons daemons;
     daemons[M4].hold("calibrateSupply");
@@ -332,7 +332,7 @@ void tst_QmlCalls::callerGoesFirst()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlCalls::engineGoesFirst()
+void tst_QmlCalls::engineIsDestroyedFirst()
 {
     FakeDaemons daemons;
     daemons[M4].hold("calibrateSupply");
@@ -370,7 +370,7 @@ void tst_QmlCalls::engineGoesFirst()
 
 // Every fourth screen is destroyed at once, with all its calls pending; the others when all their
 // values are known.
-void tst_QmlCalls::screensComeAndGo()
+void tst_QmlCalls::screensAreLoadedAndDestroyed()
 {
     FakeDaemons daemons;
     daemons[M4].answer("printerLid", "(true,)");

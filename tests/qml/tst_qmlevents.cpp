@@ -20,7 +20,7 @@ private Q_SLOTS:
     void eventsOfARestartedDaemonArrive();
     void daemonsThatDoNotReplyDelayNothing();
     void listsOfStringsAreArrays();
-    void objectOfCppStandsWhereTheTypeIsAskedFor();
+    void objectOfCppHasTheType();
     void objectOfCppHasHandlers();
     void handlersOfAnythingElse();
 };
@@ -164,7 +164,7 @@ void tst_QmlEvents::listsOfStringsAreArrays()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlEvents::objectOfCppStandsWhereTheTypeIsAskedFor()
+void tst_QmlEvents::objectOfCppHasTheType()
 {
     FakeDaemons daemons;
     HNIPCEvents events;

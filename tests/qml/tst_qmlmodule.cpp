@@ -26,17 +26,17 @@ private Q_SLOTS:
     void init();
     void librariesRegisterNothing();
     void typeIsTheClientClass();
-    void clientOfCppStandsWhereTheTypeIsAskedFor();
+    void clientOfCppHasTheType();
     void clientOfCppHasHandlers();
-    void classesGoByTheirNames();
-    void otherVersionIsNotThere();
+    void objectsPrintTheNamesOfTheirClasses();
+    void otherVersionIsNotFound();
     void handlersReceiveArgumentsByName_data();
     void handlersReceiveArgumentsByName();
     void handlersWorkInADerivedComponent();
     void methodsThatShareTheNameOfASignalAreCalled();
     void shortFormsAddTheirDefault_data();
     void shortFormsAddTheirDefault();
-    void fullFormsAreThereToo();
+    void fullFormsExistToo();
     void argumentsArrive_data();
     void argumentsArrive();
     void valuesArrive_data();
@@ -104,7 +104,7 @@ void tst_QmlModule::typeIsTheClientClass()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlModule::clientOfCppStandsWhereTheTypeIsAskedFor()
+void tst_QmlModule::clientOfCppHasTheType()
 {
     HNIPC client;
     (*m_daemons)[M4].answer("getError", "(8,)");
@@ -139,7 +139,7 @@ void tst_QmlModule::clientOfCppHasHandlers()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlModule::classesGoByTheirNames()
+void tst_QmlModule::objectsPrintTheNamesOfTheirClasses()
 {
     Scene scene;
     for (const QByteArray type : { "HNIPC", "HNIPCEvents", "HNIPCAvailability" }) {
@@ -150,7 +150,7 @@ void tst_QmlModule::classesGoByTheirNames()
     }
 }
 
-void tst_QmlModule::otherVersionIsNotThere()
+void tst_QmlModule::otherVersionIsNotFound()
 {
     QVERIFY(!Scene().refusal("import HNIPC 2.0\nHNIPC {}").isEmpty());
     QVERIFY(Scene().refusal(plainPrinter).isEmpty());
@@ -280,7 +280,7 @@ void tst_QmlModule::shortFormsAddTheirDefault()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlModule::fullFormsAreThereToo()
+void tst_QmlModule::fullFormsExistToo()
 {
     Scene scene;
     scene.show(plainPrinter);

@@ -52,7 +52,7 @@ private Q_SLOTS:
     void writeIsRefused_data();
     void writeIsRefused();
     void daemonThatDiesAndReturns();
-    void twoClientsReadEachForThemselves();
+    void eachClientReadsItsProperties();
 
 private:
     void answerAll(bool second)
@@ -173,7 +173,7 @@ void tst_QmlProperties::daemonThatDiesAndReturns()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlProperties::twoClientsReadEachForThemselves()
+void tst_QmlProperties::eachClientReadsItsProperties()
 {
     Scene scene;
     scene.showFile("TwoClients.qml");

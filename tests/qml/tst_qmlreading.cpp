@@ -25,12 +25,12 @@ private Q_SLOTS:
     void valuesAreReadable_data() { addReadableAnswers(); }
     void valuesAreReadable();
     void everyFieldOfARecordIsReadable();
-    void signalsAreAListOrOneText_data();
-    void signalsAreAListOrOneText();
-    void otherParametersAreReadWith_data();
-    void otherParametersAreReadWith();
+    void signalsAreAListOrOneString_data();
+    void signalsAreAListOrOneString();
+    void changedParametersAreRead_data();
+    void changedParametersAreRead();
     void documentReadsAgain();
-    void objectOfCppStandsWhereTheTypeIsAskedFor();
+    void objectOfCppHasTheType();
 
 private:
     static bool becomes(Scene &scene, const QByteArray &expression, const QByteArray &value)
@@ -216,7 +216,7 @@ void tst_QmlReading::everyFieldOfARecordIsReadable()
     QCOMPARE(QJsonDocument::fromJson(scene.js("value")), QJsonDocument::fromJson(readableRecord));
 }
 
-void tst_QmlReading::signalsAreAListOrOneText_data()
+void tst_QmlReading::signalsAreAListOrOneString_data()
 {
     QTest::addColumn<QByteArray>("names");
     QTest::addColumn<QByteArray>("list");
@@ -227,7 +227,7 @@ void tst_QmlReading::signalsAreAListOrOneText_data()
     QTest::newRow("text") << QByteArray("\"Alert\"") << QByteArray("[\"Alert\"]");
 }
 
-void tst_QmlReading::signalsAreAListOrOneText()
+void tst_QmlReading::signalsAreAListOrOneString()
 {
     QFETCH(QByteArray, names);
     QFETCH(QByteArray, list);
@@ -243,7 +243,7 @@ void tst_QmlReading::signalsAreAListOrOneText()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlReading::otherParametersAreReadWith_data()
+void tst_QmlReading::changedParametersAreRead_data()
 {
     QTest::addColumn<QByteArray>("method");
     QTest::addColumn<QByteArray>("first");
@@ -274,7 +274,7 @@ void tst_QmlReading::otherParametersAreReadWith_data()
         << QList<QByteArray> { "sendMCCMessage(1, 2, '3')", "sendMCCMessage(1, 2, uint64 3)" };
 }
 
-void tst_QmlReading::otherParametersAreReadWith()
+void tst_QmlReading::changedParametersAreRead()
 {
     QFETCH(QByteArray, method);
     QFETCH(QByteArray, first);
@@ -316,7 +316,7 @@ void tst_QmlReading::documentReadsAgain()
     QCOMPARE(takeCalls(daemons).count("printerLid()"), 2);
 }
 
-void tst_QmlReading::objectOfCppStandsWhereTheTypeIsAskedFor()
+void tst_QmlReading::objectOfCppHasTheType()
 {
     FakeDaemons daemons;
     daemons[M4].answer("getError", "(21,)");

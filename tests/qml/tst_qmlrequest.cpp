@@ -31,13 +31,13 @@ private Q_SLOTS:
     void everyFieldOfARecordIsReadable();
     void listsOfStringsAreArrays();
     void imageShowsTheBytes();
-    void everythingIsFreshWhenItFinishes_data();
-    void everythingIsFreshWhenItFinishes();
-    void outcomesAreTold();
+    void allPropertiesAreSetWhenItFinishes_data();
+    void allPropertiesAreSetWhenItFinishes();
+    void outcomesAreReported();
     void reasonsAreNumbers();
     void deadlineEndsTheWait();
     void availabilityIsBound();
-    void screenLivesWhileACommandIsAtWork();
+    void screenWorksDuringACommand();
 };
 
 static bool settles(Scene &scene)
@@ -274,7 +274,7 @@ void tst_QmlRequest::imageShowsTheBytes()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlRequest::everythingIsFreshWhenItFinishes_data()
+void tst_QmlRequest::allPropertiesAreSetWhenItFinishes_data()
 {
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QByteArray>("bound");
@@ -283,8 +283,8 @@ void tst_QmlRequest::everythingIsFreshWhenItFinishes_data()
     QTest::newRow("refused") << QByteArray() << QByteArray("[\"refused: lid open\",null,false]");
 }
 
-// Each time after a request with another outcome.
-void tst_QmlRequest::everythingIsFreshWhenItFinishes()
+// Each row sends a request after one with another outcome.
+void tst_QmlRequest::allPropertiesAreSetWhenItFinishes()
 {
     QFETCH(QByteArray, reply);
     QFETCH(QByteArray, bound);
@@ -311,7 +311,7 @@ void tst_QmlRequest::everythingIsFreshWhenItFinishes()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlRequest::outcomesAreTold()
+void tst_QmlRequest::outcomesAreReported()
 {
     FakeDaemons daemons;
     daemons[M4].answerError("calibrateSupply", "org.hnipc.Error.Failed", "lid open");
@@ -388,7 +388,7 @@ void tst_QmlRequest::availabilityIsBound()
     QCOMPARE(scene.warnings(), QList<QByteArray>());
 }
 
-void tst_QmlRequest::screenLivesWhileACommandIsAtWork()
+void tst_QmlRequest::screenWorksDuringACommand()
 {
     Desk desk({ QString::fromLatin1("m4") });
     desk.act("m4", "fault", "('calibrateSupply', 'delay', <uint32 5000>)");

@@ -21,11 +21,11 @@ private Q_SLOTS:
     void buttonNeedsTheEngine();
     void outcomes_data();
     void outcomes();
-    void outcomeGoesUnlessItIsUnknown_data();
-    void outcomeGoesUnlessItIsUnknown();
+    void outcomeDisappearsUnlessItIsUnknown_data();
+    void outcomeDisappearsUnlessItIsUnknown();
     void numbersAreWrittenByLocale();
-    void whatIsNotConfirmedIsSaid_data();
-    void whatIsNotConfirmedIsSaid();
+    void unconfirmedValueIsMarked_data();
+    void unconfirmedValueIsMarked();
 
 private:
     bool becomes(const QByteArray &expression, const QByteArray &value)
@@ -107,14 +107,14 @@ void tst_QmlScreen::outcomes()
     QVERIFY(becomes("[result.text, result.opacity]", "[" + text + ",1]"));
 }
 
-void tst_QmlScreen::outcomeGoesUnlessItIsUnknown_data()
+void tst_QmlScreen::outcomeDisappearsUnlessItIsUnknown_data()
 {
     QTest::addColumn<bool>("isUnknown");
     QTest::newRow("fed") << false;
     QTest::newRow("unknown") << true;
 }
 
-void tst_QmlScreen::outcomeGoesUnlessItIsUnknown()
+void tst_QmlScreen::outcomeDisappearsUnlessItIsUnknown()
 {
     QFETCH(bool, isUnknown);
     if (isUnknown) {
@@ -142,7 +142,7 @@ void tst_QmlScreen::numbersAreWrittenByLocale()
              qPrintable(texts.join(QLatin1String("; "))));
 }
 
-void tst_QmlScreen::whatIsNotConfirmedIsSaid_data()
+void tst_QmlScreen::unconfirmedValueIsMarked_data()
 {
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<QByteArray>("words");
@@ -155,7 +155,7 @@ void tst_QmlScreen::whatIsNotConfirmedIsSaid_data()
                             << QByteArray("\"not known (its daemon is not running)\"");
 }
 
-void tst_QmlScreen::whatIsNotConfirmedIsSaid()
+void tst_QmlScreen::unconfirmedValueIsMarked()
 {
     QFETCH(QByteArray, answer);
     QFETCH(QByteArray, words);

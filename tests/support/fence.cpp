@@ -6,7 +6,7 @@
 
 Fence::Fence() : m_sent(0), m_received(0)
 {
-    // By the unique name, because Qt delivers the signals of a known sender by it.
+    // Qt compares the sender of a signal with the unique name.
     QDBusConnection::systemBus().connect(QString::fromLatin1(m_peer.uniqueName()),
                                          QLatin1String("/"), QLatin1String("local.Fence"),
                                          QLatin1String("Marker"), this, SLOT(onMarker(int)));

@@ -15,8 +15,8 @@
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
-// An unknown value is always this number. With a sanitizer the value is unknown, because the
-// sanitizer keeps freed memory for a while.
+// Stands for an unknown value. With a sanitizer all values are unknown, because the sanitizer keeps
+// freed memory for a while.
 static const long untold = -1;
 #ifdef HNIPC_SANITIZED
 #define HNIPC_WHY_UNTOLD "a sanitizer replaces the heap"

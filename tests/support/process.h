@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 // A process that ends with the test, however the test ends: the kernel kills it when the thread
-// that started it ends. The tests start all processes by this class.
+// that started it ends. The tests start all processes with this class.
 class Process : public QProcess
 {
 public:
@@ -51,7 +51,6 @@ public:
 
     bool isRunning() const { return state() != NotRunning; }
 
-    // Waits until the process ends.
     bool ends()
     {
         return waitUntil([this]() { return !isRunning(); });
@@ -66,7 +65,6 @@ public:
             : -1;
     }
 
-    // Everything that it has printed so far.
     QByteArray output() { return m_output += readAllStandardOutput(); }
     QByteArray errors() { return m_errors += readAllStandardError(); }
 

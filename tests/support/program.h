@@ -22,7 +22,7 @@ public:
         return program;
     }
 
-    // The same without waiting.
+    // Starts one of the test daemons and does not wait.
     static Program *hastyDaemon(const char *name, const QString &errorFile = QString())
     {
         Program *const program = new Program;

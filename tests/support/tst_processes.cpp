@@ -21,7 +21,7 @@ private Q_SLOTS:
     void endWithATestThatIsKilled();
     void endWithTheirObjects();
     void exitCodes();
-    void busComesBackAtItsAddress();
+    void busRestartsAtItsAddress();
 };
 
 // A process that has ended, and that no process has waited for, has no command line.
@@ -101,7 +101,7 @@ void tst_Processes::exitCodes()
     QCOMPARE(runProgram(QLatin1String("/nonexistent/program"), QStringList()).code, -1);
 }
 
-void tst_Processes::busComesBackAtItsAddress()
+void tst_Processes::busRestartsAtItsAddress()
 {
     BusProcess bus("<deny own='org.hnipc.m4'/>");
     for (int i = 0; i < 2; ++i) {

@@ -93,15 +93,15 @@ class tst_WirePeer : public QObject
 private Q_SLOTS:
     void noCallIsLost();
     void noCallOfManyThreadsIsLost();
-    void callIsRecordedAsItCame();
+    void callIsRecordedUnchanged();
     void callsOfTheBusAreNotRecorded();
     void replies();
     void heldCallIsAnsweredLater();
     void peerThatLeaves();
     void noSignalIsLost();
     void monitorSeesEverything();
-    void fenceLetsNothingThrough();
-    void fenceIsNotOpenedByAnother();
+    void fenceWaitsForAllMessages();
+    void fenceIgnoresOtherMarkers();
 };
 
 void tst_WirePeer::noCallIsLost()
@@ -143,7 +143,7 @@ void tst_WirePeer::noCallOfManyThreadsIsLost()
     QCOMPARE(int(senders.size()), 4);
 }
 
-void tst_WirePeer::callIsRecordedAsItCame()
+void tst_WirePeer::callIsRecordedUnchanged()
 {
     WirePeer peer;
     QVERIFY(peer.own(busName));
@@ -271,7 +271,7 @@ void tst_WirePeer::monitorSeesEverything()
     QCOMPARE(int(monitor.takeCallsFrom(caller).size()), 1);
 }
 
-void tst_WirePeer::fenceLetsNothingThrough()
+void tst_WirePeer::fenceWaitsForAllMessages()
 {
     WirePeer sender;
     Counter counter(sender);
@@ -285,7 +285,7 @@ void tst_WirePeer::fenceLetsNothingThrough()
     }
 }
 
-void tst_WirePeer::fenceIsNotOpenedByAnother()
+void tst_WirePeer::fenceIgnoresOtherMarkers()
 {
     WirePeer sender;
     Counter counter(sender);
