@@ -9,8 +9,6 @@
 
 using namespace Expected;
 
-typedef QList<QByteArray> Lines;
-
 // The client emits the daemons' signals, and nothing else.
 class tst_Relay : public QObject
 {
