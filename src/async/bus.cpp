@@ -31,8 +31,9 @@ static HNIPCServer::ServerType daemonNumber(int i)
 // ---- The thread ----------------------------------------------------------------------------
 
 Bus::Bus()
-    : m_jobs(this), m_isOpen(false), m_isConnected(false), m_connection(QLatin1String("none")),
-      m_watcher(nullptr), m_isListening(false), m_subscription(nullptr)
+    : m_jobs(this), m_isOpen(false), m_isConnected(false), m_isGreeted(false),
+      m_connection(QLatin1String("none")), m_watcher(nullptr), m_isListening(false),
+      m_subscription(nullptr)
 {
 }
 
@@ -104,6 +105,25 @@ void Bus::open()
     m_connection.connect(QString(), QLatin1String("/org/freedesktop/DBus/Local"),
                          QLatin1String("org.freedesktop.DBus.Local"), QLatin1String("Disconnected"),
                          this, SLOT(onLost()));
+#if QT_VERSION >= 0x050000
+    // The bus tells a new connection its name. Qt's thread then adds the name to a list, which a call
+    // of a daemon reads: at the same time, it can crash. A call of the bus does not read the list, and
+    // when its reply is here, the name is in the list.
+    if (m_isConnected) {
+        askBus("GetId", QString(), SLOT(onGreeted(QDBusPendingCallWatcher *)));
+        return;
+    }
+#endif
+    m_isGreeted = true;
+}
+
+void Bus::onGreeted(QDBusPendingCallWatcher *watcher)
+{
+    watcher->deleteLater();
+    m_isGreeted = true;
+    for (int i = 0; i < daemonCount; ++i) {
+        sendWaiting(&m_daemons[i]);
+    }
 }
 
 void Bus::onLost()
@@ -148,7 +168,7 @@ void Bus::forget(const CallPointer &call) { post(&Bus::onForget, call, Subscribe
 void Bus::onSend(const Job &job)
 {
     Daemon &daemon = m_daemons[job.call->daemon()];
-    if (daemon.inFlight < mostInFlight) {
+    if (m_isGreeted && daemon.inFlight < mostInFlight) {
         sendNow(job.call);
     } else {
         daemon.waiting.append(job.call);

@@ -89,6 +89,7 @@ protected:
     virtual bool event(QEvent *event);
 
 private Q_SLOTS:
+    void onGreeted(QDBusPendingCallWatcher *watcher);
     void onReply(QDBusPendingCallWatcher *watcher);
     void onOwnerTold(QDBusPendingCallWatcher *watcher);
     void onOwnerChanged(const QString &name, const QString &oldOwner, const QString &newOwner);
@@ -140,6 +141,7 @@ private:
     Mailbox<Job> m_jobs;
     bool m_isOpen; // open() was called; it may have failed
     bool m_isConnected;
+    bool m_isGreeted; // calls of daemons can be sent
     QDBusConnection m_connection;
 
     Daemon m_daemons[daemonCount];

@@ -126,11 +126,13 @@ void tst_EventsStart::firstObject()
     SignalRecorder recorder(&events);
     QVERIFY(!events.isListening());
     QVERIFY(waitUntilListening(events));
-    const Lines expected = Lines()
-        << "Hello ()"
-        << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
-           "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)"
-        << watches() << subscriptions() << "GetId ()";
+    Lines expected = Lines() << "Hello ()"
+                             << "AddMatch (\"type='signal',path='/org/freedesktop/DBus/Local',"
+                                "interface='org.freedesktop.DBus.Local',member='Disconnected'\",)";
+#if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)
+    expected << "GetId ()"; // the reply comes before any call of a daemon
+#endif
+    expected << watches() << subscriptions() << "GetId ()";
     QCOMPARE(takeSent(), expected);
     QCOMPARE(recorder.take(), Lines() << listeningChangedTo(true));
 }

@@ -283,6 +283,7 @@ private Q_SLOTS:
     void haltedBus();
     void busHaltsLater_data();
     void busHaltsLater();
+    void busHaltsBeforeItsFirstReply();
     void refusesInvalidUtf8();
     void warnsOfALostBus();
 
@@ -1482,6 +1483,24 @@ void tst_Ctl::busHaltsLater()
     QVERIFY2(ctl.err().endsWith("hnipcctl: the system bus was not reached within 250 ms\n"),
              ctl.err());
     QCOMPARE(ctl.out(), QByteArray());
+}
+
+// Before the bus has replied once, a daemon is not called.
+void tst_Ctl::busHaltsBeforeItsFirstReply()
+{
+    const QTemporaryDir directory;
+    const BusProcess bus;
+    const QString socket = directory.filePath(text("bus"));
+    Process relay;
+    relay.start(text(HNIPC_TEST_RELAY),
+                { socket, bus.address().section(QLatin1Char('='), 1), text("GetId") });
+    QVERIFY(relay.prints("ready\n"));
+    Ctl ctl(words("call getError --timeout 50000 --deadline 2000"),
+            { { text("DBUS_SYSTEM_BUS_ADDRESS"), text("unix:path=") + socket } });
+    QCOMPARE(ctl.exitCode(), 6);
+    QCOMPARE(ctl.err(),
+             QByteArray("hnipcctl: not sent: the call was not sent to org.hnipc.m4 within 2000 "
+                        "ms\n"));
 }
 
 void tst_Ctl::refusesInvalidUtf8()
