@@ -35,11 +35,13 @@ Bus::Bus()
       m_connection(QLatin1String("none")), m_watcher(nullptr), m_isListening(false),
       m_subscription(nullptr)
 {
+    qRegisterMetaType<QDBusMessage>();
 }
 
-// Runs at exit, before Qt closes its connections: functions run at exit in the reverse order of their
-// registration, and the constructor uses QDBusConnection before this function is registered. It waits
-// at most 1 s for a thread that the bus blocks.
+// Runs at exit, before Qt closes its connections and forgets the types that it needs to send:
+// functions run at exit in the reverse order of their registration, and the constructor uses
+// QDBusConnection and a type before this function is registered. It waits at most 1 s for a thread
+// that the bus blocks.
 #if QT_VERSION >= 0x050000
 static void stopThread()
 {

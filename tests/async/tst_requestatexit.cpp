@@ -131,6 +131,7 @@ void tst_RequestAtExit::programEndsWithoutAFault()
                   QStringList() << QLatin1String("--end") << QString::fromLatin1(way));
     QVERIFY2(program.exitCode() == 0, program.errors().constData());
     QCOMPARE(program.output(), QByteArray::number(inFlight) + '\n');
+    QVERIFY2(!program.errors().contains("Cannot queue"), program.errors().constData());
 }
 
 int main(int argc, char **argv)
