@@ -93,16 +93,13 @@ void nameSignalsAsClients(Daemon *daemon)
     const QString prefix = wirePrefix(*daemon);
     QStringList names;
     for (const InterfaceMember &signal : daemon->interface.members(InterfaceMember::Signal)) {
-        names += signal.name;
+        names += signal.name.mid(prefix.size());
     }
+    const QRegularExpression prefixOfSignal(QLatin1String("\\b") + prefix + QLatin1String("(?=(?:")
+                                            + names.join(QLatin1Char('|'))
+                                            + QLatin1String(")\\b)"));
     for (InterfaceMember &member : daemon->interface.allMembers) {
-        if (!member.documentation.contains(prefix)) {
-            continue;
-        }
-        for (const QString &name : qAsConst(names)) {
-            const QRegularExpression word(QLatin1String("\\b") + name + QLatin1String("\\b"));
-            member.documentation.replace(word, name.mid(prefix.size()));
-        }
+        member.documentation.remove(prefixOfSignal);
     }
 }
 
