@@ -32,8 +32,8 @@ static HNIPCServer::ServerType daemonNumber(int i)
 
 Bus::Bus()
     : m_jobs(this), m_isOpen(false), m_isConnected(false), m_isGreeted(false),
-      m_connection(QLatin1String("none")), m_watcher(nullptr), m_isListening(false),
-      m_subscription(nullptr)
+      m_connection(QLatin1String("none")), m_watcher(nullptr), m_subscription(nullptr),
+      m_isListening(false)
 {
     qRegisterMetaType<QDBusMessage>();
 }
@@ -84,11 +84,8 @@ void Bus::post(void (Bus::*action)(const Job &), const CallPointer &call,
     m_jobs.put(job);
 }
 
-bool Bus::event(QEvent *event)
+void Bus::customEvent(QEvent *)
 {
-    if (event->type() != letterEvent()) {
-        return QObject::event(event);
-    }
     if (!m_isOpen) {
         open();
     }
@@ -96,7 +93,6 @@ bool Bus::event(QEvent *event)
     if (m_jobs.take(&job)) {
         (this->*job.action)(job);
     }
-    return true;
 }
 
 void Bus::open()
@@ -246,7 +242,7 @@ void Bus::onSubscribe(const Job &job)
             subscriber->mailbox.put(news);
         }
     }
-    if (subscriber->rows && !m_isListening && !m_subscription) {
+    if (subscriber->rows && !m_subscription) {
         connectSignals();
     }
     if (subscriber->rows && m_isListening && subscriber->wantsState) {
@@ -257,7 +253,7 @@ void Bus::onSubscribe(const Job &job)
 void Bus::onUnsubscribe(const Job &job)
 {
     m_subscribers.removeOne(job.subscriber);
-    if ((m_isListening || m_subscription) && !wantsSignals()) {
+    if (m_subscription && !wantsSignals()) {
         disconnectSignals();
     }
 }
@@ -384,7 +380,6 @@ void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
     if (watcher != m_subscription || watcher->isError()) {
         return;
     }
-    m_subscription = nullptr;
     m_isListening = true;
     tell(News(News::Listening));
 }

@@ -86,7 +86,7 @@ public:
     }
 
 protected:
-    virtual bool event(QEvent *event);
+    virtual void customEvent(QEvent *letter);
 
 private Q_SLOTS:
     void onGreeted(QDBusPendingCallWatcher *watcher);
@@ -149,8 +149,10 @@ private:
 
     QList<SubscriberPointer> m_subscribers;
     QDBusServiceWatcher *m_watcher;
-    bool m_isListening;
-    QDBusPendingCallWatcher *m_subscription; // its reply confirms the subscriptions
+    // The call of the bus whose reply confirms the subscriptions to signals, also after the reply.
+    // Null without subscriptions.
+    QDBusPendingCallWatcher *m_subscription;
+    bool m_isListening; // the reply has come
 };
 
 #endif

@@ -17,7 +17,7 @@ public:
     bool isAvailable[daemonCount];
 
 protected:
-    virtual bool event(QEvent *event);
+    virtual void customEvent(QEvent *letter);
 
 private:
     void setAvailable(HNIPCServer::ServerType daemon, bool available);
@@ -47,21 +47,17 @@ bool HNIPCAvailabilityPrivate::isKnown() const
         && hasBeenTold[HNIPCServer::SUPPLYD];
 }
 
-bool HNIPCAvailabilityPrivate::event(QEvent *event)
+void HNIPCAvailabilityPrivate::customEvent(QEvent *)
 {
-    if (event->type() != letterEvent()) {
-        return QObject::event(event);
-    }
     News news(News::BusLost);
     if (!subscriber->mailbox.takeForReceivers(&news)) {
-        return true;
+        return;
     }
     if (news.kind == News::BusLost) {
         onBusLost();
     } else {
         onDaemon(news.daemon, news.kind != News::DaemonAbsent);
     }
-    return true;
 }
 
 // In each of these functions, a receiver may destroy the object, or run an event loop.

@@ -16,7 +16,7 @@ public:
     bool isListening;
 
 protected:
-    virtual bool event(QEvent *event);
+    virtual void customEvent(QEvent *letter);
 
 private:
     void setListening(bool listening);
@@ -36,21 +36,17 @@ HNIPCEventsPrivate::HNIPCEventsPrivate(HNIPCEvents *events)
 
 HNIPCEventsPrivate::~HNIPCEventsPrivate() { Bus::instance()->unsubscribe(subscriber); }
 
-bool HNIPCEventsPrivate::event(QEvent *event)
+void HNIPCEventsPrivate::customEvent(QEvent *)
 {
-    if (event->type() != letterEvent()) {
-        return QObject::event(event);
-    }
     News news(News::BusLost);
     if (!subscriber->mailbox.takeForReceivers(&news)) {
-        return true;
+        return;
     }
     if (news.kind == News::Signal) {
         relay(news);
     } else {
         setListening(news.kind == News::Listening);
     }
-    return true;
 }
 
 void HNIPCEventsPrivate::setListening(bool listening)

@@ -123,7 +123,7 @@ public:
     State state;
 
 protected:
-    virtual bool event(QEvent *event);
+    virtual void customEvent(QEvent *event);
     virtual void timerEvent(QTimerEvent *event);
 
 private Q_SLOTS:
@@ -291,17 +291,14 @@ void HNIPCReadingPrivate::onFinished()
 
 void HNIPCReadingPrivate::timerEvent(QTimerEvent *) { read(); }
 
-bool HNIPCReadingPrivate::event(QEvent *event)
+void HNIPCReadingPrivate::customEvent(QEvent *event)
 {
     News news(News::Signal);
     if (event->type() == configureEvent()) {
         configure();
-    } else if (event->type() != letterEvent()) {
-        return QObject::event(event);
     } else if (subscriber && subscriber->mailbox.takeForReceivers(&news)) {
         onNews(news);
     }
-    return true;
 }
 
 void HNIPCReadingPrivate::onNews(const News &news)

@@ -45,6 +45,7 @@ public:
     QVariant value;
 
 protected:
+    virtual void customEvent(QEvent *letter);
     virtual bool event(QEvent *event);
     virtual void timerEvent(QTimerEvent *event);
 
@@ -172,16 +173,17 @@ void HNIPCRequestPrivate::stopTimer()
 
 // ---- Finishing -----------------------------------------------------------------------------
 
+void HNIPCRequestPrivate::customEvent(QEvent *)
+{
+    RequestLetter letter(RequestLetter::NotSent, 0);
+    if (mailbox->takeForReceivers(&letter)) {
+        deliver(letter);
+    }
+}
+
+// Qt would restart the timer with its full interval in the new thread.
 bool HNIPCRequestPrivate::event(QEvent *event)
 {
-    if (event->type() == letterEvent()) {
-        RequestLetter letter(RequestLetter::NotSent, 0);
-        if (mailbox->takeForReceivers(&letter)) {
-            deliver(letter);
-        }
-        return true;
-    }
-    // Qt would restart the timer with its full interval in the new thread.
     if (event->type() == QEvent::ThreadChange && timer) {
         stopTimer();
         mailbox->put(RequestLetter(RequestLetter::TimerNeeded, number));

@@ -2,6 +2,7 @@
 #include "requests.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
+#include "threads.h"
 
 #include <hnipc/hnipcavailability.h>
 #include <hnipc/hnipcrequest.h>
@@ -11,6 +12,8 @@
 #include <cstdlib>
 #include <memory>
 #include <vector>
+
+#include <unistd.h>
 
 using namespace Expected;
 
@@ -31,6 +34,21 @@ Requests sentRequests(const char *method)
     }
     return result;
 }
+
+// Destroyed after the library has ended its thread. The kernel lists a thread a moment longer.
+struct ThreadCheck
+{
+    ~ThreadCheck()
+    {
+        for (int i = 0; threadCount("hnipc") != 0; ++i) {
+            if (i == HNIPC_TEST_PATIENCE) {
+                std::fputs("the library's thread is running\n", stderr);
+                std::_Exit(3);
+            }
+            usleep(1000);
+        }
+    }
+} threadCheck;
 
 // Destroyed after the application and Qt's own static objects.
 Requests staticRequests;

@@ -3,33 +3,14 @@
 #include "support/fakedaemons.h"
 #include "support/haltedbus.h"
 #include "support/privatebus.h"
+#include "threads.h"
 
 #include <hnipc/hnipcavailability.h>
 #include <hnipc/hnipcevents.h>
 #include <hnipc/hnipcreading.h>
 #include <hnipc/hnipcrequest.h>
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
-
 using namespace Expected;
-
-#if QT_VERSION >= QT_VERSION_CHECK(5, 0, 0)
-// The names of the threads of this process, as a debugger and top show them.
-static QList<QByteArray> threadNames()
-{
-    const QDir threads(QLatin1String("/proc/self/task"));
-    QList<QByteArray> names;
-    const QStringList numbers = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    for (const QString &number : numbers) {
-        QFile file(threads.filePath(number + QLatin1String("/comm")));
-        if (file.open(QIODevice::ReadOnly)) {
-            names.append(file.readAll().trimmed());
-        }
-    }
-    return names;
-}
-#endif
 
 // The first objects of a process, while the bus does not respond. A separate program: a process
 // opens its connection once.
@@ -62,7 +43,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
     QVERIFY(waitUntilFinished(late));
     const bool isResumedHere = bus.resume();
     QVERIFY(isResumedHere);
-    QCOMPARE(int(threadNames().count("hnipc")), 1);
+    QCOMPARE(threadCount("hnipc"), 1);
 #else
     // The application's event loop opens the connection and waits for the bus meanwhile.
     while (late.elapsed() <= late.deadline()) {}

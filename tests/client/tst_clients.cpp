@@ -7,6 +7,7 @@
 #include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtDBus/QDBusConnection>
+#include <QtDBus/QDBusConnectionInterface>
 
 using namespace Expected;
 
@@ -123,7 +124,10 @@ void tst_Clients::deletedClientSendsNothingToTheBus()
     QVERIFY(questions() > 0);
     daemons.stop(M4);
     client.reset();
-    QVERIFY(daemons.passFence());
+    // Qt's own thread ends the subscriptions, before it sends this call.
+    const bool isThere = QDBusConnection::systemBus().interface()->isServiceRegistered(
+        QLatin1String(identities[IOEXPD].busName));
+    QVERIFY(!isThere);
     monitor.clear();
     daemons.start(M4);
     QCOMPARE(questions(), 0);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/fakedaemons.h"
-#include "support/memory.h"
+#include "support/growth.h"
 #include "support/privatebus.h"
 #include "support/qtmajors.h"
 #include "support/waituntil.h"
@@ -11,11 +11,7 @@
 
 using namespace Expected;
 
-// A client uses no more memory after many calls than after the first tenth of them. The memory of
-// the peers in this process and of the allocator's caches changes by less than these bytes a call.
-// The smallest block of the heap has 32 bytes.
-static const long leastLeak = 16;
-
+// The heap of a client does not grow.
 class tst_Growth : public QObject
 {
     Q_OBJECT
@@ -25,28 +21,7 @@ private Q_SLOTS:
     void calls_data();
     void calls();
     void signalsHeard();
-
-private:
-    template <typename Action>
-    static bool leavesNothing(int times, const Action &action);
 };
-
-template <typename Action>
-bool tst_Growth::leavesNothing(int times, const Action &action)
-{
-    long before = 0;
-    for (int i = 0; i < times; ++i) {
-        if (i == times / 10) {
-            before = heapInUse();
-        }
-        if (!action(i)) {
-            qFatal("number %d went wrong", i);
-        }
-    }
-    const long growth = heapInUse() - before;
-    printf("%d times, growth %ld bytes\n", times, growth);
-    return growth < leastLeak * (times - times / 10);
-}
 
 void tst_Growth::initTestCase()
 {

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#ifndef HNIPC_TESTS_GROWTH_H
+#define HNIPC_TESTS_GROWTH_H
+
+#include "memory.h"
+
+#include <QtCore/QtGlobal>
+
+#include <cstdio>
+
+// Returns whether this process uses no more memory after it has done something many times than after
+// the first tenth of them. The memory of the peers in this process and of the allocator's caches
+// changes by less than 16 bytes each time. The smallest block of the heap has 32 bytes.
+template <typename Action>
+bool leavesNothing(int times, const Action &action)
+{
+    const long leastLeak = 16;
+    long before = 0;
+    for (int i = 0; i < times; ++i) {
+        if (i == times / 10) {
+            before = heapInUse();
+        }
+        if (!action(i)) {
+            qFatal("number %d went wrong", i);
+        }
+    }
+    const long growth = heapInUse() - before;
+    printf("%d times, growth %ld bytes\n", times, growth);
+    return growth < leastLeak * (times - times / 10);
+}
+
+#endif
