@@ -10,6 +10,7 @@
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusServiceWatcher>
 
+#include <algorithm>
 #include <cstdlib>
 #include <limits>
 
@@ -119,26 +120,25 @@ void Bus::onGreeted(QDBusPendingCallWatcher *watcher)
 {
     watcher->deleteLater();
     m_isGreeted = true;
-    for (int i = 0; i < daemonCount; ++i) {
-        sendWaiting(&m_daemons[i]);
+    for (Daemon &daemon : m_daemons) {
+        sendWaiting(&daemon);
     }
 }
 
 void Bus::onLost()
 {
     m_isConnected = false;
-    m_isListening = false;
     m_subscription = nullptr;
     // Qt 4 does not finish the calls in flight.
     const QList<CallPointer> calls = m_calls.values();
     m_calls.clear();
-    for (int i = 0; i < calls.size(); ++i) {
-        calls.at(i)->end(RequestLetter::BusLost);
+    for (const CallPointer &call : calls) {
+        call->end(RequestLetter::BusLost);
     }
-    for (int i = 0; i < daemonCount; ++i) {
-        m_daemons[i].inFlight = 0;
-        m_daemons[i].presence = NotKnown;
-        sendWaiting(&m_daemons[i]);
+    for (Daemon &daemon : m_daemons) {
+        daemon.inFlight = 0;
+        daemon.presence = NotKnown;
+        sendWaiting(&daemon);
     }
     tell(News(News::BusLost));
 }
@@ -260,28 +260,28 @@ void Bus::onUnsubscribe(const Job &job)
 
 void Bus::tell(const News &news)
 {
-    for (int i = 0; i < m_subscribers.size(); ++i) {
-        Subscriber &subscriber = *m_subscribers.at(i);
+    const QList<SubscriberPointer> subscribers = m_subscribers;
+    for (const SubscriberPointer &subscriber : subscribers) {
         bool isWanted = true;
         switch (news.kind) {
         case News::DaemonPresent:
-            isWanted = subscriber.wantsState && subscriber.wants(news.daemon);
+            isWanted = subscriber->wantsState && subscriber->wants(news.daemon);
             break;
         case News::DaemonAppeared:
         case News::DaemonAbsent:
-            isWanted = subscriber.wants(news.daemon);
+            isWanted = subscriber->wants(news.daemon);
             break;
         case News::Listening:
-            isWanted = subscriber.wantsState && subscriber.rows != 0;
+            isWanted = subscriber->wantsState && subscriber->rows;
             break;
         case News::Signal:
-            isWanted = (subscriber.rows >> news.row) & 1;
+            isWanted = (subscriber->rows >> news.row) & 1;
             break;
         default:
             break;
         }
         if (isWanted) {
-            subscriber.mailbox.put(news);
+            subscriber->mailbox.put(news);
         }
     }
 }
@@ -294,7 +294,6 @@ void Bus::watchDaemons()
     }
     m_watcher = new QDBusServiceWatcher(this);
     m_watcher->setConnection(m_connection);
-    m_watcher->setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     connect(m_watcher, SIGNAL(serviceOwnerChanged(QString, QString, QString)),
             SLOT(onOwnerChanged(QString, QString, QString)));
     for (int i = 0; i < daemonCount; ++i) {
@@ -341,12 +340,8 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
 
 bool Bus::wantsSignals() const
 {
-    for (int i = 0; i < m_subscribers.size(); ++i) {
-        if (m_subscribers.at(i)->rows) {
-            return true;
-        }
-    }
-    return false;
+    return std::any_of(m_subscribers.begin(), m_subscribers.end(),
+                       [](const SubscriberPointer &subscriber) { return subscriber->rows != 0; });
 }
 
 // One subscription per daemon, to all signals of its interface from any sender. With a sender's

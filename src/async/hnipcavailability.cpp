@@ -26,13 +26,13 @@ private:
 
     HNIPCAvailability *const q;
     const SubscriberPointer subscriber;
-    bool hasBeenTold[daemonCount];
+    int toldDaemons;  // one bit for each daemon whose state is known
     bool isKnownTold; // knownChanged(true) was emitted last
 };
 
 HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availability)
     : QObject(availability), isAvailable(), q(availability), subscriber(new Subscriber(this)),
-      hasBeenTold(), isKnownTold(false)
+      toldDaemons(0), isKnownTold(false)
 {
     subscriber->wantsState = true;
     subscriber->daemons = allDaemons;
@@ -41,11 +41,7 @@ HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availabili
 
 HNIPCAvailabilityPrivate::~HNIPCAvailabilityPrivate() { Bus::instance()->unsubscribe(subscriber); }
 
-bool HNIPCAvailabilityPrivate::isKnown() const
-{
-    return hasBeenTold[HNIPCServer::IOEXPD] && hasBeenTold[HNIPCServer::M4]
-        && hasBeenTold[HNIPCServer::SUPPLYD];
-}
+bool HNIPCAvailabilityPrivate::isKnown() const { return toldDaemons == allDaemons; }
 
 void HNIPCAvailabilityPrivate::customEvent(QEvent *)
 {
@@ -84,7 +80,7 @@ void HNIPCAvailabilityPrivate::setAvailable(HNIPCServer::ServerType daemon, bool
 void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool available)
 {
     const QPointer<HNIPCAvailability> guard = q;
-    hasBeenTold[daemon] = true;
+    toldDaemons |= 1 << daemon;
     setAvailable(daemon, available);
     if (!guard || isKnownTold || !isKnown()) {
         return;
@@ -96,9 +92,7 @@ void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool ava
 void HNIPCAvailabilityPrivate::onBusLost()
 {
     const QPointer<HNIPCAvailability> guard = q;
-    for (int i = 0; i < daemonCount; ++i) {
-        hasBeenTold[i] = false;
-    }
+    toldDaemons = 0;
     for (int i = 0; i < daemonCount && guard; ++i) {
         setAvailable(static_cast<HNIPCServer::ServerType>(i), false);
     }

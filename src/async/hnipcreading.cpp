@@ -142,7 +142,7 @@ private:
     HNIPCReading *const q;
     bool isReconfigured;          // and configure() was not called yet
     QString called;               // the method; for a property, its method
-    SubscriberPointer subscriber; // null while there is nothing to read
+    SubscriberPointer subscriber; // null before the first method
     HNIPCServer::ServerType daemon;
     int resultType;
     int argumentOfValue;
@@ -242,7 +242,6 @@ void HNIPCReadingPrivate::unsubscribe()
     if (subscriber) {
         Bus::instance()->unsubscribe(subscriber);
     }
-    subscriber.reset();
 }
 
 // ---- Reading -------------------------------------------------------------------------------

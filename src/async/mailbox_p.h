@@ -56,13 +56,10 @@ public:
     // up.
     bool takeForReceivers(Letter *letter)
     {
-        if (!take(letter)) {
-            return false;
-        }
         if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance()) {
             dispatcher->wakeUp();
         }
-        return true;
+        return take(letter);
     }
 
     bool isEmpty()

@@ -133,9 +133,7 @@ static QVariant exactly(const QVariant &value)
     // A negative number was compared with the start above.
     const bool fits = approximate < 0
         || value.toULongLong() <= static_cast<quint64>(std::numeric_limits<T>::max());
-    return fits ? QVariant(
-               static_cast<T>(approximate < 0 ? value.toLongLong() : qint64(value.toULongLong())))
-                : QVariant();
+    return fits ? QVariant(static_cast<T>(value.toLongLong())) : QVariant();
 }
 
 static QVariant listOfTexts(const QVariant &value)

@@ -199,6 +199,7 @@ private Q_SLOTS:
     void cancelledNotSentRequestMayBeSentAgain();
     void cancelOutOfFlightIsNothing();
     void cancelAsSoonAsSent();
+    void cancelledWithinSendItIsNotSentLater();
 
     void nothingFinishesWithinSend_data();
     void nothingFinishesWithinSend();
@@ -589,6 +590,28 @@ void tst_Request::cancelAsSoonAsSent()
     QVERIFY(m_daemons.passFence());
     COMPARE_SIGNALS(request, finishedSignals);
     QCOMPARE(takeCalls().size(), outcome == cancelled ? 1 : 0);
+}
+
+void tst_Request::cancelledWithinSendItIsNotSentLater()
+{
+    Requests requests(mostInFlight, "getAlert");
+    QVERIFY(requests.allAreSent());
+    QVERIFY(isHeld(mostInFlight));
+    RecordedRequest waiting("setUserSetting");
+    waiting.setArguments(QVariantList() << 1 << 2);
+    bool hasTurn = false;
+    Listener canceller(&waiting, SIGNAL(stateChanged()), [&]() {
+        if (waiting.isPending()) {
+            waiting.cancel();
+            hasTurn = answerHeld(0, "(5,)") && waitUntilFinished(requests[0]);
+            settle();
+        }
+    });
+    QVERIFY(waiting.send());
+    QVERIFY(hasTurn);
+    QVERIFY(waitUntilFinished(waiting));
+    COMPARE_OUTCOME(waiting, cancelledWaiting);
+    QCOMPARE(takeCalls().count("setUserSetting(1, 2)"), 0);
 }
 
 // ---- Within its signals --------------------------------------------------------------------

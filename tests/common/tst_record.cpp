@@ -200,6 +200,7 @@ private Q_SLOTS:
     void defaultRecordArrivesEqual();
     void text0IsNotSent();
     void listsAreReplacedNotExtended();
+    void recordsOfAnArrayAreReadOneByOne();
     void operatorsReturnTheirArgument();
     void fittingShapeIsReadWhole_data();
     void fittingShapeIsReadWhole();
@@ -331,6 +332,20 @@ void tst_Record::listsAreReplacedNotExtended()
     QCOMPARE(difference(arrived, tellingRecord()), QByteArray());
 }
 
+void tst_Record::recordsOfAnArrayAreReadOneByOne()
+{
+    const QByteArray record = wireStructure(tellingFields());
+    const QDBusArgument array = received('[' + wireStructure(initialFields()) + ',' + record + ']');
+    SupplyInformation first;
+    SupplyInformation second;
+    array.beginArray();
+    array >> first >> second;
+    QVERIFY(array.atEnd());
+    array.endArray();
+    QCOMPARE(difference(first, SupplyInformation()), QByteArray());
+    QCOMPARE(difference(second, tellingRecord()), QByteArray());
+}
+
 void tst_Record::operatorsReturnTheirArgument()
 {
     QDBusArgument out;
@@ -366,12 +381,11 @@ void tst_Record::fieldsNotReadKeepTheirValues()
 {
     QFETCH(int, fitting);
     SupplyInformation before;
-    before.text0 = before.text1 = before
-                                      .text2 = before
-                                                   .text3 = before
-                                                                .text4 = before
-                                                                             .text5 = QLatin1String(
-        "before");
+    QString *const texts[] = { &before.text0, &before.text1, &before.text2,
+                               &before.text3, &before.text4, &before.text5 };
+    for (QString *const text : texts) {
+        *text = QLatin1String("before");
+    }
     before.textList1 << QLatin1String("before");
     before.textList2 = before.textList1;
     before.bytes1 = "before";
