@@ -382,7 +382,7 @@ void Bus::onSubscribed(QDBusPendingCallWatcher *watcher)
 void Bus::onSignal(const QDBusMessage &message)
 {
     const int row = rowOfMessage(message);
-    if (row < 0 || message.service() != m_daemons[eventOfRow(row).daemon].owner) {
+    if (row == noRow || message.service() != m_daemons[eventOfRow(row).daemon].owner) {
         return;
     }
     News news(News::Signal);

@@ -3,8 +3,8 @@
 #define BUS_P_H
 
 #include "async/call_p.h"
+#include "async/event_p.h"
 #include "async/mailbox_p.h"
-#include "common/relay_p.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -33,7 +33,7 @@ struct News
         BusLost    // or could not be connected
     };
 
-    explicit News(Kind itsKind) : kind(itsKind), daemon(HNIPCServer::IOEXPD), row(-1) {}
+    explicit News(Kind itsKind) : kind(itsKind), daemon(HNIPCServer::IOEXPD), row(noRow) {}
 
     Kind kind;
     HNIPCServer::ServerType daemon;

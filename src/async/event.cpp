@@ -54,16 +54,16 @@ const Events &events()
 
 const Event &eventOfRow(int row) { return events().all[row]; }
 
-int rowOfSignal(const QString &name) { return events().rowByName.value(name, -1); }
+int rowOfSignal(const QString &name) { return events().rowByName.value(name, noRow); }
 
 int rowOfMessage(const QDBusMessage &message)
 {
-    const int row = events().rowByMember.value(message.member(), -1);
-    if (row < 0) {
-        return -1;
+    const int row = events().rowByMember.value(message.member(), noRow);
+    if (row == noRow) {
+        return noRow;
     }
     const Event &found = eventOfRow(row);
     const bool fits = message.interface() == serviceIdentity(found.daemon)->interfaceName
         && message.signature().startsWith(found.wireSignature);
-    return fits ? row : -1;
+    return fits ? row : noRow;
 }

@@ -22,11 +22,13 @@ struct Event
 
 const Event &eventOfRow(int row);
 
-// The row whose signal has this name; -1 if there is none.
+const int noRow = -1;
+
+// The row whose signal has this name, or noRow.
 int rowOfSignal(const QString &name);
 
-// The row of a daemon's signal; -1 if there is none, or if the first arguments do not have the
-// declared types. Extra arguments after these are allowed.
+// The row of a daemon's signal, or noRow, also if the first arguments do not have the declared types.
+// Extra arguments after these are allowed.
 int rowOfMessage(const QDBusMessage &message);
 
 #endif

@@ -210,7 +210,7 @@ void HNIPCReadingPrivate::configure()
     quint64 rows = 0;
     for (int i = 0; i < names.size(); ++i) {
         const int row = rowOfSignal(names.at(i));
-        if (row < 0) {
+        if (row == noRow) {
             setState(State(invalidArguments(
                 QString::fromLatin1("the printer has no signal \"%1\"").arg(names.at(i)))));
             return;

@@ -259,8 +259,7 @@ template HNIPC_EXPORT QVariant HNIPCPrivate::call<QVariantHash>(Type, Name, Arg,
 
 void HNIPCPrivate::connectSignals()
 {
-    for (int i = 0; i < relayRowCount; ++i) {
-        const RelayRow &row = relayRows()[i];
+    for (const RelayRow &row : relayRows()) {
         const ServiceIdentity *daemon = serviceIdentity(row.daemon);
         connectSignalHelper(daemon->busName, daemon->path, daemon->interfaceName,
                             QLatin1String(row.member), row.signal);

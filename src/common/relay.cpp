@@ -7,7 +7,7 @@ static const HNIPCServer::ServerType SUPPLYD = HNIPCServer::SUPPLYD;
 
 // A table, one signal a row.
 // clang-format off
-static const RelayRow rows[relayRowCount] = {
+static const RelayRows rows = {
     { IOEXPD, "IOEXPD_CancelButton", SIGNAL(CancelButton()) },
     { IOEXPD, "IOEXPD_HelpButton", SIGNAL(HelpButton()) },
     { IOEXPD, "IOEXPD_PrintButton", SIGNAL(PrintButton()) },
@@ -72,4 +72,4 @@ static const RelayRow rows[relayRowCount] = {
 };
 // clang-format on
 
-const RelayRow *relayRows() { return rows; }
+const RelayRows &relayRows() { return rows; }

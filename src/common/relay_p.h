@@ -15,6 +15,7 @@ struct RelayRow
 enum { relayRowCount = 59 };
 
 // The rows, in the order in which the client subscribes to them.
-const RelayRow *relayRows();
+typedef RelayRow RelayRows[relayRowCount];
+const RelayRows &relayRows();
 
 #endif
