@@ -36,13 +36,12 @@ Bus::Bus()
       m_connection(QLatin1String("none")), m_watcher(nullptr), m_subscription(nullptr),
       m_isListening(false)
 {
-    qRegisterMetaType<QDBusMessage>();
 }
 
 // Runs at exit, before Qt closes its connections and forgets the types that it needs to send:
-// functions run at exit in the reverse order of their registration, and the constructor uses
-// QDBusConnection and a type before this function is registered. It waits at most 1 s for a thread
-// that the bus blocks.
+// functions run at exit in the reverse order of their registration, and Bus uses QDBusConnection and
+// registers a type before this function is registered. It waits at most 1 s for a thread that the
+// bus blocks.
 #if QT_VERSION >= 0x050000
 static void stopThread()
 {
@@ -64,6 +63,7 @@ Bus *Bus::instance()
             thread->setObjectName(QLatin1String("hnipc"));
             bus->moveToThread(thread);
             thread->start();
+            qRegisterMetaType<QDBusMessage>();
             std::atexit(stopThread);
 #else
             if (QCoreApplication *application = QCoreApplication::instance()) {

@@ -11,12 +11,20 @@
 #include <QtCore/QMetaEnum>
 #include <QtTest/QTest>
 
-// The outcome of a request in one line: "Answered", "Refused NAME: TEXT".
-inline QByteArray outcomeOf(const HNIPCRequest &request)
+// The name of a value of an enumeration of HNIPCRequest.
+inline QByteArray keyOf(const char *enumeration, int value)
 {
     const QMetaObject &meta = HNIPCRequest::staticMetaObject;
-    QByteArray line = meta.enumerator(meta.indexOfEnumerator("Outcome"))
-                          .valueToKey(request.outcome());
+    return meta.enumerator(meta.indexOfEnumerator(enumeration)).valueToKey(value);
+}
+
+// The outcome of a request in one line: "Answered", "Refused DaemonError NAME: TEXT".
+inline QByteArray outcomeOf(const HNIPCRequest &request)
+{
+    QByteArray line = keyOf("Outcome", request.outcome());
+    if (request.reason() != HNIPCRequest::NoReason) {
+        line += ' ' + keyOf("Reason", request.reason());
+    }
     if (!request.errorName().isEmpty() || !request.errorText().isEmpty()) {
         line += ' ' + request.errorName().toUtf8() + ": " + request.errorText().toUtf8();
     }

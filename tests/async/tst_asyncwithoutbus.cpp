@@ -15,7 +15,8 @@ using namespace Expected;
 
 namespace {
 
-const char notSent[] = "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
+const char
+    notSent[] = "NotSent BusLost org.freedesktop.DBus.Error.Disconnected: there is no system bus";
 const char unknown[] = "unknown BusLost org.freedesktop.DBus.Error.Disconnected: "
                        "there is no system bus";
 
@@ -77,15 +78,15 @@ void tst_AsyncWithoutBus::otherFaultsOfARequest()
 {
     RecordedRequest nothing("nothing");
     SEND_AND_COMPARE(nothing,
-                     "NotSent org.freedesktop.DBus.Error.UnknownMethod: "
+                     "NotSent UnknownMethod org.freedesktop.DBus.Error.UnknownMethod: "
                      "the printer has no method \"nothing\"");
     RecordedRequest request("getError", 0);
     SEND_AND_COMPARE(request,
-                     "NotSent org.freedesktop.DBus.Error.InvalidArgs: "
+                     "NotSent InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
                      "the deadline has to be 1 ms or more, or -1, not 0");
     request.setArguments(QVariantList() << 1);
     SEND_AND_COMPARE(request,
-                     "NotSent org.freedesktop.DBus.Error.InvalidArgs: "
+                     "NotSent InvalidArguments org.freedesktop.DBus.Error.InvalidArgs: "
                      "getError takes 0 arguments, not 1");
 }
 
@@ -94,7 +95,7 @@ void tst_AsyncWithoutBus::cancelledRequestIsNotSent()
     RecordedRequest request("getError");
     QVERIFY(request.send());
     request.cancel();
-    COMPARE_OUTCOME(request, "NotSent org.hnipc.Error.Cancelled: cancelled");
+    COMPARE_OUTCOME(request, "NotSent Cancelled org.hnipc.Error.Cancelled: cancelled");
 }
 
 void tst_AsyncWithoutBus::noDaemonIsAvailable()

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "requests.h"
 #include "support/fakedaemons.h"
 #include "support/privatebus.h"
 
@@ -6,6 +7,7 @@
 
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
+#include <QtDBus/QDBusPendingReply>
 
 using namespace Expected;
 
@@ -25,10 +27,10 @@ namespace {
 
 const QString m4 = QString::fromLatin1("org.hnipc.m4");
 
-// "Outcome Reason NAME: TEXT", the outcome and the reason as numbers of their enumerations.
+// The failure in one line: "Refused DaemonError NAME: TEXT".
 QByteArray lineOf(const HNIPCFailure &failure)
 {
-    return QByteArray::number(failure.outcome) + ' ' + QByteArray::number(failure.reason) + ' '
+    return keyOf("Outcome", failure.outcome) + ' ' + keyOf("Reason", failure.reason) + ' '
         + failure.errorName.toUtf8() + ": " + failure.errorText.toUtf8();
 }
 
@@ -65,8 +67,10 @@ void tst_Failure::replyToACall()
     const QDBusMessage call = QDBusMessage::createMethodCall(
         m4, QLatin1String("/"), QLatin1String("local.IHNIPCM4"), QString::fromLatin1(method));
     const int timeout = method == "getAlert" ? 20 : 60 * 1000;
-    const QDBusMessage reply = QDBusConnection::systemBus().call(call, QDBus::Block, timeout);
-    QTEST(lineOf(HNIPCFailure::ofReply(reply, m4, timeout)), "failure");
+    QDBusPendingCall reply = QDBusConnection::systemBus().asyncCall(call, timeout);
+    reply.waitForFinished();
+    QTEST(lineOf(HNIPCFailure::ofReply(QDBusPendingReply<int>(reply).reply(), m4, timeout)),
+          "failure");
 }
 
 void tst_Failure::errorOfThisSide_data()

@@ -25,10 +25,10 @@ private Q_SLOTS:
 
 void tst_RequestBusLost::everyPendingRequestFinishesOnce()
 {
-    const QByteArray lost = "Unknown org.freedesktop.DBus.Error.Disconnected: "
+    const QByteArray lost = "Unknown BusLost org.freedesktop.DBus.Error.Disconnected: "
                             "the bus was lost before org.hnipc.m4 replied";
     const QByteArray
-        noBus = "NotSent org.freedesktop.DBus.Error.Disconnected: there is no system bus";
+        noBus = "NotSent BusLost org.freedesktop.DBus.Error.Disconnected: there is no system bus";
     const int inFlight = 32;
     const int waiting = 20;
     FakeDaemons daemons;

@@ -51,7 +51,7 @@ void tst_RequestFirst::nothingWaitsForTheConnection()
     QVERIFY(waitUntilFinished(late));
 #endif
     QCOMPARE(outcomeOf(late),
-             QByteArray("NotSent org.freedesktop.DBus.Error.Timeout: "
+             QByteArray("NotSent TimedOut org.freedesktop.DBus.Error.Timeout: "
                         "the call was not sent to org.hnipc.m4 within 50 ms"));
     QVERIFY(waitUntilFinished(patient));
     QCOMPARE(outcomeOf(patient), QByteArray("Answered"));

@@ -63,10 +63,10 @@ void tst_RequestLocal::daemonIsCalledAfterSend()
         QCOMPARE(engine.calls, i);
     }
     request.setCall(HNIPC_METHOD(getAlert));
-    QCOMPARE(outcomeOfSending(request), QByteArray("Refused org.hnipc.Error.Busy: no"));
+    QCOMPARE(outcomeOfSending(request), QByteArray("Refused DaemonError org.hnipc.Error.Busy: no"));
     request.setCall(HNIPC_METHOD(resetCutter)); // not implemented by the daemon
-    QVERIFY(
-        outcomeOfSending(request).startsWith("Refused org.freedesktop.DBus.Error.UnknownMethod"));
+    QVERIFY(outcomeOfSending(request).startsWith(
+        "Refused DaemonError org.freedesktop.DBus.Error.UnknownMethod"));
     QCOMPARE(engine.calls, 4);
 }
 

@@ -29,7 +29,7 @@ void tst_RequestUnderPolicy::forbiddenCallIsNotSent()
     HNIPCRequest request;
     request.setCall(HNIPC_METHOD(resetPrinter));
     const QByteArray outcome = outcomeOfSending(request);
-    QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.AccessDenied: "),
+    QVERIFY2(outcome.startsWith("NotSent AccessDenied org.freedesktop.DBus.Error.AccessDenied: "),
              outcome.constData());
     // The message is the bus' own. That of dbus-broker does not contain the method.
     QVERIFY(request.errorText().contains(QLatin1String("resetPrinter")) || isOnDBusBroker());
@@ -53,7 +53,7 @@ void tst_RequestUnderPolicy::callThatIsTooManyForTheBusIsNotSent()
     }
     QVERIFY(waitUntilFinished(requests[2]));
     const QByteArray outcome = outcomeOf(requests[2]);
-    QVERIFY2(outcome.startsWith("NotSent org.freedesktop.DBus.Error.LimitsExceeded: "),
+    QVERIFY2(outcome.startsWith("NotSent BusError org.freedesktop.DBus.Error.LimitsExceeded: "),
              outcome.constData());
     QVERIFY(requests[0].isPending() && requests[1].isPending());
     QVERIFY(waitUntil([&]() { return daemons[M4].held() == 2; }));
