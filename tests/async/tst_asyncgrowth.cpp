@@ -12,7 +12,7 @@
 
 using namespace Expected;
 
-static const int times = 2000;
+static const int times = 5000;
 
 // The heap does not grow with what has been finished, withdrawn or deleted.
 class tst_AsyncGrowth : public QObject
