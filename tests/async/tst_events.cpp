@@ -89,7 +89,7 @@ public:
 private Q_SLOTS:
     void initTestCase();
     void classIsPlain();
-    void signalsStandInTheirPlaces();
+    void signalsAreDeclaredInOrder();
     void stateIsKnownBeforeListeningChanged();
     void signalIsRelayedWithItsValues_data() { addRows(); }
     void signalIsRelayedWithItsValues();
@@ -99,8 +99,8 @@ private Q_SLOTS:
     void misfitIsNotRelayed();
     void foreignAddressIsNotRelayed_data() { addRows(); }
     void foreignAddressIsNotRelayed();
-    void strangerIsNotRelayed_data() { addRows(); }
-    void strangerIsNotRelayed();
+    void signalOfAnotherSenderIsIgnored_data() { addRows(); }
+    void signalOfAnotherSenderIsIgnored();
     void signalToThisProcessAloneIsRelayed();
     void oneProcessMayBeAllDaemons();
     void statusChangedIsNoEvent();
@@ -160,7 +160,7 @@ void tst_Events::classIsPlain()
     QCOMPARE(int(rows().size()), eventCount);
 }
 
-void tst_Events::signalsStandInTheirPlaces()
+void tst_Events::signalsAreDeclaredInOrder()
 {
     SignalParameters<HNIPCEvents, void>::check();
     Probe::receivedSignal();
@@ -279,7 +279,7 @@ void tst_Events::foreignAddressIsNotRelayed()
     QCOMPARE(emitted(), Lines());
 }
 
-void tst_Events::strangerIsNotRelayed()
+void tst_Events::signalOfAnotherSenderIsIgnored()
 {
     QFETCH(int, index);
     const ClientSignal &row = clientSignals[index];

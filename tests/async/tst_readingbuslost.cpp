@@ -6,7 +6,10 @@
 
 #include <hnipc/hnipcreading.h>
 
+#include <QtCore/QAbstractEventDispatcher>
 #include <QtDBus/QDBusConnection>
+
+#include <algorithm>
 
 using namespace Expected;
 
@@ -18,6 +21,14 @@ class tst_ReadingBusLost : public QObject
 private Q_SLOTS:
     void everyReadingShowsIt();
 };
+
+static bool hasTimer(const QObject &object)
+{
+    const QObjectList children = object.children();
+    return std::any_of(children.begin(), children.end(), [](QObject *child) {
+        return !QAbstractEventDispatcher::instance()->registeredTimers(child).isEmpty();
+    });
+}
 
 void tst_ReadingBusLost::everyReadingShowsIt()
 {
@@ -78,6 +89,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     QCOMPARE(underWay.takeHistory(), Lines({ "unknown", lost }));
     for (RecordedReading *const reading : readings) {
         QCOMPARE(reading->takeHistory(), Lines());
+        QVERIFY(!hasTimer(*reading)); // the bus does not come back, so no read is repeated
     }
     QVERIFY(invalid.reason() == HNIPCRequest::UnknownMethod);
 }
