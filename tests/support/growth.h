@@ -8,9 +8,9 @@
 
 #include <cstdio>
 
-// Returns whether this process uses no more memory after it has done something many times than after
-// the first tenth of them. The memory of the peers in this process and of the allocator's caches
-// changes by less than 16 bytes each time. The smallest block of the heap has 32 bytes.
+// Does something many times. Returns whether the heap of this process grows by less than 16 bytes
+// each time, after the first tenth. The peers in this process and the allocator's caches grow by
+// less, and the smallest block has 32 bytes.
 template <typename Action>
 bool leavesNothing(int times, const Action &action)
 {
