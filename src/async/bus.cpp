@@ -10,7 +10,6 @@
 #include <QtDBus/QDBusPendingReply>
 #include <QtDBus/QDBusServiceWatcher>
 
-#include <algorithm>
 #include <cstdlib>
 #include <limits>
 
@@ -38,11 +37,10 @@ Bus::Bus()
 {
 }
 
-// Runs at exit, before Qt closes its connections and forgets the types that it needs to send:
-// functions run at exit in the reverse order of their registration, and Bus uses QDBusConnection and
-// registers a type before this function is registered. It waits at most 1 s for a thread that the
-// bus blocks.
 #if QT_VERSION >= 0x050000
+// Runs at exit, before Qt closes its connections: functions run at exit in the reverse order of their
+// registration, and Bus uses QDBusConnection before this function is registered. It waits at most
+// 1 s for a thread that the bus blocks.
 static void stopThread()
 {
     QThread *const thread = Bus::instance()->thread();
@@ -56,23 +54,27 @@ Bus *Bus::instance()
 {
     struct Starter
     {
-        Starter() : bus(new Bus)
+        Starter()
         {
 #if QT_VERSION >= 0x050000
+            // Qt's connections use its registry of types until they are closed. So the registry has
+            // to exist before them, to be destroyed after them.
+            qRegisterMetaType<QDBusMessage>();
+            bus = new Bus;
             QThread *thread = new QThread;
             thread->setObjectName(QLatin1String("hnipc"));
             bus->moveToThread(thread);
             thread->start();
-            qRegisterMetaType<QDBusMessage>();
             std::atexit(stopThread);
 #else
+            bus = new Bus;
             if (QCoreApplication *application = QCoreApplication::instance()) {
                 bus->moveToThread(application->thread());
             }
 #endif
         }
 
-        Bus *const bus;
+        Bus *bus;
     };
     static const Starter starter;
     return starter.bus;
@@ -132,8 +134,8 @@ void Bus::onLost()
     // Qt 4 does not finish the calls in flight.
     const QList<CallPointer> calls = m_calls.values();
     m_calls.clear();
-    for (const CallPointer &call : calls) {
-        call->end(RequestLetter::BusLost);
+    for (int i = 0; i < calls.size(); ++i) {
+        calls.at(i)->end(RequestLetter::BusLost);
     }
     for (Daemon &daemon : m_daemons) {
         daemon.inFlight = 0;
@@ -237,15 +239,14 @@ void Bus::onSubscribe(const Job &job)
     for (int i = 0; i < daemonCount; ++i) {
         News news(m_daemons[i].presence == Present ? News::DaemonPresent : News::DaemonAbsent);
         news.daemon = daemonNumber(i);
-        const bool isWanted = subscriber->wantsState || m_daemons[i].presence == Absent;
-        if (subscriber->wants(news.daemon) && isWanted && m_daemons[i].presence != NotKnown) {
+        if (subscriber->wants(news.daemon) && m_daemons[i].presence != NotKnown) {
             subscriber->mailbox.put(news);
         }
     }
     if (subscriber->rows && !m_subscription) {
         connectSignals();
     }
-    if (subscriber->rows && m_isListening && subscriber->wantsState) {
+    if (subscriber->rows && m_isListening) {
         subscriber->mailbox.put(News(News::Listening));
     }
 }
@@ -260,19 +261,17 @@ void Bus::onUnsubscribe(const Job &job)
 
 void Bus::tell(const News &news)
 {
-    const QList<SubscriberPointer> subscribers = m_subscribers;
-    for (const SubscriberPointer &subscriber : subscribers) {
+    for (int i = 0; i < m_subscribers.size(); ++i) {
+        const SubscriberPointer &subscriber = m_subscribers.at(i);
         bool isWanted = true;
         switch (news.kind) {
         case News::DaemonPresent:
-            isWanted = subscriber->wantsState && subscriber->wants(news.daemon);
-            break;
         case News::DaemonAppeared:
         case News::DaemonAbsent:
             isWanted = subscriber->wants(news.daemon);
             break;
         case News::Listening:
-            isWanted = subscriber->wantsState && subscriber->rows;
+            isWanted = subscriber->rows;
             break;
         case News::Signal:
             isWanted = (subscriber->rows >> news.row) & 1;
@@ -340,8 +339,12 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
 
 bool Bus::wantsSignals() const
 {
-    return std::any_of(m_subscribers.begin(), m_subscribers.end(),
-                       [](const SubscriberPointer &subscriber) { return subscriber->rows != 0; });
+    for (int i = 0; i < m_subscribers.size(); ++i) {
+        if (m_subscribers.at(i)->rows) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // One subscription per daemon, to all signals of its interface from any sender. With a sender's
@@ -386,7 +389,6 @@ void Bus::onSignal(const QDBusMessage &message)
         return;
     }
     News news(News::Signal);
-    news.daemon = eventOfRow(row).daemon;
     news.row = row;
     news.values = message.arguments().mid(0, eventOfRow(row).parameterCount);
     tell(news);

@@ -5,6 +5,7 @@
 #include "async/call_p.h"
 #include "async/event_p.h"
 #include "async/mailbox_p.h"
+#include "common/relay_p.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
@@ -45,15 +46,12 @@ struct News
 // them.
 struct Subscriber
 {
-    explicit Subscriber(QObject *object) : wantsState(false), daemons(0), rows(0), mailbox(object)
-    {
-    }
+    explicit Subscriber(QObject *object) : daemons(0), rows(0), mailbox(object) {}
 
     bool wants(HNIPCServer::ServerType daemon) const { return (daemons >> daemon) & 1; }
 
-    bool wantsState; // receives DaemonPresent and Listening, too
-    int daemons;     // one bit for each daemon
-    quint64 rows;    // one bit for each row of relayRows()
+    int daemons;  // one bit for each daemon
+    quint64 rows; // one bit for each row of relayRows()
     Mailbox<News> mailbox;
 };
 
@@ -149,10 +147,10 @@ private:
 
     QList<SubscriberPointer> m_subscribers;
     QDBusServiceWatcher *m_watcher;
-    // The call of the bus whose reply confirms the subscriptions to signals, also after the reply.
-    // Null without subscriptions.
+    // Identifies the call of the bus whose reply confirms the subscriptions to signals. It is deleted
+    // after the reply, so the pointer is only compared. Null without subscriptions.
     QDBusPendingCallWatcher *m_subscription;
-    bool m_isListening; // the reply has come
+    bool m_isListening; // the reply has arrived; not used after the bus was lost
 };
 
 #endif

@@ -26,22 +26,21 @@ private:
 
     HNIPCAvailability *const q;
     const SubscriberPointer subscriber;
-    int toldDaemons;  // one bit for each daemon whose state is known
+    int knownDaemons; // one bit for each daemon whose state is known
     bool isKnownTold; // knownChanged(true) was emitted last
 };
 
 HNIPCAvailabilityPrivate::HNIPCAvailabilityPrivate(HNIPCAvailability *availability)
     : QObject(availability), isAvailable(), q(availability), subscriber(new Subscriber(this)),
-      toldDaemons(0), isKnownTold(false)
+      knownDaemons(0), isKnownTold(false)
 {
-    subscriber->wantsState = true;
     subscriber->daemons = allDaemons;
     Bus::instance()->subscribe(subscriber);
 }
 
 HNIPCAvailabilityPrivate::~HNIPCAvailabilityPrivate() { Bus::instance()->unsubscribe(subscriber); }
 
-bool HNIPCAvailabilityPrivate::isKnown() const { return toldDaemons == allDaemons; }
+bool HNIPCAvailabilityPrivate::isKnown() const { return knownDaemons == allDaemons; }
 
 void HNIPCAvailabilityPrivate::customEvent(QEvent *)
 {
@@ -80,7 +79,7 @@ void HNIPCAvailabilityPrivate::setAvailable(HNIPCServer::ServerType daemon, bool
 void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool available)
 {
     const QPointer<HNIPCAvailability> guard = q;
-    toldDaemons |= 1 << daemon;
+    knownDaemons |= 1 << daemon;
     setAvailable(daemon, available);
     if (!guard || isKnownTold || !isKnown()) {
         return;
@@ -92,7 +91,7 @@ void HNIPCAvailabilityPrivate::onDaemon(HNIPCServer::ServerType daemon, bool ava
 void HNIPCAvailabilityPrivate::onBusLost()
 {
     const QPointer<HNIPCAvailability> guard = q;
-    toldDaemons = 0;
+    knownDaemons = 0;
     for (int i = 0; i < daemonCount && guard; ++i) {
         setAvailable(static_cast<HNIPCServer::ServerType>(i), false);
     }

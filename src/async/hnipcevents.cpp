@@ -29,7 +29,6 @@ private:
 HNIPCEventsPrivate::HNIPCEventsPrivate(HNIPCEvents *events)
     : QObject(events), isListening(false), q(events), subscriber(new Subscriber(this))
 {
-    subscriber->wantsState = true;
     subscriber->rows = allRows;
     Bus::instance()->subscribe(subscriber);
 }

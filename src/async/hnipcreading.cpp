@@ -142,7 +142,7 @@ private:
     HNIPCReading *const q;
     bool isReconfigured;          // and configure() was not called yet
     QString called;               // the method; for a property, its method
-    SubscriberPointer subscriber; // null before the first method
+    SubscriberPointer subscriber; // null before the first subscription
     HNIPCServer::ServerType daemon;
     int resultType;
     int argumentOfValue;
@@ -233,7 +233,6 @@ void HNIPCReadingPrivate::subscribe(quint64 rows)
     subscriber->rows = rows;
     // A daemon that is known to be running is called at once. Otherwise the bus has to report it.
     isAbsent = !Bus::instance()->isPresent(daemon);
-    subscriber->wantsState = isAbsent;
     Bus::instance()->subscribe(subscriber);
 }
 

@@ -276,7 +276,7 @@ void HNIPCRequestPrivate::judge(const QDBusMessage &reply)
     QDBusError error;
     value = emptyValue(called.resultType);
     qDBusReplyFill(reply, error, value); // as QDBusReply<T> does, for a type known at run time
-    if (error.isValid()) {               // value is invalid now
+    if (error.isValid()) {               // then it has made the value invalid
         failure = wrongType(daemonName(), error.name(), error.message());
     }
 }

@@ -39,7 +39,7 @@ public:
         QCoreApplication::postEvent(m_owner, new QEvent(letterEvent()));
     }
 
-    // Called by the owner for each letterEvent(). Returns false if there is no letter.
+    // Called by the owner for each custom event. Returns false if there is no letter.
     bool take(Letter *letter)
     {
         const std::lock_guard<std::mutex> lock(m_lettersMutex);

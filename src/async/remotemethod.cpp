@@ -233,32 +233,26 @@ const RemoteMethod *fittingMethod(const QList<RemoteMethod> &overloads,
         return 0;
     }
 
-    // The error names the types of the overloads that fit the most arguments.
-    int furthest = -1;
+    // Overloads differ only in their last parameter, so the first wrong argument is the same for all.
+    int wrong = 0;
     QStringList types;
     for (int i = 0; i < overloads.size(); ++i) {
         const RemoteMethod &method = overloads.at(i);
-        const int good = fit(method, arguments, fitted);
-        if (good == arguments.size()) {
+        wrong = fit(method, arguments, fitted);
+        if (wrong == arguments.size()) {
             while (fitted->size() < most) {
                 fitted->append(defaultOf(method.parameters.at(fitted->size()).type));
             }
             return &method;
         }
-        if (good > furthest) {
-            types.clear();
-        }
-        if (good >= furthest) {
-            furthest = good;
-            const QString type = nameOfType(method.parameters.at(good).type);
-            if (!types.contains(type)) {
-                types.append(type);
-            }
+        const QString type = nameOfType(method.parameters.at(wrong).type);
+        if (!types.contains(type)) {
+            types.append(type);
         }
     }
     *error = QString::fromLatin1("argument %1 (%2) of %3 has to be %4, not ")
-                 .arg(QString::number(furthest + 1), first.parameters.at(furthest).name, first.name,
+                 .arg(QString::number(wrong + 1), first.parameters.at(wrong).name, first.name,
                       types.join(QLatin1String(" or ")))
-        + shown(arguments.at(furthest));
+        + shown(arguments.at(wrong));
     return 0;
 }

@@ -9,6 +9,7 @@
 #include "support/table.h"
 
 #include <hnipc/hnipcavailability.h>
+#include <hnipc/hnipcevents.h>
 
 #include <QtCore/QPointer>
 #include <QtCore/QThread>
@@ -105,6 +106,7 @@ private Q_SLOTS:
     void daemonComesBeforeTheBusHasTold_data() { addTable(startSteps); }
     void daemonComesBeforeTheBusHasTold();
     void otherNamesAreNoDaemons();
+    void subscriptionToSignalsMakesNoDaemonAvailable();
     void constructionDoesNotWaitForTheBus();
     void mayBeDestroyedAtAnyTime();
     void deletedInItsOwnSignal_data() { addTable(ownSignals); }
@@ -319,6 +321,17 @@ void tst_Availability::otherNamesAreNoDaemons()
     }
     QVERIFY(m_daemons.passFence());
     QCOMPARE(availability.takeSignals(), Lines());
+}
+
+void tst_Availability::subscriptionToSignalsMakesNoDaemonAvailable()
+{
+    RecordedAvailability availability;
+    QVERIFY(availability.becomesKnown());
+    availability.takeSignals();
+    const HNIPCEvents events;
+    QVERIFY(waitUntil([&]() { return events.isListening(); }));
+    QCOMPARE(availability.takeSignals(), Lines());
+    COMPARE_DAEMONS(availability, "");
 }
 
 void tst_Availability::constructionDoesNotWaitForTheBus()

@@ -51,6 +51,10 @@ void tst_Failure::replyToACall_data()
     QTest::newRow("refused") << QByteArray("setUserSetting")
                              << line(HNIPCRequest::Refused, HNIPCRequest::DaemonError,
                                      "org.hnipc.Error", "the door is open");
+    QTest::newRow("not on the bus")
+        << QByteArray("absent")
+        << line(HNIPCRequest::NotSent, HNIPCRequest::DaemonAbsent,
+                "org.freedesktop.DBus.Error.ServiceUnknown", "org.hnipc.m4 is not on the bus");
     QTest::newRow("timed out") << QByteArray("getAlert")
                                << line(HNIPCRequest::Unknown, HNIPCRequest::TimedOut,
                                        "org.freedesktop.DBus.Error.Timeout",
@@ -64,6 +68,9 @@ void tst_Failure::replyToACall()
     daemons[M4].answer("getError", "(7,)");
     daemons[M4].answerError("setUserSetting", "org.hnipc.Error", "the door is open");
     daemons[M4].hold("getAlert");
+    if (method == "absent") {
+        daemons.stop(M4);
+    }
     const QDBusMessage call = QDBusMessage::createMethodCall(
         m4, QLatin1String("/"), QLatin1String("local.IHNIPCM4"), QString::fromLatin1(method));
     const int timeout = method == "getAlert" ? 20 : 60 * 1000;

@@ -9,14 +9,16 @@
 class Owner : public QObject
 {
 public:
-    Owner() : mailbox(this) {}
+    Owner() : mailbox(this), events(0) {}
 
     Mailbox<int> mailbox;
     QList<int> received;
+    int events;
 
 protected:
     void customEvent(QEvent *) override
     {
+        ++events;
         int number = 0;
         if (mailbox.takeForReceivers(&number)) {
             received.append(number);
@@ -46,6 +48,7 @@ void tst_Mailbox::eachEventDeliversOneLetter()
     QCOMPARE(owner.received, QList<int>());
     QCoreApplication::sendPostedEvents(&owner, letterEvent());
     QCOMPARE(owner.received, QList<int>() << 1 << 2 << 3);
+    QCOMPARE(owner.events, 3);
     QVERIFY(owner.mailbox.isEmpty());
 }
 
@@ -70,6 +73,7 @@ void tst_Mailbox::closedMailboxTakesNoLetter()
     QVERIFY(owner.mailbox.isEmpty());
     QCoreApplication::sendPostedEvents(&owner, letterEvent());
     QCOMPARE(owner.received, QList<int>());
+    QCOMPARE(owner.events, 1);
 }
 
 QTEST_MAIN(tst_Mailbox)

@@ -89,7 +89,7 @@ void tst_ReadingBusLost::everyReadingShowsIt()
     QCOMPARE(underWay.takeHistory(), Lines({ "unknown", lost }));
     for (RecordedReading *const reading : readings) {
         QCOMPARE(reading->takeHistory(), Lines());
-        QVERIFY(!hasTimer(*reading)); // the bus does not come back, so no read is repeated
+        QVERIFY(!hasTimer(*reading)); // the connection is not opened again, so no read is repeated
     }
     QVERIFY(invalid.reason() == HNIPCRequest::UnknownMethod);
 }

@@ -60,7 +60,7 @@ int end(const QByteArray &way, int argc, char **argv)
     std::unique_ptr<QCoreApplication> application(new QCoreApplication(argc, argv));
     std::unique_ptr<HNIPCAvailability> availability(new HNIPCAvailability);
     if (way == "answers under way") {
-        const Requests requests = sentRequests("getError");
+        const Requests requests = sentRequests("supplyInformation");
         std::printf("%d\n", inFlight);
         return 0;
     }
@@ -137,7 +137,7 @@ void tst_RequestAtExit::programEndsWithoutAFault()
     QFETCH(QByteArray, way);
     FakeDaemons daemons;
     daemons[M4].hold("getAlert");
-    daemons[M4].answer("getError", "(7,)");
+    daemons[SUPPLYD].answer("supplyInformation", "((7, 8),)");
     daemons[SUPPLYD].answer("supplySupplyPercent", "(12.5,)");
     Process program;
     // Makes the GNU allocator notice a write to freed memory.
@@ -149,7 +149,8 @@ void tst_RequestAtExit::programEndsWithoutAFault()
                   QStringList() << QLatin1String("--end") << QString::fromLatin1(way));
     QVERIFY2(program.exitCode() == 0, program.errors().constData());
     QCOMPARE(program.output(), QByteArray::number(inFlight) + '\n');
-    QVERIFY2(!program.errors().contains("Cannot queue"), program.errors().constData());
+    // Qt warns if its registry of types is destroyed before its connections.
+    QVERIFY2(!program.errors().contains("type"), program.errors().constData());
 }
 
 int main(int argc, char **argv)
