@@ -25,9 +25,9 @@ class HNIPCRequestPrivate;
  *
  * For a single call, hnipcCall() is shorter: its request deletes itself.
  *
- * Each sent request finishes exactly once. Its outcome() says whether the daemon can have received
- * the call, and whether the result is known. Look at it before you repeat a command: the printer
- * may have printed the label already.
+ * Each request that is sent finishes exactly once, unless it is destroyed first. Its outcome() says
+ * whether the daemon can have received the call, and whether the result is known. Look at it before
+ * you repeat a command: the printer may have printed the label already.
  *
  * | outcome | reason | errorName() | what happened |
  * | --- | --- | --- | --- |
@@ -52,8 +52,9 @@ class HNIPCRequestPrivate;
  * system allows one program at most 128 calls without a reply. Further requests wait, in the order
  * of send(). A call stays in flight until the daemon has replied or left the bus, because the bus
  * counts it until then. This is so even if its request has timed out, was cancelled or was
- * destroyed. So if a daemon hangs and 32 calls to it are in flight, further requests to it finish
- * with NotSent. Requests to the other daemons are not affected.
+ * destroyed. So if a daemon hangs and 32 calls to it are in flight, further requests to it wait,
+ * and finish with NotSent and TimedOut at their deadlines. Requests to the other daemons are not
+ * affected.
  *
  * A request may be destroyed at any time; then it does not finish. It belongs to one thread, as any
  * QObject does, and needs the event loop of that thread to finish. It can be moved to another
@@ -183,9 +184,10 @@ public:
     Outcome outcome() const;
     /// Why the latest send() has not succeeded; NoReason for Answered, and until it has finished.
     Reason reason() const;
-    /// Whether the daemon has carried out the command: it has replied, and the reply is not false.
-    /// Daemons reply to most commands with a boolean; false means not carried out. For a method
-    /// that reads a boolean, such as printerLid(), use value().
+    /// Whether the daemon has accepted or carried out the command: it has replied, and the reply is
+    /// not false. Daemons reply to most commands with a boolean; false means not carried out. A
+    /// long command, such as a calibration, may only have started. For a method that reads a
+    /// boolean, such as printerLid(), use value().
     bool isDone() const;
 
     /// The reply, in the type that HNIPC declares; an invalid variant if there is no reply, or if

@@ -15,8 +15,8 @@
  * The supply record: a supply and its ribbons, in one reply.
  *
  * The library sends and receives the record and does not interpret it: the supply daemon defines
- * meaning and unit of every field. A number is -1 while it is not known, except #integer5, which
- * starts at 1.
+ * meaning and unit of every field. In a new record every number is -1, except #integer5, which is
+ * 1.
  *
  * On the bus the record is one structure of 30 members, `(sasdisdisisisdiayddiiiddddasavavavavav)`:
  * all fields except #text0, in the order of their declaration. The comment of each field says which
