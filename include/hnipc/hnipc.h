@@ -567,14 +567,14 @@ public Q_SLOTS:
     void applicationWasClicked();
     /// @}
 
-    /// @name The print engine again
+    /// @name The print engine: status
     /// @{
 
     /// The status of the printer @p printerName, a code defined by the daemon; 0 on failure.
     int getPrinterStatus(QString printerName);
     /// @}
 
-    /// @name The supply daemon again
+    /// @name The supply daemon: the printer of the module
     /// @{
 
     /// Informs the daemon which printer the module works with. This object does not store the name:

@@ -36,7 +36,7 @@ public:
     /// Returns what @p reply means, for a call of the daemon @p busName. If it is not an error
     /// reply, returns no failure. @p timeout: the timeout of the call in milliseconds; 0 if it had
     /// none. With Qt 4, use QDBusConnection::asyncCall(): the error replies of call() have no sender,
-    /// so the daemon's own errors are taken for errors of this side.
+    /// so an error of the daemon looks like one that this process has made.
     static HNIPCFailure ofReply(const QDBusMessage &reply, const QString &busName, int timeout);
 };
 

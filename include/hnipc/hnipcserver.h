@@ -16,8 +16,9 @@
  * A daemon derives its object from IHNIPCIOEXPD, IHNIPCM4 or IHNIPCSUPPLYD. The constructor
  * acquires the daemon's name on the system bus and exports the object at "/". Construct it after
  * the QCoreApplication. The process owns the name until it leaves the bus. The object is on the bus
- * for as long as it lives. The constructor does not report a failure of either. A daemon that has
- * to know looks up the owner of its name on the bus.
+ * for as long as it lives. The constructor does not report whether the bus gave it the name, or
+ * whether the object was exported. A daemon that needs to know asks the bus which process owns the
+ * name.
  */
 class HNIPC_EXPORT HNIPCServer : public QObject
 {

@@ -231,12 +231,12 @@ void HNIPC::supplyModuleReady(int windowId, int processId, QString applicationNa
 { d->tell(SUPPLYD, "supplyModuleReady", windowId, processId, applicationName); }
 void HNIPC::applicationWasClicked() { d->tell(SUPPLYD, "applicationWasClicked"); }
 
-// The print engine again
+// The print engine: status
 
 int HNIPC::getPrinterStatus(QString printerName)
 { return d->ask<int>(M4, "getPrinterStatus", printerName); }
 
-// The supply daemon again
+// The supply daemon: the printer of the module
 
 void HNIPC::setModulePrinterName(QString printerName)
 { d->tell(SUPPLYD, "setModulePrinterName", printerName); }
