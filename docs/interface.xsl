@@ -42,7 +42,7 @@
     <xsl:if test="method[starts-with(@name, 'pulse')]">
       <xsl:text>&#10;## Pulse operations&#10;&#10;</xsl:text>
       <xsl:text>A daemon calls them itself. They return whether the signal could be sent.&#10;</xsl:text>
-      <xsl:text>Over the bus, a printer's policy allows only the daemons' user to call&#10;</xsl:text>
+      <xsl:text>Over the bus, a printer's policy allows only the user of this daemon to call&#10;</xsl:text>
       <xsl:text>them: see @ref printer.&#10;&#10;</xsl:text>
       <xsl:call-template name="methods">
         <xsl:with-param name="methods" select="method[starts-with(@name, 'pulse')]"/>
