@@ -12,8 +12,8 @@ class QDBusMessage;
 /**
  * The meaning of an error reply to a call of a daemon. It says whether the daemon, the bus or this
  * process made the error reply, and whether the daemon can have carried out the call. HNIPCRequest
- * uses it. A program that calls a daemon by other means, such as QDBusConnection::call(), can use
- * it, too.
+ * uses it. A program that calls a daemon by other means, such as QDBusConnection::asyncCall(),
+ * can use it, too.
  */
 class HNIPC_EXPORT HNIPCFailure
 {
@@ -35,8 +35,8 @@ public:
 
     /// Returns what @p reply means, for a call of the daemon @p busName. If it is not an error
     /// reply, returns no failure. @p timeout: the timeout of the call in milliseconds; 0 if it had
-    /// none. With Qt 4, use QDBusConnection::asyncCall(): the error replies of call() have no sender,
-    /// so an error of the daemon looks like one that this process has made.
+    /// none. With Qt 4, pass only replies of QDBusConnection::asyncCall(): the error replies of call()
+    /// have no sender, so an error of the daemon would be reported as NotSent.
     static HNIPCFailure ofReply(const QDBusMessage &reply, const QString &busName, int timeout);
 };
 
