@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 #
 # scripts_test.sh SOURCE: scripts/demo and scripts/screenshots refuse an option without its value,
-# with a message. scripts/lint refuses unknown checks. All files have the contact of CONTACT. Each
-# mutation of tests/mutations/list changes its file. scripts/mutate --sample accepts 3 % of mutants for
+# with a message. scripts/lint refuses unknown checks. All files have the contact of CONTACT. The
+# files in tests/mutations name places that exist. scripts/mutate --sample accepts 3 % of mutants for
 # which no test fails.
 
 set -euo pipefail
