@@ -266,7 +266,6 @@ void Bus::tell(const News &news)
         bool isWanted = true;
         switch (news.kind) {
         case News::DaemonPresent:
-        case News::DaemonAppeared:
         case News::DaemonAbsent:
             isWanted = subscriber->wants(news.daemon);
             break;
@@ -303,11 +302,11 @@ void Bus::watchDaemons()
     }
 }
 
-void Bus::setOwner(HNIPCServer::ServerType daemon, const QString &owner, News::Kind kindIfPresent)
+void Bus::setOwner(HNIPCServer::ServerType daemon, const QString &owner)
 {
     m_daemons[daemon].owner = owner;
     m_daemons[daemon].presence = owner.isEmpty() ? Absent : Present;
-    News news(owner.isEmpty() ? News::DaemonAbsent : kindIfPresent);
+    News news(owner.isEmpty() ? News::DaemonAbsent : News::DaemonPresent);
     news.daemon = daemon;
     tell(news);
 }
@@ -316,7 +315,7 @@ void Bus::onOwnerChanged(const QString &name, const QString &, const QString &ne
 {
     for (int i = 0; i < daemonCount; ++i) {
         if (name == serviceIdentity(daemonNumber(i))->busName) {
-            setOwner(daemonNumber(i), newOwner, News::DaemonAppeared);
+            setOwner(daemonNumber(i), newOwner);
         }
     }
 }
@@ -332,7 +331,7 @@ void Bus::onOwnerTold(QDBusPendingCallWatcher *watcher)
     for (int i = 0; i < daemonCount; ++i) {
         const bool isUnknown = m_daemons[i].presence == NotKnown; // otherwise m_watcher was faster
         if (watcher == m_daemons[i].question && isUnknown) {
-            setOwner(daemonNumber(i), owner, News::DaemonPresent);
+            setOwner(daemonNumber(i), owner);
         }
     }
 }

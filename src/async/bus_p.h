@@ -14,7 +14,6 @@
 #include <QtDBus/QDBusConnection>
 #include <QtDBus/QDBusMessage>
 
-#include <atomic>
 #include <memory>
 
 class QDBusPendingCallWatcher;
@@ -26,8 +25,7 @@ enum { daemonCount = 3 };
 struct News
 {
     enum Kind {
-        DaemonPresent,  // was running when the watch began
-        DaemonAppeared, // also if another process has acquired the bus name
+        DaemonPresent, // also if another process has acquired the bus name
         DaemonAbsent,
         Listening, // no signal is missed from now on
         Signal,    // has a row and values
@@ -77,12 +75,6 @@ public:
     void subscribe(const SubscriberPointer &subscriber);
     void unsubscribe(const SubscriberPointer &subscriber);
 
-    // Called from any thread. Returns the latest report of the bus.
-    bool isPresent(HNIPCServer::ServerType daemon) const
-    {
-        return m_daemons[daemon].presence == Present;
-    }
-
 protected:
     virtual void customEvent(QEvent *letter);
 
@@ -111,7 +103,7 @@ private:
 
         int inFlight;
         QList<CallPointer> waiting;
-        std::atomic<Presence> presence;    // read by other threads, too
+        Presence presence;
         QString owner;                     // the unique name of its connection
         QDBusPendingCallWatcher *question; // the pending call of GetNameOwner
     };
@@ -130,7 +122,7 @@ private:
     void onUnsubscribe(const Job &job);
     void tell(const News &news);
     void watchDaemons();
-    void setOwner(HNIPCServer::ServerType daemon, const QString &owner, News::Kind kindIfPresent);
+    void setOwner(HNIPCServer::ServerType daemon, const QString &owner);
     bool wantsSignals() const;
     void connectSignals();
     void disconnectSignals();

@@ -25,18 +25,9 @@ bool Call::withdraw()
 
 bool Call::beginSending()
 {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_isWithdrawn) {
-            return false;
-        }
-        m_isSent = m_clock.elapsed() < m_deadline;
-        if (m_isSent) {
-            return true;
-        }
-    }
-    end(RequestLetter::TimedOut);
-    return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isSent = !m_isWithdrawn && m_clock.elapsed() < m_deadline;
+    return m_isSent;
 }
 
 void Call::end(RequestLetter::Kind kind, const QDBusMessage &reply)

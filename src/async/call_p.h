@@ -15,9 +15,9 @@
 struct RequestLetter
 {
     enum Kind {
-        NotSent,    // the request knows the reason already
-        Replied,    // has the reply
-        TimedOut,   // before it was sent
+        NotSent, // the request knows the reason already
+        Replied, // has the reply
+        TimedOut,
         NoBus,      // not sent
         BusLost,    // after it was sent
         Cancelled,  // within send()

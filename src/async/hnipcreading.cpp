@@ -222,8 +222,6 @@ void HNIPCReadingPrivate::configure()
     pauseLength = shortestPause;
     renewRequest();
     subscribe(rows);
-    // Sent after the subscription, so no change between the two is missed.
-    read();
 }
 
 void HNIPCReadingPrivate::subscribe(quint64 rows)
@@ -231,8 +229,7 @@ void HNIPCReadingPrivate::subscribe(quint64 rows)
     subscriber.reset(new Subscriber(this));
     subscriber->daemons = 1 << daemon;
     subscriber->rows = rows;
-    // A daemon that is known to be running is called at once. Otherwise the bus has to report it.
-    isAbsent = !Bus::instance()->isPresent(daemon);
+    isAbsent = true; // until the bus reports the daemon
     Bus::instance()->subscribe(subscriber);
 }
 
@@ -314,11 +311,6 @@ void HNIPCReadingPrivate::onNews(const News &news)
         becomeUnknown(State(daemonAbsent(serviceIdentity(daemon)->busName)));
         break;
     case News::DaemonPresent:
-        if (!isAbsent) { // the first read was sent already
-            break;
-        }
-        // fall through
-    case News::DaemonAppeared:
         isAbsent = false;
         becomeUnknown(State());
         break;
