@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""newcomer.py DIRECTORY [--without-tests]: types the commands of README.md and of the pages to
-which it links, in two empty systems, DIRECTORY/desk and DIRECTORY/build. Each has the checkout in
-/root/hnipc. See scripts/newcomer."""
+"""newcomer.py DIRECTORY [--without-tests]: types scripts/lint, the commands of README.md and those of
+the pages to which it links, in three empty systems, DIRECTORY/lint, DIRECTORY/desk and
+DIRECTORY/build. Each has the checkout in /root/hnipc. See scripts/newcomer."""
 
 import os
 import re
@@ -51,6 +51,12 @@ class Newcomer:
         command.shown = list(lines)
         terminal.type(command)
         return terminal.came(command)
+
+
+def lint(newcomer):
+    terminal = newcomer.terminal('lint')
+    newcomer.type(terminal, 'scripts/lint')
+    terminal.close()
 
 
 def two_commands(newcomer, without_tests):
@@ -156,6 +162,7 @@ def main():
     newcomer = Newcomer(directory)
     try:
         pages_test.check_all()
+        lint(newcomer)
         two_commands(newcomer, '--without-tests' in sys.argv)
         without_a_printer(newcomer)
         qt = build_and_install(newcomer)
