@@ -11,6 +11,7 @@
 #include <hnipc/hnipcrequest.h>
 
 #include <QtCore/QAbstractEventDispatcher>
+#include <QtCore/QEventLoop>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedPointer>
 #include <QtCore/QSemaphore>
@@ -229,6 +230,7 @@ private Q_SLOTS:
     void threadMayEndInFlight_data();
     void threadMayEndInFlight();
     void moveToThreadInFlight();
+    void threadGetsItsEventLoopAfterSend();
     void haltedBusBlocksNobody();
     void deadlineRacesWithTheAnswer();
     void cancelRacesWithTheAnswer();
@@ -1304,6 +1306,30 @@ void tst_Request::moveToThreadInFlight()
     QVERIFY(late.elapsed() >= 500);
     COMPARE_OUTCOME(nothing, noMethod);
     m4().answerHeld(1, "(5,)");
+}
+
+// Until then, the thread cannot have a timer.
+void tst_Request::threadGetsItsEventLoopAfterSend()
+{
+    QByteArray outcome;
+    std::atomic<bool> isEnding(false);
+    std::thread thread([&]() { // a QThread has an event dispatcher from its start
+        HNIPCRequest request;
+        request.setCall(HNIPC_METHOD(getAlert));
+        request.setDeadline(500);
+        request.send();
+        const QEventLoop loop;
+        waitUntilFinished(request);
+        outcome = outcomeOf(request);
+        isEnding = true;
+    });
+    const bool isSent = isHeld(1);
+    const bool hasEnded = waitUntil([&]() { return bool(isEnding); });
+    thread.join();
+    QVERIFY(isSent);
+    QVERIFY(hasEnded);
+    QCOMPARE(outcome, timedOut(500));
+    m4().answerHeld(0, "(5,)");
 }
 
 void tst_Request::haltedBusBlocksNobody()
