@@ -117,7 +117,7 @@ int main(int argc, char *argv[])
     if (!parser.positionalArguments().isEmpty()) {
         return fail(WrongUsage,
                     QStringLiteral("unexpected argument \"%1\"; see hnipc-panel --help")
-                        .arg(parser.positionalArguments().first()));
+                        .arg(parser.positionalArguments().constFirst()));
     }
     QList<Shot> shots;
     const QStringList texts = parser.values(shoot);
