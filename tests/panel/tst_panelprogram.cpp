@@ -261,6 +261,7 @@ int main(int argc, char **argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
+    qunsetenv("QSG_INFO"); // Qt Quick would print what it does
     PrivateBus bus;
     QTemporaryDir runtime; // avoids a warning of Qt
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
