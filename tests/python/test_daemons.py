@@ -2,6 +2,7 @@
 """Daemons in Python: with the package's own client, and with a peer that knows only the wire."""
 
 import struct
+import sys
 
 import pytest
 from jeepney import DBusAddress, MessageFlag, new_method_call
@@ -148,6 +149,26 @@ def test_refusing_silent_and_wrong_replies(client):
         client.wait_for_daemon("m4", present=False)
         engine.start()
         assert client.getBatteryStatus() == 0
+
+
+def test_daemon_that_stops_itself_may_be_started_at_once(client):
+    class Engine(M4):
+        def resetMotor(self):
+            self.stop()
+            return True
+
+    interval = sys.getswitchinterval()
+    sys.setswitchinterval(1e-6)  # so that stop() is still running when start() is called
+    try:
+        with Engine() as engine:
+            for _ in range(200):
+                with pytest.raises(hnipc.Unknown) as raised:
+                    client.resetMotor()
+                assert raised.value.reason is Reason.DaemonLeft
+                client.wait_for_daemon("m4", present=False)
+                engine.start()
+    finally:
+        sys.setswitchinterval(interval)
 
 
 def test_mistakes_of_a_daemon_fail_its_test(client):

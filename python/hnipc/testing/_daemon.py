@@ -98,12 +98,13 @@ class Daemon:
 
     def stop(self) -> None:
         """Leaves the bus as a daemon that crashes does: it sends no reply to pending calls."""
+        thread = self._thread  # as soon as the bus notices, another thread may call start()
         link, self._link = self._link, None
-        if link is not None and self._thread is not None:
+        if link is not None and thread is not None:
             with suppress(OSError):
                 link.connection.sock.shutdown(2)  # wakes the thread, which closes it
-            if self._thread is not threading.current_thread():
-                self._thread.join()
+            if thread is not threading.current_thread():
+                thread.join()
         error, self._error = self._error, None
         if error is not None:
             raise error
@@ -124,16 +125,15 @@ class Daemon:
     def emit(self, member: str, signature: str, values: Tuple[Any, ...]) -> bool:
         """Sends a signal of its interface. The pulse methods call this with the right types."""
         fitted = core.fit_all(member, signature, values)
-        return self._send(new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
-                                     signature or None, fitted))
+        signal = new_signal(DBusAddress("/", interface=core.INTERFACES[self.KIND]), member,
+                            signature or None, fitted)
+        return self._send(self._link, signal)
 
-    def _send(self, message: Any) -> bool:
-        link = self._link
-        if link is None:
-            return False
-        with self._sending, suppress(OSError):
-            link.connection.send(message)
-            return True
+    def _send(self, link: Optional[Client], message: Any) -> bool:
+        if link is not None:
+            with self._sending, suppress(OSError):
+                link.connection.send(message)
+                return True
         return False
 
     def _serve(self, link: Client) -> None:
@@ -144,7 +144,7 @@ class Daemon:
             if message.header.message_type is MessageType.method_call:
                 reply = self._reply_to(message)
                 if reply and not message.header.flags & MessageFlag.no_reply_expected:
-                    self._send(reply)
+                    self._send(link, reply)
 
     def _reply_to(self, message: Any) -> Any:
         fields = message.header.fields
