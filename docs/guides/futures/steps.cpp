@@ -12,17 +12,19 @@
 
 static QCoro::Task<> feedWhenClosed()
 {
-    HNIPCReading lid;
-    lid.setCall(HNIPC_METHOD(printerLid));
-    lid.setSignalNames({ "M4PrinterLid" });
-    bool hasAsked = false;
-    while (!lid.isKnown() || lid.value().toBool()) {
-        if (lid.isKnown() && !hasAsked) {
-            say("close the lid");
-            hasAsked = true;
+    {
+        HNIPCReading lid;
+        lid.setCall(HNIPC_METHOD(printerLid));
+        lid.setSignalNames({ "M4PrinterLid" });
+        bool hasAsked = false;
+        while (!lid.isKnown() || lid.value().toBool()) {
+            if (lid.isKnown() && !hasAsked) {
+                say("close the lid");
+                hasAsked = true;
+            }
+            co_await qCoro(&lid, &HNIPCReading::changed);
         }
-        co_await qCoro(&lid, &HNIPCReading::changed);
-    }
+    } // QCoro 0.7 may resume the coroutine once more as long as lid exists
 
     HNIPCRequest feed;
     feed.setCall(HNIPC_METHOD(forwardFeed), 400);
