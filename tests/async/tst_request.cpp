@@ -295,8 +295,6 @@ private:
     AsyncDaemons m_daemons;
 };
 
-// In all tests, getError() returns 7, and the replies to getAlert() are held until the test sends
-// them.
 // Qt 4 prints no such warnings.
 void tst_Request::initTestCase()
 {
@@ -319,6 +317,8 @@ void tst_Request::cleanupTestCase()
 #endif
 }
 
+// In all tests, getError() returns 7, and the replies to getAlert() are held until the test sends
+// them.
 void tst_Request::init()
 {
     // Discards the requests that earlier tests have left in flight.

@@ -163,11 +163,15 @@ class Wire(Peer):
         fence = Peer(self.address)
         result = []
         self.flags = set()
+        self.replies = 0
         while True:
             message = self.connection.receive(timeout=25)
             fields = message.header.fields
             if fields.get(HeaderFields.sender) == fence.name:
                 break
+            if (message.header.message_type is MessageType.method_return
+                    and fields[HeaderFields.sender] != "org.freedesktop.DBus"):
+                self.replies += 1
             if (message.header.message_type is MessageType.method_call
                     and fields.get(HeaderFields.destination, "").startswith("org.hnipc.")):
                 self.flags.add(message.header.flags)

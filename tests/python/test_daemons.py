@@ -1,14 +1,15 @@
 # SPDX-License-Identifier: MIT
 """Daemons in Python: with the package's own client, and with a peer that knows only the wire."""
 
+import socket
 import struct
-import sys
+import threading
 
 import pytest
 from jeepney import DBusAddress, MessageFlag, new_method_call
 
 import hnipc
-from conftest import EXPECTED, Peer, RECORD, SERVERS, operations, slots
+from conftest import EXPECTED, Peer, RECORD, SERVERS, Wire, operations, slots
 from hnipc import Reason
 from hnipc.testing import IOEXPD, M4, SILENCE, SUPPLYD, ErrorReply, Raw
 from test_calls import BUS_NAMES, INTERFACES, sample_arguments
@@ -151,24 +152,38 @@ def test_refusing_silent_and_wrong_replies(client):
         assert client.getBatteryStatus() == 0
 
 
-def test_daemon_that_stops_itself_may_be_started_at_once(client):
+def test_daemon_that_stops_itself_may_be_started_at_once(client, bus, monkeypatch):
+    started = threading.Event()
+    threads = []
+
     class Engine(M4):
         def resetMotor(self):
+            threads.append(threading.current_thread())
             self.stop()
             return True
 
-    interval = sys.getswitchinterval()
-    sys.setswitchinterval(1e-6)  # so that stop() is still running when start() is called
-    try:
-        with Engine() as engine:
-            for _ in range(200):
-                with pytest.raises(hnipc.Unknown) as raised:
-                    client.resetMotor()
-                assert raised.value.reason is Reason.DaemonLeft
-                client.wait_for_daemon("m4", present=False)
-                engine.start()
-    finally:
-        sys.setswitchinterval(interval)
+    shutdown = socket.socket.shutdown
+
+    def shutdown_and_wait(connection, how):  # so that stop() lasts until start() was called
+        shutdown(connection, how)
+        if threading.current_thread() in threads:
+            assert started.wait(10)
+
+    monkeypatch.setattr(socket.socket, "shutdown", shutdown_and_wait)
+    wire = Wire(bus.address)
+    with Engine() as engine:
+        with pytest.raises(hnipc.Unknown) as raised:
+            client.resetMotor()
+        assert raised.value.reason is Reason.DaemonLeft
+        client.wait_for_daemon("m4", present=False)
+        engine.start()
+        started.set()
+        threads[0].join(10)
+        assert not threads[0].is_alive()  # stop() did not wait for the new thread
+        assert client.getError() == 0
+        assert [call[3] for call in wire.calls()] == ["resetMotor", "getError"]
+        assert wire.replies == 1  # the new connection does not reply to the old call
+    wire.close()
 
 
 def test_mistakes_of_a_daemon_fail_its_test(client):

@@ -24,7 +24,7 @@ static QCoro::Task<> feedWhenClosed()
             }
             co_await qCoro(&lid, &HNIPCReading::changed);
         }
-    } // QCoro 0.7 may resume the coroutine once more as long as lid exists
+    } // as long as lid exists, QCoro 0.8 may resume the coroutine once more
 
     HNIPCRequest feed;
     feed.setCall(HNIPC_METHOD(forwardFeed), 400);
