@@ -81,6 +81,7 @@ private Q_SLOTS:
     void refusesBeforeItConnects();
     void endsSsh_data();
     void endsSsh();
+    void startsNoSshForAnEndedProgram();
     void refusesHosts_data();
     void refusesHosts();
     void refusesHostsFiles_data();
@@ -375,6 +376,16 @@ void tst_CtlRemote::endsSsh()
     }
     QVERIFY(ctl->ends());
     QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
+}
+
+void tst_CtlRemote::startsNoSshForAnEndedProgram()
+{
+    // The parent is this test, not process 1.
+    const QStringList command { QStringLiteral("--become-ssh"), QStringLiteral("1"),
+                                m_environment[QStringLiteral("HNIPCCTL_SSH")] };
+    QScopedPointer<Ctl> ctl(ask(command));
+    QCOMPARE(ctl->exitCode(), 1);
+    QVERIFY(!QFile::exists(path(QStringLiteral("arguments"))));
 }
 
 void tst_CtlRemote::refusesHosts_data()

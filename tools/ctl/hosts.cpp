@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
@@ -217,7 +218,7 @@ QString missingSsh()
 
 QString busAddress(const QString &host, int timeout)
 {
-    QList<QByteArray> words { becomeSshOption, sshProgram(), "-xT" };
+    QList<QByteArray> words { becomeSshOption, QByteArray::number(getpid()), sshProgram(), "-xT" };
     if (qEnvironmentVariableIsSet(unattendedVariable)) {
         words << "-oBatchMode=yes"
               << "-oLogLevel=ERROR";
@@ -248,6 +249,9 @@ ReachingDeadline::~ReachingDeadline() { setAlarm(0); }
 int becomeSsh(char *words[])
 {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != std::atoi(*words++)) { // it has ended already
+        return Toolkit::Failed;
+    }
     int ends[2] = { -1, -1 };
     if (pipe2(ends, O_CLOEXEC) != 0) {
         return cannotRun(words[0]);

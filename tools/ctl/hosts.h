@@ -35,7 +35,8 @@ private:
 };
 
 /// With this first argument, which busAddress() uses, the program runs ssh with the arguments that
-/// follow. ssh then ends with the program that started it, even while it is connecting.
+/// follow: the process ID of the program that starts it, then the words of ssh. ssh ends with that
+/// program, even while it is connecting.
 extern const char becomeSshOption[];
 int becomeSsh(char *words[]);
 

@@ -500,7 +500,7 @@ int run(const CommandLine &line)
 
 int main(int argc, char *argv[])
 {
-    if (argc > 2 && qstrcmp(argv[1], becomeSshOption) == 0) {
+    if (argc > 3 && qstrcmp(argv[1], becomeSshOption) == 0) {
         return becomeSsh(argv + 2);
     }
     // Output is UTF-8 even if no locale is set, as on a serial console.
