@@ -6,6 +6,8 @@
 
 #include <QtTest/QTest>
 
+#include <csignal>
+
 // The printer behind the simulated daemons: values that are set, measured, moved, printed and
 // loaded are the same in all replies and signals.
 class tst_Simulator : public QObject
@@ -51,6 +53,7 @@ private slots:
     void jobsPrintOneAfterAnotherAndComplete();
     void printedLabelsMoveTheMileage();
     void jobIsNotCutWhereTheSettingSaysSo();
+    void lateLabelsAreMadeUpFor();
     void queueTakesEightJobs();
     void jobCanBeCancelledRetriedAndCleared();
     void clearingTheCurrentJobStartsTheNext();
@@ -725,6 +728,21 @@ void tst_Simulator::jobIsNotCutWhereTheSettingSaysSo()
     desk.ask("m4", "setUserSetting", "(4, 1)");
     desk.act("m4", "print", "(uint32 2,)");
     QVERIFY(desk.hears("M4_M4CutterHome", "(false,)"));
+}
+
+void tst_Simulator::lateLabelsAreMadeUpFor()
+{
+    Desk desk({ "m4" });
+    desk.ask("m4", "setUserSetting", "(4, 0)");
+    desk.act("m4", "print", "(uint32 20,)");
+    QCOMPARE(kill(desk.daemon("m4").id(), SIGSTOP), 0);
+    QTest::qSleep(30 * 50);
+    QCOMPARE(kill(desk.daemon("m4").id(), SIGCONT), 0);
+    for (int i = 0; i < 3; ++i) { // between two replies, each timer fires once
+        QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
+    }
+    QCOMPARE(desk.count("M4_M4PrintDone"), 20);
+    QCOMPARE(desk.count("M4_PrintQueueComplete", "(1,)"), 1);
 }
 
 void tst_Simulator::queueTakesEightJobs()

@@ -126,7 +126,7 @@ Engine::Engine()
       m_settings({ { 1, 0 }, { 2, 100 }, { Printer::labelLengthSetting, 60 }, { cutSetting, 1 } })
 {
     m_labelTimer.setInterval(millisecondsPerLabel);
-    connect(&m_labelTimer, &QTimer::timeout, this, &Engine::printLabel);
+    connect(&m_labelTimer, &QTimer::timeout, this, &Engine::printDueLabels);
     m_cutterTimer.setInterval(millisecondsPerCut);
     m_cutterTimer.setSingleShot(true);
     connect(&m_cutterTimer, &QTimer::timeout, this, [this]() { change(CutterHome, true); });
@@ -295,6 +295,16 @@ void Engine::startJob()
 {
     m_stopped = hasFault();
     m_labelTimer.start();
+    m_nextLabel.setRemainingTime(millisecondsPerLabel);
+}
+
+// On a busy machine, several labels may be due.
+void Engine::printDueLabels()
+{
+    while (m_nextLabel.hasExpired() && m_labelTimer.isActive()) {
+        m_nextLabel += millisecondsPerLabel;
+        printLabel();
+    }
 }
 
 void Engine::printLabel()

@@ -4,6 +4,7 @@
 
 #include "readings.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QMap>
 #include <QtCore/QQueue>
 #include <QtCore/QTimer>
@@ -72,6 +73,7 @@ private:
     bool hasFault() const;
     bool clear(int jobs);
     void startJob();
+    void printDueLabels();
     void printLabel();
     void moveForward(qint64 steps);
     void move(int mileage, qint64 steps);
@@ -83,6 +85,7 @@ private:
     int m_completed = 0;
     qint64 m_looseSteps[3] = {}; // less than a millimetre each, in the order of the mileages
     QTimer m_labelTimer;
+    QDeadlineTimer m_nextLabel;
     QTimer m_cutterTimer;
 };
 
