@@ -186,6 +186,26 @@ class Table(unittest.TestCase):
         self.assertEqual(after, {**before, 'reason': 'in an earlier run'})
         self.assertEqual(before['seconds'], 3600)
 
+    def test_resume_keeps_failures(self):
+        rows = ('a', 'echo no printer; false'), ('b', 'false'), ('c', 'true')
+        self.assertEqual(self.run_nightly(*rows), 1)
+        self.assertEqual(self.run_nightly(*rows, arguments=['--resume', '--only', 'c']), 0)
+        self.assertEqual(self.results(), [('a', 'failed', 'exited with 1'),
+                                          ('b', 'failed', 'exited with 1'), ('c', 'passed', '')])
+        self.assertEqual(self.logs(), ['a.log', 'b.log'])
+        self.assertIn('    no printer', self.output.splitlines())
+        # Without its log, as on another machine.
+        os.remove(f'{self.directory}/report/a.log')
+        self.assertEqual(self.run_nightly(*rows, arguments=['--resume', '--only', 'c']), 0)
+        self.assertEqual(self.results()[0], ('a', 'failed', 'exited with 1'))
+        # A job that is chosen, but cannot run, does not keep its log.
+        rows = rows[0], (*rows[1], 'no power'), rows[2]
+        self.assertEqual(self.run_nightly(*rows, arguments=['--resume']), 1)
+        self.assertEqual(self.results(), [('a', 'failed', 'exited with 1'),
+                                          ('b', 'not run', 'no power'),
+                                          ('c', 'passed', 'in an earlier run')])
+        self.assertEqual(self.logs(), ['a.log'])
+
     def test_resume_wants_a_commit(self):
         self.run_nightly(('a', 'true'))
         for commit, status in (('1a2b', ' M README.md'), ('', '')):
