@@ -412,7 +412,7 @@ Rectangle {
 
             anchors.left: parent.left
             anchors.top: parent.top
-            width: root.isWide ? 0.66 * parent.width : parent.width
+            width: root.isWide ? 0.64 * parent.width : parent.width
             spacing: Theme.gap
 
             Grid {
@@ -504,7 +504,7 @@ Rectangle {
                 anchors.right: parent.right
                 anchors.margins: Theme.gap
                 y: 5 * Theme.unit
-                text: qsTr("What happens")
+                text: qsTr("Events")
                 color: Theme.faint
                 font.pixelSize: Theme.small
             }
@@ -603,7 +603,7 @@ Rectangle {
                 objectName: "buttonHelp"
                 width: buttons.cell
                 label: qsTr("Help")
-                about: qsTr("what is what")
+                about: qsTr("list of commands")
                 keyName: "F1"
                 onActivated: root.toggleHelp()
             }

@@ -363,16 +363,16 @@
         <translation>in Ruhe</translation>
     </message>
     <message>
-        <source>What happens</source>
-        <translation>Was geschieht</translation>
+        <source>Events</source>
+        <translation>Ereignisse</translation>
     </message>
     <message>
         <source>Help</source>
         <translation>Hilfe</translation>
     </message>
     <message>
-        <source>what is what</source>
-        <translation>was ist was</translation>
+        <source>list of commands</source>
+        <translation>Liste der Befehle</translation>
     </message>
     <message>
         <source>Label printer</source>

@@ -363,7 +363,7 @@
         <translation>au repos</translation>
     </message>
     <message>
-        <source>What happens</source>
+        <source>Events</source>
         <translation>Événements</translation>
     </message>
     <message>
@@ -371,8 +371,8 @@
         <translation>Aide</translation>
     </message>
     <message>
-        <source>what is what</source>
-        <translation>que fait quoi</translation>
+        <source>list of commands</source>
+        <translation>liste des commandes</translation>
     </message>
     <message>
         <source>Label printer</source>
