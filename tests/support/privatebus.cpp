@@ -8,16 +8,11 @@
 #include <cstdlib>
 #include <unistd.h>
 
-static QByteArray contentOf(const QByteArray &fileName)
-{
-    QFile file(QString::fromLatin1(fileName));
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 static QList<QByteArray> childrenOf(pid_t process)
 {
-    const QByteArray id = QByteArray::number(process);
-    const QByteArray children = contentOf("/proc/" + id + "/task/" + id + "/children").simplified();
+    QFile file(QString::fromLatin1("/proc/%1/task/%1/children").arg(process));
+    const QByteArray children = file.open(QFile::ReadOnly) ? file.readAll().simplified()
+                                                           : QByteArray();
     return children.isEmpty() ? QList<QByteArray>() : children.split(' ');
 }
 
@@ -71,7 +66,7 @@ void BusProcess::kill()
     m_process.waitForFinished();
     // The address is free when the last process of the bus has ended. Turns no event loop.
     for (const QByteArray &child : children) {
-        while (!contentOf("/proc/" + child + "/cmdline").isEmpty()) {
+        while (isAlive(child)) {
             usleep(1000);
         }
     }

@@ -4,6 +4,7 @@
 
 #include "waituntil.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QProcess>
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QStringList>
@@ -100,6 +101,14 @@ private:
     QByteArray m_output;
     QByteArray m_errors;
 };
+
+// Returns false for a zombie, too: its files are closed, and only its parent has not waited for it.
+inline bool isAlive(const QByteArray &process)
+{
+    QFile file(QLatin1String("/proc/") + QString::fromLatin1(process) + QLatin1String("/stat"));
+    const QByteArray stat = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+    return !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
+}
 
 // The result of a program that has ended.
 struct Outcome

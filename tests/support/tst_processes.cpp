@@ -4,7 +4,6 @@
 #include "qtmajors.h"
 #include "wirepeer.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QScopedPointer>
 
 #include <cstdio>
@@ -23,13 +22,6 @@ private Q_SLOTS:
     void exitCodes();
     void busRestartsAtItsAddress();
 };
-
-// A process that has ended, and that no process has waited for, has no command line.
-static bool isAlive(const QByteArray &process)
-{
-    QFile file(QLatin1String("/proc/") + QString::fromLatin1(process) + QLatin1String("/cmdline"));
-    return file.open(QFile::ReadOnly) && !file.readAll().isEmpty();
-}
 
 // A test with a bus and daemons: prints their process numbers and does not end by itself.
 static int runVictim(int argc, char **argv)

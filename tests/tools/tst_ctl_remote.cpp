@@ -31,13 +31,6 @@ QList<QByteArray> lines(QByteArray output)
     return output.isEmpty() ? QList<QByteArray>() : output.chopped(1).split('\n');
 }
 
-// A running process, not a zombie.
-bool isRunning(const QByteArray &pid)
-{
-    const QByteArray stat = content(QString::fromLatin1("/proc/" + pid + "/stat"));
-    return !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
-}
-
 // A bus with one peer that plays all three daemons.
 class Printer
 {
@@ -371,11 +364,11 @@ void tst_CtlRemote::endsSsh()
     QVERIFY(waitUntil([&]() { return content(file).endsWith('\n'); }));
     const QByteArray pid = content(file).trimmed();
     if (signal != 0) {
-        QVERIFY(isRunning(pid));
+        QVERIFY(isAlive(pid));
         ctl->send(signal);
     }
     QVERIFY(ctl->ends());
-    QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
+    QVERIFY(waitUntil([&]() { return !isAlive(pid); }));
 }
 
 void tst_CtlRemote::startsNoSshForAnEndedProgram()
@@ -910,7 +903,7 @@ void tst_CtlRemote::interruptedFleet()
         const QString file = path(QString::fromLatin1(name));
         QVERIFY(waitUntil([&]() { return content(file).endsWith('\n'); }));
         pids += content(file).trimmed();
-        QVERIFY(isRunning(pids.last()));
+        QVERIFY(isAlive(pids.last()));
     }
     ctl->interrupt();
     QCOMPARE(ctl->exitCode(), 130);
@@ -918,7 +911,7 @@ void tst_CtlRemote::interruptedFleet()
              QByteArray("hang1  interrupted before it was reached\nhang2  interrupted before it "
                         "was reached\n"));
     for (const QByteArray &pid : pids) {
-        QVERIFY(waitUntil([&]() { return !isRunning(pid); }));
+        QVERIFY(waitUntil([&]() { return !isAlive(pid); }));
     }
 }
 
