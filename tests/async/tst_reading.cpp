@@ -480,6 +480,7 @@ void tst_Reading::replacedDaemonIsReadAgain()
     QCOMPARE(reading.takeHistory(), Lines());
     QCOMPARE(former.calls().size(), 2);
     QCOMPARE(later.calls().size(), 1);
+    QVERIFY(former.release("org.hnipc.m4"));
 }
 
 void tst_Reading::readSlot()

@@ -4,6 +4,7 @@
 
 #include "expected/identities.h"
 #include "support/fence.h"
+#include "support/waituntil.h"
 #include "support/wirepeer.h"
 
 // The three daemons, played by peers that contain no code of the library. A daemon that is down has
@@ -25,7 +26,9 @@ public:
     // When these return, a client of this process has noticed the change.
     void start(int server)
     {
-        if (!m_peers[server].own(Expected::identities[server].busName) || !m_fence.pass()) {
+        // The bus may not have noticed yet that an earlier owner has ended.
+        const QByteArray name = Expected::identities[server].busName;
+        if (!waitUntil([&]() { return m_peers[server].own(name); }) || !m_fence.pass()) {
             qFatal("daemon does not start");
         }
     }

@@ -5,6 +5,7 @@
 #include <QtCore/QTemporaryFile>
 #include <QtCore/QUuid>
 
+#include <cerrno>
 #include <cstdlib>
 #include <unistd.h>
 
@@ -75,14 +76,14 @@ void BusProcess::kill()
     }
 }
 
-// With dbus-broker, a child of the started process does the work.
+// With dbus-broker, a child of the started process does the work. The children end with their parent.
 void BusProcess::signal(int number)
 {
     const pid_t id = m_process.id();
     const QList<QByteArray> children = childrenOf(id);
     bool reached = id > 0 && ::kill(id, number) == 0;
     for (const QByteArray &child : children) {
-        reached = reached && ::kill(child.toInt(), number) == 0;
+        reached = reached && (::kill(child.toInt(), number) == 0 || errno == ESRCH);
     }
     if (!reached) {
         qFatal("no way to signal the bus");

@@ -1144,8 +1144,10 @@ void tst_Ctl::batchPrintsEachResultAtOnce()
     ctl.endInput();
     QCOMPARE(ctl.exitCode(), 0);
 
-    QScopedPointer<Ctl> closed(Ctl::inShell(text("hnipcctl batch <&-")));
-    QCOMPARE(closed->exitCode(), 0);
+    if (!isEmulated()) {
+        QScopedPointer<Ctl> closed(Ctl::inShell(text("hnipcctl batch <&-")));
+        QCOMPARE(closed->exitCode(), 0);
+    }
     QScopedPointer<Ctl> directory(Ctl::inShell(text("hnipcctl batch </tmp")));
     QCOMPARE(directory->exitCode(), 1);
     QVERIFY2(directory->err().startsWith("hnipcctl: standard input: "), directory->err());

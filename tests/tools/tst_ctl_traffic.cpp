@@ -442,10 +442,12 @@ void tst_CtlTraffic::callerNames()
 
     const QJsonObject
         caller = objects(asJson->out()).value(1).value(QLatin1String("caller")).toObject();
-    QCOMPARE(caller.value(QLatin1String("program")).toString(), name);
+    const QString program = isEmulated() ? name.left(15) : name; // the kernel's name is cut
+    QCOMPARE(caller.value(QLatin1String("program")).toString(), program);
     QCOMPARE(qint64(caller.value(QLatin1String("pid")).toDouble()), pid);
-    QVERIFY2(asText->out().contains(" printer-status-of-the-hall\\u001b[31m<&> "
-                                    + QByteArray::number(pid) + " m4 "),
+    const QByteArray shown = isEmulated() ? "printer-status-"
+                                          : "printer-status-of-the-hall\\u001b[31m<&>";
+    QVERIFY2(asText->out().contains(' ' + shown + ' ' + QByteArray::number(pid) + " m4 "),
              asText->out());
 }
 

@@ -4,6 +4,7 @@
 
 #include <hnipc/hnipc.h>
 
+#include <QtCore/QDeadlineTimer>
 #include <QtTest/QTest>
 
 #include <csignal>
@@ -736,7 +737,10 @@ void tst_Simulator::lateLabelsAreMadeUpFor()
     desk.ask("m4", "setUserSetting", "(4, 0)");
     desk.act("m4", "print", "(uint32 20,)");
     QCOMPARE(kill(desk.daemon("m4").id(), SIGSTOP), 0);
-    QTest::qSleep(30 * 50);
+    const QDeadlineTimer printed(30 * 50);
+    while (!printed.hasExpired()) { // a signal ends qSleep() early
+        QTest::qSleep(10);
+    }
     QCOMPARE(kill(desk.daemon("m4").id(), SIGCONT), 0);
     for (int i = 0; i < 3; ++i) { // between two replies, each timer fires once
         QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
