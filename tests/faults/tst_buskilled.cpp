@@ -208,12 +208,12 @@ bool isBelow(Program &program, const QByteArray &word, int limit)
     return true;
 }
 
-// True if the daemon's pulses left less memory behind than the smallest message. If the heap is not
-// counted, under valgrind, valgrind looks for leaks.
+// True if the daemon's pulses left less memory behind than the smallest message. With a sanitizer or
+// in valgrind, which look for leaks, the heap may not be counted.
 bool keepsItsSize(Program &daemon)
 {
-    return isHeapCounted() ? isBelow(daemon, "growth", 10 * pulsesAlone)
-                           : daemon.wordAfter("growth") == "unknown";
+    return (!isHeapCounted() && daemon.wordAfter("growth") == "unknown")
+        || isBelow(daemon, "growth", 10 * pulsesAlone);
 }
 
 const QByteArray all = QByteArray::number(clientSlotCount);
