@@ -102,12 +102,13 @@ private:
     QByteArray m_errors;
 };
 
-// Returns false for a zombie, too: its files are closed, and only its parent has not waited for it.
+// Returns false for no process, and for a zombie: its files are closed, and only its parent has not
+// waited for it.
 inline bool isAlive(const QByteArray &process)
 {
     QFile file(QLatin1String("/proc/") + QString::fromLatin1(process) + QLatin1String("/stat"));
     const QByteArray stat = file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-    return !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
+    return !process.isEmpty() && !stat.isEmpty() && stat.mid(stat.lastIndexOf(')') + 2, 1) != "Z";
 }
 
 // With QEMU, the command line of a process begins with that of the emulator, and a descriptor that
