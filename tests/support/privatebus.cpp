@@ -83,7 +83,8 @@ void BusProcess::signal(int number)
     const QList<QByteArray> children = childrenOf(id);
     bool reached = id > 0 && ::kill(id, number) == 0;
     for (const QByteArray &child : children) {
-        reached = reached && (::kill(child.toInt(), number) == 0 || errno == ESRCH);
+        const bool isSent = ::kill(child.toInt(), number) == 0;
+        reached = reached && (isSent || (number == SIGKILL && errno == ESRCH));
     }
     if (!reached) {
         qFatal("no way to signal the bus");

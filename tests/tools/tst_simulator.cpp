@@ -738,9 +738,7 @@ void tst_Simulator::lateLabelsAreMadeUpFor()
     desk.act("m4", "print", "(uint32 20,)");
     QCOMPARE(kill(desk.daemon("m4").id(), SIGSTOP), 0);
     const QDeadlineTimer printed(30 * 50);
-    while (!printed.hasExpired()) { // a signal ends qSleep() early
-        QTest::qSleep(10);
-    }
+    QVERIFY(waitUntil([&printed]() { return printed.hasExpired(); }));
     QCOMPARE(kill(desk.daemon("m4").id(), SIGCONT), 0);
     for (int i = 0; i < 3; ++i) { // between two replies, each timer fires once
         QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
