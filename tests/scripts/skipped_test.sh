@@ -43,7 +43,8 @@ says() {
         failed=yes
     fi
 }
-skipped=$source/scripts/skipped
+cp "$source/scripts/skipped" . # other users may not be able to read the source
+skipped=$work/skipped
 
 report tst_x "PASS   : tst_X::f()"
 says 0 "No test was skipped." "$skipped" 5=report
