@@ -149,6 +149,8 @@ with 'heading of 2.3.4 has no date; it is "## 2.3.4 - soon"' CHANGELOG.md 's/202
 with 'the date 9026-01-31 is in the future' CHANGELOG.md 's/2026-01-31/9026-01-31/'
 with 'the date is "Sun, 01 Feb 2026 12:00:00 +0000", and not that of CHANGELOG.md' \
     debian/changelog 's/Sat, 31 Jan/Sun, 01 Feb/'
+with '"Sat, 31 Jan 9026 12:00:00 +0000" is in the future, or no time' debian/changelog 's/2026 12/9026 12/'
+with '"Sat, 31 Jan 2026 25:00:00 +0000" is in the future, or no time' debian/changelog 's/2026 12/2026 25/'
 with "debian/changelog: the distribution is UNRELEASED" debian/changelog '1s/bookworm/UNRELEASED/'
 with "qt6-1.symbols: symbols have later versions than 2.3.4: 2.3.5~" \
     debian/libhnipc-qt6-1.symbols 's/2.0.0~/2.3.5~/'
