@@ -310,12 +310,17 @@ private:
         return false;
     }
 
+    // It makes no list of all items: a test searches in every turn of the event loop, and under
+    // valgrind that left the rest of the loop no time.
     static QQuickItem *find(QQuickItem *in, const QString &name)
     {
-        const QList<QQuickItem *> items = all(in);
-        for (QQuickItem *item : items) {
-            if (item->objectName() == name) {
-                return item;
+        if (in->objectName() == name) {
+            return in;
+        }
+        const QList<QQuickItem *> children = in->childItems();
+        for (QQuickItem *child : children) {
+            if (QQuickItem *found = find(child, name)) {
+                return found;
             }
         }
         return nullptr;

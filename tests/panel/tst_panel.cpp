@@ -3,7 +3,6 @@
 
 #include "language.h"
 #include "support/qmltestmain.h"
-#include "support/qtmajors.h"
 #include "tools/desk.h"
 
 #include <QtCore/QFile>
@@ -1697,9 +1696,6 @@ void tst_Panel::colorsAreChecked_data()
 void tst_Panel::colorsAreChecked()
 {
     QFETCH(QByteArray, text);
-    if (text.size() > 1024 * 1024 && qEnvironmentVariableIsSet("QV4_FORCE_INTERPRETER")) {
-        HNIPC_SKIP("valgrind takes minutes for a text of 10 MB");
-    }
     QFETCH(QString, shown);
     SupplyPeer daemon;
     Desk desk({ "m4" });
@@ -1742,9 +1738,6 @@ void tst_Panel::oddTextsAreHarmless_data()
 void tst_Panel::oddTextsAreHarmless()
 {
     QFETCH(QByteArray, text);
-    if (text.size() > 1024 * 1024 && qEnvironmentVariableIsSet("QV4_FORCE_INTERPRETER")) {
-        HNIPC_SKIP("valgrind takes minutes for a text of 10 MB");
-    }
     SupplyPeer daemon;
     for (const char *member : { "supplySKUCached", "supplyMaterialName", "supplyFormatName",
                                 "supplyColorName", "supplyRibbonColorName" }) {

@@ -62,10 +62,6 @@ report tst_x "SKIP   : tst_X::f() a sanitizer replaces the heap"
 says 0 "tst_x tst_X::f" "$skipped" --sanitized 6=report
 says 1 "tst_x tst_X::f" "$skipped" 6=report
 
-report tst_x "SKIP   : tst_X::f(10 MB) valgrind takes minutes for a text of 10 MB"
-says 0 "tst_x tst_X::f" "$skipped" --valgrind 5=report
-says 1 "tst_x tst_X::f" "$skipped" 5=report
-
 report tst_x "SKIP   : tst_X::f(one) Xvfb is not installed
 SKIP   : tst_X::f(two) Xvfb is not installed"
 says 1 "tst_x tst_X::f: (one) Xvfb is not installed (and 1 more)" "$skipped" 6=report
