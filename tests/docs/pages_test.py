@@ -30,7 +30,7 @@ STAGES = {
     'docs/guides/fleet.md': {
         'hnipcctl --timeout 5000 --hosts hall.txt metrics': [
             'export HNIPCCTL_SSH=$PWD/ssh PRINTER7=$DBUS_SYSTEM_BUS_ADDRESS',
-            r"printf '%s\n' printer7 service@printer8 >hall.txt"],
+            r"printf '%s\n' service@printer7 service@printer8 >hall.txt"],
     },
     'docs/guides/ci.md': {
         # As an installed python3-hnipc does it.

@@ -185,6 +185,8 @@ class Table(unittest.TestCase):
         after = json.loads(self.read('report/report.json'))['jobs'][0]
         self.assertEqual(after, {**before, 'reason': 'in an earlier run'})
         self.assertEqual(before['seconds'], 3600)
+        self.assertIn('\n- Time: 0:00:00; all jobs, also in earlier runs: 1:00:00\n',
+                      self.read('report/report.md'))
 
     def test_resume_keeps_failures(self):
         rows = ('a', 'echo no printer; false'), ('b', 'false'), ('c', 'true')
@@ -235,7 +237,8 @@ class Table(unittest.TestCase):
         self.assertEqual(report['jobs'], [{'name': 'a', 'command': 'touch "$D/late"',
                                            'result': 'passed', 'reason': '', 'seconds': 3600,
                                            'log': '', 'skipped': []}])
-        self.assertIn('- Time: 1:00:00, with a budget of 75 minutes', self.read('report/report.md'))
+        self.assertIn('- Time: 1:00:00, with a budget of 75 minutes\n',
+                      self.read('report/report.md'))
 
     # Neither process reacts to SIGTERM, and the second one is not in the session of the job.
     HANG = ('trap "" TERM; setsid sleep infinity & echo $! >"$D/pid"; touch "$D/late"; '
