@@ -3,8 +3,9 @@
 // hnipc-baseline COMMAND: compares the built interface with the recorded one.
 //   hnipc-baseline check PART...        prints the differences and the programs concerned; fails
 //                                       if there are any
-//   hnipc-baseline permit [--unreleased]
-//                                       checks that the version permits recording the interface
+//   hnipc-baseline permit [--unreleased | DIRECTORY]
+//                                       checks that the version permits recording the interface, after
+//                                       the one that is recorded here or in the directory
 //   hnipc-baseline record               records it
 #include "answers.h"
 #include "binaryinterface.h"
@@ -44,7 +45,9 @@ const Part parts[] = {
 #endif
 };
 
-QString path(const char *file) { return QFile::decodeName(HNIPC_RECORDED_DIR "/") + file; }
+QString recordedDirectory = QFile::decodeName(HNIPC_RECORDED_DIR);
+
+QString path(const char *file) { return recordedDirectory + '/' + file; }
 
 QByteArray contents(const char *name)
 {
@@ -181,7 +184,11 @@ int run(const QStringList &arguments)
 {
     const QString command = arguments.value(1);
     if (command == QLatin1String("permit")) {
-        return permit(arguments.contains("--unreleased"));
+        const bool unreleased = arguments.value(2) == QLatin1String("--unreleased");
+        if (arguments.size() > 2 && !unreleased) {
+            recordedDirectory = arguments.at(2);
+        }
+        return permit(unreleased);
     }
     if (command == QLatin1String("record")) {
         return record();
@@ -194,7 +201,7 @@ int run(const QStringList &arguments)
             return check(part);
         }
     }
-    std::fprintf(stderr, "expected: check PART, permit [--unreleased] or record\n");
+    std::fprintf(stderr, "expected: check PART, permit [--unreleased | DIRECTORY] or record\n");
     return 2;
 }
 

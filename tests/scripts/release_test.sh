@@ -14,6 +14,7 @@ work=$(mktemp --directory)
 trap 'rm -rf "$work"' EXIT
 export HOME=$work GIT_CONFIG_NOSYSTEM=1 GIT_AUTHOR_NAME=Tester GIT_AUTHOR_EMAIL=tester@example.org
 export GIT_COMMITTER_NAME=Tester GIT_COMMITTER_EMAIL=tester@example.org
+cp "$source/.ci/nightly" "$work" # other users may not be able to read the source
 mkdir "$work/tree"
 cd "$work/tree"
 git init --quiet --initial-branch=main
@@ -59,7 +60,7 @@ cat >.ci/nightly <<NIGHTLY
 #!/usr/bin/env python3
 import importlib.machinery, importlib.util, pathlib, sys
 sys.dont_write_bytecode = True
-loader = importlib.machinery.SourceFileLoader("nightly", "$source/.ci/nightly")
+loader = importlib.machinery.SourceFileLoader("nightly", "$work/nightly")
 nightly = importlib.util.module_from_spec(importlib.util.spec_from_loader("nightly", loader))
 loader.exec_module(nightly)
 nightly.TOP = pathlib.Path(__file__).resolve().parent.parent
@@ -242,6 +243,20 @@ says 1 "the tag v2.3.4 exists
 tests/baseline/recorded/released: 2.3.4 was released, as commit $commit" scripts/release 2.3.4
 says 1 "2.3.4 was released, as commit $commit: raise the version" scripts/baseline --unreleased
 
+# A later version has to fit the changes since the released one, also with --unreleased. The stand-in
+# for hnipc-baseline refuses a record of 2.3.4 in another directory.
+mkdir -p "$work/bin" build/qt{5,6}/tests/baseline
+ln --symbolic /bin/true "$work/bin/cmake"
+printf '#!/bin/sh\n[ -z "$2" ] || [ ! -e "$2/version" ] || { echo "after $(cat "$2/version")"; exit 1; }\n' \
+    | tee build/qt5/tests/baseline/hnipc-baseline >build/qt6/tests/baseline/hnipc-baseline
+chmod +x build/qt*/tests/baseline/hnipc-baseline
+echo 'need_packages() { :; }' >>scripts/packages.sh
+sed --in-place s/2.3.4/2.3.5/ CMakeLists.txt
+echo 2.3.5 >tests/baseline/recorded/version
+says 1 "after 2.3.4" env PATH="$work/bin:$PATH" scripts/baseline
+says 1 "after 2.3.4" env PATH="$work/bin:$PATH" scripts/baseline --unreleased
+git checkout --quiet .
+
 # The next release upgrades the packages of this one, which are in its clone.
 git -c advice.detachedHead=false checkout --quiet --detach
 git commit --quiet --allow-empty --message="The next release"
@@ -252,14 +267,21 @@ rm build/release/2.3.4/*.deb
 says 1 "build/release/2.3.4: there are no packages of the last release" scripts/release --run
 git checkout --quiet main
 
-# The archive and the bill of another clone, with other settings of git, are the same.
-git clone --quiet . "$work/clone" 2>/dev/null
+# The archive and the bill of another clone, with other settings of git, are the same. Root runs the
+# jobs there, and the owner of the clone makes the release.
+git clone --quiet --no-hardlinks . "$work/clone" 2>/dev/null
 cd "$work/clone"
 git config tar.umask 0022
 git -c advice.detachedHead=false checkout --quiet "$commit"
 git tag --delete v2.3.4 >/dev/null
-scripts/release --run >/dev/null
-says 0 "Released 2.3.4" env TZ=Asia/Tokyo LC_ALL=C scripts/release 2.3.4
+owner=()
+if [ "$(id -u)" -eq 0 ]; then
+    owner=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
+    chown --recursive nobody:nogroup .
+    chmod go+rx "$work"
+fi
+says 0 "**3 of 3 jobs passed.**" scripts/release --run
+says 0 "Released 2.3.4" "${owner[@]}" env TZ=Asia/Tokyo LC_ALL=C scripts/release 2.3.4
 for file in hnipc-2.3.4.{tar.gz,spdx}; do
     cmp "build/release/2.3.4/$file" "$work/$file" || failed=yes
 done
