@@ -156,6 +156,17 @@ def guides(newcomer, qt):
         terminal.close()
 
 
+def python_from_source(newcomer):
+    terminal = newcomer.terminal('build')
+    page = 'docs/guides/pytest.md'
+    for command in shown.commands(page)[1:4]:
+        command.text = command.text.replace('sudo apt install', 'apt-get install --yes')
+        terminal.type(command)
+    newcomer.type(terminal, f'cd {CHECKOUT}/docs/guides/pytest')
+    newcomer.type(terminal, f'{CHECKOUT}/env/bin/python -m pytest test_lid.py')
+    terminal.close()
+
+
 def main():
     directory = sys.argv[1]
     os.chdir(os.path.dirname(os.path.realpath(__file__)) + '/../..')
@@ -168,6 +179,7 @@ def main():
         qt = build_and_install(newcomer)
         on_a_printer(newcomer)
         guides(newcomer, qt)
+        python_from_source(newcomer)
     except shown.Failed as failure:
         sys.exit(f'{failure}\nFAILED. The output of the terminals is in {directory}/log')
     print('The output of all commands is the one that the pages show.')

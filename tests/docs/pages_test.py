@@ -115,6 +115,10 @@ NOT_PLAYED = {
         'file --brief build/client/hnipc-example-client',
         'hnipc-sandbox -- qemu-arm-static build/client/hnipc-example-client'),
         'needs packages for armhf and a separate build; run by hand'),
+    'docs/guides/pytest.md': dict.fromkeys((
+        'python3 -m venv --system-site-packages env',
+        'env/bin/pip install --no-build-isolation ./python'),
+        'installs packages; scripts/newcomer runs it'),
     'docs/size.md': {'scripts/size': 'makes separate builds; run by hand'},
     'docs/reliability.md': {
         'scripts/fuzz --minutes 10': 'takes ten minutes; run by hand',
