@@ -159,7 +159,7 @@ def guides(newcomer, qt):
 def python_from_source(newcomer):
     terminal = newcomer.terminal('build')
     page = 'docs/guides/pytest.md'
-    for command in shown.commands(page)[1:4]:
+    for command in shown.commands(page)[1:4]:  # the first one installs the package instead
         command.text = command.text.replace('sudo apt install', 'apt-get install --yes')
         terminal.type(command)
     newcomer.type(terminal, f'cd {CHECKOUT}/docs/guides/pytest')

@@ -185,7 +185,7 @@ class Table(unittest.TestCase):
         after = json.loads(self.read('report/report.json'))['jobs'][0]
         self.assertEqual(after, {**before, 'reason': 'in an earlier run'})
         self.assertEqual(before['seconds'], 3600)
-        self.assertIn('\n- Time: 0:00:00; all jobs, also in earlier runs: 1:00:00\n',
+        self.assertIn('\n- Time: 0:00:00\n- Time of all jobs, also in earlier runs: 1:00:00\n',
                       self.read('report/report.md'))
 
     def test_resume_keeps_failures(self):

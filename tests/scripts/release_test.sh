@@ -247,7 +247,7 @@ says 1 "2.3.4 was released, as commit $commit: raise the version" scripts/baseli
 # for hnipc-baseline refuses a record of 2.3.4 in another directory.
 mkdir -p "$work/bin" build/qt{5,6}/tests/baseline
 ln --symbolic /bin/true "$work/bin/cmake"
-printf '#!/bin/sh\n[ -z "$2" ] || [ ! -e "$2/version" ] || { echo "after $(cat "$2/version")"; exit 1; }\n' \
+printf '#!/bin/sh\n[ "$1" != permit ] || [ ! -e "$2/version" ] || { echo "after $(cat "$2/version")"; exit 1; }\n' \
     | tee build/qt5/tests/baseline/hnipc-baseline >build/qt6/tests/baseline/hnipc-baseline
 chmod +x build/qt*/tests/baseline/hnipc-baseline
 echo 'need_packages() { :; }' >>scripts/packages.sh
