@@ -2,6 +2,7 @@
 #include "async/bus_p.h"
 
 #include "async/event_p.h"
+#include "async/metamethod_p.h"
 #include "common/serviceidentity_p.h"
 
 #include <QtCore/QCoreApplication>
@@ -57,9 +58,10 @@ Bus *Bus::instance()
         Starter()
         {
 #if QT_VERSION >= 0x050000
-            // Qt's connections use its registry of types until they are closed. So the registry has
-            // to exist before them, to be destroyed after them.
-            qRegisterMetaType<QDBusMessage>();
+            // Qt's connections use its registries of types until they are closed. So the registries
+            // have to exist before them, to be destroyed after them. Qt fills them when it is asked
+            // for the signature of a type that is not a basic one.
+            wireTypeOf(qRegisterMetaType<QDBusMessage>());
             bus = new Bus;
             QThread *thread = new QThread;
             thread->setObjectName(QLatin1String("hnipc"));

@@ -54,11 +54,27 @@ struct ThreadCheck
 Requests staticRequests;
 std::unique_ptr<HNIPCAvailability> staticAvailability;
 
+// Whether Qt has registered the types of D-Bus. Its own thread registers them when it connects, if
+// nobody has done so before: in a program that ends meanwhile, it crashes. Qt 4 has no such thread.
+bool areTypesRegistered()
+{
+#if QT_VERSION < 0x050000
+    return true;
+#elif QT_VERSION < 0x060000
+    return QMetaType::type("QList<QDBusObjectPath>") != QMetaType::UnknownType;
+#else
+    return QMetaType::fromName("QList<QDBusObjectPath>").isValid();
+#endif
+}
+
 // The program that ends in the way of this name. It prints how many requests were in flight.
 int end(const QByteArray &way, int argc, char **argv)
 {
     std::unique_ptr<QCoreApplication> application(new QCoreApplication(argc, argv));
     std::unique_ptr<HNIPCAvailability> availability(new HNIPCAvailability);
+    if (!areTypesRegistered()) {
+        return 4;
+    }
     if (way == "answers under way") {
         const Requests requests = sentRequests("supplyInformation");
         std::printf("%d\n", inFlight);
