@@ -27,6 +27,7 @@ private slots:
     void nameThatIsTaken();
     void nameThatIsNotAllowed();
     void lostBus();
+    void namesAreStoredBeforeCalls();
     void endsOnASignal_data();
     void endsOnASignal();
     void closedOutputDoesNotEndIt();
@@ -299,6 +300,24 @@ void tst_SimulatorProgram::lostBus()
     QCOMPARE(process.exitCode(), 3);
     QCOMPARE(process.readAllStandardError(),
              QByteArray("hnipc-simulator: the connection to the system bus was lost\n"));
+}
+
+// When the event loop starts, Qt delivers the messages that it has held back, and reports each. The
+// simulator then waits for a reply of the bus, before anything else.
+void tst_SimulatorProgram::namesAreStoredBeforeCalls()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("QDBUS_DEBUG", "1");
+    Process process;
+    process.setProcessEnvironment(environment);
+    process.start(QString::fromLatin1(HNIPC_TOOLS_DIR "/hnipc-simulator"), { "m4" });
+    QVERIFY(process.prints("ready\n"));
+    WirePeer peer;
+    QCOMPARE(peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "getError").body, QByteArray("(0,)"));
+    const QByteArray report = process.errors();
+    const auto lastDelivery = report.lastIndexOf("dequeueing message");
+    QVERIFY2(lastDelivery >= 0 && lastDelivery < report.lastIndexOf("got message reply"),
+             report.constData());
 }
 
 void tst_SimulatorProgram::endsOnASignal_data()

@@ -202,6 +202,12 @@ int serve(const Request &request)
     if (!bus.isConnected()) {
         throw Failure { NoBus, QStringLiteral("no system bus: ") + bus.lastError().message() };
     }
+    // Until the event loop runs, Qt holds back what the bus sends, also the names of the connection.
+    // Then its thread stores them in a list, and a call of a daemon that reads the list at that moment
+    // can crash: the first act of a scenario is such a call. So the first event is a call of the bus,
+    // which does not read the list. When it returns, the names are stored.
+    QMetaObject::invokeMethod(
+        qApp, [bus]() { bus.interface()->serviceOwner(bus.baseService()); }, Qt::QueuedConnection);
 
     qRegisterMetaType<QDBusVariant>("QDBusVariant"); // Qt 6 needs this to find the type by name
     qDBusRegisterMetaType<SupplyInformation>();
