@@ -141,7 +141,6 @@ void Bus::onLost()
     }
     for (Daemon &daemon : m_daemons) {
         daemon.inFlight = 0;
-        daemon.presence = NotKnown;
         sendWaiting(&daemon);
     }
     tell(News(News::BusLost));

@@ -13,7 +13,6 @@ HNIPC::HNIPC(QObject *parent) : QObject(parent), d(new HNIPCPrivate(this))
         qRegisterMetaType<SupplyInformation>("SupplyInformation");
     } catch (...) {
         delete d;
-        d = 0;
         throw;
     }
 }
