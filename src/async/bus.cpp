@@ -111,7 +111,8 @@ void Bus::open()
 #if QT_VERSION >= 0x050000
     // The bus tells a new connection its name. Qt's thread then adds the name to a list, which a call
     // of a daemon reads: at the same time, it can crash. A call of the bus does not read the list, and
-    // when its reply is here, the name is in the list.
+    // when its reply is here, the name is in the list. That does not help if the main thread has opened
+    // the connection: then Qt holds the name back until its event loop runs.
     if (m_isConnected) {
         askBus("GetId", QString(), SLOT(onGreeted(QDBusPendingCallWatcher *)));
         return;

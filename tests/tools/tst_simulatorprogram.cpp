@@ -314,10 +314,11 @@ void tst_SimulatorProgram::namesAreStoredBeforeCalls()
     QVERIFY(process.prints("ready\n"));
     WirePeer peer;
     QCOMPARE(peer.call("org.hnipc.m4", "/", "local.IHNIPCM4", "getError").body, QByteArray("(0,)"));
-    const QByteArray report = process.errors();
-    const auto lastDelivery = report.lastIndexOf("dequeueing message");
-    QVERIFY2(lastDelivery >= 0 && lastDelivery < report.lastIndexOf("got message reply"),
-             report.constData());
+    const auto lastIsReply = [&process]() {
+        const auto delivery = process.errors().lastIndexOf("dequeueing message");
+        return delivery >= 0 && delivery < process.errors().lastIndexOf("got message reply");
+    };
+    QVERIFY2(waitUntil(lastIsReply), process.errors().constData());
 }
 
 void tst_SimulatorProgram::endsOnASignal_data()

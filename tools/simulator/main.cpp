@@ -204,10 +204,14 @@ int serve(const Request &request)
     }
     // Until the event loop runs, Qt holds back what the bus sends, also the names of the connection.
     // Then its thread stores them in a list, and a call of a daemon that reads the list at that moment
-    // can crash: the first act of a scenario is such a call. So the first event is a call of the bus,
-    // which does not read the list. When it returns, the names are stored.
-    QMetaObject::invokeMethod(
-        qApp, [bus]() { bus.interface()->serviceOwner(bus.baseService()); }, Qt::QueuedConnection);
+    // can crash: the first act of a scenario is such a call. So the first event calls the bus, which
+    // does not read the list. If a message comes at the same time, Qt can hand over the first reply
+    // before it stores the names. When the second returns, they are stored.
+    const auto waitForNames = [bus]() {
+        bus.interface()->serviceOwner(bus.baseService());
+        bus.interface()->serviceOwner(bus.baseService());
+    };
+    QMetaObject::invokeMethod(qApp, waitForNames, Qt::QueuedConnection);
 
     qRegisterMetaType<QDBusVariant>("QDBusVariant"); // Qt 6 needs this to find the type by name
     qDBusRegisterMetaType<SupplyInformation>();
