@@ -16,6 +16,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
+#include <dbus/dbus.h>
 #include <gio/gio.h>
 
 #include <cmath>
@@ -102,19 +103,10 @@ private:
     Value m_answer;
 };
 
-// D-Bus has no optional values and no empty structures, and dictionary entries in arrays only. This
-// test uses no file descriptors.
+// GVariant has types that D-Bus has not, and nests them deeper. This test uses no file descriptors.
 bool isWireType(const QByteArray &type)
 {
-    for (int i = type.indexOf('{'); i >= 0; i = type.indexOf('{', i + 1)) {
-        if (i == 0 || type.at(i - 1) != 'a') {
-            return false;
-        }
-    }
-    return type.size() < 256 && !type.contains('m') && !type.contains('h') && !type.contains("()")
-        && g_variant_type_string_is_valid(type.constData())
-        && g_variant_type_is_definite(reinterpret_cast<const GVariantType *>(type.constData()))
-        && g_variant_is_signature(type.constData());
+    return !type.contains('h') && dbus_signature_validate_single(type.constData(), nullptr);
 }
 
 // Variants contain values of any type.
