@@ -164,11 +164,11 @@ void tst_CtlDeadline::deadlinePasses()
 {
     Desk desk({ "m4" });
     desk.act("m4", "fault", "('cycleCutter', 'never', <''>)");
-    Ctl ctl(words("call --deadline 200 cycleCutter"));
+    Ctl ctl(words("call --deadline 2000 cycleCutter"));
     QCOMPARE(ctl.exitCode(), 9);
     QCOMPARE(ctl.err(),
              QByteArray("hnipcctl: outcome unknown: org.hnipc.m4 did not reply within "
-                        "200 ms\n"));
+                        "2000 ms\n"));
     QCOMPARE(ctl.out(), QByteArray());
 }
 

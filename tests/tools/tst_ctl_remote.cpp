@@ -480,8 +480,8 @@ void tst_CtlRemote::fleetInRows_data()
                                  << QByteArray("p1    1\n") + down + "p2    2\n"
                                  << 3;
     QTest::newRow("hanging") << QByteArray(
-        "call getError --timeout 1000 --host hang --host p1 --host down")
-                             << QByteArray("hang  hang was not reached within 1000 ms\np1    1\n")
+        "call getError --timeout 5000 --host hang --host p1 --host down")
+                             << QByteArray("hang  hang was not reached within 5000 ms\np1    1\n")
             + down << 6;
     QTest::newRow("daemon refuses")
         << QByteArray("call dac0 --host p1 --host down --host p2")
@@ -554,7 +554,7 @@ void tst_CtlRemote::fleetPrintsTheReason_data()
     QTest::addColumn<int>("exitCode");
 
     QTest::newRow("banner, then silent")
-        << QByteArray("bannerhang") << QByteArray("bannerhang was not reached within 500 ms") << 6;
+        << QByteArray("bannerhang") << QByteArray("bannerhang was not reached within 2000 ms") << 6;
     QTest::newRow("banner, then unreachable")
         << QByteArray("bannerdown")
         << QByteArray("ssh: connect to host down port 22: No route to host") << 3;
@@ -576,7 +576,7 @@ void tst_CtlRemote::fleetPrintsTheReason()
     QVERIFY(write(file, host));
     QStringList command = words("call getError --hosts") << file;
     if (exitCode == 6) {
-        command << words("--timeout 500");
+        command << words("--timeout 2000");
     }
     QScopedPointer<Ctl> ctl(ask(command));
     QCOMPARE(ctl->out(), host + "  " + row + '\n');
