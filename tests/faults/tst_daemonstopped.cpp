@@ -159,7 +159,7 @@ void tst_DaemonStopped::callGetsItsReplyWhenTheDaemonContinues()
         QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { before = printer.getError(); }));
         QCOMPARE(before, i - 1);
 
-        m_m4->send(SIGSTOP);
+        QVERIFY(m_m4->halt());
         bool answer = false;
         client.does([&](HNIPC &printer) { answer = printer.emitError(i); });
         QVERIFY(waitForCall(monitor, "emitError"));
@@ -193,7 +193,7 @@ void tst_DaemonStopped::nothingIsLostWhenStoppedUnderLoad()
     int done = 0;
     for (; done < stops && callsGoOn(); ++done) {
         QTest::qSleep(1 + chance.below(10));
-        m_m4->send(SIGSTOP);
+        QVERIFY(m_m4->halt());
         QTest::qSleep(1 + chance.below(10));
         m_m4->send(SIGCONT);
     }
@@ -211,7 +211,7 @@ void tst_DaemonStopped::otherDaemonsReplyMeanwhile()
     const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
     Client client;
     QVERIFY(client.doesToTheEnd([](HNIPC &) {})); // the client is constructed
-    m_m4->send(SIGSTOP);
+    QVERIFY(m_m4->halt());
     QStringList skus;
     QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { skus = printer.supplySKUList(); }));
     QVERIFY(!skus.isEmpty());
@@ -226,7 +226,7 @@ void tst_DaemonStopped::callEndsAtTheTimeout()
     QVERIFY(client.doesToTheEnd([&](HNIPC &printer) { answer = printer.emitAlert(5); }));
     QVERIFY(answer);
 
-    m_m4->send(SIGSTOP);
+    QVERIFY(m_m4->halt());
     qint64 waited = 0;
     client.does([&](HNIPC &printer) {
         QElapsedTimer elapsed;
@@ -256,7 +256,7 @@ void tst_DaemonStopped::callEndsAtTheTimeout()
 void tst_DaemonStopped::clientThatStartsWaitsForTheTimeout()
 {
     const std::unique_ptr<Program> supplyd(Program::daemon("supplyd"));
-    m_m4->send(SIGSTOP);
+    QVERIFY(m_m4->halt());
     WireMonitor monitor;
     Client client;
     QElapsedTimer elapsed;

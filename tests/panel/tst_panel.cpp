@@ -14,8 +14,6 @@
 #include <QtGui/QAccessible>
 #include <QtGui/QGuiApplication>
 
-#include <signal.h>
-
 #include <algorithm>
 #include <functional>
 #include <utility>
@@ -273,8 +271,8 @@ void tst_Panel::daemonsStart()
 void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
 {
     Desk desk(allDaemons);
-    const pid_t silent = desk.daemon("m4").id();
-    QCOMPARE(::kill(silent, SIGSTOP), 0);
+    SimulatedDaemon &silent = desk.daemon("m4");
+    QVERIFY(silent.halt());
     Screen screen;
     QVERIFY(screen.shows("state", "Waiting for the print engine"));
     QVERIFY(screen.shows("supply/name", "Paper, Label 100 x 60 mm, White"));
@@ -287,7 +285,7 @@ void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
     QVERIFY(screen.tells("Help button"));
     QVERIFY(screen.renders(20));
 
-    QCOMPARE(::kill(silent, SIGCONT), 0);
+    silent.send(SIGCONT);
     QVERIFY(screen.shows("state", "Ready"));
     QVERIFY(screen.shows("lid/text", "closed"));
     QVERIFY(screen.shows("battery", "Battery 87 %"));
@@ -297,8 +295,8 @@ void tst_Panel::silentDaemonDelaysOnlyItsOwnValues()
 void tst_Panel::hungDaemonDelaysNothingElse()
 {
     Desk desk(allDaemons);
-    const pid_t silent = desk.daemon("ioexpd").id();
-    QCOMPARE(::kill(silent, SIGSTOP), 0);
+    SimulatedDaemon &silent = desk.daemon("ioexpd");
+    QVERIFY(silent.halt());
     Screen screen;
     QVERIFY(screen.shows("state", "Ready"));
     QVERIFY(screen.shows("battery", "Battery 87 %"));
@@ -308,7 +306,7 @@ void tst_Panel::hungDaemonDelaysNothingElse()
     desk.act("m4", "set", "('printerLid', <true>)");
     QVERIFY(screen.shows("lid/text", "open"));
     QVERIFY(screen.tells("Lid opened"));
-    QCOMPARE(::kill(silent, SIGCONT), 0);
+    silent.send(SIGCONT);
     desk.act("ioexpd", "press", "('help',)");
     QVERIFY(screen.tells("Help button"));
 }

@@ -11,6 +11,7 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // A process that ends with the test, however the test ends: the kernel kills it when the thread
@@ -49,6 +50,16 @@ public:
     }
 
     void send(int signal) { ::kill(id(), signal); }
+
+    // Returns when all threads are stopped. Without the wait, others run until the first one has
+    // received the signal.
+    bool halt()
+    {
+        send(SIGSTOP);
+        siginfo_t change;
+        return waitid(P_PID, id_t(id()), &change, WSTOPPED | WEXITED | WNOWAIT) == 0
+            && change.si_code == CLD_STOPPED;
+    }
 
     bool isRunning() const { return state() != NotRunning; }
 

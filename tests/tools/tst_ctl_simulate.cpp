@@ -22,8 +22,6 @@ QStringList simulate(const char *words)
 
 QJsonObject object(const QByteArray &json) { return QJsonDocument::fromJson(json).object(); }
 
-void stopProcess(SimulatedDaemon *daemon, bool stop) { daemon->send(stop ? SIGSTOP : SIGCONT); }
-
 } // namespace
 
 // The program "hnipcctl simulate" with simulated daemons, with real ones, and without daemons.
@@ -411,15 +409,15 @@ void tst_CtlSimulate::realDaemonIsNotTouched()
 
 void tst_CtlSimulate::stoppedDaemon()
 {
-    SimulatedDaemon *m4 = &m_desk->daemon("m4");
+    SimulatedDaemon &m4 = m_desk->daemon("m4");
     QCOMPARE(Ctl(simulate("fault enableBacklight never")).exitCode(), 0);
-    stopProcess(m4, true);
+    QVERIFY(m4.halt());
     for (const char *act : { "set printerLid true", "print 1", "reset", "fault getError never" }) {
         Ctl ctl(QStringList { "--timeout", "300" } + simulate(act));
         const int exitCode = ctl.exitCode();
         const QByteArray error = ctl.err();
         if (exitCode != 6 || !error.contains("m4")) {
-            stopProcess(m4, false); // a halted daemon does not end
+            m4.send(SIGCONT); // a halted daemon does not end
         }
         QCOMPARE(exitCode, 6);
         QVERIFY2(error.contains("m4"), error.constData());
@@ -428,7 +426,7 @@ void tst_CtlSimulate::stoppedDaemon()
     QCOMPARE(m_desk->act("ioexpd", "faults"), QByteArray("(@as [],)"));
     Ctl other(simulate("set supplyPercent 50")); // long before the timeout of 25 s
     const int otherExitCode = other.exitCode();
-    stopProcess(m4, false);
+    m4.send(SIGCONT);
     QCOMPARE(otherExitCode, 0);
     QCOMPARE(Ctl(simulate("reset")).exitCode(), 0);
 }

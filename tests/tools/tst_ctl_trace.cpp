@@ -471,13 +471,13 @@ void tst_CtlTrace::stopsForARealDaemon()
 void tst_CtlTrace::haltedSimulator()
 {
     Desk desk({ QStringLiteral("m4") });
-    const pid_t pid = desk.daemon(QStringLiteral("m4")).id();
-    ::kill(pid, SIGSTOP);
+    SimulatedDaemon &daemon = desk.daemon(QStringLiteral("m4"));
+    QVERIFY(daemon.halt());
     const QString file = write("trace", header + eventLine("0", "m4", "Error", "i", "[1]"));
     // The time is also that for the bus, which needs more on a busy machine.
     Ctl ctl(replay(file) << QStringLiteral("--timeout") << QStringLiteral("3000"));
     const int exitCode = ctl.exitCode();
-    ::kill(pid, SIGCONT);
+    daemon.send(SIGCONT);
     QCOMPARE(exitCode, 6);
     QVERIFY2(ctl.err().startsWith("hnipcctl: cannot find out whether m4 is a simulated daemon: "),
              ctl.err());

@@ -68,8 +68,8 @@ void tst_RequestFaults::lateAnswerArrives()
 {
     Desk desk({ "m4", "supplyd" });
     desk.act("m4", "set", "('error', <7>)");
-    const pid_t process = pid_t(desk.daemon("m4").processId());
-    QCOMPARE(kill(process, SIGSTOP), 0);
+    SimulatedDaemon &daemon = desk.daemon("m4");
+    QVERIFY(daemon.halt());
     Counted late("getError");
     late.setDeadline(60000);
     QVERIFY(late.send());
@@ -78,7 +78,7 @@ void tst_RequestFaults::lateAnswerArrives()
     QVERIFY(other.finishes());
     QCOMPARE(other.outcome(), HNIPCRequest::Answered);
     QVERIFY(late.isPending());
-    QCOMPARE(kill(process, SIGCONT), 0);
+    daemon.send(SIGCONT);
     QVERIFY(late.finishes());
     QCOMPARE(late.outcome(), HNIPCRequest::Answered);
     QCOMPARE(late.value(), QVariant(7));
@@ -160,13 +160,13 @@ void tst_RequestFaults::deathAfterReadingIsUnknown()
 void tst_RequestFaults::deathBeforeReadingIsUnknown()
 {
     Desk desk({ "m4" });
-    const pid_t process = desk.daemon("m4").id();
-    QCOMPARE(kill(process, SIGSTOP), 0);
+    SimulatedDaemon &daemon = desk.daemon("m4");
+    QVERIFY(daemon.halt());
     Counted request("cycleCutter");
     QVERIFY(request.send());
     makeRequestsLeave();
     QVERIFY(request.isPending());
-    QCOMPARE(kill(process, SIGKILL), 0);
+    daemon.send(SIGKILL);
     QVERIFY(request.finishes());
     QCOMPARE(request.outcome(), HNIPCRequest::Unknown);
     QCOMPARE(request.errorName(), error("NoReply"));

@@ -736,10 +736,11 @@ void tst_Simulator::lateLabelsAreMadeUpFor()
     Desk desk({ "m4" });
     desk.ask("m4", "setUserSetting", "(4, 0)");
     desk.act("m4", "print", "(uint32 20,)");
-    QCOMPARE(kill(desk.daemon("m4").id(), SIGSTOP), 0);
+    SimulatedDaemon &daemon = desk.daemon("m4");
+    QVERIFY(daemon.halt());
     const QDeadlineTimer printed(30 * 50);
     QVERIFY(waitUntil([&printed]() { return printed.hasExpired(); }));
-    QCOMPARE(kill(desk.daemon("m4").id(), SIGCONT), 0);
+    daemon.send(SIGCONT);
     for (int i = 0; i < 3; ++i) { // between two replies, each timer fires once
         QCOMPARE(desk.ask("m4", "getError"), QByteArray("(0,)"));
     }

@@ -297,12 +297,12 @@ void tst_SimulatorFaults::callsAreServedDuringAFlood()
     // Halted early, so that most signals are still to be sent when the call arrives, but not before
     // there is a queue of signals that the bus has not read.
     QVERIFY(desk.hears("M4_M4PrintDone", "()", 2000));
-    const pid_t process = desk.daemon("m4").id();
-    QCOMPARE(kill(process, SIGSTOP), 0);
+    SimulatedDaemon &daemon = desk.daemon("m4");
+    QVERIFY(daemon.halt());
     const QDBusPendingCall inTheMiddle = callLater("getError");
     // The bus has received the call, too.
     QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered("org.hnipc.m4"));
-    QCOMPARE(kill(process, SIGCONT), 0);
+    daemon.send(SIGCONT);
     QVERIFY(desk.hears("M4_M4PrintDone", "()", count));
     QVERIFY(waitUntil([&inTheMiddle]() { return inTheMiddle.isFinished(); }));
 
