@@ -13,6 +13,8 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 import unittest
 from unittest import mock
 
@@ -150,14 +152,14 @@ class Table(unittest.TestCase):
         self.write('printer', '')
         self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume']), 0, self.output)
         self.assertEqual(runs(), [1, 2, 1])
-        earlier = 'in an earlier run'
-        self.assertEqual(self.results(), [('a', 'passed', earlier), ('b', 'passed', ''),
-                                          ('c', 'passed', earlier)])
+        other = 'in another run'
+        self.assertEqual(self.results(), [('a', 'passed', other), ('b', 'passed', ''),
+                                          ('c', 'passed', other)])
         self.assertEqual(self.logs(), [])
         # A named job runs again, and the others stay.
         self.assertEqual(self.run_nightly(a, b, c, arguments=['--resume', '--only', 'c']), 0)
         self.assertEqual(runs(), [1, 2, 2])
-        self.assertEqual(self.results(), [('a', 'passed', earlier), ('b', 'passed', earlier),
+        self.assertEqual(self.results(), [('a', 'passed', other), ('b', 'passed', other),
                                           ('c', 'passed', '')])
         # With another command, the job has not passed yet.
         self.assertEqual(self.run_nightly(a, b, ('c', count % 'c' + 'true'),
@@ -183,9 +185,9 @@ class Table(unittest.TestCase):
         os.remove(f'{self.directory}/late')
         self.run_nightly(('a', 'touch "$D/late"'), ('b', 'false'), arguments=['--resume'])
         after = json.loads(self.read('report/report.json'))['jobs'][0]
-        self.assertEqual(after, {**before, 'reason': 'in an earlier run'})
+        self.assertEqual(after, {**before, 'reason': 'in another run'})
         self.assertEqual(before['seconds'], 3600)
-        self.assertIn('\n- Time: 0:00:00\n- Time of all jobs, also in earlier runs: 1:00:00\n',
+        self.assertIn('\n- Time: 0:00:00\n- Time of all jobs, also in other runs: 1:00:00\n',
                       self.read('report/report.md'))
 
     def test_resume_keeps_failures(self):
@@ -205,8 +207,32 @@ class Table(unittest.TestCase):
         self.assertEqual(self.run_nightly(*rows, arguments=['--resume']), 1)
         self.assertEqual(self.results(), [('a', 'failed', 'exited with 1'),
                                           ('b', 'not run', 'no power'),
-                                          ('c', 'passed', 'in an earlier run')])
+                                          ('c', 'passed', 'in another run')])
         self.assertEqual(self.logs(), ['a.log'])
+
+    def test_two_runs_at_once(self):
+        def until(condition):
+            return f'until {condition}; do sleep 0.01; done; '
+
+        rows = (('long', 'touch "$D/begun"; ' + until('[ -e "$D/listed" ]')),
+                ('other', 'ls "$D/report" >"$D/listed"; '
+                 + until('grep \'"result": "passed"\' "$D/report/report.json"')),
+                ('late', until('[ -e "$D/ended" ]') + 'false'))
+        first = threading.Thread(target=self.run_nightly, args=rows,
+                                 kwargs={'arguments': ['--resume', '--only', 'long', 'late']})
+        first.start()
+        while not os.path.exists(f'{self.directory}/begun'):
+            time.sleep(0.01)
+        self.run_nightly(*rows, arguments=['--resume', '--only', 'other'])
+        second = self.output
+        self.write('ended', '')
+        first.join()
+        self.assertIn('long.log', self.read('listed').split())
+        self.assertIn('| long | passed |', second)
+        self.assertNotIn('## long', second)  # its log has been deleted
+        self.assertEqual(self.results(), [('long', 'passed', ''), ('other', 'passed', 'in another run'),
+                                          ('late', 'failed', 'exited with 1')])
+        self.assertEqual(self.logs(), ['late.log'])
 
     def test_resume_wants_a_commit(self):
         self.run_nightly(('a', 'true'))
